@@ -1,0 +1,73 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <vector>
+
+#include "analysis/group.h"
+#include "analysis/plane.h"
+
+namespace stiltforge {
+
+/// A maximal horizontal run of material, columns [begin, end) of its row.
+struct SolidRun {
+  uint16_t begin = 0;
+  uint16_t end = 0;
+  uint32_t group = 0;      ///< label of the group it belongs to
+  uint32_t firstByte = 0;  ///< index of its first pixel in Layer::blue and Layer::green
+};
+
+/// What outlives the pixels of a layer: a group's box and, where it has any, its supports.
+struct ArchivedGroup {
+  Box box;
+  std::unique_ptr<Placement> placement;
+};
+
+/// One analysed slice.
+///
+/// In work it holds the host's pixels and the run-length form that segmentation makes of them. Once
+/// the next slice is done, archive() leaves only what a later call can still ask for.
+struct Layer {
+  uint16_t width = 0;   ///< pixels
+  uint16_t height = 0;  ///< pixels
+
+  Plane<uint32_t> pixelBuffer;     ///< width * height RGBA words; labels after FloodFill::run
+  Plane<uint8_t> supportedPixels;  ///< width * height blue bytes, 0 for background; on request only
+
+  std::vector<SolidRun> runs;       ///< in raster order
+  std::vector<uint32_t> rowRuns;    ///< height + 1 entries: row y holds runs [rowRuns[y], rowRuns[y+1])
+  std::vector<uint8_t> blue;        ///< blue byte of every material pixel, in raster order
+  std::vector<uint8_t> green;       ///< green byte, likewise
+  struct Overlap {
+    uint32_t lower = 0;  ///< label of the lower group
+    uint32_t count = 0;  ///< pixels shared with it
+  };
+  std::vector<Overlap> overlaps;  ///< per group ascending by lower label; see Group::firstOverlap
+
+  uint32_t pixelCount = 0;
+  uint32_t groupCount = 0;       ///< placeholder not counted
+  std::vector<Group> groups;     ///< index 0 is the placeholder; empty once archived
+  std::vector<ArchivedGroup> archived;  ///< same indices as groups; empty until archived
+
+  /// Number of groups, placeholder included, in work or archived.
+  std::size_t groupEntries() const { return archived.empty() ? groups.size() : archived.size(); }
+  Box groupBox(std::size_t group) const {
+    return archived.empty() ? groups[group].box() : archived[group].box;
+  }
+  /// Null when the group has neither supports nor ghosts nor samples.
+  const Placement* groupPlacement(std::size_t group) const {
+    return archived.empty() ? groups[group].placement.get() : archived[group].placement.get();
+  }
+
+  /// True when the pixel at this index, y * width + x, carries no material. Needs the runs.
+  bool isBackground(uint32_t index) const;
+
+  /// Releases the two pixel planes.
+  void releasePixels();
+  /// Releases all that the next layer needed of this one and no later step reads. Supports stay where
+  /// they are in memory, since ghosts point to them.
+  void archive();
+};
+
+}  // namespace stiltforge
