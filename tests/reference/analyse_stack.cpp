@@ -1,0 +1,92 @@
+#include "reference/analyse_stack.h"
+
+#include <map>
+
+#include "reference/flood_fill.h"
+#include "reference/group_handler.h"
+#include "reference/support_inheritance.h"
+
+namespace stiltforge::reference {
+namespace {
+
+using SupportOrigins = std::map<const Voxel*, GhostResult>;
+
+GroupResult group_result(const Group& group, const SupportOrigins& origins) {
+  GroupResult result;
+  result.id = group.id;
+  result.numPixel = group.numPixel;
+  result.supportedPixel = group.supportedPixel;
+  result.xMin = group.xMin;
+  result.yMin = group.yMin;
+  result.xMax = group.xMax;
+  result.yMax = group.yMax;
+  result.spanX = group.spanX;
+  result.spanY = group.spanY;
+  result.islandDistance = group.islandDistance;
+  result.overlap = group.overlap;
+  result.strength = group.strength;
+  result.pixelStrength = group.pixelStrength;
+  result.maxScore = group.maxScore;
+  result.unsupportedPixelCount = group.unsupportedPixelCount;
+  result.almostNotBlueCount = group.almostNotBlueCount;
+  result.islandBlueCount = group.islandBlueCount;
+  result.angleNorm = group.angleNorm;
+  result.ghostNorm = group.ghostNorm;
+  result.strokeNorm = group.strokeNorm;
+  result.scoreNorm = group.scoreNorm;
+  for (const auto& support : group.supports) {
+    result.supports.push_back(
+        {support->index, support->x, support->y, support->z, support->isMinima, support->score});
+  }
+  for (const Voxel* ghost : group.ghostSupports) result.ghostSupports.push_back(origins.at(ghost));
+  result.bitmaps = group_bitmaps(group);
+  return result;
+}
+
+void remember_supports(const Layer& layer, uint32_t layerIndex, SupportOrigins& origins) {
+  for (const auto& group : layer.groups) {
+    for (uint32_t i = 0; i < group->supports.size(); ++i) {
+      origins[group->supports[i].get()] = {layerIndex, group->id, i};
+    }
+  }
+}
+
+}  // namespace
+
+std::vector<SliceResult> analyse_stack(const Stack& stack) {
+  const Parameters parameters = parameters_from(stack.parameters);
+  const GhostSpread ghostSpread = create_ghost_spread(parameters.ghostRadius);
+  std::vector<uint32_t> topPixelBuffer(size_t{stack.width} * stack.height, 0);
+  std::vector<Layer> layers;
+  SupportOrigins origins;
+  std::vector<SliceResult> results;
+
+  for (const auto& slice : stack.slices) {
+    layers.push_back(
+        flood_fill(slice, stack.width, stack.height, parameters, layers, topPixelBuffer));
+    Layer& layer = layers.back();
+    if (layers.size() >= 2) {
+      for (size_t i = 1; i < layer.groups.size(); ++i) {
+        inherit_supports(*layer.groups[i], layers[layers.size() - 2], parameters.maxGhost);
+      }
+    }
+    SliceResult result;
+    if (parameters.addSupport) result.supportCount = support_layer(layers, parameters, ghostSpread);
+    remember_supports(layer, static_cast<uint32_t>(results.size()), origins);
+
+    result.width = layer.width;
+    result.height = layer.height;
+    result.pixelCount = layer.pixelCount;
+    result.groupCount = layer.groupCount;
+    for (size_t i = 1; i < layer.groups.size(); ++i) {
+      result.groups.push_back(group_result(*layer.groups[i], origins));
+    }
+    result.pixelBuffer = layer.pixelBuffer;
+    result.topPixelBuffer = topPixelBuffer;
+    result.supportedPixels = layer.supportedPixels;
+    results.push_back(std::move(result));
+  }
+  return results;
+}
+
+}  // namespace stiltforge::reference

@@ -1,0 +1,71 @@
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+#include "reference/group_bitmaps.h"
+#include "reference/stack.h"
+
+namespace stiltforge::reference {
+
+struct SupportResult {
+  uint32_t index = 0;
+  uint16_t x = 0;
+  uint16_t y = 0;
+  uint16_t z = 0;
+  bool isMinima = false;
+  float score = 0.0f;
+  friend bool operator==(const SupportResult&, const SupportResult&) = default;
+};
+
+// Where an inherited support was placed: slice from 0, group id from 1, position in its supports.
+struct GhostResult {
+  uint32_t layerIndex = 0;
+  uint32_t groupIndex = 0;
+  uint32_t supportIndex = 0;
+  friend bool operator==(const GhostResult&, const GhostResult&) = default;
+};
+
+struct GroupResult {
+  uint32_t id = 0;
+  uint32_t numPixel = 0;
+  uint32_t supportedPixel = 0;
+  uint16_t xMin = 0;
+  uint16_t yMin = 0;
+  uint16_t xMax = 0;
+  uint16_t yMax = 0;
+  uint16_t spanX = 0;
+  uint16_t spanY = 0;
+  uint32_t islandDistance = 0;
+  std::vector<uint32_t> overlap;
+  float strength = 0.0f;
+  float pixelStrength = 0.0f;
+  float maxScore = 0.0f;
+  uint32_t unsupportedPixelCount = 0;
+  uint32_t almostNotBlueCount = 0;
+  uint32_t islandBlueCount = 0;
+  float angleNorm = 0.0f;
+  float ghostNorm = 0.0f;
+  float strokeNorm = 0.0f;
+  float scoreNorm = 0.0f;
+  std::vector<SupportResult> supports;
+  std::vector<GhostResult> ghostSupports;
+  GroupBitmaps bitmaps;
+};
+
+struct SliceResult {
+  uint16_t width = 0;
+  uint16_t height = 0;
+  uint32_t pixelCount = 0;
+  uint32_t groupCount = 0;
+  uint32_t supportCount = 0;
+  std::vector<GroupResult> groups;  // without the placeholder: entry k is the group with id k + 1
+  std::vector<uint32_t> pixelBuffer;
+  std::vector<uint32_t> topPixelBuffer;
+  std::vector<uint8_t> supportedPixels;
+};
+
+// Analyses a whole stack, slice after slice, group after group.
+std::vector<SliceResult> analyse_stack(const Stack& stack);
+
+}  // namespace stiltforge::reference
