@@ -12,7 +12,7 @@ namespace {
 
 using nlohmann::ordered_json;
 
-std::vector<uint8_t> read_gzip(const std::string& path) {
+std::vector<uint8_t> readGzip(const std::string& path) {
   const std::unique_ptr<gzFile_s, int (*)(gzFile)> file(gzopen(path.c_str(), "rb"), gzclose);
   if (file == nullptr) throw std::runtime_error("cannot open " + path);
   std::vector<uint8_t> bytes;
@@ -25,22 +25,22 @@ std::vector<uint8_t> read_gzip(const std::string& path) {
   return bytes;
 }
 
-uint32_t little_endian(const uint8_t* bytes) {
+uint32_t littleEndian(const uint8_t* bytes) {
   return uint32_t{bytes[0]} | uint32_t{bytes[1]} << 8 | uint32_t{bytes[2]} << 16 |
          uint32_t{bytes[3]} << 24;
 }
 
-reference::Stack read_stack(const std::string& path) {
+reference::Stack readStack(const std::string& path) {
   constexpr size_t headerSize = 24;
-  const std::vector<uint8_t> bytes = read_gzip(path);
+  const std::vector<uint8_t> bytes = readGzip(path);
   if (bytes.size() < headerSize || std::memcmp(bytes.data(), "SLICES01", 8) != 0) {
     throw std::runtime_error(path + " does not start with SLICES01");
   }
   reference::Stack stack;
-  stack.width = static_cast<uint16_t>(little_endian(&bytes[8]));
-  stack.height = static_cast<uint16_t>(little_endian(&bytes[12]));
-  const size_t count = little_endian(&bytes[16]);
-  const size_t jsonSize = little_endian(&bytes[20]);
+  stack.width = static_cast<uint16_t>(littleEndian(&bytes[8]));
+  stack.height = static_cast<uint16_t>(littleEndian(&bytes[12]));
+  const size_t count = littleEndian(&bytes[16]);
+  const size_t jsonSize = littleEndian(&bytes[20]);
   const size_t sliceSize = size_t{4} * stack.width * stack.height;
   if (bytes.size() != headerSize + jsonSize + count * sliceSize) {
     throw std::runtime_error(path + " does not have the length that its header states");
@@ -62,7 +62,7 @@ reference::Stack read_stack(const std::string& path) {
 
 }  // namespace
 
-const std::vector<std::string>& stack_names() {
+const std::vector<std::string>& stackNames() {
   static const std::vector<std::string> names = {
       "01-growing-cone", "02-islands-merge", "03-noise",         "04-corners",
       "05-moving-rings", "06-big-island",    "07-ties",          "08-no-support",
@@ -75,8 +75,8 @@ const std::vector<std::string>& stack_names() {
 GoldenStack load(const std::string& name) {
   const std::string path = std::string(STILTFORGE_GOLDEN_DIR) + "/" + name;
   GoldenStack golden;
-  golden.stack = read_stack(path + ".stack.gz");
-  const std::vector<uint8_t> text = read_gzip(path + ".jsonl.gz");
+  golden.stack = readStack(path + ".stack.gz");
+  const std::vector<uint8_t> text = readGzip(path + ".jsonl.gz");
   std::istringstream lines(std::string(text.begin(), text.end()));
   for (std::string line; std::getline(lines, line);) {
     const ordered_json entry = ordered_json::parse(line);

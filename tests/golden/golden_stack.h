@@ -34,7 +34,7 @@ struct GoldenStack {
 };
 
 // The names of the stacks of this folder, in order.
-const std::vector<std::string>& stack_names();
+const std::vector<std::string>& stackNames();
 
 // Reads one stack with its expected results. Throws std::runtime_error that names the file.
 GoldenStack load(const std::string& name);

@@ -11,7 +11,7 @@ namespace {
 
 using SupportOrigins = std::map<const Voxel*, GhostResult>;
 
-GroupResult group_result(const Group& group, const SupportOrigins& origins) {
+GroupResult groupResult(const Group& group, const SupportOrigins& origins) {
   GroupResult result;
   result.id = group.id;
   result.numPixel = group.numPixel;
@@ -39,11 +39,11 @@ GroupResult group_result(const Group& group, const SupportOrigins& origins) {
         {support->index, support->x, support->y, support->z, support->isMinima, support->score});
   }
   for (const Voxel* ghost : group.ghostSupports) result.ghostSupports.push_back(origins.at(ghost));
-  result.bitmaps = group_bitmaps(group);
+  result.bitmaps = groupBitmaps(group);
   return result;
 }
 
-void remember_supports(const Layer& layer, uint32_t layerIndex, SupportOrigins& origins) {
+void rememberSupports(const Layer& layer, uint32_t layerIndex, SupportOrigins& origins) {
   for (const auto& group : layer.groups) {
     for (uint32_t i = 0; i < group->supports.size(); ++i) {
       origins[group->supports[i].get()] = {layerIndex, group->id, i};
@@ -53,9 +53,9 @@ void remember_supports(const Layer& layer, uint32_t layerIndex, SupportOrigins& 
 
 }  // namespace
 
-std::vector<SliceResult> analyse_stack(const Stack& stack) {
-  const Parameters parameters = parameters_from(stack.parameters);
-  const GhostSpread ghostSpread = create_ghost_spread(parameters.ghostRadius);
+std::vector<SliceResult> analyseStack(const Stack& stack) {
+  const Parameters parameters = parametersFrom(stack.parameters);
+  const GhostSpread ghostSpread = createGhostSpread(parameters.ghostRadius);
   std::vector<uint32_t> topPixelBuffer(size_t{stack.width} * stack.height, 0);
   std::vector<Layer> layers;
   SupportOrigins origins;
@@ -63,23 +63,23 @@ std::vector<SliceResult> analyse_stack(const Stack& stack) {
 
   for (const auto& slice : stack.slices) {
     layers.push_back(
-        flood_fill(slice, stack.width, stack.height, parameters, layers, topPixelBuffer));
+        floodFill(slice, stack.width, stack.height, parameters, layers, topPixelBuffer));
     Layer& layer = layers.back();
     if (layers.size() >= 2) {
       for (size_t i = 1; i < layer.groups.size(); ++i) {
-        inherit_supports(*layer.groups[i], layers[layers.size() - 2], parameters.maxGhost);
+        inheritSupports(*layer.groups[i], layers[layers.size() - 2], parameters.maxGhost);
       }
     }
     SliceResult result;
-    if (parameters.addSupport) result.supportCount = support_layer(layers, parameters, ghostSpread);
-    remember_supports(layer, static_cast<uint32_t>(results.size()), origins);
+    if (parameters.addSupport) result.supportCount = supportLayer(layers, parameters, ghostSpread);
+    rememberSupports(layer, static_cast<uint32_t>(results.size()), origins);
 
     result.width = layer.width;
     result.height = layer.height;
     result.pixelCount = layer.pixelCount;
     result.groupCount = layer.groupCount;
     for (size_t i = 1; i < layer.groups.size(); ++i) {
-      result.groups.push_back(group_result(*layer.groups[i], origins));
+      result.groups.push_back(groupResult(*layer.groups[i], origins));
     }
     result.pixelBuffer = layer.pixelBuffer;
     result.topPixelBuffer = topPixelBuffer;

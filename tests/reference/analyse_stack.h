@@ -66,6 +66,6 @@ struct SliceResult {
 };
 
 // Analyses a whole stack, slice after slice, group after group.
-std::vector<SliceResult> analyse_stack(const Stack& stack);
+std::vector<SliceResult> analyseStack(const Stack& stack);
 
 }  // namespace stiltforge::reference

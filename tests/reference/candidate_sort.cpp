@@ -8,7 +8,7 @@
 
 namespace stiltforge::reference {
 
-void sort_candidates(std::vector<Voxel*>& candidates) {
+void sortCandidates(std::vector<Voxel*>& candidates) {
   std::sort(candidates.begin(), candidates.end(),
             [](const Voxel* a, const Voxel* b) { return a->score < b->score; });
 }

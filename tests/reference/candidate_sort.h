@@ -8,6 +8,6 @@ namespace stiltforge::reference {
 
 // Sorts candidates by ascending score. Equal scores come out in the order of libstdc++'s
 // introspective sort, which is the documented one.
-void sort_candidates(std::vector<Voxel*>& candidates);
+void sortCandidates(std::vector<Voxel*>& candidates);
 
 }  // namespace stiltforge::reference

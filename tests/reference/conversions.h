@@ -9,13 +9,13 @@ namespace stiltforge::reference {
 // that every platform places the same supports. Floats widen to double without loss.
 
 // Outside [-2^31, 2^31) and for NaN: the most negative number.
-inline int32_t to_int32(double value) {
+inline int32_t toInt32(double value) {
   if (!(value > -2147483649.0 && value < 2147483648.0)) return std::numeric_limits<int32_t>::min();
   return static_cast<int32_t>(value);
 }
 
 // The low 32 bits of the truncated value inside (-2^31, 2^32); 2^31 elsewhere and for NaN.
-inline uint32_t to_uint32(double value) {
+inline uint32_t toUint32(double value) {
   if (!(value > -2147483648.0 && value < 4294967296.0)) return 0x80000000u;
   return static_cast<uint32_t>(static_cast<int64_t>(value));
 }

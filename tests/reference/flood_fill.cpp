@@ -19,10 +19,10 @@ class FloodFill {
     layer.groups.push_back(std::make_unique<Group>());
     for (uint32_t y = 0; y < layer.height; ++y) {
       for (uint32_t x = 0; x < layer.width; ++x) {
-        const uint32_t i = index_of(x, y);
-        if (is_background(i)) continue;
-        if (is_solid(i)) fill_group(i);
-        if (previousLayer != nullptr) link_to_layer_below(i);
+        const uint32_t i = indexOf(x, y);
+        if (isBackground(i)) continue;
+        if (isSolid(i)) fillGroup(i);
+        if (previousLayer != nullptr) linkToLayerBelow(i);
       }
     }
     if (previousLayer != nullptr) return;
@@ -33,14 +33,14 @@ class FloodFill {
   }
 
  private:
-  uint32_t index_of(uint32_t x, uint32_t y) const { return y * layer.width + x; }
-  bool is_labelled(uint32_t i) const { return layer.labels[i] != 0; }
-  bool is_background(uint32_t i) const {
-    return !is_labelled(i) && (layer.pixelBuffer[i] & 0xFF) == 0;
+  uint32_t indexOf(uint32_t x, uint32_t y) const { return y * layer.width + x; }
+  bool isLabelled(uint32_t i) const { return layer.labels[i] != 0; }
+  bool isBackground(uint32_t i) const {
+    return !isLabelled(i) && (layer.pixelBuffer[i] & 0xFF) == 0;
   }
-  bool is_solid(uint32_t i) const { return !is_labelled(i) && (layer.pixelBuffer[i] & 0xFF) != 0; }
+  bool isSolid(uint32_t i) const { return !isLabelled(i) && (layer.pixelBuffer[i] & 0xFF) != 0; }
 
-  void fill_group(uint32_t seed) {
+  void fillGroup(uint32_t seed) {
     layer.groups.push_back(std::make_unique<Group>());
     Group& group = *layer.groups.back();
     group.id = layer.groupCount + 1;
@@ -55,7 +55,7 @@ class FloodFill {
     while (!stack.empty()) {
       const uint32_t i = stack.back();
       stack.pop_back();
-      fill_vertical_run(group, i % layer.width, i / layer.width);
+      fillVerticalRun(group, i % layer.width, i / layer.width);
     }
     group.xMin = static_cast<uint16_t>(firstColumn);
     group.yMin = static_cast<uint16_t>(firstRow);
@@ -65,42 +65,42 @@ class FloodFill {
     group.spanY = static_cast<uint16_t>(lastRow - firstRow);
   }
 
-  void fill_vertical_run(Group& group, uint32_t x, uint32_t y) {
-    while (y > 0 && !is_background(index_of(x, y - 1))) --y;
+  void fillVerticalRun(Group& group, uint32_t x, uint32_t y) {
+    while (y > 0 && !isBackground(indexOf(x, y - 1))) --y;
     const bool hasLeft = x > 0;
     const bool hasRight = x + 1 < layer.width;
     bool leftSpan = false;
     bool rightSpan = false;
     for (;; ++y) {
-      if (is_solid(index_of(x, y))) label_pixel(group, index_of(x, y));
+      if (isSolid(indexOf(x, y))) labelPixel(group, indexOf(x, y));
       firstColumn = std::min(firstColumn, x);
       firstRow = std::min(firstRow, y);
       lastColumn = std::max(lastColumn, x);
       lastRow = std::max(lastRow, y);
-      leftSpan = hasLeft && scan_neighbour(index_of(x - 1, y), leftSpan);
-      rightSpan = hasRight && scan_neighbour(index_of(x + 1, y), rightSpan);
+      leftSpan = hasLeft && scanNeighbour(indexOf(x - 1, y), leftSpan);
+      rightSpan = hasRight && scanNeighbour(indexOf(x + 1, y), rightSpan);
       if (y + 1 == layer.height) return;
-      if (is_background(index_of(x, y + 1))) break;
+      if (isBackground(indexOf(x, y + 1))) break;
     }
-    if (hasLeft && !leftSpan && is_solid(index_of(x - 1, y + 1))) {
-      stack.push_back(index_of(x - 1, y + 1));
+    if (hasLeft && !leftSpan && isSolid(indexOf(x - 1, y + 1))) {
+      stack.push_back(indexOf(x - 1, y + 1));
     }
-    if (hasRight && !rightSpan && is_solid(index_of(x + 1, y + 1))) {
-      stack.push_back(index_of(x + 1, y + 1));
+    if (hasRight && !rightSpan && isSolid(indexOf(x + 1, y + 1))) {
+      stack.push_back(indexOf(x + 1, y + 1));
     }
   }
 
   // Pushes the first pixel of each solid stretch beside the run; returns the new span flag.
-  bool scan_neighbour(uint32_t i, bool inSpan) {
-    if (is_background(i)) return false;
-    if (is_solid(i) && !inSpan) {
+  bool scanNeighbour(uint32_t i, bool inSpan) {
+    if (isBackground(i)) return false;
+    if (isSolid(i) && !inSpan) {
       stack.push_back(i);
       return true;
     }
     return inSpan;
   }
 
-  void label_pixel(Group& group, uint32_t i) {
+  void labelPixel(Group& group, uint32_t i) {
     const uint32_t pixel = layer.pixelBuffer[i];
     const auto blue = static_cast<uint8_t>(pixel >> 16);
     topPixelBuffer.at(i) = 0xFE000000u + (layerIndex & 0xFFFFFF);
@@ -118,7 +118,7 @@ class FloodFill {
     group.numPixel += 1;
   }
 
-  void link_to_layer_below(uint32_t i) {
+  void linkToLayerBelow(uint32_t i) {
     const uint32_t below = previousLayer->labels[i];
     if (below == 0) return;
     Group& group = *layer.groups[layer.labels[i]];
@@ -142,9 +142,9 @@ class FloodFill {
 
 }  // namespace
 
-Layer flood_fill(const std::vector<uint8_t>& slice, uint16_t width, uint16_t height,
-                 const Parameters& parameters, const std::vector<Layer>& layers,
-                 std::vector<uint32_t>& topPixelBuffer) {
+Layer floodFill(const std::vector<uint8_t>& slice, uint16_t width, uint16_t height,
+                const Parameters& parameters, const std::vector<Layer>& layers,
+                std::vector<uint32_t>& topPixelBuffer) {
   const size_t pixels = size_t{width} * height;
   Layer layer;
   layer.width = width;

@@ -10,14 +10,14 @@ namespace stiltforge::reference {
 float GhostSpread::weight(uint32_t i, uint32_t j) const {
   const float position = static_cast<float>(j) + 2.0f * (static_cast<float>(i) * radius);
   // Above 2^24 entries the position may round up past the last corner, whose weight is 0.
-  return weights[std::min<size_t>(to_uint32(position), weights.size() - 1)];
+  return weights[std::min<size_t>(toUint32(position), weights.size() - 1)];
 }
 
-GhostSpread create_ghost_spread(float radius) {
+GhostSpread createGhostSpread(float radius) {
   GhostSpread spread;
   spread.radius = radius;
   while (static_cast<float>(spread.side) < 2.0f * radius) spread.side += 1;
-  const auto centre = static_cast<int64_t>(to_int32(radius));
+  const auto centre = static_cast<int64_t>(toInt32(radius));
   for (int64_t i = 0; i < spread.side; ++i) {
     for (int64_t j = 0; j < spread.side; ++j) {
       const auto dx = static_cast<float>(j - centre);

@@ -17,6 +17,6 @@ struct GhostSpread {
   float weight(uint32_t i, uint32_t j) const;
 };
 
-GhostSpread create_ghost_spread(float radius);
+GhostSpread createGhostSpread(float radius);
 
 }  // namespace stiltforge::reference

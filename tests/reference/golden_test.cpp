@@ -8,7 +8,7 @@ namespace {
 
 using nlohmann::ordered_json;
 
-ordered_json layer_object(const SliceResult& slice) {
+ordered_json layerObject(const SliceResult& slice) {
   ordered_json groups = ordered_json::array();
   for (const GroupResult& group : slice.groups) {
     ordered_json supports = ordered_json::array();
@@ -35,13 +35,13 @@ class GoldenStackTest : public testing::TestWithParam<std::string> {};
 
 TEST_P(GoldenStackTest, GivesTheRecordedResults) {
   const golden::GoldenStack expected = golden::load(GetParam());
-  const std::vector<SliceResult> slices = analyse_stack(expected.stack);
+  const std::vector<SliceResult> slices = analyseStack(expected.stack);
 
   ASSERT_EQ(slices.size(), expected.slices.size());
   size_t groupCount = 0;
   for (size_t i = 0; i < slices.size(); ++i) {
     SCOPED_TRACE("slice " + std::to_string(i));
-    EXPECT_EQ(layer_object(slices[i]).dump(), expected.slices[i].layer.dump());
+    EXPECT_EQ(layerObject(slices[i]).dump(), expected.slices[i].layer.dump());
     EXPECT_EQ(slices[i].supportCount, expected.slices[i].supportCount);
     EXPECT_EQ(golden::digest(slices[i].pixelBuffer), expected.slices[i].pixelBuffer);
     EXPECT_EQ(golden::digest(slices[i].topPixelBuffer), expected.slices[i].topPixelBuffer);
@@ -62,7 +62,7 @@ TEST_P(GoldenStackTest, GivesTheRecordedResults) {
   }
 }
 
-INSTANTIATE_TEST_SUITE_P(Reference, GoldenStackTest, testing::ValuesIn(golden::stack_names()),
+INSTANTIATE_TEST_SUITE_P(Reference, GoldenStackTest, testing::ValuesIn(golden::stackNames()),
                          [](const auto& test) {
                            std::string name = test.param;
                            for (char& c : name) c = c == '-' ? '_' : c;

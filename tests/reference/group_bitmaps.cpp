@@ -5,7 +5,7 @@
 namespace stiltforge::reference {
 namespace {
 
-bool has_support_at(const Group& group, const Voxel& voxel) {
+bool hasSupportAt(const Group& group, const Voxel& voxel) {
   if (voxel.isSupport) return true;
   for (const auto& support : group.supports) {
     if (support->x == voxel.x && support->y == voxel.y) return true;
@@ -13,13 +13,13 @@ bool has_support_at(const Group& group, const Voxel& voxel) {
   return false;
 }
 
-uint8_t to_byte(float value, float norm) {
-  return static_cast<uint8_t>(to_int32(value / norm * 255.0f));
+uint8_t toByte(float value, float norm) {
+  return static_cast<uint8_t>(toInt32(value / norm * 255.0f));
 }
 
 }  // namespace
 
-GroupBitmaps group_bitmaps(const Group& group) {
+GroupBitmaps groupBitmaps(const Group& group) {
   GroupBitmaps result;
   result.width = static_cast<uint16_t>(group.xMax - group.xMin);
   result.height = static_cast<uint16_t>(group.yMax - group.yMin);
@@ -38,11 +38,11 @@ GroupBitmaps group_bitmaps(const Group& group) {
       paint(combinedBitmap, 0, 0, 0);
       continue;
     }
-    const bool mark = has_support_at(group, voxel);
-    const uint8_t a = to_byte(voxel.angleSum, group.angleNorm);
-    const uint8_t g = to_byte(voxel.ghostSum, group.ghostNorm);
-    const uint8_t s = to_byte(voxel.strokeSum, group.strokeNorm);
-    const uint8_t c = to_byte(voxel.score, group.scoreNorm);
+    const bool mark = hasSupportAt(group, voxel);
+    const uint8_t a = toByte(voxel.angleSum, group.angleNorm);
+    const uint8_t g = toByte(voxel.ghostSum, group.ghostNorm);
+    const uint8_t s = toByte(voxel.strokeSum, group.strokeNorm);
+    const uint8_t c = toByte(voxel.score, group.scoreNorm);
     const uint8_t sampleGrey = voxel.isSample ? 255 : 100;
     const uint8_t supportGrey = mark ? 255 : 100;
     const uint8_t markByte = mark ? 255 : 0;

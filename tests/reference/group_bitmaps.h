@@ -28,6 +28,6 @@ enum GroupImage : size_t {
 };
 
 // All zero for a group that was never sampled.
-GroupBitmaps group_bitmaps(const Group& group);
+GroupBitmaps groupBitmaps(const Group& group);
 
 }  // namespace stiltforge::reference

@@ -8,8 +8,8 @@
 namespace stiltforge::reference {
 namespace {
 
-void take_strength_from_below(SupportNeed& need, const Group& group, const Layer& below,
-                              const Parameters& parameters) {
+void takeStrengthFromBelow(SupportNeed& need, const Group& group, const Layer& below,
+                           const Parameters& parameters) {
   const auto distance = static_cast<float>(group.islandDistance);
   const float close = parameters.distCloseToIsland;
   float& transmitted = need.transmittedStrength;
@@ -35,7 +35,7 @@ void take_strength_from_below(SupportNeed& need, const Group& group, const Layer
   if (remaining < 0.0f) remaining = 0.0f;
 }
 
-uint32_t count_supports(const SupportNeed& need, const Group& group, const Parameters& parameters) {
+uint32_t countSupports(const SupportNeed& need, const Group& group, const Parameters& parameters) {
   const float rem = need.remainingStrength;
   const float strength = parameters.supportStrength;
   const bool closeIsland =
@@ -48,7 +48,7 @@ uint32_t count_supports(const SupportNeed& need, const Group& group, const Param
                     (strength / parameters.firstSupportMinStrength > rem &&
                      rem != static_cast<float>(group.numPixel) && !need.isIsland);
   if (weak) return fallback;
-  const auto count = static_cast<uint32_t>(to_int32(std::ceil(rem / strength)));
+  const auto count = static_cast<uint32_t>(toInt32(std::ceil(rem / strength)));
   const bool carried = need.transmittedStrength / parameters.growthStrength > rem && strength > rem;
   if (carried || count > group.unsupportedPixelCount) return fallback;
   return count != 0 ? count : fallback;
@@ -56,8 +56,8 @@ uint32_t count_supports(const SupportNeed& need, const Group& group, const Param
 
 }  // namespace
 
-SupportNeed support_need(const Group& group, const std::vector<Layer>& layers,
-                         const Parameters& parameters) {
+SupportNeed supportNeed(const Group& group, const std::vector<Layer>& layers,
+                        const Parameters& parameters) {
   SupportNeed need;
   if (layers.size() == 1 || group.numPixel == 1) return need;
 
@@ -65,33 +65,33 @@ SupportNeed support_need(const Group& group, const std::vector<Layer>& layers,
   if (group.supportedPixel == 0) {
     need.isIsland = true;
   } else {
-    take_strength_from_below(need, group, layers[layers.size() - 2], parameters);
+    takeStrengthFromBelow(need, group, layers[layers.size() - 2], parameters);
     if (group.supportedPixel == 1) need.isIsland = true;
   }
 
-  need.nbSupport = need.nbSupportBase = count_supports(need, group, parameters);
+  need.nbSupport = need.nbSupportBase = countSupports(need, group, parameters);
   if (need.isIsland) {
     need.strengthPerSupport = parameters.islandStrengthSupport;
     need.nbSupport =
-        to_uint32(static_cast<float>(need.nbSupportBase) * parameters.islandSupportMultiplier);
+        toUint32(static_cast<float>(need.nbSupportBase) * parameters.islandSupportMultiplier);
   }
   return need;
 }
 
-uint32_t support_layer(std::vector<Layer>& layers, const Parameters& parameters,
-                       const GhostSpread& ghostSpread) {
+uint32_t supportLayer(std::vector<Layer>& layers, const Parameters& parameters,
+                      const GhostSpread& ghostSpread) {
   Layer& layer = layers.back();
   uint32_t total = 0;
   for (size_t i = 1; i < layer.groups.size(); ++i) {
     Group& group = *layer.groups[i];
-    const SupportNeed need = support_need(group, layers, parameters);
+    const SupportNeed need = supportNeed(group, layers, parameters);
     Poisson poisson(group, layer, layers, parameters, ghostSpread);
     poisson.isIsland = need.isIsland;
     poisson.transmittedStrength = need.transmittedStrength;
     poisson.strengthPerSupport = need.strengthPerSupport;
     poisson.nbSupport = need.nbSupport;
     poisson.nbSupportBase = need.nbSupportBase;
-    total += poisson.generate_supports();
+    total += poisson.generateSupports();
   }
   return total;
 }

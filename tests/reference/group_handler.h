@@ -20,11 +20,11 @@ struct SupportNeed {
 };
 
 // `group` belongs to the last of `layers`.
-SupportNeed support_need(const Group& group, const std::vector<Layer>& layers,
-                         const Parameters& parameters);
+SupportNeed supportNeed(const Group& group, const std::vector<Layer>& layers,
+                        const Parameters& parameters);
 
 // Places supports in every group of the last of `layers`; returns how many.
-uint32_t support_layer(std::vector<Layer>& layers, const Parameters& parameters,
-                       const GhostSpread& ghostSpread);
+uint32_t supportLayer(std::vector<Layer>& layers, const Parameters& parameters,
+                      const GhostSpread& ghostSpread);
 
 }  // namespace stiltforge::reference

@@ -4,7 +4,7 @@
 
 namespace stiltforge::reference {
 
-Parameters parameters_from(const std::map<std::string, double>& values) {
+Parameters parametersFrom(const std::map<std::string, double>& values) {
   const auto number = [&](const char* key) { return static_cast<float>(values.at(key)); };
   Parameters p;
   p.addSupport = values.at("addSupport") != 0.0;
@@ -28,7 +28,7 @@ Parameters parameters_from(const std::map<std::string, double>& values) {
   p.closeToIslandStrengthTransmited = number("closeToIslandStrengthTransmited");
   p.almostNotBlueCounterLimit = number("almostNotBlueCounterLimit");
   p.islandMinBlue = number("islandMinBlue");
-  p.maxGhost = to_int32(number("maxGhost"));
+  p.maxGhost = toInt32(number("maxGhost"));
   return p;
 }
 

@@ -33,6 +33,6 @@ struct Parameters {
 };
 
 // Narrows the host's numbers to single precision. Throws std::out_of_range for a missing key.
-Parameters parameters_from(const std::map<std::string, double>& values);
+Parameters parametersFrom(const std::map<std::string, double>& values);
 
 }  // namespace stiltforge::reference

@@ -10,14 +10,14 @@
 namespace stiltforge::reference {
 namespace {
 
-float squared_distance(int32_t ax, int32_t ay, int32_t bx, int32_t by) {
+float squaredDistance(int32_t ax, int32_t ay, int32_t bx, int32_t by) {
   const auto dx = static_cast<float>(ax - bx);
   const auto dy = static_cast<float>(ay - by);
   return dx * dx + dy * dy;
 }
 
-uint16_t truncated_coordinate(float value) {
-  return static_cast<uint16_t>(to_int32(value));
+uint16_t truncatedCoordinate(float value) {
+  return static_cast<uint16_t>(toInt32(value));
 }
 
 }  // namespace
@@ -32,25 +32,25 @@ Poisson::Poisson(Group& group_, const Layer& layer_, const std::vector<Layer>& l
       groupWidth(static_cast<uint32_t>(group_.xMax - group_.xMin)),
       groupHeight(static_cast<uint32_t>(group_.yMax - group_.yMin)) {}
 
-uint32_t Poisson::generate_supports() {
+uint32_t Poisson::generateSupports() {
   do {
-    set_pixel_strength();
+    setPixelStrength();
     if (nbSupport == 0) return 0;
-    set_lattice_steps();
-    fill_sample(false);
-    stamp_ghosts();
-    score_samples();
-    sort_candidates(candidates);
-    cut_candidates();
-    seed_sites();
+    setLatticeSteps();
+    fillSample(false);
+    stampGhosts();
+    scoreSamples();
+    sortCandidates(candidates);
+    cutCandidates();
+    seedSites();
     if (group.supports.empty()) return 0;
-    relax_sites();
-    snap_supports();
-  } while (enlarge_island());
+    relaxSites();
+    snapSupports();
+  } while (enlargeIsland());
   return nbSupport;
 }
 
-void Poisson::set_pixel_strength() {
+void Poisson::setPixelStrength() {
   if (layers.size() == 1) {
     group.pixelStrength = parameters.strengthOfPlatePixel;
   } else if (group.numPixel == 1) {
@@ -63,7 +63,7 @@ void Poisson::set_pixel_strength() {
   }
 }
 
-void Poisson::set_lattice_steps() {
+void Poisson::setLatticeSteps() {
   if (groupWidth == 1 || groupHeight == 1) stepX = stepY = 1;
   const auto unsupported = static_cast<float>(group.unsupportedPixelCount);
   const float target = static_cast<float>(nbSupport) * parameters.numberOfSamplePerSupport;
@@ -73,8 +73,8 @@ void Poisson::set_lattice_steps() {
     if (s < 1.0f) {
       stepX = stepY = 1;
     } else {
-      const uint32_t coarse = to_uint32(std::ceil(s));
-      const uint32_t fine = to_uint32(std::floor(s));
+      const uint32_t coarse = toUint32(std::ceil(s));
+      const uint32_t fine = toUint32(std::floor(s));
       const bool wide = groupWidth >= groupHeight;
       stepX = wide ? coarse : fine;
       stepY = wide ? fine : coarse;
@@ -84,7 +84,7 @@ void Poisson::set_lattice_steps() {
   stepY = std::min(stepY, 3u);
 }
 
-void Poisson::fill_sample(bool retried) {
+void Poisson::fillSample(bool retried) {
   group.samples.clear();
   candidates.clear();
   for (uint32_t y = group.yMin; y < group.yMax; ++y) {
@@ -96,7 +96,7 @@ void Poisson::fill_sample(bool retried) {
       voxel->z = static_cast<uint16_t>(layers.size());
       if (layer.labels[voxel->index] == group.id && layer.supportedPixels[voxel->index] != 255) {
         voxel->inGroup = true;
-        if (is_on_lattice(x - group.xMin, y - group.yMin)) {
+        if (isOnLattice(x - group.xMin, y - group.yMin)) {
           voxel->isSample = true;
           candidates.push_back(voxel.get());
           sampleCount += 1;
@@ -109,11 +109,11 @@ void Poisson::fill_sample(bool retried) {
   }
   if (sampleCount == 0 && !retried) {
     stepX = stepY = 1;
-    fill_sample(true);
+    fillSample(true);
   }
 }
 
-bool Poisson::is_on_lattice(uint32_t dx, uint32_t dy) const {
+bool Poisson::isOnLattice(uint32_t dx, uint32_t dy) const {
   if (stepX == 1 && stepY == 1) return true;
   const uint32_t shift = dy / stepY % 2 * stepX / 2;
   // dx - shift wraps below zero, and 2^32 - 1 is a multiple of 3: the last test takes out the
@@ -121,22 +121,22 @@ bool Poisson::is_on_lattice(uint32_t dx, uint32_t dy) const {
   return dy % stepY == 0 && (dx - shift) % stepX == 0 && !(dy % 2 == 1 && dx == 0);
 }
 
-void Poisson::stamp_ghosts() {
+void Poisson::stampGhosts() {
   const float radius = ghostSpread.radius;
   for (const Voxel* ghost : group.ghostSupports) {
     if (ghost->toDelete) continue;
     for (uint32_t i = 0; i < ghostSpread.side; ++i) {
       for (uint32_t j = 0; j < ghostSpread.side; ++j) {
         const uint16_t px =
-            truncated_coordinate(static_cast<float>(ghost->x) - radius + static_cast<float>(j) -
-                                 static_cast<float>(group.xMin));
+            truncatedCoordinate(static_cast<float>(ghost->x) - radius + static_cast<float>(j) -
+                                static_cast<float>(group.xMin));
         const uint16_t py =
-            truncated_coordinate(static_cast<float>(ghost->y) - radius + static_cast<float>(i) -
-                                 static_cast<float>(group.yMin));
+            truncatedCoordinate(static_cast<float>(ghost->y) - radius + static_cast<float>(i) -
+                                static_cast<float>(group.yMin));
         if (px >= groupWidth || py >= groupHeight) continue;
         Voxel& voxel = *group.samples[py * groupWidth + px];
         if (voxel.offLattice) continue;
-        const auto weight = static_cast<float>(to_int32(ghostSpread.weight(i, j)) & 0xFF);
+        const auto weight = static_cast<float>(toInt32(ghostSpread.weight(i, j)) & 0xFF);
         voxel.ghostSum += weight;
         voxel.ghostMax = std::max(voxel.ghostMax, weight);
         group.ghostNorm = std::max(group.ghostNorm, voxel.ghostSum);
@@ -146,7 +146,7 @@ void Poisson::stamp_ghosts() {
   group.angleNorm = 255.0f;
 }
 
-void Poisson::score_samples() {
+void Poisson::scoreSamples() {
   for (const auto& voxel : group.samples) {
     if (!voxel->offLattice) voxel->angleSum += layer.supportedPixels[voxel->index];
   }
@@ -165,10 +165,10 @@ void Poisson::score_samples() {
   }
 }
 
-void Poisson::cut_candidates() {
-  const uint32_t perVoronoi = to_uint32(parameters.numberOfSamplePerVoronoi) / stepY / stepX;
+void Poisson::cutCandidates() {
+  const uint32_t perVoronoi = toUint32(parameters.numberOfSamplePerVoronoi) / stepY / stepX;
   const uint32_t fifth =
-      to_uint32(static_cast<double>(group.unsupportedPixelCount / nbSupport) * 0.2);
+      toUint32(static_cast<double>(group.unsupportedPixelCount / nbSupport) * 0.2);
   const uint64_t keep = uint64_t{std::max(std::min(fifth, perVoronoi), 4u)} * nbSupport;
   if (keep >= sampleCount) return;
   const float lastKept = candidates[keep - 1]->score;
@@ -181,7 +181,7 @@ void Poisson::cut_candidates() {
   candidates.resize(length);
 }
 
-void Poisson::seed_sites() {
+void Poisson::seedSites() {
   group.supports.clear();
   voronois.clear();
   if (candidates.empty()) {
@@ -208,7 +208,7 @@ void Poisson::seed_sites() {
   }
 }
 
-void Poisson::relax_sites() {
+void Poisson::relaxSites() {
   if (!(parameters.maxVoronoiIteration > 0.0f)) return;
   uint32_t iteration = 0;
   do {
@@ -219,19 +219,19 @@ void Poisson::relax_sites() {
       voronois[i]->siteY = group.supports[i]->y;
     }
     for (const auto& voxel : group.samples) {
-      if (voxel->isSample) assign_sample(*voxel);
+      if (voxel->isSample) assignSample(*voxel);
     }
-    if (move_supports_to_centroids()) return;
+    if (moveSupportsToCentroids()) return;
     iteration += 1;
   } while (parameters.maxVoronoiIteration > static_cast<float>(iteration));
 }
 
-uint32_t Poisson::nearest_support(const Voxel& voxel, float& distance2) const {
+uint32_t Poisson::nearestSupport(const Voxel& voxel, float& distance2) const {
   uint32_t nearest = 0;
   distance2 = std::numeric_limits<float>::infinity();
   for (uint32_t i = 0; i < group.supports.size(); ++i) {
     const Voxel& support = *group.supports[i];
-    const float d2 = squared_distance(support.x, support.y, voxel.x, voxel.y);
+    const float d2 = squaredDistance(support.x, support.y, voxel.x, voxel.y);
     if (d2 < distance2) {
       distance2 = d2;
       nearest = i;
@@ -240,12 +240,12 @@ uint32_t Poisson::nearest_support(const Voxel& voxel, float& distance2) const {
   return nearest;
 }
 
-void Poisson::assign_sample(const Voxel& voxel) {
+void Poisson::assignSample(const Voxel& voxel) {
   float d2 = 0.0f;
-  const uint32_t i = nearest_support(voxel, d2);
+  const uint32_t i = nearestSupport(voxel, d2);
   const Voxel& support = *group.supports[i];
   Voronoi& cell = *voronois[i];
-  if (isIsland && d2 > static_cast<float>(maxDist2)) maxDist2 = to_uint32(d2);
+  if (isIsland && d2 > static_cast<float>(maxDist2)) maxDist2 = toUint32(d2);
 
   const auto oldCount = static_cast<float>(cell.count);
   cell.count += 1;
@@ -265,22 +265,22 @@ void Poisson::assign_sample(const Voxel& voxel) {
 }
 
 // Returns whether every support was within the validation distance of its centroid.
-bool Poisson::move_supports_to_centroids() {
+bool Poisson::moveSupportsToCentroids() {
   const float limit =
       parameters.validationDistanceFormVoronoi * parameters.validationDistanceFormVoronoi;
   bool settled = true;
   for (size_t i = 0; i < voronois.size(); ++i) {
     Voxel& support = *group.supports[i];
-    const uint16_t cx = truncated_coordinate(voronois[i]->sumX);
-    const uint16_t cy = truncated_coordinate(voronois[i]->sumY);
-    if (squared_distance(support.x, support.y, cx, cy) > limit) settled = false;
+    const uint16_t cx = truncatedCoordinate(voronois[i]->sumX);
+    const uint16_t cy = truncatedCoordinate(voronois[i]->sumY);
+    if (squaredDistance(support.x, support.y, cx, cy) > limit) settled = false;
     support.x = cx;
     support.y = cy;
   }
   return settled;
 }
 
-void Poisson::snap_supports() {
+void Poisson::snapSupports() {
   size_t i = 0;
   while (i < group.supports.size()) {
     if (voronois[i]->count == 0) {
@@ -290,8 +290,8 @@ void Poisson::snap_supports() {
       continue;
     }
     Voxel& support = *group.supports[i];
-    support.x = truncated_coordinate(voronois[i]->sumX);
-    support.y = truncated_coordinate(voronois[i]->sumY);
+    support.x = truncatedCoordinate(voronois[i]->sumX);
+    support.y = truncatedCoordinate(voronois[i]->sumY);
     // The mean of many equal coordinates can round to just below the box: no voxel, no candidate.
     const Voxel* voxel = nullptr;
     if (support.x >= group.xMin && support.x < group.xMax && support.y >= group.yMin &&
@@ -304,7 +304,7 @@ void Poisson::snap_supports() {
       const Voxel* nearest = nullptr;
       float nearestDistance2 = std::numeric_limits<float>::infinity();
       for (const Voxel* candidate : candidates) {
-        const float d2 = squared_distance(support.x, support.y, candidate->x, candidate->y);
+        const float d2 = squaredDistance(support.x, support.y, candidate->x, candidate->y);
         if (d2 < nearestDistance2) {
           nearestDistance2 = d2;
           nearest = candidate;
@@ -319,17 +319,17 @@ void Poisson::snap_supports() {
 
 // Prepares the second pass of an island whose widest cell exceeds the allowed radius; returns
 // whether there is one.
-bool Poisson::enlarge_island() {
+bool Poisson::enlargeIsland() {
   if (!isIsland || secondPass) return false;
-  const int32_t radius = to_int32(std::sqrt(static_cast<double>(maxDist2)));
+  const int32_t radius = toInt32(std::sqrt(static_cast<double>(maxDist2)));
   if (!(static_cast<float>(radius) > parameters.maxSupportRadiusInIsland)) return false;
   secondPass = true;
   maxDist2 = 0;
   candidates.clear();
   sampleCount = 0;
   nbSupport = nbSupportBase =
-      to_uint32(static_cast<float>(radius) / parameters.maxSupportRadiusInIsland +
-                static_cast<float>(nbSupport));
+      toUint32(static_cast<float>(radius) / parameters.maxSupportRadiusInIsland +
+               static_cast<float>(nbSupport));
   return true;
 }
 

@@ -19,19 +19,19 @@ class Poisson {
           const Parameters& parameters, const GhostSpread& ghostSpread);
 
   // Fills the group's supports, samples, norms and pixelStrength; returns the supports kept.
-  uint32_t generate_supports();
+  uint32_t generateSupports();
 
-  // The steps, in the order in which generate_supports takes them.
-  void set_pixel_strength();
-  void set_lattice_steps();
-  void fill_sample(bool retried);
-  void stamp_ghosts();
-  void score_samples();
-  void cut_candidates();
-  void seed_sites();
-  void relax_sites();
-  void snap_supports();
-  bool enlarge_island();
+  // The steps, in the order in which generateSupports takes them.
+  void setPixelStrength();
+  void setLatticeSteps();
+  void fillSample(bool retried);
+  void stampGhosts();
+  void scoreSamples();
+  void cutCandidates();
+  void seedSites();
+  void relaxSites();
+  void snapSupports();
+  bool enlargeIsland();
 
   Group& group;
   const Layer& layer;
@@ -54,10 +54,10 @@ class Poisson {
   bool secondPass = false;
 
  private:
-  bool is_on_lattice(uint32_t dx, uint32_t dy) const;
-  uint32_t nearest_support(const Voxel& voxel, float& distance2) const;
-  void assign_sample(const Voxel& voxel);
-  bool move_supports_to_centroids();
+  bool isOnLattice(uint32_t dx, uint32_t dy) const;
+  uint32_t nearestSupport(const Voxel& voxel, float& distance2) const;
+  void assignSample(const Voxel& voxel);
+  bool moveSupportsToCentroids();
 };
 
 }  // namespace stiltforge::reference

@@ -14,7 +14,7 @@ void offer(Group& group, const Voxel* ghost, int32_t maxGhost) {
 
 }  // namespace
 
-void inherit_supports(Group& group, const Layer& previousLayer, int32_t maxGhost) {
+void inheritSupports(Group& group, const Layer& previousLayer, int32_t maxGhost) {
   for (size_t i = 0; i < group.overlap.size(); ++i) {
     if (group.overlap[i] == 0) continue;
     const Group& lower = *previousLayer.groups[i];
