@@ -148,10 +148,12 @@ void Poisson::stampGhosts() {
 
 void Poisson::scoreSamples() {
   for (const auto& voxel : group.samples) {
-    if (!voxel->offLattice) voxel->angleSum += layer.supportedPixels[voxel->index];
+    if (!voxel->offLattice)
+      voxel->angleSum += static_cast<float>(layer.supportedPixels[voxel->index]);
   }
   for (const auto& voxel : group.samples) {
-    if (!voxel->offLattice) voxel->strokeSum += layer.strokePixels[voxel->index];
+    if (!voxel->offLattice)
+      voxel->strokeSum += static_cast<float>(layer.strokePixels[voxel->index]);
   }
   group.strokeNorm = 255.0f;
   const float whole = parameters.ghostPart + parameters.strokePart + parameters.anglePart;
@@ -167,8 +169,8 @@ void Poisson::scoreSamples() {
 
 void Poisson::cutCandidates() {
   const uint32_t perVoronoi = toUint32(parameters.numberOfSamplePerVoronoi) / stepY / stepX;
-  const uint32_t fifth =
-      toUint32(static_cast<double>(group.unsupportedPixelCount / nbSupport) * 0.2);
+  const uint32_t perSupport = group.unsupportedPixelCount / nbSupport;
+  const uint32_t fifth = toUint32(static_cast<double>(perSupport) * 0.2);
   const uint64_t keep = uint64_t{std::max(std::min(fifth, perVoronoi), 4u)} * nbSupport;
   if (keep >= sampleCount) return;
   const float lastKept = candidates[keep - 1]->score;

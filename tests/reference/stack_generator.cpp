@@ -1,6 +1,7 @@
 #include "reference/stack_generator.h"
 
 #include <algorithm>
+#include <array>
 #include <cstdlib>
 #include <functional>
 #include <initializer_list>
@@ -81,6 +82,10 @@ class StackGenerator {
     int percent = 50;
     bool carves = false;
   };
+
+  size_t indexOf(int x, int y) const {
+    return static_cast<size_t>(y) * static_cast<size_t>(width) + static_cast<size_t>(x);
+  }
 
   void chooseSize() {
     const auto side = [&] {
@@ -207,7 +212,7 @@ class StackGenerator {
   }
 
   Mask drawSlice(int z) {
-    Mask mask(static_cast<size_t>(width) * static_cast<size_t>(height), 0);
+    Mask mask(indexOf(0, height), 0);
     if (random.oneIn(25)) return mask;
     if (random.oneIn(25)) mask.assign(mask.size(), 1);
     for (const Body& body : bodies) {
@@ -224,7 +229,7 @@ class StackGenerator {
     for (int y = std::max(0, centreY - radius); y < std::min(height, centreY + radius + 1); ++y) {
       for (int x = std::max(0, centreX - radius); x < std::min(width, centreX + radius + 1); ++x) {
         if (covers(body, x - centreX, y - centreY, radius)) {
-          mask[static_cast<size_t>(y * width + x)] = body.carves ? 0 : 1;
+          mask[indexOf(x, y)] = body.carves ? 0 : 1;
         }
       }
     }
@@ -261,12 +266,12 @@ class StackGenerator {
 
   // A byte per pixel: constant, smooth or noisy.
   Plane drawPlane(int mode) {
-    Plane plane(static_cast<size_t>(width) * static_cast<size_t>(height));
+    Plane plane(indexOf(0, height));
     const int centreX = random.integer(0, width - 1);
     const int centreY = random.integer(0, height - 1);
     const int slope = random.integer(1, 12);
     const int level = random.integer(0, 255);
-    const std::function<int(int, int)> value[] = {
+    const std::array<std::function<int(int, int)>, 7> values = {
         [](int, int) { return 255; },
         [](int, int) { return 0; },
         [&](int, int) { return level; },
@@ -277,9 +282,10 @@ class StackGenerator {
         [&](int, int) { return random.integer(0, 255); },
         [&](int, int) { return random.oneIn(slope) ? level : 255; },
     };
+    const auto& value = values.at(static_cast<size_t>(mode));
     for (int y = 0; y < height; ++y) {
       for (int x = 0; x < width; ++x) {
-        plane[static_cast<size_t>(y * width + x)] = static_cast<uint8_t>(value[mode](x, y));
+        plane[indexOf(x, y)] = static_cast<uint8_t>(value(x, y));
       }
     }
     return plane;
