@@ -9,9 +9,9 @@ namespace stiltforge {
 
 /// Splits one slice into its groups and relates each to the groups of the layer below.
 ///
-/// Connectivity: four edge neighbours, and diagonally downwards from the last pixel of a vertical run,
-/// from the group that is filled first (groups are filled in raster order of their first pixels). A
-/// pixel is material when its red byte is not 0, whatever its alpha.
+/// Connectivity: four edge neighbours, and diagonally downwards from the last pixel of a vertical
+/// run, from the group that is filled first (groups are filled in raster order of their first
+/// pixels). A pixel is material when its red byte is not 0, whatever its alpha.
 class FloodFill {
  public:
   static inline float almostNotBlueCounterLimit = 50.0f;

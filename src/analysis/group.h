@@ -16,16 +16,18 @@ struct Box {
   uint16_t yMax = 0;
 };
 
-/// What a sampled group keeps so that its sampling state can be rebuilt after its layer's pixels are
-/// gone: the blue and green bytes of its unsupported pixels, packed, and the lattice and normalisers
-/// that the sampler ended with.
+/// Columns [begin, end) of row y.
+struct RowSpan {
+  uint16_t y = 0;
+  uint16_t begin = 0;
+  uint16_t end = 0;
+};
+
+/// What a sampled group keeps so that its sampling state can be rebuilt after its layer's pixels
+/// are gone: the blue and green bytes of its unsupported pixels, packed, and the lattice and
+/// normalisers that the sampler ended with.
 struct SampleRecord {
-  struct Row {
-    uint16_t y = 0;
-    uint16_t begin = 0;  ///< first column
-    uint16_t end = 0;    ///< last column plus 1
-  };
-  std::vector<Row> rows;        ///< maximal runs of unsupported pixels, in raster order
+  std::vector<RowSpan> rows;    ///< maximal runs of unsupported pixels, in raster order
   std::vector<uint8_t> packed;  ///< their (blue, green) pairs, see analysis/byte_pairs.h
   uint32_t stepX = 1;
   uint32_t stepY = 1;
@@ -47,10 +49,10 @@ struct Group {
   uint32_t supportedPixel = 0;  ///< pixels that lie over any group of the layer below
   uint16_t xMin = 0;
   uint16_t yMin = 0;
-  uint16_t xMax = 0;  ///< exclusive
-  uint16_t yMax = 0;  ///< exclusive
-  uint16_t spanX = 0;  ///< last column minus first column
-  uint16_t spanY = 0;  ///< last row minus first row
+  uint16_t xMax = 0;            ///< exclusive
+  uint16_t yMax = 0;            ///< exclusive
+  uint16_t spanX = 0;           ///< last column minus first column
+  uint16_t spanY = 0;           ///< last row minus first row
   uint32_t islandDistance = 0;  ///< layers of continuous material below; 0 for an island
   uint32_t firstOverlap = 0;    ///< index in Layer::overlaps of the group's first entry
   uint32_t overlapEntries = 0;  ///< lower groups that this group touches

@@ -14,8 +14,7 @@ namespace stiltforge {
 struct SolidRun {
   uint16_t begin = 0;
   uint16_t end = 0;
-  uint32_t group = 0;      ///< label of the group it belongs to
-  uint32_t firstByte = 0;  ///< index of its first pixel in Layer::blue and Layer::green
+  uint32_t group = 0;  ///< label of the group it belongs to
 };
 
 /// What outlives the pixels of a layer: a group's box and, where it has any, its supports.
@@ -32,13 +31,15 @@ struct Layer {
   uint16_t width = 0;   ///< pixels
   uint16_t height = 0;  ///< pixels
 
-  Plane<uint32_t> pixelBuffer;     ///< width * height RGBA words; labels after FloodFill::run
-  Plane<uint8_t> supportedPixels;  ///< width * height blue bytes, 0 for background; on request only
+  Plane<uint32_t> pixelBuffer;  ///< width * height RGBA words; labels once segmented, on request
+  /// width * height blue and green bytes of the material. Background is 0 in supportedPixels when
+  /// buffers are wanted and is not written otherwise.
+  Plane<uint8_t> supportedPixels;
+  Plane<uint8_t> strokePixels;
 
-  std::vector<SolidRun> runs;       ///< in raster order
-  std::vector<uint32_t> rowRuns;    ///< height + 1 entries: row y holds runs [rowRuns[y], rowRuns[y+1])
-  std::vector<uint8_t> blue;        ///< blue byte of every material pixel, in raster order
-  std::vector<uint8_t> green;       ///< green byte, likewise
+  std::vector<SolidRun> runs;  ///< in raster order
+  std::vector<uint32_t>
+      rowRuns;  ///< height + 1 entries: row y has runs [rowRuns[y], rowRuns[y + 1])
   struct Overlap {
     uint32_t lower = 0;  ///< label of the lower group
     uint32_t count = 0;  ///< pixels shared with it
@@ -46,8 +47,8 @@ struct Layer {
   std::vector<Overlap> overlaps;  ///< per group ascending by lower label; see Group::firstOverlap
 
   uint32_t pixelCount = 0;
-  uint32_t groupCount = 0;       ///< placeholder not counted
-  std::vector<Group> groups;     ///< index 0 is the placeholder; empty once archived
+  uint32_t groupCount = 0;              ///< placeholder not counted
+  std::vector<Group> groups;            ///< index 0 is the placeholder; empty once archived
   std::vector<ArchivedGroup> archived;  ///< same indices as groups; empty until archived
 
   /// Number of groups, placeholder included, in work or archived.
@@ -63,10 +64,10 @@ struct Layer {
   /// True when the pixel at this index, y * width + x, carries no material. Needs the runs.
   bool isBackground(uint32_t index) const;
 
-  /// Releases the two pixel planes.
+  /// Releases the three pixel planes.
   void releasePixels();
-  /// Releases all that the next layer needed of this one and no later step reads. Supports stay where
-  /// they are in memory, since ghosts point to them.
+  /// Releases all that the next layer needed of this one and no later step reads. Supports stay
+  /// where they are in memory, since ghosts point to them.
   void archive();
 };
 

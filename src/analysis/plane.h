@@ -5,8 +5,8 @@
 
 namespace stiltforge {
 
-/// An owned block of plain values, left uninitialised: every user writes before it reads. A moved-from
-/// or released plane is null and has size 0.
+/// An owned block of plain values, left uninitialised: every user writes before it reads. A
+/// moved-from or released plane is null and has size 0.
 template <typename T>
 class Plane {
  public:

@@ -11,8 +11,8 @@ namespace stiltforge {
 /// Carries the supports of the layer below up into the groups that rest on them (ghost supports).
 class SupportInheritance {
  public:
-  static inline int32_t maxGhost = 200;    ///< most ghosts that one group may hold
-  static inline float maxZGhost = 1.0f;    ///< age, in layers, at which a listed ghost is retired
+  static inline int32_t maxGhost = 200;  ///< most ghosts that one group may hold
+  static inline float maxZGhost = 1.0f;  ///< age, in layers, at which a listed ghost is retired
   static inline int32_t ghostIterator = 0;
   static inline std::vector<Voxel*> ghostSupportArray;
   static inline std::vector<int32_t> deleteGhostIndex;
@@ -20,12 +20,12 @@ class SupportInheritance {
   Layer* layer = nullptr;
   Layer* previousLayer = nullptr;
 
-  /// Appends to the group's ghostSupports the ghosts, then the supports, of every lower group that it
-  /// touches, each once, until maxGhost are held.
+  /// Appends to the group's ghostSupports the ghosts, then the supports, of every lower group that
+  /// it touches, each once, until maxGhost are held.
   void inherite(Group& group) const;
 
-  /// Marks the listed ghosts that stand under background of `layer` or are older than maxZGhost, and
-  /// writes a line for each to `out`. `historySize` counts `layer`.
+  /// Marks the listed ghosts that stand under background of `layer` or are older than maxZGhost,
+  /// and writes a line for each to `out`. `historySize` counts `layer`.
   static void retireGhosts(const Layer& layer, std::size_t historySize, std::ostream& out);
 };
 

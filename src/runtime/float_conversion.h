@@ -5,8 +5,8 @@
 
 namespace stiltforge {
 
-/// Truncation towards zero; what does not fit, NaN included, gives the most negative value, which is
-/// what an x86-64 processor answers. In C++ such a cast would be undefined.
+/// Truncation towards zero; what does not fit, NaN included, gives the most negative value, which
+/// is what an x86-64 processor answers. In C++ such a cast would be undefined.
 inline int32_t toInt32(double value) {
   if (value > -2147483649.0 && value < 2147483648.0) return static_cast<int32_t>(value);
   return std::numeric_limits<int32_t>::min();
@@ -21,6 +21,8 @@ inline uint32_t toUint32(double value) {
 }
 
 /// toInt32, then the low 16 bits.
-inline uint16_t toUint16(double value) { return static_cast<uint16_t>(toInt32(value)); }
+inline uint16_t toUint16(double value) {
+  return static_cast<uint16_t>(toInt32(value));
+}
 
 }  // namespace stiltforge

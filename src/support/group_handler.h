@@ -12,8 +12,8 @@ namespace stiltforge {
 /// supports it needs, and their placement, groups in parallel.
 class GroupHandler {
  public:
-  /// Groups whose placement failed with an exception since load; such a group gets no supports and the
-  /// pass carries on.
+  /// Groups whose placement failed with an exception since load; such a group gets no supports and
+  /// the pass carries on.
   static inline std::atomic<uint64_t> failedTasks{0};
 
   std::vector<Layer>* layers = nullptr;  ///< the history; its last entry is the layer to support

@@ -1,16 +1,19 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <vector>
 
 #include "analysis/layer.h"
+#include "support/candidate_sort.h"
+#include "support/nearest_site.h"
+#include "support/sample_lattice.h"
 
 namespace stiltforge {
 
-class WorkerPool;
-
-/// Places the support points of one group: candidates on a staggered lattice, scored, cut, seeded and
-/// relaxed as Voronoi cells (Lloyd's algorithm), snapped back onto candidates. See generateSupports().
+/// Places the support points of one group: candidates on a staggered lattice, scored, cut, seeded
+/// and relaxed as Voronoi cells (S. Lloyd, "Least squares quantization in PCM", 1982), snapped back
+/// onto candidates. There is no random source. Built for one call of generateSupports().
 class Poisson {
  public:
   static inline float supportStrength = 0;
@@ -36,11 +39,48 @@ class Poisson {
   /// Row-major square of side ceil(2 * ghostRadius): the cone that a ghost support at the centre
   /// spreads, 255 at the centre, 0 at and beyond ghostRadius.
   static inline std::vector<float> ghostSpread;
-  /// Largest ghostRadius that createGhostSpread() accepts, pixels: its table takes 512 MiB.
+  /// Largest ghostRadius that createGhostSpread() accepts, pixels: its tables take 512 MiB.
   static constexpr float maxGhostRadius = 4096.0f;
 
   /// Rebuilds ghostSpread from ghostRadius. Throws std::length_error beyond maxGhostRadius.
   static void createGhostSpread();
+
+  Group* group = nullptr;
+  const Layer* layer = nullptr;
+  /// The group's pixels in raster order; read only when supports are to be placed.
+  const std::vector<RowSpan>* pixels = nullptr;
+  std::size_t layerCount = 0;  ///< layers in the history, this one included
+  float remainingStrength = 0;
+  float transmittedStrength = 0;  ///< strength that the lower groups pass up into this group
+  uint32_t nbSupport = 0;         ///< supports to place; afterwards, supports kept
+  uint32_t nbSupportBase = 0;     ///< the count that enters the strength formula
+  float strengthPerSupport = 1.0f;
+  bool isIsland = false;  ///< supports are reported as minima; a second, enlarged pass may run
+
+  /// Sets the group's pixelStrength, and where nbSupport is not 0 its supports, norms and sample
+  /// record. Returns nbSupport.
+  uint32_t generateSupports();
+
+ private:
+  uint32_t placeOnce();
+  void updatePixelStrength();
+  void chooseSteps();
+  void collectSamples();
+  void collectSamplesOnLattice();
+  void scoreSamples();
+  std::vector<Candidate> bestCandidates() const;
+  bool needsEnlargement() const;
+
+  SampleLattice lattice_;
+  bool secondPass_ = false;
+  uint32_t maxDist2_ = 0;  // islands: largest squared distance of a sample from its site
+
+  // The samples on the lattice, in raster order.
+  std::vector<uint16_t> sampleX_;
+  std::vector<uint16_t> sampleY_;
+  std::vector<uint8_t> sampleBlue_;
+  std::vector<uint8_t> sampleGreen_;
+  std::vector<float> sampleScore_;  // the ghost sum until scoreSamples()
 };
 
 }  // namespace stiltforge

@@ -15,9 +15,18 @@ struct AnalysisCancelled : std::runtime_error {
   AnalysisCancelled() : std::runtime_error("the analysis was cancelled") {}
 };
 
-/// The road of one slice: segmentation, append to the history, retirement and inheritance of ghosts,
-/// support placement, release of the layer below. One slice at a time; the context is built for one
-/// call of run().
+/// Planes that a finished slice leaves to the next one, so that a model touches fresh memory once.
+struct SliceScratch {
+  Plane<uint8_t> supportedPixels;
+  Plane<uint8_t> strokePixels;
+
+  void lend(Layer& layer);
+  void takeBack(Layer& layer, bool keepSupported);
+};
+
+/// The road of one slice: segmentation, append to the history, retirement and inheritance of
+/// ghosts, support placement, release of the layer below. One slice at a time; the context is built
+/// for one call of run().
 struct SlicePipeline {
   std::vector<Layer>* layers = nullptr;  ///< the history, bottom first
   std::mutex* historyMutex = nullptr;    ///< held while the layer is appended
@@ -25,14 +34,16 @@ struct SlicePipeline {
   /// false, topPixelCount is the size that it has or would have.
   Plane<uint32_t>* topPixelBuffer = nullptr;
   std::size_t topPixelCount = 0;
-  bool needBuffer = false;  ///< fill Layer::pixelBuffer with labels, Layer::supportedPixels, markers
+  bool needBuffer =
+      false;  ///< fill Layer::pixelBuffer with labels, Layer::supportedPixels, markers
   bool addSupport = true;
   const std::atomic<bool>* cancelled = nullptr;  ///< optional
+  SliceScratch* scratch = nullptr;               ///< optional; kept from slice to slice
 
-  /// Takes a layer with width, height and pixelBuffer set, everything else empty; leaves it, analysed,
-  /// as the last entry of *layers. Returns the number of supports placed. When needBuffer is false the
-  /// layer's pixelBuffer comes back in `spentPixels` for reuse.
-  /// Throws what the stages throw; after a failure beyond segmentation the entry stays in the history.
+  /// Takes a layer with width, height and pixelBuffer set, everything else empty; leaves it,
+  /// analysed, as the last entry of *layers. Returns the number of supports placed. When needBuffer
+  /// is false the layer's pixelBuffer comes back in `spentPixels` for reuse. Throws what the stages
+  /// throw; after a failure beyond segmentation the entry stays in the history.
   uint32_t run(Layer layer);
 
   Plane<uint32_t> spentPixels;

@@ -1,0 +1,14 @@
+#pragma once
+
+#include <cstddef>
+
+#include "analysis/layer.h"
+
+namespace stiltforge {
+
+/// Throws std::out_of_range when a pixel of material has an index of `markers` or above; the
+/// message names the first such pixel in the order in which a scanline fill with a stack reaches
+/// them. Needs the layer's pixelBuffer as the host sent it.
+void requireMarkers(const Layer& layer, std::size_t markers);
+
+}  // namespace stiltforge

@@ -1,0 +1,139 @@
+#include "analysis/layer_overlap.h"
+
+#include <algorithm>
+#include <vector>
+
+#include "runtime/worker_pool.h"
+
+namespace stiltforge {
+
+namespace {
+
+struct SharedPixels {
+  uint32_t group = 0;
+  uint32_t lower = 0;
+  uint32_t count = 0;
+};
+
+constexpr std::size_t runsPerTask = std::size_t{1} << 15;
+
+uint64_t firstIndex(const Layer& layer, uint32_t row, const SolidRun& run) {
+  return uint64_t{row} * layer.width + run.begin;
+}
+
+uint64_t endIndex(const Layer& layer, uint32_t row, const SolidRun& run) {
+  return uint64_t{row} * layer.width + run.end;
+}
+
+// A position in a layer's runs that knows its row.
+struct RunCursor {
+  const Layer* layer;
+  uint32_t run;
+  uint32_t row;
+
+  void settle() {
+    while (row < layer->height && run >= layer->rowRuns[row + 1]) ++row;
+  }
+  bool atEnd() const { return run >= layer->runs.size(); }
+  uint64_t first() const { return firstIndex(*layer, row, layer->runs[run]); }
+  uint64_t end() const { return endIndex(*layer, row, layer->runs[run]); }
+  void advance() {
+    ++run;
+    settle();
+  }
+};
+
+// The first run of the layer that ends beyond the pixel index.
+RunCursor seek(const Layer& layer, uint64_t index) {
+  RunCursor cursor{&layer, 0, 0};
+  if (layer.width == 0) return cursor;
+  cursor.row = static_cast<uint32_t>(std::min<uint64_t>(index / layer.width, layer.height));
+  cursor.run = layer.rowRuns[cursor.row];
+  cursor.settle();
+  while (!cursor.atEnd() && cursor.end() <= index) cursor.advance();
+  return cursor;
+}
+
+void intersectRows(const Layer& layer, const Layer& below, uint32_t firstRow, uint32_t endRow,
+                   std::vector<SharedPixels>& shared) {
+  RunCursor upper{&layer, layer.rowRuns[firstRow], firstRow};
+  upper.settle();
+  const uint32_t lastRun = layer.rowRuns[endRow];
+  if (upper.run >= lastRun) return;
+  RunCursor lower = seek(below, upper.first());
+  SharedPixels current;
+  while (upper.run < lastRun && !lower.atEnd()) {
+    const uint64_t from = std::max(upper.first(), lower.first());
+    const uint64_t upperEnd = upper.end();
+    const uint64_t lowerEnd = lower.end();
+    const uint64_t to = std::min(upperEnd, lowerEnd);
+    if (from < to) {
+      const uint32_t group = layer.runs[upper.run].group;
+      const uint32_t label = below.runs[lower.run].group;
+      if (group != current.group || label != current.lower) {
+        if (current.count != 0) shared.push_back(current);
+        current = {group, label, 0};
+      }
+      current.count += static_cast<uint32_t>(to - from);
+    }
+    if (upperEnd <= lowerEnd) upper.advance();
+    if (lowerEnd <= upperEnd) lower.advance();
+  }
+  if (current.count != 0) shared.push_back(current);
+}
+
+// Stable counting sort by one of the two labels.
+template <typename Key>
+void sortByLabel(std::vector<SharedPixels>& shared, std::size_t labels, Key key) {
+  std::vector<uint32_t> next(labels + 1, 0);
+  for (const SharedPixels& s : shared) ++next[key(s) + 1];
+  for (std::size_t i = 0; i < labels; ++i) next[i + 1] += next[i];
+  std::vector<SharedPixels> sorted(shared.size());
+  for (const SharedPixels& s : shared) sorted[next[key(s)]++] = s;
+  shared = std::move(sorted);
+}
+
+std::vector<SharedPixels> sharedPixels(const Layer& layer, const Layer& below) {
+  const std::size_t tasks = std::clamp<std::size_t>(layer.runs.size() / runsPerTask + 1, 1,
+                                                    std::max<std::size_t>(layer.height, 1));
+  std::vector<std::vector<SharedPixels>> parts(tasks);
+  workers::parallelFor(tasks, [&](std::size_t t) {
+    intersectRows(layer, below, static_cast<uint32_t>(layer.height * t / tasks),
+                  static_cast<uint32_t>(layer.height * (t + 1) / tasks), parts[t]);
+  });
+  std::vector<SharedPixels> shared = std::move(parts[0]);
+  for (std::size_t t = 1; t < tasks; ++t) {
+    shared.insert(shared.end(), parts[t].begin(), parts[t].end());
+  }
+  return shared;
+}
+
+}  // namespace
+
+void relateToLayerBelow(Layer& layer, const Layer& below) {
+  std::vector<SharedPixels> shared = sharedPixels(layer, below);
+  sortByLabel(shared, below.groups.size(), [](const SharedPixels& s) { return s.lower; });
+  sortByLabel(shared, layer.groups.size(), [](const SharedPixels& s) { return s.group; });
+
+  for (std::size_t i = 1; i < layer.groups.size(); ++i) {
+    layer.groups[i].overlapCount = static_cast<uint32_t>(below.groups.size());
+  }
+  for (std::size_t i = 0; i < shared.size();) {
+    Group& group = layer.groups[shared[i].group];
+    group.firstOverlap = static_cast<uint32_t>(layer.overlaps.size());
+    while (i < shared.size() && shared[i].group == group.id) {
+      Layer::Overlap overlap{shared[i].lower, 0};
+      for (; i < shared.size() && shared[i].group == group.id && shared[i].lower == overlap.lower;
+           ++i) {
+        overlap.count += shared[i].count;
+      }
+      layer.overlaps.push_back(overlap);
+      ++group.overlapEntries;
+      group.supportedPixel += overlap.count;
+      group.islandDistance =
+          std::max(group.islandDistance, below.groups[overlap.lower].islandDistance + 1);
+    }
+  }
+}
+
+}  // namespace stiltforge

@@ -1,0 +1,100 @@
+#include "analysis/run_extraction.h"
+
+#include <algorithm>
+#include <cstring>
+#include <vector>
+
+#include "analysis/solid_mask.h"
+#include "runtime/worker_pool.h"
+
+namespace stiltforge {
+
+namespace {
+
+// A band of a 4K slice fits the second-level cache, so the channels are read from there.
+constexpr std::size_t pixelsPerBand = std::size_t{1} << 16;
+
+struct Band {
+  uint32_t firstRow = 0;
+  uint32_t endRow = 0;
+  std::vector<SolidRun> runs;
+};
+
+void appendRowRuns(const uint64_t* masks, uint32_t width, std::vector<SolidRun>& runs) {
+  uint64_t carry = 0;
+  uint32_t begin = 0;
+  for (uint32_t word = 0; word * 64 < width; ++word) {
+    const uint64_t mask = masks[word];
+    uint64_t edges = mask ^ ((mask << 1) | carry);
+    carry = mask >> 63;
+    while (edges != 0) {
+      const uint32_t bit = static_cast<uint32_t>(__builtin_ctzll(edges));
+      const uint32_t x = word * 64 + bit;
+      edges &= edges - 1;
+      if ((mask >> bit) & 1) {
+        begin = x;
+      } else {
+        runs.push_back({static_cast<uint16_t>(begin), static_cast<uint16_t>(x), 0});
+      }
+    }
+  }
+  if (carry) runs.push_back({static_cast<uint16_t>(begin), static_cast<uint16_t>(width), 0});
+}
+
+void splitChannels(const uint32_t* pixels, std::size_t n, uint8_t* blue, uint8_t* green) {
+  for (std::size_t i = 0; i < n; ++i) {
+    green[i] = static_cast<uint8_t>(pixels[i] >> 8);
+    blue[i] = static_cast<uint8_t>(pixels[i] >> 16);
+  }
+}
+
+void extractBand(Layer& layer, Band& band, bool clearBackground) {
+  const uint32_t width = layer.width;
+  const SolidMaskFunction solidMasks = solidMaskFunction();
+  std::vector<uint64_t> masks((width + 63) / 64);
+  for (uint32_t y = band.firstRow; y < band.endRow; ++y) {
+    const std::size_t base = static_cast<std::size_t>(y) * width;
+    const uint32_t* pixels = layer.pixelBuffer.data() + base;
+    uint8_t* blue = layer.supportedPixels.data() + base;
+    uint8_t* green = layer.strokePixels.data() + base;
+    const std::size_t firstRun = band.runs.size();
+    solidMasks(pixels, width, masks.data());
+    appendRowRuns(masks.data(), width, band.runs);
+    layer.rowRuns[y + 1] = static_cast<uint32_t>(band.runs.size() - firstRun);
+    uint32_t cleared = 0;
+    for (std::size_t r = firstRun; r < band.runs.size(); ++r) {
+      const SolidRun run = band.runs[r];
+      if (clearBackground) std::memset(blue + cleared, 0, run.begin - cleared);
+      splitChannels(pixels + run.begin, run.end - run.begin, blue + run.begin, green + run.begin);
+      cleared = run.end;
+    }
+    if (clearBackground) std::memset(blue + cleared, 0, width - cleared);
+  }
+}
+
+}  // namespace
+
+void extractRuns(Layer& layer, bool clearBackground) {
+  const uint32_t height = layer.width == 0 ? 0 : layer.height;
+  layer.runs.clear();
+  layer.rowRuns.assign(std::size_t{layer.height} + 1, 0);
+  if (height == 0) return;
+
+  const uint32_t rowsPerBand =
+      static_cast<uint32_t>(std::max<std::size_t>(1, pixelsPerBand / layer.width));
+  std::vector<Band> bands((height + rowsPerBand - 1) / rowsPerBand);
+  for (std::size_t b = 0; b < bands.size(); ++b) {
+    bands[b].firstRow = static_cast<uint32_t>(b) * rowsPerBand;
+    bands[b].endRow = std::min(height, bands[b].firstRow + rowsPerBand);
+  }
+  workers::parallelFor(bands.size(),
+                       [&](std::size_t b) { extractBand(layer, bands[b], clearBackground); });
+
+  for (uint32_t y = 0; y < height; ++y) layer.rowRuns[y + 1] += layer.rowRuns[y];
+  layer.runs.reserve(layer.rowRuns[height]);
+  for (const Band& band : bands) {
+    layer.runs.insert(layer.runs.end(), band.runs.begin(), band.runs.end());
+  }
+}
+
+}  // namespace stiltforge

@@ -1,0 +1,18 @@
+#pragma once
+
+#include <cstdint>
+
+#include "analysis/layer.h"
+
+namespace stiltforge {
+
+/// Gives every run of the layer the label of its group, 1 to the returned count, in raster order of
+/// the groups' first pixels.
+///
+/// Runs of neighbouring rows that share a column are united (disjoint sets with path halving).
+/// Corner contacts are one-way links from the upper to the lower component; groups are then
+/// collected from each component not yet taken, in raster order, along the links. This equals a
+/// fill of vertical runs that steps diagonally down from the end of a run.
+uint32_t labelRuns(Layer& layer);
+
+}  // namespace stiltforge

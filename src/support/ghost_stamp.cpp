@@ -1,0 +1,107 @@
+#include "support/ghost_stamp.h"
+
+#include <cmath>
+#include <stdexcept>
+#include <string>
+
+#include "runtime/float_conversion.h"
+#include "support/poisson.h"
+
+namespace stiltforge {
+
+namespace {
+
+// Side of the table: the number of whole i >= 0 with i < 2 * ghostRadius.
+uint32_t tableSide = 0;
+std::vector<float> coneSteps;
+
+uint32_t sideOf(float radius) {
+  const float diameter = 2.0f * radius;
+  return diameter > 0 ? static_cast<uint32_t>(std::ceil(diameter)) : 0;
+}
+
+// Box coordinate of a table cell; a cell left of or above the box wraps to a large number.
+uint16_t boxCoordinate(uint16_t ghost, uint32_t cell, uint16_t boxMin) {
+  return toUint16(static_cast<float>(ghost) - Poisson::ghostRadius + static_cast<float>(cell) -
+                  static_cast<float>(boxMin));
+}
+
+}  // namespace
+
+void Poisson::createGhostSpread() {
+  if (ghostRadius > maxGhostRadius) {
+    throw std::length_error("ghostRadius " + std::to_string(ghostRadius) +
+                            " is too large: at most 4096 pixels are supported");
+  }
+  const float radius = ghostRadius;
+  const uint32_t side = sideOf(radius);
+  const int32_t centre = static_cast<int16_t>(toInt32(radius));
+  ghostSpread.resize(std::size_t{side} * side);
+  std::size_t k = 0;
+  for (uint32_t i = 0; i < side; ++i) {
+    for (uint32_t j = 0; j < side; ++j) {
+      const auto dx = static_cast<float>(static_cast<int32_t>(j) - centre);
+      const auto dy = static_cast<float>(static_cast<int32_t>(i) - centre);
+      const float distance = std::sqrt(dx * dx + dy * dy);
+      ghostSpread[k++] = distance > radius ? 0.0f : (radius - distance) / radius * 255.0f;
+    }
+  }
+  GhostStamp::rebuildTable();
+}
+
+void GhostStamp::rebuildTable() {
+  const float radius = Poisson::ghostRadius;
+  tableSide = sideOf(radius);
+  coneSteps.resize(Poisson::ghostSpread.size());
+  for (uint32_t i = 0; i < tableSide; ++i) {
+    for (uint32_t j = 0; j < tableSide; ++j) {
+      // The row length in this index is 2 * radius, whole or not.
+      const float index = static_cast<float>(j) + 2.0f * (static_cast<float>(i) * radius);
+      const float weight = Poisson::ghostSpread[toUint32(index)];
+      coneSteps[std::size_t{i} * tableSide + j] = static_cast<float>(toInt32(weight) & 0xFF);
+    }
+  }
+}
+
+GhostStamp::GhostStamp(const std::vector<Voxel*>& ghosts, Box box)
+    : boxWidth_(static_cast<uint32_t>(box.xMax - box.xMin)) {
+  const auto boxHeight = static_cast<uint32_t>(box.yMax - box.yMin);
+  for (const Voxel* ghost : ghosts) {
+    if (ghost->toDelete) continue;
+    Footprint footprint;
+    for (uint32_t i = 0; i < tableSide; ++i) {
+      const uint32_t row = boxCoordinate(ghost->y, i, box.yMin);
+      if (row < boxHeight) footprint.rows.push_back({row, i});
+    }
+    if (footprint.rows.empty()) continue;
+    for (uint32_t j = 0; j < tableSide; ++j) {
+      const uint32_t column = boxCoordinate(ghost->x, j, box.xMin);
+      if (column >= boxWidth_) continue;
+      std::vector<Span>& spans = footprint.spans;
+      if (!spans.empty() && spans.back().tableColumn + spans.back().length == j &&
+          spans.back().boxColumn + spans.back().length == column) {
+        ++spans.back().length;
+      } else {
+        spans.push_back({j, column, 1});
+      }
+    }
+    if (!footprint.spans.empty()) footprints_.push_back(std::move(footprint));
+  }
+}
+
+void GhostStamp::addRows(uint32_t firstRow, uint32_t endRow, float* sums) const {
+  for (const Footprint& footprint : footprints_) {
+    for (const Row& row : footprint.rows) {
+      if (row.boxRow < firstRow || row.boxRow >= endRow) continue;
+      const float* table = coneSteps.data() + std::size_t{row.tableRow} * tableSide;
+      float* line = sums + std::size_t{row.boxRow - firstRow} * boxWidth_;
+      for (const Span& span : footprint.spans) {
+        const float* from = table + span.tableColumn;
+        float* to = line + span.boxColumn;
+        for (uint32_t k = 0; k < span.length; ++k) to[k] += from[k];
+      }
+    }
+  }
+}
+
+}  // namespace stiltforge
