@@ -1,0 +1,11 @@
+#pragma once
+
+#include <napi.h>
+
+namespace stiltforge {
+
+/// AnalyseSlice(ArrayBuffer of width * height RGBA pixels, layer index, callback(result)): copies
+/// the slice and queues its analysis. A slice that cannot be analysed gives callback(Error).
+Napi::Value AnalyseSlice(const Napi::CallbackInfo& info);
+
+}  // namespace stiltforge

@@ -1,0 +1,35 @@
+#include "addon/clean_up.h"
+
+#include <cstdint>
+#include <string>
+
+#include "addon/analysis_owner.h"
+#include "addon/environment.h"
+#include "addon/slice_worker.h"
+
+namespace stiltforge {
+
+void CleanPointer(const Napi::CallbackInfo& info) {
+  const Environment& environment = *Environment::of(info.Env());
+  AnalysisClaim claim(info.Env(), environment);
+  environment.jobs.requireIdle(info.Env(), "CleanPointer");
+  SliceWorker::freeModel();
+  claim.giveUp();
+}
+
+void CleanSlicePointer(const Napi::CallbackInfo& info) {
+  const Napi::Env env = info.Env();
+  const auto index = static_cast<uint16_t>(info[0].As<Napi::Number>().Uint32Value());
+  const Environment& environment = *Environment::of(env);
+  const AnalysisClaim claim(env, environment);
+  environment.jobs.requireIdle(env, "CleanSlicePointer");
+  if (index >= SliceWorker::layers.size()) {
+    throw Napi::Error::New(env, "CleanSlicePointer got index " + std::to_string(index) +
+                                    ", but the history holds " +
+                                    std::to_string(SliceWorker::layers.size()) +
+                                    " layers, counted from 0. Only analysed slices can be freed.");
+  }
+  SliceWorker::layers[index].releasePixels();
+}
+
+}  // namespace stiltforge

@@ -1,0 +1,71 @@
+#include "addon/environment.h"
+
+#include "addon/analysis_owner.h"
+#include "runtime/worker_pool.h"
+
+namespace stiltforge {
+
+namespace {
+
+std::mutex countMutex;
+uint32_t openEnvironments = 0;
+uint32_t everOpened = 0;
+
+struct InstanceData {
+  std::shared_ptr<Environment> environment;
+};
+
+// Node-API does not tell which thread an environment belongs to; Node's own module does.
+std::string threadName(Napi::Env env, uint32_t id) {
+  try {
+    const Napi::Object process = env.Global().Get("process").As<Napi::Object>();
+    const Napi::Function getBuiltinModule = process.Get("getBuiltinModule").As<Napi::Function>();
+    const Napi::Object threads =
+        getBuiltinModule.Call(process, {Napi::String::New(env, "node:worker_threads")})
+            .As<Napi::Object>();
+    if (threads.Get("isMainThread").ToBoolean()) return "the main thread";
+    return "worker thread " + threads.Get("threadId").ToString().Utf8Value();
+  } catch (const Napi::Error&) {
+    return "environment " + std::to_string(id) + " (in order of loading)";
+  }
+}
+
+}  // namespace
+
+void Environment::open(Napi::Env env) {
+  auto environment = std::make_shared<Environment>();
+  {
+    const std::lock_guard<std::mutex> lock(countMutex);
+    ++openEnvironments;
+    environment->id = ++everOpened;
+  }
+  env.SetInstanceData(new InstanceData{environment});
+  env.AddCleanupHook([environment] { environment->close(); });
+
+  environment->name = threadName(env, environment->id);
+  environment->arrayBuffer = Napi::Persistent(env.Global().Get("ArrayBuffer").As<Napi::Function>());
+  const Napi::Object buffer = env.Global().Get("Buffer").As<Napi::Object>();
+  environment->bufferFrom = Napi::Persistent(buffer.Get("from").As<Napi::Function>());
+}
+
+const std::shared_ptr<Environment>& Environment::of(Napi::Env env) {
+  return env.GetInstanceData<InstanceData>()->environment;
+}
+
+void Environment::close() {
+  closed = true;
+  jobs.dropWaiting();
+  {
+    // A job that executes now stops between two stages; one that has yet to begin sees `closed`.
+    const std::lock_guard<std::mutex> lock(executing);
+  }
+  AnalysisClaim::end(*this);
+  arrayBuffer.Reset();
+  bufferFrom.Reset();
+
+  // The shared object is unmapped once no environment uses it; no thread may run in it then.
+  const std::lock_guard<std::mutex> lock(countMutex);
+  if (--openEnvironments == 0) workers::shutdown();
+}
+
+}  // namespace stiltforge

@@ -1,0 +1,51 @@
+#include "addon/group_to_bitmap_worker.h"
+
+#include <stdexcept>
+#include <utility>
+#include <vector>
+
+#include "addon/slice_worker.h"
+
+namespace stiltforge {
+
+GroupToBitmapWorker::GroupToBitmapWorker(const Napi::Function& callback,
+                                         std::shared_ptr<Environment> owner, uint16_t layer,
+                                         uint32_t group)
+    : Job(callback, std::move(owner)), layerIndex(layer), groupIndex(group) {}
+
+std::string GroupToBitmapWorker::subject() const {
+  return "group " + std::to_string(groupIndex) + " of layer " + std::to_string(layerIndex);
+}
+
+// The indices are checked here and not when the job is made: the slices before it in the queue may
+// bring the layer that it asks for.
+void GroupToBitmapWorker::work() {
+  const std::vector<Layer>& layers = SliceWorker::layers;
+  if (layerIndex >= layers.size()) {
+    throw std::out_of_range("There is no layer " + std::to_string(layerIndex) + ": " +
+                            std::to_string(layers.size()) +
+                            " layers have been analysed, counted from 0.");
+  }
+  const std::size_t groups = layers[layerIndex].groupEntries();
+  if (groupIndex >= groups) {
+    throw std::out_of_range("There is no group " + std::to_string(groupIndex) + " in layer " +
+                            std::to_string(layerIndex) + ": its groups are numbered from 1 to " +
+                            std::to_string(groups - 1) + ".");
+  }
+  SliceWorker::ensureGhostSpread();
+  rendered = renderGroup(layers[layerIndex], groupIndex);
+}
+
+void GroupToBitmapWorker::OnOK() {
+  const Napi::Env env = Env();
+  std::vector<napi_value> arguments;
+  for (const std::vector<uint8_t>& image : rendered.images) {
+    arguments.push_back(Napi::Buffer<unsigned char>::Copy(env, image.data(), image.size()));
+  }
+  arguments.push_back(Napi::Number::New(env, rendered.width));
+  arguments.push_back(Napi::Number::New(env, rendered.height));
+  finished();
+  Callback().Call(arguments);
+}
+
+}  // namespace stiltforge

@@ -1,0 +1,60 @@
+#include "addon/job.h"
+
+#include <mutex>
+#include <new>
+#include <stdexcept>
+#include <utility>
+
+#include "addon/environment.h"
+#include "support/slice_pipeline.h"
+
+namespace stiltforge {
+
+namespace {
+
+// A worker thread that is being terminated still sees its jobs complete, but can run no script:
+// calls that might then fail without an exception to show for it.
+bool canRunScript(Napi::Env env) {
+  bool found = false;
+  return napi_has_named_property(env, env.Global(), "Object", &found) == napi_ok;
+}
+
+}  // namespace
+
+Job::Job(const Napi::Function& callback, std::shared_ptr<Environment> owner)
+    : Napi::AsyncWorker(callback), environment(std::move(owner)) {}
+
+Job::~Job() {
+  finished();
+}
+
+void Job::finished() {
+  environment->jobs.finished(this);
+}
+
+void Job::Execute() {
+  std::lock_guard<std::mutex> lock(environment->executing);
+  if (environment->closed) throw AnalysisCancelled();
+  try {
+    work();
+  } catch (const std::bad_alloc&) {
+    throw std::runtime_error("Not enough memory for " + subject() +
+                             ". Use smaller slices, or free memory and start the model again.");
+  }
+}
+
+void Job::OnError(const Napi::Error& error) {
+  finished();
+  Callback().Call({error.Value()});
+}
+
+void Job::OnWorkComplete(Napi::Env env, napi_status status) {
+  const Napi::HandleScope scope(env);
+  if (environment->closed || !canRunScript(env)) {
+    Destroy();
+  } else {
+    Napi::AsyncWorker::OnWorkComplete(env, status);
+  }
+}
+
+}  // namespace stiltforge

@@ -1,0 +1,150 @@
+#include "addon/slice_worker.h"
+
+#include <algorithm>
+#include <cstring>
+#include <utility>
+
+#include "addon/environment.h"
+#include "addon/layer_result.h"
+#include "analysis/support_inheritance.h"
+#include "runtime/worker_pool.h"
+#include "support/poisson.h"
+
+namespace stiltforge {
+
+namespace {
+
+// A slice in analysis and one behind it.
+constexpr std::size_t maxSparePixels = 2;
+
+template <typename T>
+void releaseStorage(std::vector<T>& vector) {
+  std::vector<T>().swap(vector);
+}
+
+void copyBytes(uint8_t* to, const void* from, std::size_t size) {
+  constexpr std::size_t block = std::size_t{1} << 20;
+  workers::parallelFor((size + block - 1) / block, [&](std::size_t i) {
+    const std::size_t start = i * block;
+    std::memcpy(to + start, static_cast<const uint8_t*>(from) + start,
+                std::min(block, size - start));
+  });
+}
+
+}  // namespace
+
+void SliceWorker::startModel(Plane<uint32_t> topPixels, std::size_t pixelCount) {
+  releaseStorage(layers);
+  topPixelBuffer = std::move(topPixels);
+  topPixelCount = pixelCount;
+  topPixelsWritten = false;
+  releaseStorage(sparePixels);
+  scratch = SliceScratch{};
+  modelFreed = false;
+}
+
+void SliceWorker::freeModel() {
+  for (Layer& husk : layers) husk = Layer{};
+  if (!layers.empty()) modelFreed = true;
+  topPixelBuffer.release();
+  topPixelsWritten = false;
+  releaseStorage(sparePixels);
+  scratch = SliceScratch{};
+  releaseStorage(Poisson::ghostSpread);
+  ghostSpreadCurrent = false;
+  releaseStorage(SupportInheritance::ghostSupportArray);
+  releaseStorage(SupportInheritance::deleteGhostIndex);
+}
+
+void SliceWorker::ensureGhostSpread() {
+  if (ghostSpreadCurrent) return;
+  Poisson::createGhostSpread();
+  ghostSpreadCurrent = true;
+}
+
+Plane<uint32_t> SliceWorker::takePixels(std::size_t count) {
+  if (sparePixels.empty()) return Plane<uint32_t>(count);
+  Plane<uint32_t> pixels = std::move(sparePixels.back());
+  sparePixels.pop_back();
+  return pixels.size() == count ? std::move(pixels) : Plane<uint32_t>(count);
+}
+
+void SliceWorker::keepPixels(Plane<uint32_t> pixels) {
+  if (!pixels.empty() && sparePixels.size() < maxSparePixels) {
+    sparePixels.push_back(std::move(pixels));
+  }
+}
+
+SliceWorker::SliceWorker(const Napi::Function& callback, std::shared_ptr<Environment> owner,
+                         uint16_t echoedIndex, const void* pixels)
+    : Job(callback, std::move(owner)), layerIndex(echoedIndex) {
+  const std::size_t count = std::size_t{width} * height;
+  layer.width = width;
+  layer.height = height;
+  layer.pixelBuffer = takePixels(count);
+  if (count != 0) std::memcpy(layer.pixelBuffer.data(), pixels, count * sizeof(uint32_t));
+  if (needBuffer) {
+    const Napi::Env env = callback.Env();
+    buffers = Buffers{
+        {env, *environment, count * 4}, {env, *environment, count * 4}, {env, *environment, count}};
+  }
+}
+
+std::string SliceWorker::subject() const {
+  return "the slice with layerIndex " + std::to_string(layerIndex) + " (" +
+         std::to_string(layer.width) + " x " + std::to_string(layer.height) + " pixels)";
+}
+
+void SliceWorker::work() {
+  ensureGhostSpread();
+  if (buffers && !topPixelsWritten) {
+    if (topPixelBuffer.size() != topPixelCount) topPixelBuffer = Plane<uint32_t>(topPixelCount);
+    std::fill_n(topPixelBuffer.data(), topPixelCount, 0u);
+    topPixelsWritten = true;
+  }
+  SlicePipeline pipeline;
+  pipeline.layers = &layers;
+  pipeline.historyMutex = &g_pages_mutex;
+  pipeline.topPixelBuffer = &topPixelBuffer;
+  pipeline.topPixelCount = topPixelCount;
+  pipeline.needBuffer = buffers.has_value();
+  pipeline.addSupport = addSupport;
+  pipeline.cancelled = &environment->closed;
+  pipeline.scratch = &scratch;
+  supportCount = pipeline.run(std::move(layer));
+  entry = layers.size() - 1;
+  spentPixels = std::move(pipeline.spentPixels);
+  if (buffers) fillBuffers(layers[entry]);
+}
+
+void SliceWorker::fillBuffers(Layer& analysed) {
+  copyBytes(buffers->pixel.data(), analysed.pixelBuffer.data(), buffers->pixel.size());
+  copyBytes(buffers->topPixel.data(), topPixelBuffer.data(),
+            std::min(buffers->topPixel.size(), topPixelCount * sizeof(uint32_t)));
+  copyBytes(buffers->supportedPixels.data(), analysed.supportedPixels.data(),
+            buffers->supportedPixels.size());
+  // No later step reads the pixels of an analysed layer.
+  spentPixels = std::move(analysed.pixelBuffer);
+  analysed.releasePixels();
+}
+
+void SliceWorker::OnOK() {
+  const Napi::Env env = Env();
+  keepPixels(std::move(spentPixels));
+
+  Napi::Object result = Napi::Object::New(env);
+  result.Set("pixelBuffer", buffers ? buffers->pixel.value() : env.Null());
+  result.Set("topPixelBuffer", buffers ? buffers->topPixel.value() : env.Null());
+  result.Set("width", Napi::Number::New(env, width));
+  result.Set("height", Napi::Number::New(env, height));
+  result.Set("sliceCount", Napi::Number::New(env, sliceCount));
+  result.Set("needBuffer", Napi::Boolean::New(env, needBuffer));
+  result.Set("layerIndex", Napi::Number::New(env, layerIndex));
+  result.Set("layer", layerToJS(env, layers[entry]));
+  if (buffers) result.Set("supportedPixels", buffers->supportedPixels.value());
+
+  finished();
+  Callback().Call({result});
+}
+
+}  // namespace stiltforge
