@@ -1,0 +1,82 @@
+#include "slicing/addon/mask_slicer_object.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <new>
+#include <span>
+#include <string>
+
+#include "slicing/addon/options.h"
+#include "slicing/addon/rejection.h"
+#include "slicing/slicing_error.h"
+
+namespace stiltforge::slicing {
+
+namespace {
+
+MaskSettings readSettings(Napi::Env env, const Options& options) {
+  MaskSettings settings;
+  settings.maskWidth = options.whole("maskWidth");
+  settings.maskHeight = options.whole("maskHeight");
+  settings.cropX = options.optionalWhole("cropX").value_or(0);
+  settings.cropY = options.optionalWhole("cropY").value_or(0);
+  settings.width = options.optionalWhole("width").value_or(settings.maskWidth);
+  settings.height = options.optionalWhole("height").value_or(settings.maskHeight);
+  const uint32_t threshold = options.optionalWhole("threshold").value_or(settings.threshold);
+  if (threshold < 1 || threshold > 255) {
+    throw Napi::RangeError::New(env, "The option \"threshold\" is " + std::to_string(threshold) +
+                                         "; it must be a whole number from 1 to 255.");
+  }
+  settings.threshold = static_cast<uint8_t>(threshold);
+  settings.channels = options.channels();
+  settings.channels.pixelSize = options.number("pixelSize");
+  return settings;
+}
+
+}  // namespace
+
+Napi::Function MaskSlicerObject::define(Napi::Env env) {
+  return DefineClass(env, "MaskSlicer", {InstanceMethod("next", &MaskSlicerObject::next)});
+}
+
+MaskSlicerObject::MaskSlicerObject(const Napi::CallbackInfo& info)
+    : Napi::ObjectWrap<MaskSlicerObject>(info) {
+  const Napi::Env env = info.Env();
+  const Options options(
+      info, {"maskWidth", "maskHeight", "cropX", "cropY", "width", "height", "threshold",
+             "pixelSize", "layerHeight", "criticalAngle", "fullOverhang", "inset"});
+  const MaskSettings settings = readSettings(env, options);
+  try {
+    slicer_ = std::make_unique<MaskSlicer>(settings);
+  } catch (const SlicingError& failure) {
+    throw Napi::Error::New(env, failure.what());
+  } catch (const std::bad_alloc&) {
+    throw Napi::Error::New(env, "There is not enough memory for slices of this size.");
+  }
+  width_ = static_cast<int>(settings.width);
+  height_ = static_cast<int>(settings.height);
+}
+
+Napi::Value MaskSlicerObject::next(const Napi::CallbackInfo& info) {
+  const Napi::Env env = info.Env();
+  return rejectOnError(env, [&] {
+    if (!info[0].IsTypedArray() ||
+        info[0].As<Napi::TypedArray>().TypedArrayType() != napi_uint8_array) {
+      throw Napi::TypeError::New(env, "The mask must be a Uint8Array.");
+    }
+    const Napi::Uint8Array mask = info[0].As<Napi::Uint8Array>();
+    if (mask.ElementLength() != slicer_->maskBytes()) {
+      throw Napi::RangeError::New(env, "The mask has " + std::to_string(mask.ElementLength()) +
+                                           " bytes; " + std::to_string(slicer_->maskBytes()) +
+                                           " are needed, one for each pixel.");
+    }
+    Napi::ArrayBuffer pixels = pixelBuffer(env, info[1], width_, height_);
+    const std::span<const uint8_t> grey(mask.Data(), mask.ElementLength());
+    return queue_.add(info.This().As<Napi::Object>(), pixels, mask,
+                      [slicer = slicer_.get(), grey, rgba = static_cast<uint8_t*>(pixels.Data())] {
+                        return slicer->next(grey, rgba);
+                      });
+  });
+}
+
+}  // namespace stiltforge::slicing

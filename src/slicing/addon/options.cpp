@@ -1,0 +1,121 @@
+#include "slicing/addon/options.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstddef>
+#include <string>
+
+#include "slicing/slicing_error.h"
+
+namespace stiltforge::slicing {
+
+namespace {
+
+std::string quoted(const std::string& name) {
+  return "\"" + name + "\"";
+}
+
+uint32_t toWhole(Napi::Env env, const char* name, double value) {
+  if (!(value >= 0 && value <= 4294967295.0) || value != std::floor(value)) {
+    throw Napi::RangeError::New(env, "The option " + quoted(name) + " is " + numberText(value) +
+                                         "; it must be a whole number from 0 to 4294967295.");
+  }
+  return static_cast<uint32_t>(value);
+}
+
+}  // namespace
+
+Options::Options(const Napi::CallbackInfo& info, std::initializer_list<const char*> known) {
+  if (info.Length() < 1 || !info[0].IsObject()) {
+    throw Napi::TypeError::New(info.Env(), "The first argument must be an object with options.");
+  }
+  object_ = info[0].As<Napi::Object>();
+  const Napi::Array names = object_.GetPropertyNames();
+  for (uint32_t i = 0; i < names.Length(); ++i) {
+    const std::string name = names.Get(i).ToString();
+    if (std::find(known.begin(), known.end(), name) != known.end()) continue;
+    std::string list;
+    for (const char* candidate : known) list += (list.empty() ? "" : ", ") + std::string(candidate);
+    throw Napi::TypeError::New(
+        info.Env(), "There is no option " + quoted(name) + "; the options are " + list + ".");
+  }
+}
+
+std::optional<double> Options::optionalNumber(const char* name) const {
+  const Napi::Value value = object_.Get(name);
+  if (value.IsUndefined()) return std::nullopt;
+  if (!value.IsNumber()) {
+    throw Napi::TypeError::New(object_.Env(), "The option " + quoted(name) + " must be a number.");
+  }
+  return value.As<Napi::Number>().DoubleValue();
+}
+
+double Options::number(const char* name) const {
+  const std::optional<double> value = optionalNumber(name);
+  if (!value) {
+    throw Napi::TypeError::New(object_.Env(),
+                               "The option " + quoted(name) + " is missing; it must be a number.");
+  }
+  return *value;
+}
+
+uint32_t Options::whole(const char* name) const {
+  return toWhole(object_.Env(), name, number(name));
+}
+
+std::optional<uint32_t> Options::optionalWhole(const char* name) const {
+  const std::optional<double> value = optionalNumber(name);
+  if (!value) return std::nullopt;
+  return toWhole(object_.Env(), name, *value);
+}
+
+Napi::Float32Array Options::floats(const char* name) const {
+  const Napi::Value value = object_.Get(name);
+  if (!value.IsTypedArray() ||
+      value.As<Napi::TypedArray>().TypedArrayType() != napi_float32_array) {
+    throw Napi::TypeError::New(object_.Env(),
+                               "The option " + quoted(name) + " must be a Float32Array.");
+  }
+  return value.As<Napi::Float32Array>();
+}
+
+ChannelSettings Options::channels() const {
+  ChannelSettings settings;
+  settings.layerHeight = number("layerHeight");
+  settings.criticalAngle = optionalNumber("criticalAngle").value_or(settings.criticalAngle);
+  settings.inset = optionalNumber("inset").value_or(settings.inset);
+  settings.fullOverhang = optionalNumber("fullOverhang");
+  return settings;
+}
+
+Napi::ArrayBuffer pixelBuffer(Napi::Env env, Napi::Value recycled, int width, int height) {
+  const std::size_t bytes = static_cast<std::size_t>(width) * static_cast<std::size_t>(height) * 4;
+  if (!recycled.IsUndefined()) {
+    if (!recycled.IsArrayBuffer()) {
+      throw Napi::TypeError::New(env, "The buffer to fill must be an ArrayBuffer.");
+    }
+    Napi::ArrayBuffer buffer = recycled.As<Napi::ArrayBuffer>();
+    if (buffer.ByteLength() != bytes) {
+      throw Napi::RangeError::New(env, "The buffer to fill has " +
+                                           std::to_string(buffer.ByteLength()) + " bytes; " +
+                                           std::to_string(bytes) + " are needed.");
+    }
+    return buffer;
+  }
+  // The language's own constructor throws where Node-API's ends the process for want of memory.
+  Napi::Value buffer;
+  try {
+    buffer = env.Global()
+                 .Get("ArrayBuffer")
+                 .As<Napi::Function>()
+                 .New({Napi::Number::New(env, static_cast<double>(bytes))});
+  } catch (const Napi::Error&) {
+    throw Napi::Error::New(env, "There is not enough memory for a slice of " +
+                                    std::to_string(width) + " x " + std::to_string(height) +
+                                    " pixels (" + std::to_string(bytes) +
+                                    " bytes). Choose larger pixels or a smaller model.");
+  }
+  return buffer.As<Napi::ArrayBuffer>();
+}
+
+}  // namespace stiltforge::slicing

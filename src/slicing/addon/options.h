@@ -1,0 +1,37 @@
+#pragma once
+
+#include <napi.h>
+
+#include <cstdint>
+#include <initializer_list>
+#include <optional>
+
+#include "slicing/channel_falloff.h"
+
+namespace stiltforge::slicing {
+
+/// The options object of a constructor. Throws a TypeError that names the option and what it must
+/// be.
+class Options {
+ public:
+  /// `known`: every option that may be there, so that a misspelt one does not go unnoticed.
+  Options(const Napi::CallbackInfo& info, std::initializer_list<const char*> known);
+
+  double number(const char* name) const;
+  std::optional<double> optionalNumber(const char* name) const;
+  uint32_t whole(const char* name) const;
+  std::optional<uint32_t> optionalWhole(const char* name) const;
+  Napi::Float32Array floats(const char* name) const;
+
+  /// layerHeight, criticalAngle, fullOverhang and inset; not the pixel size.
+  ChannelSettings channels() const;
+
+ private:
+  Napi::Object object_;
+};
+
+/// The pixels of a slice: the host's buffer, if it handed one in to be filled again, or a new one.
+/// Throws an Error that says what to do when the buffer does not fit or there is no memory for one.
+Napi::ArrayBuffer pixelBuffer(Napi::Env env, Napi::Value recycled, int width, int height);
+
+}  // namespace stiltforge::slicing

@@ -1,0 +1,127 @@
+#include "slicing/addon/slicer_object.h"
+
+#include <cmath>
+#include <cstdint>
+#include <exception>
+#include <new>
+#include <string>
+
+#include "slicing/addon/options.h"
+#include "slicing/addon/rejection.h"
+#include "slicing/slicing_error.h"
+
+namespace stiltforge::slicing {
+
+namespace {
+
+Napi::Array toArray(Napi::Env env, const Vertex& vertex) {
+  Napi::Array array = Napi::Array::New(env, 3);
+  array.Set(0u, vertex.x);
+  array.Set(1u, vertex.y);
+  array.Set(2u, vertex.z);
+  return array;
+}
+
+Napi::Object toObject(Napi::Env env, const MeshReport& report) {
+  Napi::Object bounds = Napi::Object::New(env);
+  bounds.Set("min", toArray(env, report.bounds.min));
+  bounds.Set("max", toArray(env, report.bounds.max));
+
+  Napi::Object object = Napi::Object::New(env);
+  object.Set("triangles", report.triangles);
+  object.Set("vertices", report.vertices);
+  object.Set("degenerateTriangles", report.degenerateTriangles);
+  object.Set("openEdges", report.openEdges);
+  object.Set("nonManifoldEdges", report.nonManifoldEdges);
+  object.Set("misorientedEdges", report.misorientedEdges);
+  object.Set("parts", report.parts);
+  object.Set("openParts", report.openParts);
+  object.Set("flippedParts", report.flippedParts);
+  object.Set("cavities", report.cavities);
+  object.Set("signedVolume", report.signedVolume);
+  object.Set("expectedVolume", report.expectedVolume);
+  object.Set("bounds", bounds);
+  return object;
+}
+
+SlicerSettings readSettings(const Options& options) {
+  SlicerSettings settings;
+  settings.screen.pixelSize = options.number("pixelSize");
+  settings.screen.width = options.whole("screenWidth");
+  settings.screen.height = options.whole("screenHeight");
+  settings.screen.offsetX = options.optionalNumber("offsetX").value_or(0);
+  settings.screen.offsetY = options.optionalNumber("offsetY").value_or(0);
+  settings.screen.margin = options.optionalWhole("margin").value_or(settings.screen.margin);
+  settings.channels = options.channels();
+  return settings;
+}
+
+}  // namespace
+
+Napi::Function SlicerObject::define(Napi::Env env) {
+  return DefineClass(env, "Slicer", {InstanceMethod("slice", &SlicerObject::slice)});
+}
+
+SlicerObject::SlicerObject(const Napi::CallbackInfo& info) : Napi::ObjectWrap<SlicerObject>(info) {
+  const Napi::Env env = info.Env();
+  const Options options(
+      info, {"positions", "layerHeight", "pixelSize", "screenWidth", "screenHeight", "offsetX",
+             "offsetY", "margin", "criticalAngle", "fullOverhang", "inset"});
+  const SlicerSettings settings = readSettings(options);
+  const Napi::Float32Array positions = options.floats("positions");
+  try {
+    slicer_ = std::make_unique<Slicer>(
+        std::span<const float>(positions.Data(), positions.ElementLength()), settings);
+  } catch (const SlicingError& failure) {
+    throw Napi::Error::New(env, failure.what());
+  } catch (const std::bad_alloc&) {
+    throw Napi::Error::New(env, "There is not enough memory to prepare a mesh of " +
+                                    std::to_string(positions.ElementLength() / 9) +
+                                    " triangles. Simplify it first.");
+  }
+  Napi::MemoryManagement::AdjustExternalMemory(env, meshBytes());
+
+  const ScreenPlacement& placement = slicer_->placement();
+  const auto constant = [&](const char* name, double value) {
+    return Napi::PropertyDescriptor::Value(name, Napi::Number::New(env, value), napi_enumerable);
+  };
+  info.This().As<Napi::Object>().DefineProperties(
+      {constant("layerCount", slicer_->layerCount()), constant("width", placement.width),
+       constant("height", placement.height), constant("cropX", placement.cropX),
+       constant("cropY", placement.cropY), constant("originX", placement.originX),
+       constant("originY", placement.originY),
+       Napi::PropertyDescriptor::Value("report", toObject(env, slicer_->report()),
+                                       napi_enumerable)});
+}
+
+void SlicerObject::Finalize(Napi::BasicEnv env) {
+  if (slicer_) Napi::MemoryManagement::AdjustExternalMemory(env, -meshBytes());
+}
+
+int64_t SlicerObject::meshBytes() const {
+  return static_cast<int64_t>(slicer_->report().triangles) *
+         static_cast<int64_t>(sizeof(Triangle) + sizeof(ZSweep::Interval) + sizeof(uint32_t));
+}
+
+Napi::Value SlicerObject::slice(const Napi::CallbackInfo& info) {
+  const Napi::Env env = info.Env();
+  return rejectOnError(env, [&] {
+    const double last = slicer_->layerCount() - 1.0;
+    if (!info[0].IsNumber()) {
+      throw Napi::TypeError::New(env, "The layer's index must be a number.");
+    }
+    const double index = info[0].As<Napi::Number>().DoubleValue();
+    if (!(index >= 0 && index <= last) || index != std::floor(index)) {
+      throw Napi::RangeError::New(env, "There is no layer " + numberText(index) +
+                                           ": layers are numbered 0 to " + numberText(last) + ".");
+    }
+    const ScreenPlacement& placement = slicer_->placement();
+    Napi::ArrayBuffer pixels = pixelBuffer(env, info[1], placement.width, placement.height);
+    return queue_.add(
+        info.This().As<Napi::Object>(), pixels, env.Undefined(),
+        [slicer = slicer_.get(), layer = static_cast<uint32_t>(index),
+         rgba = static_cast<uint8_t*>(pixels.Data())] { return slicer->slice(layer, rgba); });
+  });
+}
+
+}  // namespace stiltforge::slicing

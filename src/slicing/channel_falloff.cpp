@@ -1,0 +1,96 @@
+#include "slicing/channel_falloff.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstddef>
+#include <limits>
+#include <string>
+
+#include "slicing/slicing_error.h"
+
+namespace stiltforge::slicing {
+
+namespace {
+
+// Distances that differ only by the rounding of their division count as equal: 0.15 mm at 0.05 mm a
+// pixel reaches the third pixel.
+constexpr double kRoundingSlack = 1 + 1e-9;
+
+// Sum of the Taylor series that starts with `term`: sine from x, cosine from 1. |x| <= pi / 4.
+double alternatingSeries(double term, double squaredX, int firstFactor) {
+  double sum = 0;
+  for (int factor = firstFactor; factor < 24; factor += 2) {
+    sum += term;
+    term *= -squaredX / (factor * (factor + 1));
+  }
+  return sum;
+}
+
+void requireDistance(double value, double pixelSize, const char* what) {
+  if (!std::isfinite(value) || value < 0) {
+    throw SlicingError(std::string("The ") + what + " is " + numberText(value) +
+                       "; it must be a number of millimetres that is not negative.");
+  }
+  if (value / pixelSize > ChannelFalloff::kMaxReachInPixels) {
+    throw SlicingError(std::string("The ") + what + " is " + numberText(value) + " mm, which is " +
+                       numberText(value / pixelSize) + " pixels; the limit is " +
+                       std::to_string(ChannelFalloff::kMaxReachInPixels) +
+                       " pixels. Choose a shorter one or larger pixels.");
+  }
+}
+
+void requirePositive(double value, const char* what) {
+  if (std::isfinite(value) && value > 0) return;
+  throw SlicingError(std::string("The ") + what + " is " + numberText(value) +
+                     "; it must be a positive number of millimetres.");
+}
+
+// 255 up to `full`, falling linearly to 0 at `zero`; distances in pixels.
+std::vector<uint8_t> makeTable(double full, double zero) {
+  full *= kRoundingSlack;
+  const double longest = std::max(full, zero);
+  const auto entries = static_cast<std::size_t>(longest * longest) + 1;
+  std::vector<uint8_t> table(entries, 0);
+  for (std::size_t squared = 0; squared < entries; ++squared) {
+    const double distance = std::sqrt(static_cast<double>(squared));
+    if (distance <= full) {
+      table[squared] = 255;
+    } else if (distance < zero) {
+      const double value = 255 * (zero - distance) / (zero - full);
+      table[squared] = static_cast<uint8_t>(std::min(254.0, value + 0.5));
+    }
+  }
+  while (table.size() > 1 && table.back() == 0) table.pop_back();
+  return table;
+}
+
+}  // namespace
+
+double tangentOfDegrees(double degrees) {
+  if (degrees > 45) {
+    const double complement = tangentOfDegrees(90 - degrees);
+    return complement == 0 ? std::numeric_limits<double>::infinity() : 1 / complement;
+  }
+  if (degrees == 45) return 1;
+  constexpr double kRadiansPerDegree = 0.017453292519943295;
+  const double x = degrees * kRadiansPerDegree;
+  return alternatingSeries(x, x * x, 2) / alternatingSeries(1, x * x, 1);
+}
+
+ChannelFalloff::ChannelFalloff(const ChannelSettings& settings) {
+  requirePositive(settings.layerHeight, "layer height");
+  requirePositive(settings.pixelSize, "pixel size");
+  if (!(settings.criticalAngle > 0 && settings.criticalAngle <= 90)) {
+    throw SlicingError("The critical overhang angle is " + numberText(settings.criticalAngle) +
+                       " degrees; it must be above 0 and at most 90, measured from the plate.");
+  }
+  const double reach = settings.layerHeight / tangentOfDegrees(settings.criticalAngle);
+  const double fullOverhang = settings.fullOverhang.value_or(std::max(0.5, 2 * reach));
+  requireDistance(reach, settings.pixelSize, "self-supporting reach");
+  requireDistance(fullOverhang, settings.pixelSize, "full overhang distance");
+  requireDistance(settings.inset, settings.pixelSize, "inset");
+  support = makeTable(reach / settings.pixelSize, fullOverhang / settings.pixelSize);
+  stroke = makeTable(0, settings.inset / settings.pixelSize);
+}
+
+}  // namespace stiltforge::slicing

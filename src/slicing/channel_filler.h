@@ -1,0 +1,38 @@
+#pragma once
+
+#include <cstdint>
+
+#include "slicing/channel_falloff.h"
+#include "slicing/overhang_distance.h"
+#include "slicing/run_rows.h"
+#include "slicing/stroke_distance.h"
+
+namespace stiltforge::slicing {
+
+/// Writes a layer's material as RGBA pixels with the support and the stroke value filled in.
+///
+/// Material pixels get red 255, green the stroke value, blue the support value (see ChannelFalloff)
+/// and alpha 255; background pixels are 0, 0, 0, 255. It does not matter where the material comes
+/// from.
+class ChannelFiller {
+ public:
+  ChannelFiller(int width, int height, ChannelFalloff falloff);
+
+  /// Writes every pixel of `rgba`, width * height * 4 bytes, row by row. `material` and `below`
+  /// have `height` rows within `width`; `below` is the layer below, null for the first layer, which
+  /// lies on the plate and is supported everywhere.
+  void fill(const RunRows& material, const RunRows* below, uint8_t* rgba);
+
+ private:
+  void writeRow(std::span<const Run> material, uint8_t* row) const;
+  void writeStroke(int y, uint8_t* row);
+  void writeSupport(int y, std::span<const Run> material, const RunRows& below, uint8_t* row);
+
+  const int width_;
+  const int height_;
+  const ChannelFalloff falloff_;
+  StrokeDistance stroke_;
+  OverhangDistance overhang_;
+};
+
+}  // namespace stiltforge::slicing

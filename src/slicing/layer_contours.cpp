@@ -1,0 +1,67 @@
+#include "slicing/layer_contours.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <utility>
+
+namespace stiltforge::slicing {
+
+namespace {
+
+ZSweep::Interval heightOf(const Triangle& triangle) {
+  const auto [low, high] = std::minmax({triangle[0].z, triangle[1].z, triangle[2].z});
+  return {low, high};
+}
+
+// From the edge that the triangle runs down to the edge that it runs up, so that the segments of
+// two triangles with a common edge follow one another.
+Segment cut(const Triangle& triangle, double plane) {
+  Segment segment;
+  for (int i = 0; i < 3; ++i) {
+    const Vertex& from = triangle[i];
+    const Vertex& to = triangle[(i + 1) % 3];
+    const bool fromBelow = from.z <= plane;
+    if (fromBelow == (to.z <= plane)) continue;
+    (fromBelow ? segment.to : segment.from) = planeCrossing(from, to, plane);
+  }
+  return segment;
+}
+
+}  // namespace
+
+LayerContours::LayerContours(TriangleMesh mesh, const MeshTopology& topology)
+    : mesh_(std::move(mesh)) {
+  std::vector<ZSweep::Interval> heights;
+  for (const IrregularEdge& edge : topology.irregularEdges) {
+    if (edge.isBalanced()) continue;
+    const Vertex& low = topology.vertices[edge.low];
+    const Vertex& high = topology.vertices[edge.high];
+    if (low.z == high.z) continue;
+    openEdges_.push_back(
+        {low, high, static_cast<int32_t>(edge.upwards) - static_cast<int32_t>(edge.downwards)});
+    heights.push_back({low.z, high.z});
+  }
+  edgeSweep_ = ZSweep(std::move(heights));
+
+  heights.clear();
+  heights.reserve(mesh_.triangles.size());
+  for (const Triangle& triangle : mesh_.triangles) heights.push_back(heightOf(triangle));
+  triangleSweep_ = ZSweep(std::move(heights));
+}
+
+const std::vector<Segment>& LayerContours::at(double plane, const ScreenPlacement& placement) {
+  segments_.clear();
+  for (const uint32_t triangle : triangleSweep_.activeAt(plane)) {
+    const Segment segment = cut(mesh_.triangles[triangle], plane);
+    segments_.push_back({placement.toCrop(segment.from), placement.toCrop(segment.to)});
+  }
+  ends_.clear();
+  for (const uint32_t edge : edgeSweep_.activeAt(plane)) {
+    const OpenEdge& open = openEdges_[edge];
+    ends_.push_back({placement.toCrop(planeCrossing(open.low, open.high, plane)), open.surplus});
+  }
+  if (!ends_.empty()) closeContours(ends_, segments_);
+  return segments_;
+}
+
+}  // namespace stiltforge::slicing

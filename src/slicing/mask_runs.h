@@ -1,0 +1,15 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+#include "slicing/run_rows.h"
+
+namespace stiltforge::slicing {
+
+/// The material of a grey picture, one byte a pixel: pixels of at least `threshold`, which is above
+/// 0. `stride` is the distance between the starts of two rows, in bytes. Replaces `material`.
+void findMaskRuns(const uint8_t* mask, std::size_t stride, int width, int height, uint8_t threshold,
+                  RunRows& material);
+
+}  // namespace stiltforge::slicing

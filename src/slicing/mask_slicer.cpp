@@ -1,0 +1,64 @@
+#include "slicing/mask_slicer.h"
+
+#include <string>
+#include <utility>
+
+#include "slicing/mask_runs.h"
+#include "slicing/screen_placement.h"
+#include "slicing/slicing_error.h"
+
+namespace stiltforge::slicing {
+
+namespace {
+
+std::string sizeText(uint32_t width, uint32_t height) {
+  return std::to_string(width) + " x " + std::to_string(height);
+}
+
+const MaskSettings& checked(const MaskSettings& settings) {
+  const uint64_t right = uint64_t{settings.cropX} + settings.width;
+  const uint64_t bottom = uint64_t{settings.cropY} + settings.height;
+  if (settings.width == 0 || settings.height == 0 || settings.width > kMaxCropSide ||
+      settings.height > kMaxCropSide) {
+    throw SlicingError("The slices are " + sizeText(settings.width, settings.height) +
+                       " pixels; both sides must be between 1 and " + std::to_string(kMaxCropSide) +
+                       ".");
+  }
+  if (right > settings.maskWidth || bottom > settings.maskHeight) {
+    throw SlicingError("The slices show " + sizeText(settings.width, settings.height) +
+                       " pixels from column " + std::to_string(settings.cropX) + " and row " +
+                       std::to_string(settings.cropY) + ", but the masks have only " +
+                       sizeText(settings.maskWidth, settings.maskHeight) + " pixels.");
+  }
+  if (settings.threshold == 0) {
+    throw SlicingError(
+        "The threshold is 0, which would make every pixel material; choose 1 to 255.");
+  }
+  return settings;
+}
+
+}  // namespace
+
+MaskSlicer::MaskSlicer(const MaskSettings& settings)
+    : settings_(checked(settings)),
+      filler_(static_cast<int>(settings.width), static_cast<int>(settings.height),
+              ChannelFalloff(settings.channels)) {}
+
+SliceInfo MaskSlicer::next(std::span<const uint8_t> mask, uint8_t* rgba) {
+  if (mask.size() != maskBytes()) {
+    throw SlicingError("The mask has " + std::to_string(mask.size()) + " bytes; " +
+                       sizeText(settings_.maskWidth, settings_.maskHeight) +
+                       " pixels of one byte are needed.");
+  }
+  std::swap(below_, material_);
+  const std::size_t stride = settings_.maskWidth;
+  findMaskRuns(mask.data() + settings_.cropY * stride + settings_.cropX, stride,
+               static_cast<int>(settings_.width), static_cast<int>(settings_.height),
+               settings_.threshold, material_);
+  filler_.fill(material_, layers_ > 0 ? &below_ : nullptr, rgba);
+  const double z = (layers_ + 0.5) * settings_.channels.layerHeight;
+  ++layers_;
+  return {material_.pixelCount(), z};
+}
+
+}  // namespace stiltforge::slicing

@@ -1,0 +1,45 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <span>
+
+#include "slicing/channel_filler.h"
+#include "slicing/run_rows.h"
+#include "slicing/slice_info.h"
+
+namespace stiltforge::slicing {
+
+struct MaskSettings {
+  uint32_t maskWidth = 0;   ///< pixels
+  uint32_t maskHeight = 0;  ///< pixels
+  uint32_t cropX = 0;       ///< first column of the masks that the slices show
+  uint32_t cropY = 0;       ///< first row
+  uint32_t width = 0;       ///< pixels of the slices
+  uint32_t height = 0;      ///< pixels of the slices
+  uint8_t threshold = 128;  ///< the lowest grey that is material, at least 1
+  ChannelSettings channels;
+};
+
+/// Makes RGBA slices of the black-and-white layers that an archive or a folder of pictures holds,
+/// bottom first. Soft edges are cut at a threshold.
+class MaskSlicer {
+ public:
+  /// Throws SlicingError when a setting is out of range or the crop reaches out of the mask.
+  explicit MaskSlicer(const MaskSettings& settings);
+
+  std::size_t maskBytes() const { return std::size_t{settings_.maskWidth} * settings_.maskHeight; }
+
+  /// The next layer up, the first call the one on the plate. mask: maskBytes() grey bytes, row by
+  /// row; writes width * height * 4 bytes, see ChannelFiller for the pixels.
+  SliceInfo next(std::span<const uint8_t> mask, uint8_t* rgba);
+
+ private:
+  const MaskSettings settings_;
+  ChannelFiller filler_;
+  RunRows material_;
+  RunRows below_;
+  uint32_t layers_ = 0;  // done so far
+};
+
+}  // namespace stiltforge::slicing

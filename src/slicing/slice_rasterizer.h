@@ -1,0 +1,42 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+#include "slicing/contour_closing.h"
+#include "slicing/run_rows.h"
+
+namespace stiltforge::slicing {
+
+/// Turns closed contours into runs of material pixels by the non-zero winding rule.
+///
+/// A pixel is material when the contours wind around its centre a number of times other than 0, in
+/// whichever direction. Centres on a contour belong to the material on the contour's right and
+/// below it, so shapes that share a border share no pixel and leave none out.
+class SliceRasterizer {
+ public:
+  SliceRasterizer(int width, int height);
+
+  /// Replaces `material` by the rows of the picture. Contours are clipped to it.
+  void rasterize(const std::vector<Segment>& contours, RunRows& material);
+
+ private:
+  // First column whose centre is at or right of a contour, and the contour's direction there.
+  struct Crossing {
+    int32_t column;
+    int32_t winding;
+  };
+  struct RowCrossing {
+    int32_t row;
+    Crossing crossing;
+  };
+
+  int width_;
+  int height_;
+  std::vector<RowCrossing> found_;
+  std::vector<Crossing> byRow_;
+  std::vector<std::size_t> rowStart_;
+};
+
+}  // namespace stiltforge::slicing

@@ -1,0 +1,37 @@
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <span>
+#include <vector>
+
+namespace stiltforge::slicing {
+
+/// A corner of a triangle, millimetres, z up.
+struct Vertex {
+  float x = 0, y = 0, z = 0;
+
+  bool operator==(const Vertex& other) const {
+    return x == other.x && y == other.y && z == other.z;
+  }
+};
+
+/// Corners counter-clockwise as seen from outside.
+using Triangle = std::array<Vertex, 3>;
+
+struct Bounds {
+  Vertex min, max;
+};
+
+/// A bag of triangles, as mesh files carry them.
+struct TriangleMesh {
+  std::vector<Triangle> triangles;
+  Bounds bounds;
+
+  /// From nine floats a triangle: three corners of x, y, z. Negative zeros become zeros, so that
+  /// equal corners are equal bytes. Throws SlicingError when there is no triangle, a part of one is
+  /// missing, or a coordinate is not finite.
+  static TriangleMesh fromSoup(std::span<const float> positions);
+};
+
+}  // namespace stiltforge::slicing
