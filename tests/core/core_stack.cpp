@@ -1,0 +1,257 @@
+#include "core/core_stack.h"
+
+#include <cstring>
+#include <mutex>
+#include <sstream>
+#include <unordered_map>
+
+#include "analysis/flood_fill.h"
+#include "analysis/support_inheritance.h"
+#include "runtime/float_conversion.h"
+#include "support/group_images.h"
+#include "support/poisson.h"
+#include "support/slice_pipeline.h"
+
+namespace stiltforge {
+
+namespace {
+
+using reference::GhostResult;
+using reference::GroupResult;
+using reference::SliceResult;
+
+Layer layerOf(const reference::Stack& stack, const std::vector<uint8_t>& slice) {
+  Layer layer;
+  layer.width = stack.width;
+  layer.height = stack.height;
+  layer.pixelBuffer = Plane<uint32_t>(std::size_t{stack.width} * stack.height);
+  for (std::size_t i = 0; i < layer.pixelBuffer.size(); ++i) {
+    layer.pixelBuffer[i] = static_cast<uint32_t>(slice[4 * i]) | slice[4 * i + 1] << 8 |
+                           slice[4 * i + 2] << 16 | static_cast<uint32_t>(slice[4 * i + 3]) << 24;
+  }
+  return layer;
+}
+
+using GhostPlaces = std::unordered_map<const Voxel*, GhostResult>;
+
+GroupResult resultOf(const Group& group, const Layer& layer, const GhostPlaces& places) {
+  GroupResult result;
+  result.id = group.id;
+  result.numPixel = group.numPixel;
+  result.supportedPixel = group.supportedPixel;
+  result.xMin = group.xMin;
+  result.yMin = group.yMin;
+  result.xMax = group.xMax;
+  result.yMax = group.yMax;
+  result.spanX = group.spanX;
+  result.spanY = group.spanY;
+  result.islandDistance = group.islandDistance;
+  result.overlap.assign(group.overlapCount, 0);
+  for (uint32_t i = 0; i < group.overlapEntries; ++i) {
+    const Layer::Overlap& overlap = layer.overlaps[group.firstOverlap + i];
+    result.overlap.at(overlap.lower) = overlap.count;
+  }
+  result.strength = group.strength;
+  result.pixelStrength = group.pixelStrength;
+  result.maxScore = group.maxScore;
+  result.unsupportedPixelCount = group.unsupportedPixelCount;
+  result.almostNotBlueCount = group.almostNotBlueCount;
+  result.islandBlueCount = group.islandBlueCount;
+  result.angleNorm = group.angleNorm;
+  result.ghostNorm = group.ghostNorm;
+  result.strokeNorm = group.strokeNorm;
+  result.scoreNorm = group.scoreNorm;
+  if (!group.placement) return result;
+  for (const Voxel& v : group.placement->supports) {
+    result.supports.push_back({v.index, v.x, v.y, v.z, v.isMinima, v.score});
+  }
+  for (const Voxel* ghost : group.placement->ghostSupports) {
+    result.ghostSupports.push_back(places.at(ghost));
+  }
+  return result;
+}
+
+reference::GroupBitmaps bitmapsOf(const Layer& layer, std::size_t group) {
+  GroupImages images = renderGroup(layer, group);
+  reference::GroupBitmaps bitmaps;
+  bitmaps.width = images.width;
+  bitmaps.height = images.height;
+  for (std::size_t k = 0; k < bitmaps.images.size(); ++k) {
+    bitmaps.images[k] = std::move(images.images[k]);
+  }
+  return bitmaps;
+}
+
+// Floats are compared by their bits, so that NaN equals itself and -0 differs from 0.
+uint32_t bits(float value) {
+  uint32_t word = 0;
+  std::memcpy(&word, &value, sizeof word);
+  return word;
+}
+
+class Comparison {
+ public:
+  template <typename T>
+  void expect(const char* name, const T& actual, const T& expected) {
+    if (!text_.str().empty() || actual == expected) return;
+    text_ << name;
+    if constexpr (std::is_arithmetic_v<T>) text_ << ": " << +actual << " instead of " << +expected;
+  }
+  void expectBits(const char* name, float actual, float expected) {
+    if (!text_.str().empty() || bits(actual) == bits(expected)) return;
+    text_ << name << ": " << actual << " instead of " << expected;
+  }
+  std::string text() const { return text_.str(); }
+
+ private:
+  std::ostringstream text_;
+};
+
+bool sameSupports(const GroupResult& a, const GroupResult& b) {
+  if (a.supports.size() != b.supports.size()) return false;
+  for (std::size_t i = 0; i < a.supports.size(); ++i) {
+    const reference::SupportResult& left = a.supports[i];
+    const reference::SupportResult& right = b.supports[i];
+    if (left.index != right.index || left.x != right.x || left.y != right.y || left.z != right.z ||
+        left.isMinima != right.isMinima || bits(left.score) != bits(right.score)) {
+      return false;
+    }
+  }
+  return true;
+}
+
+std::string differenceOf(const GroupResult& actual, const GroupResult& expected) {
+  Comparison c;
+  c.expect("id", actual.id, expected.id);
+  c.expect("numPixel", actual.numPixel, expected.numPixel);
+  c.expect("supportedPixel", actual.supportedPixel, expected.supportedPixel);
+  c.expect("xMin", actual.xMin, expected.xMin);
+  c.expect("yMin", actual.yMin, expected.yMin);
+  c.expect("xMax", actual.xMax, expected.xMax);
+  c.expect("yMax", actual.yMax, expected.yMax);
+  c.expect("spanX", actual.spanX, expected.spanX);
+  c.expect("spanY", actual.spanY, expected.spanY);
+  c.expect("islandDistance", actual.islandDistance, expected.islandDistance);
+  c.expect("overlap", actual.overlap, expected.overlap);
+  c.expectBits("strength", actual.strength, expected.strength);
+  c.expect("unsupportedPixelCount", actual.unsupportedPixelCount, expected.unsupportedPixelCount);
+  c.expect("almostNotBlueCount", actual.almostNotBlueCount, expected.almostNotBlueCount);
+  c.expect("islandBlueCount", actual.islandBlueCount, expected.islandBlueCount);
+  c.expect("ghostSupports", actual.ghostSupports, expected.ghostSupports);
+  c.expectBits("ghostNorm", actual.ghostNorm, expected.ghostNorm);
+  c.expectBits("scoreNorm", actual.scoreNorm, expected.scoreNorm);
+  c.expectBits("maxScore", actual.maxScore, expected.maxScore);
+  c.expectBits("angleNorm", actual.angleNorm, expected.angleNorm);
+  c.expectBits("strokeNorm", actual.strokeNorm, expected.strokeNorm);
+  c.expectBits("pixelStrength", actual.pixelStrength, expected.pixelStrength);
+  c.expect("support count", actual.supports.size(), expected.supports.size());
+  c.expect("supports", sameSupports(actual, expected), true);
+  c.expect("image width", actual.bitmaps.width, expected.bitmaps.width);
+  c.expect("image height", actual.bitmaps.height, expected.bitmaps.height);
+  c.expect("images", actual.bitmaps.images, expected.bitmaps.images);
+  return c.text();
+}
+
+}  // namespace
+
+void applyParameters(const std::map<std::string, double>& parameters) {
+  const auto value = [&](const char* key) { return static_cast<float>(parameters.at(key)); };
+  SupportInheritance::maxGhost = toInt32(value("maxGhost"));
+  SupportInheritance::maxZGhost = value("maxZGhost");
+  SupportInheritance::ghostIterator = 0;
+  Poisson::strengthOfPlatePixel = value("strengthOfPlatePixel");
+  Poisson::supportStrength = value("supportStrength");
+  Poisson::growthStrength = value("growthStrength");
+  Poisson::strengthTransmited = value("strengthTransmited");
+  Poisson::firstSupportMinStrength = value("firstSupportMinStrength");
+  Poisson::numberOfSamplePerSupport = value("numberOfSamplePerSupport");
+  Poisson::numberOfSamplePerVoronoi = value("numberOfSamplePerVoronoi");
+  Poisson::islandSupportMultiplier = value("islandSupportMultiplier");
+  Poisson::islandStrengthSupport = value("islandStrengthSupport");
+  Poisson::validationDistanceFormVoronoi = value("validationDistanceFormVoronoi");
+  Poisson::maxVoronoiIteration = value("maxVoronoiIteration");
+  Poisson::ghostRadius = value("ghostRadius");
+  Poisson::maxSupportRadiusInIsland = value("maxSupportRadiusInIsland");
+  Poisson::distCloseToIsland = value("distCloseToIsland");
+  Poisson::closeToIslandStrengthTransmited = value("closeToIslandStrengthTransmited");
+  Poisson::anglePart = value("anglePart");
+  Poisson::ghostPart = value("ghostPart");
+  Poisson::strokePart = value("strokePart");
+  FloodFill::almostNotBlueCounterLimit = value("almostNotBlueCounterLimit");
+  FloodFill::islandMinBlue = value("islandMinBlue");
+  Poisson::createGhostSpread();
+}
+
+std::vector<SliceResult> analyseWithCore(const reference::Stack& stack) {
+  applyParameters(stack.parameters);
+  std::vector<Layer> layers;
+  std::mutex mutex;
+  const std::size_t pixels = std::size_t{stack.width} * stack.height;
+  Plane<uint32_t> top(pixels);
+  std::fill(top.data(), top.data() + pixels, 0);
+  SliceScratch scratch;
+  GhostPlaces places;
+  std::vector<SliceResult> results;
+  for (const std::vector<uint8_t>& slice : stack.slices) {
+    SlicePipeline pipeline;
+    pipeline.layers = &layers;
+    pipeline.historyMutex = &mutex;
+    pipeline.topPixelBuffer = &top;
+    pipeline.topPixelCount = pixels;
+    pipeline.needBuffer = true;
+    pipeline.addSupport = stack.parameters.at("addSupport") != 0;
+    pipeline.scratch = &scratch;
+    SliceResult result;
+    result.supportCount = pipeline.run(layerOf(stack, slice));
+
+    const Layer& layer = layers.back();
+    result.width = layer.width;
+    result.height = layer.height;
+    result.pixelCount = layer.pixelCount;
+    result.groupCount = layer.groupCount;
+    result.pixelBuffer.assign(layer.pixelBuffer.data(), layer.pixelBuffer.data() + pixels);
+    result.topPixelBuffer.assign(top.data(), top.data() + pixels);
+    result.supportedPixels.assign(layer.supportedPixels.data(),
+                                  layer.supportedPixels.data() + pixels);
+    for (std::size_t id = 1; id < layer.groups.size(); ++id) {
+      const Group& group = layer.groups[id];
+      result.groups.push_back(resultOf(group, layer, places));
+      if (!group.placement) continue;
+      for (uint32_t s = 0; s < group.placement->supports.size(); ++s) {
+        places[&group.placement->supports[s]] = {static_cast<uint32_t>(layers.size() - 1),
+                                                 static_cast<uint32_t>(id), s};
+      }
+    }
+    results.push_back(std::move(result));
+  }
+  for (std::size_t n = 0; n < layers.size(); ++n) {
+    for (std::size_t id = 1; id < layers[n].groupEntries(); ++id) {
+      results[n].groups[id - 1].bitmaps = bitmapsOf(layers[n], id);
+    }
+  }
+  return results;
+}
+
+std::string firstDifference(const std::vector<SliceResult>& actual,
+                            const std::vector<SliceResult>& expected) {
+  if (actual.size() != expected.size()) return "number of slices";
+  for (std::size_t n = 0; n < actual.size(); ++n) {
+    const std::string slice = "slice " + std::to_string(n) + ", ";
+    Comparison c;
+    c.expect("pixelCount", actual[n].pixelCount, expected[n].pixelCount);
+    c.expect("groupCount", actual[n].groupCount, expected[n].groupCount);
+    c.expect("pixelBuffer", actual[n].pixelBuffer, expected[n].pixelBuffer);
+    c.expect("topPixelBuffer", actual[n].topPixelBuffer, expected[n].topPixelBuffer);
+    c.expect("supportedPixels", actual[n].supportedPixels, expected[n].supportedPixels);
+    if (!c.text().empty()) return slice + c.text();
+    for (std::size_t i = 0; i < actual[n].groups.size(); ++i) {
+      const std::string difference = differenceOf(actual[n].groups[i], expected[n].groups[i]);
+      if (!difference.empty()) return slice + "group " + std::to_string(i + 1) + ", " + difference;
+    }
+    c.expect("supportCount", actual[n].supportCount, expected[n].supportCount);
+    if (!c.text().empty()) return slice + c.text();
+  }
+  return {};
+}
+
+}  // namespace stiltforge
