@@ -1,0 +1,50 @@
+#!/bin/sh
+# Installs what a fresh Debian machine lacks, then the npm packages.
+# Usage: sh scripts/setup.sh [build|test|bench|sanitize|fuzz|digest]
+set -eu
+cd "$(dirname "$0")/.."
+
+purpose=${1:-build}
+packages="g++ cmake ninja-build libboost-dev"
+case $purpose in
+  build) ;;
+  test) packages="$packages libgtest-dev zlib1g-dev nlohmann-json3-dev clang-format clang-tidy" ;;
+  bench) packages="$packages libbenchmark-dev libopencv-dev" ;;
+  sanitize) packages="$packages libgtest-dev zlib1g-dev nlohmann-json3-dev" ;;
+  fuzz) packages="$packages clang libclang-rt-dev" ;;
+  digest)
+    packages="$packages clang libc++-dev libc++abi-dev g++-aarch64-linux-gnu qemu-user"
+    ;;
+  *)
+    echo "setup: unknown purpose '$purpose': use build, test, bench, sanitize, fuzz or digest" >&2
+    exit 2
+    ;;
+esac
+
+if command -v dpkg-query >/dev/null 2>&1; then
+  missing=
+  for package in $packages; do
+    state=$(dpkg-query -W -f '${Status}' "$package" 2>/dev/null || true)
+    [ "$state" = "install ok installed" ] || missing="$missing $package"
+  done
+  if [ -n "$missing" ]; then
+    if [ "$(id -u)" = 0 ]; then
+      echo "setup: installing$missing"
+      apt-get update -qq
+      DEBIAN_FRONTEND=noninteractive apt-get install -y -qq --no-install-recommends $missing >/dev/null
+    else
+      echo "setup: these Debian packages are missing; install them, then run this again:" >&2
+      echo "  sudo apt-get install$missing" >&2
+      exit 1
+    fi
+  fi
+else
+  echo "setup: not a Debian system; these packages, or their like, must be installed: $packages"
+fi
+
+if [ ! -f node_modules/.package-lock.json ] || [ package-lock.json -nt node_modules/.package-lock.json ]; then
+  echo "setup: installing npm packages"
+  npm ci --silent
+  # npm keeps the old time stamp when nothing had to change.
+  touch node_modules/.package-lock.json
+fi
