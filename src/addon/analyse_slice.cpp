@@ -7,6 +7,7 @@
 
 #include "addon/analysis_owner.h"
 #include "addon/environment.h"
+#include "addon/refusal.h"
 #include "addon/slice_worker.h"
 
 namespace stiltforge {
@@ -32,25 +33,26 @@ void checkArguments(const Napi::CallbackInfo& info) {
 void requireOpenModel(Napi::Env env, const Environment& environment) {
   const bool prepared = SliceWorker::openedBy == 0 || SliceWorker::openedBy == environment.id;
   if (SliceWorker::modelFreed || !prepared) {
-    throw Napi::Error::New(
-        env, "No model is open: the last one was freed. Call InitAnalyseSlice first.");
+    throw refusal(env, codes::closed,
+                  "No model is open: the last one was freed. Call InitAnalyseSlice first.");
   }
 }
 
 void requireWholeSlice(Napi::Env env, Napi::ArrayBuffer slice) {
   if (slice.IsDetached()) {
-    throw Napi::Error::New(
-        env, "The slice's ArrayBuffer is detached, its memory was transferred; " + sliceNeed() +
-                 ". Pass the buffer before it is transferred, or "
-                 "a copy of it.");
+    throw refusal(env, codes::slice,
+                  "The slice's ArrayBuffer is detached, its memory was transferred; " +
+                      sliceNeed() +
+                      ". Pass the buffer before it is transferred, or "
+                      "a copy of it.");
   }
   const std::size_t needed = std::size_t{4} * SliceWorker::width * SliceWorker::height;
   if (slice.ByteLength() < needed) {
-    throw Napi::Error::New(env, "The slice's ArrayBuffer holds " +
-                                    std::to_string(slice.ByteLength()) + " bytes, but " +
-                                    sliceNeed() +
-                                    ", 4 for each. Pass the whole image, or call "
-                                    "InitAnalyseSlice with its width and height.");
+    throw refusal(env, codes::slice,
+                  "The slice's ArrayBuffer holds " + std::to_string(slice.ByteLength()) +
+                      " bytes, but " + sliceNeed() +
+                      ", 4 for each. Pass the whole image, or call "
+                      "InitAnalyseSlice with its width and height.");
   }
 }
 
@@ -71,7 +73,7 @@ Napi::Value AnalyseSlice(const Napi::CallbackInfo& info) {
     job = std::make_unique<SliceWorker>(info[2].As<Napi::Function>(), environment, layerIndex,
                                         slice.Data());
   } catch (const std::bad_alloc&) {
-    throw Napi::Error::New(env, "Not enough memory to copy the slice: " + sliceNeed() + ".");
+    throw refusal(env, codes::memory, "Not enough memory to copy the slice: " + sliceNeed() + ".");
   }
   environment->jobs.add(std::move(job));
   claim.keep();

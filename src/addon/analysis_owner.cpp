@@ -4,6 +4,7 @@
 #include <string>
 
 #include "addon/environment.h"
+#include "addon/refusal.h"
 #include "addon/slice_worker.h"
 
 namespace stiltforge {
@@ -13,7 +14,7 @@ namespace {
 std::mutex holderMutex;
 const Environment* holder = nullptr;
 
-std::string refusal(const Environment& other, const Environment& self) {
+std::string heldBy(const Environment& other, const Environment& self) {
   const std::string who =
       other.name == self.name ? "another load of the module in " + other.name : other.name;
   return "The analysis state of this process is held by " + who +
@@ -27,7 +28,7 @@ std::string refusal(const Environment& other, const Environment& self) {
 AnalysisClaim::AnalysisClaim(Napi::Env env, const Environment& environment) {
   const std::lock_guard<std::mutex> lock(holderMutex);
   if (holder && holder != &environment) {
-    throw Napi::Error::New(env, refusal(*holder, environment));
+    throw refusal(env, codes::modelOpen, heldBy(*holder, environment));
   }
   held = holder == &environment;
   holder = &environment;

@@ -5,6 +5,7 @@
 
 #include "addon/analysis_owner.h"
 #include "addon/environment.h"
+#include "addon/refusal.h"
 #include "addon/slice_worker.h"
 
 namespace stiltforge {
@@ -24,10 +25,10 @@ void CleanSlicePointer(const Napi::CallbackInfo& info) {
   const AnalysisClaim claim(env, environment);
   environment.jobs.requireIdle(env, "CleanSlicePointer");
   if (index >= SliceWorker::layers.size()) {
-    throw Napi::Error::New(env, "CleanSlicePointer got index " + std::to_string(index) +
-                                    ", but the history holds " +
-                                    std::to_string(SliceWorker::layers.size()) +
-                                    " layers, counted from 0. Only analysed slices can be freed.");
+    throw refusal(env, codes::index,
+                  "CleanSlicePointer got index " + std::to_string(index) +
+                      ", but the history holds " + std::to_string(SliceWorker::layers.size()) +
+                      " layers, counted from 0. Only analysed slices can be freed.");
   }
   SliceWorker::layers[index].releasePixels();
 }

@@ -6,6 +6,7 @@
 #include "addon/analysis_owner.h"
 #include "addon/environment.h"
 #include "addon/group_to_bitmap_worker.h"
+#include "addon/refusal.h"
 #include "addon/slice_worker.h"
 
 namespace stiltforge {
@@ -20,10 +21,9 @@ Napi::Value GroupToBitmap(const Napi::CallbackInfo& info) {
   const std::shared_ptr<Environment>& environment = Environment::of(env);
   const AnalysisClaim claim(env, *environment);
   if (!claim.heldBefore() || SliceWorker::modelFreed) {
-    throw Napi::Error::New(
-        env,
-        "No model is open, so there is no group to render. Call InitAnalyseSlice "
-        "and analyse a slice first, and render before CleanPointer.");
+    throw refusal(env, codes::closed,
+                  "No model is open, so there is no group to render. Call InitAnalyseSlice "
+                  "and analyse a slice first, and render before CleanPointer.");
   }
   environment->jobs.add(std::make_unique<GroupToBitmapWorker>(info[2].As<Napi::Function>(),
                                                               environment, layerIndex, groupIndex));

@@ -1,9 +1,9 @@
 #include "addon/group_to_bitmap_worker.h"
 
-#include <stdexcept>
 #include <utility>
 #include <vector>
 
+#include "addon/refusal.h"
 #include "addon/slice_worker.h"
 
 namespace stiltforge {
@@ -22,15 +22,16 @@ std::string GroupToBitmapWorker::subject() const {
 void GroupToBitmapWorker::work() {
   const std::vector<Layer>& layers = SliceWorker::layers;
   if (layerIndex >= layers.size()) {
-    throw std::out_of_range("There is no layer " + std::to_string(layerIndex) + ": " +
-                            std::to_string(layers.size()) +
-                            " layers have been analysed, counted from 0.");
+    throw JobRefusal(codes::index, "There is no layer " + std::to_string(layerIndex) + ": " +
+                                       std::to_string(layers.size()) +
+                                       " layers have been analysed, counted from 0.");
   }
   const std::size_t groups = layers[layerIndex].groupEntries();
   if (groupIndex >= groups) {
-    throw std::out_of_range("There is no group " + std::to_string(groupIndex) + " in layer " +
-                            std::to_string(layerIndex) + ": its groups are numbered from 1 to " +
-                            std::to_string(groups - 1) + ".");
+    throw JobRefusal(codes::index, "There is no group " + std::to_string(groupIndex) +
+                                       " in layer " + std::to_string(layerIndex) +
+                                       ": its groups are numbered from 1 to " +
+                                       std::to_string(groups - 1) + ".");
   }
   SliceWorker::ensureGhostSpread();
   rendered = renderGroup(layers[layerIndex], groupIndex);

@@ -1,10 +1,10 @@
 #include "addon/init_analyse_slice.h"
 
 #include <cstdint>
-#include <exception>
 #include <limits>
 #include <memory>
 #include <new>
+#include <stdexcept>
 #include <string>
 #include <utility>
 #include <vector>
@@ -12,6 +12,7 @@
 #include "addon/analysis_owner.h"
 #include "addon/environment.h"
 #include "addon/parameters.h"
+#include "addon/refusal.h"
 #include "addon/slice_worker.h"
 #include "support/poisson.h"
 
@@ -31,10 +32,11 @@ struct SliceSize {
 void requireCountable(Napi::Env env, const SliceSize& size) {
   constexpr std::size_t most = std::numeric_limits<int32_t>::max();
   if (size.pixels() <= most) return;
-  throw Napi::Error::New(env, "A slice of " + size.text() +
-                                  " pixels is too large: width times "
-                                  "height may be at most " +
-                                  std::to_string(most) + ".");
+  throw refusal(env, codes::parameter,
+                "A slice of " + size.text() +
+                    " pixels is too large: width times "
+                    "height may be at most " +
+                    std::to_string(most) + ".");
 }
 
 // Reserves the memory so that its lack shows before anything is changed; it is cleared by the first
@@ -43,11 +45,12 @@ Plane<uint32_t> reserveTopPixels(Napi::Env env, const SliceSize& size) {
   try {
     return Plane<uint32_t>(size.pixels());
   } catch (const std::bad_alloc&) {
-    throw Napi::Error::New(env, "Not enough memory for slices of " + size.text() +
-                                    " pixels: the top-pixel buffer alone needs " +
-                                    std::to_string(size.pixels() * 4) +
-                                    " bytes. Use a smaller "
-                                    "image, or needBuffer false.");
+    throw refusal(env, codes::memory,
+                  "Not enough memory for slices of " + size.text() +
+                      " pixels: the top-pixel buffer alone needs " +
+                      std::to_string(size.pixels() * 4) +
+                      " bytes. Use a smaller "
+                      "image, or needBuffer false.");
   }
 }
 
@@ -57,12 +60,14 @@ void rebuildGhostSpread(Napi::Env env, float radius) {
   try {
     Poisson::createGhostSpread();
     SliceWorker::ghostSpreadCurrent = true;
-  } catch (const std::exception& e) {
+  } catch (const std::bad_alloc&) {
     Poisson::ghostRadius = before;
-    throw Napi::Error::New(env, dynamic_cast<const std::bad_alloc*>(&e)
-                                    ? "Not enough memory for the spread table of ghostRadius " +
-                                          std::to_string(radius) + "."
-                                    : e.what());
+    throw refusal(
+        env, codes::memory,
+        "Not enough memory for the spread table of ghostRadius " + std::to_string(radius) + ".");
+  } catch (const std::length_error& e) {
+    Poisson::ghostRadius = before;
+    throw refusal(env, codes::parameter, e.what());
   }
 }
 

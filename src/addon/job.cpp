@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "addon/environment.h"
+#include "addon/refusal.h"
 #include "support/slice_pipeline.h"
 
 namespace stiltforge {
@@ -38,14 +39,20 @@ void Job::Execute() {
   try {
     work();
   } catch (const std::bad_alloc&) {
+    errorCode = codes::memory;
     throw std::runtime_error("Not enough memory for " + subject() +
                              ". Use smaller slices, or free memory and start the model again.");
+  } catch (const JobRefusal& refused) {
+    errorCode = refused.code;
+    throw;
   }
 }
 
 void Job::OnError(const Napi::Error& error) {
   finished();
-  Callback().Call({error.Value()});
+  Napi::Object object = error.Value();
+  if (errorCode) object.Set("code", Napi::String::New(Env(), errorCode));
+  Callback().Call({object});
 }
 
 void Job::OnWorkComplete(Napi::Env env, napi_status status) {

@@ -33,6 +33,8 @@ class Job : public Napi::AsyncWorker {
  private:
   void Execute() final;
   void OnWorkComplete(Napi::Env env, napi_status status) final;
+
+  const char* errorCode = nullptr;  // of the Error that the callback gets, where it has one
 };
 
 }  // namespace stiltforge

@@ -3,6 +3,8 @@
 #include <string>
 #include <utility>
 
+#include "addon/refusal.h"
+
 namespace stiltforge {
 
 void JobQueue::add(std::unique_ptr<Job> job) {
@@ -45,7 +47,7 @@ void JobQueue::requireIdle(Napi::Env env, const char* function) const {
     message += " and " + std::to_string(waiting.size()) + " more " +
                (waiting.size() == 1 ? "job waits" : "jobs wait") + " behind it";
   }
-  throw Napi::Error::New(env, message + ". Call it in the last callback or later.");
+  throw refusal(env, codes::busy, message + ". Call it in the last callback or later.");
 }
 
 }  // namespace stiltforge

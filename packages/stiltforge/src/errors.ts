@@ -1,0 +1,30 @@
+/** What went wrong, for programs. Errors of the five functions carry the same codes. */
+export type AnalysisErrorCode =
+  /** Another model is open: in this program, or in another thread of the process. */
+  | 'ERR_STILTFORGE_MODEL_OPEN'
+  /** Slices are still being analysed. */
+  | 'ERR_STILTFORGE_BUSY'
+  /** No model is open: it was closed, or an earlier slice failed. */
+  | 'ERR_STILTFORGE_CLOSED'
+  /** A parameter is missing, of the wrong type or out of range. */
+  | 'ERR_STILTFORGE_PARAMETER'
+  /** A slice is not an image of the model's size. */
+  | 'ERR_STILTFORGE_SLICE'
+  /** There is no such layer or group. */
+  | 'ERR_STILTFORGE_INDEX'
+  /** There is not enough memory. */
+  | 'ERR_STILTFORGE_MEMORY'
+  /** The native analysis failed in another way. */
+  | 'ERR_STILTFORGE_NATIVE';
+
+export class AnalysisError extends Error {
+  override readonly name = 'AnalysisError';
+
+  constructor(
+    readonly code: AnalysisErrorCode,
+    message: string,
+    options?: ErrorOptions,
+  ) {
+    super(message, options);
+  }
+}
