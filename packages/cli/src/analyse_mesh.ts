@@ -1,0 +1,227 @@
+import { basename } from 'node:path';
+import { Analysis } from 'stiltforge/analysis';
+import { ExitCode, Interrupted, messageOf, UserError } from './errors.js';
+import { groupPictures } from './inspect.js';
+import { boundingBox, type Triangles } from './mesh/triangles.js';
+import {
+  pointsCsv,
+  type SupportRecord,
+  type SupportsDocument,
+  supportsJson,
+} from './output/documents.js';
+import { OutputFolder } from './output/output_folder.js';
+import { type PartPoint, sidesPicture, undersidePicture } from './pictures/part_picture.js';
+import type { Progress } from './progress.js';
+import {
+  analysisParameters,
+  fullOverhang,
+  type PrintSettings,
+  type SupportSettings,
+} from './settings.js';
+import { slicePictures } from './slice_pictures.js';
+import { SliceStream } from './slice_stream.js';
+import { loadSlicing, type Slicer } from './slicer.js';
+import { meshWarnings, type Summary } from './summary.js';
+import { Tally } from './tally.js';
+import { version } from './version.js';
+
+/** Pixels left free around the model, so that its contour is one on all sides. */
+const margin = 2;
+
+export interface GroupToInspect {
+  layer: number;
+  /** From 1. */
+  region: number;
+}
+
+export interface Job {
+  /** What the outputs and errors call the model: its file. */
+  name: string;
+  mesh: Triangles;
+  print: PrintSettings;
+  support: SupportSettings;
+  /** Folder for the outputs; made when missing. */
+  folder: string;
+  pictures: boolean;
+  inspect: readonly GroupToInspect[];
+}
+
+export interface JobWatcher {
+  progress: Progress;
+  signal: AbortSignal;
+  warn(sentence: string): void;
+}
+
+/**
+ * The whole road of one model: slices, analysis, outputs. The outputs appear together at the end, or
+ * none of them. Throws a UserError for what the user can mend, Interrupted when the signal says so.
+ */
+export async function analyseMesh(job: Job, watcher: JobWatcher): Promise<Summary> {
+  const started = performance.now();
+  const slicer = makeSlicer(job);
+  const folder = await OutputFolder.open(job.folder);
+  const discard = (): void => folder.discard();
+  process.once('exit', discard);
+  try {
+    const summary = await writeOutputs(job, watcher, slicer, folder);
+    await folder.commit();
+    const seconds = (performance.now() - started) / 1000;
+    return { ...summary, seconds, peakMemory: 1024 * process.resourceUsage().maxRSS };
+  } catch (error) {
+    if (watcher.signal.aborted) throw new Interrupted();
+    throw error;
+  } finally {
+    folder.discard();
+    process.off('exit', discard);
+  }
+}
+
+function makeSlicer({ name, mesh, print, support }: Job): Slicer {
+  const { Slicer } = loadSlicing();
+  try {
+    return new Slicer({
+      positions: mesh,
+      ...print,
+      margin,
+      criticalAngle: support.criticalAngle,
+      fullOverhang: fullOverhang(print, support),
+      inset: support.inset,
+    });
+  } catch (error) {
+    throw new UserError(ExitCode.mesh, `${name}: ${messageOf(error)}`, { cause: error });
+  }
+}
+
+async function writeOutputs(
+  job: Job,
+  { progress, signal, warn }: JobWatcher,
+  slicer: Slicer,
+  folder: OutputFolder,
+): Promise<Omit<Summary, 'seconds' | 'peakMemory'>> {
+  const { print, support } = job;
+  const parameters = analysisParameters(print, support, slicer);
+  const tally = new Tally();
+  const stream = new SliceStream(slicer);
+  const begin = performance.now();
+  const analysis = Analysis.create(parameters);
+  try {
+    progress.start(slicer.layerCount);
+    for await (const result of analysis.run(stream, { signal })) {
+      stream.recycle();
+      tally.add(result);
+      progress.update(tally.layers.length);
+    }
+    for (const group of job.inspect) await writeGroup(job, group, analysis, folder);
+  } finally {
+    progress.stop();
+    await analysis.close();
+  }
+  const analysisSeconds = (performance.now() - begin) / 1000;
+
+  const plateZ = slicer.report.bounds.min[2];
+  const supports = tally.supports.map(({ layer, region, kind, column, row }): SupportRecord => {
+    const screenColumn = slicer.cropX + column;
+    const screenRow = slicer.cropY + row;
+    return {
+      x: rounded(slicer.originX + (screenColumn + 0.5) * print.pixelSize),
+      y: rounded(slicer.originY - (screenRow + 0.5) * print.pixelSize),
+      z: rounded(plateZ + layer * print.layerHeight),
+      column: screenColumn,
+      row: screenRow,
+      layer,
+      region,
+      kind,
+    };
+  });
+  const sliceVolume = stream.materialPixels * print.pixelSize ** 2 * print.layerHeight;
+  const warnings = meshWarnings(slicer.report, sliceVolume);
+  for (const sentence of warnings) warn(`${job.name}: ${sentence}`);
+
+  const { bounds, ...mesh } = slicer.report;
+  const document: SupportsDocument = {
+    generator: `stiltforge ${version}`,
+    model: { file: basename(job.name), ...bounds, mesh, sliceVolume, warnings },
+    print: {
+      ...print,
+      layers: slicer.layerCount,
+      crop: {
+        column: slicer.cropX,
+        row: slicer.cropY,
+        width: slicer.width,
+        height: slicer.height,
+      },
+    },
+    settings: support,
+    parameters,
+    summary: {
+      layers: slicer.layerCount,
+      regions: tally.regions,
+      islands: tally.islands,
+      supports: supports.length,
+    },
+    supports,
+  };
+  await folder.write('supports.json', supportsJson(document));
+  await folder.write('points.csv', pointsCsv(supports));
+  if (job.pictures) {
+    await writePartPictures(job, supports, folder, signal);
+    for (const { name, png } of await slicePictures(slicer, parameters, tally, print, signal)) {
+      await folder.write(name, png);
+    }
+  }
+  return {
+    name: job.name,
+    ...document.summary,
+    supports,
+    plateZ,
+    analysisSeconds,
+    folder: job.folder,
+    files: folder.topLevelNames(),
+  };
+}
+
+async function writeGroup(
+  job: Job,
+  { layer, region }: GroupToInspect,
+  analysis: Analysis,
+  folder: OutputFolder,
+): Promise<void> {
+  const name = `inspect/layer_${String(layer).padStart(5, '0')}_region_${region}`;
+  let pictures: Awaited<ReturnType<typeof groupPictures>>;
+  try {
+    pictures = await groupPictures(analysis, layer, region);
+  } catch (error) {
+    throw new UserError(
+      ExitCode.usage,
+      `--inspect ${layer}:${region}: ${messageOf(error)} ` +
+        `The layers of ${job.name} count from 0, the regions of a layer from 1.`,
+      { cause: error },
+    );
+  }
+  await folder.write(`${name}.png`, pictures.sheet);
+  for (const [image, png] of Object.entries(pictures.images)) {
+    await folder.write(`${name}/${image}.png`, png);
+  }
+}
+
+async function writePartPictures(
+  { name, mesh, support }: Job,
+  supports: readonly SupportRecord[],
+  folder: OutputFolder,
+  signal: AbortSignal,
+): Promise<void> {
+  const points = supports.map(({ x, y, z, kind }): PartPoint => ({ position: [x, y, z], kind }));
+  const { min, max } = boundingBox(mesh);
+  const size = max.map((value, axis) => (value - min[axis]).toFixed(1)).join(' x ');
+  const title = `${basename(name)}, ${size} mm: ${supports.length} supports`;
+  const options = { title, criticalAngle: support.criticalAngle };
+  await folder.write('part.png', await sidesPicture(mesh, points, options));
+  signal.throwIfAborted();
+  await folder.write('part_from_below.png', await undersidePicture(mesh, points, options));
+  signal.throwIfAborted();
+}
+
+/** To the micrometre: beyond it are only the digits of binary fractions. */
+function rounded(millimetres: number): number {
+  return Math.round(1000 * millimetres) / 1000;
+}

@@ -1,0 +1,223 @@
+import { basename, extname } from 'node:path';
+import { Command, CommanderError, InvalidArgumentError, Option } from 'commander';
+import { analyseMesh, type GroupToInspect } from './analyse_mesh.js';
+import { ExitCode, Interrupted, messageOf, UserError } from './errors.js';
+import { loadMesh } from './mesh/load.js';
+import { boundingBox, scaled, type Triangles, turnedFromYUp } from './mesh/triangles.js';
+import { noProgress, progressOn } from './progress.js';
+import { defaultPrint, defaultSupport } from './settings.js';
+import { summaryText } from './summary.js';
+import { version } from './version.js';
+
+interface Options {
+  out?: string;
+  layerHeight: number;
+  pixelSize: number;
+  screen: [width: number, height: number];
+  up: 'z' | 'y';
+  height?: number;
+  scale?: number;
+  criticalAngle: number;
+  inset: number;
+  supportArea: number;
+  pictures: boolean;
+  inspect: GroupToInspect[];
+  quiet: boolean;
+}
+
+const notes = `
+Lengths are in millimetres. The model keeps its own coordinates: they are what supports.json and
+points.csv give, next to pixels of the screen, on whose middle it stands.
+
+Exit codes:
+  0    done
+  1    something unexpected failed; please report it
+  2    the command line is wrong
+  3    the mesh can't be used
+  4    the outputs can't be written
+  130  interrupted; nothing was written
+
+Examples:
+  stiltforge part.stl
+  stiltforge part.3mf --screen 5760x3600 --pixel-size 0.035 --layer-height 0.03
+  stiltforge statue.obj --up y --height 80 --out statue-supports`;
+
+function buildCommand(run: (meshFile: string, options: Options) => Promise<void>): Command {
+  return new Command('stiltforge')
+    .description('Finds where a part needs supports when it is printed in resin.')
+    .argument('<mesh>', 'the part: an STL (binary or text), OBJ, PLY or 3MF file, z up')
+    .option('-o, --out <folder>', 'folder for the results (default: "<mesh>-supports")')
+    .option('--layer-height <mm>', 'height of a layer', positive, defaultPrint.layerHeight)
+    .option('--pixel-size <mm>', 'side of a pixel of the screen', positive, defaultPrint.pixelSize)
+    .addOption(
+      new Option('--screen <WxH>', 'size of the screen in pixels')
+        .argParser(screenSize)
+        .default(
+          [defaultPrint.screenWidth, defaultPrint.screenHeight],
+          `${defaultPrint.screenWidth}x${defaultPrint.screenHeight}`,
+        ),
+    )
+    .addOption(
+      new Option('--up <axis>', 'axis of the mesh that points up').choices(['z', 'y']).default('z'),
+    )
+    .addOption(
+      new Option('--height <mm>', 'scale the part to this height')
+        .argParser(positive)
+        .conflicts('scale'),
+    )
+    .option('--scale <factor>', 'scale the part by this factor', positive)
+    .option(
+      '--critical-angle <degrees>',
+      'surfaces nearer to the plate than this angle do not carry themselves',
+      angle,
+      defaultSupport.criticalAngle,
+    )
+    .option(
+      '--inset <mm>',
+      'keep supports this far from the contour if possible',
+      distance,
+      defaultSupport.inset,
+    )
+    .option(
+      '--support-area <mm2>',
+      'area of a layer that one support holds; less gives more supports',
+      positive,
+      defaultSupport.supportArea,
+    )
+    .option('--no-pictures', 'write no pictures')
+    .addOption(
+      new Option(
+        '--inspect <layer:region>',
+        'also write pictures of how a region was sampled; may be repeated',
+      )
+        .argParser(groupToInspect)
+        .default([], 'none'),
+    )
+    .option('-q, --quiet', 'print only warnings and errors', false)
+    .version(version, '-V, --version', 'print the version')
+    .helpOption('-h, --help', 'print this help')
+    .addHelpText('after', notes)
+    .showHelpAfterError('Try: stiltforge --help')
+    .exitOverride()
+    .action(run);
+}
+
+/** Runs the command with the given words and returns the exit code. */
+export async function runCommand(words: readonly string[]): Promise<ExitCode> {
+  try {
+    await buildCommand(analyse).parseAsync(words, { from: 'user' });
+    return ExitCode.done;
+  } catch (error) {
+    if (error instanceof CommanderError) {
+      return error.exitCode === 0 ? ExitCode.done : ExitCode.usage;
+    }
+    if (error instanceof Interrupted) {
+      process.stderr.write('stiltforge: interrupted, nothing was written\n');
+      return ExitCode.interrupted;
+    }
+    if (error instanceof UserError) {
+      process.stderr.write(`stiltforge: ${error.message}\n`);
+      return error.exitCode;
+    }
+    const trace = error instanceof Error ? error.stack : messageOf(error);
+    process.stderr.write(`stiltforge: unexpected failure, please report it:\n${trace}\n`);
+    return ExitCode.failure;
+  }
+}
+
+async function analyse(meshFile: string, options: Options): Promise<void> {
+  const mesh = transformed(await loadMesh(meshFile), options);
+  const [screenWidth, screenHeight] = options.screen;
+  const summary = await untilInterrupted((signal) =>
+    analyseMesh(
+      {
+        name: meshFile,
+        mesh,
+        print: {
+          layerHeight: options.layerHeight,
+          pixelSize: options.pixelSize,
+          screenWidth,
+          screenHeight,
+        },
+        support: {
+          criticalAngle: options.criticalAngle,
+          inset: options.inset,
+          supportArea: options.supportArea,
+        },
+        folder: options.out ?? `${basename(meshFile, extname(meshFile))}-supports`,
+        pictures: options.pictures,
+        inspect: options.inspect,
+      },
+      {
+        progress: options.quiet ? noProgress : progressOn(process.stderr),
+        signal,
+        warn: (sentence) => process.stderr.write(`stiltforge: warning: ${sentence}\n`),
+      },
+    ),
+  );
+  if (!options.quiet) process.stdout.write(summaryText(summary));
+}
+
+function transformed(mesh: Triangles, { up, height, scale }: Options): Triangles {
+  const standing = up === 'y' ? turnedFromYUp(mesh) : mesh;
+  if (height === undefined) return scale === undefined ? standing : scaled(standing, scale);
+  const { min, max } = boundingBox(standing);
+  return scaled(standing, height / (max[2] - min[2]));
+}
+
+/** Ctrl-C ends the work at the next layer; a second one ends the process at once. */
+export async function untilInterrupted<T>(work: (signal: AbortSignal) => Promise<T>): Promise<T> {
+  const controller = new AbortController();
+  const interrupt = (): void => {
+    if (controller.signal.aborted) process.exit(ExitCode.interrupted);
+    controller.abort(new Interrupted());
+  };
+  process.on('SIGINT', interrupt).on('SIGTERM', interrupt);
+  try {
+    return await work(controller.signal);
+  } finally {
+    process.off('SIGINT', interrupt).off('SIGTERM', interrupt);
+  }
+}
+
+function numberFrom(text: string, accepts: (value: number) => boolean, wanted: string): number {
+  const value = text.trim() === '' ? Number.NaN : Number(text);
+  if (!Number.isFinite(value) || !accepts(value))
+    throw new InvalidArgumentError(`It must be ${wanted}.`);
+  return value;
+}
+
+function positive(text: string): number {
+  return numberFrom(text, (value) => value > 0, 'a number above 0');
+}
+
+function distance(text: string): number {
+  return numberFrom(text, (value) => value >= 0, 'a number from 0');
+}
+
+function angle(text: string): number {
+  return numberFrom(
+    text,
+    (value) => value > 0 && value < 90,
+    'a number of degrees between 0 and 90',
+  );
+}
+
+function screenSize(text: string): [number, number] {
+  const match = /^(\d{1,5})x(\d{1,5})$/i.exec(text);
+  const size = match === null ? [0, 0] : [Number(match[1]), Number(match[2])];
+  if (size.some((side) => side < 1 || side > 65535)) {
+    throw new InvalidArgumentError(
+      'It must be two numbers of pixels from 1 to 65535, like 3840x2400.',
+    );
+  }
+  return size as [number, number];
+}
+
+function groupToInspect(text: string, earlier: GroupToInspect[]): GroupToInspect[] {
+  const match = /^(\d+):(\d+)$/.exec(text);
+  if (match === null || Number(match[2]) === 0) {
+    throw new InvalidArgumentError('It must be a layer from 0 and a region from 1, like 120:1.');
+  }
+  return [...earlier, { layer: Number(match[1]), region: Number(match[2]) }];
+}

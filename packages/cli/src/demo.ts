@@ -1,0 +1,39 @@
+import { createRequire } from 'node:module';
+import { analyseMesh } from './analyse_mesh.js';
+import { untilInterrupted } from './command.js';
+import { scaled, standingOnOrigin, turnedFromYUp } from './mesh/triangles.js';
+import { progressOn } from './progress.js';
+import { defaultPrint, defaultSupport } from './settings.js';
+import { summaryText } from './summary.js';
+
+interface IndexedMesh {
+  positions: number[][];
+  cells: number[][];
+}
+
+const height = 60; // mm
+
+const bunny = createRequire(import.meta.url)('bunny') as IndexedMesh;
+const corners = bunny.cells.flatMap((cell) => cell.flatMap((vertex) => bunny.positions[vertex]));
+const standing = standingOnOrigin(turnedFromYUp(new Float32Array(corners)));
+const tallest = standing.reduce((top, value, i) => (i % 3 === 2 ? Math.max(top, value) : top), 0);
+
+const summary = await untilInterrupted((signal) =>
+  analyseMesh(
+    {
+      name: 'bunny',
+      mesh: scaled(standing, height / tallest),
+      print: defaultPrint,
+      support: defaultSupport,
+      folder: 'out/demo',
+      pictures: true,
+      inspect: [],
+    },
+    {
+      progress: progressOn(process.stderr),
+      signal,
+      warn: (sentence) => process.stderr.write(`warning: ${sentence}\n`),
+    },
+  ),
+);
+process.stdout.write(summaryText(summary));

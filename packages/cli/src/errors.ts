@@ -1,0 +1,49 @@
+/** What the process exits with. The same table stands in the command's help. */
+export const ExitCode = {
+  done: 0,
+  failure: 1,
+  usage: 2,
+  mesh: 3,
+  output: 4,
+  interrupted: 130,
+} as const;
+
+export type ExitCode = (typeof ExitCode)[keyof typeof ExitCode];
+
+/** A failure that the user can do something about: its message is printed as it stands. */
+export class UserError extends Error {
+  override name = 'UserError';
+
+  constructor(
+    readonly exitCode: ExitCode,
+    message: string,
+    options?: ErrorOptions,
+  ) {
+    super(message, options);
+  }
+}
+
+/** A mesh that can't be used. `problem` says what is wrong and where, `remedy` what to do. */
+export class MeshError extends Error {
+  override name = 'MeshError';
+
+  constructor(
+    readonly problem: string,
+    readonly remedy: string,
+  ) {
+    super(`${problem}. ${remedy}.`);
+  }
+}
+
+/** Thrown when the user pressed Ctrl-C: not an error, but the end of the run. */
+export class Interrupted extends Error {
+  override name = 'Interrupted';
+
+  constructor() {
+    super('interrupted');
+  }
+}
+
+export function messageOf(error: unknown): string {
+  return error instanceof Error ? error.message : String(error);
+}

@@ -1,0 +1,15 @@
+export { analyseMesh, type GroupToInspect, type Job, type JobWatcher } from './analyse_mesh.js';
+export { ExitCode, Interrupted, UserError } from './errors.js';
+export { type GroupPictures, groupPictures } from './inspect.js';
+export { loadMesh } from './mesh/load.js';
+export type { Triangles } from './mesh/triangles.js';
+export type { SupportRecord, SupportsDocument } from './output/documents.js';
+export { noProgress, type Progress } from './progress.js';
+export {
+  analysisParameters,
+  defaultPrint,
+  defaultSupport,
+  type PrintSettings,
+  type SupportSettings,
+} from './settings.js';
+export type { Summary } from './summary.js';

@@ -1,0 +1,116 @@
+import sharp, { type Sharp } from 'sharp';
+import {
+  type Analysis,
+  type GroupImageName,
+  type GroupImages,
+  groupImageNames,
+} from 'stiltforge/analysis';
+import { contactSheet } from './pictures/contact_sheet.js';
+import { label } from './pictures/label.js';
+
+/** What each image shows, in the order of the sheet. */
+const captions: [name: GroupImageName, title: string, meaning: string][] = [
+  ['sample', 'sample', 'white: may carry a support'],
+  ['ghost', 'ghost', 'red: near a support from below'],
+  ['angle', 'angle', 'blue: carried by the layer below'],
+  ['stroke', 'stroke', 'green: near the contour'],
+  ['combined', 'combined', 'the three terms together'],
+  ['score', 'score', 'dark red: wants a support most'],
+  ['scoreSupport', 'score and supports', 'supports on the score'],
+  ['support', 'support', 'white: placed supports'],
+];
+
+const tile = { width: 300, height: 348 };
+const padding = 14;
+const captionHeight = 58;
+const headerHeight = 48;
+
+export interface GroupPictures {
+  /** PNG files by image name, one pixel for each pixel of the group's box. */
+  images: Record<GroupImageName, Buffer>;
+  /** A PNG with all eight, enlarged or reduced to tiles of one size, with their names. */
+  sheet: Buffer;
+}
+
+/**
+ * The sampling state of one analysed group as eight PNG images and one labelled contact sheet, for a
+ * person who tunes parameters.
+ * @param layer index of the layer in the order of analysis, from 0
+ * @param group number of the group in its layer, from 1, as supports.json calls its regions
+ */
+export async function groupPictures(
+  analysis: Analysis,
+  layer: number,
+  group: number,
+): Promise<GroupPictures> {
+  const rendered = await analysis.groupImages(layer, group - 1);
+  const pngs = await Promise.all(groupImageNames.map((name) => png(rendered, name)));
+  const tiles = await Promise.all(
+    captions.map(([name, title, meaning]) => captionedTile(rendered, name, title, meaning)),
+  );
+  const title = `Layer ${layer}, region ${group}: ${rendered.width} x ${rendered.height} pixels`;
+  const width = 4 * tile.width;
+  const svg = `<svg xmlns="http://www.w3.org/2000/svg" width="${width}" height="${headerHeight}">
+    ${label(title, padding, 32, { size: 20 })}</svg>`;
+  return {
+    images: Object.fromEntries(groupImageNames.map((name, i) => [name, pngs[i]])) as Record<
+      GroupImageName,
+      Buffer
+    >,
+    sheet: await contactSheet(tiles, tile, 4, { svg, height: headerHeight }),
+  };
+}
+
+function raw({ width, height, images }: GroupImages, name: GroupImageName): Sharp {
+  return sharp(images[name], { raw: { width, height, channels: 4 } });
+}
+
+function png(rendered: GroupImages, name: GroupImageName): Promise<Buffer> {
+  return raw(rendered, name).png({ compressionLevel: 9 }).toBuffer();
+}
+
+async function captionedTile(
+  rendered: GroupImages,
+  name: GroupImageName,
+  title: string,
+  meaning: string,
+): Promise<Buffer> {
+  const side = tile.width - 2 * padding;
+  const scale = Math.min(side / rendered.width, side / rendered.height);
+  const width = Math.max(1, Math.round(scale * rendered.width));
+  const height = Math.max(1, Math.round(scale * rendered.height));
+  const marks = name === 'support' || name === 'scoreSupport';
+  const input = await raw(rendered, name)
+    // Single marked pixels would vanish in the mean of their surroundings.
+    .resize(width, height, { fit: 'fill', kernel: scale >= 1 || marks ? 'nearest' : 'mitchell' })
+    .png()
+    .toBuffer();
+  const rings = marks ? supportRings(rendered, scale) : '';
+  const left = padding + Math.floor((side - width) / 2);
+  const top = captionHeight + Math.floor((side - height) / 2);
+  const overlay = `<svg xmlns="http://www.w3.org/2000/svg" width="${tile.width}" height="${tile.height}">
+    ${label(title, padding, 22, { size: 16 })}
+    ${label(meaning, padding, 43, { size: 13, colour: '#5b6b7b' })}
+    <g transform="translate(${left} ${top})">${rings}</g></svg>`;
+  return sharp({ create: { ...tile, channels: 3, background: '#f8fafb' } })
+    .composite([
+      { input, left, top },
+      { input: Buffer.from(overlay), left: 0, top: 0 },
+    ])
+    .png()
+    .toBuffer();
+}
+
+/** A ring around each support: one pixel is hard to see. */
+function supportRings({ width, height, images }: GroupImages, scale: number): string {
+  const rings: string[] = [];
+  for (let pixel = 0; pixel < width * height; pixel++) {
+    if (images.support[4 * pixel] !== 255) continue;
+    const x = scale * ((pixel % width) + 0.5);
+    const y = scale * (Math.floor(pixel / width) + 0.5);
+    rings.push(
+      `<circle cx="${x.toFixed(1)}" cy="${y.toFixed(1)}" r="6" fill="none" stroke="#00b7ff" stroke-width="2"/>`,
+    );
+  }
+  return rings.join('');
+}

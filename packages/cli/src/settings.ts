@@ -1,0 +1,82 @@
+import type { AnalysisParameters } from 'stiltforge';
+
+/** The printer, and how the part is cut for it. */
+export interface PrintSettings {
+  /** mm */
+  layerHeight: number;
+  /** mm, side of the square pixels */
+  pixelSize: number;
+  /** The printer's screen, pixels. */
+  screenWidth: number;
+  screenHeight: number;
+}
+
+/** Where supports are wanted, in physical units. docs/parameters.md gives the reasons. */
+export interface SupportSettings {
+  /** Degrees between the plate and a surface that just carries itself. */
+  criticalAngle: number;
+  /** mm from the contour inwards where supports are avoided. */
+  inset: number;
+  /** mm2 of a layer that one support holds. */
+  supportArea: number;
+}
+
+export const defaultPrint: PrintSettings = {
+  layerHeight: 0.05,
+  pixelSize: 0.05,
+  screenWidth: 3840,
+  screenHeight: 2400,
+};
+
+export const defaultSupport: SupportSettings = {
+  criticalAngle: 45,
+  inset: 0.4,
+  supportArea: 10,
+};
+
+/** Millimetres beyond the material below from where on a pixel hangs free. */
+export function fullOverhang(print: PrintSettings, support: SupportSettings): number {
+  const reach = print.layerHeight / Math.tan((support.criticalAngle * Math.PI) / 180);
+  return Math.max(0.5, 2 * reach);
+}
+
+/** The 28 parameters of the analysis for slices of the given size. */
+export function analysisParameters(
+  print: PrintSettings,
+  support: SupportSettings,
+  slices: { width: number; height: number; layerCount: number },
+): AnalysisParameters {
+  const pixels = (millimetres: number): number => millimetres / print.pixelSize;
+  const area = (squareMillimetres: number): number => squareMillimetres / print.pixelSize ** 2;
+  const layers = (millimetres: number): number => millimetres / print.layerHeight;
+  return {
+    width: slices.width,
+    height: slices.height,
+    numLayer: slices.layerCount,
+    needBuffer: false,
+    addSupport: true,
+    supportStrength: area(support.supportArea),
+    growthStrength: 1,
+    strengthTransmited: 1,
+    firstSupportMinStrength: 1,
+    numberOfSamplePerSupport: 100,
+    numberOfSamplePerVoronoi: area(1),
+    ghostPart: 1,
+    strokePart: 0.3,
+    anglePart: 1,
+    maxSupportRadiusInIsland: pixels(3),
+    islandSupportMultiplier: 1,
+    islandStrengthSupport: 1,
+    strengthOfPlatePixel: 1,
+    maxZGhost: layers(10),
+    maxGhost: 10_000,
+    ghostRadius: Math.round(pixels(3)),
+    maxVoronoiIteration: 20,
+    validationDistanceFormVoronoi: Math.max(1, pixels(0.1)),
+    distCloseToIsland: Math.max(1, Math.round(layers(0.1))),
+    closeToIslandStrengthTransmited: 1.2,
+    almostNotBlueCounterLimit: 0,
+    islandMinBlue: 0,
+    maxGhostValueToPlaceSupport: 255,
+  };
+}

@@ -1,0 +1,46 @@
+import type { SliceResult } from 'stiltforge';
+
+export type SupportKind = 'island' | 'overhang';
+
+/** A support point as the analysis places it. */
+export interface PlacedSupport {
+  /** Counted from 0, the layer on the plate. */
+  layer: number;
+  /** Number of the region in its layer, from 1. */
+  region: number;
+  kind: SupportKind;
+  /** Pixel of the slice. */
+  column: number;
+  row: number;
+}
+
+export interface LayerTally {
+  supports: number;
+  /** Numbers of the regions that rest on nothing. */
+  islands: number[];
+}
+
+/** What the results of a model add up to, and all that is kept of them. */
+export class Tally {
+  readonly layers: LayerTally[] = [];
+  readonly supports: PlacedSupport[] = [];
+  regions = 0;
+  islands = 0;
+
+  add({ layer }: SliceResult): void {
+    const index = this.layers.length;
+    const islands: number[] = [];
+    const before = this.supports.length;
+    layer.groups.forEach((group, i) => {
+      const region = i + 1;
+      if (index > 0 && group.supportedPixel === 0) islands.push(region);
+      for (const { x, y, isMinima } of group.supports) {
+        const kind = isMinima ? 'island' : 'overhang';
+        this.supports.push({ layer: index, region, kind, column: x, row: y });
+      }
+    });
+    this.regions += layer.groups.length;
+    this.islands += islands.length;
+    this.layers.push({ supports: this.supports.length - before, islands });
+  }
+}
