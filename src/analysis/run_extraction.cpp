@@ -13,6 +13,8 @@ namespace {
 
 // A band of a 4K slice fits the second-level cache, so the channels are read from there.
 constexpr std::size_t pixelsPerBand = std::size_t{1} << 16;
+// With more runs than one for so many pixels, a whole row is cheaper than run by run.
+constexpr uint32_t pixelsPerRunWhenDense = 32;
 
 struct Band {
   uint32_t firstRow = 0;
@@ -20,25 +22,22 @@ struct Band {
   std::vector<SolidRun> runs;
 };
 
-void appendRowRuns(const uint64_t* masks, uint32_t width, std::vector<SolidRun>& runs) {
+// The columns at which material begins and ends, in turn; returns how many. Writes no more than the
+// width plus one.
+std::size_t findEdges(const uint64_t* masks, uint32_t width, uint16_t* edges) {
+  std::size_t count = 0;
   uint64_t carry = 0;
-  uint32_t begin = 0;
   for (uint32_t word = 0; word * 64 < width; ++word) {
     const uint64_t mask = masks[word];
-    uint64_t edges = mask ^ ((mask << 1) | carry);
+    uint64_t changes = mask ^ ((mask << 1) | carry);
     carry = mask >> 63;
-    while (edges != 0) {
-      const uint32_t bit = static_cast<uint32_t>(__builtin_ctzll(edges));
-      const uint32_t x = word * 64 + bit;
-      edges &= edges - 1;
-      if ((mask >> bit) & 1) {
-        begin = x;
-      } else {
-        runs.push_back({static_cast<uint16_t>(begin), static_cast<uint16_t>(x), 0});
-      }
+    for (; changes != 0; changes &= changes - 1) {
+      edges[count++] =
+          static_cast<uint16_t>(word * 64 + static_cast<uint32_t>(__builtin_ctzll(changes)));
     }
   }
-  if (carry) runs.push_back({static_cast<uint16_t>(begin), static_cast<uint16_t>(width), 0});
+  if (carry) edges[count++] = static_cast<uint16_t>(width);
+  return count;
 }
 
 void splitChannels(const uint32_t* pixels, std::size_t n, uint8_t* blue, uint8_t* green) {
@@ -48,27 +47,40 @@ void splitChannels(const uint32_t* pixels, std::size_t n, uint8_t* blue, uint8_t
   }
 }
 
+// The same over background too, which becomes 0.
+void splitSolidChannels(const uint32_t* pixels, std::size_t n, uint8_t* blue, uint8_t* green) {
+  for (std::size_t i = 0; i < n; ++i) {
+    const uint32_t pixel = (pixels[i] & 0xFF) != 0 ? pixels[i] : 0;
+    green[i] = static_cast<uint8_t>(pixel >> 8);
+    blue[i] = static_cast<uint8_t>(pixel >> 16);
+  }
+}
+
 void extractBand(Layer& layer, Band& band, bool clearBackground) {
   const uint32_t width = layer.width;
   const SolidMaskFunction solidMasks = solidMaskFunction();
   std::vector<uint64_t> masks((width + 63) / 64);
+  std::vector<uint16_t> edges(std::size_t{width} + 1);
   for (uint32_t y = band.firstRow; y < band.endRow; ++y) {
     const std::size_t base = static_cast<std::size_t>(y) * width;
     const uint32_t* pixels = layer.pixelBuffer.data() + base;
     uint8_t* blue = layer.supportedPixels.data() + base;
     uint8_t* green = layer.strokePixels.data() + base;
-    const std::size_t firstRun = band.runs.size();
     solidMasks(pixels, width, masks.data());
-    appendRowRuns(masks.data(), width, band.runs);
-    layer.rowRuns[y + 1] = static_cast<uint32_t>(band.runs.size() - firstRun);
+    const std::size_t runCount = findEdges(masks.data(), width, edges.data()) / 2;
+    layer.rowRuns[y + 1] = static_cast<uint32_t>(runCount);
+    const bool isDense = runCount > width / pixelsPerRunWhenDense;
+    if (isDense) splitSolidChannels(pixels, width, blue, green);
     uint32_t cleared = 0;
-    for (std::size_t r = firstRun; r < band.runs.size(); ++r) {
-      const SolidRun run = band.runs[r];
+    for (std::size_t r = 0; r < runCount; ++r) {
+      const SolidRun run{edges[2 * r], edges[2 * r + 1], 0};
+      band.runs.push_back(run);
+      if (isDense) continue;
       if (clearBackground) std::memset(blue + cleared, 0, run.begin - cleared);
       splitChannels(pixels + run.begin, run.end - run.begin, blue + run.begin, green + run.begin);
       cleared = run.end;
     }
-    if (clearBackground) std::memset(blue + cleared, 0, width - cleared);
+    if (clearBackground && !isDense) std::memset(blue + cleared, 0, width - cleared);
   }
 }
 
