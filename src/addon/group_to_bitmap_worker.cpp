@@ -30,8 +30,9 @@ void GroupToBitmapWorker::work() {
   if (groupIndex >= groups) {
     throw JobRefusal(codes::index, "There is no group " + std::to_string(groupIndex) +
                                        " in layer " + std::to_string(layerIndex) +
-                                       ": its groups are numbered from 1 to " +
-                                       std::to_string(groups - 1) + ".");
+                                       (groups > 1 ? ": its groups are numbered from 1 to " +
+                                                         std::to_string(groups - 1) + "."
+                                                   : ": it has no groups."));
   }
   SliceWorker::ensureGhostSpread();
   rendered = renderGroup(layers[layerIndex], groupIndex);
