@@ -31,9 +31,12 @@ void packPairs(const uint8_t* first, const uint8_t* second, std::size_t n,
   const auto flush = [&](std::size_t end) {
     if (literals == 0) return;
     putHeader(static_cast<uint16_t>(literals), packed);
-    for (std::size_t i = end - literals; i < end; ++i) {
-      packed.push_back(first[i]);
-      packed.push_back(second[i]);
+    const std::size_t begin = end - literals;
+    packed.resize(packed.size() + 2 * literals);
+    uint8_t* pairs = packed.data() + packed.size() - 2 * literals;
+    for (std::size_t i = 0; i < literals; ++i) {
+      pairs[2 * i] = first[begin + i];
+      pairs[2 * i + 1] = second[begin + i];
     }
     literals = 0;
   };

@@ -33,7 +33,7 @@ bool OverhangDistance::addRow(std::span<const Run> row, Run stretch, int32_t off
 }
 
 std::span<const int32_t> OverhangDistance::measure(int y, Run stretch, const RunRows& set) {
-  const int32_t outOfReach = radius_ * radius_ + 1;
+  const int32_t outOfReach = (radius_ + 1) * (radius_ + 1);
   squared_.assign(static_cast<std::size_t>(stretch.end - stretch.begin), outOfReach);
   int32_t furthest = outOfReach;
   for (int32_t offset = 0; offset <= radius_ && offset * offset < furthest; ++offset) {

@@ -101,7 +101,7 @@ void StrokeDistance::measureAlongRow(std::vector<Squared>& work, int32_t begin, 
   Squared* const column = work.data();
   Squared* __restrict const result = column + padded;
 
-  const int32_t outOfReach = radius_ * radius_ + 1;
+  const int32_t outOfReach = (radius_ + 1) * (radius_ + 1);
   std::fill(column, column + padded, static_cast<Squared>(outOfReach));
   for (int32_t i = 0; i < count; ++i) {
     const int32_t distance = nearest_[static_cast<std::size_t>(begin + i)];

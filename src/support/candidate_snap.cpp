@@ -5,8 +5,7 @@
 namespace stiltforge {
 
 CandidateSnap::CandidateSnap(const std::vector<Candidate>& candidates,
-                             const std::vector<uint16_t>& sampleX,
-                             const std::vector<uint16_t>& sampleY) {
+                             const Plane<uint16_t>& sampleX, const Plane<uint16_t>& sampleY) {
   places_.reserve(candidates.size());
   for (const Candidate& candidate : candidates) {
     places_.push_back({sampleX[candidate.sample], sampleY[candidate.sample]});

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <vector>
 
+#include "analysis/plane.h"
 #include "support/candidate_sort.h"
 #include "support/nearest_site.h"
 
@@ -13,8 +14,8 @@ namespace stiltforge {
 class CandidateSnap {
  public:
   /// The arguments must outlive the object; candidates must not be empty.
-  CandidateSnap(const std::vector<Candidate>& candidates, const std::vector<uint16_t>& sampleX,
-                const std::vector<uint16_t>& sampleY);
+  CandidateSnap(const std::vector<Candidate>& candidates, const Plane<uint16_t>& sampleX,
+                const Plane<uint16_t>& sampleY);
 
   Site nearest(Site place) const;
 

@@ -23,18 +23,8 @@ constexpr double sampledShare =
 constexpr uint32_t fewestCandidates = 4;  // kept per support
 
 // Ghost sums of a band of this many pixels stay in the first cache levels.
-constexpr std::size_t pixelsPerBand = std::size_t{1} << 15;
+constexpr std::size_t pixelsPerBand = std::size_t{1} << 14;
 constexpr std::size_t samplesPerTask = std::size_t{1} << 15;
-
-// What one band of box rows contributes, in raster order.
-struct SampleBand {
-  std::vector<uint16_t> x;
-  std::vector<uint16_t> y;
-  std::vector<uint8_t> blue;
-  std::vector<uint8_t> green;
-  std::vector<float> ghostSum;
-  float largestGhostSum = 0;
-};
 
 uint32_t latticeStep(float s) {
   return s < static_cast<float>(largestStep) ? toUint32(s) : largestStep;
@@ -45,55 +35,46 @@ void appendTo(std::vector<T>& all, const std::vector<T>& part) {
   all.insert(all.end(), part.begin(), part.end());
 }
 
-// The first span at or below a row of the slice.
-const RowSpan* firstSpanAt(const std::vector<RowSpan>& spans, uint32_t row) {
-  return std::lower_bound(spans.data(), spans.data() + spans.size(), row,
-                          [](const RowSpan& span, uint32_t y) { return span.y < y; });
-}
-
-// The maximal runs of unsupported pixels of a group and their packed channels, band by band.
-std::unique_ptr<SampleRecord> recordSamples(const Layer& layer, const std::vector<RowSpan>& spans,
-                                            Box box) {
-  const uint32_t width = static_cast<uint32_t>(box.xMax - box.xMin);
-  const uint32_t height = static_cast<uint32_t>(box.yMax - box.yMin);
-  const uint32_t rowsPerBand =
-      static_cast<uint32_t>(std::max<std::size_t>(1, pixelsPerBand / width));
-  std::vector<SampleRecord> bands((height + rowsPerBand - 1) / rowsPerBand);
-  workers::parallelFor(bands.size(), [&](std::size_t b) {
-    SampleRecord& band = bands[b];
-    std::vector<uint8_t> blues;
-    std::vector<uint8_t> greens;
-    const uint32_t firstRow = box.yMin + static_cast<uint32_t>(b) * rowsPerBand;
-    const RowSpan* const end = firstSpanAt(spans, firstRow + rowsPerBand);
-    for (const RowSpan* span = firstSpanAt(spans, firstRow); span != end; ++span) {
-      const std::size_t base = std::size_t{span->y} * layer.width;
-      const uint8_t* blue = layer.supportedPixels.data() + base;
-      for (uint32_t x = span->begin; x < span->end;) {
-        if (blue[x] == 255) {
-          ++x;
-          continue;
-        }
-        const uint32_t begin = x;
-        while (x < span->end && blue[x] != 255) ++x;
-        band.rows.push_back({span->y, static_cast<uint16_t>(begin), static_cast<uint16_t>(x)});
-        blues.insert(blues.end(), blue + begin, blue + x);
-        greens.insert(greens.end(), layer.strokePixels.data() + base + begin,
-                      layer.strokePixels.data() + base + x);
-      }
-    }
-    packPairs(blues.data(), greens.data(), blues.size(), band.packed);
-  });
-  auto record = std::make_unique<SampleRecord>();
-  for (const SampleRecord& band : bands) {
-    appendTo(record->rows, band.rows);
-    appendTo(record->packed, band.packed);
-  }
-  record->rows.shrink_to_fit();
-  record->packed.shrink_to_fit();
-  return record;
-}
-
 }  // namespace
+
+// A range of a group's spans.
+struct Poisson::SpanRange {
+  const RowSpan* first;
+  const RowSpan* last;
+  const RowSpan* begin() const { return first; }
+  const RowSpan* end() const { return last; }
+};
+
+// The rows of a group's box in bands whose pixels stay in the first cache levels; rows count from
+// the box's top.
+class Poisson::RowBands {
+ public:
+  RowBands(const std::vector<RowSpan>& spans, Box box)
+      : spans_(spans),
+        top_(box.yMin),
+        height_(static_cast<uint32_t>(box.yMax - box.yMin)),
+        rowsPerBand_(static_cast<uint32_t>(std::max<std::size_t>(
+            1, pixelsPerBand / static_cast<std::size_t>(box.xMax - box.xMin)))) {}
+  std::size_t count() const { return (height_ + rowsPerBand_ - 1) / rowsPerBand_; }
+  uint32_t firstRow(std::size_t band) const { return static_cast<uint32_t>(band) * rowsPerBand_; }
+  uint32_t endRow(std::size_t band) const {
+    return std::min(height_, firstRow(band) + rowsPerBand_);
+  }
+  SpanRange spans(std::size_t band) const {
+    return {firstSpanAt(firstRow(band)), firstSpanAt(endRow(band))};
+  }
+
+ private:
+  const RowSpan* firstSpanAt(uint32_t row) const {
+    return std::lower_bound(spans_.data(), spans_.data() + spans_.size(), top_ + row,
+                            [](const RowSpan& span, uint32_t y) { return span.y < y; });
+  }
+
+  const std::vector<RowSpan>& spans_;
+  uint32_t top_;
+  uint32_t height_;
+  uint32_t rowsPerBand_;
+};
 
 uint32_t Poisson::generateSupports() {
   const uint32_t placed = placeOnce();
@@ -123,6 +104,36 @@ void Poisson::updatePixelStrength() {
          transmittedStrength) /
         static_cast<float>(group->numPixel);
   }
+}
+
+void Poisson::recordSamples() {
+  const RowBands bands(*pixels, group->box());
+  std::vector<SampleRecord> parts(bands.count());
+  workers::parallelFor(bands.count(), [&](std::size_t b) {
+    SampleRecord& part = parts[b];
+    for (const RowSpan& span : bands.spans(b)) {
+      const std::size_t base = std::size_t{span.y} * layer->width;
+      const uint8_t* blue = layer->supportedPixels.data() + base;
+      const uint8_t* green = layer->strokePixels.data() + base;
+      for (uint32_t x = span.begin; x < span.end;) {
+        const uint32_t begin = x;
+        while (x < span.end && blue[x] != 255) ++x;
+        if (x > begin) {
+          part.rows.push_back({span.y, static_cast<uint16_t>(begin), static_cast<uint16_t>(x)});
+          packPairs(blue + begin, green + begin, x - begin, part.packed);
+        }
+        while (x < span.end && blue[x] == 255) ++x;
+      }
+    }
+  });
+  auto record = std::make_unique<SampleRecord>();
+  for (const SampleRecord& part : parts) {
+    appendTo(record->rows, part.rows);
+    appendTo(record->packed, part.packed);
+  }
+  record->rows.shrink_to_fit();
+  record->packed.shrink_to_fit();
+  group->placement->samples = std::move(record);
 }
 
 void Poisson::chooseSteps() {
@@ -155,61 +166,72 @@ void Poisson::collectSamples() {
 
 void Poisson::collectSamplesOnLattice() {
   const Box box = group->box();
-  const uint32_t width = static_cast<uint32_t>(box.xMax - box.xMin);
-  const uint32_t height = static_cast<uint32_t>(box.yMax - box.yMin);
   const GhostStamp stamp(group->placement->ghostSupports, box);
-  const uint32_t rowsPerBand =
-      static_cast<uint32_t>(std::max<std::size_t>(1, pixelsPerBand / width));
-  std::vector<SampleBand> bands((height + rowsPerBand - 1) / rowsPerBand);
-  workers::parallelFor(bands.size(), [&](std::size_t b) {
-    SampleBand& band = bands[b];
-    const uint32_t firstRow = static_cast<uint32_t>(b) * rowsPerBand;
-    const uint32_t endRow = std::min(height, firstRow + rowsPerBand);
-    std::vector<float> sums;
-    if (!stamp.empty()) {
-      sums.assign(std::size_t{endRow - firstRow} * width, 0.0f);
-      stamp.addRows(firstRow, endRow, sums.data());
-    }
-    const RowSpan* const end = firstSpanAt(*pixels, box.yMin + endRow);
-    for (const RowSpan* span = firstSpanAt(*pixels, box.yMin + firstRow); span != end; ++span) {
-      const std::size_t base = std::size_t{span->y} * layer->width;
-      const uint8_t* blue = layer->supportedPixels.data() + base;
-      const uint8_t* green = layer->strokePixels.data() + base;
-      const uint32_t dy = static_cast<uint32_t>(span->y - box.yMin);
-      float* rowSums = sums.empty() ? nullptr : sums.data() + std::size_t{dy - firstRow} * width;
-      const bool onLatticeRow = lattice_.holdsRow(dy);
-      if (!onLatticeRow && !rowSums) continue;
-      for (uint32_t x = span->begin; x < span->end; ++x) {
-        if (blue[x] == 255) continue;
-        const uint32_t dx = x - box.xMin;
-        if (onLatticeRow && lattice_.holds(dx, dy)) {
-          band.x.push_back(static_cast<uint16_t>(x));
-          band.y.push_back(span->y);
-          band.blue.push_back(blue[x]);
-          band.green.push_back(green[x]);
-          band.ghostSum.push_back(rowSums ? rowSums[dx] : 0.0f);
-        } else if (rowSums) {
-          rowSums[dx] = 0.0f;  // off the lattice nothing is stamped
-        }
-      }
-    }
-    for (const float sum : sums) band.largestGhostSum = std::max(band.largestGhostSum, sum);
+  const RowBands bands(*pixels, box);
+  std::vector<uint32_t> first(bands.count() + 1, 0);
+  workers::parallelFor(bands.count(), [&](std::size_t b) {
+    uint32_t samples = 0;
+    visitSamples(bands.spans(b), [&](const RowSpan&, uint32_t) { ++samples; });
+    first[b + 1] = samples;
   });
+  for (std::size_t b = 0; b < bands.count(); ++b) first[b + 1] += first[b];
 
-  sampleX_.clear();
-  sampleY_.clear();
-  sampleBlue_.clear();
-  sampleGreen_.clear();
-  sampleScore_.clear();
-  for (SampleBand& band : bands) {
-    group->ghostNorm = std::max(group->ghostNorm, band.largestGhostSum);
-    appendTo(sampleX_, band.x);
-    appendTo(sampleY_, band.y);
-    appendTo(sampleBlue_, band.blue);
-    appendTo(sampleGreen_, band.green);
-    appendTo(sampleScore_, band.ghostSum);
-    band = {};
+  sampleX_ = Plane<uint16_t>(first.back());
+  sampleY_ = Plane<uint16_t>(first.back());
+  sampleScore_ = Plane<float>(first.back());
+  std::vector<float> largestGhostSum(bands.count(), 0.0f);
+  workers::parallelFor(bands.count(), [&](std::size_t b) {
+    uint32_t next = first[b];
+    visitSamples(bands.spans(b), [&](const RowSpan& span, uint32_t x) {
+      sampleX_[next] = static_cast<uint16_t>(x);
+      sampleY_[next++] = span.y;
+    });
+    if (stamp.empty()) {
+      std::fill(sampleScore_.data() + first[b], sampleScore_.data() + first[b + 1], 0.0f);
+      return;
+    }
+    largestGhostSum[b] = stampBand(stamp, bands, b, first[b], first[b + 1]);
+  });
+  for (const float sum : largestGhostSum) group->ghostNorm = std::max(group->ghostNorm, sum);
+}
+
+template <typename Visit>
+void Poisson::visitSamples(SpanRange spans, Visit visit) const {
+  for (const RowSpan& span : spans) {
+    const auto dy = static_cast<uint32_t>(span.y - group->yMin);
+    if (!lattice_.holdsRow(dy)) continue;
+    const uint8_t* blue = layer->supportedPixels.data() + std::size_t{span.y} * layer->width;
+    const uint32_t left = group->xMin;
+    lattice_.visitColumns(dy, span.begin - left, span.end - left, [&](uint32_t dx) {
+      if (blue[left + dx] != 255) visit(span, left + dx);
+    });
   }
+}
+
+float Poisson::stampBand(const GhostStamp& stamp, const RowBands& bands, std::size_t band,
+                         uint32_t firstSample, uint32_t endSample) {
+  const auto width = static_cast<uint32_t>(group->xMax - group->xMin);
+  const uint32_t firstRow = bands.firstRow(band);
+  std::vector<float> sums(std::size_t{bands.endRow(band) - firstRow} * width, 0.0f);
+  stamp.addRows(firstRow, bands.endRow(band), sums.data());
+  const auto rowSums = [&](uint32_t y) {
+    return sums.data() + std::size_t{y - group->yMin - firstRow} * width;
+  };
+  float largest = 0.0f;
+  for (uint32_t s = firstSample; s < endSample; ++s) {
+    sampleScore_[s] = rowSums(sampleY_[s])[sampleX_[s] - group->xMin];
+    largest = std::max(largest, sampleScore_[s]);
+  }
+  // Of the group's unsupported pixels only the samples are stamped; of the others all.
+  for (const RowSpan& span : bands.spans(band)) {
+    const uint8_t* blue = layer->supportedPixels.data() + std::size_t{span.y} * layer->width;
+    float* row = rowSums(span.y);
+    for (uint32_t x = span.begin; x < span.end; ++x) {
+      row[x - group->xMin] = blue[x] == 255 ? row[x - group->xMin] : 0.0f;
+    }
+  }
+  for (const float sum : sums) largest = std::max(largest, sum);
+  return largest;
 }
 
 void Poisson::scoreSamples() {
@@ -219,7 +241,9 @@ void Poisson::scoreSamples() {
   workers::parallelFor(tasks, [&](std::size_t t) {
     const std::size_t end = sampleX_.size() * (t + 1) / tasks;
     for (std::size_t s = sampleX_.size() * t / tasks; s < end; ++s) {
-      sampleScore_[s] = terms.score(sampleScore_[s], sampleBlue_[s], sampleGreen_[s]);
+      const std::size_t index = std::size_t{sampleY_[s]} * layer->width + sampleX_[s];
+      sampleScore_[s] =
+          terms.score(sampleScore_[s], layer->supportedPixels[index], layer->strokePixels[index]);
       largest[t] = std::max(largest[t], sampleScore_[s]);
     }
   });
@@ -258,7 +282,7 @@ uint32_t Poisson::placeOnce() {
   group->angleNorm = 255.0f;
   group->strokeNorm = 255.0f;
   scoreSamples();
-  if (!placement.samples) placement.samples = recordSamples(*layer, *pixels, group->box());
+  if (!placement.samples) recordSamples();
   placement.samples->stepX = lattice_.stepX;
   placement.samples->stepY = lattice_.stepY;
   placement.samples->ghostNorm = group->ghostNorm;

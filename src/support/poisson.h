@@ -11,6 +11,8 @@
 
 namespace stiltforge {
 
+class GhostStamp;
+
 /// Places the support points of one group: candidates on a staggered lattice, scored, cut, seeded
 /// and relaxed as Voronoi cells (S. Lloyd, "Least squares quantization in PCM", 1982), snapped back
 /// onto candidates. There is no random source. Built for one call of generateSupports().
@@ -62,11 +64,19 @@ class Poisson {
   uint32_t generateSupports();
 
  private:
+  struct SpanRange;
+  class RowBands;
+
   uint32_t placeOnce();
   void updatePixelStrength();
   void chooseSteps();
   void collectSamples();
   void collectSamplesOnLattice();
+  template <typename Visit>
+  void visitSamples(SpanRange spans, Visit visit) const;
+  float stampBand(const GhostStamp& stamp, const RowBands& bands, std::size_t band,
+                  uint32_t firstSample, uint32_t endSample);
+  void recordSamples();
   void scoreSamples();
   std::vector<Candidate> bestCandidates() const;
   bool needsEnlargement() const;
@@ -76,11 +86,9 @@ class Poisson {
   uint32_t maxDist2_ = 0;  // islands: largest squared distance of a sample from its site
 
   // The samples on the lattice, in raster order.
-  std::vector<uint16_t> sampleX_;
-  std::vector<uint16_t> sampleY_;
-  std::vector<uint8_t> sampleBlue_;
-  std::vector<uint8_t> sampleGreen_;
-  std::vector<float> sampleScore_;  // the ghost sum until scoreSamples()
+  Plane<uint16_t> sampleX_;
+  Plane<uint16_t> sampleY_;
+  Plane<float> sampleScore_;  // the ghost sum until scoreSamples()
 };
 
 }  // namespace stiltforge

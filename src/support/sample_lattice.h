@@ -19,6 +19,19 @@ struct SampleLattice {
     const uint32_t shift = (dy / stepY) % 2 * stepX / 2;
     return (dx - shift) % stepX == 0 && !(dy % 2 == 1 && dx == 0);
   }
+
+  /// Calls visit(dx) for the columns of row dy in [begin, end) that the lattice holds, ascending.
+  /// Needs holdsRow(dy).
+  template <typename Visit>
+  void visitColumns(uint32_t dy, uint32_t begin, uint32_t end, Visit visit) const {
+    uint32_t dx = begin;
+    if (dx == 0 && dx < end) {
+      if (holds(0, dy)) visit(0u);
+      dx = 1;
+    }
+    while (dx < end && !holds(dx, dy)) ++dx;
+    for (; dx < end; dx += stepX) visit(dx);
+  }
 };
 
 }  // namespace stiltforge

@@ -15,7 +15,7 @@ constexpr std::size_t mostTasks = 64;
 // More could not be told apart from endless.
 constexpr float mostIterations = 4.0e18f;
 
-std::vector<SampleRow> rowsOf(const std::vector<uint16_t>& sampleY) {
+std::vector<SampleRow> rowsOf(const Plane<uint16_t>& sampleY) {
   std::vector<SampleRow> rows;
   for (uint32_t s = 0; s < sampleY.size(); ++s) {
     if (rows.empty() || rows.back().y != sampleY[s]) rows.push_back({sampleY[s], s, s});
@@ -43,9 +43,8 @@ uint64_t skipCycles(uint64_t iteration, uint64_t length, float maxIterations) {
 
 }  // namespace
 
-VoronoiRelaxation::VoronoiRelaxation(const std::vector<uint16_t>& sampleX,
-                                     const std::vector<uint16_t>& sampleY, std::vector<Site> sites,
-                                     std::size_t idleSites)
+VoronoiRelaxation::VoronoiRelaxation(const Plane<uint16_t>& sampleX, const Plane<uint16_t>& sampleY,
+                                     std::vector<Site> sites, std::size_t idleSites)
     : sampleX_(sampleX),
       sampleY_(sampleY),
       rows_(rowsOf(sampleY)),

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <vector>
 
+#include "analysis/plane.h"
 #include "support/nearest_site.h"
 
 namespace stiltforge {
@@ -25,7 +26,7 @@ class VoronoiRelaxation {
  public:
   /// Samples in raster order; `sites` are the seeds (at least one), and `idleSites` more seeds lie
   /// where the last of them lies. The samples must outlive the object.
-  VoronoiRelaxation(const std::vector<uint16_t>& sampleX, const std::vector<uint16_t>& sampleY,
+  VoronoiRelaxation(const Plane<uint16_t>& sampleX, const Plane<uint16_t>& sampleY,
                     std::vector<Site> sites, std::size_t idleSites);
 
   /// Iterates while maxIterations > iterations done and some site moves farther than
@@ -44,8 +45,8 @@ class VoronoiRelaxation {
   void accumulate();
   bool move(float settledDistance);
 
-  const std::vector<uint16_t>& sampleX_;
-  const std::vector<uint16_t>& sampleY_;
+  const Plane<uint16_t>& sampleX_;
+  const Plane<uint16_t>& sampleY_;
   std::vector<SampleRow> rows_;
   std::vector<Site> sites_;
   std::vector<Voronoi> cells_;
