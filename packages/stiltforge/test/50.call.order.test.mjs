@@ -3,8 +3,7 @@ import { test } from 'node:test';
 import stiltforge from 'stiltforge';
 import { analyse, groupImages, parameters, rectangle, runInChild } from './harness.mjs';
 
-const { AnalyseSlice, InitAnalyseSlice, GroupToBitmap, CleanPointer, CleanSlicePointer } =
-  stiltforge;
+const { AnalyseSlice, InitAnalyseSlice, CleanPointer, CleanSlicePointer } = stiltforge;
 
 const busy = (name) => ({
   code: 'ERR_STILTFORGE_BUSY',

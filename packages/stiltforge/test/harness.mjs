@@ -81,12 +81,15 @@ const importable = {
 
 /**
  * Runs a module in a process of its own, with `stiltforge`, `parameters`, `slice`, `rectangle`, `analyse`
- * and `groupImages` in scope. Resolves to how it ended; never hangs.
+ * and `groupImages` in scope (without `loadModule`: none of them) and the addresses of the module and of
+ * this harness. Resolves to how it ended; never hangs.
  */
-export function runInChild(source, { timeoutSeconds = 60, flags = [] } = {}) {
-  const script = `
+export function runInChild(source, { timeoutSeconds = 60, flags = [], loadModule = true } = {}) {
+  const imports = `
     import stiltforge from ${JSON.stringify(importable.stiltforge)};
     import { parameters, slice, rectangle, analyse, groupImages } from ${JSON.stringify(importable.harness)};
+  `;
+  const script = `${loadModule ? imports : ''}
     const addonUrl = ${JSON.stringify(importable.stiltforge)};
     const harnessUrl = ${JSON.stringify(importable.harness)};
     const analysisUrl = ${JSON.stringify(importable.analysis)};
