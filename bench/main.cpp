@@ -1,0 +1,93 @@
+#include <benchmark/benchmark.h>
+
+#include <exception>
+#include <fstream>
+#include <iostream>
+#include <list>
+#include <string_view>
+
+#include "placement_bench.h"
+#include "segmentation_bench.h"
+#include "slice_picture.h"
+#ifdef STILTFORGE_BENCH_OPENCV
+#include "opencv_bench.h"
+#endif
+
+namespace stiltforge::bench {
+namespace {
+
+struct Options {
+  std::string soup;   // file of nine floats a triangle
+  std::string stack;  // see stackPicture()
+  bool quick = false;
+};
+
+Options optionsFrom(int argc, char** argv) {
+  Options options;
+  for (int i = 1; i < argc; ++i) {
+    const std::string_view argument = argv[i];
+    const auto value = [&] { return std::string(argument.substr(argument.find('=') + 1)); };
+    if (argument.rfind("--soup=", 0) == 0) {
+      options.soup = value();
+    } else if (argument.rfind("--stack=", 0) == 0) {
+      options.stack = value();
+    } else if (argument == "--quick") {
+      options.quick = true;
+    } else {
+      throw std::runtime_error("unknown argument " + std::string(argument) +
+                               ": use --soup=FILE, --stack=FILE, --quick or Google Benchmark's");
+    }
+  }
+  return options;
+}
+
+std::vector<float> readSoup(const std::string& path) {
+  std::ifstream file(path, std::ios::binary | std::ios::ate);
+  if (!file) throw std::runtime_error("cannot open " + path);
+  std::vector<float> soup(static_cast<std::size_t>(file.tellg()) / sizeof(float));
+  file.seekg(0);
+  file.read(reinterpret_cast<char*>(soup.data()),
+            static_cast<std::streamsize>(soup.size() * sizeof(float)));
+  return soup;
+}
+
+std::list<SlicePicture> pictures(const Options& options) {
+  std::list<SlicePicture> result;
+  if (!options.soup.empty()) {
+    const std::vector<float> soup = readSoup(options.soup);
+    result.push_back(meshPicture(soup, screen2k));
+    result.push_back(meshPicture(soup, screen4k));
+    if (!options.quick) result.push_back(meshPicture(soup, screen12k));
+  }
+  result.push_back(noisePicture(screen4k));
+  result.push_back(fullPlatePicture(screen4k));
+  result.push_back(smallPartsPicture(screen4k));
+  if (!options.stack.empty()) result.push_back(stackPicture(options.stack));
+  return result;
+}
+
+void run(int argc, char** argv) {
+  benchmark::Initialize(&argc, argv);
+  const Options options = optionsFrom(argc, argv);
+  const std::list<SlicePicture> inputs = pictures(options);
+  for (const SlicePicture& picture : inputs) {
+    registerSegmentation(picture);
+#ifdef STILTFORGE_BENCH_OPENCV
+    registerOpenCv(picture);
+#endif
+  }
+  registerPlacement();
+  benchmark::RunSpecifiedBenchmarks();
+}
+
+}  // namespace
+}  // namespace stiltforge::bench
+
+int main(int argc, char** argv) {
+  try {
+    stiltforge::bench::run(argc, argv);
+  } catch (const std::exception& error) {
+    std::cerr << "stiltforge_bench: " << error.what() << '\n';
+    return 1;
+  }
+}

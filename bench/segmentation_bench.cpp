@@ -1,0 +1,129 @@
+#include "segmentation_bench.h"
+
+#include <algorithm>
+#include <cstring>
+#include <memory>
+#include <numeric>
+
+#include "analysis/flood_fill.h"
+#include "bench_parameters.h"
+#include "reference/flood_fill.h"
+#include "runtime/worker_pool.h"
+#include "support/slice_pipeline.h"
+#include "timing.h"
+
+namespace stiltforge::bench {
+
+namespace {
+
+constexpr int fastRounds = 5;
+
+Layer layerOf(const SlicePicture& picture, const std::vector<uint32_t>& slice) {
+  Layer layer;
+  layer.width = picture.width;
+  layer.height = picture.height;
+  layer.pixelBuffer = Plane<uint32_t>(picture.pixels());
+  std::memcpy(layer.pixelBuffer.data(), slice.data(), picture.bytes());
+  return layer;
+}
+
+void segment(benchmark::State& state, const SlicePicture& picture, bool needBuffer) {
+  Plane<uint32_t> top(picture.pixels());
+  std::fill_n(top.data(), picture.pixels(), 0u);
+  Layer below = layerOf(picture, picture.below);
+  FloodFill fill;
+  fill.topPixelBuffer = &top;
+  fill.topPixelCount = picture.pixels();
+  fill.needBuffer = needBuffer;
+  fill.layer = &below;
+  fill.run();
+
+  SliceScratch scratch;
+  Layer layer = layerOf(picture, picture.slice);
+  fill.layer = &layer;
+  fill.previousLayer = &below;
+  fill.layerIndex = 1;
+  timeEach(
+      state,
+      [&] {
+        Plane<uint32_t> pixels = std::move(layer.pixelBuffer);
+        scratch.takeBack(layer, needBuffer);
+        layer = Layer();
+        layer.width = picture.width;
+        layer.height = picture.height;
+        std::memcpy(pixels.data(), picture.slice.data(), picture.bytes());
+        layer.pixelBuffer = std::move(pixels);
+        scratch.lend(layer);
+      },
+      [&] { fill.run(); });
+}
+
+std::vector<uint8_t> bytesOf(const std::vector<uint32_t>& words) {
+  std::vector<uint8_t> bytes(4 * words.size());
+  std::memcpy(bytes.data(), words.data(), bytes.size());
+  return bytes;
+}
+
+void segmentPlainly(benchmark::State& state, const SlicePicture& picture) {
+  const reference::Parameters parameters = reference::parametersFrom(typicalParameters());
+  std::vector<uint32_t> top(picture.pixels());
+  std::vector<reference::Layer> layers;
+  layers.push_back(reference::floodFill(bytesOf(picture.below), picture.width, picture.height,
+                                        parameters, layers, top));
+  const std::vector<uint8_t> slice = bytesOf(picture.slice);
+  for (auto _ : state) {
+    const auto start = std::chrono::steady_clock::now();
+    const reference::Layer layer =
+        reference::floodFill(slice, picture.width, picture.height, parameters, layers, top);
+    const std::chrono::duration<double> taken = std::chrono::steady_clock::now() - start;
+    state.SetIterationTime(taken.count());
+    benchmark::DoNotOptimize(layer.pixelCount);
+  }
+}
+
+void copySlice(benchmark::State& state, const SlicePicture& picture) {
+  std::vector<uint32_t> copy(picture.pixels());
+  timeEach(
+      state, [] {},
+      [&] {
+        std::memcpy(copy.data(), picture.slice.data(), picture.bytes());
+        benchmark::DoNotOptimize(copy.data());
+        benchmark::ClobberMemory();
+      });
+}
+
+void readSlice(benchmark::State& state, const SlicePicture& picture) {
+  constexpr std::size_t band = std::size_t{1} << 16;
+  const std::size_t bands = (picture.pixels() + band - 1) / band;
+  std::vector<uint32_t> sums(bands);
+  timeEach(
+      state, [] {},
+      [&] {
+        workers::parallelFor(bands, [&](std::size_t b) {
+          const uint32_t* const begin = picture.slice.data() + b * band;
+          const uint32_t* const end =
+              picture.slice.data() + std::min(picture.pixels(), (b + 1) * band);
+          sums[b] = std::accumulate(begin, end, 0u);
+        });
+        benchmark::DoNotOptimize(sums.data());
+      });
+}
+
+}  // namespace
+
+void registerSegmentation(const SlicePicture& picture) {
+  const auto add = [&](const char* what, int rounds, auto run) {
+    benchmark::RegisterBenchmark((std::string(what) + "/" + picture.name).c_str(), run)
+        ->UseManualTime()
+        ->Iterations(rounds)
+        ->Unit(benchmark::kMillisecond);
+  };
+  const SlicePicture* const p = &picture;
+  add("memcpy", fastRounds, [p](benchmark::State& s) { copySlice(s, *p); });
+  add("read", fastRounds, [p](benchmark::State& s) { readSlice(s, *p); });
+  add("segment-buffers", fastRounds, [p](benchmark::State& s) { segment(s, *p, true); });
+  add("segment", fastRounds, [p](benchmark::State& s) { segment(s, *p, false); });
+  add("segment-plain", 1, [p](benchmark::State& s) { segmentPlainly(s, *p); });
+}
+
+}  // namespace stiltforge::bench
