@@ -44,6 +44,7 @@ void AnalysisClaim::end(const Environment& environment) {
   const std::lock_guard<std::mutex> lock(holderMutex);
   if (holder != &environment) return;
   SliceWorker::freeModel();
+  SliceWorker::freeGhosts();
   holder = nullptr;
 }
 

@@ -15,6 +15,7 @@ void CleanPointer(const Napi::CallbackInfo& info) {
   AnalysisClaim claim(info.Env(), environment);
   environment.jobs.requireIdle(info.Env(), "CleanPointer");
   SliceWorker::freeModel();
+  SliceWorker::freeGhosts();
   claim.giveUp();
 }
 

@@ -4,6 +4,10 @@
 #include <cstring>
 #include <utility>
 
+#ifdef __GLIBC__
+#include <malloc.h>
+#endif
+
 #include "addon/environment.h"
 #include "addon/layer_result.h"
 #include "analysis/support_inheritance.h"
@@ -22,6 +26,14 @@ void releaseStorage(std::vector<T>& vector) {
   std::vector<T>().swap(vector);
 }
 
+// A model's many small blocks are spread over the heaps of all threads, and the C library keeps
+// those pages when they are freed. A host that stays open wants them back.
+void returnFreedPages() {
+#ifdef __GLIBC__
+  malloc_trim(0);
+#endif
+}
+
 void copyBytes(uint8_t* to, const void* from, std::size_t size) {
   constexpr std::size_t block = std::size_t{1} << 20;
   workers::parallelFor((size + block - 1) / block, [&](std::size_t i) {
@@ -34,22 +46,25 @@ void copyBytes(uint8_t* to, const void* from, std::size_t size) {
 }  // namespace
 
 void SliceWorker::startModel(Plane<uint32_t> topPixels, std::size_t pixelCount) {
+  freeModel();
   releaseStorage(layers);
+  modelFreed = false;
   topPixelBuffer = std::move(topPixels);
   topPixelCount = pixelCount;
-  topPixelsWritten = false;
-  releaseStorage(sparePixels);
-  scratch = SliceScratch{};
-  modelFreed = false;
 }
 
 void SliceWorker::freeModel() {
-  for (Layer& husk : layers) husk = Layer{};
-  if (!layers.empty()) modelFreed = true;
   topPixelBuffer.release();
   topPixelsWritten = false;
   releaseStorage(sparePixels);
   scratch = SliceScratch{};
+  if (layers.empty()) return;
+  for (Layer& husk : layers) husk = Layer{};
+  modelFreed = true;
+  returnFreedPages();
+}
+
+void SliceWorker::freeGhosts() {
   releaseStorage(Poisson::ghostSpread);
   ghostSpreadCurrent = false;
   releaseStorage(SupportInheritance::ghostSupportArray);

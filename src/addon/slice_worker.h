@@ -44,6 +44,8 @@ class SliceWorker : public Job {
   static void startModel(Plane<uint32_t> topPixels, std::size_t pixelCount);
   /// Frees all memory of the model; `layers` keeps its entries, emptied.
   static void freeModel();
+  /// Frees the ghost spread table and the two lists of ghosts.
+  static void freeGhosts();
   /// Rebuilds Poisson::ghostSpread where it does not fit the settings.
   static void ensureGhostSpread();
 

@@ -1,0 +1,55 @@
+import assert from 'node:assert/strict';
+import { test } from 'node:test';
+import { runInChild } from './harness.mjs';
+
+/** Resident memory in MiB after each of several models of 300 slices of 1920 x 1080. */
+async function residentAfterModels({ needBuffer, cleanUp }) {
+  const child = await runInChild(
+    `
+    const [width, height] = [1920, 1080];
+    // A body that widens and narrows, with islands that come and go: regions, supports and ghosts.
+    const stack = Array.from({ length: 12 }, (_, i) =>
+      slice(width, height, (x, y) => {
+        const inBody = Math.abs(x - 700) < 300 + 20 * Math.abs(6 - i) && Math.abs(y - 500) < 350;
+        const inIsland = x > 1200 && (x + 7 * i) % 100 < 50 && y % 120 < 60 && i % 4 !== 0;
+        return inBody || inIsland ? { blue: (x >> 3) % 256, green: (y >> 2) % 256 } : undefined;
+      }),
+    );
+    for (let model = 0; model < 4; model += 1) {
+      stiltforge.InitAnalyseSlice(
+        parameters({ width, height, numLayer: 300, needBuffer: ${needBuffer}, supportStrength: 4000, ghostRadius: 40 }),
+      );
+      let supports = 0;
+      for (let i = 0; i < 300; i += 1) {
+        const { layer } = await analyse(stack[i % stack.length], i);
+        for (const group of layer.groups) supports += group.supports.length;
+      }
+      if (supports === 0) throw new Error('nothing was placed');
+      if (${cleanUp}) stiltforge.CleanPointer();
+      // Buffers of the last slices are released by the collector, some time after it ran.
+      for (let i = 0; i < 3; i += 1) {
+        gc();
+        await new Promise((resolve) => setTimeout(resolve, 50));
+      }
+      console.log(Math.round(process.memoryUsage().rss / 2 ** 20));
+    }
+    `,
+    { flags: ['--expose-gc'], timeoutSeconds: 300 },
+  );
+  assert.deepEqual([child.code, child.stderr], [0, '']);
+  return child.stdout.trim().split('\n').map(Number);
+}
+
+for (const [needBuffer, cleanUp] of [
+  [false, true],
+  [true, false],
+]) {
+  const ending = cleanUp ? 'CleanPointer after each' : 'no clean-up at all';
+  test(`memory does not grow from model to model: ${ending}, needBuffer ${needBuffer}`, async (t) => {
+    // The first model brings the process to its working size.
+    const [, ...resident] = await residentAfterModels({ needBuffer, cleanUp });
+    t.diagnostic(`resident after each model: ${resident.join(', ')} MiB`);
+    const growth = resident.at(-1) - resident[0];
+    assert.ok(growth < 32, `${resident.join(', ')} MiB`);
+  });
+}

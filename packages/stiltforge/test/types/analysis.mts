@@ -1,0 +1,52 @@
+import {
+  Analysis,
+  AnalysisError,
+  type AnalysisErrorCode,
+  type AnalysisParameters,
+  type GroupImageName,
+  type GroupImages,
+  groupImageNames,
+  parameterNames,
+  type SliceImage,
+  type SliceResult,
+} from 'stiltforge/analysis';
+
+declare const parameters: AnalysisParameters;
+
+async function* source(): AsyncGenerator<SliceImage> {
+  yield new ArrayBuffer(4);
+  yield new Uint8Array(4);
+  yield new Uint8ClampedArray(4);
+  yield Buffer.alloc(4);
+}
+
+export async function use(): Promise<void> {
+  const analysis = Analysis.create(parameters);
+  try {
+    const result: SliceResult = await analysis.analyse(new ArrayBuffer(4));
+    const { signal } = new AbortController();
+    for await (const { layer } of analysis.run(source(), { signal })) console.log(layer.groupCount);
+    for await (const { width } of analysis.run([new ArrayBuffer(4)])) console.log(width, result);
+    const images: GroupImages = await analysis.groupImages(0, 0);
+    const combined: Buffer = images.images.combined;
+    const name: GroupImageName = groupImageNames[0];
+    console.log(combined, images.images[name], analysis.sliceCount, parameterNames.length);
+  } catch (error) {
+    if (error instanceof AnalysisError) {
+      const code: AnalysisErrorCode = error.code;
+      console.log(code);
+    }
+  } finally {
+    await analysis.close();
+    await analysis[Symbol.asyncDispose]();
+  }
+}
+
+// @ts-expect-error made by create()
+new Analysis(parameters);
+// @ts-expect-error not an image
+export const wrong = (analysis: Analysis) => analysis.analyse('slice');
+// @ts-expect-error parameters do not change
+export const change = (analysis: Analysis) => {
+  analysis.parameters.width = 3;
+};
