@@ -18,8 +18,8 @@ class OverhangDistance {
   /// radius in pixels, at least 0.
   explicit OverhangDistance(int radius) : radius_(radius) {}
 
-  /// Distances of the pixels of a stretch of row y to `set`, larger than radius squared where out
-  /// of reach. Valid until the next call.
+  /// Squared distances of the pixels of a stretch of row y to `set`; (radius + 1) squared stands
+  /// for that and more. Valid until the next call.
   std::span<const int32_t> measure(int y, Run stretch, const RunRows& set);
 
  private:

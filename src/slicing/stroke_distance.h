@@ -32,7 +32,7 @@ class StrokeDistance {
     std::size_t offset;  ///< of its first distance in distances()
   };
   /// The bands of row y; rows must be asked for in ascending order from 0. Material outside the
-  /// bands is further than the radius from the contour. Valid until the next call.
+  /// bands is radius + 1 pixels or more from the contour. Valid until the next call.
   const std::vector<Band>& bandsOfRow(int y);
   /// Squared distances of the pixels of the bands; (radius + 1) squared stands for that and more.
   const std::vector<int32_t>& distances() const { return squared_; }

@@ -1,0 +1,150 @@
+#include "slicing/channel_filler.h"
+
+#include <gtest/gtest.h>
+
+#include <random>
+
+#include "slicing/plain_channels.h"
+
+namespace stiltforge::slicing {
+namespace {
+
+// Pixels of 1 mm; distances in pixels.
+ChannelFalloff falloffOf(double reach, double fullOverhang, double inset) {
+  ChannelSettings settings;
+  settings.pixelSize = 1;
+  settings.layerHeight = reach;
+  settings.fullOverhang = fullOverhang;
+  settings.inset = inset;
+  return ChannelFalloff(settings);
+}
+
+class Filled {
+ public:
+  Filled(const MaskPicture& mask, const ChannelFalloff& falloff)
+      : width_(static_cast<int>(mask[0].size())),
+        height_(static_cast<int>(mask.size())),
+        filler_(width_, height_, falloff) {}
+
+  std::vector<uint8_t> fill(const MaskPicture& material, const MaskPicture& below) {
+    std::vector<uint8_t> rgba(
+        static_cast<std::size_t>(width_) * static_cast<std::size_t>(height_) * 4, 77);
+    const RunRows belowRuns = runsOf(below);
+    filler_.fill(runsOf(material), below.empty() ? nullptr : &belowRuns, rgba.data());
+    return rgba;
+  }
+
+ private:
+  int width_;
+  int height_;
+  ChannelFiller filler_;
+};
+
+MaskPicture noise(std::mt19937& random, std::size_t width, std::size_t height, double density) {
+  std::bernoulli_distribution solid(density);
+  MaskPicture mask(height, std::string(width, '.'));
+  for (std::string& row : mask) {
+    for (char& pixel : row) pixel = solid(random) ? '#' : '.';
+  }
+  return mask;
+}
+
+MaskPicture discs(std::mt19937& random, std::size_t width, std::size_t height, int count) {
+  MaskPicture mask(height, std::string(width, '.'));
+  for (int i = 0; i < count; ++i) {
+    const double x = static_cast<double>(random() % width);
+    const double y = static_cast<double>(random() % height);
+    const double r = static_cast<double>(random() % 40);
+    const bool hole = i % 4 == 3;
+    for (std::size_t row = 0; row < height; ++row) {
+      for (std::size_t column = 0; column < width; ++column) {
+        const double dx = static_cast<double>(column) - x;
+        const double dy = static_cast<double>(row) - y;
+        if (dx * dx + dy * dy <= r * r) mask[row][column] = hole ? '.' : '#';
+      }
+    }
+  }
+  return mask;
+}
+
+TEST(ChannelFiller, WritesBackgroundAsOpaqueBlack) {
+  const MaskPicture mask{"..", ".."};
+  const std::vector<uint8_t> rgba = Filled(mask, falloffOf(1, 5, 5)).fill(mask, {});
+  for (std::size_t i = 0; i < rgba.size(); i += 4) {
+    EXPECT_EQ(std::vector<uint8_t>(&rgba[i], &rgba[i] + 4), (std::vector<uint8_t>{0, 0, 0, 255}));
+  }
+}
+
+TEST(ChannelFiller, TakesThePicturesBorderForContour) {
+  const MaskPicture mask{"###", "###", "###"};
+  const std::vector<uint8_t> rgba = Filled(mask, falloffOf(1, 5, 2)).fill(mask, {});
+  std::vector<int> green;
+  for (std::size_t i = 1; i < rgba.size(); i += 4) green.push_back(rgba[i]);
+  EXPECT_EQ(green, (std::vector<int>{255, 255, 255, 255, 128, 255, 255, 255, 255}));
+}
+
+TEST(ChannelFiller, NeedsASideToBeFreeForAContour) {
+  // The pixel in the middle touches background at a corner only.
+  const MaskPicture mask{"####", "####", "##..", "##.."};
+  const std::vector<uint8_t> rgba = Filled(mask, falloffOf(1, 5, 0)).fill(mask, {});
+  EXPECT_EQ(rgba[(1 * 4 + 1) * 4 + 1], 0);
+}
+
+TEST(ChannelFiller, SupportsNothingOverAnEmptyLayer) {
+  const MaskPicture mask{"###"};
+  const std::vector<uint8_t> rgba = Filled(mask, falloffOf(1, 5, 0)).fill(mask, {"..."});
+  for (std::size_t i = 2; i < rgba.size(); i += 4) EXPECT_EQ(rgba[i], 0);
+}
+
+struct Reach {
+  double support, fullOverhang, inset;
+};
+
+class ChannelFillerAgainstAllPairs : public testing::TestWithParam<Reach> {};
+
+TEST_P(ChannelFillerAgainstAllPairs, AgreesOnNoise) {
+  const Reach reach = GetParam();
+  const ChannelFalloff falloff = falloffOf(reach.support, reach.fullOverhang, reach.inset);
+  std::mt19937 random(11);
+  for (const double density : {0.02, 0.3, 0.7, 0.97, 0.998}) {
+    const MaskPicture below = noise(random, 61, 83, density / 4);
+    const MaskPicture material = noise(random, 61, 83, density);
+    Filled filled(material, falloff);
+    EXPECT_EQ(filled.fill(below, {}), plainChannels(below, {}, falloff));
+    EXPECT_EQ(filled.fill(material, below), plainChannels(material, below, falloff)) << density;
+  }
+}
+
+TEST_P(ChannelFillerAgainstAllPairs, AgreesOnShapes) {
+  const Reach reach = GetParam();
+  const ChannelFalloff falloff = falloffOf(reach.support, reach.fullOverhang, reach.inset);
+  std::mt19937 random(12);
+  MaskPicture below;
+  const MaskPicture first = discs(random, 120, 150, 9);
+  Filled filled(first, falloff);
+  for (int layer = 0; layer < 6; ++layer) {
+    const MaskPicture material = discs(random, 120, 150, 9);
+    EXPECT_EQ(filled.fill(material, below), plainChannels(material, below, falloff)) << layer;
+    below = material;
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(Reaches, ChannelFillerAgainstAllPairs,
+                         testing::Values(Reach{0.5, 0, 0}, Reach{1, 3, 1}, Reach{1.43, 14.3, 11.4},
+                                         Reach{5, 6, 64}, Reach{2, 127, 127}, Reach{2, 128, 128},
+                                         Reach{3, 1000, 1000}));
+
+TEST(ChannelFiller, AgreesOnPicturesOfOneRowOrColumn) {
+  const ChannelFalloff falloff = falloffOf(1, 4, 3);
+  std::mt19937 random(13);
+  for (const auto& [width, height] :
+       {std::pair<std::size_t, std::size_t>{200, 1}, {1, 200}, {1, 1}}) {
+    const MaskPicture below = noise(random, width, height, 0.2);
+    const MaskPicture material = noise(random, width, height, 0.9);
+    EXPECT_EQ(Filled(material, falloff).fill(material, below),
+              plainChannels(material, below, falloff));
+  }
+}
+
+}  // namespace
+}  // namespace stiltforge::slicing

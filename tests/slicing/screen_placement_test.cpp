@@ -1,0 +1,62 @@
+#include "slicing/screen_placement.h"
+
+#include <gtest/gtest.h>
+
+namespace stiltforge::slicing {
+namespace {
+
+constexpr Bounds kModel{{10, 10, 0}, {14, 12, 5}};  // 4 x 2 mm around (12, 11)
+
+ScreenSettings screenOf(uint32_t width, uint32_t height) {
+  ScreenSettings settings;
+  settings.pixelSize = 0.5;
+  settings.width = width;
+  settings.height = height;
+  return settings;
+}
+
+TEST(ScreenPlacement, PutsTheModelInTheMiddleOfTheScreen) {
+  const ScreenPlacement placement(kModel, screenOf(100, 60));
+  EXPECT_EQ(placement.cropX, 46);
+  EXPECT_EQ(placement.cropY, 28);
+  EXPECT_EQ(placement.width, 8);
+  EXPECT_EQ(placement.height, 4);
+}
+
+TEST(ScreenPlacement, MovesColumnsWithXAndRowsAgainstY) {
+  ScreenSettings settings = screenOf(100, 60);
+  settings.offsetX = 5;
+  settings.offsetY = 5;
+  const ScreenPlacement placement(kModel, settings);
+  EXPECT_EQ(placement.cropX, 56);
+  EXPECT_EQ(placement.cropY, 18);
+}
+
+TEST(ScreenPlacement, TellsWhereAPixelLiesInTheModel) {
+  const ScreenPlacement placement(kModel, screenOf(100, 60));
+  const double x = placement.originX + (placement.cropX + 0.5) * placement.pixelSize;
+  const double y = placement.originY - (placement.cropY + 0.5) * placement.pixelSize;
+  EXPECT_EQ(x, 10.25);
+  EXPECT_EQ(y, 11.75);
+  EXPECT_EQ(placement.toCrop({x, y}), (Point{0.5, 0.5}));
+}
+
+TEST(ScreenPlacement, CutsTheMarginAtTheScreensBorder) {
+  ScreenSettings settings = screenOf(100, 6);
+  settings.margin = 3;
+  const ScreenPlacement placement(kModel, settings);
+  EXPECT_EQ(placement.width, 14);
+  EXPECT_EQ(placement.cropY, 0);
+  EXPECT_EQ(placement.height, 6);
+}
+
+TEST(ScreenPlacement, RoundsTheBoxOutwards) {
+  ScreenSettings settings = screenOf(100, 60);
+  settings.offsetX = 0.1;
+  const ScreenPlacement placement(kModel, settings);
+  EXPECT_EQ(placement.cropX, 46);
+  EXPECT_EQ(placement.width, 9);
+}
+
+}  // namespace
+}  // namespace stiltforge::slicing
