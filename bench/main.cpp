@@ -6,6 +6,7 @@
 #include <list>
 #include <string_view>
 
+#include "model_bench.h"
 #include "placement_bench.h"
 #include "segmentation_bench.h"
 #include "slice_picture.h"
@@ -16,9 +17,12 @@
 namespace stiltforge::bench {
 namespace {
 
+constexpr int windows = 10;
+constexpr int quickWindows = 3;
+
 struct Options {
   std::string soup;   // file of nine floats a triangle
-  std::string stack;  // see stackPicture()
+  std::string stack;  // file of two slices, see stackPicture()
   bool quick = false;
 };
 
@@ -77,6 +81,9 @@ void run(int argc, char** argv) {
 #endif
   }
   registerPlacement();
+  if (!options.soup.empty()) {
+    registerModel(readSoup(options.soup), options.quick ? quickWindows : windows);
+  }
   benchmark::RunSpecifiedBenchmarks();
 }
 

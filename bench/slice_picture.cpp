@@ -1,12 +1,9 @@
 #include "slice_picture.h"
 
 #include <algorithm>
-#include <cstring>
 #include <fstream>
 #include <random>
 #include <stdexcept>
-
-#include "slicing/slicer.h"
 
 namespace stiltforge::bench {
 
@@ -32,14 +29,18 @@ SlicePicture blankPicture(const std::string& kind, ScreenSize screen) {
 
 }  // namespace
 
-SlicePicture meshPicture(const std::vector<float>& soup, ScreenSize screen) {
+slicing::Slicer meshSlicer(const std::vector<float>& soup, ScreenSize screen) {
   slicing::SlicerSettings settings;
   settings.screen.pixelSize = screenWidth / screen.width;
   settings.screen.width = screen.width;
   settings.screen.height = screen.height;
   settings.screen.margin = screen.width;
   settings.channels.layerHeight = layerHeight;
-  slicing::Slicer slicer(soup, settings);
+  return slicing::Slicer(soup, settings);
+}
+
+SlicePicture meshPicture(const std::vector<float>& soup, ScreenSize screen) {
+  slicing::Slicer slicer = meshSlicer(soup, screen);
 
   SlicePicture picture = blankPicture("bunny", screen);
   constexpr uint32_t tries = 16;
@@ -102,19 +103,14 @@ SlicePicture smallPartsPicture(ScreenSize screen) {
 
 SlicePicture stackPicture(const std::string& path) {
   std::ifstream file(path, std::ios::binary);
-  char magic[8];
-  uint32_t header[3];
-  file.read(magic, sizeof magic);
+  uint32_t header[2];
   file.read(reinterpret_cast<char*>(header), sizeof header);
-  if (!file || std::memcmp(magic, "STACK001", sizeof magic) != 0 || header[2] < 2) {
-    throw std::runtime_error(path + " is not a stack of at least two slices");
-  }
+  if (!file) throw std::runtime_error("cannot read " + path);
   SlicePicture picture;
   picture.name = "stack";
   picture.width = static_cast<uint16_t>(header[0]);
   picture.height = static_cast<uint16_t>(header[1]);
   const auto bytes = static_cast<std::streamoff>(picture.bytes());
-  file.seekg(static_cast<std::streamoff>(header[2] / 2 - 1) * bytes, std::ios::cur);
   for (std::vector<uint32_t>* slice : {&picture.below, &picture.slice}) {
     slice->resize(picture.pixels());
     file.read(reinterpret_cast<char*>(slice->data()), bytes);

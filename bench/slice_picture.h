@@ -4,6 +4,8 @@
 #include <string>
 #include <vector>
 
+#include "slicing/slicer.h"
+
 namespace stiltforge::bench {
 
 // A slice to measure with and the slice that lies below it: width x height RGBA words each.
@@ -27,8 +29,11 @@ inline constexpr ScreenSize screen2k{"2k", 1920, 1080};
 inline constexpr ScreenSize screen4k{"4k", 3840, 2400};
 inline constexpr ScreenSize screen12k{"12k", 11520, 5120};
 
-// The demo mesh on a screen 134.4 mm wide, in the layer with the most material of some spread over
-// its height. `soup` holds nine floats a triangle, mm, z up.
+// Cuts a mesh into layers of 0.05 mm on a screen 134.4 mm wide; slices cover the whole screen.
+// `soup` holds nine floats a triangle, mm, z up.
+slicing::Slicer meshSlicer(const std::vector<float>& soup, ScreenSize screen);
+
+// The mesh in the layer with the most material of some spread over its height.
 SlicePicture meshPicture(const std::vector<float>& soup, ScreenSize screen);
 
 // Each pixel material with probability 1/2, any blue and green, over one solid plate.
@@ -40,9 +45,8 @@ SlicePicture fullPlatePicture(ScreenSize screen);
 // Discs in a grid, 24 x 16 of them.
 SlicePicture smallPartsPicture(ScreenSize screen);
 
-// Two slices of a stack file that the runner writes: "STACK001", width, height and count as 32-bit
-// little-endian words, then count slices of width x height RGBA words, bottom first.
-// Throws std::runtime_error for any other file.
+// A file that the runner writes: width and height as 32-bit words, then two slices of
+// width x height RGBA words, the lower one first. Throws std::runtime_error when it is short.
 SlicePicture stackPicture(const std::string& path);
 
 }  // namespace stiltforge::bench

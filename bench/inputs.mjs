@@ -1,0 +1,81 @@
+import { mkdirSync, writeFileSync } from 'node:fs';
+import { createRequire } from 'node:module';
+import { join } from 'node:path';
+import sharp from 'sharp';
+import yauzl from 'yauzl';
+import {
+  boundingBox,
+  scaled,
+  standingOnOrigin,
+  turnedFromYUp,
+} from '../packages/cli/dist/mesh/triangles.js';
+import { loadSlicing } from '../packages/cli/dist/slicer.js';
+
+/** The demo mesh, 60 mm high: nine floats a triangle, mm, z up. */
+export function demoMesh() {
+  const bunny = createRequire(import.meta.url)('bunny');
+  const corners = bunny.cells.flatMap((cell) => cell.flatMap((vertex) => bunny.positions[vertex]));
+  const standing = standingOnOrigin(turnedFromYUp(new Float32Array(corners)));
+  return scaled(standing, 60 / boundingBox(standing).max[2]);
+}
+
+/** Writes the mesh for the C++ benchmarks and, as binary STL, for the command. */
+export function writeMesh(triangles, folder) {
+  mkdirSync(folder, { recursive: true });
+  const soup = join(folder, 'bunny.f32');
+  writeFileSync(soup, new Uint8Array(triangles.buffer));
+
+  const count = triangles.length / 9;
+  const bytes = Buffer.alloc(84 + 50 * count);
+  bytes.writeUInt32LE(count, 80);
+  for (let i = 0; i < count; i++) {
+    for (let k = 0; k < 9; k++) {
+      bytes.writeFloatLE(triangles[9 * i + k], 84 + 50 * i + 12 + 4 * k);
+    }
+  }
+  const stl = join(folder, 'bunny.stl');
+  writeFileSync(stl, bytes);
+  return { soup, stl };
+}
+
+/**
+ * Writes two neighbouring slices from the middle of an archive, a zip with one PNG a layer, in the
+ * form that the C++ benchmarks read. The two other channels are filled in as the command does.
+ */
+export async function writeStackPicture(archive, folder) {
+  const zip = await yauzl.openPromise(archive, { autoClose: false });
+  const layers = [];
+  for await (const entry of zip.eachEntry()) {
+    if (entry.fileName.endsWith('.png') && !entry.fileName.includes('/')) layers.push(entry);
+  }
+  if (layers.length < 3) throw new Error(`${archive} holds fewer than three PNG layers`);
+  layers.sort((a, b) => (a.fileName < b.fileName ? -1 : 1));
+  const middle = layers.length >> 1;
+
+  let slicer;
+  const slices = [];
+  for (const entry of layers.slice(middle - 2, middle + 1)) {
+    const png = Buffer.concat(await (await zip.openReadStreamPromise(entry)).toArray());
+    const { data, info } = await sharp(png).extractChannel(0).raw().toBuffer({
+      resolveWithObject: true,
+    });
+    const { MaskSlicer } = loadSlicing();
+    slicer ??= new MaskSlicer({
+      maskWidth: info.width,
+      maskHeight: info.height,
+      layerHeight: 0.05,
+      pixelSize: 134.4 / info.width,
+    });
+    const { pixels } = await slicer.next(new Uint8Array(data));
+    slices.push({ pixels: new Uint8Array(pixels), info });
+  }
+  zip.close();
+
+  mkdirSync(folder, { recursive: true });
+  const file = join(folder, 'stack.rgba');
+  const header = new Uint8Array(
+    new Uint32Array([slices[0].info.width, slices[0].info.height]).buffer,
+  );
+  writeFileSync(file, Buffer.concat([header, slices[1].pixels, slices[2].pixels]));
+  return file;
+}

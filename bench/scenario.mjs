@@ -1,0 +1,167 @@
+// One scenario in a process of its own, so that its memory is its own:
+//   node bench/scenario.mjs <name> <options as JSON>
+// prints its measurements as JSON.
+import { readFileSync } from 'node:fs';
+import { monitorEventLoopDelay } from 'node:perf_hooks';
+import addon from 'stiltforge';
+import { Analysis } from 'stiltforge/analysis';
+import { analysisParameters, defaultSupport } from '../packages/cli/dist/settings.js';
+import { SliceStream } from '../packages/cli/dist/slice_stream.js';
+import { loadSlicing } from '../packages/cli/dist/slicer.js';
+
+const print = { layerHeight: 0.05, pixelSize: 0.035, screenWidth: 3840, screenHeight: 2400 };
+
+function parametersFor(width, height, layerCount, changes) {
+  const slices = { width, height, layerCount };
+  return { ...analysisParameters(print, defaultSupport, slices), ...changes };
+}
+
+function modelSlicer(soup) {
+  const { buffer, byteOffset, byteLength } = readFileSync(soup);
+  const positions = new Float32Array(buffer.slice(byteOffset, byteOffset + byteLength));
+  const { Slicer } = loadSlicing();
+  return new Slicer({ positions, ...print, margin: print.screenWidth });
+}
+
+function peakMemory() {
+  return 1024 * process.resourceUsage().maxRSS;
+}
+
+function timed(list, work) {
+  const start = performance.now();
+  const result = work();
+  list.push(performance.now() - start);
+  return result;
+}
+
+function median(values) {
+  return values.toSorted((a, b) => a - b)[values.length >> 1];
+}
+
+function supportsOf(layer) {
+  return layer.groups.reduce((sum, group) => sum + group.supports.length, 0);
+}
+
+function analyseSlice(pixels, index, calls) {
+  return new Promise((resolve, reject) => {
+    timed(calls, () =>
+      addon.AnalyseSlice(pixels, index & 0xffff, (result) =>
+        result instanceof Error ? reject(result) : resolve(result),
+      ),
+    );
+  });
+}
+
+/** Every slice is cut first and analysed then, nothing else running: what the analysis alone takes. */
+async function analysisAlone({ soup, layers, needBuffer }) {
+  const slicer = modelSlicer(soup);
+  const count = Math.min(layers ?? Infinity, slicer.layerCount);
+  addon.InitAnalyseSlice(parametersFor(slicer.width, slicer.height, count, { needBuffer }));
+  const [calls, copies] = [[], []];
+  const copy = new Uint8Array(4 * slicer.width * slicer.height);
+  let pixels;
+  let supports = 0;
+  let seconds = 0;
+  for (let i = 0; i < count; i++) {
+    const index = Math.floor((slicer.layerCount * i) / count);
+    ({ pixels } = await slicer.slice(index, pixels));
+    if (i % 8 === 0) timed(copies, () => copy.set(new Uint8Array(pixels)));
+    const start = performance.now();
+    const { layer } = await analyseSlice(pixels, i, calls);
+    seconds += (performance.now() - start) / 1000;
+    supports += supportsOf(layer);
+  }
+  return {
+    layers: count,
+    seconds,
+    supports,
+    longestCall: Math.max(...calls),
+    medianCall: median(calls),
+    longestCopy: Math.max(...copies),
+    medianCopy: median(copies),
+    peakMemory: peakMemory(),
+  };
+}
+
+/** Cutting and analysing overlap, through the promise API. */
+async function model({ soup, layers }) {
+  const slicer = modelSlicer(soup);
+  const count = Math.min(layers ?? Infinity, slicer.layerCount);
+  const analysis = Analysis.create(parametersFor(slicer.width, slicer.height, count, {}));
+  const stream = new SliceStream(slicer);
+  const delay = monitorEventLoopDelay({ resolution: 1 });
+  delay.enable();
+  const start = performance.now();
+  let done = 0;
+  for await (const _ of analysis.run(stream)) {
+    stream.recycle();
+    if (++done === count) break;
+  }
+  const seconds = (performance.now() - start) / 1000;
+  delay.disable();
+  await analysis.close();
+  return { layers: count, seconds, longestDelay: delay.max / 1e6, peakMemory: peakMemory() };
+}
+
+/** Discs in five columns and four rows that drift and breathe from layer to layer. */
+function drawDiscs(words, width, height, layer) {
+  const background = 0xff000000;
+  words.fill(background);
+  const radius = 80 + Math.round(10 * Math.sin(layer / 20));
+  for (let disc = 0; disc < 20; disc++) {
+    const centreX = Math.round(((disc % 5) + 0.5) * (width / 5)) + (layer % 40);
+    const centreY = Math.round((Math.floor(disc / 5) + 0.5) * (height / 4));
+    for (let dy = -radius; dy <= radius; dy++) {
+      const half = Math.floor(Math.sqrt(radius * radius - dy * dy));
+      const row = (centreY + dy) * width + centreX;
+      words.fill(0xff3200ff, row - half, row + half + 1);
+      const inner = half - 12;
+      if (inner > 0) words.fill(0xffff00ff, row - inner, row + inner + 1);
+    }
+  }
+}
+
+/** Many layers with 20 regions each, all of them wanting supports again and again. */
+async function manyLayers({ layers, needBuffer }) {
+  const [width, height] = [print.screenWidth, print.screenHeight];
+  const pixels = new ArrayBuffer(4 * width * height);
+  const words = new Uint32Array(pixels);
+  addon.InitAnalyseSlice(
+    parametersFor(width, height, layers, { needBuffer, supportStrength: 900 }),
+  );
+  const calls = [];
+  let supports = 0;
+  let sampled;
+  for (let i = 0; i < layers; i++) {
+    drawDiscs(words, width, height, i);
+    const { layer } = await analyseSlice(pixels, i, calls);
+    supports += supportsOf(layer);
+    const group = layer.groups.findIndex((g) => g.supports.length > 0);
+    if (group >= 0) sampled ??= [i, group + 1];
+  }
+  const images = await new Promise((resolve, reject) => {
+    addon.GroupToBitmap(...sampled, (first, ...rest) =>
+      first instanceof Error ? reject(first) : resolve([first, ...rest]),
+    );
+  });
+  if (!images[0].some((byte) => byte === 255)) throw new Error('the first sampled group is lost');
+  return { layers, supports, peakMemory: peakMemory() };
+}
+
+/** A few large slices: what a pixel of the screen costs beyond the host's own slice. */
+async function bytesPerPixel({ width, height, needBuffer }) {
+  const pixels = new ArrayBuffer(4 * width * height);
+  const words = new Uint32Array(pixels);
+  addon.InitAnalyseSlice(parametersFor(width, height, 6, { needBuffer }));
+  drawDiscs(words, width, height, 0);
+  const before = peakMemory();
+  for (let i = 0; i < 6; i++) {
+    await analyseSlice(pixels, i, []);
+    drawDiscs(words, width, height, i + 1);
+  }
+  return { bytes: (peakMemory() - before) / (width * height), peakMemory: peakMemory() };
+}
+
+const scenarios = { analysisAlone, model, manyLayers, bytesPerPixel };
+const [name, options] = process.argv.slice(2);
+console.log(JSON.stringify(await scenarios[name](JSON.parse(options))));
