@@ -7,14 +7,14 @@ import stiltforge, {
 
 declare const parameters: AnalysisParameters;
 
-const nothing: undefined | void = stiltforge.InitAnalyseSlice(parameters);
+stiltforge.InitAnalyseSlice(parameters);
 AnalyseSlice(new ArrayBuffer(4), 0, (result: SliceResult | Error) => {
   if (result instanceof Error) return;
   const groups: Group[] = result.layer.groups;
   const minimum: boolean = groups[0].supports[0].isMinima;
   const bytes: Buffer | null = result.pixelBuffer;
   const supported: Buffer | undefined = result.supportedPixels;
-  console.log(minimum, bytes, supported, nothing);
+  console.log(minimum, bytes, supported);
 });
 const failed: number = AnalyseSlice.failedTasks;
 stiltforge.GroupToBitmap(0, 1, (sample, ghost, _a, _s, _ss, _su, _st, combined, width, height) => {

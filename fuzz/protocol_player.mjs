@@ -1,0 +1,287 @@
+// One random sequence, given by its seed: in this process, and in the worker threads that it starts.
+
+import { createHash } from 'node:crypto';
+import { setTimeout as sleep } from 'node:timers/promises';
+import { fileURLToPath } from 'node:url';
+import { isMainThread, threadId, Worker, workerData } from 'node:worker_threads';
+import stiltforge from '../packages/stiltforge/index.mjs';
+import { parameters, slice } from '../packages/stiltforge/test/harness.mjs';
+
+const seed = isMainThread ? Number(process.argv[2]) : workerData;
+
+/** Mulberry32 by Tommy Ettinger: uniform in [0, 1). */
+function generator(state) {
+  let a = state >>> 0;
+  return () => {
+    a = (a + 0x6d2b79f5) >>> 0;
+    let t = Math.imul(a ^ (a >>> 15), a | 1);
+    t ^= t + Math.imul(t ^ (t >>> 7), t | 61);
+    return ((t ^ (t >>> 14)) >>> 0) / 2 ** 32;
+  };
+}
+
+const random = generator(seed);
+const below = (n) => Math.floor(random() * n);
+const chance = (p) => random() < p;
+const pick = (...choices) => choices[below(choices.length)];
+
+// What our own callbacks and getters throw.
+class Thrown extends Error {
+  constructor() {
+    super('thrown by the host');
+  }
+}
+
+const brokenPromise = 3; // exit code, not one that a terminated worker thread has
+
+let calls = 0;
+let size = { width: 0, height: 0 };
+const waiting = []; // jobs that were accepted, in order
+
+function fail(message) {
+  console.error(`seed ${seed}, thread ${threadId}: ${message}`);
+  process.exit(brokenPromise);
+}
+
+process.on('uncaughtException', (error) => {
+  if (!(error instanceof Thrown)) fail(`unexpected exception ${error?.stack ?? error}`);
+});
+
+function attempt(name, ...args) {
+  calls += 1;
+  try {
+    stiltforge[name](...args);
+    return true;
+  } catch (error) {
+    if (!(error instanceof Error) || error.message === '') fail(`${name} threw ${String(error)}`);
+    return false;
+  }
+}
+
+// A callback that checks that it is called once, in order, with what it should get.
+function callback(kind) {
+  const job = { kind, done: false };
+  const called = (...args) => {
+    if (job.done) fail(`a ${kind} callback was called twice`);
+    if (waiting[0] !== job) fail(`a ${kind} callback was called out of order`);
+    job.done = true;
+    waiting.shift();
+    if (!(args[0] instanceof Error)) checkResult(kind, args);
+    if (chance(0.3)) step();
+    if (chance(0.1)) throw new Thrown();
+  };
+  return { job, called };
+}
+
+function checkResult(kind, args) {
+  if (kind === 'group') {
+    const [width, height] = args.slice(8);
+    const fits = args.slice(0, 8).every((image) => image.length === width * height * 4);
+    if (args.length !== 10 || !fits) fail('a group came with images of the wrong size');
+    return;
+  }
+  const [{ layer, width, height, pixelBuffer, needBuffer }] = args;
+  const material = layer.groups.reduce((sum, group) => sum + group.numPixel, 0);
+  if (layer.pixelCount !== material) fail('the regions do not add up to the material');
+  if (layer.groupCount !== layer.groups.length) fail('groupCount is not the number of groups');
+  if (needBuffer && pixelBuffer?.length !== width * height * 4) fail('a buffer has the wrong size');
+  for (const group of layer.groups) {
+    for (const { x, y } of group.supports) {
+      const inside = x >= group.xMin && x < group.xMax && y >= group.yMin && y < group.yMax;
+      if (!inside) fail('a support lies outside its region');
+    }
+  }
+}
+
+const oddNumbers = [
+  NaN,
+  Infinity,
+  -Infinity,
+  -1,
+  -0.5,
+  0,
+  0.5,
+  1,
+  3,
+  100,
+  1e5,
+  2 ** 31,
+  2 ** 32,
+  1e300,
+];
+const oddValues = [undefined, null, 'text', true, {}, [], 10n, Symbol('odd'), () => {}];
+
+function randomParameters() {
+  const values = parameters({
+    width: 1 + below(120),
+    height: 1 + below(120),
+    needBuffer: chance(0.5),
+    addSupport: chance(0.9),
+    supportStrength: pick(1, 5, 50, 500),
+    ghostRadius: pick(0, 1, 5.5, 20, 60),
+    maxGhost: pick(0, 3, 200),
+    maxVoronoiIteration: pick(0, 1, 4, 30),
+  });
+  const keys = Object.keys(values);
+  for (let i = below(4); i > 0; i -= 1) {
+    const [key] = keys.splice(below(keys.length), 1);
+    const change = random();
+    if (change < 0.5) values[key] = pick(...oddNumbers);
+    else if (change < 0.65) values[key] = pick(...oddValues);
+    else if (change < 0.72) delete values[key];
+    else if (change < 0.75 && keys.includes('ghostRadius'))
+      values.ghostRadius = pick(1000, 4096, 4097, 40000);
+    else {
+      Object.defineProperty(values, key, {
+        get() {
+          if (chance(0.3)) throw new Thrown();
+          step();
+          return pick(1, 10, true);
+        },
+      });
+    }
+  }
+  return values;
+}
+
+// Sometimes outside the pixel contract: any alpha, coloured background.
+function randomPixels({ width, height }) {
+  const pixels = new Uint8Array(width * height * 4);
+  const wild = chance(0.1);
+  const [period, left, top, blue] = [2 + below(30), below(width), below(height), below(256)];
+  for (let i = 0; i < width * height; i += 1) {
+    const [x, y] = [i % width, Math.floor(i / width)];
+    const solid = chance(0.02) || (x >= left && y >= top && x % period > 0 && y % period > 0);
+    if (wild) pixels.set([below(3), below(256), below(256), pick(255, 255, below(256))], i * 4);
+    else pixels.set(solid ? [200, below(256), (blue + x) % 256, 255] : [0, 0, 0, 255], i * 4);
+  }
+  return pixels.buffer;
+}
+
+function randomSlice() {
+  if (chance(0.9)) return randomPixels(size);
+  const detached = new ArrayBuffer(64);
+  structuredClone(detached, { transfer: [detached] });
+  return pick(
+    detached,
+    new ArrayBuffer(below(100)),
+    new SharedArrayBuffer(64),
+    new Uint8Array(64),
+    Buffer.alloc(64),
+    ...oddValues,
+  );
+}
+
+const index = () =>
+  chance(0.8) ? below(6) : pick(-1, 65535, 65536, 65537, 2 ** 32, NaN, ...oddValues);
+
+function startJob(kind, name, ...args) {
+  const { job, called } = callback(kind);
+  waiting.push(job);
+  const given = chance(0.97) ? called : pick(...oddValues.slice(0, -1));
+  if (!attempt(name, ...args, given)) waiting.splice(waiting.indexOf(job), 1);
+}
+
+const actions = [
+  [3, startModel],
+  [10, () => startJob('slice', 'AnalyseSlice', randomSlice(), index())],
+  [4, () => startJob('group', 'GroupToBitmap', index(), index())],
+  [1, () => attempt('CleanPointer')],
+  [2, () => attempt('CleanSlicePointer', index())],
+  [
+    1,
+    () =>
+      attempt(
+        pick(...Object.keys(stiltforge)),
+        ...[1, 2, 3].slice(below(4)).map(() => pick(...oddValues)),
+      ),
+  ],
+];
+
+function startModel() {
+  const values = randomParameters();
+  attempt('InitAnalyseSlice', values);
+  // Whether it was stored or not, slices of this size or another are both worth sending.
+  const plain = (key) => typeof Object.getOwnPropertyDescriptor(values, key)?.value === 'number';
+  if (!plain('width') || !plain('height')) return;
+  const { width, height } = values;
+  if (width >= 1 && width <= 200 && height >= 1 && height <= 200) {
+    size = { width: Math.floor(width), height: Math.floor(height) };
+  }
+}
+
+let depth = 0;
+function step() {
+  if (depth > 2) return;
+  depth += 1;
+  let choice = below(actions.reduce((sum, [weight]) => sum + weight, 0));
+  const [, action] = actions.find(([weight]) => {
+    choice -= weight;
+    return choice < 0;
+  });
+  action();
+  depth -= 1;
+}
+
+async function drain() {
+  while (waiting.length > 0) await sleep(1);
+}
+
+// A fixed model, to be compared before and after.
+async function fixedModel() {
+  const digest = createHash('sha256');
+  stiltforge.InitAnalyseSlice(
+    parameters({ width: 50, height: 40, needBuffer: true, supportStrength: 30 }),
+  );
+  for (let i = 0; i < 4; i += 1) {
+    const pixels = slice(50, 40, (x, y) =>
+      x > 5 - i && x < 20 + 5 * i && y % 20 < 5 + 3 * i ? { blue: x + y, green: y } : undefined,
+    );
+    const result = await new Promise((resolve) => stiltforge.AnalyseSlice(pixels, i, resolve));
+    if (result instanceof Error) fail(`the fixed model failed: ${result.message}`);
+    digest.update(JSON.stringify(result));
+  }
+  stiltforge.CleanPointer();
+  return digest.digest('hex');
+}
+
+async function playSequence() {
+  for (let i = 20 + below(60); i > 0; i -= 1) {
+    step();
+    if (chance(0.2)) await sleep(below(4));
+    if (chance(0.05)) await drain();
+  }
+}
+
+async function main() {
+  const before = await fixedModel();
+  const threads = [];
+  for (let i = chance(0.4) ? 1 + below(3) : 0; i > 0; i -= 1) {
+    const thread = new Worker(fileURLToPath(import.meta.url), { workerData: (seed + i) * 7919 });
+    thread.on('exit', (code) => {
+      if (code === brokenPromise) fail('a worker thread failed');
+    });
+    thread.on('error', (error) => fail(`a worker thread failed with ${error.stack}`));
+    threads.push(thread);
+  }
+  await playSequence();
+  if (chance(0.15)) {
+    console.log(`calls: ${calls}`);
+    process.exit(0); // with whatever is in flight
+  }
+  for (const thread of threads) {
+    if (chance(0.5)) await sleep(below(50));
+    await thread.terminate();
+  }
+  await drain();
+  attempt('CleanPointer');
+  const after = await fixedModel();
+  if (after !== before) fail('the fixed model came out differently afterwards');
+  console.log(`calls: ${calls}`);
+}
+
+if (isMainThread) await main();
+else {
+  await playSequence();
+  await drain();
+}
