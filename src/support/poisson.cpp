@@ -25,6 +25,7 @@ constexpr uint32_t fewestCandidates = 4;  // kept per support
 // Ghost sums of a band of this many pixels stay in the first cache levels.
 constexpr std::size_t pixelsPerBand = std::size_t{1} << 14;
 constexpr std::size_t samplesPerTask = std::size_t{1} << 15;
+constexpr std::size_t distancesPerTask = std::size_t{1} << 16;
 
 uint32_t latticeStep(float s) {
   return s < static_cast<float>(largestStep) ? toUint32(s) : largestStep;
@@ -308,21 +309,28 @@ uint32_t Poisson::placeOnce() {
   relaxation.run(maxVoronoiIteration, validationDistanceFormVoronoi);
   if (isIsland) maxDist2_ = relaxation.maxDist2();
 
-  const CandidateSnap snap(candidates, sampleX_, sampleY_);
-  for (std::size_t i = 0; i < relaxation.sites().size(); ++i) {
-    if (relaxation.cells()[i].count == 0) continue;
-    const Candidate& seed = candidates[i * stride];
-    const Site place = snap.nearest(relaxation.sites()[i]);
-    Voxel support;
-    support.index = uint32_t{layer->width} * sampleY_[seed.sample] + sampleX_[seed.sample];
-    support.x = place.x;
-    support.y = place.y;
-    support.z = static_cast<uint16_t>(layerCount);
-    support.isSupport = true;
-    support.isMinima = isIsland;
-    support.score = seed.score;
-    placement.supports.push_back(support);
+  std::vector<uint32_t> kept;
+  for (uint32_t i = 0; i < relaxation.sites().size(); ++i) {
+    if (relaxation.cells()[i].count != 0) kept.push_back(i);
   }
+  placement.supports.resize(kept.size());
+  const CandidateSnap snap(candidates, sampleX_, sampleY_);
+  const std::size_t tasks = std::clamp<std::size_t>(
+      kept.size() * candidates.size() / distancesPerTask, 1, kept.size() + 1);
+  workers::parallelFor(tasks, [&](std::size_t t) {
+    for (std::size_t k = t; k < kept.size(); k += tasks) {
+      const Candidate& seed = candidates[kept[k] * stride];
+      const Site place = snap.nearest(relaxation.sites()[kept[k]]);
+      Voxel& support = placement.supports[k];
+      support.index = uint32_t{layer->width} * sampleY_[seed.sample] + sampleX_[seed.sample];
+      support.x = place.x;
+      support.y = place.y;
+      support.z = static_cast<uint16_t>(layerCount);
+      support.isSupport = true;
+      support.isMinima = isIsland;
+      support.score = seed.score;
+    }
+  });
   return nbSupport = static_cast<uint32_t>(placement.supports.size());
 }
 

@@ -49,8 +49,12 @@ uint32_t SlicePipeline::run(Layer layer) {
     handler.layers = layers;
     supportCount = handler.supportLayer();
   }
-  if (layers->size() > 1) (*layers)[layers->size() - 2].archive();
-  if (scratch) scratch->takeBack(current, needBuffer);
+  if (layers->size() > 1) {
+    Layer& below = (*layers)[layers->size() - 2];
+    if (scratch) scratch->takeRuns(below);
+    below.archive();
+  }
+  if (scratch) scratch->takePlanes(current, needBuffer);
   current.strokePixels.release();
   if (!needBuffer) current.supportedPixels.release();
   return supportCount;
@@ -60,11 +64,17 @@ void SliceScratch::lend(Layer& layer) {
   const std::size_t pixels = std::size_t{layer.width} * layer.height;
   if (supportedPixels.size() == pixels) layer.supportedPixels = std::move(supportedPixels);
   if (strokePixels.size() == pixels) layer.strokePixels = std::move(strokePixels);
+  layer.runs.swap(runs);
 }
 
-void SliceScratch::takeBack(Layer& layer, bool keepSupported) {
+void SliceScratch::takePlanes(Layer& layer, bool wanted) {
   strokePixels = std::move(layer.strokePixels);
-  if (!keepSupported) supportedPixels = std::move(layer.supportedPixels);
+  if (!wanted) supportedPixels = std::move(layer.supportedPixels);
+}
+
+void SliceScratch::takeRuns(Layer& layer) {
+  runs.swap(layer.runs);
+  runs.clear();
 }
 
 }  // namespace stiltforge

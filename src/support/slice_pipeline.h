@@ -15,13 +15,17 @@ struct AnalysisCancelled : std::runtime_error {
   AnalysisCancelled() : std::runtime_error("the analysis was cancelled") {}
 };
 
-/// Planes that a finished slice leaves to the next one, so that a model touches fresh memory once.
+/// Storage that finished slices leave to the next one, so that a model touches fresh memory once.
 struct SliceScratch {
   Plane<uint8_t> supportedPixels;
   Plane<uint8_t> strokePixels;
+  std::vector<SolidRun> runs;
 
   void lend(Layer& layer);
-  void takeBack(Layer& layer, bool keepSupported);
+  /// Takes the planes of a slice that is done; its blue bytes stay when they are `wanted`.
+  void takePlanes(Layer& layer, bool wanted);
+  /// Takes the runs of a layer that no later step reads.
+  void takeRuns(Layer& layer);
 };
 
 /// The road of one slice: segmentation, append to the history, retirement and inheritance of

@@ -11,6 +11,8 @@ namespace {
 
 // Work below this many samples is not worth waking a worker for.
 constexpr std::size_t samplesPerTask = std::size_t{1} << 13;
+// Fewer would leave lanes of CellMeans empty.
+constexpr std::size_t sitesPerTask = 16;
 constexpr std::size_t mostTasks = 64;
 // More could not be told apart from endless.
 constexpr float mostIterations = 4.0e18f;
@@ -80,23 +82,15 @@ void VoronoiRelaxation::accumulate() {
   std::vector<uint32_t> order(intervals_.size());
   for (uint32_t i = 0; i < intervals_.size(); ++i) order[next[intervals_[i].site]++] = i;
 
-  const std::size_t tasks = std::clamp<std::size_t>(sampleX_.size() / samplesPerTask, 1,
-                                                    std::min(sites_.size(), mostTasks));
+  const std::size_t tasks = std::clamp<std::size_t>(
+      std::min(sampleX_.size() / samplesPerTask, sites_.size() / sitesPerTask), 1, mostTasks);
   workers::parallelFor(tasks, [&](std::size_t t) {
+    CellMeans means(sampleX_, sampleY_);
     for (std::size_t site = t; site < sites_.size(); site += tasks) {
-      Voronoi cell;
-      for (uint32_t k = first[site]; k < first[site + 1]; ++k) {
-        const SiteInterval& interval = intervals_[order[k]];
-        const auto y = static_cast<float>(sampleY_[interval.begin]);
-        for (uint32_t s = interval.begin; s < interval.end; ++s) {
-          const auto oldCount = static_cast<float>(cell.count);
-          const auto newCount = static_cast<float>(++cell.count);
-          cell.sumX = (cell.sumX * oldCount + static_cast<float>(sampleX_[s])) / newCount;
-          cell.sumY = (cell.sumY * oldCount + y) / newCount;
-        }
-      }
-      cells_[site] = cell;
+      means.add(intervals_, order.data() + first[site], order.data() + first[site + 1],
+                cells_[site]);
     }
+    means.finish();
   });
 
   for (const SiteInterval& interval : intervals_) {

@@ -5,17 +5,10 @@
 #include <vector>
 
 #include "analysis/plane.h"
+#include "support/cell_means.h"
 #include "support/nearest_site.h"
 
 namespace stiltforge {
-
-/// One cell of a group's partition: the running mean, in single precision, of the samples assigned
-/// in the current iteration.
-struct Voronoi {
-  float sumX = 0;
-  float sumY = 0;
-  uint32_t count = 0;
-};
 
 /// The supports of a group while they are relaxed towards the centroids of their cells.
 ///
