@@ -1,6 +1,7 @@
 #include "addon/result_buffer.h"
 
 #include "addon/environment.h"
+#include "runtime/huge_pages.h"
 
 namespace stiltforge {
 
@@ -12,6 +13,7 @@ ResultBuffer::ResultBuffer(Napi::Env env, const Environment& environment, std::s
                     .As<Napi::ArrayBuffer>();
   buffer = Napi::Persistent(environment.bufferFrom.Call({memory}).As<Napi::Object>());
   bytes = static_cast<uint8_t*>(memory.Data());
+  preferHugePages(bytes, length);
 }
 
 }  // namespace stiltforge

@@ -140,6 +140,7 @@ void SliceWorker::fillBuffers(Layer& analysed) {
             buffers->supportedPixels.size());
   // No later step reads the pixels of an analysed layer.
   spentPixels = std::move(analysed.pixelBuffer);
+  scratch.supportedPixels = std::move(analysed.supportedPixels);
   analysed.releasePixels();
 }
 

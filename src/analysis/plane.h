@@ -2,6 +2,9 @@
 
 #include <cstddef>
 #include <memory>
+#include <utility>
+
+#include "runtime/huge_pages.h"
 
 namespace stiltforge {
 
@@ -11,7 +14,9 @@ template <typename T>
 class Plane {
  public:
   Plane() = default;
-  explicit Plane(std::size_t size) : data_(new T[size]), size_(size) {}
+  explicit Plane(std::size_t size) : data_(new T[size]), size_(size) {
+    preferHugePages(data_.get(), size * sizeof(T));
+  }
   Plane(Plane&& other) noexcept : data_(std::move(other.data_)), size_(other.size_) {
     other.size_ = 0;
   }

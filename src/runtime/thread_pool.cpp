@@ -25,6 +25,8 @@ thread_pool::thread_pool(int workerCount) : taskQueue(initialQueueNodes) {
 
 thread_pool::~thread_pool() {
   stop(true);
+  // What was pushed after a stop.
+  discardQueued();
 }
 
 void thread_pool::set_thread(int i) {

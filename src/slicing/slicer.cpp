@@ -15,12 +15,12 @@ uint32_t countLayers(const Bounds& model, double layerHeight) {
     throw SlicingError("The layer height is " + numberText(layerHeight) +
                        "; it must be a positive number of millimetres.");
   }
+  const double width = static_cast<double>(model.max.x) - model.min.x;
+  const double depth = static_cast<double>(model.max.y) - model.min.y;
   const double height = static_cast<double>(model.max.z) - model.min.z;
-  if (!(height > 0)) {
-    throw SlicingError(
-        "The model is flat: all its corners are at the same height. Only solids can be sliced; "
-        "check "
-        "that z points up.");
+  if (!(width > 0 && depth > 0 && height > 0)) {
+    throw SlicingError("The model is flat: " + numberText(width) + " x " + numberText(depth) +
+                       " x " + numberText(height) + " mm. Only solids can be sliced.");
   }
   const double layers = std::ceil(height / layerHeight - 0.5);
   if (layers < 1) {

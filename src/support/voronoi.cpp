@@ -123,6 +123,7 @@ void VoronoiRelaxation::run(float maxIterations, float settledDistance) {
   // Monte Carlo factorization algorithm", 1980).
   const float limit = std::min(maxIterations, mostIterations);
   std::vector<Site> marked = sites_;
+  Site markedIdle = idleSite_;
   uint64_t markedAt = 0;
   uint64_t markAgainAt = 1;
   bool skipped = false;
@@ -137,11 +138,12 @@ void VoronoiRelaxation::run(float maxIterations, float settledDistance) {
     if (move(settledDistance)) return;
     ++iteration;
     if (skipped) continue;
-    if (samePlaces(sites_, marked)) {
+    if (samePlaces(sites_, marked) && samePlace(idleSite_, markedIdle)) {
       iteration = skipCycles(iteration, iteration - markedAt, limit);
       skipped = true;
     } else if (iteration == markAgainAt) {
       marked = sites_;
+      markedIdle = idleSite_;
       markedAt = iteration;
       markAgainAt = 2 * iteration;
     }
