@@ -56,8 +56,8 @@ void GhostStamp::rebuildTable() {
   coneSteps.resize(Poisson::ghostSpread.size());
   for (uint32_t i = 0; i < tableSide; ++i) {
     for (uint32_t j = 0; j < tableSide; ++j) {
-      // The row length in this index is 2 * radius, whole or not. Above 2^24 entries it may round up
-      // past the last corner, whose weight is 0.
+      // The row length in this index is 2 * radius, whole or not. Above 2^24 entries it may round
+      // up past the last corner, whose weight is 0.
       const float index = static_cast<float>(j) + 2.0f * (static_cast<float>(i) * radius);
       const float weight = Poisson::ghostSpread[std::min<std::size_t>(
           toUint32(index), Poisson::ghostSpread.size() - 1)];
