@@ -1,0 +1,151 @@
+#include "analysis/layer_overlap.h"
+
+#include <gtest/gtest.h>
+
+#include <map>
+
+#include "analysis/run_extraction.h"
+#include "analysis/run_labelling.h"
+#include "core/drawing.h"
+#include "core/random.h"
+#include "core/stage_test.h"
+
+namespace stiltforge {
+namespace {
+
+class LayerOverlap : public ModelTest {};
+
+TEST_F(LayerOverlap, CountsThePixelsSharedWithEachLowerGroup) {
+  segment({"##.#", "##.."});
+  const Group& group = segment({"####", "#..."}).groups[1];
+  EXPECT_EQ(overlapOf(group), (std::vector<uint32_t>{0, 3, 1}));
+  EXPECT_EQ(group.supportedPixel, 4u);
+}
+
+TEST_F(LayerOverlap, OfAnIslandIsEmpty) {
+  segment({"##..", "...."});
+  const Group& island = segment({"....", "..#."}).groups[1];
+  EXPECT_EQ(overlapOf(island), (std::vector<uint32_t>{0, 0}));
+  EXPECT_EQ(island.overlapEntries, 0u);
+  EXPECT_EQ(island.supportedPixel, 0u);
+  EXPECT_EQ(island.islandDistance, 0u);
+}
+
+TEST_F(LayerOverlap, OnTheFirstLayerDoesNotExist) {
+  const Group& group = segment({"##"}).groups[1];
+  EXPECT_EQ(group.overlapCount, 0u);
+  EXPECT_EQ(group.supportedPixel, 0u);
+}
+
+TEST_F(LayerOverlap, CountsTheLayersOfContinuousMaterialBelow) {
+  for (uint32_t n = 0; n < 4; ++n) {
+    EXPECT_EQ(segment({"#.."}).groups[1].islandDistance, n);
+  }
+  const Layer& withIsland = segment({"#.#"});
+  EXPECT_EQ(withIsland.groups[1].islandDistance, 4u);
+  EXPECT_EQ(withIsland.groups[2].islandDistance, 0u);
+  EXPECT_EQ(segment({"#.#"}).groups[2].islandDistance, 1u);
+  EXPECT_EQ(segment({"###"}).groups[1].islandDistance, 6u) << "the longer of the two counts";
+}
+
+TEST_F(LayerOverlap, KeepsTheEntriesOfAGroupTogetherInAscendingOrder) {
+  segment({"#.#.#", ".....", "#####"});
+  const Layer& layer = segment({"#####", "....#", "....#"});
+  ASSERT_EQ(layer.groupCount, 1u);
+  ASSERT_EQ(layer.overlaps.size(), 4u);
+  for (uint32_t k = 0; k < 4; ++k) EXPECT_EQ(layer.overlaps[k].lower, k + 1);
+}
+
+Layer labelled(Layer layer) {
+  layer.supportedPixels = Plane<uint8_t>(layer.pixelBuffer.size());
+  layer.strokePixels = Plane<uint8_t>(layer.pixelBuffer.size());
+  extractRuns(layer, false);
+  layer.groupCount = labelRuns(layer);
+  layer.groups.resize(layer.groupCount + 1);
+  for (uint32_t id = 1; id <= layer.groupCount; ++id) layer.groups[id].id = id;
+  return layer;
+}
+
+Layer randomLayer(Random& random, uint32_t width, uint32_t height) {
+  Layer layer = emptyLayer(static_cast<uint16_t>(width), static_cast<uint16_t>(height));
+  const uint32_t rarity = 1 + random.below(12);
+  bool solid = random.oneIn(2);
+  for (std::size_t i = 0; i < layer.pixelBuffer.size(); ++i) {
+    if (random.oneIn(rarity)) solid = !solid;
+    if (solid) layer.pixelBuffer[i] = materialPixel();
+  }
+  layer = labelled(std::move(layer));
+  for (Group& group : layer.groups) group.islandDistance = random.below(9);
+  return layer;
+}
+
+// Pixel by pixel, by index.
+void expectPlainOverlap(const Layer& layer, const Layer& below) {
+  const std::vector<uint32_t> upper = labelPlane(layer);
+  const std::vector<uint32_t> lower = labelPlane(below);
+  std::vector<std::map<uint32_t, uint32_t>> shared(layer.groups.size());
+  for (std::size_t i = 0; i < std::min(upper.size(), lower.size()); ++i) {
+    if (upper[i] != 0 && lower[i] != 0) ++shared[upper[i]][lower[i]];
+  }
+  for (uint32_t id = 1; id < layer.groups.size(); ++id) {
+    const Group& group = layer.groups[id];
+    ASSERT_EQ(group.overlapCount, below.groups.size());
+    ASSERT_EQ(group.overlapEntries, shared[id].size());
+    uint32_t k = group.firstOverlap;
+    uint32_t sum = 0;
+    uint32_t distance = 0;
+    for (const auto& [label, count] : shared[id]) {
+      ASSERT_EQ(layer.overlaps[k].lower, label);
+      ASSERT_EQ(layer.overlaps[k].count, count);
+      sum += count;
+      distance = std::max(distance, below.groups[label].islandDistance + 1);
+      ++k;
+    }
+    ASSERT_EQ(group.supportedPixel, sum);
+    ASSERT_EQ(group.islandDistance, sum == 0 ? 0 : distance);
+  }
+}
+
+void relateAndCheck(Layer& layer, const Layer& below) {
+  for (Group& group : layer.groups) group.islandDistance = 0;
+  relateToLayerBelow(layer, below);
+  expectPlainOverlap(layer, below);
+}
+
+TEST(LayerOverlapProperty, EqualsAPixelByPixelCount) {
+  Random random(31);
+  for (int i = 0; i < 4000; ++i) {
+    const uint32_t width = 1 + random.below(40);
+    const uint32_t height = 1 + random.below(40);
+    const Layer below = randomLayer(random, width, height);
+    Layer layer = randomLayer(random, width, height);
+    relateAndCheck(layer, below);
+    if (testing::Test::HasFatalFailure()) FAIL() << "pair " << i;
+  }
+}
+
+TEST(LayerOverlapProperty, ReadsALayerOfAnotherSizeAsTheSequenceOfItsPixels) {
+  Random random(32);
+  for (int i = 0; i < 4000; ++i) {
+    const Layer below = randomLayer(random, random.below(30), random.below(30));
+    Layer layer = randomLayer(random, random.below(30), random.below(30));
+    relateAndCheck(layer, below);
+    if (testing::Test::HasFatalFailure()) FAIL() << "pair " << i;
+  }
+}
+
+// Enough runs for several tasks, so that bands of rows are merged.
+TEST(LayerOverlapProperty, EqualsAPixelByPixelCountOnNoiseOfManyRuns) {
+  Random random(33);
+  const Layer below = randomLayer(random, 601, 700);
+  Layer layer = emptyLayer(601, 700);
+  for (std::size_t i = 0; i < layer.pixelBuffer.size(); ++i) {
+    if (random.oneIn(2)) layer.pixelBuffer[i] = materialPixel();
+  }
+  layer = labelled(std::move(layer));
+  ASSERT_GT(layer.runs.size(), 3u << 15);
+  relateAndCheck(layer, below);
+}
+
+}  // namespace
+}  // namespace stiltforge
