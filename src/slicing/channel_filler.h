@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <span>
 
 #include "slicing/channel_falloff.h"
 #include "slicing/overhang_distance.h"

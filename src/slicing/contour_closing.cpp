@@ -37,10 +37,14 @@ void dropMatched(std::vector<OpenEnd>& ends) {
 }
 
 struct CellEntry {
-  double row;  // of a grid of squares, whole numbers
-  double column;
+  int64_t row;  // of a grid of squares
+  int64_t column;
   uint32_t end;
 };
+
+int64_t cellOf(double coordinate, double reach) {
+  return static_cast<int64_t>(std::floor(coordinate / reach));
+}
 
 bool isBefore(const CellEntry& a, const CellEntry& b) {
   if (a.row != b.row) return a.row < b.row;
@@ -54,7 +58,7 @@ std::vector<Pair> pairsWithin(double reach, const std::vector<OpenEnd>& ends) {
   std::vector<CellEntry> starts;
   for (uint32_t i = 0; i < ends.size(); ++i) {
     if (ends[i].surplus < 0) {
-      starts.push_back({std::floor(ends[i].at.y / reach), std::floor(ends[i].at.x / reach), i});
+      starts.push_back({cellOf(ends[i].at.y, reach), cellOf(ends[i].at.x, reach), i});
     }
   }
   std::sort(starts.begin(), starts.end(), isBefore);
@@ -62,9 +66,9 @@ std::vector<Pair> pairsWithin(double reach, const std::vector<OpenEnd>& ends) {
   std::vector<Pair> pairs;
   for (uint32_t i = 0; i < ends.size(); ++i) {
     if (ends[i].surplus < 0) continue;
-    const double row = std::floor(ends[i].at.y / reach);
-    const double column = std::floor(ends[i].at.x / reach);
-    for (double r = row - 1; r <= row + 1; ++r) {
+    const int64_t row = cellOf(ends[i].at.y, reach);
+    const int64_t column = cellOf(ends[i].at.x, reach);
+    for (int64_t r = row - 1; r <= row + 1; ++r) {
       auto entry =
           std::lower_bound(starts.begin(), starts.end(), CellEntry{r, column - 1, 0}, isBefore);
       for (; entry != starts.end() && entry->row == r && entry->column <= column + 1; ++entry) {

@@ -22,8 +22,8 @@ struct OpenEnd {
 /// Appends segments that lead from where contours end to where contours start, until none is open:
 /// the closest two ends first, then the next closest of those left, and so on. A mesh's hole is so
 /// closed by straight lines in every layer that cuts it, and no row of pixels is left with a
-/// winding number other than 0 behind its last contour. The surpluses must add up to 0; the ends
-/// are used up.
+/// winding number other than 0 behind its last contour. The surpluses must add up to 0 and the
+/// coordinates be finite; the ends are used up.
 void closeContours(std::vector<OpenEnd>& ends, std::vector<Segment>& segments);
 
 }  // namespace stiltforge::slicing

@@ -95,15 +95,15 @@ void StrokeDistance::measureDownwards(int firstRow) {
 
 template <class Squared>
 void StrokeDistance::measureAlongRow(std::vector<Squared>& work, int32_t begin, int32_t end) {
-  const int32_t count = end - begin;
-  const int32_t padded = count + 2 * radius_;
+  const std::ptrdiff_t count = end - begin;
+  const std::ptrdiff_t padded = count + 2 * std::ptrdiff_t{radius_};
   work.resize(static_cast<std::size_t>(padded + count));
   Squared* const column = work.data();
   Squared* __restrict const result = column + padded;
 
   const int32_t outOfReach = (radius_ + 1) * (radius_ + 1);
   std::fill(column, column + padded, static_cast<Squared>(outOfReach));
-  for (int32_t i = 0; i < count; ++i) {
+  for (std::ptrdiff_t i = 0; i < count; ++i) {
     const int32_t distance = nearest_[static_cast<std::size_t>(begin + i)];
     column[radius_ + i] = static_cast<Squared>(std::min(distance * distance, outOfReach));
   }
@@ -114,7 +114,7 @@ void StrokeDistance::measureAlongRow(std::vector<Squared>& work, int32_t begin, 
       break;
     const Squared* const left = column + radius_ - dx;
     const Squared* const right = column + radius_ + dx;
-    for (int32_t i = 0; i < count; ++i) {
+    for (std::ptrdiff_t i = 0; i < count; ++i) {
       const Squared nearer = left[i] < right[i] ? left[i] : right[i];
       const auto offered = static_cast<Squared>(nearer + added);
       result[i] = offered < result[i] ? offered : result[i];

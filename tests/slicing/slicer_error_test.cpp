@@ -47,9 +47,10 @@ TEST(SlicerError, RefusesHalfATriangle) {
 }
 
 TEST(SlicerError, RefusesAFlatModel) {
-  EXPECT_EQ(messageOf({0, 0, 1, 5, 0, 1, 0, 5, 1}, unitSettings(50)),
-            "The model is flat: all its corners are at the same height. Only solids can be sliced; "
-            "check that z points up.");
+  EXPECT_EQ(messageOf({0, 0, 1, 5, 0, 1, 0, 7, 1}, unitSettings(50)),
+            "The model is flat: 5 x 7 x 0 mm. Only solids can be sliced.");
+  EXPECT_EQ(messageOf({0, 0, 1, 5, 0, 1, 5, 0, 3}, unitSettings(50)),
+            "The model is flat: 5 x 0 x 2 mm. Only solids can be sliced.");
 }
 
 TEST(SlicerError, RefusesAModelBelowHalfALayer) {
