@@ -73,7 +73,9 @@ Napi::Value AnalyseSlice(const Napi::CallbackInfo& info) {
     job = std::make_unique<SliceWorker>(info[2].As<Napi::Function>(), environment, layerIndex,
                                         slice.Data());
   } catch (const std::bad_alloc&) {
-    throw refusal(env, codes::memory, "Not enough memory to copy the slice: " + sliceNeed() + ".");
+    throw refusal(env, codes::memory,
+                  "Not enough memory to take the slice in: " + sliceNeed() +
+                      (SliceWorker::needBuffer ? ", and 9 for each pixel for the result." : "."));
   }
   environment->jobs.add(std::move(job));
   claim.keep();

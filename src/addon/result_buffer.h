@@ -17,7 +17,7 @@ struct Environment;
 class ResultBuffer {
  public:
   ResultBuffer() = default;
-  /// Zero-filled. Throws a Napi::Error when there is no memory.
+  /// Zero-filled. Throws std::bad_alloc.
   ResultBuffer(Napi::Env env, const Environment& environment, std::size_t size);
 
   uint8_t* data() { return bytes; }

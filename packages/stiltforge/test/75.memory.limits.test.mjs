@@ -1,0 +1,126 @@
+import assert from 'node:assert/strict';
+import { test } from 'node:test';
+import { runInChild } from './harness.mjs';
+
+// A limit on the address space is Linux's, and the address sanitizer reserves terabytes of it.
+const skip = process.platform !== 'linux' || 'ASAN_OPTIONS' in process.env;
+
+const limit = `
+  import { execFileSync } from 'node:child_process';
+  import { readFileSync } from 'node:fs';
+  /** Lets the process grow by that many MiB and no more. */
+  const allow = (mebibytes) => {
+    const [, used] = /VmSize:\\s+(\\d+) kB/.exec(readFileSync('/proc/self/status', 'utf8'));
+    const bytes = Number(used) * 1024 + mebibytes * 2 ** 20;
+    execFileSync('prlimit', ['--pid', String(process.pid), '--as=' + bytes]);
+  };
+  const attempt = (action) => {
+    try {
+      action();
+      return 'done';
+    } catch (error) {
+      return error.code + ' ' + error.message;
+    }
+  };
+  // The threads of the process are started, so that they need no memory later.
+  stiltforge.InitAnalyseSlice(parameters());
+  await analyse(rectangle(8, 6, 0, 0, 4, 4));
+`;
+
+function assertEnded({ code, signal, stderr, stdout, timedOut }, ...lines) {
+  assert.deepEqual(
+    { code, signal, stderr, timedOut },
+    { code: 0, signal: null, stderr: '', timedOut: false },
+  );
+  assert.equal(stdout, lines.map((line) => `${line}\n`).join(''));
+}
+
+test('the largest slices only reserve memory until a slice comes', async () => {
+  const child = await runInChild(
+    `
+    const settings = parameters({ width: 46340, height: 46340, needBuffer: false });
+    stiltforge.InitAnalyseSlice(settings);
+    try {
+      stiltforge.AnalyseSlice(new ArrayBuffer(100), 0, () => {});
+    } catch (error) {
+      console.log(error.message);
+    }
+    console.log(process.memoryUsage().rss < 300 * 2 ** 20);
+    `,
+    { timeoutSeconds: 20 },
+  );
+  assertEnded(
+    child,
+    "The slice's ArrayBuffer holds 100 bytes, but a slice of 46340 x 46340 pixels needs 8589582400" +
+      ' bytes, 4 for each. Pass the whole image, or call InitAnalyseSlice with its width and height.',
+    'true',
+  );
+});
+
+test('a model whose top-pixel buffer does not fit is refused, the open one goes on', {
+  skip,
+}, async () => {
+  const child = await runInChild(`${limit}
+    allow(500);
+    console.log(attempt(() =>
+      stiltforge.InitAnalyseSlice(parameters({ width: 20000, height: 20000, needBuffer: true })),
+    ));
+    console.log((await analyse(rectangle(8, 6, 0, 0, 4, 4))).layer.groups[0].supportedPixel);
+  `);
+  assertEnded(
+    child,
+    'ERR_STILTFORGE_MEMORY Not enough memory for slices of 20000 x 20000 pixels: the top-pixel buffer' +
+      ' alone needs 1600000000 bytes. Use a smaller image, or needBuffer false.',
+    '16',
+  );
+});
+
+test('a ghost spread table that does not fit is refused, the open model goes on', {
+  skip,
+}, async () => {
+  const child = await runInChild(`${limit}
+    allow(100);
+    console.log(attempt(() => stiltforge.InitAnalyseSlice(parameters({ ghostRadius: 4000 }))));
+    console.log((await analyse(rectangle(8, 6, 0, 0, 4, 4))).layer.groups[0].supportedPixel);
+  `);
+  assertEnded(
+    child,
+    'ERR_STILTFORGE_MEMORY Not enough memory for the spread table of ghostRadius 4000.',
+    '16',
+  );
+});
+
+for (const needBuffer of [false, true]) {
+  test(`a slice that does not fit is refused (needBuffer ${needBuffer})`, { skip }, async () => {
+    const child = await runInChild(`${limit}
+      stiltforge.InitAnalyseSlice(parameters({ width: 8000, height: 8000, needBuffer: ${needBuffer} }));
+      const pixels = new ArrayBuffer(256000000);
+      allow(${needBuffer ? 350 : 100});
+      console.log(attempt(() => stiltforge.AnalyseSlice(pixels, 0, () => {})));
+      stiltforge.CleanPointer();
+    `);
+    assertEnded(
+      child,
+      'ERR_STILTFORGE_MEMORY Not enough memory to take the slice in: a slice of 8000 x 8000 pixels' +
+        ` needs 256000000 bytes${needBuffer ? ', and 9 for each pixel for the result' : ''}.`,
+    );
+  });
+}
+
+test('memory that runs out during the analysis is an Error of the callback', { skip }, async () => {
+  const child = await runInChild(`${limit}
+    stiltforge.InitAnalyseSlice(parameters({ width: 8000, height: 8000 }));
+    const pixels = rectangle(8000, 8000, 0, 0, 100, 100);
+    allow(280);
+    const error = await analyse(pixels, 5).catch((reason) => reason);
+    console.log(error.code, error.message);
+    stiltforge.InitAnalyseSlice(parameters());
+    console.log((await analyse(rectangle(8, 6, 0, 0, 4, 4))).layer.pixelCount);
+  `);
+  assertEnded(
+    child,
+    'ERR_STILTFORGE_MEMORY Not enough memory for the slice with layerIndex 5 (8000 x 8000 pixels). Use' +
+      ' smaller slices, or free memory and start the model again.',
+    '16',
+  );
+});
