@@ -4,6 +4,7 @@
 #include <limits>
 #include <memory>
 #include <new>
+#include <sstream>
 #include <stdexcept>
 #include <string>
 #include <utility>
@@ -62,9 +63,9 @@ void rebuildGhostSpread(Napi::Env env, float radius) {
     SliceWorker::ghostSpreadCurrent = true;
   } catch (const std::bad_alloc&) {
     Poisson::ghostRadius = before;
-    throw refusal(
-        env, codes::memory,
-        "Not enough memory for the spread table of ghostRadius " + std::to_string(radius) + ".");
+    std::ostringstream message;
+    message << "Not enough memory for the spread table of ghostRadius " << radius << ".";
+    throw refusal(env, codes::memory, message.str());
   } catch (const std::length_error& e) {
     Poisson::ghostRadius = before;
     throw refusal(env, codes::parameter, e.what());
