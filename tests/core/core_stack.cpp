@@ -182,7 +182,7 @@ void applyParameters(const std::map<std::string, double>& parameters) {
   Poisson::createGhostSpread();
 }
 
-std::vector<SliceResult> analyseWithCore(const reference::Stack& stack) {
+std::vector<SliceResult> analyseWithCore(const reference::Stack& stack, bool needBuffer) {
   applyParameters(stack.parameters);
   std::vector<Layer> layers;
   std::mutex mutex;
@@ -198,7 +198,7 @@ std::vector<SliceResult> analyseWithCore(const reference::Stack& stack) {
     pipeline.historyMutex = &mutex;
     pipeline.topPixelBuffer = &top;
     pipeline.topPixelCount = pixels;
-    pipeline.needBuffer = true;
+    pipeline.needBuffer = needBuffer;
     pipeline.addSupport = stack.parameters.at("addSupport") != 0;
     pipeline.scratch = &scratch;
     SliceResult result;
@@ -209,10 +209,12 @@ std::vector<SliceResult> analyseWithCore(const reference::Stack& stack) {
     result.height = layer.height;
     result.pixelCount = layer.pixelCount;
     result.groupCount = layer.groupCount;
-    result.pixelBuffer.assign(layer.pixelBuffer.data(), layer.pixelBuffer.data() + pixels);
-    result.topPixelBuffer.assign(top.data(), top.data() + pixels);
-    result.supportedPixels.assign(layer.supportedPixels.data(),
-                                  layer.supportedPixels.data() + pixels);
+    if (needBuffer) {
+      result.pixelBuffer.assign(layer.pixelBuffer.data(), layer.pixelBuffer.data() + pixels);
+      result.topPixelBuffer.assign(top.data(), top.data() + pixels);
+      result.supportedPixels.assign(layer.supportedPixels.data(),
+                                    layer.supportedPixels.data() + pixels);
+    }
     for (std::size_t id = 1; id < layer.groups.size(); ++id) {
       const Group& group = layer.groups[id];
       result.groups.push_back(resultOf(group, layer, places));

@@ -1,0 +1,311 @@
+#include "support/group_handler.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+
+#include "core/failing_allocation.h"
+#include "core/stage_test.h"
+#include "runtime/worker_pool.h"
+#include "support/poisson.h"
+
+namespace stiltforge {
+namespace {
+
+// A group of 100 pixels on the second slice, which may rest on one group below. What the pass
+// decides shows in the group's strength: (supports * 20 + transmitted strength) / 100.
+class GroupHandlerTest : public ModelTest {
+ protected:
+  void SetUp() override {
+    ModelTest::SetUp();
+    layLower(0);
+    upper = &segment(filledBox(10, 10)).groups[1];
+    layers[0].groups[1].pixelStrength = 0.5f;
+  }
+
+  // Lower slice with material under the first `pixels` of the upper, never less than one pixel.
+  void layLower(uint32_t pixels) {
+    Layer lower = emptyLayer(10, 10);
+    for (uint32_t i = 0; i < std::max(pixels, 1u); ++i) lower.pixelBuffer[i] = materialPixel();
+    segment(std::move(lower));
+  }
+
+  void restOn(uint32_t pixels, uint32_t islandDistance, uint32_t unsupported) {
+    upper->supportedPixel = pixels;
+    upper->islandDistance = islandDistance;
+    upper->unsupportedPixelCount = unsupported;
+    upper->almostNotBlueCount = upper->islandBlueCount = 0;
+    layers[1].overlaps[upper->firstOverlap].count = pixels;
+  }
+  void standAlone() {
+    upper->supportedPixel = upper->islandDistance = upper->overlapEntries = 0;
+    upper->almostNotBlueCount = upper->islandBlueCount = 0;
+  }
+
+  uint32_t run() {
+    upper->placement.reset();
+    GroupHandler handler;
+    handler.layers = &layers;
+    return handler.supportLayer();
+  }
+  float strength() {
+    run();
+    return upper->pixelStrength;
+  }
+  static float strengthOf(float supports, float transmitted) {
+    return (supports * 20.0f + transmitted) / 100.0f;
+  }
+
+  Group* upper = nullptr;
+};
+
+TEST_F(GroupHandlerTest, OfALayerWithoutGroupsPlacesNothing) {
+  segment(emptyLayer(10, 10));
+  EXPECT_EQ(run(), 0u);
+}
+
+TEST_F(GroupHandlerTest, WithoutWorkersLeavesEveryGroupAlone) {
+  const int usual = workers::count();
+  workers::setCount(0);
+  upper->pixelStrength = 7.0f;
+  EXPECT_EQ(run(), 0u);
+  EXPECT_EQ(upper->pixelStrength, 7.0f);
+  EXPECT_EQ(upper->placement, nullptr);
+  workers::setCount(usual);
+}
+
+TEST_F(GroupHandlerTest, OnTheFirstSliceOnlySetsThePlatesStrength) {
+  layers.clear();
+  segment(filledBox(10, 10));
+  upper = &layers[0].groups[1];
+  Poisson::strengthOfPlatePixel = 0.25f;
+  EXPECT_EQ(run(), 0u);
+  EXPECT_EQ(upper->pixelStrength, 0.25f);
+  EXPECT_EQ(upper->placement, nullptr);
+}
+
+TEST_F(GroupHandlerTest, AGroupOfOnePixelGetsNothing) {
+  Layer layer = emptyLayer(10, 10);
+  layer.pixelBuffer[55] = materialPixel();
+  upper = &segment(std::move(layer)).groups[1];
+  EXPECT_EQ(run(), 0u);
+  EXPECT_EQ(upper->pixelStrength, 0.0f);
+}
+
+TEST_F(GroupHandlerTest, AnIslandNeedsItsWholeWeight) {
+  standAlone();
+  EXPECT_EQ(strength(), strengthOf(5, 0));
+  EXPECT_EQ(upper->placement->supports.size(), 5u);
+  for (const Voxel& support : upper->placement->supports) EXPECT_TRUE(support.isMinima);
+  Poisson::islandStrengthSupport = 1.25f;
+  EXPECT_EQ(strength(), 5.0f * 20.0f * 1.25f / 100.0f);
+}
+
+TEST_F(GroupHandlerTest, TheIslandMultiplierTruncatesAndLeavesTheStrength) {
+  standAlone();
+  Poisson::islandSupportMultiplier = 1.5f;
+  EXPECT_EQ(run(), 7u);
+  EXPECT_EQ(upper->pixelStrength, strengthOf(5, 0));
+  Poisson::islandSupportMultiplier = 0.1f;
+  EXPECT_EQ(run(), 0u);
+  EXPECT_EQ(upper->pixelStrength, strengthOf(5, 0));
+}
+
+TEST_F(GroupHandlerTest, UnboundedIslandMultipliersEnd) {
+  standAlone();
+  for (const float multiplier : {HUGE_VALF, -HUGE_VALF, std::nanf(""), 1e30f, -1.0f}) {
+    Poisson::islandSupportMultiplier = multiplier;
+    EXPECT_LE(run(), 100u) << multiplier;
+  }
+}
+
+TEST_F(GroupHandlerTest, TheGroupBelowCarriesPartOfTheWeight) {
+  restOn(40, 5, 60);
+  EXPECT_EQ(strength(), strengthOf(4, 20)) << "80 of 100 pixels are left";
+  for (const Voxel& support : upper->placement->supports) EXPECT_FALSE(support.isMinima);
+  Poisson::strengthTransmited = 2.0f;
+  EXPECT_EQ(strength(), strengthOf(3, 20)) << "60 of 100 pixels are left";
+}
+
+TEST_F(GroupHandlerTest, CloseToAnIslandUsesItsOwnFactor) {
+  restOn(40, 1, 60);
+  Poisson::closeToIslandStrengthTransmited = 2.5f;
+  EXPECT_EQ(strength(), strengthOf(3, 20)) << "50 of 100 pixels are left";
+  Poisson::distCloseToIsland = 0.5f;
+  EXPECT_EQ(strength(), strengthOf(4, 20)) << "far from an island, 80 are left";
+}
+
+TEST_F(GroupHandlerTest, CountsTheRawOverlapAtTheVeryDistance) {
+  restOn(40, 2, 60);
+  EXPECT_EQ(strength(), strengthOf(3, 40)) << "60 of 100 pixels are left";
+  Poisson::distCloseToIsland = 2.5f;
+  Poisson::closeToIslandStrengthTransmited = 1.0f;
+  EXPECT_EQ(strength(), strengthOf(4, 20));
+}
+
+TEST_F(GroupHandlerTest, ADistanceThatIsNoNumberTakesNothingFromBelow) {
+  restOn(40, 2, 60);
+  Poisson::distCloseToIsland = std::nanf("");
+  EXPECT_EQ(strength(), strengthOf(5, 0));
+}
+
+TEST_F(GroupHandlerTest, MoreSupportsThanUnsupportedPixelsFallBack) {
+  restOn(40, 5, 3);
+  EXPECT_EQ(strength(), strengthOf(0, 20));
+  upper->almostNotBlueCount = 1;
+  EXPECT_EQ(strength(), strengthOf(1, 20));
+  restOn(40, 5, 4);
+  EXPECT_EQ(strength(), strengthOf(4, 20)) << "one a pixel is not too many";
+}
+
+TEST_F(GroupHandlerTest, AFallbackOfOneNeedsDarkPixels) {
+  restOn(40, 1, 3);
+  EXPECT_EQ(strength(), strengthOf(0, 20));
+  upper->islandBlueCount = 1;
+  EXPECT_EQ(strength(), strengthOf(1, 20)) << "close to an island";
+  restOn(40, 2, 2);
+  upper->islandBlueCount = 1;
+  EXPECT_EQ(strength(), strengthOf(0, 40)) << "not close to an island";
+}
+
+TEST_F(GroupHandlerTest, AFullySupportedGroupNeedsOneOnlyCloseToAnIsland) {
+  restOn(40, 1, 0);
+  EXPECT_EQ(strength(), strengthOf(0, 20));
+  upper->almostNotBlueCount = 1;
+  EXPECT_EQ(strength(), strengthOf(0, 20));
+  upper->islandBlueCount = 1;
+  EXPECT_EQ(strength(), strengthOf(1, 20));
+}
+
+TEST_F(GroupHandlerTest, WithoutUnsupportedPixelsTheIslandFactorIsLeftOut) {
+  restOn(40, 1, 0);
+  upper->islandBlueCount = 1;
+  Poisson::closeToIslandStrengthTransmited = std::nanf("");
+  EXPECT_EQ(strength(), strengthOf(1, 20));
+}
+
+TEST_F(GroupHandlerTest, AWeakGroupFallsBack) {
+  restOn(40, 5, 60);
+  Poisson::firstSupportMinStrength = 0.25f;  // 20 / 0.25 does not exceed the 80 left
+  EXPECT_EQ(strength(), strengthOf(4, 20));
+  Poisson::firstSupportMinStrength = 0.2f;
+  EXPECT_EQ(strength(), strengthOf(0, 20));
+  layers[0].groups[1].pixelStrength = 0.0f;
+  EXPECT_EQ(strength(), strengthOf(5, 0)) << "a group that nothing carries is not weak";
+}
+
+TEST_F(GroupHandlerTest, OneSharedPixelIsStillAnIslandAndNeverWeak) {
+  restOn(1, 5, 60);
+  Poisson::firstSupportMinStrength = 0.1f;
+  EXPECT_EQ(strength(), strengthOf(5, 0.5f));
+  for (const Voxel& support : upper->placement->supports) EXPECT_TRUE(support.isMinima);
+  restOn(2, 5, 60);
+  EXPECT_EQ(strength(), strengthOf(0, 1)) << "with two shared pixels the group is weak";
+}
+
+TEST_F(GroupHandlerTest, EnoughTransmittedStrengthNeedsNoFurtherSupport) {
+  restOn(90, 5, 60);
+  layers[0].groups[1].pixelStrength = 1.0f;
+  EXPECT_EQ(strength(), strengthOf(0, 90));
+  Poisson::growthStrength = 9.0f;  // 90 / 9 does not exceed the 10 left
+  EXPECT_EQ(strength(), strengthOf(1, 90));
+}
+
+TEST_F(GroupHandlerTest, MoreThanOneSupportsStrengthIsNeverEnough) {
+  restOn(80, 5, 60);
+  layers[0].groups[1].pixelStrength = 1.0f;
+  Poisson::growthStrength = 0.001f;
+  EXPECT_EQ(strength(), strengthOf(1, 80)) << "20 left are not below 20";
+}
+
+TEST_F(GroupHandlerTest, WeightNeverFallsBelowNothing) {
+  restOn(100, 5, 60);
+  layers[0].groups[1].pixelStrength = 3.0f;
+  EXPECT_EQ(strength(), strengthOf(0, 300));
+}
+
+TEST_F(GroupHandlerTest, SupportsWithoutStrengthFallBack) {
+  standAlone();
+  for (const float none : {0.0f, -0.0f, std::nanf(""), 1e-30f}) {
+    Poisson::supportStrength = none;
+    EXPECT_EQ(run(), 0u) << none;
+  }
+  upper->islandBlueCount = 1;
+  Poisson::supportStrength = 0.0f;
+  EXPECT_EQ(run(), 1u);
+}
+
+TEST_F(GroupHandlerTest, StrengthOfSeveralGroupsBelowAddsUp) {
+  layers.clear();
+  segment({"##.##.....", ".........."});
+  layers[0].groups[1].pixelStrength = 0.5f;
+  layers[0].groups[2].pixelStrength = 0.25f;
+  upper = &segment(filledBox(10, 2)).groups[1];
+  upper->islandDistance = 5;
+  Poisson::supportStrength = 10.0f;
+  EXPECT_EQ(strength(), (2.0f * 10.0f + 1.5f) / 20.0f) << "18.5 of 20 pixels are left";
+}
+
+TEST_F(GroupHandlerTest, AnEndlessStrengthSpoilsTheSumEvenWhereItIsNotTouched) {
+  layers.clear();
+  segment({"##.##.....", ".........."});
+  layers[0].groups[2].pixelStrength = HUGE_VALF;
+  upper = &segment({"##........", "##........"}).groups[1];
+  upper->islandDistance = 5;
+  EXPECT_TRUE(std::isnan(strength())) << "0 pixels times infinity";
+  layers[0].groups[2].pixelStrength = 1e30f;
+  EXPECT_FALSE(std::isnan(strength()));
+  Poisson::strengthTransmited = HUGE_VALF;
+  upper->almostNotBlueCount = 0;
+  strength();
+  EXPECT_EQ(upper->placement, nullptr) << "what is left of the weight is no number";
+}
+
+TEST_F(GroupHandlerTest, ReturnsTheSumOverAllGroups) {
+  layers.clear();
+  segment(emptyLayer(60, 40));
+  Layer layer = emptyLayer(60, 40);
+  for (uint32_t y = 0; y < 40; ++y) {
+    for (uint32_t x = 0; x < 60; ++x) {
+      if (x % 12 < 10 && y % 8 < 6) layer.pixelBuffer[y * 60 + x] = materialPixel();
+    }
+  }
+  segment(std::move(layer));
+  upper = &layers.back().groups[1];
+  const uint32_t total = run();
+  std::size_t sum = 0;
+  for (const Group& group : layers.back().groups) {
+    if (group.placement) sum += group.placement->supports.size();
+  }
+  EXPECT_EQ(layers.back().groupCount, 25u);
+  EXPECT_EQ(total, sum);
+  EXPECT_EQ(total, 25u * 3) << "60 pixels each";
+}
+
+TEST_F(GroupHandlerTest, CountsAGroupThatFailsAndCarriesOn) {
+  layers.clear();
+  segment(emptyLayer(700, 300));
+  Layer layer = emptyLayer(700, 300);
+  for (uint32_t y = 0; y < 300; ++y) {
+    for (uint32_t x = 0; x < 700; ++x) {
+      if (x < 10 ? y < 10 : x >= 20) layer.pixelBuffer[y * 700 + x] = materialPixel();
+    }
+  }
+  segment(std::move(layer));
+  Poisson::numberOfSamplePerSupport = 1e6f;  // every pixel a candidate
+  const uint64_t failedBefore = GroupHandler::failedTasks;
+  GroupHandler handler;
+  handler.layers = &layers;
+  {
+    const FailingAllocation noLargeBlocks(300000);
+    placed = handler.supportLayer();
+  }
+  EXPECT_EQ(GroupHandler::failedTasks, failedBefore + 1);
+  EXPECT_EQ(placed, 5u);
+  EXPECT_EQ(layers.back().groups[1].placement->supports.size(), 5u);
+  const Group& failed = layers.back().groups[2];
+  EXPECT_TRUE(!failed.placement || failed.placement->supports.empty());
+}
+
+}  // namespace
+}  // namespace stiltforge
