@@ -1,6 +1,6 @@
 import { mkdirSync, writeFileSync } from 'node:fs';
 import { createRequire } from 'node:module';
-import { join } from 'node:path';
+import { basename, extname, join } from 'node:path';
 import sharp from 'sharp';
 import yauzl from 'yauzl';
 import {
@@ -72,7 +72,7 @@ export async function writeStackPicture(archive, folder) {
   zip.close();
 
   mkdirSync(folder, { recursive: true });
-  const file = join(folder, 'stack.rgba');
+  const file = join(folder, `${basename(archive, extname(archive))}.rgba`);
   const header = new Uint8Array(
     new Uint32Array([slices[0].info.width, slices[0].info.height]).buffer,
   );

@@ -4,7 +4,10 @@
 #include <fstream>
 #include <iostream>
 #include <list>
+#include <stdexcept>
+#include <string>
 #include <string_view>
+#include <vector>
 
 #include "model_bench.h"
 #include "placement_bench.h"
@@ -21,8 +24,8 @@ constexpr int windows = 10;
 constexpr int quickWindows = 3;
 
 struct Options {
-  std::string soup;   // file of nine floats a triangle
-  std::string stack;  // file of two slices, see stackPicture()
+  std::string soup;                 // file of nine floats a triangle
+  std::vector<std::string> stacks;  // files of two slices, see stackPicture()
   bool quick = false;
 };
 
@@ -34,7 +37,7 @@ Options optionsFrom(int argc, char** argv) {
     if (argument.rfind("--soup=", 0) == 0) {
       options.soup = value();
     } else if (argument.rfind("--stack=", 0) == 0) {
-      options.stack = value();
+      options.stacks.push_back(value());
     } else if (argument == "--quick") {
       options.quick = true;
     } else {
@@ -66,7 +69,7 @@ std::list<SlicePicture> pictures(const Options& options) {
   result.push_back(noisePicture(screen4k));
   result.push_back(fullPlatePicture(screen4k));
   result.push_back(smallPartsPicture(screen4k));
-  if (!options.stack.empty()) result.push_back(stackPicture(options.stack));
+  for (const std::string& stack : options.stacks) result.push_back(stackPicture(stack));
   return result;
 }
 
@@ -80,7 +83,7 @@ void run(int argc, char** argv) {
     registerOpenCv(picture);
 #endif
   }
-  registerPlacement();
+  registerPlacement(options.quick);
   if (!options.soup.empty()) {
     registerModel(readSoup(options.soup), options.quick ? quickWindows : windows);
   }

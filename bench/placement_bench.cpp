@@ -154,8 +154,9 @@ void placePlainly(benchmark::State& state, bool everyPixel) {
 
 }  // namespace
 
-void registerPlacement() {
+void registerPlacement(bool quick) {
   for (const bool everyPixel : {false, true}) {
+    if (everyPixel && quick) continue;
     const std::string lattice = everyPixel ? "every-pixel" : "lattice";
     benchmark::RegisterBenchmark(("place/" + lattice).c_str(),
                                  [everyPixel](benchmark::State& s) { place(s, everyPixel); })

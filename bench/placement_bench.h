@@ -4,7 +4,7 @@ namespace stiltforge::bench {
 
 // Registers the support pass, plain and fast, over one group of 2000 x 2000 box pixels that needs
 // 200 supports, with 200 ghosts below it and 5 iterations: with every third pixel of every third
-// row a candidate, and with every pixel.
-void registerPlacement();
+// row a candidate, and, unless quick, with every pixel.
+void registerPlacement(bool quick);
 
 }  // namespace stiltforge::bench

@@ -1,6 +1,7 @@
 #include "slice_picture.h"
 
 #include <algorithm>
+#include <filesystem>
 #include <fstream>
 #include <random>
 #include <stdexcept>
@@ -107,7 +108,7 @@ SlicePicture stackPicture(const std::string& path) {
   file.read(reinterpret_cast<char*>(header), sizeof header);
   if (!file) throw std::runtime_error("cannot read " + path);
   SlicePicture picture;
-  picture.name = "stack";
+  picture.name = std::filesystem::path(path).stem().string();
   picture.width = static_cast<uint16_t>(header[0]);
   picture.height = static_cast<uint16_t>(header[1]);
   const auto bytes = static_cast<std::streamoff>(picture.bytes());

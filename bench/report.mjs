@@ -1,0 +1,204 @@
+const format = (value) => (value >= 100 ? value.toFixed(0) : value.toPrecision(3));
+const ms = (value) => `${format(value)} ms`;
+const mib = (bytes) => `${(bytes / 2 ** 20).toFixed(0)} MiB`;
+
+function quotient(what, [a, textA], [b, textB], bound) {
+  return { what, value: a / b, unit: '', bound, from: `${textA} / ${textB}` };
+}
+
+function speedup(what, slow, fast, bound) {
+  return quotient(what, [slow, ms(slow)], [fast, ms(fast)], bound);
+}
+
+const atMost = (limit) => ({ text: `≤ ${limit}`, holds: (value) => value <= limit });
+const atLeast = (limit) => ({ text: `≥ ${limit}`, holds: (value) => value >= limit });
+
+/** Bounds that a picture's segmentation is held to; others are shown without. */
+const bounds = {
+  'bunny-4k': { buffers: atMost(1.5), bare: atMost(1), plain: atLeast(12), openCv: atLeast(8) },
+  'noise-4k': { plain: atLeast(3) },
+};
+
+function segmentationRows(times) {
+  const pictures = [...times.keys()]
+    .filter((name) => name.startsWith('memcpy/'))
+    .map((name) => name.slice('memcpy/'.length));
+  return pictures.flatMap((picture) => {
+    const of = (what) => times.get(`${what}/${picture}`);
+    const bound = bounds[picture] ?? {};
+    const [copy, bare, buffers] = [of('memcpy'), of('segment'), of('segment-buffers')];
+    const rows = [
+      speedup(`${picture}: segmentation, no buffers / memcpy`, bare, copy, bound.bare),
+      speedup(`${picture}: segmentation with buffers / memcpy`, buffers, copy, bound.buffers),
+      speedup(
+        `${picture}: plain / segmentation with buffers`,
+        of('segment-plain'),
+        buffers,
+        bound.plain,
+      ),
+      speedup(
+        `${picture}: segmentation, no buffers / memcpy on large pages`,
+        bare,
+        of('memcpy-large-pages'),
+      ),
+      speedup(
+        `${picture}: segmentation with buffers / memcpy on large pages`,
+        buffers,
+        of('memcpy-large-pages'),
+      ),
+      speedup(`${picture}: reading the slice on all cores / memcpy`, of('read'), copy),
+    ];
+    if (of('opencv')) {
+      rows.push(
+        speedup(
+          `${picture}: OpenCV on 1 thread / segmentation with buffers`,
+          of('opencv-1-thread'),
+          buffers,
+          bound.openCv,
+        ),
+        speedup(
+          `${picture}: OpenCV on all threads / segmentation with buffers`,
+          of('opencv'),
+          buffers,
+        ),
+      );
+    }
+    return rows;
+  });
+}
+
+/** What a pixel costs on larger screens, as a multiple of its cost on the smallest. */
+function growthRows(times, sizes) {
+  const perPixel = (what, size) =>
+    (1e6 * times.get(`${what}/bunny-${size.name}`)) / (size.width * size.height);
+  const ns = (value) => `${format(value)} ns`;
+  return ['segment', 'segment-buffers'].flatMap((what) =>
+    sizes.slice(1).map((size) => {
+      const [small, large] = [perPixel(what, sizes[0]), perPixel(what, size)];
+      const label = what === 'segment' ? 'no buffers' : 'with buffers';
+      return quotient(
+        `a pixel at ${size.name} / a pixel at ${sizes[0].name}, ${label}`,
+        [large, ns(large)],
+        [small, ns(small)],
+        atMost(1),
+      );
+    }),
+  );
+}
+
+function placementRows(times) {
+  return [...times.keys()]
+    .filter((name) => name.startsWith('place/'))
+    .map((name) => {
+      const lattice = name.slice('place/'.length);
+      return speedup(
+        `placement, 4 million box pixels, 200 supports, 5 iterations, ${lattice}: plain / fast`,
+        times.get(`place-plain/${lattice}`),
+        times.get(name),
+        atLeast(20),
+      );
+    });
+}
+
+function modelRows({ times, plainLayers, alone, buffers, overlapped }) {
+  const perSecond = (layers, seconds) => [layers / seconds, `${format(layers / seconds)} layers/s`];
+  const plain = perSecond(plainLayers, times.get('model-plain/bunny-4k') / 1000);
+  const throughNode = perSecond(alone.layers, alone.seconds);
+  return [
+    quotient('whole model at 4k through Node / plain', throughNode, plain, atLeast(15)),
+    quotient('the same with buffers / plain', perSecond(buffers.layers, buffers.seconds), plain),
+    quotient(
+      'the same, slicing included and overlapped / plain without slicing',
+      perSecond(overlapped.layers, overlapped.seconds),
+      plain,
+    ),
+    speedup(
+      'AnalyseSlice on the main thread / a copy of the slice, medians',
+      alone.medianCall,
+      alone.medianCopy,
+    ),
+    speedup(
+      'AnalyseSlice on the main thread / a copy of the slice, longest',
+      alone.longestCall,
+      alone.longestCopy,
+    ),
+    speedup('the same with buffers, medians', buffers.medianCall, buffers.medianCopy),
+    {
+      what: 'event loop, longest delay over the overlapped run',
+      value: overlapped.longestDelay,
+      unit: ' ms',
+      from: `timer of 1 ms included`,
+    },
+    {
+      what: 'whole model at 4k, peak memory of the process',
+      value: overlapped.peakMemory / 2 ** 20,
+      unit: ' MiB',
+      from: `${mib(alone.peakMemory)} without overlap`,
+    },
+  ];
+}
+
+function memoryRows({ many, perPixel, perPixelBuffers }) {
+  return [
+    {
+      what: `${many.layers} layers at 4k with 20 regions each, peak memory`,
+      value: many.peakMemory / 2 ** 20,
+      unit: ' MiB',
+      bound: atMost(1024),
+      from: `${many.supports} supports, no buffers`,
+    },
+    {
+      what: "bytes a pixel beyond the host's slice, no buffers",
+      value: perPixel.bytes,
+      unit: '',
+      bound: atMost(12),
+      from: 'peak memory over 6 slices at 12k',
+    },
+    {
+      what: "bytes a pixel beyond the host's slice, with buffers",
+      value: perPixelBuffers.bytes,
+      unit: '',
+      from: 'results of 9 bytes a pixel each, until the host lets go of them, included',
+    },
+  ];
+}
+
+function commandRows({ seconds }) {
+  return [
+    {
+      what: 'demo mesh to supports.json, 35 micrometres, 1,200 layers',
+      value: seconds,
+      unit: ' s',
+      bound: atMost(6),
+      from: 'stiltforge --no-pictures',
+    },
+  ];
+}
+
+/** All measurements as the rows of one table. */
+export function rowsOf(measured) {
+  return [
+    ...segmentationRows(measured.times),
+    ...growthRows(measured.times, measured.sizes),
+    ...placementRows(measured.times),
+    ...modelRows(measured),
+    ...memoryRows(measured),
+    ...commandRows(measured.command),
+  ];
+}
+
+/** The rows as a Markdown table that is also readable as it is. */
+export function tableOf(rows) {
+  const cells = rows.map(({ what, value, unit, bound, from }) => [
+    what,
+    `${format(value)}${unit}`,
+    bound ? bound.text : '',
+    bound ? (bound.holds(value) ? 'yes' : 'NO') : '',
+    from,
+  ]);
+  const table = [['measured', 'figure', 'goal', 'met', 'from (medians)'], ...cells];
+  const widths = table[0].map((_, column) => Math.max(...table.map((row) => row[column].length)));
+  const line = (row) => `| ${row.map((cell, i) => cell.padEnd(widths[i])).join(' | ')} |`;
+  const rule = `|${widths.map((width) => '-'.repeat(width + 2)).join('|')}|`;
+  return [line(table[0]), rule, ...table.slice(1).map(line)].join('\n');
+}
