@@ -141,47 +141,43 @@ std::vector<Band> bandsOf(const Layer& layer) {
   return bands;
 }
 
-// The links of each component (by root label) as lists through one array.
-class ComponentLinks {
- public:
-  static constexpr uint32_t none = 0xFFFFFFFF;
-
-  ComponentLinks(std::size_t labels, const std::vector<CornerLink>& links)
-      : links_(links), first_(labels, none), next_(links.size()) {
-    for (uint32_t i = 0; i < links.size(); ++i) {
-      next_[i] = first_[links[i].from];
-      first_[links[i].from] = i;
-    }
-  }
-  uint32_t first(uint32_t component) const { return first_[component]; }
-  uint32_t next(uint32_t link) const { return next_[link]; }
-  uint32_t target(uint32_t link) const { return links_[link].to; }
-
- private:
-  const std::vector<CornerLink>& links_;
-  std::vector<uint32_t> first_;
-  std::vector<uint32_t> next_;
+// Per component (by root label) the components that its corner links lead to, as one array with
+// offsets; empty when no link leaves its component.
+struct ComponentLinks {
+  std::vector<uint32_t> first;
+  std::vector<uint32_t> target;
 };
 
+ComponentLinks linkComponents(std::size_t labels, const std::vector<CornerLink>& links) {
+  ComponentLinks result;
+  if (links.empty()) return result;
+  result.first.assign(labels + 1, 0);
+  result.target.resize(links.size());
+  for (const CornerLink& link : links) ++result.first[link.from + 1];
+  for (std::size_t i = 0; i < labels; ++i) result.first[i + 1] += result.first[i];
+  std::vector<uint32_t> next(result.first.begin(), result.first.end() - 1);
+  for (const CornerLink& link : links) result.target[next[link.from]++] = link.to;
+  return result;
+}
+
 // The group of every root label; the others' entries are 0.
-std::vector<uint32_t> collectGroups(const LabelSets& sets, const std::vector<CornerLink>& links,
+std::vector<uint32_t> collectGroups(const LabelSets& sets, const ComponentLinks& reachable,
                                     uint32_t& groupCount) {
   std::vector<uint32_t> groupOf(sets.size(), 0);
-  const ComponentLinks reachable(sets.size(), links);
   std::vector<uint32_t> open;
   for (uint32_t label = 0; label < sets.size(); ++label) {
     if (sets.flatRoot(label) != label || groupOf[label] != 0) continue;
     groupOf[label] = ++groupCount;
+    if (reachable.first.empty()) continue;
     open.push_back(label);
     while (!open.empty()) {
       const uint32_t component = open.back();
       open.pop_back();
-      for (uint32_t link = reachable.first(component); link != ComponentLinks::none;
-           link = reachable.next(link)) {
-        const uint32_t target = reachable.target(link);
-        if (groupOf[target] != 0) continue;
-        groupOf[target] = groupCount;
-        open.push_back(target);
+      for (uint32_t k = reachable.first[component]; k < reachable.first[component + 1]; ++k) {
+        const uint32_t next = reachable.target[k];
+        if (groupOf[next] != 0) continue;
+        groupOf[next] = groupCount;
+        open.push_back(next);
       }
     }
   }
@@ -225,7 +221,8 @@ uint32_t labelRuns(Layer& layer) {
   linkRoots(sets, links);
 
   uint32_t groupCount = 0;
-  std::vector<uint32_t> groupOf = collectGroups(sets, links, groupCount);
+  std::vector<uint32_t> groupOf =
+      collectGroups(sets, linkComponents(sets.size(), links), groupCount);
   for (uint32_t label = 0; label < groupOf.size(); ++label)
     groupOf[label] = groupOf[sets.flatRoot(label)];
   workers::parallelFor(bands.size(), [&](std::size_t b) {
