@@ -46,7 +46,7 @@ export async function use(): Promise<void> {
 new Analysis(parameters);
 // @ts-expect-error not an image
 export const wrong = (analysis: Analysis) => analysis.analyse('slice');
-// @ts-expect-error parameters do not change
 export const change = (analysis: Analysis) => {
+  // @ts-expect-error parameters do not change
   analysis.parameters.width = 3;
 };
