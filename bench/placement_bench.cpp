@@ -109,7 +109,7 @@ void place(benchmark::State& state, bool everyPixel) {
   GroupHandler handler;
   handler.layers = &layers;
   uint32_t placed = 0;
-  timeEach(
+  timeEachWarm(
       state,
       [&] {
         Group& group = layers.back().groups[1];
@@ -137,18 +137,17 @@ void placePlainly(benchmark::State& state, bool everyPixel) {
     ghosts.push_back(std::make_unique<reference::Voxel>(ghost));
   });
   uint32_t placed = 0;
-  for (auto _ : state) {
-    reference::Group& group = *layers.back().groups[1];
-    group.samples.clear();
-    group.supports.clear();
-    group.ghostSupports.clear();
-    group.ghostNorm = group.scoreNorm = group.angleNorm = group.strokeNorm = 0.1f;
-    for (const auto& ghost : ghosts) group.ghostSupports.push_back(ghost.get());
-    const auto start = std::chrono::steady_clock::now();
-    placed = reference::supportLayer(layers, parameters, spread);
-    const std::chrono::duration<double> taken = std::chrono::steady_clock::now() - start;
-    state.SetIterationTime(taken.count());
-  }
+  timeEach(
+      state,
+      [&] {
+        reference::Group& group = *layers.back().groups[1];
+        group.samples.clear();
+        group.supports.clear();
+        group.ghostSupports.clear();
+        group.ghostNorm = group.scoreNorm = group.angleNorm = group.strokeNorm = 0.1f;
+        for (const auto& ghost : ghosts) group.ghostSupports.push_back(ghost.get());
+      },
+      [&] { placed = reference::supportLayer(layers, parameters, spread); });
   requireSupports(placed);
 }
 

@@ -43,7 +43,7 @@ void segment(benchmark::State& state, const SlicePicture& picture, bool needBuff
   fill.layer = &layer;
   fill.previousLayer = &below;
   fill.layerIndex = 1;
-  timeEach(
+  timeEachWarm(
       state,
       [&] {
         Plane<uint32_t> pixels = std::move(layer.pixelBuffer);
@@ -72,14 +72,13 @@ void segmentPlainly(benchmark::State& state, const SlicePicture& picture) {
   layers.push_back(reference::floodFill(bytesOf(picture.below), picture.width, picture.height,
                                         parameters, layers, top));
   const std::vector<uint8_t> slice = bytesOf(picture.slice);
-  for (auto _ : state) {
-    const auto start = std::chrono::steady_clock::now();
-    const reference::Layer layer =
-        reference::floodFill(slice, picture.width, picture.height, parameters, layers, top);
-    const std::chrono::duration<double> taken = std::chrono::steady_clock::now() - start;
-    state.SetIterationTime(taken.count());
-    benchmark::DoNotOptimize(layer.pixelCount);
-  }
+  timeEach(
+      state, [] {},
+      [&] {
+        const reference::Layer layer =
+            reference::floodFill(slice, picture.width, picture.height, parameters, layers, top);
+        benchmark::DoNotOptimize(layer.pixelCount);
+      });
 }
 
 template <typename Block>
@@ -87,7 +86,7 @@ void copySlice(benchmark::State& state, const SlicePicture& picture) {
   Block source(picture.pixels());
   Block copy(picture.pixels());
   std::memcpy(source.data(), picture.slice.data(), picture.bytes());
-  timeEach(
+  timeEachWarm(
       state, [] {},
       [&] {
         std::memcpy(copy.data(), source.data(), picture.bytes());
@@ -100,7 +99,7 @@ void readSlice(benchmark::State& state, const SlicePicture& picture) {
   constexpr std::size_t band = std::size_t{1} << 16;
   const std::size_t bands = (picture.pixels() + band - 1) / band;
   std::vector<uint32_t> sums(bands);
-  timeEach(
+  timeEachWarm(
       state, [] {},
       [&] {
         workers::parallelFor(bands, [&](std::size_t b) {

@@ -3,22 +3,42 @@
 #include <benchmark/benchmark.h>
 
 #include <chrono>
+#include <ctime>
 
 namespace stiltforge::bench {
 
-// Times measured() alone; prepare() runs before each call and is not counted. One uncounted round
-// comes first, since other benchmarks have run in between and hold the caches.
+// CPU time of all threads of the process, seconds: what the work costs however busy the machine is.
+inline double processorSeconds() {
+  timespec now{};
+  clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &now);
+  return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec) / 1e9;
+}
+
+// Times measured() alone; prepare() runs before each call and is not counted. The counter
+// "processor_ms" is the mean CPU time of a call.
 template <typename Prepare, typename Measured>
 void timeEach(benchmark::State& state, Prepare prepare, Measured measured) {
-  prepare();
-  measured();
+  double processor = 0;
   for (auto _ : state) {
     prepare();
+    const double processorStart = processorSeconds();
     const auto start = std::chrono::steady_clock::now();
     measured();
     const std::chrono::duration<double> taken = std::chrono::steady_clock::now() - start;
+    processor += processorSeconds() - processorStart;
     state.SetIterationTime(taken.count());
   }
+  state.counters["processor_ms"] =
+      benchmark::Counter(1000 * processor, benchmark::Counter::kAvgIterations);
+}
+
+// The same after one uncounted round, since other benchmarks have run in between and hold the
+// caches.
+template <typename Prepare, typename Measured>
+void timeEachWarm(benchmark::State& state, Prepare prepare, Measured measured) {
+  prepare();
+  measured();
+  timeEach(state, prepare, measured);
 }
 
 }  // namespace stiltforge::bench
