@@ -1,0 +1,117 @@
+import assert from 'node:assert/strict';
+import { mkdtemp, rm, writeFile } from 'node:fs/promises';
+import { tmpdir } from 'node:os';
+import { join } from 'node:path';
+import { after, before, test } from 'node:test';
+import { loadMesh } from '../dist/mesh/load.js';
+import { binaryStl, box, obj, textPly, textStl, threeMf } from './meshes.mjs';
+
+let folder;
+before(async () => {
+  folder = await mkdtemp(join(tmpdir(), 'stiltforge-meshes-'));
+});
+after(() => rm(folder, { recursive: true }));
+
+async function load(name, content) {
+  const path = join(folder, name);
+  await writeFile(path, content);
+  return loadMesh(path);
+}
+
+async function refused(name, content, message) {
+  await assert.rejects(load(name, content), (error) => {
+    assert.equal(error.name, 'UserError');
+    assert.equal(error.exitCode, 3);
+    assert.ok(error.message.startsWith(join(folder, name)), error.message);
+    assert.match(error.message, message);
+    return true;
+  });
+}
+
+const cube = box([1, 2, 3], [4, 6, 8]);
+const corners = Float32Array.from(cube.flat(2));
+
+for (const [name, content] of [
+  ['binary.stl', binaryStl(cube)],
+  ['text.stl', textStl(cube)],
+  ['cube.obj', obj(cube)],
+  ['cube.ply', textPly(cube)],
+  ['cube.3mf', threeMf(cube)],
+]) {
+  test(`${name}: every triangle keeps its corners and their order`, async () => {
+    assert.deepEqual(await load(name, content), corners);
+  });
+}
+
+test('the content decides over the extension', async () => {
+  assert.deepEqual(await load('really_stl.obj', binaryStl(cube)), corners);
+  assert.deepEqual(await load('really_3mf.stl', threeMf(cube)), corners);
+  assert.deepEqual(await load('no_extension', textPly(cube)), corners);
+});
+
+test('a binary STL whose header begins with "solid" is read as binary', async () => {
+  const bytes = binaryStl(cube);
+  bytes.write('solid by some exporter');
+  assert.deepEqual(await load('solid.stl', bytes), corners);
+});
+
+test('a 3MF is read with the transforms of its build items and in its unit', async () => {
+  const moved = await load(
+    'moved.3mf',
+    threeMf(cube, { transform: [1, 0, 0, 0, 1, 0, 0, 0, 1, 10, 0, 0] }),
+  );
+  const expected = cube.flatMap((triangle) => triangle.flatMap(([x, y, z]) => [x + 10, y, z]));
+  assert.deepEqual(moved, Float32Array.from(expected));
+  const inches = await load('inches.3mf', threeMf(cube, { unit: 'inch' }));
+  inches.forEach((value, i) => {
+    assert.ok(Math.abs(value - 25.4 * corners[i]) < 1e-3);
+  });
+});
+
+test('a file that is missing is named', async () => {
+  await assert.rejects(
+    loadMesh(join(folder, 'nowhere.stl')),
+    /nowhere\.stl: the file can't be read/,
+  );
+});
+
+test('an empty file is refused', () => refused('empty.stl', '', /the file is empty/));
+
+test('a file that is no mesh is refused', async () => {
+  await refused('notes.txt', 'dear diary', /none of STL, OBJ, PLY or 3MF/);
+  await refused(
+    'picture.obj',
+    Buffer.from([0x89, 0x50, 0x4e, 0x47, 0, 1, 2]),
+    /not that of a file named \.obj/,
+  );
+});
+
+test('files that are cut off are refused', async () => {
+  await refused('cut.stl', binaryStl(cube).subarray(0, 300), /announces 12 triangles.*hold 4/);
+  await refused('cut_text.stl', textStl(cube).slice(0, 400), /cut off after 4 whole triangles/);
+  await refused('cut.ply', textPly(cube).slice(0, -40), /ends in face 8 of the 12/);
+  await refused('cut.3mf', Buffer.from(threeMf(cube)).subarray(0, -60), /cut off/);
+});
+
+test('a binary STL that promises more triangles than it holds says how many', () => {
+  const bytes = binaryStl(cube);
+  bytes.writeUInt32LE(4_000_000_000, 80);
+  return refused('promises.stl', bytes, /4,?000,?000,?000/);
+});
+
+test('coordinates that are not numbers are refused, with the triangle', async () => {
+  const bytes = binaryStl(cube);
+  bytes.writeFloatLE(Number.NaN, 84 + 50 * 5 + 12);
+  await refused('nan.stl', bytes, /triangle 5 has a coordinate that is not a number/);
+  bytes.writeFloatLE(Number.POSITIVE_INFINITY, 84 + 50 * 5 + 12);
+  await refused('infinite.stl', bytes, /triangle 5/);
+});
+
+test('a mesh without triangles or without volume is refused', async () => {
+  await refused('none.stl', binaryStl([]), /no triangles/);
+  await refused('points.obj', 'v 0 0 0\nv 1 0 0\nv 0 1 0\n', /no triangles/);
+  await refused('flat.stl', binaryStl(box([0, 0, 0], [5, 5, 0])), /flat/);
+});
+
+test('an OBJ face that names a vertex that is not there is refused', () =>
+  refused('index.obj', 'v 0 0 0\nv 1 0 0\nv 0 1 1\nf 1 2 9\n', /line 4.*3 vertices precede it/));
