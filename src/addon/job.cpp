@@ -13,9 +13,8 @@ namespace stiltforge {
 
 namespace {
 
-// A worker thread that is being terminated still sees its jobs complete, but can run no script:
-// calls that might then fail without an exception to show for it.
 bool canRunScript(Napi::Env env) {
+  const Napi::HandleScope scope(env);
   bool found = false;
   return napi_has_named_property(env, env.Global(), "Object", &found) == napi_ok;
 }
@@ -56,8 +55,10 @@ void Job::OnError(const Napi::Error& error) {
 }
 
 void Job::OnWorkComplete(Napi::Env env, napi_status status) {
-  const Napi::HandleScope scope(env);
-  if (environment->closed || !canRunScript(env)) {
+  // A worker thread that is being terminated first waits for its running job, and would then wait
+  // for every further job that it starts.
+  if (!canRunScript(env)) environment->jobs.dropWaiting();
+  if (environment->closed) {
     Destroy();
   } else {
     Napi::AsyncWorker::OnWorkComplete(env, status);

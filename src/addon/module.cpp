@@ -29,12 +29,12 @@ Napi::Object Init(Napi::Env env, Napi::Object exports) {
   return exports;
 }
 
-napi_value __napi_Init(napi_env env, napi_value exports) {
+napi_value napiInit(napi_env env, napi_value exports) {
   return Napi::RegisterModule(env, exports, Init);
 }
 
 napi_module moduleRecord = {
-    1, 0, "../addon", __napi_Init, "stiltforge", nullptr, {nullptr, nullptr, nullptr, nullptr}};
+    1, 0, "../addon", napiInit, "stiltforge", nullptr, {nullptr, nullptr, nullptr, nullptr}};
 
 struct Registration {
   Registration() { napi_module_register(&moduleRecord); }
@@ -47,5 +47,5 @@ const Registration registration;
 // loads it after every other environment has ended, while the operating system still keeps it
 // mapped, finds the module by this symbol.
 extern "C" NAPI_MODULE_EXPORT napi_value napi_register_module_v1(napi_env env, napi_value exports) {
-  return __napi_Init(env, exports);
+  return napiInit(env, exports);
 }

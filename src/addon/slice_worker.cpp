@@ -126,7 +126,7 @@ void SliceWorker::work() {
   pipeline.addSupport = addSupport;
   pipeline.cancelled = &environment->closed;
   pipeline.scratch = &scratch;
-  supportCount = pipeline.run(std::move(layer));
+  pipeline.run(std::move(layer));
   entry = layers.size() - 1;
   spentPixels = std::move(pipeline.spentPixels);
   if (buffers) fillBuffers(layers[entry]);

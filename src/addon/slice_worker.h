@@ -69,7 +69,6 @@ class SliceWorker : public Job {
   static Plane<uint32_t> takePixels(std::size_t count);
   static void keepPixels(Plane<uint32_t> pixels);
 
-  uint32_t supportCount = 0;
   uint16_t layerIndex = 0;  // echoed in the result, no part of the analysis
   Layer layer;
   std::size_t entry = 0;  // of `layers`, once analysed

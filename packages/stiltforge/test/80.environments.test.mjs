@@ -142,6 +142,27 @@ test('a worker thread that is terminated while its jobs run and wait takes nothi
   assertEnded(child, { stdout: '4\n' });
 });
 
+test('a worker thread that is terminated does not work off its queue first', async () => {
+  const child = await runInChild(`${worker}
+    const thread = startWorker(\`
+      stiltforge.InitAnalyseSlice(big(false));
+      const pixels = pattern();
+      await analyse(pixels);
+      const start = performance.now();
+      await analyse(pixels);
+      const oneSlice = performance.now() - start;
+      for (let i = 0; i < 200; i += 1) stiltforge.AnalyseSlice(pixels, i, () => {});
+      parentPort.postMessage(oneSlice);
+    \`);
+    const oneSlice = await said(thread);
+    const start = performance.now();
+    await thread.terminate();
+    const slices = (performance.now() - start) / oneSlice;
+    console.log(slices < 100 ? 'soon' : 'after ' + slices + ' slices');
+  `);
+  assertEnded(child, { stdout: 'soon\n' });
+});
+
 test('worker threads alone may load the module, one after the other', async () => {
   const child = await runInChild(
     `${worker}
