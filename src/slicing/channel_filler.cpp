@@ -80,6 +80,7 @@ void ChannelFiller::writeSupport(int y, std::span<const Run> material, const Run
 
 void ChannelFiller::fill(const RunRows& material, const RunRows* below, uint8_t* rgba) {
   stroke_.begin(material);
+  if (below != nullptr) below = &carrying_.of(*below);
   const std::size_t stride = static_cast<std::size_t>(width_) * kBytesPerPixel;
   for (int y = 0; y < height_; ++y, rgba += stride) {
     writeRow(material.row(y), rgba);

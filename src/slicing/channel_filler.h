@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <span>
 
+#include "slicing/carrying_pixels.h"
 #include "slicing/channel_falloff.h"
 #include "slicing/overhang_distance.h"
 #include "slicing/run_rows.h"
@@ -21,7 +22,7 @@ class ChannelFiller {
 
   /// Writes every pixel of `rgba`, width * height * 4 bytes, row by row. `material` and `below`
   /// have `height` rows within `width`; `below` is the layer below, null for the first layer, which
-  /// lies on the plate and is supported everywhere.
+  /// lies on the plate and is supported everywhere. Lone pixels below carry nothing.
   void fill(const RunRows& material, const RunRows* below, uint8_t* rgba);
 
  private:
@@ -34,6 +35,7 @@ class ChannelFiller {
   const ChannelFalloff falloff_;
   StrokeDistance stroke_;
   OverhangDistance overhang_;
+  CarryingPixels carrying_;
 };
 
 }  // namespace stiltforge::slicing

@@ -75,6 +75,17 @@ TEST(ChannelFiller, WritesBackgroundAsOpaqueBlack) {
   }
 }
 
+TEST(ChannelFiller, LetsNothingLeanOnALonePixel) {
+  const MaskPicture material{".###."};
+  Filled filled(material, falloffOf(1, 5, 2));
+  const auto blueOver = [&](const MaskPicture& below) {
+    const std::vector<uint8_t> rgba = filled.fill(material, below);
+    return std::vector<int>{rgba[6], rgba[10], rgba[14]};
+  };
+  EXPECT_EQ(blueOver({"..#.."}), (std::vector<int>{0, 0, 0}));
+  EXPECT_EQ(blueOver({"..##."}), (std::vector<int>{255, 255, 255}));
+}
+
 TEST(ChannelFiller, TakesThePicturesBorderForContour) {
   const MaskPicture mask{"###", "###", "###"};
   const std::vector<uint8_t> rgba = Filled(mask, falloffOf(1, 5, 2)).fill(mask, {});

@@ -58,7 +58,15 @@ std::vector<uint8_t> plainChannels(const MaskPicture& material, const MaskPictur
     return !isMaterial(material, x - 1, y) || !isMaterial(material, x + 1, y) ||
            !isMaterial(material, x, y - 1) || !isMaterial(material, x, y + 1);
   });
-  const auto carrying = pixelsThat(below, [](int64_t, int64_t) { return true; });
+  const auto carrying = pixelsThat(below, [&](int64_t x, int64_t y) {
+    int neighbours = -1;
+    for (int64_t row = y - 1; row <= y + 1; ++row) {
+      for (int64_t column = x - 1; column <= x + 1; ++column) {
+        if (isMaterial(below, column, row)) ++neighbours;
+      }
+    }
+    return neighbours > 0;
+  });
   std::vector<uint8_t> rgba;
   for (int64_t y = 0; y < static_cast<int64_t>(material.size()); ++y) {
     for (int64_t x = 0; x < static_cast<int64_t>(material[0].size()); ++x) {
