@@ -1,0 +1,125 @@
+#include "support/memory_estimate.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <filesystem>
+#include <memory>
+#include <sstream>
+#include <stdexcept>
+#include <string>
+
+namespace stiltforge {
+namespace {
+
+struct Drawing {
+  int width;
+  int height;
+  int layers;
+  int regions;
+  bool needBuffer;
+  int supportStrength;
+};
+
+struct Measured {
+  uint64_t peak = 0;
+  uint64_t supports = 0;
+  uint64_t unsupportedPixels = 0;
+};
+
+constexpr int ghostRadius = 60;
+
+// In a process of its own, whose peak is that of one analysis.
+Measured measure(const Drawing& d) {
+  std::ostringstream command;
+  command << STILTFORGE_MEMORY_PROBE << ' ' << d.width << ' ' << d.height << ' ' << d.layers << ' '
+          << d.regions << ' ' << d.needBuffer << ' ' << d.supportStrength << ' ' << ghostRadius;
+  const std::unique_ptr<FILE, int (*)(FILE*)> pipe(popen(command.str().c_str(), "r"), pclose);
+  unsigned long long peak = 0;
+  unsigned long long supports = 0;
+  unsigned long long unsupported = 0;
+  if (!pipe || std::fscanf(pipe.get(), "%llu %llu %llu", &peak, &supports, &unsupported) != 3) {
+    throw std::runtime_error(command.str() + " failed");
+  }
+  return {peak, supports, unsupported};
+}
+
+bool processMemoryIsTheAnalysis() {
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+  return false;
+#else
+  return std::filesystem::exists("/proc/self/status");
+#endif
+}
+
+class MemoryEstimateOfARun : public testing::TestWithParam<Drawing> {};
+
+TEST_P(MemoryEstimateOfARun, BoundsThePeakAndIsNotFarAboveIt) {
+  if (!processMemoryIsTheAnalysis()) GTEST_SKIP() << "needs /proc and no sanitizer";
+  const Drawing& drawing = GetParam();
+  const Measured measured = measure(drawing);
+
+  ModelSize model;
+  model.width = static_cast<uint16_t>(drawing.width);
+  model.height = static_cast<uint16_t>(drawing.height);
+  model.layers = static_cast<uint32_t>(drawing.layers);
+  model.needBuffer = drawing.needBuffer;
+  model.ghostRadius = ghostRadius;
+  model.regionsPerLayer = static_cast<uint32_t>(drawing.regions);
+  model.ghostsPerRegion = 200;
+  model.supports = measured.supports;
+  model.pixelsPerSupport = static_cast<double>(measured.unsupportedPixels) /
+                           static_cast<double>(std::max<uint64_t>(measured.supports, 1));
+  const uint64_t predicted = estimateMemory(model).total();
+  EXPECT_GE(predicted, measured.peak);
+  EXPECT_LE(predicted, 5 * measured.peak / 2);
+}
+
+INSTANTIATE_TEST_SUITE_P(Drawings, MemoryEstimateOfARun,
+                         testing::Values(Drawing{3840, 2400, 20, 20, false, 900},
+                                         Drawing{3840, 2400, 20, 20, true, 900},
+                                         Drawing{1920, 1080, 60, 200, false, 300},
+                                         Drawing{640, 480, 300, 12, false, 400},
+                                         Drawing{200, 200, 2000, 1, false, 400},
+                                         Drawing{1920, 1080, 10, 20000, false, 10},
+                                         Drawing{1920, 1080, 20, 1, false, 100000}));
+
+TEST(MemoryEstimate, APixelInWorkTakesSixBytesAndOneOfALayerBelowNone) {
+  ModelSize model;
+  model.width = 1000;
+  model.height = 1000;
+  model.layers = 1;
+  EXPECT_EQ(estimateMemory(model).slices, 6'000'000u);
+  model.layers = 1000;
+  EXPECT_EQ(estimateMemory(model).slices, 6'000'000u);
+}
+
+TEST(MemoryEstimate, EveryQueuedSliceAndHeldResultAddsItsPlanes) {
+  ModelSize model;
+  model.width = 1000;
+  model.height = 1000;
+  model.queuedSlices = 3;
+  EXPECT_EQ(estimateMemory(model).slices, 14'000'000u);
+  model.needBuffer = true;
+  const uint64_t withBuffers = estimateMemory(model).slices;
+  EXPECT_EQ(withBuffers, 23'000'000u);
+  model.heldResults = 2;
+  EXPECT_EQ(estimateMemory(model).slices, withBuffers + 2 * 9'000'000u);
+}
+
+TEST(MemoryEstimate, HistoryGrowsWithLayersAndSupports) {
+  ModelSize model;
+  model.width = 1000;
+  model.height = 1000;
+  model.layers = 100;
+  const uint64_t few = estimateMemory(model).history;
+  model.layers = 200;
+  EXPECT_GE(estimateMemory(model).history, 2 * few - 1);
+  model.supports = 1000;
+  model.pixelsPerSupport = 5000;
+  EXPECT_GT(estimateMemory(model).history, 2 * few + 1000 * 2 * 5000);
+}
+
+}  // namespace
+}  // namespace stiltforge
