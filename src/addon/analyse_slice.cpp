@@ -42,17 +42,15 @@ void requireWholeSlice(Napi::Env env, Napi::ArrayBuffer slice) {
   if (slice.IsDetached()) {
     throw refusal(env, codes::slice,
                   "The slice's ArrayBuffer is detached, its memory was transferred; " +
-                      sliceNeed() +
-                      ". Pass the buffer before it is transferred, or "
-                      "a copy of it.");
+                      sliceNeed() + ". Pass the buffer before it is transferred, or a copy of it.");
   }
   const std::size_t needed = std::size_t{4} * SliceWorker::width * SliceWorker::height;
   if (slice.ByteLength() < needed) {
     throw refusal(env, codes::slice,
                   "The slice's ArrayBuffer holds " + std::to_string(slice.ByteLength()) +
                       " bytes, but " + sliceNeed() +
-                      ", 4 for each. Pass the whole image, or call "
-                      "InitAnalyseSlice with its width and height.");
+                      ", 4 for each. Pass the whole image, or call InitAnalyseSlice with its width "
+                      "and height.");
   }
 }
 

@@ -19,8 +19,7 @@ std::string heldBy(const Environment& other, const Environment& self) {
       other.name == self.name ? "another load of the module in " + other.name : other.name;
   return "The analysis state of this process is held by " + who +
          ", which has a model open. Call CleanPointer there or end that thread first, or analyse "
-         "in "
-         "a child process.";
+         "in a child process.";
 }
 
 }  // namespace

@@ -22,8 +22,8 @@ Napi::Value GroupToBitmap(const Napi::CallbackInfo& info) {
   const AnalysisClaim claim(env, *environment);
   if (!claim.heldBefore() || SliceWorker::modelFreed) {
     throw refusal(env, codes::closed,
-                  "No model is open, so there is no group to render. Call InitAnalyseSlice "
-                  "and analyse a slice first, and render before CleanPointer.");
+                  "No model is open, so there is no group to render. Call InitAnalyseSlice and "
+                  "analyse a slice first, and render before CleanPointer.");
   }
   environment->jobs.add(std::make_unique<GroupToBitmapWorker>(info[2].As<Napi::Function>(),
                                                               environment, layerIndex, groupIndex));

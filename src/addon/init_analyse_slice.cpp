@@ -35,8 +35,7 @@ void requireCountable(Napi::Env env, const SliceSize& size) {
   if (size.pixels() <= most) return;
   throw refusal(env, codes::parameter,
                 "A slice of " + size.text() +
-                    " pixels is too large: width times "
-                    "height may be at most " +
+                    " pixels is too large: width times height may be at most " +
                     std::to_string(most) + ".");
 }
 
@@ -50,8 +49,7 @@ Plane<uint32_t> reserveTopPixels(Napi::Env env, const SliceSize& size) {
                   "Not enough memory for slices of " + size.text() +
                       " pixels: the top-pixel buffer alone needs " +
                       std::to_string(size.pixels() * 4) +
-                      " bytes. Use a smaller "
-                      "image, or needBuffer false.");
+                      " bytes. Use a smaller image, or needBuffer false.");
   }
 }
 
