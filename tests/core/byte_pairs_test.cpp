@@ -111,7 +111,11 @@ TEST(BytePairs, NeverTakeMoreThanTwoBytesABlockBesidesTheirOwn) {
   for (int i = 0; i < 100000; ++i) {
     pairs.add(1, static_cast<uint8_t>(random.below(256)), static_cast<uint8_t>(random.below(256)));
   }
-  EXPECT_LE(packed(pairs).size(), 2 * pairs.size() + 2 * (pairs.size() / 32000 + 1) + 8);
+  const std::vector<uint8_t> code = packed(pairs);
+  EXPECT_LE(code.size(), 2 * pairs.size() + 2 * (pairs.size() / 32000 + 1) + 8);
+  const Pairs back = unpacked(code, pairs.size(), random);
+  EXPECT_EQ(back.first, pairs.first);
+  EXPECT_EQ(back.second, pairs.second);
 }
 
 }  // namespace

@@ -13,38 +13,49 @@ bool samePlace(Site a, Site b) {
 }
 
 TEST(CandidateSnap, LeavesAPlaceThatIsACandidate) {
-  const Plane<uint16_t> x = planeOf<uint16_t>({5, 3, 9});
+  const Plane<uint16_t> x = planeOf<uint16_t>({3, 5, 9});
   const Plane<uint16_t> y = planeOf<uint16_t>({1, 1, 2});
-  const CandidateSnap snap({{0.0f, 0}, {0.0f, 2}}, x, y);
+  const CandidateSnap snap({{0.0f, 2}, {0.0f, 1}}, x, y);
   EXPECT_TRUE(samePlace(snap.nearest({9, 2}), {9, 2}));
-  EXPECT_TRUE(samePlace(snap.nearest({3, 1}), {5, 1})) << "sample 1 is no candidate";
+  EXPECT_TRUE(samePlace(snap.nearest({5, 1}), {5, 1}));
+  EXPECT_TRUE(samePlace(snap.nearest({3, 1}), {5, 1})) << "a sample, but no candidate";
 }
 
 TEST(CandidateSnap, TakesTheFirstOfEquallyNearCandidates) {
-  const Plane<uint16_t> x = planeOf<uint16_t>({0, 4, 2, 2});
-  const Plane<uint16_t> y = planeOf<uint16_t>({2, 2, 0, 4});
+  const Plane<uint16_t> x = planeOf<uint16_t>({2, 0, 4, 2});
+  const Plane<uint16_t> y = planeOf<uint16_t>({0, 2, 2, 4});
   EXPECT_TRUE(
-      samePlace(CandidateSnap({{0, 1}, {0, 0}, {0, 2}, {0, 3}}, x, y).nearest({2, 2}), {4, 2}));
+      samePlace(CandidateSnap({{0, 2}, {0, 1}, {0, 0}, {0, 3}}, x, y).nearest({2, 2}), {4, 2}));
   EXPECT_TRUE(
-      samePlace(CandidateSnap({{0, 3}, {0, 2}, {0, 1}, {0, 0}}, x, y).nearest({2, 2}), {2, 4}));
+      samePlace(CandidateSnap({{0, 3}, {0, 0}, {0, 2}, {0, 1}}, x, y).nearest({2, 2}), {2, 4}));
 }
 
 TEST(CandidateSnap, EqualsASearchThroughAll) {
   Random random(71);
   for (int i = 0; i < 3000; ++i) {
-    const uint32_t extent = random.oneIn(3) ? 65536 : 12;
-    Plane<uint16_t> x(1 + random.below(30));
-    Plane<uint16_t> y(x.size());
+    // Samples stand in raster order, as the generator collects them.
+    const uint32_t spacing = random.oneIn(3) ? 4000 : 1;
+    std::vector<uint16_t> columns;
+    std::vector<uint16_t> rows;
     std::vector<Candidate> candidates;
-    for (uint32_t s = 0; s < x.size(); ++s) {
-      x[s] = static_cast<uint16_t>(random.below(extent));
-      y[s] = static_cast<uint16_t>(random.below(extent));
-      candidates.insert(candidates.begin() + random.below(s + 1), {0.0f, s});
+    for (uint32_t row = 0; row < 12; ++row) {
+      for (uint32_t column = 0; column < 12; ++column) {
+        if (random.oneIn(3)) continue;
+        columns.push_back(static_cast<uint16_t>(column * spacing));
+        rows.push_back(static_cast<uint16_t>(row * spacing));
+        if (!random.oneIn(3)) continue;
+        const auto position = random.below(static_cast<uint32_t>(candidates.size()) + 1);
+        candidates.insert(candidates.begin() + position,
+                          {0.0f, static_cast<uint32_t>(columns.size() - 1)});
+      }
     }
+    if (candidates.empty()) continue;
+    const Plane<uint16_t> x = planeOf(columns);
+    const Plane<uint16_t> y = planeOf(rows);
     const CandidateSnap snap(candidates, x, y);
-    for (int k = 0; k < 10; ++k) {
-      const Site place{static_cast<uint16_t>(random.below(extent)),
-                       static_cast<uint16_t>(random.below(extent))};
+    for (int k = 0; k < 30; ++k) {
+      const Site place{static_cast<uint16_t>(random.below(14) * spacing),
+                       static_cast<uint16_t>(random.below(14) * spacing)};
       const Candidate* nearest = &candidates[0];
       const auto distance = [&](const Candidate& c) {
         return NearestSite::squaredDistance(place.x, place.y, {x[c.sample], y[c.sample]});

@@ -1,5 +1,6 @@
 #include "core/core_stack.h"
 
+#include <cmath>
 #include <cstring>
 #include <mutex>
 #include <sstream>
@@ -82,8 +83,10 @@ reference::GroupBitmaps bitmapsOf(const Layer& layer, std::size_t group) {
   return bitmaps;
 }
 
-// Floats are compared by their bits, so that NaN equals itself and -0 differs from 0.
+// Floats are compared by their bits, so that -0 differs from 0. The sign of a NaN is the compiler's
+// choice.
 uint32_t bits(float value) {
+  if (std::isnan(value)) return 0x7FC00000;
   uint32_t word = 0;
   std::memcpy(&word, &value, sizeof word);
   return word;

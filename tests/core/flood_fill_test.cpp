@@ -113,6 +113,8 @@ TEST_F(FloodFillTest, CountsEveryPixelOfALongRow) {
   const Group& group = segment(std::move(layer)).groups[1];
   EXPECT_EQ(group.unsupportedPixelCount, 750u);
   EXPECT_EQ(group.almostNotBlueCount, 250u);
+  layers.clear();
+  EXPECT_EQ(segment({std::string(1000, '#')}).groups[1].islandBlueCount, 1000u);
 }
 
 TEST_F(FloodFillTest, LabelsPixelsAndMarksTheHighestLayerOfEach) {

@@ -354,19 +354,16 @@ TEST_F(PoissonTest, OnlyIslandsAreEnlarged) {
 }
 
 TEST_F(PoissonTest, ASecondPassWithoutSupportsKeepsTheFirst) {
-  // 130 / -65 + 2 is nothing to place.
   placeRisingRow(131);
   Poisson::maxSupportRadiusInIsland = -65.0f;
   Poisson generator = poisson(2);
   generator.isIsland = true;
   generator.transmittedStrength = 13.1f;
-  Poisson::numberOfSamplePerVoronoi = 1.0f;  // both seeds at the left end
-  const uint32_t kept = generator.generateSupports();
-  if (generator.nbSupportBase == 0) {
-    EXPECT_EQ(kept, 0u);
-    EXPECT_EQ(supports().size(), 2u);
-    EXPECT_FLOAT_EQ(group().pixelStrength, 0.1f);
-  }
+  Poisson::numberOfSamplePerVoronoi = 1.0f;  // both seeds near the left end
+  EXPECT_EQ(generator.generateSupports(), 0u);
+  EXPECT_EQ(generator.nbSupportBase, 0u) << "more than 65 pixels over -65, plus 2";
+  EXPECT_EQ(supports().size(), 2u);
+  EXPECT_FLOAT_EQ(group().pixelStrength, 0.1f);
 }
 
 TEST_F(PoissonTest, UnboundedIslandRadiiEnd) {

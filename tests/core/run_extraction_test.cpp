@@ -100,7 +100,10 @@ TEST(RunExtraction, EqualsAPixelByPixelWalkWithEveryVariant) {
     bool solid = false;
     for (std::size_t k = 0; k < layer.pixelBuffer.size(); ++k) {
       if (random.oneIn(rarity)) solid = !solid;
-      if (solid) layer.pixelBuffer[k] = materialPixel(static_cast<uint8_t>(random.below(256)));
+      // Background must not show through, even where the host gave it colours.
+      const uint32_t colour = random.oneIn(2) ? random.below(1u << 24) << 8 : backgroundPixel;
+      layer.pixelBuffer[k] =
+          solid ? materialPixel(static_cast<uint8_t>(random.below(256))) : colour;
     }
     for (const SolidMaskVariant& variant : solidMaskVariants()) {
       forceSolidMaskFunction(variant.function);
