@@ -34,14 +34,12 @@ export async function loadMesh(path: string): Promise<Triangles> {
     if (error instanceof MeshError) {
       throw new UserError(ExitCode.mesh, `${path}: ${error.message}`, { cause: error });
     }
-    if (error instanceof RangeError) {
-      throw new UserError(
-        ExitCode.mesh,
-        `${path}: the mesh can't be read (${error.message}). It is damaged or too large.`,
-        { cause: error },
-      );
-    }
-    throw error;
+    // The loaders of three.js stumble over damaged files in ways of their own.
+    throw new UserError(
+      ExitCode.mesh,
+      `${path}: the mesh can't be read (${messageOf(error)}). It is damaged or too large.`,
+      { cause: error },
+    );
   }
 }
 
