@@ -136,19 +136,19 @@ if (isMainThread) {
 
   test('makes slices of masks', async () => {
     const slicer = new MaskSlicer({
-      maskWidth: 3,
+      maskWidth: 4,
       maskHeight: 1,
       layerHeight: 1,
       pixelSize: 1,
       fullOverhang: 0,
     });
-    const first = slicer.next(Uint8Array.of(255, 127, 0));
-    const second = slicer.next(Uint8Array.of(128, 255, 255));
-    assert.equal((await first).materialPixels, 1);
+    const first = slicer.next(Uint8Array.of(255, 255, 127, 0));
+    const second = slicer.next(Uint8Array.of(128, 255, 255, 255));
+    assert.equal((await first).materialPixels, 2);
     const { pixels, z } = await second;
     assert.deepEqual(
       [...new Uint8Array(pixels)].filter((_, i) => i % 4 === 2),
-      [255, 255, 0],
+      [255, 255, 255, 0],
     );
     assert.equal(z, 1.5);
   });

@@ -179,12 +179,12 @@ TEST(Slicer, LetsTheSupportValueFallBeyondTheLayerBelow) {
   settings.channels.layerHeight = 0.1;
   settings.channels.criticalAngle = 5.0;  // reach 1.14 pixels
   settings.channels.fullOverhang = 3.1430052302761343;
-  const Soup crane = joined({box({0, 0, 0}, {2, 1, 0.1f}), box({0, 0, 0.1f}, {6, 1, 0.2f})});
+  const Soup crane = joined({box({0, 0, 0}, {2, 1, 0.1f}), box({0, 0, 0.1f}, {7, 1, 0.2f})});
   Slicer slicer(crane, settings);
   const std::vector<uint8_t> rgba = sliceBytes(slicer, 1);
   std::vector<int> blue;
   for (std::size_t i = 2; i < rgba.size(); i += 4) blue.push_back(rgba[i]);
-  EXPECT_EQ(blue, (std::vector<int>{255, 255, 255, 146, 18, 0}));
+  EXPECT_EQ(blue, (std::vector<int>{255, 255, 255, 146, 18, 0, 0}));
 }
 
 TEST(Slicer, TakesAMillionTriangles) {
