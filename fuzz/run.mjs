@@ -1,0 +1,127 @@
+// Builds and runs every fuzz target, two at a time, each for the given time.
+//
+//   npm run fuzz -- --minutes 15        each target for a quarter of an hour
+//   npm run fuzz -- --seconds 60        a smoke run
+//   npm run fuzz -- --only analysis     one target
+//
+// What libFuzzer learns stays in build/fuzz/corpus and starts the next run; fuzz/seeds is never
+// written to. Findings go to build/fuzz/findings. Exits with 1 when there is one.
+
+import { spawn, spawnSync } from 'node:child_process';
+import { existsSync, mkdirSync } from 'node:fs';
+import { fileURLToPath } from 'node:url';
+import { parseArgs } from 'node:util';
+
+const root = fileURLToPath(new URL('..', import.meta.url));
+const buildFolder = `${root}build/fuzz`;
+const libFuzzerTargets = ['analysis', 'byte_pairs', 'candidate_sort', 'slicer'];
+const scripts = ['protocol', 'mesh_files'];
+const memoryLimitMb = 2048;
+const secondsPerInput = 60;
+
+const { values } = parseArgs({
+  options: {
+    minutes: { type: 'string' },
+    seconds: { type: 'string' },
+    only: { type: 'string' },
+    help: { type: 'boolean' },
+  },
+});
+if (values.help) {
+  console.log(`usage: npm run fuzz -- [--minutes N | --seconds N] [--only TARGET]
+Runs each of ${[...libFuzzerTargets, ...scripts].join(', ')} for the given time, by default
+60 seconds, two at a time, and prints how much each has executed.`);
+  process.exit(0);
+}
+const seconds = values.minutes ? Number(values.minutes) * 60 : Number(values.seconds ?? 60);
+if (!(seconds > 0)) {
+  console.error('fuzz: --minutes and --seconds take a number above 0');
+  process.exit(2);
+}
+const wanted = (name) => values.only === undefined || values.only === name;
+
+function step(command, ...args) {
+  const { status } = spawnSync(command, args, { cwd: root, stdio: 'inherit' });
+  if (status !== 0) process.exit(1);
+}
+
+function libFuzzerJob(name) {
+  const corpus = `${buildFolder}/corpus/${name}`;
+  const findings = `${buildFolder}/findings`;
+  const seeds = `${root}fuzz/seeds/${name}`;
+  for (const folder of [corpus, findings]) mkdirSync(folder, { recursive: true });
+  return {
+    name,
+    command: `${buildFolder}/fuzz/fuzz_${name}`,
+    args: [
+      `-max_total_time=${Math.ceil(seconds)}`,
+      `-rss_limit_mb=${memoryLimitMb}`,
+      `-timeout=${secondsPerInput}`,
+      `-artifact_prefix=${findings}/${name}-`,
+      '-print_final_stats=1',
+      '-max_len=8192',
+      corpus,
+      ...(existsSync(seeds) ? [seeds] : []),
+    ],
+    summary: (output) => {
+      const runs = /number_of_executed_units: (\d+)/.exec(output)?.[1] ?? '0';
+      return `${name}: ${runs} executions`;
+    },
+  };
+}
+
+function scriptJob(name) {
+  return {
+    name,
+    command: process.execPath,
+    args: [`${root}fuzz/${name}.mjs`, '--seconds', String(seconds)],
+    summary: (output) => output.trim().split('\n').at(-1),
+  };
+}
+
+function run({ name, command, args, summary }) {
+  return new Promise((resolve) => {
+    const child = spawn(command, args, {
+      cwd: root,
+      env: { ...process.env, UBSAN_OPTIONS: 'print_stacktrace=1' },
+    });
+    let output = '';
+    const collect = (data) => {
+      output = (output + data).slice(-50_000);
+    };
+    child.stdout.on('data', collect);
+    child.stderr.on('data', collect);
+    child.on('error', (error) => resolve({ name, failed: true, output: error.message }));
+    child.on('close', (code) => {
+      if (code === 0) console.log(summary(output));
+      resolve({ name, failed: code !== 0, output });
+    });
+  });
+}
+
+const jobs = [
+  ...libFuzzerTargets.filter(wanted).map(libFuzzerJob),
+  ...scripts.filter(wanted).map(scriptJob),
+];
+if (jobs.length === 0) {
+  console.error(`fuzz: there is no target "${values.only}"`);
+  process.exit(2);
+}
+if (libFuzzerTargets.some(wanted)) {
+  step('cmake', '--preset', 'fuzz');
+  step('cmake', '--build', buildFolder, '--parallel', '2');
+}
+if (scripts.some(wanted)) step('npm', 'run', '--silent', 'build');
+
+const failures = [];
+async function worker() {
+  for (let job = jobs.shift(); job; job = jobs.shift()) {
+    const result = await run(job);
+    if (result.failed) failures.push(result);
+  }
+}
+await Promise.all([worker(), worker()]);
+for (const { name, output } of failures) {
+  console.error(`== ${name} found something:\n${output.slice(-8000)}`);
+}
+process.exit(failures.length === 0 ? 0 : 1);
