@@ -24,7 +24,7 @@ constexpr int windows = 10;
 constexpr int quickWindows = 3;
 
 struct Options {
-  std::string soup;                 // file of nine floats a triangle
+  std::string soup;                 // file of the demo mesh, nine floats a triangle
   std::vector<std::string> stacks;  // files of two slices, see stackPicture()
   bool quick = false;
 };
@@ -45,6 +45,7 @@ Options optionsFrom(int argc, char** argv) {
                                ": use --soup=FILE, --stack=FILE, --quick or Google Benchmark's");
     }
   }
+  if (options.soup.empty()) throw std::runtime_error("--soup=FILE is missing");
   return options;
 }
 
@@ -58,14 +59,16 @@ std::vector<float> readSoup(const std::string& path) {
   return soup;
 }
 
-std::list<SlicePicture> pictures(const Options& options) {
+std::list<SlicePicture> meshPictures(const std::vector<float>& soup, bool quick) {
   std::list<SlicePicture> result;
-  if (!options.soup.empty()) {
-    const std::vector<float> soup = readSoup(options.soup);
-    result.push_back(meshPicture(soup, screen2k));
-    result.push_back(meshPicture(soup, screen4k));
-    if (!options.quick) result.push_back(meshPicture(soup, screen12k));
-  }
+  result.push_back(meshPicture(soup, screen2k));
+  result.push_back(meshPicture(soup, screen4k));
+  if (!quick) result.push_back(meshPicture(soup, screen12k));
+  return result;
+}
+
+std::list<SlicePicture> otherPictures(const Options& options) {
+  std::list<SlicePicture> result;
   result.push_back(noisePicture(screen4k));
   result.push_back(fullPlatePicture(screen4k));
   result.push_back(smallPartsPicture(screen4k));
@@ -73,20 +76,26 @@ std::list<SlicePicture> pictures(const Options& options) {
   return result;
 }
 
+void registerPicture(const SlicePicture& picture) {
+  registerSegmentation(picture);
+#ifdef STILTFORGE_BENCH_OPENCV
+  registerOpenCv(picture);
+#endif
+}
+
 void run(int argc, char** argv) {
   benchmark::Initialize(&argc, argv);
   const Options options = optionsFrom(argc, argv);
-  const std::list<SlicePicture> inputs = pictures(options);
-  for (const SlicePicture& picture : inputs) {
-    registerSegmentation(picture);
-#ifdef STILTFORGE_BENCH_OPENCV
-    registerOpenCv(picture);
-#endif
+  const std::vector<float> soup = readSoup(options.soup);
+  const std::list<SlicePicture> ofMesh = meshPictures(soup, options.quick);
+  for (const SlicePicture& picture : ofMesh) {
+    registerPicture(picture);
+    registerColdSegmentation(picture);
   }
+  const std::list<SlicePicture> others = otherPictures(options);
+  for (const SlicePicture& picture : others) registerPicture(picture);
   registerPlacement(options.quick);
-  if (!options.soup.empty()) {
-    registerModel(readSoup(options.soup), options.quick ? quickWindows : windows);
-  }
+  registerModel(soup, options.quick ? quickWindows : windows);
   benchmark::RunSpecifiedBenchmarks();
 }
 

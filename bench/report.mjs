@@ -19,10 +19,15 @@ const bounds = {
   'noise-4k': { plain: atLeast(3) },
 };
 
+/** Pictures of the user's own archives come last. */
+const order = ['bunny-4k', 'bunny-2k', 'bunny-12k', 'noise-4k', 'full-4k', 'parts-4k'];
+
 function segmentationRows(times) {
   const pictures = [...times.keys()]
     .filter((name) => name.startsWith('memcpy/'))
     .map((name) => name.slice('memcpy/'.length));
+  const place = (name) => (order.includes(name) ? order.indexOf(name) : order.length);
+  pictures.sort((a, b) => place(a) - place(b) || (a < b ? -1 : 1));
   return pictures.flatMap((picture) => {
     const of = (what) => times.get(`${what}/${picture}`);
     const bound = bounds[picture] ?? {};
@@ -67,20 +72,25 @@ function segmentationRows(times) {
   });
 }
 
+const growthLabels = {
+  segment: 'segmentation, no buffers',
+  'segment-buffers': 'segmentation with buffers',
+  memcpy: 'memcpy',
+};
+
 /** What a pixel costs on larger screens, as a multiple of its cost on the smallest. */
 function growthRows(times, sizes) {
   const perPixel = (what, size) =>
-    (1e6 * times.get(`${what}/bunny-${size.name}`)) / (size.width * size.height);
+    (1e6 * times.get(`${what}-cold/bunny-${size.name}`)) / (size.width * size.height);
   const ns = (value) => `${format(value)} ns`;
-  return ['segment', 'segment-buffers'].flatMap((what) =>
+  return ['segment', 'segment-buffers', 'memcpy'].flatMap((what) =>
     sizes.slice(1).map((size) => {
       const [small, large] = [perPixel(what, sizes[0]), perPixel(what, size)];
-      const label = what === 'segment' ? 'no buffers' : 'with buffers';
       return quotient(
-        `a pixel at ${size.name} / a pixel at ${sizes[0].name}, ${label}`,
+        `a pixel at ${size.name} / a pixel at ${sizes[0].name}, caches empty: ${growthLabels[what]}`,
         [large, ns(large)],
         [small, ns(small)],
-        atMost(1),
+        what === 'memcpy' ? undefined : atMost(1.1),
       );
     }),
   );

@@ -18,6 +18,16 @@ namespace {
 
 constexpr int fastRounds = 5;
 
+enum class Caches { warm, cold };
+
+// Drives everything else out of the caches.
+void emptyCaches() {
+  constexpr std::size_t bytes = std::size_t{128} << 20;
+  static std::vector<uint8_t> block(bytes);
+  std::memset(block.data(), ++block[0], bytes);
+  benchmark::ClobberMemory();
+}
+
 Layer layerOf(const SlicePicture& picture, const std::vector<uint32_t>& slice) {
   Layer layer;
   layer.width = picture.width;
@@ -27,7 +37,7 @@ Layer layerOf(const SlicePicture& picture, const std::vector<uint32_t>& slice) {
   return layer;
 }
 
-void segment(benchmark::State& state, const SlicePicture& picture, bool needBuffer) {
+void segment(benchmark::State& state, const SlicePicture& picture, bool needBuffer, Caches caches) {
   Plane<uint32_t> top(picture.pixels());
   std::fill_n(top.data(), picture.pixels(), 0u);
   Layer below = layerOf(picture, picture.below);
@@ -55,6 +65,7 @@ void segment(benchmark::State& state, const SlicePicture& picture, bool needBuff
         std::memcpy(pixels.data(), picture.slice.data(), picture.bytes());
         layer.pixelBuffer = std::move(pixels);
         scratch.lend(layer);
+        if (caches == Caches::cold) emptyCaches();
       },
       [&] { fill.run(); });
 }
@@ -82,12 +93,15 @@ void segmentPlainly(benchmark::State& state, const SlicePicture& picture) {
 }
 
 template <typename Block>
-void copySlice(benchmark::State& state, const SlicePicture& picture) {
+void copySlice(benchmark::State& state, const SlicePicture& picture, Caches caches) {
   Block source(picture.pixels());
   Block copy(picture.pixels());
   std::memcpy(source.data(), picture.slice.data(), picture.bytes());
   timeEachWarm(
-      state, [] {},
+      state,
+      [&] {
+        if (caches == Caches::cold) emptyCaches();
+      },
       [&] {
         std::memcpy(copy.data(), source.data(), picture.bytes());
         benchmark::DoNotOptimize(copy.data());
@@ -112,24 +126,42 @@ void readSlice(benchmark::State& state, const SlicePicture& picture) {
       });
 }
 
+template <typename Run>
+void add(const char* what, const SlicePicture& picture, int rounds, Run run) {
+  const SlicePicture* const p = &picture;
+  benchmark::RegisterBenchmark((std::string(what) + "/" + picture.name).c_str(),
+                               [p, run](benchmark::State& state) { run(state, *p); })
+      ->UseManualTime()
+      ->Iterations(rounds)
+      ->Unit(benchmark::kMillisecond);
+}
+
+using State = benchmark::State;
+using Picture = SlicePicture;
+
 }  // namespace
 
 void registerSegmentation(const SlicePicture& picture) {
-  const auto add = [&](const char* what, int rounds, auto run) {
-    benchmark::RegisterBenchmark((std::string(what) + "/" + picture.name).c_str(), run)
-        ->UseManualTime()
-        ->Iterations(rounds)
-        ->Unit(benchmark::kMillisecond);
-  };
-  const SlicePicture* const p = &picture;
-  add("memcpy", fastRounds, [p](benchmark::State& s) { copySlice<std::vector<uint32_t>>(s, *p); });
+  add("memcpy", picture, fastRounds,
+      [](State& s, const Picture& p) { copySlice<std::vector<uint32_t>>(s, p, Caches::warm); });
   // The analysis keeps its planes on large pages, so its own copies are this fast.
-  add("memcpy-large-pages", fastRounds,
-      [p](benchmark::State& s) { copySlice<Plane<uint32_t>>(s, *p); });
-  add("read", fastRounds, [p](benchmark::State& s) { readSlice(s, *p); });
-  add("segment-buffers", fastRounds, [p](benchmark::State& s) { segment(s, *p, true); });
-  add("segment", fastRounds, [p](benchmark::State& s) { segment(s, *p, false); });
-  add("segment-plain", 1, [p](benchmark::State& s) { segmentPlainly(s, *p); });
+  add("memcpy-large-pages", picture, fastRounds,
+      [](State& s, const Picture& p) { copySlice<Plane<uint32_t>>(s, p, Caches::warm); });
+  add("read", picture, fastRounds, [](State& s, const Picture& p) { readSlice(s, p); });
+  add("segment-buffers", picture, fastRounds,
+      [](State& s, const Picture& p) { segment(s, p, true, Caches::warm); });
+  add("segment", picture, fastRounds,
+      [](State& s, const Picture& p) { segment(s, p, false, Caches::warm); });
+  add("segment-plain", picture, 1, [](State& s, const Picture& p) { segmentPlainly(s, p); });
+}
+
+void registerColdSegmentation(const SlicePicture& picture) {
+  add("memcpy-cold", picture, fastRounds,
+      [](State& s, const Picture& p) { copySlice<std::vector<uint32_t>>(s, p, Caches::cold); });
+  add("segment-buffers-cold", picture, fastRounds,
+      [](State& s, const Picture& p) { segment(s, p, true, Caches::cold); });
+  add("segment-cold", picture, fastRounds,
+      [](State& s, const Picture& p) { segment(s, p, false, Caches::cold); });
 }
 
 }  // namespace stiltforge::bench

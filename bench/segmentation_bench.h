@@ -9,4 +9,8 @@ namespace stiltforge::bench {
 // The picture must outlive the runs.
 void registerSegmentation(const SlicePicture& picture);
 
+// Registers FloodFill::run and memcpy with nothing of the slice in the caches, where a small screen
+// would otherwise fit and a large one not.
+void registerColdSegmentation(const SlicePicture& picture);
+
 }  // namespace stiltforge::bench
