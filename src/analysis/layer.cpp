@@ -38,7 +38,11 @@ void Layer::archive() {
     std::unique_ptr<Placement>& placement = groups[i].placement;
     if (!placement) continue;
     // Only a sampled group's images can still ask for the ghosts.
-    if (!placement->samples) release(placement->ghostSupports);
+    if (placement->samples) {
+      placement->ghostSupports.shrink_to_fit();
+    } else {
+      release(placement->ghostSupports);
+    }
     if (placement->samples || !placement->supports.empty()) {
       archived[i].placement = std::move(placement);
     }
