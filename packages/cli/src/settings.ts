@@ -31,7 +31,7 @@ export const defaultPrint: PrintSettings = {
 export const defaultSupport: SupportSettings = {
   criticalAngle: 45,
   inset: 0.4,
-  supportArea: 10,
+  supportArea: 15,
 };
 
 /** Millimetres beyond the material below from where on a pixel hangs free. */
@@ -40,43 +40,48 @@ export function fullOverhang(print: PrintSettings, support: SupportSettings): nu
   return Math.max(0.5, 2 * reach);
 }
 
-/** The 28 parameters of the analysis for slices of the given size. */
+/**
+ * The 28 parameters of the analysis for slices of the given size. Lengths and areas are physical here
+ * and turned into pixels and layers, so that a part gets about the same supports on any printer.
+ */
 export function analysisParameters(
   print: PrintSettings,
   support: SupportSettings,
   slices: { width: number; height: number; layerCount: number },
 ): AnalysisParameters {
   const pixels = (millimetres: number): number => millimetres / print.pixelSize;
-  const area = (squareMillimetres: number): number => squareMillimetres / print.pixelSize ** 2;
-  const layers = (millimetres: number): number => millimetres / print.layerHeight;
+  const pixelArea = (squareMillimetres: number): number =>
+    Math.round(squareMillimetres / print.pixelSize ** 2);
+  const layers = (millimetres: number): number => Math.round(millimetres / print.layerHeight);
+  const spacing = Math.sqrt(support.supportArea);
   return {
     width: slices.width,
     height: slices.height,
     numLayer: slices.layerCount,
     needBuffer: false,
     addSupport: true,
-    supportStrength: area(support.supportArea),
-    growthStrength: 1,
+    supportStrength: Math.max(1, pixelArea(support.supportArea)),
+    growthStrength: 1000,
     strengthTransmited: 1,
-    firstSupportMinStrength: 1,
+    firstSupportMinStrength: 1.3,
     numberOfSamplePerSupport: 100,
-    numberOfSamplePerVoronoi: area(1),
+    numberOfSamplePerVoronoi: Math.max(4, pixelArea(1)),
     ghostPart: 1,
     strokePart: 0.3,
     anglePart: 1,
-    maxSupportRadiusInIsland: pixels(3),
+    maxSupportRadiusInIsland: pixels(0.8 * spacing),
     islandSupportMultiplier: 1,
     islandStrengthSupport: 1,
     strengthOfPlatePixel: 1,
     maxZGhost: layers(10),
     maxGhost: 10_000,
-    ghostRadius: Math.round(pixels(3)),
+    ghostRadius: Math.min(4096, Math.round(pixels(0.8 * spacing))),
     maxVoronoiIteration: 20,
     validationDistanceFormVoronoi: Math.max(1, pixels(0.1)),
-    distCloseToIsland: Math.max(1, Math.round(layers(0.1))),
+    distCloseToIsland: Math.max(1, layers(0.1)),
     closeToIslandStrengthTransmited: 1.2,
     almostNotBlueCounterLimit: 0,
     islandMinBlue: 0,
-    maxGhostValueToPlaceSupport: 255,
+    maxGhostValueToPlaceSupport: 0,
   };
 }
