@@ -10,6 +10,13 @@ function speedup(what, slow, fast, bound) {
   return quotient(what, [slow, ms(slow)], [fast, ms(fast)], bound);
 }
 
+/** The quotient of two native benchmarks, with the processor time of all their threads. */
+function compared(what, a, b, bound) {
+  const row = speedup(what, a.wall, b.wall, bound);
+  const processor = `${ms(a.processor)} / ${ms(b.processor)}`;
+  return { ...row, from: `${row.from}; processor ${processor}` };
+}
+
 const atMost = (limit) => ({ text: `≤ ${limit}`, holds: (value) => value <= limit });
 const atLeast = (limit) => ({ text: `≥ ${limit}`, holds: (value) => value >= limit });
 
@@ -33,35 +40,35 @@ function segmentationRows(times) {
     const bound = bounds[picture] ?? {};
     const [copy, bare, buffers] = [of('memcpy'), of('segment'), of('segment-buffers')];
     const rows = [
-      speedup(`${picture}: segmentation, no buffers / memcpy`, bare, copy, bound.bare),
-      speedup(`${picture}: segmentation with buffers / memcpy`, buffers, copy, bound.buffers),
-      speedup(
+      compared(`${picture}: segmentation, no buffers / memcpy`, bare, copy, bound.bare),
+      compared(`${picture}: segmentation with buffers / memcpy`, buffers, copy, bound.buffers),
+      compared(
         `${picture}: plain / segmentation with buffers`,
         of('segment-plain'),
         buffers,
         bound.plain,
       ),
-      speedup(
+      compared(
         `${picture}: segmentation, no buffers / memcpy on large pages`,
         bare,
         of('memcpy-large-pages'),
       ),
-      speedup(
+      compared(
         `${picture}: segmentation with buffers / memcpy on large pages`,
         buffers,
         of('memcpy-large-pages'),
       ),
-      speedup(`${picture}: reading the slice on all cores / memcpy`, of('read'), copy),
+      compared(`${picture}: reading the slice on all cores / memcpy`, of('read'), copy),
     ];
     if (of('opencv')) {
       rows.push(
-        speedup(
+        compared(
           `${picture}: OpenCV on 1 thread / segmentation with buffers`,
           of('opencv-1-thread'),
           buffers,
           bound.openCv,
         ),
-        speedup(
+        compared(
           `${picture}: OpenCV on all threads / segmentation with buffers`,
           of('opencv'),
           buffers,
@@ -81,7 +88,7 @@ const growthLabels = {
 /** What a pixel costs on larger screens, as a multiple of its cost on the smallest. */
 function growthRows(times, sizes) {
   const perPixel = (what, size) =>
-    (1e6 * times.get(`${what}-cold/bunny-${size.name}`)) / (size.width * size.height);
+    (1e6 * times.get(`${what}-cold/bunny-${size.name}`).wall) / (size.width * size.height);
   const ns = (value) => `${format(value)} ns`;
   return ['segment', 'segment-buffers', 'memcpy'].flatMap((what) =>
     sizes.slice(1).map((size) => {
@@ -101,7 +108,7 @@ function placementRows(times) {
     .filter((name) => name.startsWith('place/'))
     .map((name) => {
       const lattice = name.slice('place/'.length);
-      return speedup(
+      return compared(
         `placement, 4 million box pixels, 200 supports, 5 iterations, ${lattice}: plain / fast`,
         times.get(`place-plain/${lattice}`),
         times.get(name),
@@ -112,7 +119,7 @@ function placementRows(times) {
 
 function modelRows({ times, plainLayers, alone, buffers, overlapped }) {
   const perSecond = (layers, seconds) => [layers / seconds, `${format(layers / seconds)} layers/s`];
-  const plain = perSecond(plainLayers, times.get('model-plain/bunny-4k') / 1000);
+  const plain = perSecond(plainLayers, times.get('model-plain/bunny-4k').wall / 1000);
   const throughNode = perSecond(alone.layers, alone.seconds);
   return [
     quotient('whole model at 4k through Node / plain', throughNode, plain, atLeast(15)),
