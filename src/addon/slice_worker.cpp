@@ -65,7 +65,7 @@ void SliceWorker::freeModel() {
 }
 
 void SliceWorker::freeGhosts() {
-  releaseStorage(Poisson::ghostSpread);
+  Poisson::releaseGhostSpread();
   ghostSpreadCurrent = false;
   releaseStorage(SupportInheritance::ghostSupportArray);
   releaseStorage(SupportInheritance::deleteGhostIndex);

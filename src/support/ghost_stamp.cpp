@@ -50,6 +50,16 @@ void Poisson::createGhostSpread() {
   GhostStamp::rebuildTable();
 }
 
+void Poisson::releaseGhostSpread() {
+  std::vector<float>().swap(ghostSpread);
+  GhostStamp::releaseTable();
+}
+
+void GhostStamp::releaseTable() {
+  tableSide = 0;
+  std::vector<float>().swap(coneSteps);
+}
+
 void GhostStamp::rebuildTable() {
   const float radius = Poisson::ghostRadius;
   tableSide = sideOf(radius);

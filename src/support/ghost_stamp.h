@@ -23,6 +23,8 @@ class GhostStamp {
 
   /// Rebuilds the table of cone steps from Poisson::ghostSpread and Poisson::ghostRadius.
   static void rebuildTable();
+  /// Frees the table; nothing is stamped until it is rebuilt.
+  static void releaseTable();
 
  private:
   // Consecutive table columns that fall onto consecutive box columns.

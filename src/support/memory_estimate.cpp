@@ -25,8 +25,11 @@ constexpr double bytesPerRecordedPixel = 3.5;
 
 constexpr double fixedBytes = 12 << 20;
 
+// More than any machine has, and safe to add up.
+constexpr double mostBytes = 0x1p60;
+
 uint64_t bytes(double value) {
-  return static_cast<uint64_t>(std::ceil(value));
+  return static_cast<uint64_t>(std::min(std::ceil(value), mostBytes));
 }
 
 }  // namespace

@@ -46,6 +46,8 @@ class Poisson {
 
   /// Rebuilds ghostSpread from ghostRadius. Throws std::length_error beyond maxGhostRadius.
   static void createGhostSpread();
+  /// Frees the table; it must be created again before the next slice.
+  static void releaseGhostSpread();
 
   Group* group = nullptr;
   const Layer* layer = nullptr;

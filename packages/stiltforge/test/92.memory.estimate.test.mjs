@@ -1,0 +1,50 @@
+import assert from 'node:assert/strict';
+import { test } from 'node:test';
+import stiltforge from 'stiltforge';
+import { estimateMemory } from 'stiltforge/analysis';
+import { parameters } from './harness.mjs';
+
+const { estimateMemory: native } = stiltforge.InitAnalyseSlice;
+const screen = { width: 3840, height: 2400, numLayer: 2000, needBuffer: false };
+
+test('2,000 layers of a 4K screen are predicted to stay below 1 GiB', () => {
+  const { total } = estimateMemory(parameters(screen), { regionsPerLayer: 20, supports: 2000 });
+  assert.ok(total > 6 * 3840 * 2400, 'at least the slice in work');
+  assert.ok(total < 2 ** 30, `${total} bytes`);
+});
+
+test('the shares add up to the total', () => {
+  const { total, slices, regions, placement, history, fixed } = estimateMemory(parameters(screen));
+  assert.equal(total, slices + regions + placement + history + fixed);
+});
+
+test('buffers, layers, regions, supports and queued slices cost memory', () => {
+  const plain = estimateMemory(parameters(screen)).total;
+  for (const more of [
+    estimateMemory(parameters({ ...screen, needBuffer: true })),
+    estimateMemory(parameters({ ...screen, numLayer: 20000 })),
+    estimateMemory(parameters(screen), { regionsPerLayer: 2000 }),
+    estimateMemory(parameters(screen), { supports: 10000 }),
+    estimateMemory(parameters(screen), { queuedSlices: 5 }),
+  ]) {
+    assert.ok(more.total > plain);
+  }
+});
+
+test('the parameters are checked as for an analysis', () => {
+  assert.throws(() => estimateMemory({ ...parameters(screen), width: -1 }), {
+    code: 'ERR_STILTFORGE_PARAMETER',
+    message: /width is -1/,
+  });
+});
+
+test('the native estimate refuses what is no model', () => {
+  for (const model of [undefined, 7, { width: 'wide' }, { width: 10, supports: Number.NaN }]) {
+    assert.throws(() => native(model), { code: 'ERR_STILTFORGE_PARAMETER', message: /needs/ });
+  }
+});
+
+test('a model beyond all bounds is predicted to need more than any machine has', () => {
+  const { total } = native({ width: 65535, height: 65535, layers: 4e9, supports: 1e15 });
+  assert.ok(total > 1e15);
+});

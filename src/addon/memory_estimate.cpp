@@ -1,0 +1,71 @@
+#include "addon/memory_estimate.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <string>
+
+#include "addon/refusal.h"
+#include "support/memory_estimate.h"
+
+namespace stiltforge {
+
+namespace {
+
+// Beyond any machine's memory, and still exact in what is computed with it.
+constexpr double most = 1e15;
+
+double numberOf(const Napi::Object& model, const char* key, double fallback) {
+  const Napi::Value value = model.Get(key);
+  if (value.IsUndefined()) return fallback;
+  const double number = value.IsNumber() ? value.As<Napi::Number>().DoubleValue() : NAN;
+  if (number >= 0 && number <= most) return number;
+  throw refusal(model.Env(), codes::parameter,
+                std::string("estimateMemory needs a number from 0 to 1e15 as ") + key + ".");
+}
+
+template <typename T>
+void readCount(const Napi::Object& model, const char* key, T& count) {
+  const double largest = static_cast<double>(std::numeric_limits<T>::max());
+  count = static_cast<T>(std::min(std::floor(numberOf(model, key, static_cast<double>(count))),
+                                  std::min(largest, most)));
+}
+
+}  // namespace
+
+Napi::Value EstimateMemory(const Napi::CallbackInfo& info) {
+  const Napi::Env env = info.Env();
+  if (!info[0].IsObject()) {
+    throw refusal(env, codes::parameter,
+                  "estimateMemory needs an object that describes the model.");
+  }
+  const auto model = info[0].As<Napi::Object>();
+  ModelSize size;
+  readCount(model, "width", size.width);
+  readCount(model, "height", size.height);
+  readCount(model, "layers", size.layers);
+  size.needBuffer = model.Get("needBuffer").ToBoolean();
+  size.ghostRadius = static_cast<float>(numberOf(model, "ghostRadius", size.ghostRadius));
+  readCount(model, "queuedSlices", size.queuedSlices);
+  readCount(model, "heldResults", size.heldResults);
+  readCount(model, "regionsPerLayer", size.regionsPerLayer);
+  readCount(model, "supports", size.supports);
+  size.pixelsPerSupport = numberOf(model, "pixelsPerSupport", size.pixelsPerSupport);
+  size.unsupportedShare = numberOf(model, "unsupportedShare", size.unsupportedShare);
+  readCount(model, "ghostsPerRegion", size.ghostsPerRegion);
+
+  const MemoryEstimate estimate = estimateMemory(size);
+  Napi::Object result = Napi::Object::New(env);
+  const auto set = [&](const char* key, uint64_t bytes) {
+    result.Set(key, Napi::Number::New(env, static_cast<double>(bytes)));
+  };
+  set("total", estimate.total());
+  set("slices", estimate.slices);
+  set("regions", estimate.regions);
+  set("placement", estimate.placement);
+  set("history", estimate.history);
+  set("fixed", estimate.fixed);
+  return result;
+}
+
+}  // namespace stiltforge
