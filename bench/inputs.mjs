@@ -10,6 +10,7 @@ import {
   turnedFromYUp,
 } from '../packages/cli/dist/mesh/triangles.js';
 import { loadSlicing } from '../packages/cli/dist/slicer.js';
+import { parametersFor, print } from './print_settings.mjs';
 
 /** The demo mesh, 60 mm high: nine floats a triangle, mm, z up. */
 export function demoMesh() {
@@ -36,6 +37,14 @@ export function writeMesh(triangles, folder) {
   const stl = join(folder, 'bunny.stl');
   writeFileSync(stl, bytes);
   return { soup, stl };
+}
+
+/** Writes the parameters for the C++ benchmarks. */
+export function writeParameters(folder) {
+  const values = Object.entries(parametersFor(print.screenWidth, print.screenHeight, 1200));
+  const parameters = join(folder, 'parameters.txt');
+  writeFileSync(parameters, values.map(([key, value]) => `${key} ${Number(value)}\n`).join(''));
+  return { parameters };
 }
 
 /**

@@ -9,6 +9,7 @@
 #include <string_view>
 #include <vector>
 
+#include "host_parameters.h"
 #include "model_bench.h"
 #include "placement_bench.h"
 #include "segmentation_bench.h"
@@ -25,6 +26,7 @@ constexpr int quickWindows = 3;
 
 struct Options {
   std::string soup;                 // file of the demo mesh, nine floats a triangle
+  std::string parameters;           // file of the host's parameters
   std::vector<std::string> stacks;  // files of two slices, see stackPicture()
   bool quick = false;
 };
@@ -36,16 +38,21 @@ Options optionsFrom(int argc, char** argv) {
     const auto value = [&] { return std::string(argument.substr(argument.find('=') + 1)); };
     if (argument.rfind("--soup=", 0) == 0) {
       options.soup = value();
+    } else if (argument.rfind("--parameters=", 0) == 0) {
+      options.parameters = value();
     } else if (argument.rfind("--stack=", 0) == 0) {
       options.stacks.push_back(value());
     } else if (argument == "--quick") {
       options.quick = true;
     } else {
-      throw std::runtime_error("unknown argument " + std::string(argument) +
-                               ": use --soup=FILE, --stack=FILE, --quick or Google Benchmark's");
+      throw std::runtime_error(
+          "unknown argument " + std::string(argument) +
+          ": use --soup=FILE, --parameters=FILE, --stack=FILE, --quick or Google Benchmark's");
     }
   }
-  if (options.soup.empty()) throw std::runtime_error("--soup=FILE is missing");
+  if (options.soup.empty() || options.parameters.empty()) {
+    throw std::runtime_error("--soup=FILE or --parameters=FILE is missing");
+  }
   return options;
 }
 
@@ -76,8 +83,8 @@ std::list<SlicePicture> otherPictures(const Options& options) {
   return result;
 }
 
-void registerPicture(const SlicePicture& picture) {
-  registerSegmentation(picture);
+void registerPicture(const SlicePicture& picture, const HostParameters& parameters) {
+  registerSegmentation(picture, parameters);
 #ifdef STILTFORGE_BENCH_OPENCV
   registerOpenCv(picture);
 #endif
@@ -86,16 +93,17 @@ void registerPicture(const SlicePicture& picture) {
 void run(int argc, char** argv) {
   benchmark::Initialize(&argc, argv);
   const Options options = optionsFrom(argc, argv);
+  const HostParameters parameters = readParameters(options.parameters);
   const std::vector<float> soup = readSoup(options.soup);
   const std::list<SlicePicture> ofMesh = meshPictures(soup, options.quick);
   for (const SlicePicture& picture : ofMesh) {
-    registerPicture(picture);
+    registerPicture(picture, parameters);
     registerColdSegmentation(picture);
   }
   const std::list<SlicePicture> others = otherPictures(options);
-  for (const SlicePicture& picture : others) registerPicture(picture);
-  registerPlacement(options.quick);
-  registerModel(soup, options.quick ? quickWindows : windows);
+  for (const SlicePicture& picture : others) registerPicture(picture, parameters);
+  registerPlacement(parameters, options.quick);
+  registerModel(soup, parameters, options.quick ? quickWindows : windows);
   benchmark::RunSpecifiedBenchmarks();
 }
 

@@ -7,7 +7,6 @@
 #include <memory>
 #include <mutex>
 
-#include "bench_parameters.h"
 #include "core/core_stack.h"
 #include "reference/flood_fill.h"
 #include "reference/group_handler.h"
@@ -62,8 +61,8 @@ double secondsOf(Work work) {
   return taken.count();
 }
 
-double analysePlainly(SampledModel& model) {
-  const reference::Parameters parameters = reference::parametersFrom(typicalParameters());
+double analysePlainly(SampledModel& model, const HostParameters& values) {
+  const reference::Parameters parameters = reference::parametersFrom(values);
   const reference::GhostSpread spread = reference::createGhostSpread(parameters.ghostRadius);
   std::vector<uint32_t> top(std::size_t{screen4k.width} * screen4k.height);
   std::vector<reference::Layer> layers;
@@ -84,8 +83,8 @@ double analysePlainly(SampledModel& model) {
                    });
 }
 
-double analyse(SampledModel& model) {
-  applyParameters(typicalParameters());
+double analyse(SampledModel& model, const HostParameters& values) {
+  applyParameters(values);
   std::vector<Layer> layers;
   std::mutex mutex;
   SliceScratch scratch;
@@ -112,12 +111,14 @@ double analyse(SampledModel& model) {
 
 }  // namespace
 
-void registerModel(const std::vector<float>& soup, int windows) {
+void registerModel(const std::vector<float>& soup, const HostParameters& parameters, int windows) {
+  const HostParameters* const values = &parameters;
   const auto model = std::make_shared<SampledModel>(soup, windows);
-  const auto add = [&](const char* name, double (*run)(SampledModel&)) {
+  const auto add = [&](const char* name, double (*run)(SampledModel&, const HostParameters&)) {
     benchmark::RegisterBenchmark(name,
-                                 [model, run](benchmark::State& state) {
-                                   for (auto _ : state) state.SetIterationTime(run(*model));
+                                 [model, values, run](benchmark::State& state) {
+                                   for (auto _ : state)
+                                     state.SetIterationTime(run(*model, *values));
                                    state.counters["layers"] = model->timedLayers();
                                  })
         ->UseManualTime()

@@ -6,7 +6,6 @@
 #include <string>
 
 #include "analysis/flood_fill.h"
-#include "bench_parameters.h"
 #include "core/core_stack.h"
 #include "reference/flood_fill.h"
 #include "reference/group_handler.h"
@@ -49,8 +48,7 @@ struct Overhang {
     }
   }
 
-  std::map<std::string, double> parameters(bool everyPixel) const {
-    std::map<std::string, double> values = typicalParameters();
+  HostParameters parameters(HostParameters values, bool everyPixel) const {
     values["width"] = side;
     values["height"] = side;
     values["supportStrength"] = material / supportsWanted + 1;
@@ -85,8 +83,8 @@ void requireSupports(uint32_t placed) {
   }
 }
 
-void place(benchmark::State& state, bool everyPixel) {
-  applyParameters(overhang().parameters(everyPixel));
+void place(benchmark::State& state, const HostParameters& given, bool everyPixel) {
+  applyParameters(overhang().parameters(given, everyPixel));
   constexpr std::size_t pixels = std::size_t{side} * side;
   std::vector<Layer> layers;
   layers.reserve(2);
@@ -121,9 +119,9 @@ void place(benchmark::State& state, bool everyPixel) {
   requireSupports(placed);
 }
 
-void placePlainly(benchmark::State& state, bool everyPixel) {
+void placePlainly(benchmark::State& state, const HostParameters& given, bool everyPixel) {
   const reference::Parameters parameters =
-      reference::parametersFrom(overhang().parameters(everyPixel));
+      reference::parametersFrom(overhang().parameters(given, everyPixel));
   const reference::GhostSpread spread = reference::createGhostSpread(parameters.ghostRadius);
   std::vector<uint32_t> top(std::size_t{side} * side);
   std::vector<reference::Layer> layers;
@@ -153,17 +151,20 @@ void placePlainly(benchmark::State& state, bool everyPixel) {
 
 }  // namespace
 
-void registerPlacement(bool quick) {
+void registerPlacement(const HostParameters& parameters, bool quick) {
+  const HostParameters* const given = &parameters;
   for (const bool everyPixel : {false, true}) {
     if (everyPixel && quick) continue;
     const std::string lattice = everyPixel ? "every-pixel" : "lattice";
-    benchmark::RegisterBenchmark(("place/" + lattice).c_str(),
-                                 [everyPixel](benchmark::State& s) { place(s, everyPixel); })
+    benchmark::RegisterBenchmark(
+        ("place/" + lattice).c_str(),
+        [given, everyPixel](benchmark::State& s) { place(s, *given, everyPixel); })
         ->UseManualTime()
         ->Iterations(2)
         ->Unit(benchmark::kMillisecond);
-    benchmark::RegisterBenchmark(("place-plain/" + lattice).c_str(),
-                                 [everyPixel](benchmark::State& s) { placePlainly(s, everyPixel); })
+    benchmark::RegisterBenchmark(
+        ("place-plain/" + lattice).c_str(),
+        [given, everyPixel](benchmark::State& s) { placePlainly(s, *given, everyPixel); })
         ->UseManualTime()
         ->Iterations(1)
         ->Unit(benchmark::kMillisecond);

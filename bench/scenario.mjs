@@ -5,16 +5,9 @@ import { readFileSync } from 'node:fs';
 import { monitorEventLoopDelay } from 'node:perf_hooks';
 import addon from 'stiltforge';
 import { Analysis } from 'stiltforge/analysis';
-import { analysisParameters, defaultSupport } from '../packages/cli/dist/settings.js';
 import { SliceStream } from '../packages/cli/dist/slice_stream.js';
 import { loadSlicing } from '../packages/cli/dist/slicer.js';
-
-const print = { layerHeight: 0.05, pixelSize: 0.035, screenWidth: 3840, screenHeight: 2400 };
-
-function parametersFor(width, height, layerCount, changes) {
-  const slices = { width, height, layerCount };
-  return { ...analysisParameters(print, defaultSupport, slices), ...changes };
-}
+import { parametersFor, print } from './print_settings.mjs';
 
 function modelSlicer(soup) {
   const { buffer, byteOffset, byteLength } = readFileSync(soup);

@@ -6,7 +6,6 @@
 #include <numeric>
 
 #include "analysis/flood_fill.h"
-#include "bench_parameters.h"
 #include "reference/flood_fill.h"
 #include "runtime/worker_pool.h"
 #include "support/slice_pipeline.h"
@@ -76,8 +75,9 @@ std::vector<uint8_t> bytesOf(const std::vector<uint32_t>& words) {
   return bytes;
 }
 
-void segmentPlainly(benchmark::State& state, const SlicePicture& picture) {
-  const reference::Parameters parameters = reference::parametersFrom(typicalParameters());
+void segmentPlainly(benchmark::State& state, const SlicePicture& picture,
+                    const HostParameters& values) {
+  const reference::Parameters parameters = reference::parametersFrom(values);
   std::vector<uint32_t> top(picture.pixels());
   std::vector<reference::Layer> layers;
   layers.push_back(reference::floodFill(bytesOf(picture.below), picture.width, picture.height,
@@ -141,7 +141,8 @@ using Picture = SlicePicture;
 
 }  // namespace
 
-void registerSegmentation(const SlicePicture& picture) {
+void registerSegmentation(const SlicePicture& picture, const HostParameters& parameters) {
+  const HostParameters* const values = &parameters;
   add("memcpy", picture, fastRounds,
       [](State& s, const Picture& p) { copySlice<std::vector<uint32_t>>(s, p, Caches::warm); });
   // The analysis keeps its planes on large pages, so its own copies are this fast.
@@ -152,7 +153,8 @@ void registerSegmentation(const SlicePicture& picture) {
       [](State& s, const Picture& p) { segment(s, p, true, Caches::warm); });
   add("segment", picture, fastRounds,
       [](State& s, const Picture& p) { segment(s, p, false, Caches::warm); });
-  add("segment-plain", picture, 1, [](State& s, const Picture& p) { segmentPlainly(s, p); });
+  add("segment-plain", picture, 1,
+      [values](State& s, const Picture& p) { segmentPlainly(s, p, *values); });
 }
 
 void registerColdSegmentation(const SlicePicture& picture) {

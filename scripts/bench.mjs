@@ -49,10 +49,11 @@ function build() {
 }
 
 /** Runs the C++ benchmarks, their repetitions interleaved; entries of Google Benchmark's report. */
-function runNative({ soup, stacks }) {
+function runNative({ soup, parameters, stacks }) {
   const report = join(buildFolder, 'native.json');
   const words = [
     `--soup=${soup}`,
+    `--parameters=${parameters}`,
     ...stacks.map((file) => `--stack=${file}`),
     ...(quick ? ['--quick'] : []),
     `--benchmark_repetitions=${quick ? 5 : 9}`,
@@ -101,10 +102,12 @@ function runCommand(stl, rounds) {
 
 say('building');
 build();
-const { demoMesh, writeMesh, writeStackPicture } = await import('../bench/inputs.mjs');
+const { demoMesh, writeMesh, writeParameters, writeStackPicture } = await import(
+  '../bench/inputs.mjs'
+);
 const { rowsOf, tableOf } = await import('../bench/report.mjs');
 const folder = join(buildFolder, 'inputs');
-const inputs = { ...writeMesh(demoMesh(), folder), stacks: [] };
+const inputs = { ...writeMesh(demoMesh(), folder), ...writeParameters(folder), stacks: [] };
 for (const archive of archives) inputs.stacks.push(await writeStackPicture(archive, folder));
 
 say('segmentation and placement');
