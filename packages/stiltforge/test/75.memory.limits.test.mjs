@@ -1,6 +1,10 @@
 import assert from 'node:assert/strict';
 import { test } from 'node:test';
-import { runInChild } from './harness.mjs';
+import { runInChild as run } from './harness.mjs';
+
+// With an arena for each thread the C library would spend the little address space that is left, and
+// the host itself would run out of memory.
+const runInChild = (source, options) => run(source, { ...options, env: { MALLOC_ARENA_MAX: '1' } });
 
 // A limit on the address space is Linux's, and the address sanitizer reserves terabytes of it.
 const skip = process.platform !== 'linux' || 'ASAN_OPTIONS' in process.env;

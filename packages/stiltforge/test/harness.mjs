@@ -84,7 +84,10 @@ const importable = {
  * and `groupImages` in scope (without `loadModule`: none of them) and the addresses of the module and of
  * this harness. Resolves to how it ended; never hangs.
  */
-export function runInChild(source, { timeoutSeconds = 60, flags = [], loadModule = true } = {}) {
+export function runInChild(
+  source,
+  { timeoutSeconds = 60, flags = [], loadModule = true, env = {} } = {},
+) {
   const imports = `
     import stiltforge from ${JSON.stringify(importable.stiltforge)};
     import { parameters, slice, rectangle, analyse, groupImages } from ${JSON.stringify(importable.harness)};
@@ -94,7 +97,7 @@ export function runInChild(source, { timeoutSeconds = 60, flags = [], loadModule
     const harnessUrl = ${JSON.stringify(importable.harness)};
     const analysisUrl = ${JSON.stringify(importable.analysis)};
     ${source}`;
-  return runNode([...flags, '--input-type=module', '--eval', script], { timeoutSeconds });
+  return runNode([...flags, '--input-type=module', '--eval', script], { timeoutSeconds, env });
 }
 
 export function runNode(args, { timeoutSeconds = 60, env = {}, signalAfter } = {}) {
