@@ -133,6 +133,10 @@ function binaryReader(bytes: Uint8Array, header: Header): Reader {
 
 /** The loader drops what it can't read without a word, so each element is walked through here. */
 function checkElement(element: Element, next: Reader): void {
+  // Nothing to read would never reach the end of the file.
+  if (element.count > 0 && element.properties.length === 0) {
+    throw new MeshError(`the PLY header announces a ${element.name} without properties`, cutOff);
+  }
   for (let i = 0; i < element.count; i++) {
     for (const property of element.properties) {
       const items = property.countType === undefined ? 1 : next(property.countType);
