@@ -23,6 +23,8 @@ constexpr double bytesPerSample =
 // Of a recorded pixel: its two channels, and its share of the headers and spans of short rows.
 constexpr double bytesPerRecordedPixel = 3.5;
 
+constexpr double bytesPerGhost = sizeof(void*);
+
 constexpr double fixedBytes = 12 << 20;
 
 // More than any machine has, and safe to add up.
@@ -62,10 +64,10 @@ MemoryEstimate estimateMemory(const ModelSize& model) {
   // there are supports.
   const double ghosts = std::min<double>(model.ghostsPerRegion, supports / std::max(1.0, regions));
   const double perSampledRegion =
-      sizeof(Placement) + sizeof(SampleRecord) + 4 * allocation + growth * ghosts * sizeof(Voxel*);
+      sizeof(Placement) + sizeof(SampleRecord) + 4 * allocation + growth * ghosts * bytesPerGhost;
   const double perSupport = growth * sizeof(Voxel) + perSampledRegion +
                             bytesPerRecordedPixel * model.pixelsPerSupport +
-                            2 * growth * sizeof(Voxel*);
+                            2 * growth * bytesPerGhost;
   const double perLayer =
       growth * sizeof(Layer) + allocation + regions * (sizeof(ArchivedGroup) + allocation);
   estimate.history = bytes(model.layers * perLayer + supports * perSupport);

@@ -12,9 +12,9 @@ reference::Stack readStackFile(const std::string& path) {
   for (std::string line; std::getline(file, line) && !line.empty();) {
     std::istringstream words(line);
     std::string name;
-    double value = 0;
-    if (!(words >> name >> value)) throw std::runtime_error(path + " has a wrong line: " + line);
-    stack.parameters[name] = value;
+    words >> name;
+    words >> stack.parameters[name];
+    if (!words) throw std::runtime_error(path + " has a line that is not a name and a number");
   }
   const auto takeOut = [&](const char* name) {
     const auto entry = stack.parameters.find(name);
