@@ -17,7 +17,7 @@ using stiltforge::slicing::Slicer;
 using stiltforge::slicing::SlicerSettings;
 using stiltforge::slicing::SlicingError;
 
-constexpr std::size_t mostPixels = 1 << 18;
+constexpr std::size_t mostPixels = 1 << 15;
 
 double readSetting(FuzzedDataProvider& input, double usual) {
   switch (input.ConsumeIntegralInRange(0, 5)) {

@@ -175,6 +175,15 @@ TEST_F(PoissonTest, PlacesNothingInASupportedGroup) {
   EXPECT_EQ(group().maxScore, 0.0f);
 }
 
+TEST_F(PoissonTest, NeverEnlargesAnIslandWithoutCandidates) {
+  Poisson::maxSupportRadiusInIsland = -1.0f;
+  place(filledBox(3, 2), 255);
+  Poisson generator = poisson(2);
+  generator.isIsland = true;
+  EXPECT_EQ(generator.generateSupports(), 0u);
+  EXPECT_EQ(group().pixelStrength, 2.0f * 20.0f / 6.0f) << "that of the only pass";
+}
+
 TEST_F(PoissonTest, ScoresBlueAndGreenByTheirParts) {
   place({"##"}, 51, 102);
   Poisson::strokePart = Poisson::anglePart = 0.5f;

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <chrono>
 #include <set>
 #include <stdexcept>
 #include <string>
@@ -97,6 +98,27 @@ TEST(WorkerCount, SpreadsALoopOverSeveralThreads) {
     while (arrived < 3) std::this_thread::yield();
   });
   EXPECT_EQ(arrived, 3);
+  workers::setCount(usual);
+}
+
+TEST(WorkerCount, PrefersTheFailureOfTheLowestIndexOverAnEarlierOne) {
+  const int usual = workers::count();
+  workers::setCount(3);
+  std::atomic<bool> failedFirst{false};
+  try {
+    workers::parallelFor(2, [&](std::size_t i) {
+      if (i == 1) {
+        failedFirst = true;
+        throw std::runtime_error("1");
+      }
+      while (!failedFirst) std::this_thread::yield();
+      std::this_thread::sleep_for(std::chrono::milliseconds(20));
+      throw std::runtime_error("0");
+    });
+    FAIL() << "nothing was thrown";
+  } catch (const std::runtime_error& error) {
+    EXPECT_STREQ(error.what(), "0");
+  }
   workers::setCount(usual);
 }
 
