@@ -92,8 +92,11 @@ async function captionedTile(
     ${label(title, padding, 22, { size: 16 })}
     ${label(meaning, padding, 43, { size: 13, colour: '#5b6b7b' })}
     <g transform="translate(${left} ${top})">${rings}</g></svg>`;
+  // White pixels and transparent ones must both be told from the sheet.
+  const backdrop = { create: { width, height, channels: 3 as const, background: '#93a5b6' } };
   return sharp({ create: { ...tile, channels: 3, background: '#f8fafb' } })
     .composite([
+      { input: await sharp(backdrop).png().toBuffer(), left, top },
       { input, left, top },
       { input: Buffer.from(overlay), left: 0, top: 0 },
     ])

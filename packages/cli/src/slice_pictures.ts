@@ -39,7 +39,7 @@ export async function slicePictures(
     for await (const result of analysis.run(slices, { signal })) {
       const layer = layers[tiles.length];
       tiles.push({
-        name: `slices/layer_${String(layer).padStart(5, '0')}.png`,
+        name: `slices/${tiles.length + 1}.png`,
         png: await pictureOf(layer, result, tally, print),
       });
     }
