@@ -171,6 +171,7 @@ TEST_F(FloodFillTest, RefusesMaterialBeyondTheMarkers) {
   segment({"..", ".."});
   EXPECT_THROW(segment({"...", "...", "..#"}), std::out_of_range);
   EXPECT_EQ(layers.size(), 1u);
+  EXPECT_THROW(segment({"....#"}), std::out_of_range);
   EXPECT_EQ(segment({"#..", "...", "..."}).groupCount, 1u) << "background there is no offence";
 }
 
