@@ -4,7 +4,7 @@ import { tmpdir } from 'node:os';
 import { join } from 'node:path';
 import { after, before, test } from 'node:test';
 import { loadMesh } from '../dist/mesh/load.js';
-import { binaryStl, box, obj, textPly, textStl, threeMf } from './meshes.mjs';
+import { binaryPly, binaryStl, box, obj, textPly, textStl, threeMf } from './meshes.mjs';
 
 let folder;
 before(async () => {
@@ -36,6 +36,7 @@ for (const [name, content] of [
   ['text.stl', textStl(cube)],
   ['cube.obj', obj(cube)],
   ['cube.ply', textPly(cube)],
+  ['binary.ply', binaryPly(cube)],
   ['cube.3mf', threeMf(cube)],
 ]) {
   test(`${name}: every triangle keeps its corners and their order`, async () => {
@@ -66,6 +67,29 @@ test('a 3MF is read with the transforms of its build items and in its unit', asy
   inches.forEach((value, i) => {
     assert.ok(Math.abs(value - 25.4 * corners[i]) < 1e-3);
   });
+});
+
+test('a mirrored build item keeps its fronts outside', async () => {
+  const mirrored = await load(
+    'mirrored.3mf',
+    threeMf(cube, { transform: [-1, 0, 0, 0, 1, 0, 0, 0, 1, 0, 0, 0] }),
+  );
+  let volume = 0;
+  for (let i = 0; i < mirrored.length; i += 9) {
+    const [ax, ay, az, bx, by, bz, cx, cy, cz] = mirrored.subarray(i, i + 9);
+    volume += ax * (by * cz - bz * cy) + ay * (bz * cx - bx * cz) + az * (bx * cy - by * cx);
+  }
+  assert.equal(volume / 6, 3 * 4 * 5);
+});
+
+test('reading a 3MF leaves no browser interface behind', async () => {
+  await load('part.3mf', threeMf(cube));
+  assert.equal(globalThis.DOMParser, undefined);
+});
+
+test('an OBJ with quads and negative indices becomes triangles', async () => {
+  const mesh = await load('quad.obj', 'v 0 0 0\nv 1 0 0\nv 1 1 0\nv 0 1 1\nf -4 -3 -2 -1\n');
+  assert.deepEqual([...mesh], [0, 0, 0, 1, 0, 0, 1, 1, 0, 0, 0, 0, 1, 1, 0, 0, 1, 1]);
 });
 
 test('a file that is missing is named', async () => {
@@ -115,3 +139,21 @@ test('a mesh without triangles or without volume is refused', async () => {
 
 test('an OBJ face that names a vertex that is not there is refused', () =>
   refused('index.obj', 'v 0 0 0\nv 1 0 0\nv 0 1 1\nf 1 2 9\n', /line 4.*3 vertices precede it/));
+
+test('numbers that are cut off or none are refused, with the line', async () => {
+  await refused('line.stl', textStl(cube).slice(0, 60), /line \d of the text STL has a vertex/);
+  await refused('nan.stl', textStl(cube).replace('vertex 1 ', 'vertex nan '), /line 4 of/);
+  await refused('line.obj', 'v 0 0 0\nv 1 0\n', /line 2 has a vertex without three numbers/);
+});
+
+test('a PLY that can only be read in part is refused', async () => {
+  await refused('cut.ply', binaryPly(cube).subarray(0, 300), /ends in vertex \d+ of the 36/);
+  await refused('head.ply', 'ply\nformat ascii 1.0\n', /no "end_header"/);
+  const pentagon = textPly(cube).replace('\n3 0 1 2', '\n5 0 1 2 3 4');
+  await refused('pentagon.ply', pentagon, /face 0 has 5 corners/);
+});
+
+test('a zip archive that is no 3MF is refused', () => {
+  const end = `PK\x05\x06${'\0'.repeat(18)}`;
+  return refused('other.3mf', Buffer.from(`PK\x03\x04....${end}`, 'latin1'), /can't be read/);
+});

@@ -27,6 +27,29 @@ export function table() {
   ];
 }
 
+/** A foot on the plate and, beside it, a block that hangs in the air from 2 mm on: an island. */
+export function footAndIsland() {
+  return [...box([0, 0, 0], [4, 4, 3]), ...box([6, 0, 2], [10, 4, 3])];
+}
+
+/** A foot on the plate and, beside it, a steep spike that points down: its tip is a single pixel. */
+export function footAndSpike() {
+  const tip = [8, 2, 1];
+  const [a, b, c, d] = [
+    [7, 1, 4],
+    [9, 1, 4],
+    [9, 3, 4],
+    [7, 3, 4],
+  ];
+  const sides = [
+    [tip, b, a],
+    [tip, c, b],
+    [tip, d, c],
+    [tip, a, d],
+  ];
+  return [...box([0, 0, 0], [4, 4, 4]), ...sides, [a, b, c], [a, c, d]];
+}
+
 export function binaryStl(triangles) {
   const bytes = Buffer.alloc(84 + 50 * triangles.length);
   bytes.writeUInt32LE(triangles.length, 80);
@@ -65,6 +88,21 @@ export function textPly(triangles) {
   const vertices = triangles.flat().map((c) => c.join(' '));
   const faces = triangles.map((_, i) => `3 ${3 * i} ${3 * i + 1} ${3 * i + 2}`);
   return `${[...header, ...vertices, ...faces].join('\n')}\n`;
+}
+
+export function binaryPly(triangles) {
+  const [header] = textPly(triangles).split('end_header\n');
+  const vertices = Buffer.alloc(36 * triangles.length);
+  triangles.flat(2).forEach((value, i) => {
+    vertices.writeFloatLE(value, 4 * i);
+  });
+  const faces = Buffer.alloc(13 * triangles.length);
+  triangles.forEach((_, i) => {
+    faces.writeUInt8(3, 13 * i);
+    for (let k = 0; k < 3; k++) faces.writeInt32LE(3 * i + k, 13 * i + 1 + 4 * k);
+  });
+  const head = `${header.replace('ascii', 'binary_little_endian')}end_header\n`;
+  return Buffer.concat([Buffer.from(head), vertices, faces]);
 }
 
 /** A 3MF package with one object; `transform` is the build item's, twelve numbers or none. */
