@@ -10,7 +10,8 @@
 namespace stiltforge::digest {
 
 // FNV-1a, 64 bits (G. Fowler, L. C. Noll, K.-P. Vo), over the bytes of values, low byte first on
-// every machine. Floats count by their bits, but every NaN is the same: its sign is the processor's.
+// every machine. Floats count by their bits, but every NaN is the same: its sign is the
+// processor's.
 class Digest {
  public:
   template <typename T>
