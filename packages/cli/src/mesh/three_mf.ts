@@ -56,9 +56,10 @@ function hasZipDirectory(bytes: Uint8Array): boolean {
 function provideDomParser(parsed: (document: Document) => void): () => void {
   const global = globalThis as { DOMParser?: unknown };
   const before = global.DOMParser;
+  const tables = new RowTables();
   global.DOMParser = class {
     parseFromString(text: string, type: string): Document {
-      const document = new XmlParser().parseFromString(text, type);
+      const document = new XmlParser().parseFromString(tables.takeFrom(text), type);
       parsed(document);
       return document;
     }
@@ -66,7 +67,8 @@ function provideDomParser(parsed: (document: Document) => void): () => void {
   const prototypes = [Element.prototype, Document.prototype] as unknown as Selecting[];
   for (const prototype of prototypes) {
     prototype.querySelectorAll = function (selector) {
-      return descendants(this, selector.split(' '));
+      const tags = selector.split(' ');
+      return tables.rowsOf(this, tags) ?? descendants(this, tags);
     };
     prototype.querySelector = function (selector) {
       return descendants(this, selector.split(' '))[0] ?? null;
@@ -82,8 +84,71 @@ function provideDomParser(parsed: (document: Document) => void): () => void {
   };
 }
 
+/**
+ * The long lists of a mesh, kept out of the document: a million triangles as elements would take more
+ * memory than a process has.
+ */
+class RowTables {
+  private readonly tables: Row[][] = [];
+  private static readonly rowTags: Record<string, string> = {
+    vertices: 'vertex',
+    triangles: 'triangle',
+  };
+
+  /** The text with each list replaced by an empty element that names it. */
+  takeFrom(text: string): string {
+    const kept: string[] = [];
+    let end = 0;
+    const opening = /<(vertices|triangles)\b[^>]*?(\/?)>/g;
+    for (let match = opening.exec(text); match !== null; match = opening.exec(text)) {
+      const [tag, list, selfClosed] = match;
+      const close = text.indexOf(`</${list}>`, opening.lastIndex);
+      if (selfClosed !== '' || close === -1) continue;
+      const rows = text.slice(match.index + tag.length, close);
+      kept.push(text.slice(end, match.index), `<${list} table="${this.tables.length}"/>`);
+      this.tables.push(rowsIn(rows, RowTables.rowTags[list]));
+      end = close + list.length + 3;
+      opening.lastIndex = end;
+    }
+    return kept.join('') + text.slice(end);
+  }
+
+  /** The rows of the lists below `root`, if the selector asks for rows. */
+  rowsOf(root: Node, [list, row]: string[]): Row[] | undefined {
+    if (row === undefined || RowTables.rowTags[list] !== row) return undefined;
+    return descendants(root, [list]).flatMap(
+      (element) => this.tables[Number((element as Element).getAttribute('table') ?? -1)] ?? [],
+    );
+  }
+}
+
+function rowsIn(text: string, tag: string): Row[] {
+  const rows: Row[] = [];
+  const element = new RegExp(`<${tag}\\b[^>]*>`, 'g');
+  for (let match = element.exec(text); match !== null; match = element.exec(text)) {
+    rows.push(new Row(match[0]));
+  }
+  return rows;
+}
+
+/** As much of an element as the loader asks of a vertex or a triangle. */
+class Row {
+  private static readonly attributes = new Map<string, RegExp>();
+
+  constructor(private readonly tag: string) {}
+
+  getAttribute(name: string): string | null {
+    let attribute = Row.attributes.get(name);
+    if (attribute === undefined) {
+      attribute = new RegExp(`\\s${name}\\s*=\\s*["']([^"']*)["']`);
+      Row.attributes.set(name, attribute);
+    }
+    return attribute.exec(this.tag)?.[1] ?? null;
+  }
+}
+
 interface Selecting extends Node {
-  querySelectorAll?(selector: string): Node[];
+  querySelectorAll?(selector: string): (Node | Row)[];
   querySelector?(selector: string): Node | null;
 }
 
