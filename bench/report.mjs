@@ -87,16 +87,18 @@ const growthLabels = {
 
 /** What a pixel costs on larger screens, as a multiple of its cost on the smallest. */
 function growthRows(times, sizes) {
-  const perPixel = (what, size) =>
-    (1e6 * times.get(`${what}-cold/bunny-${size.name}`).wall) / (size.width * size.height);
-  const ns = (value) => `${format(value)} ns`;
+  const perPixel = (what, size) => {
+    const { wall, processor } = times.get(`${what}-cold/bunny-${size.name}`);
+    const scale = 1e6 / (size.width * size.height);
+    const text = `${format(scale * wall)} ns (processor ${format(scale * processor)} ns)`;
+    return [scale * wall, text];
+  };
   return ['segment', 'segment-buffers', 'memcpy'].flatMap((what) =>
     sizes.slice(1).map((size) => {
-      const [small, large] = [perPixel(what, sizes[0]), perPixel(what, size)];
       return quotient(
         `a pixel at ${size.name} / a pixel at ${sizes[0].name}, caches empty: ${growthLabels[what]}`,
-        [large, ns(large)],
-        [small, ns(small)],
+        perPixel(what, size),
+        perPixel(what, sizes[0]),
         what === 'memcpy' ? undefined : atMost(1.1),
       );
     }),
