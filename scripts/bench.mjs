@@ -2,6 +2,7 @@
 //   npm run bench                      everything, about ten minutes
 //   npm run bench -- --quick           small samples, about two minutes
 //   npm run bench -- --stack FILE      also slices of an archive (a zip of PNG layers); repeatable
+//   npm run bench -- --write           also puts the table into docs/performance.md
 // The variable STILTFORGE_BENCH_STACKS may name archives too, separated as in PATH.
 import { execFileSync, spawnSync } from 'node:child_process';
 import { mkdtempSync, readFileSync, rmSync, writeFileSync } from 'node:fs';
@@ -21,6 +22,7 @@ const screens = [
 const { values: options } = parseArgs({
   options: {
     quick: { type: 'boolean', default: false },
+    write: { type: 'boolean', default: false },
     stack: { type: 'string', multiple: true, default: [] },
   },
 });
@@ -149,10 +151,14 @@ const commit = execFileSync('git', ['rev-parse', '--short', 'HEAD'], {
   cwd: root,
   encoding: 'utf8',
 });
-console.log(
+const machine =
   `${cpus()[0].model}, ${availableParallelism()} cores, Node ${process.versions.node}, commit ` +
-    `${commit.trim()}, load ${loadavg()[0].toFixed(1)}${quick ? ', quick' : ''}\n`,
-);
-const table = tableOf(rowsOf(measured));
-console.log(table);
-writeFileSync(join(buildFolder, 'table.md'), `${table}\n`);
+  `${commit.trim()}, load ${loadavg()[0].toFixed(1)}${quick ? ', quick' : ''}`;
+const report = `${machine}\n\n${tableOf(rowsOf(measured))}\n`;
+console.log(report);
+if (options.write) {
+  const page = join(root, 'docs/performance.md');
+  const heading = '## Results\n';
+  const [method] = readFileSync(page, 'utf8').split(heading);
+  writeFileSync(page, `${method}${heading}\n${report}`);
+}
