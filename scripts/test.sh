@@ -12,7 +12,7 @@ echo "== C++ tests"
 ctest --test-dir build --output-on-failure --parallel 2 --progress
 
 echo "== JavaScript tests"
-node --test --test-concurrency=2 "packages/*/test/*.test.mjs"
+node --test packages/*/test/*.test.mjs
 
 echo "== Formatting, lint, types"
 npm run --silent lint
