@@ -44,7 +44,7 @@ fi
 
 if [ ! -f node_modules/.package-lock.json ] || [ package-lock.json -nt node_modules/.package-lock.json ]; then
   echo "setup: installing npm packages"
-  npm ci --silent
+  npm ci --loglevel error
   # npm keeps the old time stamp when nothing had to change.
   touch node_modules/.package-lock.json
 fi
