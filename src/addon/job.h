@@ -13,7 +13,7 @@ struct Environment;
 /// in the order of the calls.
 class Job : public Napi::AsyncWorker {
  public:
-  Job(const Napi::Function& callback, std::shared_ptr<Environment> environment);
+  Job(const Napi::Function& callback, std::shared_ptr<Environment> owner);
   ~Job() override;
 
   /// What it works on, as the subject of a sentence: "the slice with layerIndex 7".

@@ -48,16 +48,16 @@ std::string Console::hex(uint32_t value) {
   return text.str();
 }
 
-void Console::time(std::string name) {
+void Console::time(const std::string& name) {
   timeMap[name] = Clock::now();
 }
 
-void Console::timeStep(std::string name) {
+void Console::timeStep(const std::string& name) {
   const Clock::time_point now = Clock::now();
   timeMapTotal[name] += secondsSince(timeMap[name], now);
 }
 
-double Console::timeEnd(std::string name, std::string unit) {
+double Console::timeEnd(const std::string& name, const std::string& unit) {
   const Clock::time_point now = Clock::now();
   if (timeMap.count(name) == 0) std::cout << name << ": none" << std::endl;
   const auto total = timeMapTotal.find(name);

@@ -25,14 +25,14 @@ class Console {
   static std::string hex(uint32_t value);
 
   /// Starts, or restarts, the stopwatch of that name.
-  static void time(std::string name);
+  static void time(const std::string& name);
   /// Adds the time since the start to the stopwatch's total; the start stays.
-  static void timeStep(std::string name);
+  static void timeStep(const std::string& name);
   /// Prints "name: time unit" with the total, or without steps the time since the start, forgets
   /// the stopwatch and returns what it printed. Units: "ms"; "ns", which counts microseconds;
   /// anything else is seconds. An unknown name prints "name: none" first and measures from the
   /// clock's epoch.
-  static double timeEnd(std::string name, std::string unit);
+  static double timeEnd(const std::string& name, const std::string& unit);
 };
 
 }  // namespace stiltforge

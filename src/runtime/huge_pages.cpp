@@ -16,9 +16,8 @@ void preferHugePages(void* block, std::size_t size) {
   if (size < 2 * hugePage) return;
   static const auto page = static_cast<std::uintptr_t>(sysconf(_SC_PAGESIZE));
   const auto start = reinterpret_cast<std::uintptr_t>(block);
-  const std::uintptr_t first = (start + page - 1) / page * page;
-  const std::uintptr_t last = (start + size) / page * page;
-  madvise(reinterpret_cast<void*>(first), last - first, MADV_HUGEPAGE);
+  const std::uintptr_t skipped = (page - start % page) % page;
+  madvise(static_cast<char*>(block) + skipped, (size - skipped) / page * page, MADV_HUGEPAGE);
 }
 
 #else

@@ -36,7 +36,7 @@ class thread_pool {
     auto packaged = std::make_shared<std::packaged_task<Result(int)>>(std::forward<F>(f));
     auto task = std::make_unique<Task>([packaged](int worker) { (*packaged)(worker); });
     taskQueue.push(task.get());
-    task.release();
+    static_cast<void>(task.release());
     std::lock_guard<std::mutex> lock(mutex);
     condition.notify_one();
     return packaged->get_future();

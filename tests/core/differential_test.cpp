@@ -14,7 +14,7 @@ namespace {
 
 // A longer hunt: STILTFORGE_STACKS=1000000 build/tests/core/core_test --gtest_filter=Differential*
 uint64_t stackCount() {
-  const char* wanted = std::getenv("STILTFORGE_STACKS");
+  const char* wanted = std::getenv("STILTFORGE_STACKS");  // NOLINT(concurrency-mt-unsafe)
   return wanted ? std::strtoull(wanted, nullptr, 10) : 3000;
 }
 

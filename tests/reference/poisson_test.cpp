@@ -199,7 +199,7 @@ TEST_F(PoissonTest, StampsTheConeOfAGhost) {
   Poisson p = poisson();
   p.fillSample(false);
   p.stampGhosts();
-  const auto sum = [&](int x, int y) { return group().samples[size_t(y * 6 + x)]->ghostSum; };
+  const auto sum = [&](int x, int y) { return group().samples[y * 6 + x]->ghostSum; };
   EXPECT_EQ(sum(3, 2), 255.0f);
   EXPECT_EQ(sum(2, 2), 127.0f) << "127.5 cut to a byte";
   EXPECT_EQ(sum(4, 3), 74.0f);

@@ -34,7 +34,8 @@ TEST(StackGenerator, KeepsToThePixelContractAndItsLimits) {
     ASSERT_EQ(stack.parameters.size(), 28u);
     ASSERT_TRUE(stack.width >= 1 && stack.width <= 96);
     ASSERT_TRUE(stack.height >= 1 && stack.height <= 96);
-    ASSERT_TRUE(stack.slices.size() >= 1 && stack.slices.size() <= 8);
+    ASSERT_GE(stack.slices.size(), 1u);
+    ASSERT_LE(stack.slices.size(), 8u);
     for (const auto& slice : stack.slices) {
       ASSERT_EQ(slice.size(), size_t{4} * stack.width * stack.height);
       for (size_t i = 0; i < slice.size(); i += 4) {
