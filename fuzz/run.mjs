@@ -3,6 +3,7 @@
 //   npm run fuzz -- --minutes 15        each target for a quarter of an hour
 //   npm run fuzz -- --seconds 60        a smoke run
 //   npm run fuzz -- --only analysis     one target
+//   npm run fuzz -- --seed 7            starts all generators from this number
 //
 // What libFuzzer learns stays in build/fuzz/corpus and starts the next run; fuzz/seeds is never
 // written to. Findings go to build/fuzz/findings. Exits with 1 when there is one.
@@ -24,18 +25,25 @@ const { values } = parseArgs({
     minutes: { type: 'string' },
     seconds: { type: 'string' },
     only: { type: 'string' },
+    seed: { type: 'string' },
     help: { type: 'boolean' },
   },
 });
 if (values.help) {
-  console.log(`usage: npm run fuzz -- [--minutes N | --seconds N] [--only TARGET]
+  console.log(`usage: npm run fuzz -- [--minutes N | --seconds N] [--only TARGET] [--seed N]
 Runs each of ${[...libFuzzerTargets, ...scripts].join(', ')} for the given time, by default
-60 seconds, two at a time, and prints how much each has executed.`);
+60 seconds, two at a time, and prints how much each has executed. The seed, a whole number above 0,
+is chosen at random when none is given.`);
   process.exit(0);
 }
 const seconds = values.minutes ? Number(values.minutes) * 60 : Number(values.seconds ?? 60);
 if (!(seconds > 0)) {
   console.error('fuzz: --minutes and --seconds take a number above 0');
+  process.exit(2);
+}
+const seed = Number(values.seed ?? 1 + (Date.now() % 1_000_000));
+if (!Number.isInteger(seed) || seed < 1 || seed >= 2 ** 32) {
+  console.error('fuzz: --seed takes a whole number above 0 and below 2^32');
   process.exit(2);
 }
 const wanted = (name) => values.only === undefined || values.only === name;
@@ -55,6 +63,7 @@ function libFuzzerJob(name) {
     command: `${buildFolder}/fuzz/fuzz_${name}`,
     args: [
       `-max_total_time=${Math.ceil(seconds)}`,
+      `-seed=${seed}`,
       `-rss_limit_mb=${memoryLimitMb}`,
       `-timeout=${secondsPerInput}`,
       `-artifact_prefix=${findings}/${name}-`,
@@ -74,7 +83,7 @@ function scriptJob(name) {
   return {
     name,
     command: process.execPath,
-    args: [`${root}fuzz/${name}.mjs`, '--seconds', String(seconds)],
+    args: [`${root}fuzz/${name}.mjs`, '--seconds', String(seconds), '--seed', String(seed)],
     summary: (output) => output.trim().split('\n').at(-1),
   };
 }

@@ -1,6 +1,7 @@
 // Runs the tests under the address, undefined behaviour, leak and thread sanitizers.
 
 import { execFileSync, spawnSync } from 'node:child_process';
+import { readdirSync } from 'node:fs';
 import { availableParallelism } from 'node:os';
 import { fileURLToPath } from 'node:url';
 import { parseArgs } from 'node:util';
@@ -88,7 +89,9 @@ function runJavaScriptTests() {
     process.execPath,
     '--test',
     `--test-concurrency=${jobs}`,
-    'packages/stiltforge/test/*.test.mjs',
+    ...readdirSync(`${root}packages/stiltforge/test`)
+      .filter((name) => name.endsWith('.test.mjs'))
+      .map((name) => `packages/stiltforge/test/${name}`),
   );
 }
 

@@ -16,6 +16,7 @@ ResultBuffer::ResultBuffer(Napi::Env env, const Environment& environment, std::s
                       .As<Napi::ArrayBuffer>();
     buffer = Napi::Persistent(environment.bufferFrom.Call({memory}).As<Napi::Object>());
     bytes = static_cast<uint8_t*>(memory.Data());
+    preferHugePages(bytes, size);
   } catch (const Napi::Error&) {
     throw std::bad_alloc();
   }

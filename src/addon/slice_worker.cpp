@@ -34,11 +34,11 @@ void returnFreedPages() {
 #endif
 }
 
-void copyBytes(uint8_t* to, const void* from, std::size_t size) {
+void copyBytes(void* to, const void* from, std::size_t size) {
   constexpr std::size_t block = std::size_t{1} << 20;
   workers::parallelFor((size + block - 1) / block, [&](std::size_t i) {
     const std::size_t start = i * block;
-    std::memcpy(to + start, static_cast<const uint8_t*>(from) + start,
+    std::memcpy(static_cast<uint8_t*>(to) + start, static_cast<const uint8_t*>(from) + start,
                 std::min(block, size - start));
   });
 }
@@ -97,7 +97,7 @@ SliceWorker::SliceWorker(const Napi::Function& callback, std::shared_ptr<Environ
   layer.width = width;
   layer.height = height;
   layer.pixelBuffer = takePixels(count);
-  if (count != 0) std::memcpy(layer.pixelBuffer.data(), pixels, count * sizeof(uint32_t));
+  copyBytes(layer.pixelBuffer.data(), pixels, count * sizeof(uint32_t));
   if (needBuffer) {
     const Napi::Env env = callback.Env();
     buffers = Buffers{
