@@ -11,6 +11,7 @@
 #include "addon/environment.h"
 #include "addon/layer_result.h"
 #include "analysis/support_inheritance.h"
+#include "runtime/scratch_vector.h"
 #include "runtime/worker_pool.h"
 #include "support/poisson.h"
 
@@ -60,6 +61,7 @@ void SliceWorker::freeModel() {
   scratch = SliceScratch{};
   if (layers.empty()) return;
   for (Layer& husk : layers) husk = Layer{};
+  scratch_memory::release();
   modelFreed = true;
   returnFreedPages();
 }

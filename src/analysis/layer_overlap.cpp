@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <vector>
 
+#include "runtime/scratch_vector.h"
 #include "runtime/worker_pool.h"
 
 namespace stiltforge {
@@ -55,7 +56,7 @@ RunCursor seek(const Layer& layer, uint64_t index) {
 }
 
 void intersectRows(const Layer& layer, const Layer& below, uint32_t firstRow, uint32_t endRow,
-                   std::vector<SharedPixels>& shared) {
+                   ScratchVector<SharedPixels>& shared) {
   RunCursor upper{&layer, layer.rowRuns[firstRow], firstRow};
   upper.settle();
   const uint32_t lastRun = layer.rowRuns[endRow];
@@ -84,24 +85,25 @@ void intersectRows(const Layer& layer, const Layer& below, uint32_t firstRow, ui
 
 // Stable counting sort by one of the two labels.
 template <typename Key>
-void sortByLabel(std::vector<SharedPixels>& shared, std::size_t labels, Key key) {
-  std::vector<uint32_t> next(labels + 1, 0);
+void sortByLabel(ScratchVector<SharedPixels>& shared, std::size_t labels, Key key) {
+  if (std::ranges::is_sorted(shared, {}, key)) return;
+  ScratchVector<uint32_t> next(labels + 1, 0);
   for (const SharedPixels& s : shared) ++next[key(s) + 1];
   for (std::size_t i = 0; i < labels; ++i) next[i + 1] += next[i];
-  std::vector<SharedPixels> sorted(shared.size());
+  ScratchVector<SharedPixels> sorted(shared.size());
   for (const SharedPixels& s : shared) sorted[next[key(s)]++] = s;
   shared = std::move(sorted);
 }
 
-std::vector<SharedPixels> sharedPixels(const Layer& layer, const Layer& below) {
+ScratchVector<SharedPixels> sharedPixels(const Layer& layer, const Layer& below) {
   const std::size_t tasks = std::clamp<std::size_t>(layer.runs.size() / runsPerTask + 1, 1,
                                                     std::max<std::size_t>(layer.height, 1));
-  std::vector<std::vector<SharedPixels>> parts(tasks);
+  std::vector<ScratchVector<SharedPixels>> parts(tasks);
   workers::parallelFor(tasks, [&](std::size_t t) {
     intersectRows(layer, below, static_cast<uint32_t>(layer.height * t / tasks),
                   static_cast<uint32_t>(layer.height * (t + 1) / tasks), parts[t]);
   });
-  std::vector<SharedPixels> shared = std::move(parts[0]);
+  ScratchVector<SharedPixels> shared = std::move(parts[0]);
   for (std::size_t t = 1; t < tasks; ++t) {
     shared.insert(shared.end(), parts[t].begin(), parts[t].end());
   }
@@ -111,7 +113,7 @@ std::vector<SharedPixels> sharedPixels(const Layer& layer, const Layer& below) {
 }  // namespace
 
 void relateToLayerBelow(Layer& layer, const Layer& below) {
-  std::vector<SharedPixels> shared = sharedPixels(layer, below);
+  ScratchVector<SharedPixels> shared = sharedPixels(layer, below);
   sortByLabel(shared, below.groups.size(), [](const SharedPixels& s) { return s.lower; });
   sortByLabel(shared, layer.groups.size(), [](const SharedPixels& s) { return s.group; });
 

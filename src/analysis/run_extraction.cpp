@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "analysis/solid_mask.h"
+#include "runtime/scratch_vector.h"
 #include "runtime/worker_pool.h"
 
 namespace stiltforge {
@@ -13,13 +14,16 @@ namespace {
 
 // A band of a 4K slice fits the second-level cache, so the channels are read from there.
 constexpr std::size_t pixelsPerBand = std::size_t{1} << 16;
-// With more runs than one for so many pixels, a whole row is cheaper than run by run.
 constexpr uint32_t pixelsPerRunWhenDense = 32;
+
+bool isDense(std::size_t runs, uint32_t width) {
+  return runs > width / pixelsPerRunWhenDense;
+}
 
 struct Band {
   uint32_t firstRow = 0;
   uint32_t endRow = 0;
-  std::vector<SolidRun> runs;
+  ScratchVector<SolidRun> runs;
 };
 
 // The columns at which material begins and ends, in turn; returns how many. Writes no more than the
@@ -69,22 +73,26 @@ void extractBand(Layer& layer, Band& band, bool clearBackground) {
     solidMasks(pixels, width, masks.data());
     const std::size_t runCount = findEdges(masks.data(), width, edges.data()) / 2;
     layer.rowRuns[y + 1] = static_cast<uint32_t>(runCount);
-    const bool isDense = runCount > width / pixelsPerRunWhenDense;
-    if (isDense) splitSolidChannels(pixels, width, blue, green);
+    const bool dense = isDense(runCount, width);
+    if (dense) splitSolidChannels(pixels, width, blue, green);
     uint32_t cleared = 0;
     for (std::size_t r = 0; r < runCount; ++r) {
       const SolidRun run{edges[2 * r], edges[2 * r + 1], 0};
       band.runs.push_back(run);
-      if (isDense) continue;
+      if (dense) continue;
       if (clearBackground) std::memset(blue + cleared, 0, run.begin - cleared);
       splitChannels(pixels + run.begin, run.end - run.begin, blue + run.begin, green + run.begin);
       cleared = run.end;
     }
-    if (clearBackground && !isDense) std::memset(blue + cleared, 0, width - cleared);
+    if (clearBackground && !dense) std::memset(blue + cleared, 0, width - cleared);
   }
 }
 
 }  // namespace
+
+bool isDenseRow(const Layer& layer, uint32_t y) {
+  return isDense(layer.rowRuns[y + 1] - layer.rowRuns[y], layer.width);
+}
 
 void extractRuns(Layer& layer, bool clearBackground) {
   const uint32_t height = layer.width == 0 ? 0 : layer.height;

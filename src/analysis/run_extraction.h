@@ -9,4 +9,8 @@ namespace stiltforge {
 /// `clearBackground` the rest of supportedPixels becomes 0.
 void extractRuns(Layer& layer, bool clearBackground);
 
+/// Whether row y has so many runs that a whole row is cheaper than run by run. Its supportedPixels
+/// are defined, 0, over background too.
+bool isDenseRow(const Layer& layer, uint32_t y);
+
 }  // namespace stiltforge

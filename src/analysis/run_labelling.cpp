@@ -4,6 +4,7 @@
 #include <utility>
 #include <vector>
 
+#include "runtime/scratch_vector.h"
 #include "runtime/worker_pool.h"
 
 namespace stiltforge {
@@ -17,16 +18,23 @@ constexpr uint32_t unlabelled = 0xFFFFFFFF;
 // a root is the smallest label of its set, so it stands for the component's first run.
 class LabelSets {
  public:
-  uint32_t add() {
-    parent_.push_back(static_cast<uint32_t>(parent_.size()));
-    return parent_.back();
-  }
-  uint32_t root(uint32_t label) {
-    while (parent_[label] != label) {
-      parent_[label] = parent_[parent_[label]];
-      label = parent_[label];
+  LabelSets() = default;
+  explicit LabelSets(std::size_t size) : parent_(size), size_(size) {}
+
+  std::size_t size() const { return size_; }
+
+  // Gives every unlabelled run a label of its own.
+  void labelRest(SolidRun* run, const SolidRun* end) {
+    const auto runs = static_cast<std::size_t>(end - run);
+    if (size_ + runs > parent_.size()) parent_.resize(std::max(2 * parent_.size(), size_ + runs));
+    for (; run != end; ++run) {
+      // Without a branch: in noise it would be wrong half of the time.
+      const auto next = static_cast<uint32_t>(size_);
+      const bool isNew = run->group == unlabelled;
+      parent_[next] = next;
+      run->group = isNew ? next : run->group;
+      size_ += isNew;
     }
-    return label;
   }
   void unite(uint32_t a, uint32_t b) {
     a = root(a);
@@ -35,22 +43,76 @@ class LabelSets {
   }
   // Lets every label point to its root; parents are smaller, so one pass upwards does.
   void flatten() {
-    for (uint32_t& parent : parent_) parent = parent_[parent];
+    for (std::size_t i = 0; i < size_; ++i) parent_[i] = parent_[parent_[i]];
   }
   // Needs flatten() since the last change.
   uint32_t flatRoot(uint32_t label) const { return parent_[label]; }
-  std::size_t size() const { return parent_.size(); }
 
-  // Takes over the other's labels, shifted behind its own.
-  void append(const LabelSets& other) {
-    const auto offset = static_cast<uint32_t>(parent_.size());
-    for (const uint32_t parent : other.parent_) parent_.push_back(parent + offset);
+  // Puts the other's labels, shifted by `offset`, at that place among its own.
+  void put(uint32_t offset, const LabelSets& other) {
+    for (std::size_t i = 0; i < other.size_; ++i) parent_[offset + i] = other.parent_[i] + offset;
   }
 
  private:
-  std::vector<uint32_t> parent_;
+  uint32_t root(uint32_t label) {
+    while (parent_[label] != label) {
+      parent_[label] = parent_[parent_[label]];
+      label = parent_[label];
+    }
+    return label;
+  }
+
+  ScratchVector<uint32_t> parent_;
+  std::size_t size_ = 0;
 };
 
+// A run of one row and a run of the next: their indices in Layer::runs.
+struct Contact {
+  uint32_t upper = 0;
+  uint32_t lower = 0;
+};
+
+// A list that is written to ahead of its end.
+struct Contacts {
+  ScratchVector<Contact> list;
+  std::size_t size = 0;
+
+  Contact* room(std::size_t more) {
+    if (size + more > list.size()) list.resize(std::max(2 * list.size(), size + more));
+    return list.data() + size;
+  }
+};
+
+// Adds the runs of rows y - 1 and y that share a column to `touches` and those that meet at a
+// corner to `corners`, from left to right. Which of them a step finds is a toss-up in noise, so
+// each step writes both and keeps what is true.
+void compareRows(const Layer& layer, uint32_t y, Contacts& touches, Contacts& corners) {
+  const SolidRun* const runs = layer.runs.data();
+  uint32_t upper = layer.rowRuns[y - 1];
+  uint32_t lower = layer.rowRuns[y];
+  const uint32_t upperEnd = layer.rowRuns[y];
+  const uint32_t lowerEnd = layer.rowRuns[y + 1];
+  const std::size_t mostSteps = std::size_t{lowerEnd} - upper;
+  Contact* touch = touches.room(mostSteps);
+  Contact* corner = corners.room(mostSteps);
+  while (upper < upperEnd && lower < lowerEnd) {
+    const SolidRun& above = runs[upper];
+    const SolidRun& below = runs[lower];
+    *touch = {upper, lower};
+    *corner = {upper, lower};
+    touch += int{above.begin < below.end} & int{below.begin < above.end};
+    corner += int{above.begin == below.end} | int{below.begin == above.end};
+    // Past equal ends the successors start at least one pixel further on: neither run touches them.
+    const bool upperEndsFirst = above.end <= below.end;
+    const bool lowerEndsFirst = below.end <= above.end;
+    upper += upperEndsFirst;
+    lower += lowerEndsFirst;
+  }
+  touches.size = static_cast<std::size_t>(touch - touches.list.data());
+  corners.size = static_cast<std::size_t>(corner - corners.list.data());
+}
+
+// A step from one component to another that leads into the same group, but not back.
 struct CornerLink {
   uint32_t from = 0;
   uint32_t to = 0;
@@ -60,74 +122,39 @@ struct CornerLink {
 struct Band {
   uint32_t firstRow = 0;
   uint32_t endRow = 0;
-  uint32_t labelOffset = 0;
   LabelSets sets;
-  std::vector<CornerLink> links;  // between components of the band
+  ScratchVector<CornerLink> links;  // between components of the band
+  uint32_t labelOffset = 0;         // of its labels among those of all bands
 };
 
-// Calls touch(upper, lower) for runs of rows y - 1 and y that share a column and corner(upper,
-// lower) for those that meet at a corner, from left to right.
-template <typename Touch, typename Corner>
-void compareRows(const Layer& layer, uint32_t y, Touch touch, Corner corner) {
-  const SolidRun* const runs = layer.runs.data();
-  uint32_t upper = layer.rowRuns[y - 1];
-  uint32_t lower = layer.rowRuns[y];
-  const uint32_t upperEnd = layer.rowRuns[y];
-  const uint32_t lowerEnd = layer.rowRuns[y + 1];
-  while (upper < upperEnd && lower < lowerEnd) {
-    const SolidRun& above = runs[upper];
-    const SolidRun& below = runs[lower];
-    if (above.begin < below.end && below.begin < above.end) {
-      touch(upper, lower);
-    } else if (above.begin == below.end || below.begin == above.end) {
-      corner(upper, lower);
-    }
-    // Past equal ends the successors start at least one pixel further on: neither run touches them.
-    const bool upperEndsFirst = above.end <= below.end;
-    const bool lowerEndsFirst = below.end <= above.end;
-    upper += upperEndsFirst;
-    lower += lowerEndsFirst;
-  }
-}
-
-// Keeps the links between different components, as links between their root labels.
-void linkRoots(const LabelSets& sets, std::vector<CornerLink>& links) {
-  std::size_t kept = 0;
-  for (const CornerLink& link : links) {
-    const CornerLink roots{sets.flatRoot(link.from), sets.flatRoot(link.to)};
-    links[kept] = roots;
-    kept += roots.from != roots.to;
-  }
-  links.resize(kept);
-}
-
 void labelBand(Layer& layer, Band& band) {
-  std::vector<CornerLink> contacts;  // of runs: the lower one may not be labelled yet
-  std::vector<SolidRun>& runs = layer.runs;
+  Contacts touches;
+  Contacts corners;
+  SolidRun* const runs = layer.runs.data();
   for (uint32_t y = band.firstRow; y < band.endRow; ++y) {
-    for (uint32_t r = layer.rowRuns[y]; r < layer.rowRuns[y + 1]; ++r) runs[r].group = unlabelled;
-    if (y > band.firstRow) {
-      compareRows(
-          layer, y,
-          [&](uint32_t upper, uint32_t lower) {
-            if (runs[lower].group == unlabelled) {
-              runs[lower].group = runs[upper].group;
-            } else if (runs[lower].group != runs[upper].group) {
-              band.sets.unite(runs[lower].group, runs[upper].group);
-            }
-          },
-          [&](uint32_t upper, uint32_t lower) {
-            contacts.push_back({upper, lower});
-          });
+    SolidRun* const rowBegin = runs + layer.rowRuns[y];
+    SolidRun* const rowEnd = runs + layer.rowRuns[y + 1];
+    std::for_each(rowBegin, rowEnd, [](SolidRun& run) { run.group = unlabelled; });
+    touches.size = 0;
+    if (y > band.firstRow) compareRows(layer, y, touches, corners);
+    // Backwards, so that the leftmost of the runs above gives its label.
+    for (std::size_t i = touches.size; i-- > 0;) {
+      runs[touches.list[i].lower].group = runs[touches.list[i].upper].group;
     }
-    for (uint32_t r = layer.rowRuns[y]; r < layer.rowRuns[y + 1]; ++r) {
-      if (runs[r].group == unlabelled) runs[r].group = band.sets.add();
+    for (std::size_t i = 0; i < touches.size; ++i) {
+      const uint32_t above = runs[touches.list[i].upper].group;
+      const uint32_t own = runs[touches.list[i].lower].group;
+      if (above != own) band.sets.unite(above, own);
     }
+    band.sets.labelRest(rowBegin, rowEnd);
   }
-  for (CornerLink& contact : contacts) contact = {runs[contact.from].group, runs[contact.to].group};
   band.sets.flatten();
-  linkRoots(band.sets, contacts);
-  band.links = std::move(contacts);
+  for (std::size_t i = 0; i < corners.size; ++i) {
+    const Contact& corner = corners.list[i];
+    const CornerLink link{band.sets.flatRoot(runs[corner.upper].group),
+                          band.sets.flatRoot(runs[corner.lower].group)};
+    if (link.from != link.to) band.links.push_back(link);
+  }
 }
 
 std::vector<Band> bandsOf(const Layer& layer) {
@@ -141,47 +168,102 @@ std::vector<Band> bandsOf(const Layer& layer) {
   return bands;
 }
 
-// Per component (by root label) the components that its corner links lead to, as one array with
-// offsets; empty when no link leaves its component.
-struct ComponentLinks {
-  std::vector<uint32_t> first;
-  std::vector<uint32_t> target;
-};
-
-ComponentLinks linkComponents(std::size_t labels, const std::vector<CornerLink>& links) {
-  ComponentLinks result;
-  if (links.empty()) return result;
-  result.first.assign(labels + 1, 0);
-  result.target.resize(links.size());
-  for (const CornerLink& link : links) ++result.first[link.from + 1];
-  for (std::size_t i = 0; i < labels; ++i) result.first[i + 1] += result.first[i];
-  std::vector<uint32_t> next(result.first.begin(), result.first.end() - 1);
-  for (const CornerLink& link : links) result.target[next[link.from]++] = link.to;
-  return result;
+// The labels of all bands, one band's after the other's.
+LabelSets joinLabels(std::vector<Band>& bands) {
+  std::size_t size = 0;
+  for (Band& band : bands) {
+    band.labelOffset = static_cast<uint32_t>(size);
+    size += band.sets.size();
+  }
+  LabelSets sets(size);
+  workers::parallelFor(bands.size(),
+                       [&](std::size_t b) { sets.put(bands[b].labelOffset, bands[b].sets); });
+  return sets;
 }
 
-// The group of every root label; the others' entries are 0.
-std::vector<uint32_t> collectGroups(const LabelSets& sets, const ComponentLinks& reachable,
-                                    uint32_t& groupCount) {
-  std::vector<uint32_t> groupOf(sets.size(), 0);
-  std::vector<uint32_t> open;
+// Unites what touches across the seams of the bands; returns the corner links across them.
+ScratchVector<CornerLink> joinSeams(const Layer& layer, const std::vector<Band>& bands,
+                                    LabelSets& sets) {
+  Contacts touches;
+  Contacts corners;
+  ScratchVector<CornerLink> links;
+  for (std::size_t b = 1; b < bands.size(); ++b) {
+    const auto labels = [&](const Contact& contact) {
+      return CornerLink{bands[b - 1].labelOffset + layer.runs[contact.upper].group,
+                        bands[b].labelOffset + layer.runs[contact.lower].group};
+    };
+    touches.size = corners.size = 0;
+    compareRows(layer, bands[b].firstRow, touches, corners);
+    for (std::size_t i = 0; i < touches.size; ++i) {
+      const CornerLink touch = labels(touches.list[i]);
+      sets.unite(touch.from, touch.to);
+    }
+    for (std::size_t i = 0; i < corners.size; ++i) links.push_back(labels(corners.list[i]));
+  }
+  return links;
+}
+
+// Corner links between root labels: a list for each band and one for the seams.
+using LinkLists = std::vector<ScratchVector<CornerLink>>;
+
+LinkLists linkRoots(std::vector<Band>& bands, ScratchVector<CornerLink> seams,
+                    const LabelSets& sets) {
+  LinkLists lists(bands.size() + 1);
+  lists.back() = std::move(seams);
+  const auto toRoots = [&](ScratchVector<CornerLink>& links, uint32_t offset) {
+    for (CornerLink& link : links) {
+      link = {sets.flatRoot(offset + link.from), sets.flatRoot(offset + link.to)};
+    }
+  };
+  toRoots(lists.back(), 0);
+  workers::parallelFor(bands.size(), [&](std::size_t b) {
+    lists[b] = std::move(bands[b].links);
+    toRoots(lists[b], bands[b].labelOffset);
+  });
+  return lists;
+}
+
+struct ComponentNode {
+  uint32_t group = 0;      // 0 while no group has taken it
+  uint32_t firstLink = 0;  // its links end where those of the next node begin
+};
+
+// The targets of the links, ordered by the component that they start from. There is one node more
+// than labels.
+ScratchVector<uint32_t> orderTargets(const LinkLists& lists, ScratchVector<ComponentNode>& nodes) {
+  for (const ScratchVector<CornerLink>& links : lists) {
+    for (const CornerLink& link : links) ++nodes[link.from].firstLink;
+  }
+  uint32_t end = 0;
+  for (ComponentNode& node : nodes) node.firstLink = end += node.firstLink;
+  ScratchVector<uint32_t> targets(end);
+  for (const ScratchVector<CornerLink>& links : lists) {
+    for (const CornerLink& link : links) targets[--nodes[link.from].firstLink] = link.to;
+  }
+  return targets;
+}
+
+// Sets the group of the nodes of all root labels; returns the number of groups.
+uint32_t collectGroups(const LabelSets& sets, const ScratchVector<uint32_t>& targets,
+                       ScratchVector<ComponentNode>& nodes) {
+  uint32_t groupCount = 0;
+  ScratchVector<uint32_t> open;
   for (uint32_t label = 0; label < sets.size(); ++label) {
-    if (sets.flatRoot(label) != label || groupOf[label] != 0) continue;
-    groupOf[label] = ++groupCount;
-    if (reachable.first.empty()) continue;
+    if (sets.flatRoot(label) != label || nodes[label].group != 0) continue;
+    nodes[label].group = ++groupCount;
     open.push_back(label);
     while (!open.empty()) {
       const uint32_t component = open.back();
       open.pop_back();
-      for (uint32_t k = reachable.first[component]; k < reachable.first[component + 1]; ++k) {
-        const uint32_t next = reachable.target[k];
-        if (groupOf[next] != 0) continue;
-        groupOf[next] = groupCount;
-        open.push_back(next);
+      for (uint32_t k = nodes[component].firstLink; k < nodes[component + 1].firstLink; ++k) {
+        ComponentNode& next = nodes[targets[k]];
+        if (next.group != 0) continue;
+        next.group = groupCount;
+        open.push_back(targets[k]);
       }
     }
   }
-  return groupOf;
+  return groupCount;
 }
 
 }  // namespace
@@ -191,44 +273,19 @@ uint32_t labelRuns(Layer& layer) {
   std::vector<Band> bands = bandsOf(layer);
   workers::parallelFor(bands.size(), [&](std::size_t b) { labelBand(layer, bands[b]); });
 
-  LabelSets sets;
-  for (Band& band : bands) {
-    band.labelOffset = static_cast<uint32_t>(sets.size());
-    sets.append(band.sets);
-  }
-  const auto labelOf = [&](const Band& band, uint32_t run) {
-    return band.labelOffset + layer.runs[run].group;
-  };
-  std::vector<CornerLink> links;
-  for (std::size_t b = 1; b < bands.size(); ++b) {
-    const Band& above = bands[b - 1];
-    const Band& below = bands[b];
-    compareRows(
-        layer, below.firstRow,
-        [&](uint32_t upper, uint32_t lower) {
-          sets.unite(labelOf(above, upper), labelOf(below, lower));
-        },
-        [&](uint32_t upper, uint32_t lower) {
-          links.push_back({labelOf(above, upper), labelOf(below, lower)});
-        });
-  }
-  for (const Band& band : bands) {
-    for (const CornerLink& link : band.links) {
-      links.push_back({band.labelOffset + link.from, band.labelOffset + link.to});
-    }
-  }
+  LabelSets sets = joinLabels(bands);
+  ScratchVector<CornerLink> seams = joinSeams(layer, bands, sets);
   sets.flatten();
-  linkRoots(sets, links);
+  const LinkLists links = linkRoots(bands, std::move(seams), sets);
 
-  uint32_t groupCount = 0;
-  std::vector<uint32_t> groupOf =
-      collectGroups(sets, linkComponents(sets.size(), links), groupCount);
-  for (uint32_t label = 0; label < groupOf.size(); ++label)
-    groupOf[label] = groupOf[sets.flatRoot(label)];
+  ScratchVector<ComponentNode> nodes(sets.size() + 1);
+  const ScratchVector<uint32_t> targets = orderTargets(links, nodes);
+  const uint32_t groupCount = collectGroups(sets, targets, nodes);
   workers::parallelFor(bands.size(), [&](std::size_t b) {
     const Band& band = bands[b];
     for (uint32_t r = layer.rowRuns[band.firstRow]; r < layer.rowRuns[band.endRow]; ++r) {
-      layer.runs[r].group = groupOf[labelOf(band, r)];
+      const uint32_t label = band.labelOffset + layer.runs[r].group;
+      layer.runs[r].group = nodes[sets.flatRoot(label)].group;
     }
   });
   return groupCount;

@@ -1,0 +1,44 @@
+#pragma once
+
+#include <cstddef>
+#include <vector>
+
+namespace stiltforge {
+
+/// Memory of large temporary lists, kept for the next ones: in a slice of noise, taking pages from
+/// the system and giving them back costs as much as a fifth of the work. Any thread may call.
+namespace scratch_memory {
+
+/// At least `bytes` bytes, aligned for any scalar type. Throws std::bad_alloc.
+void* take(std::size_t bytes);
+/// Takes back what take(bytes) returned; keeps it where there is room among at most 64 MiB.
+void give(void* block, std::size_t bytes) noexcept;
+/// Frees what is kept.
+void release() noexcept;
+/// Bytes that are kept.
+std::size_t kept() noexcept;
+
+}  // namespace scratch_memory
+
+template <typename T>
+struct ScratchAllocator {
+  using value_type = T;
+
+  ScratchAllocator() = default;
+  template <typename U>
+  ScratchAllocator(const ScratchAllocator<U>&) noexcept {}
+
+  T* allocate(std::size_t n) { return static_cast<T*>(scratch_memory::take(n * sizeof(T))); }
+  void deallocate(T* block, std::size_t n) noexcept { scratch_memory::give(block, n * sizeof(T)); }
+
+  template <typename U>
+  bool operator==(const ScratchAllocator<U>&) const noexcept {
+    return true;
+  }
+};
+
+/// A list that lives for one stage of one slice and may have an entry for every run of the slice.
+template <typename T>
+using ScratchVector = std::vector<T, ScratchAllocator<T>>;
+
+}  // namespace stiltforge
