@@ -135,6 +135,7 @@ function modelRows({ times, plainLayers, alone, buffers, overlapped }) {
       'AnalyseSlice on the main thread / a copy of the slice, medians',
       alone.medianCall,
       alone.medianCopy,
+      atMost(1),
     ),
     speedup(
       'AnalyseSlice on the main thread / a copy of the slice, longest',
