@@ -98,7 +98,7 @@ void run(int argc, char** argv) {
   const std::list<SlicePicture> ofMesh = meshPictures(soup, options.quick);
   for (const SlicePicture& picture : ofMesh) {
     registerPicture(picture, parameters);
-    registerColdSegmentation(picture);
+    registerSegmentationStream(picture);
   }
   const std::list<SlicePicture> others = otherPictures(options);
   for (const SlicePicture& picture : others) registerPicture(picture, parameters);

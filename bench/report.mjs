@@ -88,7 +88,7 @@ const growthLabels = {
 /** What a pixel costs on larger screens, as a multiple of its cost on the smallest. */
 function growthRows(times, sizes) {
   const perPixel = (what, size) => {
-    const { wall, processor } = times.get(`${what}-cold/bunny-${size.name}`);
+    const { wall, processor } = times.get(`${what}-stream/bunny-${size.name}`);
     const scale = 1e6 / (size.width * size.height);
     const text = `${format(scale * wall)} ns (processor ${format(scale * processor)} ns)`;
     return [scale * wall, text];
@@ -96,7 +96,7 @@ function growthRows(times, sizes) {
   return ['segment', 'segment-buffers', 'memcpy'].flatMap((what) =>
     sizes.slice(1).map((size) => {
       return quotient(
-        `a pixel at ${size.name} / a pixel at ${sizes[0].name}, caches empty: ${growthLabels[what]}`,
+        `a pixel at ${size.name} / a pixel at ${sizes[0].name}, slices in a stream: ${growthLabels[what]}`,
         perPixel(what, size),
         perPixel(what, sizes[0]),
         what === 'memcpy' ? undefined : atMost(1.1),

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <list>
 #include <memory>
 #include <numeric>
 
@@ -16,15 +17,14 @@ namespace stiltforge::bench {
 namespace {
 
 constexpr int fastRounds = 5;
+constexpr int streamRounds = 2;
 
-enum class Caches { warm, cold };
-
-// Drives everything else out of the caches.
-void emptyCaches() {
-  constexpr std::size_t bytes = std::size_t{128} << 20;
-  static std::vector<uint8_t> block(bytes);
-  std::memset(block.data(), ++block[0], bytes);
-  benchmark::ClobberMemory();
+// A slice of a small screen would stay in the caches, and what the work wrote would reach memory
+// when the clock has stopped. Screens are therefore compared over as many slices, each in memory of
+// its own, as have the pixels of the largest.
+std::size_t streamLength(const SlicePicture& picture) {
+  const std::size_t pixels = std::size_t{screen12k.width} * screen12k.height;
+  return std::max<std::size_t>(1, pixels / picture.pixels());
 }
 
 Layer layerOf(const SlicePicture& picture, const std::vector<uint32_t>& slice) {
@@ -36,37 +36,60 @@ Layer layerOf(const SlicePicture& picture, const std::vector<uint32_t>& slice) {
   return layer;
 }
 
-void segment(benchmark::State& state, const SlicePicture& picture, bool needBuffer, Caches caches) {
-  Plane<uint32_t> top(picture.pixels());
-  std::fill_n(top.data(), picture.pixels(), 0u);
-  Layer below = layerOf(picture, picture.below);
-  FloodFill fill;
-  fill.topPixelBuffer = &top;
-  fill.topPixelCount = picture.pixels();
-  fill.needBuffer = needBuffer;
-  fill.layer = &below;
-  fill.run();
+// A slice over the one below, ready to be segmented again and again.
+class SliceInWork {
+ public:
+  SliceInWork(const SlicePicture& picture, bool needBuffer)
+      : picture_(picture), top_(picture.pixels()), below_(layerOf(picture, picture.below)) {
+    std::fill_n(top_.data(), picture.pixels(), 0u);
+    fill_.topPixelBuffer = &top_;
+    fill_.topPixelCount = picture.pixels();
+    fill_.needBuffer = needBuffer;
+    fill_.layer = &below_;
+    fill_.run();
+    layer_ = layerOf(picture, picture.slice);
+    fill_.layer = &layer_;
+    fill_.previousLayer = &below_;
+    fill_.layerIndex = 1;
+  }
+  SliceInWork(const SliceInWork&) = delete;
+  SliceInWork& operator=(const SliceInWork&) = delete;
 
-  SliceScratch scratch;
-  Layer layer = layerOf(picture, picture.slice);
-  fill.layer = &layer;
-  fill.previousLayer = &below;
-  fill.layerIndex = 1;
+  void restore() {
+    Plane<uint32_t> pixels = std::move(layer_.pixelBuffer);
+    scratch_.takePlanes(layer_, false);
+    scratch_.takeRuns(layer_);
+    layer_ = Layer();
+    layer_.width = picture_.width;
+    layer_.height = picture_.height;
+    std::memcpy(pixels.data(), picture_.slice.data(), picture_.bytes());
+    layer_.pixelBuffer = std::move(pixels);
+    scratch_.lend(layer_);
+  }
+  void segment() { fill_.run(); }
+
+ private:
+  const SlicePicture& picture_;
+  Plane<uint32_t> top_;
+  Layer below_;
+  Layer layer_;
+  SliceScratch scratch_;
+  FloodFill fill_;
+};
+
+void segment(benchmark::State& state, const SlicePicture& picture, bool needBuffer,
+             std::size_t slices) {
+  std::list<SliceInWork> stream;
+  for (std::size_t i = 0; i < slices; ++i) stream.emplace_back(picture, needBuffer);
   timeEachWarm(
       state,
       [&] {
-        Plane<uint32_t> pixels = std::move(layer.pixelBuffer);
-        scratch.takePlanes(layer, false);
-        scratch.takeRuns(layer);
-        layer = Layer();
-        layer.width = picture.width;
-        layer.height = picture.height;
-        std::memcpy(pixels.data(), picture.slice.data(), picture.bytes());
-        layer.pixelBuffer = std::move(pixels);
-        scratch.lend(layer);
-        if (caches == Caches::cold) emptyCaches();
+        for (SliceInWork& slice : stream) slice.restore();
       },
-      [&] { fill.run(); });
+      [&] {
+        for (SliceInWork& slice : stream) slice.segment();
+      },
+      slices);
 }
 
 std::vector<uint8_t> bytesOf(const std::vector<uint32_t>& words) {
@@ -93,20 +116,24 @@ void segmentPlainly(benchmark::State& state, const SlicePicture& picture,
 }
 
 template <typename Block>
-void copySlice(benchmark::State& state, const SlicePicture& picture, Caches caches) {
-  Block source(picture.pixels());
-  Block copy(picture.pixels());
-  std::memcpy(source.data(), picture.slice.data(), picture.bytes());
+void copySlice(benchmark::State& state, const SlicePicture& picture, std::size_t slices) {
+  std::vector<Block> sources;
+  std::vector<Block> copies;
+  for (std::size_t i = 0; i < slices; ++i) {
+    std::memcpy(sources.emplace_back(picture.pixels()).data(), picture.slice.data(),
+                picture.bytes());
+    copies.emplace_back(picture.pixels());
+  }
   timeEachWarm(
-      state,
+      state, [] {},
       [&] {
-        if (caches == Caches::cold) emptyCaches();
-      },
-      [&] {
-        std::memcpy(copy.data(), source.data(), picture.bytes());
-        benchmark::DoNotOptimize(copy.data());
+        for (std::size_t i = 0; i < slices; ++i) {
+          std::memcpy(copies[i].data(), sources[i].data(), picture.bytes());
+          benchmark::DoNotOptimize(copies[i].data());
+        }
         benchmark::ClobberMemory();
-      });
+      },
+      slices);
 }
 
 void readSlice(benchmark::State& state, const SlicePicture& picture) {
@@ -144,26 +171,25 @@ using Picture = SlicePicture;
 void registerSegmentation(const SlicePicture& picture, const HostParameters& parameters) {
   const HostParameters* const values = &parameters;
   add("memcpy", picture, fastRounds,
-      [](State& s, const Picture& p) { copySlice<std::vector<uint32_t>>(s, p, Caches::warm); });
+      [](State& s, const Picture& p) { copySlice<std::vector<uint32_t>>(s, p, 1); });
   // The analysis keeps its planes on large pages, so its own copies are this fast.
   add("memcpy-large-pages", picture, fastRounds,
-      [](State& s, const Picture& p) { copySlice<Plane<uint32_t>>(s, p, Caches::warm); });
+      [](State& s, const Picture& p) { copySlice<Plane<uint32_t>>(s, p, 1); });
   add("read", picture, fastRounds, [](State& s, const Picture& p) { readSlice(s, p); });
   add("segment-buffers", picture, fastRounds,
-      [](State& s, const Picture& p) { segment(s, p, true, Caches::warm); });
-  add("segment", picture, fastRounds,
-      [](State& s, const Picture& p) { segment(s, p, false, Caches::warm); });
+      [](State& s, const Picture& p) { segment(s, p, true, 1); });
+  add("segment", picture, fastRounds, [](State& s, const Picture& p) { segment(s, p, false, 1); });
   add("segment-plain", picture, 1,
       [values](State& s, const Picture& p) { segmentPlainly(s, p, *values); });
 }
 
-void registerColdSegmentation(const SlicePicture& picture) {
-  add("memcpy-cold", picture, fastRounds,
-      [](State& s, const Picture& p) { copySlice<std::vector<uint32_t>>(s, p, Caches::cold); });
-  add("segment-buffers-cold", picture, fastRounds,
-      [](State& s, const Picture& p) { segment(s, p, true, Caches::cold); });
-  add("segment-cold", picture, fastRounds,
-      [](State& s, const Picture& p) { segment(s, p, false, Caches::cold); });
+void registerSegmentationStream(const SlicePicture& picture) {
+  add("memcpy-stream", picture, streamRounds,
+      [](State& s, const Picture& p) { copySlice<std::vector<uint32_t>>(s, p, streamLength(p)); });
+  add("segment-buffers-stream", picture, streamRounds,
+      [](State& s, const Picture& p) { segment(s, p, true, streamLength(p)); });
+  add("segment-stream", picture, streamRounds,
+      [](State& s, const Picture& p) { segment(s, p, false, streamLength(p)); });
 }
 
 }  // namespace stiltforge::bench

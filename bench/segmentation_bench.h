@@ -10,8 +10,8 @@ namespace stiltforge::bench {
 // The arguments must outlive the runs.
 void registerSegmentation(const SlicePicture& picture, const HostParameters& parameters);
 
-// Registers FloodFill::run and memcpy with nothing of the slice in the caches, where a small screen
-// would otherwise fit and a large one not.
-void registerColdSegmentation(const SlicePicture& picture);
+// Registers FloodFill::run and memcpy over so many slices in a row that screens of any size touch
+// as much memory. The figures are those of one slice.
+void registerSegmentationStream(const SlicePicture& picture);
 
 }  // namespace stiltforge::bench

@@ -3,6 +3,7 @@
 #include <benchmark/benchmark.h>
 
 #include <chrono>
+#include <cstddef>
 #include <ctime>
 
 namespace stiltforge::bench {
@@ -15,9 +16,10 @@ inline double processorSeconds() {
 }
 
 // Times measured() alone; prepare() runs before each call and is not counted. The counter
-// "processor_ms" is the mean CPU time of a call.
+// "processor_ms" is the mean CPU time of a call. What is reported is the share of one of `parts`
+// equal parts of the work.
 template <typename Prepare, typename Measured>
-void timeEach(benchmark::State& state, Prepare prepare, Measured measured) {
+void timeEach(benchmark::State& state, Prepare prepare, Measured measured, std::size_t parts = 1) {
   double processor = 0;
   for (auto _ : state) {
     prepare();
@@ -26,19 +28,20 @@ void timeEach(benchmark::State& state, Prepare prepare, Measured measured) {
     measured();
     const std::chrono::duration<double> taken = std::chrono::steady_clock::now() - start;
     processor += processorSeconds() - processorStart;
-    state.SetIterationTime(taken.count());
+    state.SetIterationTime(taken.count() / static_cast<double>(parts));
   }
-  state.counters["processor_ms"] =
-      benchmark::Counter(1000 * processor, benchmark::Counter::kAvgIterations);
+  state.counters["processor_ms"] = benchmark::Counter(1000 * processor / static_cast<double>(parts),
+                                                      benchmark::Counter::kAvgIterations);
 }
 
 // The same after one uncounted round, since other benchmarks have run in between and hold the
 // caches.
 template <typename Prepare, typename Measured>
-void timeEachWarm(benchmark::State& state, Prepare prepare, Measured measured) {
+void timeEachWarm(benchmark::State& state, Prepare prepare, Measured measured,
+                  std::size_t parts = 1) {
   prepare();
   measured();
-  timeEach(state, prepare, measured);
+  timeEach(state, prepare, measured, parts);
 }
 
 }  // namespace stiltforge::bench
