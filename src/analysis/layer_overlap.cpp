@@ -86,7 +86,10 @@ void intersectRows(const Layer& layer, const Layer& below, uint32_t firstRow, ui
 // Stable counting sort by one of the two labels.
 template <typename Key>
 void sortByLabel(ScratchVector<SharedPixels>& shared, std::size_t labels, Key key) {
-  if (std::ranges::is_sorted(shared, {}, key)) return;
+  const auto isBefore = [&](const SharedPixels& a, const SharedPixels& b) {
+    return key(a) < key(b);
+  };
+  if (std::is_sorted(shared.begin(), shared.end(), isBefore)) return;
   ScratchVector<uint32_t> next(labels + 1, 0);
   for (const SharedPixels& s : shared) ++next[key(s) + 1];
   for (std::size_t i = 0; i < labels; ++i) next[i + 1] += next[i];
