@@ -1,5 +1,5 @@
 import assert from 'node:assert/strict';
-import { readdir, writeFile } from 'node:fs/promises';
+import { access, constants, readdir, readFile, writeFile } from 'node:fs/promises';
 import { join } from 'node:path';
 import { test } from 'node:test';
 import { start, stiltforge, temporaryFolder } from './harness.mjs';
@@ -11,6 +11,13 @@ test('--help explains the command, its options and its exit codes', async () => 
   for (const text of ['Usage: stiltforge', '--layer-height <mm>', 'Exit codes:', 'Examples:']) {
     assert.ok(out.includes(text), text);
   }
+});
+
+test('npm finds the command before anything is built', async () => {
+  const manifest = new URL('../package.json', import.meta.url);
+  const { bin } = JSON.parse(await readFile(manifest, 'utf8'));
+  assert.doesNotMatch(bin.stiltforge, /dist/);
+  await access(new URL(bin.stiltforge, manifest), constants.X_OK);
 });
 
 test('--version prints the version of the package', async () => {

@@ -5,7 +5,7 @@ import { tmpdir } from 'node:os';
 import { join } from 'node:path';
 import { fileURLToPath } from 'node:url';
 
-const main = fileURLToPath(new URL('../dist/main.js', import.meta.url));
+const main = fileURLToPath(new URL('../bin/stiltforge.mjs', import.meta.url));
 
 /** Starts `stiltforge ...words`; `done` resolves to { code, signal, out, err }. */
 export function start(words, { cwd } = {}) {
