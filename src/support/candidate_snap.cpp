@@ -1,49 +1,79 @@
 #include "support/candidate_snap.h"
 
+#include <algorithm>
 #include <limits>
 
 namespace stiltforge {
 
+namespace {
+
+constexpr uint32_t noRank = std::numeric_limits<uint32_t>::max();
+
+}  // namespace
+
+struct CandidateSnap::Best {
+  float distance = std::numeric_limits<float>::infinity();
+  uint32_t rank = noRank;
+  Site site;
+
+  void offer(Site other, float otherDistance, uint32_t otherRank) {
+    if (otherDistance > distance || (otherDistance == distance && otherRank > rank)) return;
+    *this = {otherDistance, otherRank, other};
+  }
+};
+
 CandidateSnap::CandidateSnap(const std::vector<Candidate>& candidates,
                              const Plane<uint16_t>& sampleX, const Plane<uint16_t>& sampleY)
-    : sampleX_(sampleX), sampleY_(sampleY), kept_(sampleX.size()) {
+    : top_(sampleY[0]) {
+  std::vector<uint32_t> rankOf(sampleX.size(), noRank);
+  for (uint32_t rank = 0; rank < candidates.size(); ++rank) rankOf[candidates[rank].sample] = rank;
   places_.reserve(candidates.size());
-  for (const Candidate& candidate : candidates) {
-    kept_[candidate.sample] = true;
-    places_.push_back({sampleX[candidate.sample], sampleY[candidate.sample]});
+  for (std::size_t s = 0; s < rankOf.size(); ++s) {
+    if (rankOf[s] == noRank) continue;
+    while (rowFirst_.size() <= static_cast<std::size_t>(sampleY[s] - top_)) {
+      rowFirst_.push_back(static_cast<uint32_t>(places_.size()));
+    }
+    places_.push_back({sampleX[s], rankOf[s]});
   }
+  rowFirst_.push_back(static_cast<uint32_t>(places_.size()));
 }
 
-// Binary search of the samples, which ascend by row, then column.
-bool CandidateSnap::isCandidate(Site place) const {
-  const auto key = [](uint16_t x, uint16_t y) { return uint32_t{y} << 16 | x; };
-  const uint32_t wanted = key(place.x, place.y);
-  std::size_t first = 0;
-  std::size_t count = sampleX_.size();
-  while (count > 0) {
-    const std::size_t half = count / 2;
-    if (key(sampleX_[first + half], sampleY_[first + half]) < wanted) {
-      first += half + 1;
-      count -= half + 1;
-    } else {
-      count = half;
-    }
+void CandidateSnap::searchRow(Site place, int32_t row, Best& best) const {
+  const auto y = static_cast<uint16_t>(top_ + row);
+  const Place* const begin = places_.data() + rowFirst_[static_cast<std::size_t>(row)];
+  const Place* const end = places_.data() + rowFirst_[static_cast<std::size_t>(row) + 1];
+  const Place* const middle = std::lower_bound(
+      begin, end, place.x, [](const Place& p, uint16_t column) { return p.x < column; });
+  // Rounded distances still grow with each step away, so the first one beyond the best ends a side.
+  for (const Place* p = middle; p != end; ++p) {
+    const float distance = NearestSite::squaredDistance(place.x, place.y, {p->x, y});
+    if (distance > best.distance) break;
+    best.offer({p->x, y}, distance, p->rank);
   }
-  return first < sampleX_.size() && key(sampleX_[first], sampleY_[first]) == wanted && kept_[first];
+  for (const Place* p = middle; p != begin;) {
+    --p;
+    const float distance = NearestSite::squaredDistance(place.x, place.y, {p->x, y});
+    if (distance > best.distance) break;
+    best.offer({p->x, y}, distance, p->rank);
+  }
 }
 
 Site CandidateSnap::nearest(Site place) const {
-  if (isCandidate(place)) return place;
-  Site best;
-  float bestDistance = std::numeric_limits<float>::infinity();
-  for (const Site& site : places_) {
-    const float distance = NearestSite::squaredDistance(place.x, place.y, site);
-    if (distance < bestDistance) {
-      bestDistance = distance;
-      best = site;
-    }
+  const auto rows = static_cast<int32_t>(rowFirst_.size()) - 1;
+  const auto isWithin = [&](int32_t row, const Best& best) {
+    const Site closest{place.x, static_cast<uint16_t>(top_ + row)};
+    return NearestSite::squaredDistance(place.x, place.y, closest) <= best.distance;
+  };
+  Best best;
+  int32_t below = std::clamp(place.y - top_, 0, rows);
+  int32_t above = below - 1;
+  while (true) {
+    const bool searchesBelow = below < rows && isWithin(below, best);
+    if (searchesBelow) searchRow(place, below++, best);
+    const bool searchesAbove = above >= 0 && isWithin(above, best);
+    if (searchesAbove) searchRow(place, above--, best);
+    if (!searchesBelow && !searchesAbove) return best.site;
   }
-  return best;
 }
 
 }  // namespace stiltforge

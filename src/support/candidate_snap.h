@@ -1,6 +1,5 @@
 #pragma once
 
-#include <cstddef>
 #include <cstdint>
 #include <vector>
 
@@ -14,20 +13,25 @@ namespace stiltforge {
 /// equally near ones the first in the candidates' order.
 class CandidateSnap {
  public:
-  /// The arguments must outlive the object; candidates must not be empty. Samples are in raster
-  /// order.
+  /// Candidates must not be empty; samples are in raster order.
   CandidateSnap(const std::vector<Candidate>& candidates, const Plane<uint16_t>& sampleX,
                 const Plane<uint16_t>& sampleY);
 
+  /// Searches rows, and columns of a row, from the pixel outwards.
   Site nearest(Site place) const;
 
  private:
-  bool isCandidate(Site place) const;
+  struct Place {
+    uint16_t x = 0;
+    uint32_t rank = 0;  // position among the candidates
+  };
+  struct Best;
 
-  const Plane<uint16_t>& sampleX_;
-  const Plane<uint16_t>& sampleY_;
-  std::vector<Site> places_;  // of the candidates, in their order
-  std::vector<bool> kept_;    // samples that are candidates
+  void searchRow(Site place, int32_t row, Best& best) const;
+
+  std::vector<Place> places_;       // in raster order
+  std::vector<uint32_t> rowFirst_;  // row r has places_ [rowFirst_[r], rowFirst_[r + 1])
+  uint16_t top_ = 0;                // pixel row of row 0
 };
 
 }  // namespace stiltforge

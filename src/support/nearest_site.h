@@ -1,6 +1,5 @@
 #pragma once
 
-#include <cstddef>
 #include <cstdint>
 #include <vector>
 
@@ -35,8 +34,7 @@ struct SampleRow {
 /// single precision holds exactly, samples are compared one by one in single precision.
 class NearestSite {
  public:
-  /// Keeps a reference to neither argument's storage beyond the object's life; sites must not be
-  /// empty.
+  /// `sites` must outlive the object and not be empty.
   explicit NearestSite(const std::vector<Site>& sites);
 
   /// Appends the intervals of one row, left to right.

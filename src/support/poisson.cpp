@@ -2,7 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
-#include <limits>
+#include <memory>
 
 #include "analysis/byte_pairs.h"
 #include "runtime/float_conversion.h"
@@ -25,7 +25,7 @@ constexpr uint32_t fewestCandidates = 4;  // kept per support
 // Ghost sums of a band of this many pixels stay in the first cache levels.
 constexpr std::size_t pixelsPerBand = std::size_t{1} << 14;
 constexpr std::size_t samplesPerTask = std::size_t{1} << 15;
-constexpr std::size_t distancesPerTask = std::size_t{1} << 16;
+constexpr std::size_t supportsPerTask = 64;
 
 uint32_t latticeStep(float s) {
   return s < static_cast<float>(largestStep) ? toUint32(s) : largestStep;
@@ -315,8 +315,7 @@ uint32_t Poisson::placeOnce() {
   }
   placement.supports.resize(kept.size());
   const CandidateSnap snap(candidates, sampleX_, sampleY_);
-  const std::size_t tasks = std::clamp<std::size_t>(
-      kept.size() * candidates.size() / distancesPerTask, 1, kept.size() + 1);
+  const std::size_t tasks = kept.size() / supportsPerTask + 1;
   workers::parallelFor(tasks, [&](std::size_t t) {
     for (std::size_t k = t; k < kept.size(); k += tasks) {
       const Candidate& seed = candidates[kept[k] * stride];

@@ -34,16 +34,19 @@ TEST(CandidateSnap, EqualsASearchThroughAll) {
   Random random(71);
   for (int i = 0; i < 3000; ++i) {
     // Samples stand in raster order, as the generator collects them.
+    // Far apart, distances are rounded and tie where exact ones would not.
     const uint32_t spacing = random.oneIn(3) ? 4000 : 1;
+    const uint32_t side = random.oneIn(10) ? 16 : 12;
+    const uint32_t candidateOneIn = random.oneIn(2) ? 3 : random.oneIn(2) ? 1 : 50;
     std::vector<uint16_t> columns;
     std::vector<uint16_t> rows;
     std::vector<Candidate> candidates;
-    for (uint32_t row = 0; row < 12; ++row) {
-      for (uint32_t column = 0; column < 12; ++column) {
+    for (uint32_t row = 0; row < side; ++row) {
+      for (uint32_t column = 0; column < side; ++column) {
         if (random.oneIn(3)) continue;
         columns.push_back(static_cast<uint16_t>(column * spacing));
         rows.push_back(static_cast<uint16_t>(row * spacing));
-        if (!random.oneIn(3)) continue;
+        if (!random.oneIn(candidateOneIn)) continue;
         const auto position = random.below(static_cast<uint32_t>(candidates.size()) + 1);
         candidates.insert(candidates.begin() + position,
                           {0.0f, static_cast<uint32_t>(columns.size() - 1)});
@@ -54,8 +57,8 @@ TEST(CandidateSnap, EqualsASearchThroughAll) {
     const Plane<uint16_t> y = planeOf(rows);
     const CandidateSnap snap(candidates, x, y);
     for (int k = 0; k < 30; ++k) {
-      const Site place{static_cast<uint16_t>(random.below(14) * spacing),
-                       static_cast<uint16_t>(random.below(14) * spacing)};
+      const Site place{static_cast<uint16_t>(random.below(side + 2) * spacing),
+                       static_cast<uint16_t>(random.below(side + 2) * spacing)};
       const Candidate* nearest = &candidates[0];
       const auto distance = [&](const Candidate& c) {
         return NearestSite::squaredDistance(place.x, place.y, {x[c.sample], y[c.sample]});
