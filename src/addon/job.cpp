@@ -51,7 +51,7 @@ void Job::OnError(const Napi::Error& error) {
   finished();
   Napi::Object object = error.Value();
   if (errorCode) object.Set("code", Napi::String::New(Env(), errorCode));
-  Callback().Call({object});
+  Callback().Call(Receiver().Value(), {object});
 }
 
 void Job::OnWorkComplete(Napi::Env env, napi_status status) {

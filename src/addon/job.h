@@ -26,6 +26,7 @@ class Job : public Napi::AsyncWorker {
   /// any more and before the callback, so that the callback of the last job finds the module idle.
   void finished();
 
+  /// Calls the callback with the Error, and with the worker's receiver, an empty object, as `this`.
   void OnError(const Napi::Error& error) override;
 
   const std::shared_ptr<Environment> environment;

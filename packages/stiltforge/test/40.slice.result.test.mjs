@@ -154,14 +154,33 @@ test('the callback gets one argument', async () => {
   CleanPointer();
 });
 
-test('`this` is undefined in the callback', async () => {
-  InitAnalyseSlice(parameters());
-  const self = await new Promise((resolve) => {
-    AnalyseSlice(rectangle(8, 6, 0, 0, 1, 1), 0, function callback() {
-      resolve({ self: this });
+/** What the callback of one slice sees as `this`, and what it gets. */
+function callOf(pixels) {
+  return new Promise((resolve) => {
+    AnalyseSlice(pixels, 0, function callback(received) {
+      resolve({ self: this, received });
     });
   });
-  assert.equal(self.self, undefined);
+}
+
+test('`this` is undefined in the callback of a result', async () => {
+  InitAnalyseSlice(parameters());
+  const { self, received } = await callOf(rectangle(8, 6, 0, 0, 1, 1));
+  assert.equal(received.layer.pixelCount, 1);
+  assert.equal(self, undefined);
+  CleanPointer();
+});
+
+test('`this` is a new empty object in the callback of an Error', async () => {
+  InitAnalyseSlice(parameters({ width: 4, height: 3 }));
+  assert.throws(() => InitAnalyseSlice(parameters({ width: 8, height: 6, numLayer: 'x' })));
+  const calls = [];
+  for (let i = 0; i < 2; i += 1) calls.push(await callOf(rectangle(8, 6, 2, 2, 3, 3)));
+  for (const { self, received } of calls) {
+    assert.ok(received instanceof Error);
+    assert.deepStrictEqual(self, {});
+  }
+  assert.notEqual(calls[0].self, calls[1].self);
   CleanPointer();
 });
 

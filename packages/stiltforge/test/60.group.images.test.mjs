@@ -105,7 +105,9 @@ test('a layer or group that does not exist gives the callback an Error, and only
   await analyseIsland();
   const received = (layer, group) =>
     new Promise((resolve) => {
-      GroupToBitmap(layer, group, (...args) => resolve(args));
+      GroupToBitmap(layer, group, function callback(...args) {
+        resolve({ self: this, args });
+      });
     });
   for (const [layer, group, message] of [
     [2, 1, 'There is no layer 2: 2 layers have been analysed, counted from 0.'],
@@ -118,11 +120,15 @@ test('a layer or group that does not exist gives the callback an Error, and only
     ],
     [0, 1, 'There is no group 1 in layer 0: it has no groups.'],
   ]) {
-    const [error, ...rest] = await received(layer, group);
+    const {
+      self,
+      args: [error, ...rest],
+    } = await received(layer, group);
     assert.equal(Object.getPrototypeOf(error), Error.prototype);
     assert.equal(error.message, message);
     assert.equal(error.code, 'ERR_STILTFORGE_INDEX');
     assert.deepEqual(rest, []);
+    assert.deepStrictEqual(self, {}, '`this` is a new empty object');
   }
 });
 
