@@ -61,7 +61,7 @@ test('a model cannot be started, freed or stripped while a job is queued or runn
   CleanPointer();
 });
 
-test('stated argument checks come before the busy check', async () => {
+test('fixed argument checks come before the busy check', async () => {
   InitAnalyseSlice(parameters());
   const running = analyse(rectangle(8, 6, 0, 0, 2, 2), 0);
   assert.throws(() => InitAnalyseSlice({}), { message: 'Object need argument "width"' });
