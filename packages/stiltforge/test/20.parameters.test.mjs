@@ -210,6 +210,20 @@ test('a larger size stored by a call that failed is caught at the top-pixel buff
   CleanPointer();
 });
 
+test('a slice that ends in the range Error leaves neither markers nor a layer behind', async () => {
+  InitAnalyseSlice(parameters({ width: 4, height: 3, needBuffer: true }));
+  await analyse(rectangle(4, 3, 0, 0, 1, 1));
+  const larger = parameters({ width: 8, height: 6, needBuffer: true, numLayer: 'x' });
+  assert.throws(() => InitAnalyseSlice(larger));
+  await assert.rejects(analyse(rectangle(8, 6, 0, 0, 2, 6)), /_M_range_check/);
+
+  const { layer, topPixelBuffer } = await analyse(rectangle(8, 6, 2, 0, 3, 1));
+  assert.equal(layer.groups[0].supportedPixel, 0);
+  const markers = [0, 1, 2].map((x) => topPixelBuffer.readUInt32LE(4 * x));
+  assert.deepEqual(markers, [0xfe000000, 0, 0xfe000001]);
+  CleanPointer();
+});
+
 test('a smaller size stored by a call that failed is used for the next slice', async () => {
   InitAnalyseSlice(parameters({ width: 8, height: 6, needBuffer: true }));
   await analyse(rectangle(8, 6, 0, 0, 8, 6));
@@ -217,6 +231,21 @@ test('a smaller size stored by a call that failed is used for the next slice', a
   const result = await analyse(rectangle(4, 3, 0, 0, 4, 3));
   assert.equal(result.layer.pixelCount, 12);
   assert.equal(result.topPixelBuffer.length, 48);
+  CleanPointer();
+});
+
+test('needBuffer stored by a call that failed gives buffers with markers from the next slice on', async () => {
+  InitAnalyseSlice(parameters({ width: 3, height: 1, needBuffer: false }));
+  const column = (x) => rectangle(3, 1, x, 0, x + 1, 1);
+  await analyse(column(0));
+  assert.throws(() =>
+    InitAnalyseSlice(parameters({ width: 3, height: 1, needBuffer: true, addSupport: 'x' })),
+  );
+  await analyse(column(1));
+  const { pixelBuffer, topPixelBuffer } = await analyse(column(2));
+  const words = (buffer) => [0, 1, 2].map((x) => buffer.readUInt32LE(4 * x));
+  assert.deepEqual(words(pixelBuffer), [0xff000000, 0xff000000, 0x80000001]);
+  assert.deepEqual(words(topPixelBuffer), [0, 0xfe000001, 0xfe000002]);
   CleanPointer();
 });
 
