@@ -32,13 +32,15 @@ TEST(FloatConversion, AnswersWhatDoesNotFitAsTheProcessorDoes) {
        {2147483648.0, -2147483649.0, 1e300, -1e300, std::nan(""), HUGE_VAL, -HUGE_VAL}) {
     EXPECT_EQ(toInt32(value), lowest) << value;
   }
-  for (const double value :
-       {4294967296.0, -2147483649.0, 1e300, -1e300, std::nan(""), HUGE_VAL, -HUGE_VAL}) {
-    EXPECT_EQ(toUint32(value), topBit) << value;
+  for (const double value : {0x1p63, -0x1p63, 1e300, -1e300, std::nan(""), HUGE_VAL, -HUGE_VAL}) {
+    EXPECT_EQ(toUint32(value), 0u) << value;
   }
 }
 
-TEST(FloatConversion, WrapsNegativeNumbersInUnsignedTargets) {
+TEST(FloatConversion, WrapsInUnsignedTargets) {
+  EXPECT_EQ(toUint32(4294967296.0), 0u);
+  EXPECT_EQ(toUint32(5e9), 705032704u);
+  EXPECT_EQ(toUint32(-3e9), 1294967296u);
   EXPECT_EQ(toUint32(-1.5), 0xFFFFFFFFu);
   EXPECT_EQ(toUint32(-2147483648.0), topBit);
   EXPECT_EQ(toUint16(-1.0), 65535);

@@ -14,9 +14,9 @@ inline int32_t toInt32(double value) {
   return static_cast<int32_t>(value);
 }
 
-// The low 32 bits of the truncated value inside (-2^31, 2^32); 2^31 elsewhere and for NaN.
+// The low 32 bits of the truncated value inside (-2^63, 2^63); 0 elsewhere and for NaN.
 inline uint32_t toUint32(double value) {
-  if (!(value > -2147483648.0 && value < 4294967296.0)) return 0x80000000u;
+  if (!(value > -0x1p63 && value < 0x1p63)) return 0;
   return static_cast<uint32_t>(static_cast<int64_t>(value));
 }
 

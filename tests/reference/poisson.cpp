@@ -73,8 +73,10 @@ void Poisson::setLatticeSteps() {
     if (s < 1.0f) {
       stepX = stepY = 1;
     } else {
-      const uint32_t coarse = toUint32(std::ceil(s));
-      const uint32_t fine = toUint32(std::floor(s));
+      // The steps end at 3; s may be more than an integer holds, or NaN.
+      const float bounded = s < 4.0f ? s : 4.0f;
+      const uint32_t coarse = toUint32(std::ceil(bounded));
+      const uint32_t fine = toUint32(std::floor(bounded));
       const bool wide = groupWidth >= groupHeight;
       stepX = wide ? coarse : fine;
       stepY = wide ? fine : coarse;
