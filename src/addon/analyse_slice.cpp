@@ -7,6 +7,7 @@
 
 #include "addon/analysis_owner.h"
 #include "addon/environment.h"
+#include "addon/model_state.h"
 #include "addon/refusal.h"
 #include "addon/slice_worker.h"
 
@@ -31,8 +32,8 @@ void checkArguments(const Napi::CallbackInfo& info) {
 }
 
 void requireOpenModel(Napi::Env env, const Environment& environment) {
-  const bool prepared = SliceWorker::openedBy == 0 || SliceWorker::openedBy == environment.id;
-  if (SliceWorker::modelFreed || !prepared) {
+  const bool prepared = ModelState::openedBy == 0 || ModelState::openedBy == environment.id;
+  if (ModelState::freed || !prepared) {
     throw refusal(env, codes::closed,
                   "No model is open: the last one was freed. Call InitAnalyseSlice first.");
   }

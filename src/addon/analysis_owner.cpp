@@ -4,8 +4,8 @@
 #include <string>
 
 #include "addon/environment.h"
+#include "addon/model_state.h"
 #include "addon/refusal.h"
-#include "addon/slice_worker.h"
 
 namespace stiltforge {
 
@@ -42,8 +42,7 @@ AnalysisClaim::~AnalysisClaim() {
 void AnalysisClaim::end(const Environment& environment) {
   const std::lock_guard<std::mutex> lock(holderMutex);
   if (holder != &environment) return;
-  SliceWorker::freeModel();
-  SliceWorker::freeGhosts();
+  ModelState::close();
   holder = nullptr;
 }
 

@@ -5,6 +5,7 @@
 
 #include "addon/analysis_owner.h"
 #include "addon/environment.h"
+#include "addon/model_state.h"
 #include "addon/refusal.h"
 #include "addon/slice_worker.h"
 
@@ -14,8 +15,7 @@ void CleanPointer(const Napi::CallbackInfo& info) {
   const Environment& environment = *Environment::of(info.Env());
   AnalysisClaim claim(info.Env(), environment);
   environment.jobs.requireIdle(info.Env(), "CleanPointer");
-  SliceWorker::freeModel();
-  SliceWorker::freeGhosts();
+  ModelState::close();
   claim.giveUp();
 }
 

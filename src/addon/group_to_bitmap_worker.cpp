@@ -3,6 +3,7 @@
 #include <utility>
 #include <vector>
 
+#include "addon/model_state.h"
 #include "addon/refusal.h"
 #include "addon/slice_worker.h"
 
@@ -34,7 +35,7 @@ void GroupToBitmapWorker::work() {
                                                          std::to_string(groups - 1) + "."
                                                    : ": it has no groups."));
   }
-  SliceWorker::ensureGhostSpread();
+  ModelState::ensureGhostSpread();
   rendered = renderGroup(layers[layerIndex], groupIndex);
 }
 

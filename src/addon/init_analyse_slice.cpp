@@ -12,6 +12,7 @@
 
 #include "addon/analysis_owner.h"
 #include "addon/environment.h"
+#include "addon/model_state.h"
 #include "addon/parameters.h"
 #include "addon/refusal.h"
 #include "addon/slice_worker.h"
@@ -55,10 +56,10 @@ Plane<uint32_t> reserveTopPixels(Napi::Env env, const SliceSize& size) {
 
 void rebuildGhostSpread(Napi::Env env, float radius) {
   const float before = std::exchange(Poisson::ghostRadius, radius);
-  SliceWorker::ghostSpreadCurrent = false;
+  ModelState::ghostSpreadCurrent = false;
   try {
     Poisson::createGhostSpread();
-    SliceWorker::ghostSpreadCurrent = true;
+    ModelState::ghostSpreadCurrent = true;
   } catch (const std::bad_alloc&) {
     Poisson::ghostRadius = before;
     std::ostringstream message;
@@ -109,16 +110,16 @@ class ModelStart {
       environment.jobs.requireIdle(env, "InitAnalyseSlice");
       before();
       store();
-      SliceWorker::ghostSpreadCurrent = false;
+      ModelState::ghostSpreadCurrent = false;
       throw;
     }
   }
 
-  void startModel() { SliceWorker::startModel(std::move(topPixels), size.pixels()); }
+  void startModel() { ModelState::start(std::move(topPixels), size.pixels()); }
 
   void store() {
     settings.store();
-    SliceWorker::openedBy = environment.id;
+    ModelState::openedBy = environment.id;
   }
 
   Napi::Env env;

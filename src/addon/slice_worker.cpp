@@ -4,36 +4,15 @@
 #include <cstring>
 #include <utility>
 
-#ifdef __GLIBC__
-#include <malloc.h>
-#endif
-
 #include "addon/environment.h"
 #include "addon/layer_result.h"
-#include "analysis/support_inheritance.h"
-#include "runtime/scratch_vector.h"
+#include "addon/model_state.h"
 #include "runtime/worker_pool.h"
-#include "support/poisson.h"
+#include "support/slice_pipeline.h"
 
 namespace stiltforge {
 
 namespace {
-
-// A slice in analysis and one behind it.
-constexpr std::size_t maxSparePixels = 2;
-
-template <typename T>
-void releaseStorage(std::vector<T>& vector) {
-  std::vector<T>().swap(vector);
-}
-
-// A model's many small blocks are spread over the heaps of all threads, and the C library keeps
-// those pages when they are freed. A host that stays open wants them back.
-void returnFreedPages() {
-#ifdef __GLIBC__
-  malloc_trim(0);
-#endif
-}
 
 void copyBytes(void* to, const void* from, std::size_t size) {
   constexpr std::size_t block = std::size_t{1} << 20;
@@ -46,59 +25,13 @@ void copyBytes(void* to, const void* from, std::size_t size) {
 
 }  // namespace
 
-void SliceWorker::startModel(Plane<uint32_t> topPixels, std::size_t pixelCount) {
-  freeModel();
-  releaseStorage(layers);
-  modelFreed = false;
-  topPixelBuffer = std::move(topPixels);
-  topPixelCount = pixelCount;
-}
-
-void SliceWorker::freeModel() {
-  topPixelBuffer.release();
-  topPixelsWritten = false;
-  releaseStorage(sparePixels);
-  scratch = SliceScratch{};
-  if (layers.empty()) return;
-  for (Layer& husk : layers) husk = Layer{};
-  scratch_memory::release();
-  modelFreed = true;
-  returnFreedPages();
-}
-
-void SliceWorker::freeGhosts() {
-  Poisson::releaseGhostSpread();
-  ghostSpreadCurrent = false;
-  releaseStorage(SupportInheritance::ghostSupportArray);
-  releaseStorage(SupportInheritance::deleteGhostIndex);
-}
-
-void SliceWorker::ensureGhostSpread() {
-  if (ghostSpreadCurrent) return;
-  Poisson::createGhostSpread();
-  ghostSpreadCurrent = true;
-}
-
-Plane<uint32_t> SliceWorker::takePixels(std::size_t count) {
-  if (sparePixels.empty()) return Plane<uint32_t>(count);
-  Plane<uint32_t> pixels = std::move(sparePixels.back());
-  sparePixels.pop_back();
-  return pixels.size() == count ? std::move(pixels) : Plane<uint32_t>(count);
-}
-
-void SliceWorker::keepPixels(Plane<uint32_t> pixels) {
-  if (!pixels.empty() && sparePixels.size() < maxSparePixels) {
-    sparePixels.push_back(std::move(pixels));
-  }
-}
-
 SliceWorker::SliceWorker(const Napi::Function& callback, std::shared_ptr<Environment> owner,
                          uint16_t echoedIndex, const void* pixels)
     : Job(callback, std::move(owner)), layerIndex(echoedIndex) {
   const std::size_t count = std::size_t{width} * height;
   layer.width = width;
   layer.height = height;
-  layer.pixelBuffer = takePixels(count);
+  layer.pixelBuffer = ModelState::takePixels(count);
   copyBytes(layer.pixelBuffer.data(), pixels, count * sizeof(uint32_t));
   if (needBuffer) {
     const Napi::Env env = callback.Env();
@@ -113,21 +46,17 @@ std::string SliceWorker::subject() const {
 }
 
 void SliceWorker::work() {
-  ensureGhostSpread();
-  if (buffers && !topPixelsWritten) {
-    if (topPixelBuffer.size() != topPixelCount) topPixelBuffer = Plane<uint32_t>(topPixelCount);
-    std::fill_n(topPixelBuffer.data(), topPixelCount, 0u);
-    topPixelsWritten = true;
-  }
+  ModelState::ensureGhostSpread();
+  if (buffers) ModelState::ensureTopPixels();
   SlicePipeline pipeline;
   pipeline.layers = &layers;
   pipeline.historyMutex = &g_pages_mutex;
   pipeline.topPixelBuffer = &topPixelBuffer;
-  pipeline.topPixelCount = topPixelCount;
+  pipeline.topPixelCount = ModelState::topPixelCount;
   pipeline.needBuffer = buffers.has_value();
   pipeline.addSupport = addSupport;
   pipeline.cancelled = &environment->closed;
-  pipeline.scratch = &scratch;
+  pipeline.scratch = &ModelState::scratch;
   pipeline.run(std::move(layer));
   entry = layers.size() - 1;
   spentPixels = std::move(pipeline.spentPixels);
@@ -137,18 +66,18 @@ void SliceWorker::work() {
 void SliceWorker::fillBuffers(Layer& analysed) {
   copyBytes(buffers->pixel.data(), analysed.pixelBuffer.data(), buffers->pixel.size());
   copyBytes(buffers->topPixel.data(), topPixelBuffer.data(),
-            std::min(buffers->topPixel.size(), topPixelCount * sizeof(uint32_t)));
+            std::min(buffers->topPixel.size(), topPixelBuffer.size() * sizeof(uint32_t)));
   copyBytes(buffers->supportedPixels.data(), analysed.supportedPixels.data(),
             buffers->supportedPixels.size());
   // No later step reads the pixels of an analysed layer.
   spentPixels = std::move(analysed.pixelBuffer);
-  scratch.supportedPixels = std::move(analysed.supportedPixels);
+  ModelState::scratch.supportedPixels = std::move(analysed.supportedPixels);
   analysed.releasePixels();
 }
 
 void SliceWorker::OnOK() {
   const Napi::Env env = Env();
-  keepPixels(std::move(spentPixels));
+  ModelState::keepPixels(std::move(spentPixels));
 
   Napi::Object result = Napi::Object::New(env);
   result.Set("pixelBuffer", buffers ? buffers->pixel.value() : env.Null());

@@ -53,3 +53,27 @@ for (const [needBuffer, cleanUp] of [
     assert.ok(growth < 32, `${resident.join(', ')} MiB`);
   });
 }
+
+test('CleanPointer returns the memory that a failed first slice left behind', async (t) => {
+  const child = await runInChild(`
+    const side = 4000;
+    const dots = slice(side, side, (x, y) => ((x + y) % 2 === 0 ? {} : undefined));
+    const resident = () => Math.round(process.memoryUsage().rss / 2 ** 20);
+    stiltforge.InitAnalyseSlice(parameters());
+    try {
+      stiltforge.InitAnalyseSlice(parameters({ width: side, height: side, numLayer: 'x' }));
+    } catch {}
+    const before = resident();
+    const failure = await analyse(dots).catch((error) => error.message);
+    const failed = resident();
+    stiltforge.CleanPointer();
+    console.log(JSON.stringify({ failure, before, failed, cleaned: resident() }));
+  `);
+  assert.deepEqual([child.code, child.stderr], [0, '']);
+  const { failure, before, failed, cleaned } = JSON.parse(child.stdout);
+  assert.match(failure, /_M_range_check/);
+  t.diagnostic(
+    `resident: ${before} MiB, ${failed} after the failure, ${cleaned} after CleanPointer`,
+  );
+  assert.ok(cleaned - before < 32, `${before}, ${failed}, ${cleaned} MiB`);
+});
