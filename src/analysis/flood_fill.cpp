@@ -38,6 +38,14 @@ void writeBuffers(Layer& layer, Plane<uint32_t>& topPixelBuffer, uint32_t layerI
   });
 }
 
+// The pixel index behind the last material, 0 without any.
+std::size_t materialEnd(const Layer& layer) {
+  if (layer.runs.empty()) return 0;
+  std::size_t y = layer.height - std::size_t{1};
+  while (layer.rowRuns[y] == layer.runs.size()) --y;
+  return y * layer.width + layer.runs.back().end;
+}
+
 void strengthenFirstLayer(Layer& layer) {
   for (uint32_t id = 1; id <= layer.groupCount; ++id) {
     layer.groups[id].pixelStrength = 1.0f;
@@ -53,7 +61,7 @@ void FloodFill::run() {
   if (layer->strokePixels.size() != pixels) layer->strokePixels = Plane<uint8_t>(pixels);
 
   extractRuns(*layer, needBuffer);
-  if (pixels > topPixelCount) requireMarkers(*layer, topPixelCount);
+  if (materialEnd(*layer) > topPixelCount) requireMarkers(*layer, topPixelCount);
   layer->groupCount = labelRuns(*layer);
   countGroups(*layer);
   if (previousLayer) {

@@ -31,7 +31,7 @@ void Layer::releasePixels() {
 }
 
 void Layer::archive() {
-  if (!archived.empty()) return;
+  if (isArchived()) return;
   archived.resize(groups.size());
   for (std::size_t i = 0; i < groups.size(); ++i) {
     archived[i].box = groups[i].box();

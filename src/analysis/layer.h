@@ -33,13 +33,13 @@ struct Layer {
 
   Plane<uint32_t> pixelBuffer;  ///< width * height RGBA words; labels once segmented, on request
   /// width * height blue and green bytes of the material. Background is 0 in supportedPixels when
-  /// buffers are wanted and is not written otherwise.
+  /// buffers are wanted, and open otherwise.
   Plane<uint8_t> supportedPixels;
   Plane<uint8_t> strokePixels;
 
   std::vector<SolidRun> runs;  ///< in raster order
-  std::vector<uint32_t>
-      rowRuns;  ///< height + 1 entries: row y has runs [rowRuns[y], rowRuns[y + 1])
+  /// height + 1 entries: row y has runs [rowRuns[y], rowRuns[y + 1]).
+  std::vector<uint32_t> rowRuns;
   struct Overlap {
     uint32_t lower = 0;  ///< label of the lower group
     uint32_t count = 0;  ///< pixels shared with it
@@ -51,14 +51,15 @@ struct Layer {
   std::vector<Group> groups;            ///< index 0 is the placeholder; empty once archived
   std::vector<ArchivedGroup> archived;  ///< same indices as groups; empty until archived
 
+  bool isArchived() const { return !archived.empty(); }
   /// Number of groups, placeholder included, in work or archived.
-  std::size_t groupEntries() const { return archived.empty() ? groups.size() : archived.size(); }
+  std::size_t groupEntries() const { return isArchived() ? archived.size() : groups.size(); }
   Box groupBox(std::size_t group) const {
-    return archived.empty() ? groups[group].box() : archived[group].box;
+    return isArchived() ? archived[group].box : groups[group].box();
   }
   /// Null when the group has neither supports nor ghosts nor samples.
   const Placement* groupPlacement(std::size_t group) const {
-    return archived.empty() ? groups[group].placement.get() : archived[group].placement.get();
+    return isArchived() ? archived[group].placement.get() : groups[group].placement.get();
   }
 
   /// True when the pixel at this index, y * width + x, carries no material. Needs the runs.

@@ -39,12 +39,6 @@ class Plane {
     size_ = 0;
   }
 
-  /// Hands the block to the caller, who frees it with delete[].
-  T* detach() {
-    size_ = 0;
-    return data_.release();
-  }
-
  private:
   std::unique_ptr<T[]> data_;
   std::size_t size_ = 0;

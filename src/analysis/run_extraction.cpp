@@ -1,6 +1,7 @@
 #include "analysis/run_extraction.h"
 
 #include <algorithm>
+#include <bit>
 #include <cstring>
 #include <vector>
 
@@ -37,7 +38,7 @@ std::size_t findEdges(const uint64_t* masks, uint32_t width, uint16_t* edges) {
     carry = mask >> 63;
     for (; changes != 0; changes &= changes - 1) {
       edges[count++] =
-          static_cast<uint16_t>(word * 64 + static_cast<uint32_t>(__builtin_ctzll(changes)));
+          static_cast<uint16_t>(word * 64 + static_cast<uint32_t>(std::countr_zero(changes)));
     }
   }
   if (carry) edges[count++] = static_cast<uint16_t>(width);

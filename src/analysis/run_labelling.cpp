@@ -112,10 +112,10 @@ void compareRows(const Layer& layer, uint32_t y, Contacts& touches, Contacts& co
   corners.size = static_cast<std::size_t>(corner - corners.list.data());
 }
 
-// A step from one component to another that leads into the same group, but not back.
-struct CornerLink {
-  uint32_t from = 0;
-  uint32_t to = 0;
+// Two components in contact. Across a corner the upper leads to the lower, but not back.
+struct LabelPair {
+  uint32_t upper = 0;
+  uint32_t lower = 0;
 };
 
 // Rows [firstRow, endRow) with labels of their own.
@@ -123,8 +123,8 @@ struct Band {
   uint32_t firstRow = 0;
   uint32_t endRow = 0;
   LabelSets sets;
-  ScratchVector<CornerLink> links;  // between components of the band
-  uint32_t labelOffset = 0;         // of its labels among those of all bands
+  ScratchVector<LabelPair> links;  // between components of the band
+  uint32_t labelOffset = 0;        // of its labels among those of all bands
 };
 
 void labelBand(Layer& layer, Band& band) {
@@ -151,9 +151,9 @@ void labelBand(Layer& layer, Band& band) {
   band.sets.flatten();
   for (std::size_t i = 0; i < corners.size; ++i) {
     const Contact& corner = corners.list[i];
-    const CornerLink link{band.sets.flatRoot(runs[corner.upper].group),
-                          band.sets.flatRoot(runs[corner.lower].group)};
-    if (link.from != link.to) band.links.push_back(link);
+    const LabelPair link{band.sets.flatRoot(runs[corner.upper].group),
+                         band.sets.flatRoot(runs[corner.lower].group)};
+    if (link.upper != link.lower) band.links.push_back(link);
   }
 }
 
@@ -182,21 +182,21 @@ LabelSets joinLabels(std::vector<Band>& bands) {
 }
 
 // Unites what touches across the seams of the bands; returns the corner links across them.
-ScratchVector<CornerLink> joinSeams(const Layer& layer, const std::vector<Band>& bands,
-                                    LabelSets& sets) {
+ScratchVector<LabelPair> joinSeams(const Layer& layer, const std::vector<Band>& bands,
+                                   LabelSets& sets) {
   Contacts touches;
   Contacts corners;
-  ScratchVector<CornerLink> links;
+  ScratchVector<LabelPair> links;
   for (std::size_t b = 1; b < bands.size(); ++b) {
     const auto labels = [&](const Contact& contact) {
-      return CornerLink{bands[b - 1].labelOffset + layer.runs[contact.upper].group,
-                        bands[b].labelOffset + layer.runs[contact.lower].group};
+      return LabelPair{bands[b - 1].labelOffset + layer.runs[contact.upper].group,
+                       bands[b].labelOffset + layer.runs[contact.lower].group};
     };
     touches.size = corners.size = 0;
     compareRows(layer, bands[b].firstRow, touches, corners);
     for (std::size_t i = 0; i < touches.size; ++i) {
-      const CornerLink touch = labels(touches.list[i]);
-      sets.unite(touch.from, touch.to);
+      const LabelPair touch = labels(touches.list[i]);
+      sets.unite(touch.upper, touch.lower);
     }
     for (std::size_t i = 0; i < corners.size; ++i) links.push_back(labels(corners.list[i]));
   }
@@ -204,15 +204,15 @@ ScratchVector<CornerLink> joinSeams(const Layer& layer, const std::vector<Band>&
 }
 
 // Corner links between root labels: a list for each band and one for the seams.
-using LinkLists = std::vector<ScratchVector<CornerLink>>;
+using LinkLists = std::vector<ScratchVector<LabelPair>>;
 
-LinkLists linkRoots(std::vector<Band>& bands, ScratchVector<CornerLink> seams,
+LinkLists linkRoots(std::vector<Band>& bands, ScratchVector<LabelPair> seams,
                     const LabelSets& sets) {
   LinkLists lists(bands.size() + 1);
   lists.back() = std::move(seams);
-  const auto toRoots = [&](ScratchVector<CornerLink>& links, uint32_t offset) {
-    for (CornerLink& link : links) {
-      link = {sets.flatRoot(offset + link.from), sets.flatRoot(offset + link.to)};
+  const auto toRoots = [&](ScratchVector<LabelPair>& links, uint32_t offset) {
+    for (LabelPair& link : links) {
+      link = {sets.flatRoot(offset + link.upper), sets.flatRoot(offset + link.lower)};
     }
   };
   toRoots(lists.back(), 0);
@@ -231,14 +231,14 @@ struct ComponentNode {
 // The targets of the links, ordered by the component that they start from. There is one node more
 // than labels.
 ScratchVector<uint32_t> orderTargets(const LinkLists& lists, ScratchVector<ComponentNode>& nodes) {
-  for (const ScratchVector<CornerLink>& links : lists) {
-    for (const CornerLink& link : links) ++nodes[link.from].firstLink;
+  for (const ScratchVector<LabelPair>& links : lists) {
+    for (const LabelPair& link : links) ++nodes[link.upper].firstLink;
   }
   uint32_t end = 0;
   for (ComponentNode& node : nodes) node.firstLink = end += node.firstLink;
   ScratchVector<uint32_t> targets(end);
-  for (const ScratchVector<CornerLink>& links : lists) {
-    for (const CornerLink& link : links) targets[--nodes[link.from].firstLink] = link.to;
+  for (const ScratchVector<LabelPair>& links : lists) {
+    for (const LabelPair& link : links) targets[--nodes[link.upper].firstLink] = link.lower;
   }
   return targets;
 }
@@ -274,7 +274,7 @@ uint32_t labelRuns(Layer& layer) {
   workers::parallelFor(bands.size(), [&](std::size_t b) { labelBand(layer, bands[b]); });
 
   LabelSets sets = joinLabels(bands);
-  ScratchVector<CornerLink> seams = joinSeams(layer, bands, sets);
+  ScratchVector<LabelPair> seams = joinSeams(layer, bands, sets);
   sets.flatten();
   const LinkLists links = linkRoots(bands, std::move(seams), sets);
 

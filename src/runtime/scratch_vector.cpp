@@ -41,6 +41,19 @@ std::vector<void*>& blocksOf(std::size_t size) {
   return cache().blocks[static_cast<std::size_t>(std::countr_zero(size))];
 }
 
+// Frees a block of the largest size that is not `size`; false when there is none.
+bool dropOther(std::size_t size) {
+  for (std::size_t other = mostKept; other >= smallest; other /= 2) {
+    std::vector<void*>& free = blocksOf(other);
+    if (other == size || free.empty()) continue;
+    ::operator delete(free.back());
+    free.pop_back();
+    cache().bytes -= other;
+    return true;
+  }
+  return false;
+}
+
 bool isKept(std::size_t bytes) {
   return bytes >= smallest && bytes <= mostKept;
 }
@@ -70,7 +83,9 @@ void give(void* block, std::size_t bytes) noexcept {
     const std::size_t size = std::bit_ceil(bytes);
     try {
       const std::lock_guard<std::mutex> lock(cache().mutex);
-      if (cache().bytes + size <= mostKept) {
+      bool fits = cache().bytes + size <= mostKept;
+      while (!fits && dropOther(size)) fits = cache().bytes + size <= mostKept;
+      if (fits) {
         blocksOf(size).push_back(block);
         cache().bytes += size;
         return;

@@ -11,7 +11,8 @@ namespace scratch_memory {
 
 /// At least `bytes` bytes, aligned for any scalar type. Throws std::bad_alloc.
 void* take(std::size_t bytes);
-/// Takes back what take(bytes) returned; keeps it where there is room among at most 64 MiB.
+/// Takes back what take(bytes) returned; keeps at most 64 MiB, rather of the sizes
+/// that are in use now than of earlier ones.
 void give(void* block, std::size_t bytes) noexcept;
 /// Frees what is kept.
 void release() noexcept;
@@ -20,8 +21,10 @@ std::size_t kept() noexcept;
 
 }  // namespace scratch_memory
 
+/// Standard allocator over scratch_memory.
 template <typename T>
 struct ScratchAllocator {
+  static_assert(alignof(T) <= __STDCPP_DEFAULT_NEW_ALIGNMENT__);
   using value_type = T;
 
   ScratchAllocator() = default;

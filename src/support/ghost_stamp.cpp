@@ -4,6 +4,7 @@
 #include <cmath>
 #include <stdexcept>
 #include <string>
+#include <utility>
 
 #include "runtime/float_conversion.h"
 #include "support/poisson.h"
@@ -76,42 +77,50 @@ void GhostStamp::rebuildTable() {
   }
 }
 
+std::vector<GhostStamp::Span> GhostStamp::spansAlong(uint16_t ghost, uint16_t boxMin,
+                                                     uint32_t boxLength) {
+  std::vector<Span> spans;
+  for (uint32_t cell = 0; cell < tableSide; ++cell) {
+    const uint32_t place = boxCoordinate(ghost, cell, boxMin);
+    if (place >= boxLength) continue;
+    if (!spans.empty() && spans.back().cell + spans.back().length == cell &&
+        spans.back().place + spans.back().length == place) {
+      ++spans.back().length;
+    } else {
+      spans.push_back({cell, place, 1});
+    }
+  }
+  return spans;
+}
+
 GhostStamp::GhostStamp(const std::vector<Voxel*>& ghosts, Box box)
     : boxWidth_(static_cast<uint32_t>(box.xMax - box.xMin)) {
   const auto boxHeight = static_cast<uint32_t>(box.yMax - box.yMin);
   for (const Voxel* ghost : ghosts) {
     if (ghost->toDelete) continue;
-    Footprint footprint;
-    for (uint32_t i = 0; i < tableSide; ++i) {
-      const uint32_t row = boxCoordinate(ghost->y, i, box.yMin);
-      if (row < boxHeight) footprint.rows.push_back({row, i});
-    }
+    Footprint footprint{spansAlong(ghost->y, box.yMin, boxHeight), {}};
     if (footprint.rows.empty()) continue;
-    for (uint32_t j = 0; j < tableSide; ++j) {
-      const uint32_t column = boxCoordinate(ghost->x, j, box.xMin);
-      if (column >= boxWidth_) continue;
-      std::vector<Span>& spans = footprint.spans;
-      if (!spans.empty() && spans.back().tableColumn + spans.back().length == j &&
-          spans.back().boxColumn + spans.back().length == column) {
-        ++spans.back().length;
-      } else {
-        spans.push_back({j, column, 1});
-      }
-    }
-    if (!footprint.spans.empty()) footprints_.push_back(std::move(footprint));
+    footprint.columns = spansAlong(ghost->x, box.xMin, boxWidth_);
+    if (!footprint.columns.empty()) footprints_.push_back(std::move(footprint));
+  }
+}
+
+void GhostStamp::addRow(const Footprint& footprint, uint32_t tableRow, float* line) const {
+  const float* table = coneSteps.data() + std::size_t{tableRow} * tableSide;
+  for (const Span& columns : footprint.columns) {
+    const float* from = table + columns.cell;
+    float* to = line + columns.place;
+    for (uint32_t k = 0; k < columns.length; ++k) to[k] += from[k];
   }
 }
 
 void GhostStamp::addRows(uint32_t firstRow, uint32_t endRow, float* sums) const {
   for (const Footprint& footprint : footprints_) {
-    for (const Row& row : footprint.rows) {
-      if (row.boxRow < firstRow || row.boxRow >= endRow) continue;
-      const float* table = coneSteps.data() + std::size_t{row.tableRow} * tableSide;
-      float* line = sums + std::size_t{row.boxRow - firstRow} * boxWidth_;
-      for (const Span& span : footprint.spans) {
-        const float* from = table + span.tableColumn;
-        float* to = line + span.boxColumn;
-        for (uint32_t k = 0; k < span.length; ++k) to[k] += from[k];
+    for (const Span& rows : footprint.rows) {
+      const uint32_t end = std::min(endRow, rows.place + rows.length);
+      for (uint32_t y = std::max(firstRow, rows.place); y < end; ++y) {
+        addRow(footprint, rows.cell + (y - rows.place),
+               sums + std::size_t{y - firstRow} * boxWidth_);
       }
     }
   }

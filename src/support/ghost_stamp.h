@@ -1,6 +1,5 @@
 #pragma once
 
-#include <cstddef>
 #include <cstdint>
 #include <vector>
 
@@ -27,20 +26,19 @@ class GhostStamp {
   static void releaseTable();
 
  private:
-  // Consecutive table columns that fall onto consecutive box columns.
+  // Consecutive rows or columns of the table that fall onto consecutive ones of the box.
   struct Span {
-    uint32_t tableColumn;
-    uint32_t boxColumn;
+    uint32_t cell;   // first of the table
+    uint32_t place;  // first of the box
     uint32_t length;
   };
-  struct Row {
-    uint32_t boxRow;
-    uint32_t tableRow;
-  };
   struct Footprint {
-    std::vector<Span> spans;
-    std::vector<Row> rows;
+    std::vector<Span> rows;
+    std::vector<Span> columns;
   };
+
+  static std::vector<Span> spansAlong(uint16_t ghost, uint16_t boxMin, uint32_t boxLength);
+  void addRow(const Footprint& footprint, uint32_t tableRow, float* line) const;
 
   uint32_t boxWidth_;
   std::vector<Footprint> footprints_;

@@ -126,7 +126,6 @@ Poisson generatorFor(Group& group, const std::vector<Layer>& layers, const Plan&
   poisson.group = &group;
   poisson.layer = &layers.back();
   poisson.layerCount = layers.size();
-  poisson.remainingStrength = plan.remainingStrength;
   poisson.transmittedStrength = plan.transmittedStrength;
   poisson.nbSupport = plan.islandCount;
   poisson.nbSupportBase = plan.count;
@@ -191,11 +190,14 @@ uint32_t GroupHandler::supportLayer() {
   const GroupPixels pixels(layer, needy);
   std::atomic<uint32_t> total{0};
   workers::parallelFor(needy.size(), [&](std::size_t i) {
+    Group& group = layer.groups[needy[i]];
     try {
-      Poisson poisson = generatorFor(layer.groups[needy[i]], *layers, plans[needy[i]]);
+      Poisson poisson = generatorFor(group, *layers, plans[needy[i]]);
       poisson.pixels = &pixels[i];
       total += poisson.generateSupports();
     } catch (...) {
+      // An island's second pass may fail where the first has placed supports.
+      if (group.placement) group.placement->supports.clear();
       ++failedTasks;
     }
   });

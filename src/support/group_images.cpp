@@ -1,7 +1,5 @@
 #include "support/group_images.h"
 
-#include <algorithm>
-
 #include "analysis/byte_pairs.h"
 #include "runtime/float_conversion.h"
 #include "support/ghost_stamp.h"

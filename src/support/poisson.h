@@ -53,8 +53,7 @@ class Poisson {
   const Layer* layer = nullptr;
   /// The group's pixels in raster order; read only when supports are to be placed.
   const std::vector<RowSpan>* pixels = nullptr;
-  std::size_t layerCount = 0;  ///< layers in the history, this one included
-  float remainingStrength = 0;
+  std::size_t layerCount = 0;     ///< layers in the history, this one included
   float transmittedStrength = 0;  ///< strength that the lower groups pass up into this group
   uint32_t nbSupport = 0;         ///< supports to place; afterwards, supports kept
   uint32_t nbSupportBase = 0;     ///< the count that enters the strength formula

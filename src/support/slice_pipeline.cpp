@@ -49,10 +49,10 @@ uint32_t SlicePipeline::run(Layer layer) {
     handler.layers = layers;
     supportCount = handler.supportLayer();
   }
-  if (layers->size() > 1) {
-    Layer& below = (*layers)[layers->size() - 2];
-    if (scratch) scratch->takeRuns(below);
-    below.archive();
+  // More than one only after a slice that failed once it was in the history.
+  for (std::size_t i = layers->size() - 1; i-- > 0 && !(*layers)[i].isArchived();) {
+    if (scratch) scratch->takeRuns((*layers)[i]);
+    (*layers)[i].archive();
   }
   if (scratch) scratch->takePlanes(current, needBuffer);
   current.strokePixels.release();

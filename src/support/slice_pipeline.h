@@ -38,8 +38,8 @@ struct SlicePipeline {
   /// false, topPixelCount is the size that it has or would have.
   Plane<uint32_t>* topPixelBuffer = nullptr;
   std::size_t topPixelCount = 0;
-  bool needBuffer =
-      false;  ///< fill Layer::pixelBuffer with labels, Layer::supportedPixels, markers
+  /// Fill Layer::pixelBuffer with labels, Layer::supportedPixels and the markers.
+  bool needBuffer = false;
   bool addSupport = true;
   const std::atomic<bool>* cancelled = nullptr;  ///< optional
   SliceScratch* scratch = nullptr;               ///< optional; kept from slice to slice
