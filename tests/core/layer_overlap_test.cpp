@@ -4,9 +4,9 @@
 
 #include <map>
 
-#include "analysis/run_extraction.h"
-#include "analysis/run_labelling.h"
+#include "analysis/group_counts.h"
 #include "core/drawing.h"
+#include "core/labelled_layer.h"
 #include "core/random.h"
 #include "core/stage_test.h"
 
@@ -56,13 +56,9 @@ TEST_F(LayerOverlap, KeepsTheEntriesOfAGroupTogetherInAscendingOrder) {
   for (uint32_t k = 0; k < 4; ++k) EXPECT_EQ(layer.overlaps[k].lower, k + 1);
 }
 
-Layer labelled(Layer layer) {
-  layer.supportedPixels = Plane<uint8_t>(layer.pixelBuffer.size());
-  layer.strokePixels = Plane<uint8_t>(layer.pixelBuffer.size());
-  extractRuns(layer, false);
-  layer.groupCount = labelRuns(layer);
-  layer.groups.resize(layer.groupCount + 1);
-  for (uint32_t id = 1; id <= layer.groupCount; ++id) layer.groups[id].id = id;
+Layer grouped(Layer layer) {
+  layer = labelled(std::move(layer));
+  countGroups(layer);
   return layer;
 }
 
@@ -74,7 +70,7 @@ Layer randomLayer(Random& random, uint32_t width, uint32_t height) {
     if (random.oneIn(rarity)) solid = !solid;
     if (solid) layer.pixelBuffer[i] = materialPixel();
   }
-  layer = labelled(std::move(layer));
+  layer = grouped(std::move(layer));
   for (Group& group : layer.groups) group.islandDistance = random.below(9);
   return layer;
 }
@@ -142,7 +138,7 @@ TEST(LayerOverlapProperty, EqualsAPixelByPixelCountOnNoiseOfManyRuns) {
   for (std::size_t i = 0; i < layer.pixelBuffer.size(); ++i) {
     if (random.oneIn(2)) layer.pixelBuffer[i] = materialPixel();
   }
-  layer = labelled(std::move(layer));
+  layer = grouped(std::move(layer));
   ASSERT_GT(layer.runs.size(), 3u << 15);
   relateAndCheck(layer, below);
 }

@@ -2,21 +2,13 @@
 
 #include <gtest/gtest.h>
 
-#include "analysis/run_extraction.h"
 #include "core/drawing.h"
+#include "core/labelled_layer.h"
 #include "core/random.h"
 #include "reference/flood_fill.h"
 
 namespace stiltforge {
 namespace {
-
-Layer labelled(Layer layer) {
-  layer.supportedPixels = Plane<uint8_t>(layer.pixelBuffer.size());
-  layer.strokePixels = Plane<uint8_t>(layer.pixelBuffer.size());
-  extractRuns(layer, false);
-  layer.groupCount = labelRuns(layer);
-  return layer;
-}
 
 // The fill of vertical runs, stack and all, gives the labels that count.
 testing::AssertionResult agreesWithTheFill(Layer layer) {
