@@ -307,5 +307,29 @@ TEST_F(GroupHandlerTest, CountsAGroupThatFailsAndCarriesOn) {
   EXPECT_TRUE(!failed.placement || failed.placement->supports.empty());
 }
 
+TEST_F(GroupHandlerTest, TakesBackTheFirstPassOfAnIslandWhoseSecondPassFails) {
+  layers.clear();
+  segment(emptyLayer(100, 100));
+  Layer layer = emptyLayer(100, 100);
+  std::fill_n(layer.pixelBuffer.data(), layer.pixelBuffer.size(), materialPixel());
+  segment(std::move(layer));
+  Poisson::numberOfSamplePerSupport = 1e6f;
+  Poisson::supportStrength = 10000.0f;
+  Poisson::maxSupportRadiusInIsland = 0.01f;  // thousands of supports in the second pass
+  const uint64_t failedBefore = GroupHandler::failedTasks;
+  GroupHandler handler;
+  handler.layers = &layers;
+  {
+    const FailingAllocation noLargeBlocks(150000);
+    placed = handler.supportLayer();
+  }
+  EXPECT_EQ(GroupHandler::failedTasks, failedBefore + 1);
+  EXPECT_EQ(placed, 0u);
+  const Group& island = layers.back().groups[1];
+  ASSERT_NE(island.placement, nullptr);
+  ASSERT_NE(island.placement->samples, nullptr) << "the first pass came to its end";
+  EXPECT_TRUE(island.placement->supports.empty());
+}
+
 }  // namespace
 }  // namespace stiltforge

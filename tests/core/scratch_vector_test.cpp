@@ -57,6 +57,18 @@ TEST_F(KeptScratchMemory, FillsUpToItsBound) {
   EXPECT_EQ(scratch_memory::kept(), 64 * mebibyte);
 }
 
+TEST_F(KeptScratchMemory, DropsSizesOutOfUseForThoseInUse) {
+  { const std::vector<ScratchVector<uint8_t>> early(16, ScratchVector<uint8_t>(4 * mebibyte)); }
+  const void* first = nullptr;
+  {
+    const ScratchVector<uint8_t> list(8 * mebibyte);
+    first = list.data();
+  }
+  EXPECT_EQ(scratch_memory::kept(), 64 * mebibyte);
+  const ScratchVector<uint8_t> next(8 * mebibyte);
+  EXPECT_EQ(next.data(), first);
+}
+
 TEST_F(KeptScratchMemory, ReleaseGivesAllBack) {
   { const ScratchVector<uint8_t> list(mebibyte); }
   EXPECT_EQ(scratch_memory::kept(), mebibyte);

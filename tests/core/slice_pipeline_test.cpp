@@ -4,9 +4,11 @@
 
 #include <atomic>
 #include <iostream>
+#include <new>
 #include <sstream>
 
 #include "analysis/support_inheritance.h"
+#include "core/failing_allocation.h"
 #include "core/stage_test.h"
 #include "reference/stack_generator.h"
 #include "support/group_images.h"
@@ -103,6 +105,22 @@ TEST_F(SlicePipelineTest, KeepsTheHistoryWhenASliceDoesNotFit) {
 }
 
 // Without buffers a slice takes other paths, to the same groups, supports and images.
+TEST_F(SlicePipelineTest, ArchivesTheLayersThatAFailedSliceLeftBehind) {
+  SupportInheritance::maxGhost = 20000;
+  analyse(filledBox(100, 100));
+  layers[0].groups[1].ensurePlacement().supports.resize(10000);
+  {
+    const FailingAllocation noListOfAllGhosts(60000);
+    EXPECT_THROW(analyse(filledBox(100, 100)), std::bad_alloc);
+  }
+  ASSERT_EQ(layers.size(), 2u) << "it failed within the history";
+  EXPECT_FALSE(layers[0].isArchived());
+  analyse(filledBox(100, 100));
+  EXPECT_TRUE(layers[0].isArchived());
+  EXPECT_TRUE(layers[1].isArchived());
+  EXPECT_FALSE(layers[2].isArchived());
+}
+
 TEST_F(SlicePipelineTest, PlacesTheSameSupportsWhetherBuffersAreWantedOrNot) {
   for (uint64_t seed = 0; seed < 400; ++seed) {
     const reference::Stack stack = reference::generateStack(seed);
