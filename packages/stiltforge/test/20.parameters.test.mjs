@@ -162,6 +162,24 @@ test('maxGhost is truncated towards zero', async () => {
   assert.equal((await inherited(2.9)).above, two.above);
   assert.notEqual((await inherited(200)).above, two.above);
   assert.equal((await inherited(0.9)).above, (await inherited(0)).above);
+  assert.equal((await inherited(-1.5)).above, (await inherited(-1)).above);
+  assert.notEqual((await inherited(-1.5)).above, (await inherited(200)).above);
+});
+
+test('maxGhostValueToPlaceSupport changes nothing', async () => {
+  const layers = async (maxGhostValueToPlaceSupport) => {
+    InitAnalyseSlice(
+      parameters({ width: 40, height: 40, supportStrength: 50, maxGhostValueToPlaceSupport }),
+    );
+    const results = [];
+    for (const side of [0, 12, 24, 40])
+      results.push(await analyse(rectangle(40, 40, 0, 0, side, side)));
+    CleanPointer();
+    return results.map(({ layer }) => layer);
+  };
+  const one = await layers(1);
+  assert.ok(one.at(-1).groups[0].supports.length > 2);
+  for (const other of [0, -1, 255, 1e30, NaN]) assert.deepEqual(await layers(other), one);
 });
 
 test('a value of the wrong type is an exception of the conversion', () => {

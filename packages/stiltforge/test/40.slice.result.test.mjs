@@ -82,6 +82,25 @@ test('an empty slice has no groups', async () => {
   CleanPointer();
 });
 
+test('coordinates reach 65535', async () => {
+  const longest = 65535;
+  for (const [width, height] of [
+    [longest, 2],
+    [2, longest],
+  ]) {
+    InitAnalyseSlice(parameters({ width, height }));
+    await analyse(rectangle(width, height, 0, 0, 0, 0));
+    const corner = rectangle(width, height, width - 2, height - 2, width, height);
+    const { layer } = await analyse(corner);
+    assert.deepEqual([layer.width, layer.height], [width, height]);
+    const [{ xMin, yMin, xMax, yMax, supports }] = layer.groups;
+    assert.deepEqual([xMin, yMin, xMax, yMax], [width - 2, height - 2, width, height]);
+    assert.ok(supports.length > 0);
+    for (const { x, y } of supports) assert.ok(x >= xMin && x < xMax && y >= yMin && y < yMax);
+    CleanPointer();
+  }
+});
+
 test('without addSupport every group has an empty supports array', async () => {
   InitAnalyseSlice(parameters({ addSupport: false }));
   await analyse(rectangle(8, 6, 0, 0, 0, 0));

@@ -81,6 +81,14 @@ test('the images show the sampling state', async () => {
   assert.equal(brightest, score[(9 * width + 11) * 4]);
 });
 
+test('a region of one pixel, which never gets a support, gives images of one pixel', async () => {
+  await analyse(rectangle(20, 16, 0, 0, 0, 0));
+  await analyse(rectangle(20, 16, 7, 5, 8, 6, { blue: 30, green: 40 }));
+  const images = await groupImages(1, 1);
+  assert.deepEqual(images.slice(8), [1, 1]);
+  for (const image of images.slice(0, 8)) assert.deepEqual(image, Buffer.alloc(4));
+});
+
 test('the placeholder group is empty', async () => {
   await analyseIsland();
   const images = await groupImages(1, 0);
