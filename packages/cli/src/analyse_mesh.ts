@@ -18,7 +18,7 @@ import {
   type PrintSettings,
   type SupportSettings,
 } from './settings.js';
-import { slicePictures } from './slice_pictures.js';
+import { slicePictureNames, slicePictures } from './slice_pictures.js';
 import { SliceStream } from './slice_stream.js';
 import { loadSlicing, type Slicer } from './slicer.js';
 import { meshWarnings, type Summary } from './summary.js';
@@ -27,6 +27,9 @@ import { version } from './version.js';
 
 /** Pixels left free around the model, so that its contour is one on all sides. */
 const margin = 2;
+
+/** Every picture that a run without --inspect may write. */
+const pictureNames = ['part.png', 'part_from_below.png', ...slicePictureNames];
 
 export interface GroupToInspect {
   layer: number;
@@ -59,6 +62,7 @@ export interface JobWatcher {
 export async function analyseMesh(job: Job, watcher: JobWatcher): Promise<Summary> {
   const started = performance.now();
   const slicer = makeSlicer(job);
+  requireLayers(job, slicer.layerCount);
   const folder = await OutputFolder.open(job.folder);
   const discard = (): void => folder.discard();
   process.once('exit', discard);
@@ -89,6 +93,17 @@ function makeSlicer({ name, mesh, print, support }: Job): Slicer {
     });
   } catch (error) {
     throw new UserError(ExitCode.mesh, `${name}: ${messageOf(error)}`, { cause: error });
+  }
+}
+
+/** A wrong layer is told at once, not when the whole model is analysed. */
+function requireLayers({ name, inspect }: Job, layers: number): void {
+  for (const { layer, region } of inspect) {
+    if (layer < layers) continue;
+    throw new UserError(
+      ExitCode.usage,
+      `--inspect ${layer}:${region}: ${name} has the layers 0 to ${layers - 1}.`,
+    );
   }
 }
 
@@ -163,6 +178,7 @@ async function writeOutputs(
   };
   await folder.write('supports.json', supportsJson(document));
   await folder.write('points.csv', pointsCsv(supports));
+  folder.retire(pictureNames);
   if (job.pictures) {
     await writePartPictures(job, supports, folder, signal);
     for (const { name, png } of await slicePictures(slicer, parameters, tally, print, signal)) {

@@ -9,8 +9,16 @@ import type { Tally } from './tally.js';
 
 const tile = { width: 620, height: 520 };
 const pictures = 6;
+const sheetName = 'slices.png';
+const tileName = (index: number): string => `slices/${index + 1}.png`;
 /** Points placed up to this far below a slice are shown in it, mm. */
 const memory = 8;
+
+/** The names of all pictures that slicePictures() may return. */
+export const slicePictureNames = [
+  sheetName,
+  ...Array.from({ length: pictures }, (_, index) => tileName(index)),
+];
 
 export interface NamedPicture {
   name: string;
@@ -39,7 +47,7 @@ export async function slicePictures(
     for await (const result of analysis.run(slices, { signal })) {
       const layer = layers[tiles.length];
       tiles.push({
-        name: `slices/${tiles.length + 1}.png`,
+        name: tileName(tiles.length),
         png: await pictureOf(layer, result, tally, print),
       });
     }
@@ -51,7 +59,7 @@ export async function slicePictures(
     tile,
     3,
   );
-  return [{ name: 'slices.png', png: sheet }, ...tiles];
+  return [{ name: sheetName, png: sheet }, ...tiles];
 }
 
 function pictureOf(

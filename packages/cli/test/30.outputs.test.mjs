@@ -4,7 +4,7 @@ import { join } from 'node:path';
 import { test } from 'node:test';
 import sharp from 'sharp';
 import { stiltforge, temporaryFolder } from './harness.mjs';
-import { binaryStl, table } from './meshes.mjs';
+import { binaryStl, box, table } from './meshes.mjs';
 
 async function run(t, words = []) {
   const folder = await temporaryFolder(t);
@@ -111,6 +111,25 @@ test('pictures: the part from two sides and from below, and telling slices', asy
   assert.ok(isOpaque && entropy > 0.5 && dominant.r > 200, 'a part on a light background');
 });
 
+test('pictures of a needle stay as small as those of other parts', async (t) => {
+  const folder = await temporaryFolder(t);
+  await writeFile(join(folder, 'needle.stl'), binaryStl(box([0, 0, 0], [0.5, 0.5, 100])));
+  const words = ['needle.stl', '--layer-height', '1'];
+  assert.equal((await stiltforge(words, { cwd: folder })).code, 0);
+  for (const name of ['part.png', 'part_from_below.png']) {
+    const { height } = await sharp(join(folder, 'needle-supports', name)).metadata();
+    assert.ok(height < 1200, `${name} is ${height} pixels high`);
+  }
+});
+
+test('a part of many metres, whose units are wrong, is drawn too', async (t) => {
+  const { outputs } = await run(t, [
+    ...['--scale', '10000', '--screen', '2000x2000'],
+    ...['--pixel-size', '200', '--layer-height', '1000', '--support-area', '1e9'],
+  ]);
+  assert.ok((await readdir(outputs)).includes('part.png'));
+});
+
 test('--inspect writes eight images of a region and a labelled sheet', async (t) => {
   const probe = await run(t, ['--no-pictures']);
   const [{ layer, region }] = (await json(probe.outputs)).supports;
@@ -147,6 +166,22 @@ test('outputs replace those of an earlier run and leave other files alone', asyn
     'supports.json',
   ]);
   assert.equal(await readFile(join(folder, 'out', 'mine.txt'), 'utf8'), 'keep');
+});
+
+test('pictures of an earlier run go, files of other people in their folder stay', async (t) => {
+  const folder = await temporaryFolder(t);
+  await writeFile(join(folder, 'table.stl'), binaryStl(table()));
+  const outputs = join(folder, 'table-supports');
+  assert.equal((await stiltforge(['table.stl'], { cwd: folder })).code, 0);
+  assert.ok((await readdir(join(outputs, 'slices'))).length > 0);
+  assert.equal((await stiltforge(['table.stl', '--no-pictures'], { cwd: folder })).code, 0);
+  assert.deepEqual((await readdir(outputs)).sort(), ['points.csv', 'supports.json']);
+
+  await mkdir(join(outputs, 'slices'));
+  await writeFile(join(outputs, 'slices', '1.png'), 'old');
+  await writeFile(join(outputs, 'slices', 'mine.png'), 'keep');
+  assert.equal((await stiltforge(['table.stl', '--no-pictures'], { cwd: folder })).code, 0);
+  assert.deepEqual(await readdir(join(outputs, 'slices')), ['mine.png']);
 });
 
 test('a scaled or turned mesh keeps its own coordinates in the outputs', async (t) => {

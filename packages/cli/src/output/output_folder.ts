@@ -1,5 +1,5 @@
 import { rmdirSync, rmSync } from 'node:fs';
-import { mkdir, rename, writeFile } from 'node:fs/promises';
+import { mkdir, rename, rm, rmdir, writeFile } from 'node:fs/promises';
 import { basename, dirname, join, resolve } from 'node:path';
 import { ExitCode, messageOf, UserError } from '../errors.js';
 
@@ -11,6 +11,8 @@ export class OutputFolder {
   /** Places of the files by their temporary names. */
   private readonly pending = new Map<string, string>();
   private readonly names = new Set<string>();
+  /** Names of files that go when they are not written anew. */
+  private retired: readonly string[] = [];
   /** Folders that weren't there before, outermost first. */
   private readonly made: string[] = [];
 
@@ -39,10 +41,22 @@ export class OutputFolder {
     });
   }
 
+  /** Files of these names that an earlier run left go when this one is committed without them. */
+  retire(names: readonly string[]): void {
+    this.retired = names;
+  }
+
   async commit(): Promise<void> {
     for (const [temporary, path] of this.pending) {
       await orOutputError(path, 'the file', () => rename(temporary, path));
       this.pending.delete(temporary);
+    }
+    for (const name of this.retired) {
+      if (this.names.has(name)) continue;
+      const path = join(this.path, name);
+      await orOutputError(path, 'the file', () => rm(path, { force: true }));
+      // Refused, rightly, while anything else is in it.
+      if (name.includes('/')) await rmdir(dirname(path)).catch(() => {});
     }
     this.made.length = 0;
   }

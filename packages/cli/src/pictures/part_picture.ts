@@ -24,6 +24,8 @@ const background = '#f8fafb';
 /** Drawn this many times larger and scaled down, which smooths the edges. */
 const supersampling = 2;
 const panelWidth = 760;
+/** A needle would otherwise be drawn as wide as the panel, and dozens of times as high. */
+const highestPanel = 1000;
 const titleHeight = 64;
 const padding = 28;
 
@@ -168,7 +170,10 @@ function frameOf(scene: Scene, view: View): Frame {
     include([mesh[i], mesh[i + 1], mesh[i + 2]], scene.pointRadius);
   }
   if (view.withPlate) for (const corner of plateRim(scene)) include(corner, 0);
-  const pixelsPerMillimetre = panelWidth / (1.02 * (rightmost - left));
+  const pixelsPerMillimetre = Math.min(
+    panelWidth / (1.02 * (rightmost - left)),
+    highestPanel / (1.02 * (top - bottom)),
+  );
   const height = Math.ceil(1.02 * (top - bottom) * pixelsPerMillimetre);
   return {
     height,

@@ -1,6 +1,7 @@
 import type { Triangles } from '../mesh/triangles.js';
 
-const cell = 0.5; // mm
+const finestCell = 0.5; // mm
+const mostCells = 1000; // along a side
 const blurRadius = 2.5; // mm
 const fadeHeight = 12; // mm above the plate at which the shadow has faded to a third
 
@@ -9,7 +10,9 @@ export type PlateShadow = (x: number, y: number) => number;
 
 /** A soft contact shadow: dark where the mesh is near the plate, fading with its height above it. */
 export function plateShadow(mesh: Triangles, plateZ: number, reach: number): PlateShadow {
+  const cell = Math.max(finestCell, (2 * reach) / mostCells);
   const side = Math.ceil((2 * reach) / cell);
+  const radius = Math.round(blurRadius / cell);
   const dark = new Float32Array(side * side);
   const toCell = (value: number): number => (value + reach) / cell;
   for (let i = 0; i < mesh.length; i += 9) {
@@ -33,8 +36,8 @@ export function plateShadow(mesh: Triangles, plateZ: number, reach: number): Pla
     }
   }
   for (let pass = 0; pass < 2; pass++) {
-    blurLines(dark, side, 1, side);
-    blurLines(dark, side, side, 1);
+    blurLines(dark, side, radius, 1, side);
+    blurLines(dark, side, radius, side, 1);
   }
   return (x, y) => {
     const column = Math.floor(toCell(x));
@@ -45,8 +48,13 @@ export function plateShadow(mesh: Triangles, plateZ: number, reach: number): Pla
 }
 
 /** A running mean along each line of a square grid. */
-function blurLines(values: Float32Array, side: number, step: number, lineStep: number): void {
-  const radius = Math.round(blurRadius / cell);
+function blurLines(
+  values: Float32Array,
+  side: number,
+  radius: number,
+  step: number,
+  lineStep: number,
+): void {
   const line = new Float32Array(side);
   for (let k = 0; k < side; k++) {
     for (let i = 0; i < side; i++) line[i] = values[k * lineStep + i * step];

@@ -176,27 +176,25 @@ export class SceneRaster {
    * `radius` in millimetres. Samples lie on a fixed spiral that turns from pixel to pixel.
    */
   occlude(radius: number): void {
-    const samples = 24;
-    const reach = radius * this.camera.pixelsPerMillimetre;
+    const spirals = turnedSpirals(radius * this.camera.pixelsPerMillimetre);
+    const distances = spiralDistances(radius);
     const shade = new Float32Array(this.depth.length).fill(1);
     for (let row = 0; row < this.height; row++) {
       for (let column = 0; column < this.width; column++) {
         const pixel = row * this.width + column;
         const own = this.depth[pixel];
         if (own === Infinity) continue;
-        const turn = ((column * 7 + row * 13) % 16) * (Math.PI / 8);
+        const spiral = spirals[(column * 7 + row * 13) % spiralTurns];
         let hidden = 0;
-        for (let k = 0; k < samples; k++) {
-          const distance = reach * Math.sqrt((k + 0.5) / samples);
-          const angle = turn + k * 2.399963;
-          const x = Math.round(column + distance * Math.cos(angle));
-          const y = Math.round(row + distance * Math.sin(angle));
+        for (let k = 0; k < spiralSamples; k++) {
+          const x = column + spiral[2 * k];
+          const y = row + spiral[2 * k + 1];
           if (x < 0 || y < 0 || x >= this.width || y >= this.height) continue;
           const front = own - this.depth[y * this.width + x];
-          const slope = front / (distance / this.camera.pixelsPerMillimetre);
+          const slope = front / distances[k];
           if (slope > 0.35 && front < 4 * radius) hidden += Math.min(1, slope - 0.35);
         }
-        shade[pixel] = 1 - Math.min(0.55, (0.9 * hidden) / samples);
+        shade[pixel] = 1 - Math.min(0.55, (0.9 * hidden) / spiralSamples);
       }
     }
     for (let i = 0; i < this.colour.length; i++) this.colour[i] *= shade[Math.floor(i / 3)];
@@ -216,10 +214,38 @@ export class SceneRaster {
   }
 }
 
-function srgbByte(linear: number): number {
-  const value = Math.min(1, Math.max(0, linear));
-  const curved = value <= 0.0031308 ? 12.92 * value : 1.055 * value ** (1 / 2.4) - 0.055;
+const spiralSamples = 24;
+const spiralTurns = 16;
+
+/** How far from the middle the places of a spiral lie that reaches to `reach`. */
+function spiralDistances(reach: number): number[] {
+  return Array.from(
+    { length: spiralSamples },
+    (_, k) => reach * Math.sqrt((k + 0.5) / spiralSamples),
+  );
+}
+
+/** The same places as x, y, x, y ... in whole pixels, for each turn of the spiral. */
+function turnedSpirals(reach: number): Int32Array[] {
+  return Array.from({ length: spiralTurns }, (_, turn) =>
+    Int32Array.from(
+      spiralDistances(reach).flatMap((distance, k) => {
+        const angle = (turn * 2 * Math.PI) / spiralTurns + k * 2.399963;
+        return [Math.round(distance * Math.cos(angle)), Math.round(distance * Math.sin(angle))];
+      }),
+    ),
+  );
+}
+
+const srgbSteps = 16383;
+const srgbTable = Uint8Array.from({ length: srgbSteps + 1 }, (_, i) => {
+  const linear = i / srgbSteps;
+  const curved = linear <= 0.0031308 ? 12.92 * linear : 1.055 * linear ** (1 / 2.4) - 0.055;
   return Math.round(255 * curved);
+});
+
+function srgbByte(linear: number): number {
+  return srgbTable[Math.round(srgbSteps * Math.min(1, Math.max(0, linear)))];
 }
 
 /** A colour as it is written in a style sheet, "#rrggbb", in linear light. */
