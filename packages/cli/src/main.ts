@@ -1,3 +1,13 @@
 import { runCommand } from './command.js';
+import { ExitCode } from './errors.js';
 
-process.exitCode = await runCommand(process.argv.slice(2));
+// A reader of the messages that goes away, like `| head`, is no reason to lose the run.
+process.stderr.on('error', () => {});
+process.stdout.on('error', (error: NodeJS.ErrnoException) => {
+  if (error.code === 'EPIPE') return;
+  process.stderr.write(`stiltforge: standard output can't be written (${error.message})\n`);
+  process.exitCode = ExitCode.output;
+});
+
+const code = await runCommand(process.argv.slice(2));
+process.exitCode ||= code;

@@ -12,6 +12,10 @@ export const noProgress: Progress = { start() {}, update() {}, stop() {} };
 /** Milliseconds between lines where no bar can be drawn. */
 const linePause = 5000;
 
+/** Columns of a terminal, and those of the longest text beside the bar. */
+const usualColumns = 80;
+const barText = ' 100% | layer 65535 of 65535 | 99999 layers/s | 59 min 59 s left'.length;
+
 /**
  * A bar with layers per second and the time left; where standard error is not a terminal, a line now
  * and then.
@@ -25,6 +29,7 @@ function barOn(stream: NodeJS.WriteStream, clock: Clock): Progress {
   const bar = new SingleBar(
     {
       stream,
+      barsize: Math.min(40, Math.max(4, (stream.columns || usualColumns) - barText - 1)),
       format: '{bar} {percentage}% | layer {value} of {total} | {rate} layers/s | {left} left',
       hideCursor: true,
       fps: 10,

@@ -33,7 +33,7 @@ export function summaryText(summary: Summary): string {
       'supports',
       supports.length === 0
         ? '0'
-        : `${count(supports.length)} (${islands} under islands, ${supports.length - islands} under overhangs)`,
+        : `${count(supports.length)} (${count(islands)} under islands, ${count(supports.length - islands)} under overhangs)`,
     ],
     ...(supports.length === 0
       ? []

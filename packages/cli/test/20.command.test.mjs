@@ -1,4 +1,5 @@
 import assert from 'node:assert/strict';
+import { closeSync, existsSync, openSync } from 'node:fs';
 import { access, constants, readdir, readFile, writeFile } from 'node:fs/promises';
 import { join } from 'node:path';
 import { test } from 'node:test';
@@ -81,6 +82,45 @@ test('a region that is not there exits with 2 and leaves no outputs', async (t) 
   assert.equal(code, 2);
   assert.match(err, /--inspect 3:99: .*group 99/);
   assert.deepEqual(await readdir(folder), ['table.stl']);
+});
+
+test('a layer that is not there exits with 2 before anything is analysed', async (t) => {
+  const folder = await temporaryFolder(t);
+  await writeFile(join(folder, 'table.stl'), binaryStl(table()));
+  const words = ['table.stl', '--no-pictures', '--inspect', '90:1'];
+  const { code, err } = await stiltforge(words, { cwd: folder });
+  assert.equal(code, 2);
+  assert.equal(err, 'stiltforge: --inspect 90:1: table.stl has the layers 0 to 89.\n');
+  assert.deepEqual(await readdir(folder), ['table.stl']);
+});
+
+test('a reader of the messages that goes away does not end the run', async (t) => {
+  const folder = await temporaryFolder(t);
+  await writeFile(join(folder, 'cube.stl'), binaryStl(box([0, 0, 0], [4, 4, 4])));
+  const { child, done } = start(['cube.stl', '--no-pictures'], { cwd: folder });
+  child.stdout.destroy();
+  const { code, err } = await done;
+  assert.equal(err, '');
+  assert.equal(code, 0);
+  assert.ok((await readdir(folder)).includes('cube-supports'));
+});
+
+const full = '/dev/full';
+test('standard output that cannot be written exits with 4 and says so', {
+  skip: !existsSync(full),
+}, async (t) => {
+  const folder = await temporaryFolder(t);
+  await writeFile(join(folder, 'cube.stl'), binaryStl(box([0, 0, 0], [4, 4, 4])));
+  const stdout = openSync(full, 'w');
+  t.after(() => closeSync(stdout));
+  const words = ['cube.stl', '--no-pictures'];
+  const { code, err } = await start(words, { cwd: folder, stdout }).done;
+  assert.equal(code, 4);
+  assert.match(err, /^stiltforge: standard output can't be written \(ENOSPC/);
+  assert.deepEqual((await readdir(join(folder, 'cube-supports'))).sort(), [
+    'points.csv',
+    'supports.json',
+  ]);
 });
 
 test('an open mesh gives supports, and a warning in one sentence', async (t) => {

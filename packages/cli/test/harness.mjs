@@ -8,11 +8,14 @@ import { fileURLToPath } from 'node:url';
 const main = fileURLToPath(new URL('../bin/stiltforge.mjs', import.meta.url));
 
 /** Starts `stiltforge ...words`; `done` resolves to { code, signal, out, err }. */
-export function start(words, { cwd } = {}) {
-  const child = spawn(process.execPath, [main, ...words], { cwd });
+export function start(words, { cwd, stdout = 'pipe' } = {}) {
+  const child = spawn(process.execPath, [main, ...words], {
+    cwd,
+    stdio: ['ignore', stdout, 'pipe'],
+  });
   let out = '';
   let err = '';
-  child.stdout.on('data', (text) => {
+  child.stdout?.on('data', (text) => {
     out += text;
   });
   child.stderr.on('data', (text) => {
