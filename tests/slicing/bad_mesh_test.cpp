@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include <algorithm>
+#include <chrono>
 #include <random>
 
 #include "slicing/shapes.h"
@@ -76,6 +76,21 @@ TEST(BadMesh, ASheetWithoutThicknessHoldsNoMaterialAndFloodsNothing) {
   for (const Picture& layer : allPictures(soup, unitSettings(20))) {
     EXPECT_EQ(layer, (Picture{"##....", "......", "......", "......"}));
   }
+}
+
+TEST(BadMesh, AHeapOfLooseTrianglesTakesSecondsAtMost) {
+  const int count = 20000;
+  Soup soup;
+  for (int i = 0; i < count; ++i) {
+    const float y = static_cast<float>(i) * 0.01f;
+    append(soup, {Vertex{0, y, 0}, Vertex{200, y, 0}, Vertex{100, y, 3}});
+  }
+  SlicerSettings settings = unitSettings(220);
+  settings.channels.layerHeight = 3;
+  const auto begin = std::chrono::steady_clock::now();
+  Slicer slicer(soup, settings);
+  EXPECT_EQ(sliceVolume(slicer, settings), 0);
+  EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(20));
 }
 
 TEST(BadMesh, DegenerateTrianglesChangeNothing) {
