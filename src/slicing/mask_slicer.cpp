@@ -50,15 +50,15 @@ SliceInfo MaskSlicer::next(std::span<const uint8_t> mask, uint8_t* rgba) {
                        sizeText(settings_.maskWidth, settings_.maskHeight) +
                        " pixels of one byte are needed.");
   }
-  std::swap(below_, material_);
   const std::size_t stride = settings_.maskWidth;
   findMaskRuns(mask.data() + settings_.cropY * stride + settings_.cropX, stride,
                static_cast<int>(settings_.width), static_cast<int>(settings_.height),
                settings_.threshold, material_);
   filler_.fill(material_, layers_ > 0 ? &below_ : nullptr, rgba);
-  const double z = (layers_ + 0.5) * settings_.channels.layerHeight;
+  const SliceInfo info{material_.pixelCount(), (layers_ + 0.5) * settings_.channels.layerHeight};
+  std::swap(below_, material_);
   ++layers_;
-  return {material_.pixelCount(), z};
+  return info;
 }
 
 }  // namespace stiltforge::slicing

@@ -31,14 +31,15 @@ class MaskSlicer {
   std::size_t maskBytes() const { return std::size_t{settings_.maskWidth} * settings_.maskHeight; }
 
   /// The next layer up, the first call the one on the plate. mask: maskBytes() grey bytes, row by
-  /// row; writes width * height * 4 bytes, see ChannelFiller for the pixels.
+  /// row, or it throws SlicingError; writes width * height * 4 bytes, see ChannelFiller for the
+  /// pixels. A call that throws counts as none: it can be made again.
   SliceInfo next(std::span<const uint8_t> mask, uint8_t* rgba);
 
  private:
   const MaskSettings settings_;
   ChannelFiller filler_;
   RunRows material_;
-  RunRows below_;
+  RunRows below_;        // the last layer done
   uint32_t layers_ = 0;  // done so far
 };
 

@@ -2,8 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include <new>
 #include <random>
 
+#include "core/failing_allocation.h"
 #include "slicing/mask_runs.h"
 #include "slicing/shapes.h"
 #include "slicing/slicer.h"
@@ -92,6 +94,39 @@ TEST(MaskSlicer, FindsTheSameRunsAsPixelByPixel) {
         EXPECT_EQ(covered[x], mask[static_cast<std::size_t>(y) * 70 + x] >= threshold);
       }
     }
+  }
+}
+
+TEST(MaskSlicer, ALayerThatRanOutOfMemoryCanBeMadeAgain) {
+  // A block in the middle of the plate, and over all of it a comb that mostly hangs in the air.
+  const uint32_t side = 64;
+  std::vector<uint8_t> block(std::size_t{side} * side);
+  std::vector<uint8_t> comb(std::size_t{side} * side);
+  for (uint32_t y = 0; y < side; ++y) {
+    for (uint32_t x = 0; x < side; ++x) {
+      block[y * side + x] = x / 16 == 1 && y / 16 == 1 ? 255 : 0;
+      comb[y * side + x] = x % 4 != 0 ? 255 : 0;
+    }
+  }
+  MaskSettings settings = settingsOf(side, side);
+  settings.channels.fullOverhang = 40;
+  std::vector<uint8_t> expected(std::size_t{side} * side * 4);
+  MaskSlicer undisturbed(settings);
+  undisturbed.next(block, expected.data());
+  const SliceInfo expectedInfo = undisturbed.next(comb, expected.data());
+
+  // The smaller the blocks that fail, the earlier in the layer they do.
+  for (const std::size_t bytes : {256, 1024, 4096, 16384}) {
+    std::vector<uint8_t> rgba(expected.size());
+    MaskSlicer slicer(settings);
+    slicer.next(block, rgba.data());
+    {
+      const FailingAllocation failing(bytes);
+      EXPECT_THROW(slicer.next(comb, rgba.data()), std::bad_alloc) << bytes;
+    }
+    const SliceInfo info = slicer.next(comb, rgba.data());
+    EXPECT_EQ(info.z, expectedInfo.z);
+    EXPECT_EQ(rgba, expected) << bytes;
   }
 }
 
