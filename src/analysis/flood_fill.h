@@ -14,6 +14,7 @@ namespace stiltforge {
 /// pixels). A pixel is material when its red byte is not 0, whatever its alpha.
 class FloodFill {
  public:
+  /// Blue, 0 to 255: pixels below it count in Group::almostNotBlueCount, islandBlueCount.
   static inline float almostNotBlueCounterLimit = 50.0f;
   static inline float islandMinBlue = 50.0f;
 

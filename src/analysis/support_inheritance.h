@@ -11,11 +11,11 @@ namespace stiltforge {
 /// Carries the supports of the layer below up into the groups that rest on them (ghost supports).
 class SupportInheritance {
  public:
-  static inline int32_t maxGhost = 200;  ///< most ghosts that one group may hold
-  static inline float maxZGhost = 1.0f;  ///< age, in layers, at which a listed ghost is retired
-  static inline int32_t ghostIterator = 0;
-  static inline std::vector<Voxel*> ghostSupportArray;
-  static inline std::vector<int32_t> deleteGhostIndex;
+  static inline int32_t maxGhost = 200;     ///< most ghosts that one group may hold
+  static inline float maxZGhost = 1.0f;     ///< age, in layers, at which a listed ghost is retired
+  static inline int32_t ghostIterator = 0;  ///< counts refused ghosts modulo maxGhost
+  static inline std::vector<Voxel*> ghostSupportArray;  ///< the listed ghosts; a host's to fill
+  static inline std::vector<int32_t> deleteGhostIndex;  ///< indices of those retired
 
   Layer* layer = nullptr;
   Layer* previousLayer = nullptr;

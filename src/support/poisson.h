@@ -18,24 +18,45 @@ class GhostStamp;
 /// onto candidates. There is no random source. Built for one call of generateSupports().
 class Poisson {
  public:
+  // Settings; docs/parameters.md tells good values. An area is a number of pixels. Any float is
+  // taken, also where it makes no sense.
+  /// Area that one support holds.
   static inline float supportStrength = 0;
+  /// A rest below strength from below / this is forgiven.
   static inline float growthStrength = 0;
+  /// Share of strength passed up from layers not near an island.
   static inline float strengthTransmited = 0;
+  /// A rest below supportStrength / this is forgiven.
   static inline float firstSupportMinStrength = 0;
+  /// Samples looked at for each support.
   static inline float numberOfSamplePerSupport = 0;
+  /// Area of the candidates kept for each support.
   static inline float numberOfSamplePerVoronoi = 0;
+  /// Weight of earlier supports in a score.
   static inline float ghostPart = 0;
+  /// Weight of the contour.
   static inline float strokePart = 1.0f;
+  /// Weight of the support value.
   static inline float anglePart = 0.5f;
+  /// Pixels; an island that reaches further gets more.
   static inline float maxSupportRadiusInIsland = 60.0f;
+  /// Factor on the supports of an island.
   static inline float islandSupportMultiplier = 1.0f;
+  /// Factor on the strength of each of them.
   static inline float islandStrengthSupport = 1.0f;
+  /// Strength of each pixel of the first layer.
   static inline float strengthOfPlatePixel = 1.0f;
+  /// Pixels, reach of an earlier support, to 4096.
   static inline float ghostRadius = 60.0f;
+  /// Rounds of relaxation.
   static inline float maxVoronoiIteration = 1.0f;
+  /// Pixels, of a site that has settled.
   static inline float validationDistanceFormVoronoi = 1.0f;
+  /// Layers that count as near an island.
   static inline float distCloseToIsland = 2.0f;
+  /// Share of strength passed up near an island.
   static inline float closeToIslandStrengthTransmited = 1.2f;
+  /// Stored, read by nothing.
   static inline float maxGhostValueToPlaceSupport = 1.0f;
 
   /// Row-major square of side ceil(2 * ghostRadius): the cone that a ghost support at the centre
