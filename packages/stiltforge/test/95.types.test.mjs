@@ -5,10 +5,15 @@ import { test } from 'node:test';
 import { fileURLToPath } from 'node:url';
 import { runNode } from './harness.mjs';
 
-test('the declarations fit the uses in types/, and refuse the wrong ones', async () => {
-  const compiler = createRequire(import.meta.url).resolve('typescript/package.json');
-  const tsc = path.join(path.dirname(compiler), 'bin', 'tsc');
-  const project = fileURLToPath(new URL('types/tsconfig.json', import.meta.url));
-  const { code, stdout } = await runNode([tsc, '--project', project], { timeoutSeconds: 120 });
-  assert.equal(code, 0, stdout);
-});
+for (const [resolution, file] of [
+  ['Node', 'tsconfig.json'],
+  ['a bundler', 'tsconfig.bundler.json'],
+]) {
+  test(`resolved as by ${resolution}, the declarations fit the uses in types/ and refuse the wrong ones`, async () => {
+    const compiler = createRequire(import.meta.url).resolve('typescript/package.json');
+    const tsc = path.join(path.dirname(compiler), 'bin', 'tsc');
+    const project = fileURLToPath(new URL(`types/${file}`, import.meta.url));
+    const { code, stdout } = await runNode([tsc, '--project', project], { timeoutSeconds: 120 });
+    assert.equal(code, 0, stdout);
+  });
+}

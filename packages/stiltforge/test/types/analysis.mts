@@ -3,6 +3,7 @@ import {
   AnalysisError,
   type AnalysisErrorCode,
   type AnalysisParameters,
+  estimateMemory,
   type GroupImageName,
   type GroupImages,
   groupImageNames,
@@ -23,6 +24,7 @@ async function* source(): AsyncGenerator<SliceImage> {
 export async function use(): Promise<void> {
   const analysis = Analysis.create(parameters);
   try {
+    const bytes: number = estimateMemory(parameters, { supports: 200 }).total;
     const result: SliceResult = await analysis.analyse(new ArrayBuffer(4));
     const { signal } = new AbortController();
     for await (const { layer } of analysis.run(source(), { signal })) console.log(layer.groupCount);
@@ -30,7 +32,7 @@ export async function use(): Promise<void> {
     const images: GroupImages = await analysis.groupImages(0, 0);
     const combined: Buffer = images.images.combined;
     const name: GroupImageName = groupImageNames[0];
-    console.log(combined, images.images[name], analysis.sliceCount, parameterNames.length);
+    console.log(bytes, combined, images.images[name], analysis.sliceCount, parameterNames.length);
   } catch (error) {
     if (error instanceof AnalysisError) {
       const code: AnalysisErrorCode = error.code;
