@@ -2,9 +2,11 @@
 
 #include <cstdlib>
 #include <string>
+#include <utility>
 
 #include "analysis/solid_mask.h"
 #include "core/core_stack.h"
+#include "core/random.h"
 #include "golden/golden_stack.h"
 #include "reference/stack_generator.h"
 #include "runtime/worker_pool.h"
@@ -25,6 +27,44 @@ TEST(Differential, GeneratedStacksAgreeWithThePlainVersionToTheBit) {
         firstDifference(analyseWithCore(stack), reference::analyseStack(stack));
     ASSERT_EQ(difference, "") << "seed " << seed << ", " << stack.width << " x " << stack.height;
   }
+}
+
+// Two layers of noise, each pixel material with its layer's chance in percent: so many runs, groups
+// and samples that every stage splits its work. Far supports, since the plain version compares
+// every sample with each of its group's.
+reference::Stack noise(uint64_t seed, uint32_t lowerPercent, uint32_t upperPercent) {
+  Random random(seed);
+  reference::Stack stack;
+  stack.width = 700;
+  stack.height = 500;
+  stack.parameters = golden::load("03-noise").stack.parameters;
+  stack.parameters["supportStrength"] = 900;
+  for (const uint32_t percent : {lowerPercent, upperPercent}) {
+    std::vector<uint8_t>& slice = stack.slices.emplace_back();
+    for (std::size_t i = 0; i < std::size_t{stack.width} * stack.height; ++i) {
+      const bool solid = random.below(100) < percent;
+      const uint32_t green = solid ? random.below(256) : 0;
+      const uint32_t blue = !solid ? 0 : random.oneIn(3) ? 255 : random.below(256);
+      slice.insert(slice.end(), {static_cast<uint8_t>(solid), static_cast<uint8_t>(green),
+                                 static_cast<uint8_t>(blue), 255});
+    }
+  }
+  return stack;
+}
+
+TEST(Differential, LargeStacksOfNoiseAgreeWithThePlainVersionToTheBit) {
+  const int usual = workers::count();
+  using Percents = std::pair<uint32_t, uint32_t>;
+  for (const auto& [lower, upper] : {Percents{50, 50}, Percents{3, 60}, Percents{60, 20}}) {
+    const reference::Stack stack = noise(lower, lower, upper);
+    const auto plain = reference::analyseStack(stack);
+    for (const int n : {1, 2, 7}) {
+      workers::setCount(n);
+      EXPECT_EQ(firstDifference(analyseWithCore(stack), plain), "")
+          << lower << " % below " << upper << " %, " << n << " workers";
+    }
+  }
+  workers::setCount(usual);
 }
 
 class GoldenDifferential : public testing::TestWithParam<std::string> {};
