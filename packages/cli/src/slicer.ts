@@ -5,73 +5,147 @@ import { fileURLToPath } from 'node:url';
 import { messageOf } from './errors.js';
 import type { Box, Triangles } from './mesh/triangles.js';
 
-export interface SlicerOptions {
-  positions: Triangles;
-  /** mm */
+/** What the green and the blue byte of a pixel mean. */
+export interface ChannelOptions {
+  /** mm, positive. */
   layerHeight: number;
-  /** mm, side of the square pixels */
+  /** mm, positive: the side of the square pixels. */
   pixelSize: number;
-  /** The printer's screen, pixels. */
-  screenWidth: number;
-  screenHeight: number;
-  /** Pixels left free around the model. */
-  margin: number;
-  /** Degrees between the plate and a surface that just carries itself. */
-  criticalAngle: number;
-  /** mm beyond the material below from where on the support value is 0. */
-  fullOverhang: number;
-  /** mm inwards of the contour from where on the stroke value is 0. */
-  inset: number;
+  /**
+   * Degrees between the plate and a surface that just carries itself, above 0 and at most 90; 45
+   * unless set. The support value is 255 up to layerHeight / tan(criticalAngle) beyond the material
+   * below.
+   */
+  criticalAngle?: number;
+  /**
+   * mm beyond the material below from where on the support value is 0, from 0 to 4096 pixels. Unless
+   * set: 0.5, or twice the reach of criticalAngle where that is more.
+   */
+  fullOverhang?: number;
+  /**
+   * mm inwards of the contour from where on the stroke value is 0, from 0 to 4096 pixels; 0.4 unless
+   * set.
+   */
+  inset?: number;
 }
 
-/** Counts that tell how far a mesh is from a closed surface; volumes in cubic millimetres. */
+export interface SlicerOptions extends ChannelOptions {
+  /** The mesh, seen counter-clockwise from outside. Copied by the constructor. */
+  positions: Triangles;
+  /** The printer's screen, pixels, whole and at least 1. The model has to fit on it. */
+  screenWidth: number;
+  screenHeight: number;
+  /** mm from the screen's centre to the centre of the model's box; 0 unless set. */
+  offsetX?: number;
+  offsetY?: number;
+  /** Pixels left free around the model, as far as the screen reaches, whole; 0 unless set. */
+  margin?: number;
+}
+
+/** How far a mesh is from a closed surface. */
 export interface MeshReport {
   triangles: number;
+  /** Positions, each counted once. */
   vertices: number;
+  /** Triangles without area. */
   degenerateTriangles: number;
+  /** Edges of one triangle only. */
   openEdges: number;
+  /** Edges of more than two triangles. */
   nonManifoldEdges: number;
+  /** Edges along which two triangles run the same way. */
   misorientedEdges: number;
+  /** Sets of triangles that hang together by vertices. */
   parts: number;
   openParts: number;
+  /** Closed parts inside out, cavities not counted. */
   flippedParts: number;
+  /** Closed parts that hollow a closed part around them. */
   cavities: number;
+  /** mm3, the sum over the parts as they are oriented. */
   signedVolume: number;
-  /** What the slices should add up to; an estimate where parts are open or overlap. */
+  /**
+   * mm3: what the slices' materialPixels * pixelSize ** 2 * layerHeight should add up to. An
+   * estimate where parts are open or overlap.
+   */
   expectedVolume: number;
+  /** mm. */
   bounds: Box;
 }
 
 export interface Slice {
-  /** RGBA pixels: red material, green stroke value, blue support value. */
+  /**
+   * width * height RGBA pixels, row by row: red 255 where there is material, green its stroke value,
+   * blue its support value, alpha 255; background 0, 0, 0, 255. The caller's to keep, change or
+   * recycle.
+   */
   pixels: ArrayBuffer;
   materialPixels: number;
-  /** Millimetres above the plate, the middle of the layer. */
+  /** mm above the plate, the middle of the layer. */
   z: number;
 }
 
-/** Cuts a triangle mesh into slices, on a thread of its own. */
+/** Cuts a triangle mesh into slices, off the main thread. */
 export interface Slicer {
+  /** 1 to 65535. */
   readonly layerCount: number;
-  /** Pixels of the slices: the part of the screen around the model. */
+  /** Pixels of the slices, 1 to 65535: the part of the screen around the model. */
   readonly width: number;
   readonly height: number;
   /** Screen column and row of the slices' first pixel. */
   readonly cropX: number;
   readonly cropY: number;
   /**
-   * The centre of a slice's pixel lies at x = originX + (cropX + column + 0.5) * pixelSize and
-   * y = originY - (cropY + row + 0.5) * pixelSize in the mesh's coordinates.
+   * mm: the screen's outer corner at column 0, row 0 in the mesh's coordinates. The centre of a
+   * slice's pixel lies at x = originX + (cropX + column + 0.5) * pixelSize and
+   * y = originY - (cropY + row + 0.5) * pixelSize.
    */
   readonly originX: number;
   readonly originY: number;
   readonly report: MeshReport;
-  /** `recycled`, of exactly width * height * 4 bytes, is filled instead of a new buffer. */
+  /**
+   * A layer, counted from 0 at the plate. Calls run one after the other; any order of layers gives
+   * the same bytes, ascending is fastest. `recycled`, of exactly width * height * 4 bytes, is filled
+   * and handed back instead of a new buffer; it must be left alone until then.
+   *
+   * Rejects with a TypeError or a RangeError when the layer or the buffer is not one, with an Error
+   * when there is not enough memory.
+   */
   slice(index: number, recycled?: ArrayBuffer): Promise<Slice>;
 }
 
+export interface MaskSlicerOptions extends ChannelOptions {
+  /** Pixels of the masks. */
+  maskWidth: number;
+  maskHeight: number;
+  /** Column and row of the masks that the slices start with; 0 unless set. */
+  cropX?: number;
+  cropY?: number;
+  /** Pixels of the slices, 1 to 65535, within the masks; as the masks unless set. */
+  width?: number;
+  height?: number;
+  /** The lowest grey that is material, 1 to 255; 128 unless set. */
+  threshold?: number;
+}
+
+/** Makes slices of layers that are pictures already, off the main thread. */
+export interface MaskSlicer {
+  /**
+   * The next layer up, the first call the one on the plate. mask: maskWidth * maskHeight grey bytes,
+   * row by row. It and `recycled` (see Slicer.slice) must be left alone until the promise settles. A
+   * layer that is rejected, for the reasons of Slicer.slice, counts as none.
+   */
+  next(mask: Uint8Array, recycled?: ArrayBuffer): Promise<Slice>;
+}
+
+/**
+ * What the addon, src/slicing/addon, exports. The constructors throw a TypeError for an option that
+ * is missing, unknown or of another type, a RangeError for one that has to be whole and is not, and
+ * an Error for what cannot be sliced: its message says what is wrong, by how much, and what to do.
+ */
 interface SlicingModule {
   Slicer: new (options: SlicerOptions) => Slicer;
+  MaskSlicer: new (options: MaskSlicerOptions) => MaskSlicer;
 }
 
 const binary = 'slicing.node';

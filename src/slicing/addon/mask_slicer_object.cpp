@@ -1,6 +1,5 @@
 #include "slicing/addon/mask_slicer_object.h"
 
-#include <cstddef>
 #include <cstdint>
 #include <new>
 #include <span>

@@ -9,14 +9,19 @@
 
 namespace stiltforge::slicing {
 
-/// The JavaScript class MaskSlicer; see module.cpp for what it offers.
+/// The JavaScript class MaskSlicer: a stiltforge::slicing::MaskSlicer whose slices are computed on
+/// worker threads, one at a time. packages/cli/src/slicer.ts declares it. Refused arguments throw
+/// Napi::Error or reject the promise.
 class MaskSlicerObject : public Napi::ObjectWrap<MaskSlicerObject> {
  public:
+  /// The class, for the module's exports.
   static Napi::Function define(Napi::Env env);
 
+  /// One argument, MaskSlicerOptions.
   explicit MaskSlicerObject(const Napi::CallbackInfo& info);
 
  private:
+  // (mask, recycled?) => Promise<Slice>
   Napi::Value next(const Napi::CallbackInfo& info);
 
   std::unique_ptr<MaskSlicer> slicer_;

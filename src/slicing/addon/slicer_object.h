@@ -9,15 +9,21 @@
 
 namespace stiltforge::slicing {
 
-/// The JavaScript class Slicer; see module.cpp for what it offers.
+/// The JavaScript class Slicer: a stiltforge::slicing::Slicer whose slices are computed on worker
+/// threads, one at a time. packages/cli/src/slicer.ts declares it. Refused arguments throw
+/// Napi::Error or reject the promise; the mesh's memory is told to the garbage collector.
 class SlicerObject : public Napi::ObjectWrap<SlicerObject> {
  public:
+  /// The class, for the module's exports.
   static Napi::Function define(Napi::Env env);
 
+  /// One argument, SlicerOptions.
   explicit SlicerObject(const Napi::CallbackInfo& info);
+  /// Takes the mesh's memory back from what the garbage collector counts.
   void Finalize(Napi::BasicEnv env) override;
 
  private:
+  // (index, recycled?) => Promise<Slice>
   Napi::Value slice(const Napi::CallbackInfo& info);
   int64_t meshBytes() const;
 
