@@ -27,16 +27,16 @@ class SliceRasterizer {
     int32_t column;
     int32_t winding;
   };
-  struct RowCrossing {
-    int32_t row;
-    Crossing crossing;
-  };
+
+  void countCrossings(const std::vector<Segment>& contours);
+  void findCrossings(const std::vector<Segment>& contours, int firstRow, int endRow);
+  void addRow(std::size_t begin, std::size_t end, RunRows& material);
 
   int width_;
   int height_;
-  std::vector<RowCrossing> found_;
-  std::vector<Crossing> byRow_;
-  std::vector<std::size_t> rowStart_;
+  std::vector<std::size_t> counts_;    // crossings of each row
+  std::vector<Crossing> crossings_;    // of a band of rows, row by row
+  std::vector<std::size_t> bandRows_;  // where the band's rows end in crossings_
 };
 
 }  // namespace stiltforge::slicing

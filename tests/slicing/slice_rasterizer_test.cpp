@@ -4,6 +4,7 @@
 
 #include <cmath>
 #include <string>
+#include <utility>
 
 namespace stiltforge::slicing {
 namespace {
@@ -77,6 +78,26 @@ TEST(SliceRasterizer, ClipsToThePicture) {
   EXPECT_EQ(drawn(polygon({{-1e9, -1e9}, {1e9, -1e9}, {1e9, 1e9}, {-1e9, 1e9}}), 2, 2),
             (Rows{"##", "##"}));
   EXPECT_EQ(drawn(polygon({{-9, -9}, {-5, -9}, {-5, 9}, {-9, 9}}), 2, 2), (Rows{"..", ".."}));
+}
+
+TEST(SliceRasterizer, DrawsMillionsOfCrossings) {
+  // Stripes every other column, whose upper ends form a saw.
+  const int stripes = 1100;
+  const int height = 1000;
+  std::vector<Segment> contours;
+  for (int i = 0; i < stripes; ++i) {
+    const double left = 2 * i;
+    const double top = i % 7;
+    contours =
+        joinedContours(std::move(contours),
+                       polygon({{left, top}, {left + 1, top}, {left + 1, height}, {left, height}}));
+  }
+  const Rows rows = drawn(contours, 2 * stripes, height);
+  for (int y = 0; y < height; ++y) {
+    std::string expected;
+    for (int i = 0; i < stripes; ++i) expected += y >= i % 7 ? "#." : "..";
+    ASSERT_EQ(rows[static_cast<std::size_t>(y)], expected) << "row " << y;
+  }
 }
 
 TEST(SliceRasterizer, DrawsNothingWithoutContours) {
