@@ -1,10 +1,13 @@
 #include "addon/group_to_bitmap_worker.h"
 
+#include <algorithm>
+#include <new>
 #include <utility>
 #include <vector>
 
 #include "addon/model_state.h"
 #include "addon/refusal.h"
+#include "addon/result_buffer.h"
 #include "addon/slice_worker.h"
 
 namespace stiltforge {
@@ -42,8 +45,17 @@ void GroupToBitmapWorker::work() {
 void GroupToBitmapWorker::OnOK() {
   const Napi::Env env = Env();
   std::vector<napi_value> arguments;
-  for (const std::vector<uint8_t>& image : rendered.images) {
-    arguments.push_back(Napi::Buffer<unsigned char>::Copy(env, image.data(), image.size()));
+  try {
+    // Each image is freed once it is copied, so only one is there twice.
+    for (std::vector<uint8_t>& image : rendered.images) {
+      ResultBuffer buffer(env, *environment, image.size());
+      std::copy(image.begin(), image.end(), buffer.data());
+      std::vector<uint8_t>().swap(image);
+      arguments.push_back(buffer.value());
+    }
+  } catch (const std::bad_alloc&) {
+    endWithoutMemory();
+    return;
   }
   arguments.push_back(Napi::Number::New(env, rendered.width));
   arguments.push_back(Napi::Number::New(env, rendered.height));

@@ -39,12 +39,21 @@ void Job::Execute() {
     work();
   } catch (const std::bad_alloc&) {
     errorCode = codes::memory;
-    throw std::runtime_error("Not enough memory for " + subject() +
-                             ". Use smaller slices, or free memory and start the model again.");
+    throw std::runtime_error(memoryMessage());
   } catch (const JobRefusal& refused) {
     errorCode = refused.code;
     throw;
   }
+}
+
+void Job::endWithoutMemory() {
+  errorCode = codes::memory;
+  OnError(Napi::Error::New(Env(), memoryMessage()));
+}
+
+std::string Job::memoryMessage() const {
+  return "Not enough memory for " + subject() +
+         ". Use smaller slices, or free memory and start the model again.";
 }
 
 void Job::OnError(const Napi::Error& error) {

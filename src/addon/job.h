@@ -25,6 +25,8 @@ class Job : public Napi::AsyncWorker {
   /// Lets the next job start. Called on the main thread when nothing of the shared state is read
   /// any more and before the callback, so that the callback of the last job finds the module idle.
   void finished();
+  /// Ends the job with the Error that tells of missing memory. Called on the main thread.
+  void endWithoutMemory();
 
   /// Calls the callback with the Error, and with the worker's receiver, an empty object, as `this`.
   void OnError(const Napi::Error& error) override;
@@ -34,6 +36,7 @@ class Job : public Napi::AsyncWorker {
  private:
   void Execute() final;
   void OnWorkComplete(Napi::Env env, napi_status status) final;
+  std::string memoryMessage() const;
 
   const char* errorCode = nullptr;  // of the Error that the callback gets, where it has one
 };

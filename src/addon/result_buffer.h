@@ -9,11 +9,12 @@ namespace stiltforge {
 
 struct Environment;
 
-/// A host Buffer that a worker thread fills.
+/// A host Buffer for pixels, made on the main thread.
 ///
-/// It is made before the job runs, on the main thread, which only reserves the memory: its pages
-/// are touched where they are filled, so the main thread never copies an image. Unlike an external
-/// Buffer it owns an ordinary ArrayBuffer, which may be transferred and which no host forbids.
+/// Making it only reserves the memory: its pages are touched where it is filled. A slice job makes
+/// its Buffers before it runs and fills them on its worker thread, so the main thread never copies
+/// a slice. Unlike an external Buffer it owns an ordinary ArrayBuffer, which may be transferred and
+/// which no host forbids.
 class ResultBuffer {
  public:
   ResultBuffer() = default;

@@ -12,11 +12,11 @@ const skip = process.platform !== 'linux' || 'ASAN_OPTIONS' in process.env;
 const limit = `
   import { execFileSync } from 'node:child_process';
   import { readFileSync } from 'node:fs';
-  /** Lets the process grow by that many MiB and no more. */
+  /** Lets the process grow by that many MiB and no more, until it is called again. */
   const allow = (mebibytes) => {
     const [, used] = /VmSize:\\s+(\\d+) kB/.exec(readFileSync('/proc/self/status', 'utf8'));
     const bytes = Number(used) * 1024 + mebibytes * 2 ** 20;
-    execFileSync('prlimit', ['--pid', String(process.pid), '--as=' + bytes]);
+    execFileSync('prlimit', ['--pid', String(process.pid), '--as=' + bytes + ':']);
   };
   const attempt = (action) => {
     try {
@@ -126,5 +126,28 @@ test('memory that runs out during the analysis is an Error of the callback', { s
     'ERR_STILTFORGE_MEMORY Not enough memory for the slice with layerIndex 5 (8000 x 8000 pixels). Use' +
       ' smaller slices, or free memory and start the model again.',
     '16',
+  );
+});
+
+test('memory that runs out while a group is rendered is an Error, whenever it happens', {
+  skip,
+}, async () => {
+  const child = await runInChild(`${limit}
+    const side = 1500;
+    stiltforge.InitAnalyseSlice(parameters({ width: side, height: side, supportStrength: 1e6 }));
+    await analyse(rectangle(side, side, 0, 0, 0, 0));
+    await analyse(rectangle(side, side, 0, 0, side, side));
+    const outcomes = new Set();
+    for (let mebibytes = 40; mebibytes < 200; mebibytes += 4) {
+      allow(mebibytes);
+      outcomes.add(await groupImages(1, 1).then((images) => images.slice(8).join(), (error) => error.message));
+    }
+    for (const outcome of outcomes) console.log(outcome);
+  `);
+  assertEnded(
+    child,
+    'Not enough memory for group 1 of layer 1. Use smaller slices, or free memory and start the model' +
+      ' again.',
+    '1500,1500',
   );
 });
