@@ -128,6 +128,19 @@ TEST_F(FloodFillTest, LabelsPixelsAndMarksTheHighestLayerOfEach) {
             (std::vector<uint32_t>{0xFE000001, 0xFE000000, 0xFE000001, 0, 0, 0xFE000000}));
 }
 
+TEST_F(FloodFillTest, MarksWithTheLowBitsOfTheLayersIndex) {
+  Layer layer = draw({"#."});
+  top = planeOf(std::vector<uint32_t>{0, 0});
+  FloodFill fill;
+  fill.layer = &layer;
+  fill.layerIndex = 0x1000003;
+  fill.topPixelBuffer = &top;
+  fill.topPixelCount = top.size();
+  fill.needBuffer = true;
+  fill.run();
+  EXPECT_EQ(valuesOf(top), (std::vector<uint32_t>{0xFE000003, 0}));
+}
+
 TEST_F(FloodFillTest, LeavesBackgroundAsTheHostSentIt) {
   Layer layer = draw({"#.", ".."});
   layer.pixelBuffer[1] = 0xFF332200;

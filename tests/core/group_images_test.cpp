@@ -55,6 +55,20 @@ TEST_F(GroupImagesTest, AreZeroForAGroupThatWasNeverSampled) {
   for (const Bytes& bytes : images.images) EXPECT_EQ(bytes, Bytes(8, 0));
 }
 
+using AnalysedGroupImages = ModelTest;
+
+TEST_F(AnalysedGroupImages, OfASinglePixelAreOneClearPixel) {
+  analyse({"..", ".#"});
+  analyse({"#.", "##"});
+  analyse({"#.", ".."});
+  for (const std::size_t layer : {0, 2}) {
+    const GroupImages images = renderGroup(layers[layer], 1);
+    EXPECT_EQ(images.width, 1);
+    EXPECT_EQ(images.height, 1);
+    for (const Bytes& bytes : images.images) EXPECT_EQ(bytes, Bytes(4, 0));
+  }
+}
+
 TEST_F(GroupImagesTest, AreEmptyForThePlaceholder) {
   sample(2, {});
   const GroupImages images = renderGroup(layer, 0);

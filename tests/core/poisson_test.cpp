@@ -236,6 +236,14 @@ TEST_F(PoissonTest, KeepsMoreCandidatesForMoreSupports) {
   EXPECT_EQ(supports()[0].index, 0u);
   EXPECT_EQ(supports()[1].index, 5u);
   EXPECT_EQ(supports()[1].x, 9);
+  Poisson::numberOfSamplePerVoronoi = 30.0f;
+  placeRisingRow(1000);
+  EXPECT_EQ(generate(2), 2u);
+  EXPECT_EQ(supports()[1].x, 59);
+  Poisson::numberOfSamplePerVoronoi = 2.0f;
+  placeRisingRow(1000);
+  EXPECT_EQ(generate(2), 2u);
+  EXPECT_EQ(supports()[1].x, 7) << "never fewer than four each";
 }
 
 TEST_F(PoissonTest, KeepsCandidatesOfEqualScoreTogether) {
@@ -335,7 +343,7 @@ TEST_F(PoissonTest, StopsOnceEverySiteIsSettled) {
 }
 
 TEST_F(PoissonTest, AWideIslandGetsASecondLargerPass) {
-  // Seeded at the left end, the farthest pixel is 130 away: 130 / 60 + 1.
+  // Seeded at the left end, the farthest sample is 129 away: 129 / 60 + 1.
   placeRisingRow(131);
   Poisson generator = poisson(1);
   generator.isIsland = true;
@@ -343,6 +351,17 @@ TEST_F(PoissonTest, AWideIslandGetsASecondLargerPass) {
   EXPECT_EQ(generator.nbSupportBase, 3u);
   EXPECT_EQ(group().pixelStrength, 3.0f * 20.0f / 131.0f);
   for (const Voxel& support : supports()) EXPECT_TRUE(support.isMinima);
+}
+
+TEST_F(PoissonTest, AnIslandKeepsItsSupportsBesideThoseForItsRadius) {
+  // Eight candidates, seeds on the first and the fifth; the last pixel is 130 from the fifth.
+  Poisson::numberOfSamplePerSupport = 1000.0f;
+  Poisson::numberOfSamplePerVoronoi = 4.0f;
+  placeRisingRow(135);
+  Poisson generator = poisson(2);
+  generator.isIsland = true;
+  EXPECT_EQ(generator.generateSupports(), 4u) << "130 / 60 + 2";
+  EXPECT_EQ(generator.nbSupportBase, 4u);
 }
 
 TEST_F(PoissonTest, AnIslandAtTheVeryRadiusGetsNone) {

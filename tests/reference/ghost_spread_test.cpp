@@ -16,7 +16,7 @@ TEST(GhostSpread, FallsLinearlyFromItsCentre) {
   EXPECT_EQ(at(60, 90), 127.5f);
   EXPECT_EQ(at(60, 0), 0.0f);
   EXPECT_EQ(at(0, 0), 0.0f);
-  EXPECT_EQ(at(60, 119), (60.0f - 59.0f) / 60.0f * 255.0f);
+  EXPECT_EQ(at(60, 119), 4.25f);
 }
 
 TEST(GhostSpread, StampsReadTheTableAsStoredForAWholeDiameter) {

@@ -23,9 +23,13 @@ Group row(uint16_t width) {
 }
 
 TEST(GroupBitmaps, AreZeroBytesForAnUnsampledGroup) {
-  Group group = row(2);
-  group.samples.clear();
-  for (const Bytes& image : groupBitmaps(group).images) EXPECT_EQ(image, Bytes(8, 0));
+  for (const uint16_t width : {1, 2}) {
+    Group group = row(width);
+    group.samples.clear();
+    for (const Bytes& image : groupBitmaps(group).images) {
+      EXPECT_EQ(image, Bytes(std::size_t{4} * width, 0));
+    }
+  }
 }
 
 TEST(GroupBitmaps, AreEmptyForThePlaceholder) {
