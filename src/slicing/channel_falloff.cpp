@@ -14,7 +14,7 @@ namespace {
 
 // Distances that differ only by the rounding of their division count as equal: 0.15 mm at 0.05 mm a
 // pixel reaches the third pixel.
-constexpr double kRoundingSlack = 1 + 1e-9;
+constexpr double roundingSlack = 1 + 1e-9;
 
 // Sum of the Taylor series that starts with `term`: sine from x, cosine from 1. |x| <= pi / 4.
 double alternatingSeries(double term, double squaredX, int firstFactor) {
@@ -31,23 +31,17 @@ void requireDistance(double value, double pixelSize, const char* what) {
     throw SlicingError(std::string("The ") + what + " is " + numberText(value) +
                        "; it must be a number of millimetres that is not negative.");
   }
-  if (value / pixelSize > ChannelFalloff::kMaxReachInPixels) {
+  if (value / pixelSize > ChannelFalloff::longestReachInPixels) {
     throw SlicingError(std::string("The ") + what + " is " + numberText(value) + " mm, which is " +
                        numberText(value / pixelSize) + " pixels; the limit is " +
-                       std::to_string(ChannelFalloff::kMaxReachInPixels) +
+                       std::to_string(ChannelFalloff::longestReachInPixels) +
                        " pixels. Choose a shorter one or larger pixels.");
   }
 }
 
-void requirePositive(double value, const char* what) {
-  if (std::isfinite(value) && value > 0) return;
-  throw SlicingError(std::string("The ") + what + " is " + numberText(value) +
-                     "; it must be a positive number of millimetres.");
-}
-
 // 255 up to `full`, falling linearly to 0 at `zero`; distances in pixels.
 std::vector<uint8_t> makeTable(double full, double zero) {
-  full *= kRoundingSlack;
+  full *= roundingSlack;
   const double longest = std::max(full, zero);
   const auto entries = static_cast<std::size_t>(longest * longest) + 1;
   std::vector<uint8_t> table(entries, 0);
@@ -72,8 +66,8 @@ double tangentOfDegrees(double degrees) {
     return complement == 0 ? std::numeric_limits<double>::infinity() : 1 / complement;
   }
   if (degrees == 45) return 1;
-  constexpr double kRadiansPerDegree = 0.017453292519943295;
-  const double x = degrees * kRadiansPerDegree;
+  constexpr double radiansPerDegree = 0.017453292519943295;
+  const double x = degrees * radiansPerDegree;
   return alternatingSeries(x, x * x, 2) / alternatingSeries(1, x * x, 1);
 }
 

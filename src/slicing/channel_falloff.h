@@ -31,10 +31,10 @@ struct ChannelFalloff {
   std::vector<uint8_t> stroke;
 
   /// Throws SlicingError when a setting is out of its range, or a distance longer than
-  /// kMaxReachInPixels.
+  /// longestReachInPixels.
   explicit ChannelFalloff(const ChannelSettings& settings);
 
-  static constexpr int kMaxReachInPixels = 4096;
+  static constexpr int longestReachInPixels = 4096;
 };
 
 /// Tangent of an angle in degrees, [0, 90], the same on every platform: only basic arithmetic.

@@ -9,16 +9,15 @@ namespace stiltforge::slicing {
 
 namespace {
 
-constexpr std::size_t kBytesPerPixel = 4;
-constexpr std::size_t kGreen = 1;
-constexpr std::size_t kBlue = 2;
-constexpr uint8_t kBackground[kBytesPerPixel] = {0, 0, 0, 255};
-constexpr uint8_t kSupportedInside[kBytesPerPixel] = {255, 0, 255, 255};
+constexpr std::size_t bytesPerPixel = 4;
+constexpr std::size_t greenByte = 1;
+constexpr std::size_t blueByte = 2;
+constexpr uint8_t background[bytesPerPixel] = {0, 0, 0, 255};
+constexpr uint8_t supportedInside[bytesPerPixel] = {255, 0, 255, 255};
 
-void writePixels(uint8_t* row, int32_t begin, int32_t end, const uint8_t (&pixel)[kBytesPerPixel]) {
-  uint8_t* at = row + static_cast<std::size_t>(begin) * kBytesPerPixel;
-  for (int32_t x = begin; x < end; ++x, at += kBytesPerPixel)
-    std::memcpy(at, pixel, kBytesPerPixel);
+void writePixels(uint8_t* row, int32_t begin, int32_t end, const uint8_t (&pixel)[bytesPerPixel]) {
+  uint8_t* at = row + static_cast<std::size_t>(begin) * bytesPerPixel;
+  for (int32_t x = begin; x < end; ++x, at += bytesPerPixel) std::memcpy(at, pixel, bytesPerPixel);
 }
 
 // The largest distance for which the table has an entry.
@@ -47,18 +46,18 @@ ChannelFiller::ChannelFiller(int width, int height, ChannelFalloff falloff)
 void ChannelFiller::writeRow(std::span<const Run> material, uint8_t* row) const {
   int32_t x = 0;
   for (const Run& run : material) {
-    writePixels(row, x, run.begin, kBackground);
-    writePixels(row, run.begin, run.end, kSupportedInside);
+    writePixels(row, x, run.begin, background);
+    writePixels(row, run.begin, run.end, supportedInside);
     x = run.end;
   }
-  writePixels(row, x, width_, kBackground);
+  writePixels(row, x, width_, background);
 }
 
 void ChannelFiller::writeStroke(int y, uint8_t* row) {
   for (const StrokeDistance::Band& band : stroke_.bandsOfRow(y)) {
     const int32_t* distance = stroke_.distances().data() + band.offset;
-    uint8_t* green = row + static_cast<std::size_t>(band.begin) * kBytesPerPixel + kGreen;
-    for (int32_t x = band.begin; x < band.end; ++x, green += kBytesPerPixel) {
+    uint8_t* green = row + static_cast<std::size_t>(band.begin) * bytesPerPixel + greenByte;
+    for (int32_t x = band.begin; x < band.end; ++x, green += bytesPerPixel) {
       *green = valueAt(falloff_.stroke, *distance++);
     }
   }
@@ -69,10 +68,10 @@ void ChannelFiller::writeSupport(int y, std::span<const Run> material, const Run
   std::span<const Run> carried = below.row(y);
   for (const Run& run : material) {
     forEachUncovered(run, carried, [&](int32_t begin, int32_t end) {
-      uint8_t* blue = row + static_cast<std::size_t>(begin) * kBytesPerPixel + kBlue;
+      uint8_t* blue = row + static_cast<std::size_t>(begin) * bytesPerPixel + blueByte;
       for (const int32_t distance : overhang_.measure(y, {begin, end}, below)) {
         *blue = valueAt(falloff_.support, distance);
-        blue += kBytesPerPixel;
+        blue += bytesPerPixel;
       }
     });
   }
@@ -81,7 +80,7 @@ void ChannelFiller::writeSupport(int y, std::span<const Run> material, const Run
 void ChannelFiller::fill(const RunRows& material, const RunRows* below, uint8_t* rgba) {
   stroke_.begin(material);
   if (below != nullptr) below = &carrying_.of(*below);
-  const std::size_t stride = static_cast<std::size_t>(width_) * kBytesPerPixel;
+  const std::size_t stride = static_cast<std::size_t>(width_) * bytesPerPixel;
   for (int y = 0; y < height_; ++y, rgba += stride) {
     writeRow(material.row(y), rgba);
     writeStroke(y, rgba);

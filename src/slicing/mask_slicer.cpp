@@ -18,11 +18,11 @@ std::string sizeText(uint32_t width, uint32_t height) {
 const MaskSettings& checked(const MaskSettings& settings) {
   const uint64_t right = uint64_t{settings.cropX} + settings.width;
   const uint64_t bottom = uint64_t{settings.cropY} + settings.height;
-  if (settings.width == 0 || settings.height == 0 || settings.width > kMaxCropSide ||
-      settings.height > kMaxCropSide) {
+  if (settings.width == 0 || settings.height == 0 || settings.width > longestCropSide ||
+      settings.height > longestCropSide) {
     throw SlicingError("The slices are " + sizeText(settings.width, settings.height) +
-                       " pixels; both sides must be between 1 and " + std::to_string(kMaxCropSide) +
-                       ".");
+                       " pixels; both sides must be between 1 and " +
+                       std::to_string(longestCropSide) + ".");
   }
   if (right > settings.maskWidth || bottom > settings.maskHeight) {
     throw SlicingError("The slices show " + sizeText(settings.width, settings.height) +

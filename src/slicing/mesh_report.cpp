@@ -1,9 +1,7 @@
 #include "slicing/mesh_report.h"
 
-#include <algorithm>
 #include <cmath>
 #include <cstddef>
-#include <limits>
 #include <vector>
 
 namespace stiltforge::slicing {
@@ -11,7 +9,7 @@ namespace stiltforge::slicing {
 namespace {
 
 // Nesting compares parts pairwise; a mesh of more closed parts than this is taken as not nested.
-constexpr std::size_t kMaxPartsForNesting = 4096;
+constexpr std::size_t mostPartsForNesting = 4096;
 
 struct Vector {
   double x, y, z;
@@ -48,15 +46,6 @@ struct Part {
   }
 };
 
-void extend(Bounds& bounds, const Triangle& triangle) {
-  for (const Vertex& corner : triangle) {
-    bounds.min = {std::min(bounds.min.x, corner.x), std::min(bounds.min.y, corner.y),
-                  std::min(bounds.min.z, corner.z)};
-    bounds.max = {std::max(bounds.max.x, corner.x), std::max(bounds.max.y, corner.y),
-                  std::max(bounds.max.z, corner.z)};
-  }
-}
-
 double signedVolume(const Part& part, const TriangleMesh& mesh) {
   const Bounds& box = part.bounds;
   const Vertex centre{box.min.x / 2 + box.max.x / 2, box.min.y / 2 + box.max.y / 2,
@@ -78,7 +67,7 @@ std::vector<Part> collectParts(const TriangleMesh& mesh, const MeshTopology& top
     Part& part = parts[index];
     if (part.triangles.empty()) part.bounds = {mesh.triangles[t][0], mesh.triangles[t][0]};
     part.triangles.push_back(t);
-    extend(part.bounds, mesh.triangles[t]);
+    for (const Vertex& corner : mesh.triangles[t]) part.bounds.extend(corner);
     for (const uint32_t vertex : topology.corners[t]) partOfVertex[vertex] = index;
   }
   for (const IrregularEdge& edge : topology.irregularEdges) {
@@ -146,7 +135,7 @@ MeshReport inspectMesh(const TriangleMesh& mesh, const MeshTopology& topology) {
   }
   for (const Part* part : closed) {
     int winding = 0;
-    if (closed.size() <= kMaxPartsForNesting) {
+    if (closed.size() <= mostPartsForNesting) {
       const Vertex& inside = mesh.triangles[part->triangles.front()].front();
       for (const Part* outer : closed) {
         if (outer->encloses(*part)) winding += windingAround(inside, *outer, mesh);

@@ -29,8 +29,6 @@ struct MeshReport {
   double signedVolume = 0;    ///< mm3, sum over the parts as they are oriented
   double expectedVolume = 0;  ///< mm3, see above
   Bounds bounds;              ///< mm
-
-  bool isClosed() const { return openParts == 0; }
 };
 
 MeshReport inspectMesh(const TriangleMesh& mesh, const MeshTopology& topology);

@@ -12,17 +12,17 @@ namespace stiltforge::slicing {
 
 namespace {
 
-constexpr uint32_t kNone = std::numeric_limits<uint32_t>::max();
+constexpr uint32_t none = std::numeric_limits<uint32_t>::max();
 
 // Open addressing over the vertices found so far, at most half full.
 class VertexWeld {
  public:
-  explicit VertexWeld(std::vector<Vertex>& vertices) : vertices_(vertices), slots_(1024, kNone) {}
+  explicit VertexWeld(std::vector<Vertex>& vertices) : vertices_(vertices), slots_(1024, none) {}
 
   uint32_t indexOf(const Vertex& position) {
     if (vertices_.size() * 2 >= slots_.size()) grow();
     uint32_t& slot = slotOf(position);
-    if (slot == kNone) {
+    if (slot == none) {
       slot = static_cast<uint32_t>(vertices_.size());
       vertices_.push_back(position);
     }
@@ -42,12 +42,12 @@ class VertexWeld {
   uint32_t& slotOf(const Vertex& position) {
     const std::size_t mask = slots_.size() - 1;
     std::size_t at = hash(position) & mask;
-    while (slots_[at] != kNone && !(vertices_[slots_[at]] == position)) at = (at + 1) & mask;
+    while (slots_[at] != none && !(vertices_[slots_[at]] == position)) at = (at + 1) & mask;
     return slots_[at];
   }
 
   void grow() {
-    slots_.assign(slots_.size() * 2, kNone);
+    slots_.assign(slots_.size() * 2, none);
     for (uint32_t v = 0; v < vertices_.size(); ++v) slotOf(vertices_[v]) = v;
   }
 
@@ -129,11 +129,11 @@ void findParts(MeshTopology& mesh) {
     sets.unite(triangle[0], triangle[1]);
     sets.unite(triangle[0], triangle[2]);
   }
-  std::vector<uint32_t> partOfRoot(mesh.vertices.size(), kNone);
+  std::vector<uint32_t> partOfRoot(mesh.vertices.size(), none);
   mesh.partOfTriangle.reserve(mesh.corners.size());
   for (const auto& triangle : mesh.corners) {
     uint32_t& part = partOfRoot[sets.find(triangle[0])];
-    if (part == kNone) part = mesh.partCount++;
+    if (part == none) part = mesh.partCount++;
     mesh.partOfTriangle.push_back(part);
   }
 }

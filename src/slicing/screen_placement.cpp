@@ -11,13 +11,7 @@ namespace stiltforge::slicing {
 namespace {
 
 // A model as large as the screen must not fail by the rounding of its coordinates.
-constexpr double kToleranceInPixels = 1e-3;
-
-void requirePositive(double value, const char* what) {
-  if (std::isfinite(value) && value > 0) return;
-  throw SlicingError(std::string("The ") + what + " is " + numberText(value) +
-                     "; it must be a positive number of millimetres.");
-}
+constexpr double toleranceInPixels = 1e-3;
 
 void requireFinite(double value, const char* what) {
   if (std::isfinite(value)) return;
@@ -27,7 +21,7 @@ void requireFinite(double value, const char* what) {
 
 // "129 pixels (4.515 mm) on the left", appended to the list.
 void addExcess(std::string& list, double pixels, double pixelSize, const char* side) {
-  if (pixels <= kToleranceInPixels) return;
+  if (pixels <= toleranceInPixels) return;
   if (!list.empty()) list += ", ";
   const double whole = std::ceil(pixels);
   list += numberText(whole) + (whole == 1 ? " pixel (" : " pixels (") +
@@ -40,9 +34,9 @@ struct Interval {
 };
 
 Interval cropAxis(double low, double high, double margin, uint32_t screen) {
-  const double first = std::floor(low + kToleranceInPixels) - margin;
+  const double first = std::floor(low + toleranceInPixels) - margin;
   // A box without extent still shows the pixel that it lies in.
-  const double end = std::max(std::ceil(high - kToleranceInPixels), std::floor(low) + 1) + margin;
+  const double end = std::max(std::ceil(high - toleranceInPixels), std::floor(low) + 1) + margin;
   const double limit = screen;
   return {static_cast<int>(std::clamp(first, 0.0, limit - 1)),
           static_cast<int>(std::clamp(end, 1.0, limit))};
@@ -91,10 +85,10 @@ ScreenPlacement::ScreenPlacement(const Bounds& model, const ScreenSettings& scre
   cropY = rows.first;
   width = columns.end - columns.first;
   height = rows.end - rows.first;
-  if (width > kMaxCropSide || height > kMaxCropSide) {
+  if (width > longestCropSide || height > longestCropSide) {
     throw SlicingError("The model covers " + std::to_string(width) + " x " +
                        std::to_string(height) + " pixels of " + numberText(pixelSize) +
-                       " mm with its margin; the limit is " + std::to_string(kMaxCropSide) +
+                       " mm with its margin; the limit is " + std::to_string(longestCropSide) +
                        " a side. Choose larger pixels or a smaller model.");
   }
 }

@@ -8,7 +8,7 @@
 namespace stiltforge::slicing {
 
 /// The largest crop, pixels a side.
-inline constexpr int kMaxCropSide = 65535;
+inline constexpr int longestCropSide = 65535;
 
 /// The printer's screen and where on it the model stands.
 struct ScreenSettings {
@@ -37,7 +37,7 @@ struct ScreenPlacement {
   int height = 0;  ///< pixels of the crop
 
   /// Throws SlicingError when a setting is out of range, the model stands out of the screen (by how
-  /// much and where) or the crop would be larger than kMaxCropSide.
+  /// much and where) or the crop would be larger than longestCropSide.
   ScreenPlacement(const Bounds& model, const ScreenSettings& screen);
 
   /// From model millimetres to pixels of the crop, both axes running as columns and rows do.

@@ -11,10 +11,7 @@ namespace stiltforge::slicing {
 namespace {
 
 uint32_t countLayers(const Bounds& model, double layerHeight) {
-  if (!(std::isfinite(layerHeight) && layerHeight > 0)) {
-    throw SlicingError("The layer height is " + numberText(layerHeight) +
-                       "; it must be a positive number of millimetres.");
-  }
+  requirePositive(layerHeight, "layer height");
   const double width = static_cast<double>(model.max.x) - model.min.x;
   const double depth = static_cast<double>(model.max.y) - model.min.y;
   const double height = static_cast<double>(model.max.z) - model.min.z;
@@ -28,10 +25,10 @@ uint32_t countLayers(const Bounds& model, double layerHeight) {
                        " mm high, less than half a layer of " + numberText(layerHeight) +
                        " mm. Check its units or choose thinner layers.");
   }
-  if (layers > kMaxLayers) {
+  if (layers > mostLayers) {
     throw SlicingError("The model is " + numberText(height) + " mm high, which is " +
                        numberText(layers) + " layers of " + numberText(layerHeight) +
-                       " mm; the limit is " + std::to_string(kMaxLayers) +
+                       " mm; the limit is " + std::to_string(mostLayers) +
                        ". Check its units or choose thicker layers.");
   }
   return static_cast<uint32_t>(layers);

@@ -15,7 +15,7 @@
 namespace stiltforge::slicing {
 
 /// The most layers of a model.
-inline constexpr uint32_t kMaxLayers = 65535;
+inline constexpr uint32_t mostLayers = 65535;
 
 struct SlicerSettings {
   ScreenSettings screen;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cmath>
 #include <cstdio>
 #include <stdexcept>
 #include <string>
@@ -17,6 +18,13 @@ inline std::string numberText(double value) {
   char text[32];
   std::snprintf(text, sizeof text, "%.6g", value);
   return text;
+}
+
+/// Throws SlicingError unless the value, `what` in millimetres, is positive and finite.
+inline void requirePositive(double value, const char* what) {
+  if (std::isfinite(value) && value > 0) return;
+  throw SlicingError(std::string("The ") + what + " is " + numberText(value) +
+                     "; it must be a positive number of millimetres.");
 }
 
 }  // namespace stiltforge::slicing

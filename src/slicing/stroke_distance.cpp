@@ -7,11 +7,11 @@ namespace stiltforge::slicing {
 
 namespace {
 
-constexpr int kStripRows = 64;
+constexpr int stripRows = 64;
 // Up to this radius a squared distance plus a squared column offset fits 16 bits.
-constexpr int kMaxNarrowRadius = 127;
+constexpr int longestNarrowRadius = 127;
 // How often a search along a row asks whether it can still find anything nearer.
-constexpr int kColumnsBetweenChecks = 16;
+constexpr int columnsBetweenChecks = 16;
 
 void increment(uint16_t* __restrict to, const uint16_t* from, Run run, uint16_t limit) {
   for (int32_t x = run.begin; x < run.end; ++x) {
@@ -38,7 +38,7 @@ StrokeDistance::StrokeDistance(int width, int radius)
       radius_(radius),
       beyond_(static_cast<uint16_t>(radius + 1)),
       below_(static_cast<std::size_t>(width)),
-      strip_(static_cast<std::size_t>(width) * kStripRows),
+      strip_(static_cast<std::size_t>(width) * stripRows),
       above_(static_cast<std::size_t>(width)),
       nearest_(static_cast<std::size_t>(width)) {}
 
@@ -74,7 +74,7 @@ void StrokeDistance::findContours() {
 
 void StrokeDistance::measureDownwards(int firstRow) {
   stripStart_ = firstRow;
-  const int stripEnd = std::min(firstRow + kStripRows, material_->height());
+  const int stripEnd = std::min(firstRow + stripRows, material_->height());
   // Contours further down than the radius need not be known.
   const int lastRow = std::min(stripEnd + radius_, material_->height()) - 1;
   for (const Run& run : material_->row(lastRow)) {
@@ -110,8 +110,7 @@ void StrokeDistance::measureAlongRow(std::vector<Squared>& work, int32_t begin, 
   std::copy(column + radius_, column + radius_ + count, result);
   for (int32_t dx = 1; dx <= radius_; ++dx) {
     const auto added = static_cast<Squared>(dx * dx);
-    if (dx % kColumnsBetweenChecks == 0 && added >= *std::max_element(result, result + count))
-      break;
+    if (dx % columnsBetweenChecks == 0 && added >= *std::max_element(result, result + count)) break;
     const Squared* const left = column + radius_ - dx;
     const Squared* const right = column + radius_ + dx;
     for (std::ptrdiff_t i = 0; i < count; ++i) {
@@ -139,7 +138,7 @@ void StrokeDistance::measureRun(Run run) {
     const int32_t begin = std::max(run.begin, x - radius_);
     const int32_t end = std::min(run.end, lastInReach + radius_ + 1);
     bands_.push_back({begin, end, squared_.size()});
-    if (radius_ <= kMaxNarrowRadius) {
+    if (radius_ <= longestNarrowRadius) {
       measureAlongRow(narrowWork_, begin, end);
     } else {
       measureAlongRow(wideWork_, begin, end);
@@ -149,7 +148,7 @@ void StrokeDistance::measureRun(Run run) {
 }
 
 const std::vector<StrokeDistance::Band>& StrokeDistance::bandsOfRow(int y) {
-  if (y % kStripRows == 0) measureDownwards(y);
+  if (y % stripRows == 0) measureDownwards(y);
   bands_.clear();
   squared_.clear();
   for (const Run& run : material_->row(y)) increment(above_.data(), above_.data(), run, beyond_);

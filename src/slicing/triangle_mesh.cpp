@@ -1,7 +1,7 @@
 #include "slicing/triangle_mesh.h"
 
-#include <algorithm>
 #include <cmath>
+#include <cstddef>
 #include <string>
 
 #include "slicing/slicing_error.h"
@@ -10,9 +10,9 @@ namespace stiltforge::slicing {
 
 namespace {
 
-constexpr std::size_t kFloatsPerTriangle = 9;
+constexpr std::size_t floatsPerTriangle = 9;
 // Corner and edge numbers of the topology stay within 32 bits.
-constexpr std::size_t kMaxTriangles = std::size_t{1} << 29;
+constexpr std::size_t mostTriangles = std::size_t{1} << 29;
 
 void requireFinite(const Vertex& corner, std::size_t triangle) {
   if (std::isfinite(corner.x) && std::isfinite(corner.y) && std::isfinite(corner.z)) return;
@@ -22,30 +22,21 @@ void requireFinite(const Vertex& corner, std::size_t triangle) {
       "); every coordinate must be a finite number. Repair or export the mesh anew.");
 }
 
-void extend(Bounds& bounds, const Vertex& corner) {
-  bounds.min.x = std::min(bounds.min.x, corner.x);
-  bounds.min.y = std::min(bounds.min.y, corner.y);
-  bounds.min.z = std::min(bounds.min.z, corner.z);
-  bounds.max.x = std::max(bounds.max.x, corner.x);
-  bounds.max.y = std::max(bounds.max.y, corner.y);
-  bounds.max.z = std::max(bounds.max.z, corner.z);
-}
-
 }  // namespace
 
 TriangleMesh TriangleMesh::fromSoup(std::span<const float> positions) {
   if (positions.empty()) {
     throw SlicingError("The mesh has no triangles. Check that the file holds a surface mesh.");
   }
-  if (positions.size() % kFloatsPerTriangle != 0) {
+  if (positions.size() % floatsPerTriangle != 0) {
     throw SlicingError("The mesh has " + std::to_string(positions.size()) +
                        " coordinates, which is not a multiple of 9 (three corners of x, y, z for a "
                        "triangle). The last triangle is incomplete.");
   }
-  const std::size_t count = positions.size() / kFloatsPerTriangle;
-  if (count > kMaxTriangles) {
+  const std::size_t count = positions.size() / floatsPerTriangle;
+  if (count > mostTriangles) {
     throw SlicingError("The mesh has " + std::to_string(count) + " triangles; the limit is " +
-                       std::to_string(kMaxTriangles) + ". Simplify it first.");
+                       std::to_string(mostTriangles) + ". Simplify it first.");
   }
   TriangleMesh mesh;
   mesh.triangles.resize(count);
@@ -56,7 +47,7 @@ TriangleMesh TriangleMesh::fromSoup(std::span<const float> positions) {
       next += 3;
       requireFinite(corner, t);
       if (t == 0 && &corner == mesh.triangles[t].data()) mesh.bounds = {corner, corner};
-      extend(mesh.bounds, corner);
+      mesh.bounds.extend(corner);
     }
   }
   return mesh;

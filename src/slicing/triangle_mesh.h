@@ -1,7 +1,7 @@
 #pragma once
 
+#include <algorithm>
 #include <array>
-#include <cstddef>
 #include <span>
 #include <vector>
 
@@ -21,6 +21,11 @@ using Triangle = std::array<Vertex, 3>;
 
 struct Bounds {
   Vertex min, max;
+
+  void extend(const Vertex& point) {
+    min = {std::min(min.x, point.x), std::min(min.y, point.y), std::min(min.z, point.z)};
+    max = {std::max(max.x, point.x), std::max(max.y, point.y), std::max(max.z, point.z)};
+  }
 };
 
 /// A bag of triangles, as mesh files carry them.

@@ -5,7 +5,7 @@
 namespace stiltforge::slicing {
 namespace {
 
-constexpr Bounds kModel{{10, 10, 0}, {14, 12, 5}};  // 4 x 2 mm around (12, 11)
+constexpr Bounds model{{10, 10, 0}, {14, 12, 5}};  // 4 x 2 mm around (12, 11)
 
 ScreenSettings screenOf(uint32_t width, uint32_t height) {
   ScreenSettings settings;
@@ -16,7 +16,7 @@ ScreenSettings screenOf(uint32_t width, uint32_t height) {
 }
 
 TEST(ScreenPlacement, PutsTheModelInTheMiddleOfTheScreen) {
-  const ScreenPlacement placement(kModel, screenOf(100, 60));
+  const ScreenPlacement placement(model, screenOf(100, 60));
   EXPECT_EQ(placement.cropX, 46);
   EXPECT_EQ(placement.cropY, 28);
   EXPECT_EQ(placement.width, 8);
@@ -27,13 +27,13 @@ TEST(ScreenPlacement, MovesColumnsWithXAndRowsAgainstY) {
   ScreenSettings settings = screenOf(100, 60);
   settings.offsetX = 5;
   settings.offsetY = 5;
-  const ScreenPlacement placement(kModel, settings);
+  const ScreenPlacement placement(model, settings);
   EXPECT_EQ(placement.cropX, 56);
   EXPECT_EQ(placement.cropY, 18);
 }
 
 TEST(ScreenPlacement, TellsWhereAPixelLiesInTheModel) {
-  const ScreenPlacement placement(kModel, screenOf(100, 60));
+  const ScreenPlacement placement(model, screenOf(100, 60));
   const double x = placement.originX + (placement.cropX + 0.5) * placement.pixelSize;
   const double y = placement.originY - (placement.cropY + 0.5) * placement.pixelSize;
   EXPECT_EQ(x, 10.25);
@@ -44,7 +44,7 @@ TEST(ScreenPlacement, TellsWhereAPixelLiesInTheModel) {
 TEST(ScreenPlacement, CutsTheMarginAtTheScreensBorder) {
   ScreenSettings settings = screenOf(100, 6);
   settings.margin = 3;
-  const ScreenPlacement placement(kModel, settings);
+  const ScreenPlacement placement(model, settings);
   EXPECT_EQ(placement.width, 14);
   EXPECT_EQ(placement.cropY, 0);
   EXPECT_EQ(placement.height, 6);
@@ -53,7 +53,7 @@ TEST(ScreenPlacement, CutsTheMarginAtTheScreensBorder) {
 TEST(ScreenPlacement, RoundsTheBoxOutwards) {
   ScreenSettings settings = screenOf(100, 60);
   settings.offsetX = 0.1;
-  const ScreenPlacement placement(kModel, settings);
+  const ScreenPlacement placement(model, settings);
   EXPECT_EQ(placement.cropX, 46);
   EXPECT_EQ(placement.width, 9);
 }

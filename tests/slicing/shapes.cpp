@@ -15,10 +15,10 @@ Soup box(Vertex min, Vertex max) {
     return Vertex{(i & 1) != 0 ? max.x : min.x, (i & 2) != 0 ? max.y : min.y,
                   (i & 4) != 0 ? max.z : min.z};
   };
-  constexpr int kFaces[6][4] = {{0, 2, 3, 1}, {4, 5, 7, 6}, {0, 1, 5, 4},
-                                {2, 6, 7, 3}, {0, 4, 6, 2}, {1, 3, 7, 5}};
+  constexpr int faces[6][4] = {{0, 2, 3, 1}, {4, 5, 7, 6}, {0, 1, 5, 4},
+                               {2, 6, 7, 3}, {0, 4, 6, 2}, {1, 3, 7, 5}};
   Soup soup;
-  for (const auto& face : kFaces) {
+  for (const auto& face : faces) {
     append(soup, {corner(face[0]), corner(face[1]), corner(face[2])});
     append(soup, {corner(face[0]), corner(face[2]), corner(face[3])});
   }
@@ -26,10 +26,10 @@ Soup box(Vertex min, Vertex max) {
 }
 
 Soup ball(Vertex centre, float radius, int segments, int rings) {
-  constexpr double kPi = 3.141592653589793;
+  constexpr double pi = 3.141592653589793;
   const auto corner = [&](int ring, int segment) {
-    const double polar = kPi * ring / rings;
-    const double around = 2 * kPi * (segment % segments) / segments;
+    const double polar = pi * ring / rings;
+    const double around = 2 * pi * (segment % segments) / segments;
     const double wide = ring == 0 || ring == rings ? 0 : radius * std::sin(polar);
     return Vertex{static_cast<float>(centre.x + wide * std::cos(around)),
                   static_cast<float>(centre.y + wide * std::sin(around)),

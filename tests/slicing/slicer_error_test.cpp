@@ -20,15 +20,15 @@ std::string messageOf(const Soup& soup, const SlicerSettings& settings) {
   return "no error";
 }
 
-const Soup kBox = box({0, 0, 0}, {10, 20, 30});
+const Soup tallBox = box({0, 0, 0}, {10, 20, 30});
 
 TEST(SlicerError, NamesTheTriangleWithACoordinateThatIsNotFinite) {
-  Soup soup = kBox;
+  Soup soup = tallBox;
   soup[9 * 3 + 7] = std::nanf("");
   EXPECT_EQ(messageOf(soup, unitSettings(50)),
             "Triangle 3 (counted from 0) has a corner at (0, nan, 30); every coordinate must be a "
             "finite number. Repair or export the mesh anew.");
-  soup = kBox;
+  soup = tallBox;
   soup[0] = std::numeric_limits<float>::infinity();
   EXPECT_EQ(messageOf(soup, unitSettings(50)).substr(0, 50),
             "Triangle 0 (counted from 0) has a corner at (inf, ");
@@ -63,7 +63,7 @@ TEST(SlicerError, RefusesTooManyLayers) {
   SlicerSettings settings = unitSettings(50);
   settings.channels.layerHeight = 1e-4;
   EXPECT_EQ(
-      messageOf(kBox, settings),
+      messageOf(tallBox, settings),
       "The model is 30 mm high, which is 300000 layers of 0.0001 mm; the limit is 65535. Check "
       "its units or choose thicker layers.");
 }
@@ -72,10 +72,10 @@ TEST(SlicerError, RefusesSizesThatAreNotPositive) {
   for (const double size : {0.0, -1.0, std::nan(""), std::numeric_limits<double>::infinity()}) {
     SlicerSettings settings = unitSettings(50);
     settings.channels.layerHeight = size;
-    EXPECT_NE(messageOf(kBox, settings).find("The layer height is "), std::string::npos) << size;
+    EXPECT_NE(messageOf(tallBox, settings).find("The layer height is "), std::string::npos) << size;
     settings = unitSettings(50);
     settings.screen.pixelSize = size;
-    EXPECT_NE(messageOf(kBox, settings).find("The pixel size is "), std::string::npos) << size;
+    EXPECT_NE(messageOf(tallBox, settings).find("The pixel size is "), std::string::npos) << size;
   }
 }
 
@@ -85,7 +85,7 @@ TEST(SlicerError, SaysByHowMuchAModelStandsOutOfTheScreen) {
   settings.screen.offsetX = 8;
   settings.screen.offsetY = -2.25;
   EXPECT_EQ(
-      messageOf(kBox, settings),
+      messageOf(tallBox, settings),
       "The model does not fit on the screen: it is 10 x 20 mm, the screen 20 x 20 mm, and it "
       "stands out by 6 pixels (3 mm) on the right, 5 pixels (2.25 mm) at the bottom. Move, turn "
       "or scale it.");
@@ -94,7 +94,7 @@ TEST(SlicerError, SaysByHowMuchAModelStandsOutOfTheScreen) {
 TEST(SlicerError, AcceptsAModelAsLargeAsTheScreen) {
   SlicerSettings settings = unitSettings(200);
   settings.screen.pixelSize = 0.1;
-  EXPECT_EQ(messageOf(kBox, settings), "no error");
+  EXPECT_EQ(messageOf(tallBox, settings), "no error");
 }
 
 TEST(SlicerError, RefusesACropBeyondTheLimit) {
@@ -103,27 +103,27 @@ TEST(SlicerError, RefusesACropBeyondTheLimit) {
   settings.channels.inset = 0;
   settings.channels.layerHeight = 0.1;
   EXPECT_EQ(
-      messageOf(kBox, settings),
+      messageOf(tallBox, settings),
       "The model covers 100000 x 200000 pixels of 0.0001 mm with its margin; the limit is 65535 "
       "a side. Choose larger pixels or a smaller model.");
 }
 
 TEST(SlicerError, RefusesAScreenWithoutPixels) {
-  EXPECT_EQ(messageOf(kBox, unitSettings(0)),
+  EXPECT_EQ(messageOf(tallBox, unitSettings(0)),
             "The screen is 0 x 0 pixels; both sides must be between 1 and 2147483647.");
 }
 
 TEST(SlicerError, RefusesALayerThatIsNotThere) {
-  Slicer slicer(kBox, unitSettings(50));
+  Slicer slicer(tallBox, unitSettings(50));
   uint8_t pixel[4];
   EXPECT_THROW(slicer.slice(30, pixel), SlicingError);
 }
 
 TEST(SlicerError, SurvivesCoordinatesAtTheEndOfTheNumberRange) {
-  Soup soup = kBox;
+  Soup soup = tallBox;
   soup[2] = -3e38f;
   EXPECT_NE(messageOf(soup, unitSettings(50)).find("the limit is 65535"), std::string::npos);
-  soup = kBox;
+  soup = tallBox;
   soup[0] = -3e38f;
   EXPECT_NE(messageOf(soup, unitSettings(50)).find("does not fit"), std::string::npos);
 }
