@@ -25,6 +25,7 @@ function remedy() {
         build +
         ' (needs cmake, ninja, a C++20 compiler and the headers of Boost;' +
         ' on Debian or Ubuntu: apt-get install cmake ninja-build g++ libboost-dev).' +
+        ' STILTFORGE_ADDON=<file> names a binary that lies elsewhere.' +
         ' A prebuilt binary that is present but does not load was made for another C library' +
         ' (glibc or musl) or a newer one than this system has.'
       );

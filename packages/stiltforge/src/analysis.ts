@@ -269,9 +269,15 @@ function namedImages(first: Buffer, rest: (Buffer | number)[]): GroupImages {
 }
 
 function iterate(slices: SliceSource): AsyncIterator<SliceImage> | Iterator<SliceImage> {
-  return Symbol.asyncIterator in slices
-    ? slices[Symbol.asyncIterator]()
-    : slices[Symbol.iterator]();
+  // A program without types may pass anything.
+  const source = Object(slices) as Partial<AsyncIterable<SliceImage> & Iterable<SliceImage>>;
+  const iterator = source[Symbol.asyncIterator]?.() ?? source[Symbol.iterator]?.();
+  if (iterator) return iterator;
+  throw new AnalysisError(
+    'ERR_STILTFORGE_SLICE',
+    'run() takes an array, a generator or another iterable of slices, bottom first. For a single' +
+      ' slice there is analyse().',
+  );
 }
 
 /** The promise, or a rejection with the signal's reason, whichever is first. */

@@ -58,6 +58,12 @@ export const parameterNames = Object.keys(checks) as (keyof AnalysisParameters)[
 
 /** A frozen copy of the parameters. Throws an AnalysisError that lists everything wrong with them. */
 export function checkedParameters(parameters: AnalysisParameters): Readonly<AnalysisParameters> {
+  if (typeof parameters !== 'object' || parameters === null) {
+    throw new AnalysisError(
+      'ERR_STILTFORGE_PARAMETER',
+      `The parameters are ${String(parameters)}, not an object with the 28 parameters of a model.`,
+    );
+  }
   const wrong: string[] = [];
   for (const name of parameterNames) {
     const value: unknown = parameters[name];

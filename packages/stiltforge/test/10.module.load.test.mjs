@@ -74,6 +74,7 @@ test('without a binary the error lists what was tried and what to do', async (t)
   assert.ok(stdout.includes(path.join(folder, 'prebuilds', prebuilt, 'stiltforge.node')), stdout);
   assert.ok(stdout.includes(path.join(folder, 'build', 'Release', 'stiltforge.node')), stdout);
   assert.match(stdout, /npm install && npm run build/);
+  assert.match(stdout, /STILTFORGE_ADDON/);
 });
 
 test('a binary that does not load is reported with the reason', async (t) => {

@@ -2,7 +2,13 @@ import assert from 'node:assert/strict';
 import { afterEach, test } from 'node:test';
 import { setTimeout as sleep } from 'node:timers/promises';
 import stiltforge from 'stiltforge';
-import { Analysis, AnalysisError, groupImageNames, parameterNames } from 'stiltforge/analysis';
+import {
+  Analysis,
+  AnalysisError,
+  estimateMemory,
+  groupImageNames,
+  parameterNames,
+} from 'stiltforge/analysis';
 import { analyse, groupImages, parameters, rectangle } from './harness.mjs';
 
 let open;
@@ -96,6 +102,29 @@ test('parameters are checked, all faults named at once', () => {
       return true;
     },
   );
+});
+
+test('parameters that are no object are refused', () => {
+  for (const [value, words] of [
+    [undefined, /parameters are undefined, not an object/],
+    [null, /parameters are null, not an object/],
+    ['28', /parameters are 28, not an object/],
+  ]) {
+    for (const take of [Analysis.create, estimateMemory]) {
+      assert.throws(() => take(value), { code: 'ERR_STILTFORGE_PARAMETER', message: words });
+    }
+  }
+});
+
+test('run() of something that holds no slices is refused', async () => {
+  create();
+  for (const source of [null, undefined, 5, new ArrayBuffer(64)]) {
+    await assert.rejects(open.run(source).next(), {
+      name: 'AnalysisError',
+      code: 'ERR_STILTFORGE_SLICE',
+      message: /iterable of slices.*analyse\(\)/,
+    });
+  }
 });
 
 test('the parameters are a frozen copy', () => {
