@@ -99,6 +99,16 @@ test('a file that is missing is named', async () => {
   );
 });
 
+test('a folder is told from a file', () =>
+  assert.rejects(loadMesh(folder), {
+    message: `${folder}: this is a folder. Name a mesh file in it.`,
+  }));
+
+test('a mesh without triangles is refused', async () => {
+  await refused('none.stl', 'solid x\nendsolid x\n', /the mesh has no triangles/);
+  await refused('none.obj', 'v 0 0 0\n', /the mesh has no triangles/);
+});
+
 test('an empty file is refused', () => refused('empty.stl', '', /the file is empty/));
 
 test('a file that is no mesh is refused', async () => {

@@ -20,6 +20,10 @@ export async function loadMesh(path: string): Promise<Triangles> {
   try {
     bytes = await readWhole(path);
   } catch (error) {
+    if ((error as NodeJS.ErrnoException).code === 'EISDIR') {
+      const message = `${path}: this is a folder. Name a mesh file in it.`;
+      throw new UserError(ExitCode.mesh, message, { cause: error });
+    }
     throw new UserError(
       ExitCode.mesh,
       `${path}: the file can't be read (${messageOf(error)}). Check the path and its permissions.`,

@@ -40,5 +40,7 @@ export function parseTextStl(bytes: Uint8Array<ArrayBuffer>): Triangles {
       'Export it again as triangles',
     );
   }
+  // The loader takes a text this short for a damaged binary file.
+  if (facets === 0) return new Float32Array(0);
   return trianglesOf(quietly(() => new STLLoader().parse(bytes.buffer)));
 }
