@@ -52,6 +52,15 @@ class GroupHandlerTest : public ModelTest {
     run();
     return upper->pixelStrength;
   }
+  // Runs the pass while no block of so many bytes can be had; returns how many groups failed.
+  uint64_t failuresWithoutBlocksOf(std::size_t bytes) {
+    const uint64_t before = GroupHandler::failedTasks;
+    GroupHandler handler;
+    handler.layers = &layers;
+    const FailingAllocation noLargeBlocks(bytes);
+    placed = handler.supportLayer();
+    return GroupHandler::failedTasks - before;
+  }
   static float strengthOf(float supports, float transmitted) {
     return (supports * 20.0f + transmitted) / 100.0f;
   }
@@ -293,14 +302,7 @@ TEST_F(GroupHandlerTest, CountsAGroupThatFailsAndCarriesOn) {
   }
   segment(std::move(layer));
   Poisson::numberOfSamplePerSupport = 1e6f;  // every pixel a candidate
-  const uint64_t failedBefore = GroupHandler::failedTasks;
-  GroupHandler handler;
-  handler.layers = &layers;
-  {
-    const FailingAllocation noLargeBlocks(300000);
-    placed = handler.supportLayer();
-  }
-  EXPECT_EQ(GroupHandler::failedTasks, failedBefore + 1);
+  EXPECT_EQ(failuresWithoutBlocksOf(300000), 1u);
   EXPECT_EQ(placed, 5u);
   EXPECT_EQ(layers.back().groups[1].placement->supports.size(), 5u);
   const Group& failed = layers.back().groups[2];
@@ -316,14 +318,7 @@ TEST_F(GroupHandlerTest, TakesBackTheFirstPassOfAnIslandWhoseSecondPassFails) {
   Poisson::numberOfSamplePerSupport = 1e6f;
   Poisson::supportStrength = 10000.0f;
   Poisson::maxSupportRadiusInIsland = 0.01f;  // thousands of supports in the second pass
-  const uint64_t failedBefore = GroupHandler::failedTasks;
-  GroupHandler handler;
-  handler.layers = &layers;
-  {
-    const FailingAllocation noLargeBlocks(150000);
-    placed = handler.supportLayer();
-  }
-  EXPECT_EQ(GroupHandler::failedTasks, failedBefore + 1);
+  EXPECT_EQ(failuresWithoutBlocksOf(150000), 1u);
   EXPECT_EQ(placed, 0u);
   const Group& island = layers.back().groups[1];
   ASSERT_NE(island.placement, nullptr);

@@ -12,34 +12,12 @@ namespace {
 using SupportOrigins = std::map<const Voxel*, GhostResult>;
 
 GroupResult groupResult(const Group& group, const SupportOrigins& origins) {
-  GroupResult result;
-  result.id = group.id;
-  result.numPixel = group.numPixel;
-  result.supportedPixel = group.supportedPixel;
-  result.xMin = group.xMin;
-  result.yMin = group.yMin;
-  result.xMax = group.xMax;
-  result.yMax = group.yMax;
-  result.spanX = group.spanX;
-  result.spanY = group.spanY;
-  result.islandDistance = group.islandDistance;
-  result.overlap = group.overlap;
-  result.strength = group.strength;
-  result.pixelStrength = group.pixelStrength;
-  result.maxScore = group.maxScore;
-  result.unsupportedPixelCount = group.unsupportedPixelCount;
-  result.almostNotBlueCount = group.almostNotBlueCount;
-  result.islandBlueCount = group.islandBlueCount;
-  result.angleNorm = group.angleNorm;
-  result.ghostNorm = group.ghostNorm;
-  result.strokeNorm = group.strokeNorm;
-  result.scoreNorm = group.scoreNorm;
+  GroupResult result{group, {}, {}, groupBitmaps(group)};
   for (const auto& support : group.supports) {
     result.supports.push_back(
         {support->index, support->x, support->y, support->z, support->isMinima, support->score});
   }
   for (const Voxel* ghost : group.ghostSupports) result.ghostSupports.push_back(origins.at(ghost));
-  result.bitmaps = groupBitmaps(group);
   return result;
 }
 

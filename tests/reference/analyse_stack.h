@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "reference/group_bitmaps.h"
+#include "reference/slice_model.h"
 #include "reference/stack.h"
 
 namespace stiltforge::reference {
@@ -26,28 +27,7 @@ struct GhostResult {
   friend bool operator==(const GhostResult&, const GhostResult&) = default;
 };
 
-struct GroupResult {
-  uint32_t id = 0;
-  uint32_t numPixel = 0;
-  uint32_t supportedPixel = 0;
-  uint16_t xMin = 0;
-  uint16_t yMin = 0;
-  uint16_t xMax = 0;
-  uint16_t yMax = 0;
-  uint16_t spanX = 0;
-  uint16_t spanY = 0;
-  uint32_t islandDistance = 0;
-  std::vector<uint32_t> overlap;
-  float strength = 0.0f;
-  float pixelStrength = 0.0f;
-  float maxScore = 0.0f;
-  uint32_t unsupportedPixelCount = 0;
-  uint32_t almostNotBlueCount = 0;
-  uint32_t islandBlueCount = 0;
-  float angleNorm = 0.0f;
-  float ghostNorm = 0.0f;
-  float strokeNorm = 0.0f;
-  float scoreNorm = 0.0f;
+struct GroupResult : GroupFigures {
   std::vector<SupportResult> supports;
   std::vector<GhostResult> ghostSupports;
   GroupBitmaps bitmaps;

@@ -43,8 +43,8 @@ struct Voronoi {
   Group* group = nullptr;
 };
 
-// A connected region of material in one layer.
-struct Group {
+// What is measured of a group. An analysis fills it; its result shows it.
+struct GroupFigures {
   uint32_t id = 0;
   uint32_t numPixel = 0;
   uint32_t supportedPixel = 0;  // pixels over any group of the layer below
@@ -66,6 +66,10 @@ struct Group {
   float ghostNorm = 0.1f;
   float strokeNorm = 0.1f;
   float scoreNorm = 0.1f;
+};
+
+// A connected region of material in one layer.
+struct Group : GroupFigures {
   std::vector<std::unique_ptr<Voxel>> samples;  // the box, row by row; empty until sampled
   std::vector<std::unique_ptr<Voxel>> supports;
   std::vector<const Voxel*> ghostSupports;  // supports of lower groups
