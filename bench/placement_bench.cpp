@@ -1,7 +1,7 @@
 #include "placement_bench.h"
 
-#include <algorithm>
 #include <cstring>
+#include <memory>
 #include <stdexcept>
 #include <string>
 

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cstring>
 #include <list>
-#include <memory>
 #include <numeric>
 
 #include "analysis/flood_fill.h"

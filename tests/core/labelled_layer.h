@@ -1,7 +1,5 @@
 #pragma once
 
-#include <utility>
-
 #include "analysis/run_extraction.h"
 #include "analysis/run_labelling.h"
 #include "core/drawing.h"

@@ -8,7 +8,6 @@
 #include <memory>
 #include <sstream>
 #include <stdexcept>
-#include <string>
 
 namespace stiltforge {
 namespace {

@@ -2,9 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include <map>
 #include <mutex>
-#include <string>
 #include <utility>
 #include <vector>
 

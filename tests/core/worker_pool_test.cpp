@@ -4,7 +4,6 @@
 
 #include <atomic>
 #include <chrono>
-#include <set>
 #include <stdexcept>
 #include <string>
 #include <thread>

@@ -3,7 +3,6 @@
 // runs.
 
 #include <cstdio>
-#include <cstdlib>
 #include <exception>
 #include <filesystem>
 #include <iostream>

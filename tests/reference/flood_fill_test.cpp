@@ -2,8 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <numeric>
-
 #include "reference/picture.h"
 
 namespace stiltforge::reference {
