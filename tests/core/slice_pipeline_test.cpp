@@ -104,7 +104,6 @@ TEST_F(SlicePipelineTest, KeepsTheHistoryWhenASliceDoesNotFit) {
   EXPECT_EQ(analyse({"##"}).groups[1].supportedPixel, 2u);
 }
 
-// Without buffers a slice takes other paths, to the same groups, supports and images.
 TEST_F(SlicePipelineTest, ArchivesTheLayersThatAFailedSliceLeftBehind) {
   SupportInheritance::maxGhost = 20000;
   analyse(filledBox(100, 100));
@@ -121,6 +120,7 @@ TEST_F(SlicePipelineTest, ArchivesTheLayersThatAFailedSliceLeftBehind) {
   EXPECT_FALSE(layers[2].isArchived());
 }
 
+// Without buffers a slice takes other paths, to the same groups, supports and images.
 TEST_F(SlicePipelineTest, PlacesTheSameSupportsWhetherBuffersAreWantedOrNot) {
   for (uint64_t seed = 0; seed < 400; ++seed) {
     const reference::Stack stack = reference::generateStack(seed);
