@@ -145,7 +145,9 @@ test('a worker thread that is terminated while its jobs run and wait takes nothi
 test('a worker thread that is terminated does not work off its queue first', async () => {
   const child = await runInChild(`${worker}
     const thread = startWorker(\`
-      stiltforge.InitAnalyseSlice(big(false));
+      // So slow that the end of a thread is short beside it, on a busy machine too.
+      const slow = { supportStrength: 20, distCloseToIsland: 0, strengthTransmited: 0 };
+      stiltforge.InitAnalyseSlice({ ...big(false), ...slow, validationDistanceFormVoronoi: 0, maxVoronoiIteration: 100 });
       const pixels = pattern();
       await analyse(pixels);
       const start = performance.now();
