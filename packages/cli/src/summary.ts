@@ -41,7 +41,7 @@ export function summaryText(summary: Summary): string {
           ['lowest', height(Math.min(...heights))],
           ['highest', height(Math.max(...heights))],
         ]),
-    ['time', `${durationText(summary.seconds)}, ${count(rate)} layers/s`],
+    ['time', `${durationText(summary.seconds)}, the layers at ${count(rate)}/s`],
     ['peak memory', `${Math.round(summary.peakMemory / 1e6)} MB`],
     ['written to', `${summary.folder}/`],
     ...summary.files.map((file) => ['', file]),

@@ -67,6 +67,24 @@ test('points.csv has a row for each support of supports.json', async (t) => {
   );
 });
 
+test('the printed summary says what supports.json says', async (t) => {
+  const { outputs, out } = await run(t, ['--no-pictures']);
+  const { summary, supports } = await json(outputs);
+  const islands = supports.filter(({ kind }) => kind === 'island').length;
+  const row = (name) => new RegExp(`^  ${name} +(.*)$`, 'm').exec(out)[1];
+  assert.equal(row('layers'), String(summary.layers));
+  assert.equal(row('regions'), String(summary.regions));
+  assert.equal(row('islands'), String(summary.islands));
+  assert.equal(
+    row('supports'),
+    `${supports.length} (${islands} under islands, ${supports.length - islands} under overhangs)`,
+  );
+  const heights = supports.map(({ z }) => z);
+  assert.equal(row('lowest'), `${Math.min(...heights).toFixed(2)} mm above the plate`);
+  assert.equal(row('highest'), `${Math.max(...heights).toFixed(2)} mm above the plate`);
+  assert.match(row('time'), /^\d+ s, the layers at [\d,]+\/s$/);
+});
+
 test('two runs write the same bytes', async (t) => {
   const first = await run(t, ['--no-pictures']);
   const second = await run(t, ['--no-pictures']);
