@@ -76,7 +76,7 @@ ScreenPlacement::ScreenPlacement(const Bounds& model, const ScreenSettings& scre
                        numberText(static_cast<double>(model.max.y) - model.min.y) +
                        " mm, the screen " + numberText(screen.width * pixelSize) + " x " +
                        numberText(screen.height * pixelSize) + " mm, and it stands out by " +
-                       excess + ". Move, turn or scale it.");
+                       excess + ". Scale or turn it, or take a larger screen.");
   }
 
   const Interval columns = cropAxis(left, right, screen.margin, screen.width);

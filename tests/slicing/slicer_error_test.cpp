@@ -87,8 +87,8 @@ TEST(SlicerError, SaysByHowMuchAModelStandsOutOfTheScreen) {
   EXPECT_EQ(
       messageOf(tallBox, settings),
       "The model does not fit on the screen: it is 10 x 20 mm, the screen 20 x 20 mm, and it "
-      "stands out by 6 pixels (3 mm) on the right, 5 pixels (2.25 mm) at the bottom. Move, turn "
-      "or scale it.");
+      "stands out by 6 pixels (3 mm) on the right, 5 pixels (2.25 mm) at the bottom. Scale or "
+      "turn it, or take a larger screen.");
 }
 
 TEST(SlicerError, AcceptsAModelAsLargeAsTheScreen) {

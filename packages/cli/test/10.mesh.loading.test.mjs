@@ -99,6 +99,18 @@ test('a file that is missing is named', async () => {
   );
 });
 
+test(
+  'a device without an end is not read',
+  {
+    skip: process.platform === 'win32' ? 'has no /dev/zero' : false,
+  },
+  () =>
+    assert.rejects(loadMesh('/dev/zero'), {
+      name: 'UserError',
+      message: /^\/dev\/zero: the file can't be read \(it is a device/,
+    }),
+);
+
 test('a folder is told from a file', () =>
   assert.rejects(loadMesh(folder), {
     message: `${folder}: this is a folder. Name a mesh file in it.`,

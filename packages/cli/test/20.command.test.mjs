@@ -74,6 +74,18 @@ test('an output folder that cannot be made exits with 4', async (t) => {
   assert.match(err, /taken.*can't be written.*--out/);
 });
 
+test('an output folder where the system takes none exits with 4', {
+  skip: existsSync('/proc/self') ? false : 'needs /proc',
+}, async (t) => {
+  const folder = await temporaryFolder(t);
+  await writeFile(join(folder, 'table.stl'), binaryStl(table()));
+  const { code, err } = await stiltforge(['table.stl', '--out', '/proc/x/y', '--no-pictures'], {
+    cwd: folder,
+  });
+  assert.equal(code, 4);
+  assert.match(err, /\/proc\/x.*can't be written.*--out/);
+});
+
 test('a region that is not there exits with 2 and leaves no outputs', async (t) => {
   const folder = await temporaryFolder(t);
   await writeFile(join(folder, 'table.stl'), binaryStl(table()));

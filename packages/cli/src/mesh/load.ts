@@ -1,4 +1,4 @@
-import { readFile } from 'node:fs/promises';
+import { readFile, stat } from 'node:fs/promises';
 import { extname } from 'node:path';
 import { ExitCode, MeshError, messageOf, UserError } from '../errors.js';
 import { hasBinaryStlLength, parseBinaryStl } from './binary_stl.js';
@@ -49,6 +49,10 @@ export async function loadMesh(path: string): Promise<Triangles> {
 
 /** The loaders want an ArrayBuffer that holds the file and nothing else. */
 async function readWhole(path: string): Promise<Uint8Array<ArrayBuffer>> {
+  const file = await stat(path);
+  if (file.isCharacterDevice() || file.isBlockDevice()) {
+    throw new Error('it is a device, which has no end');
+  }
   const buffer = await readFile(path);
   const owned = buffer.byteOffset === 0 && buffer.byteLength === buffer.buffer.byteLength;
   return owned ? new Uint8Array(buffer.buffer as ArrayBuffer) : new Uint8Array(buffer);

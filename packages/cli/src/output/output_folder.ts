@@ -1,5 +1,5 @@
 import { rmdirSync, rmSync } from 'node:fs';
-import { mkdir, rename, rm, rmdir, writeFile } from 'node:fs/promises';
+import { mkdir, rename, rm, rmdir, stat, writeFile } from 'node:fs/promises';
 import { basename, dirname, join, resolve } from 'node:path';
 import { ExitCode, messageOf, UserError } from '../errors.js';
 
@@ -75,14 +75,32 @@ export class OutputFolder {
   }
 
   private async make(folder: string): Promise<void> {
-    const outermost = await mkdir(folder, { recursive: true });
-    if (outermost === undefined) return;
-    const made = [folder];
-    while (made[0] !== outermost && resolve(made[0]) !== resolve(outermost)) {
-      made.unshift(dirname(made[0]));
+    const missing: string[] = [];
+    for (let path = resolve(folder); !(await isFolder(path)); path = dirname(path)) {
+      missing.unshift(path);
     }
-    this.made.push(...made);
+    // Step by step: where a file system takes no folders, a recursive mkdir tries for ever.
+    for (const path of missing) {
+      try {
+        await mkdir(path);
+        this.made.push(path);
+      } catch (error) {
+        // Another run may have made it meanwhile.
+        if ((error as NodeJS.ErrnoException).code !== 'EEXIST') throw error;
+      }
+    }
   }
+}
+
+/** False when nothing is there; throws when it is something else. */
+async function isFolder(path: string): Promise<boolean> {
+  try {
+    if ((await stat(path)).isDirectory()) return true;
+  } catch (error) {
+    if ((error as NodeJS.ErrnoException).code === 'ENOENT') return false;
+    throw error;
+  }
+  throw new Error(`${path} is no folder`);
 }
 
 async function orOutputError<T>(path: string, what: string, act: () => Promise<T>): Promise<T> {
