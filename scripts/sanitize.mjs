@@ -62,7 +62,7 @@ function runCppTests(preset) {
   const env = {
     ASAN_OPTIONS: 'detect_leaks=1:strict_string_checks=1:detect_stack_use_after_return=1',
     UBSAN_OPTIONS: 'print_stacktrace=1',
-    TSAN_OPTIONS: 'second_deadlock_stack=1',
+    TSAN_OPTIONS: `second_deadlock_stack=1 suppressions=${root}tests/tsan.supp`,
     STILTFORGE_STACKS: '400',
   };
   return ['core/core_test', 'reference/reference_test', 'slicing/slicing_test']
