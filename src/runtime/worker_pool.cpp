@@ -7,6 +7,7 @@
 #include <memory>
 #include <mutex>
 #include <thread>
+#include <utility>
 
 #include "runtime/thread_pool.h"
 
@@ -91,7 +92,8 @@ void parallelFor(std::size_t n, const std::function<void(std::size_t)>& body) {
   loop->work();
   std::unique_lock<std::mutex> lock(loop->mutex);
   loop->finished.wait(lock, [&] { return loop->completed == loop->size; });
-  if (loop->failure) std::rethrow_exception(loop->failure);
+  // Taken out, so that a helper that lets go of the loop later does not touch it.
+  if (loop->failure) std::rethrow_exception(std::exchange(loop->failure, nullptr));
 }
 
 }  // namespace stiltforge::workers
