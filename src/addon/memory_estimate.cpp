@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <optional>
 #include <string>
 
 #include "addon/refusal.h"
@@ -15,9 +16,9 @@ namespace {
 // Beyond any machine's memory, and still exact in what is computed with it.
 constexpr double most = 1e15;
 
-double numberOf(const Napi::Object& model, const char* key, double fallback) {
+double numberOf(const Napi::Object& model, const char* key, std::optional<double> fallback) {
   const Napi::Value value = model.Get(key);
-  if (value.IsUndefined()) return fallback;
+  if (value.IsUndefined() && fallback) return *fallback;
   const double number = value.IsNumber() ? value.As<Napi::Number>().DoubleValue() : NAN;
   if (number >= 0 && number <= most) return number;
   throw refusal(model.Env(), codes::parameter,
@@ -25,10 +26,20 @@ double numberOf(const Napi::Object& model, const char* key, double fallback) {
 }
 
 template <typename T>
-void readCount(const Napi::Object& model, const char* key, T& count) {
+T countOf(const Napi::Object& model, const char* key, std::optional<double> fallback) {
   const double largest = static_cast<double>(std::numeric_limits<T>::max());
-  count = static_cast<T>(std::min(std::floor(numberOf(model, key, static_cast<double>(count))),
-                                  std::min(largest, most)));
+  return static_cast<T>(
+      std::min(std::floor(numberOf(model, key, fallback)), std::min(largest, most)));
+}
+
+template <typename T>
+void requireCount(const Napi::Object& model, const char* key, T& count) {
+  count = countOf<T>(model, key, std::nullopt);
+}
+
+template <typename T>
+void readCount(const Napi::Object& model, const char* key, T& count) {
+  count = countOf<T>(model, key, static_cast<double>(count));
 }
 
 }  // namespace
@@ -41,9 +52,9 @@ Napi::Value EstimateMemory(const Napi::CallbackInfo& info) {
   }
   const auto model = info[0].As<Napi::Object>();
   ModelSize size;
-  readCount(model, "width", size.width);
-  readCount(model, "height", size.height);
-  readCount(model, "layers", size.layers);
+  requireCount(model, "width", size.width);
+  requireCount(model, "height", size.height);
+  requireCount(model, "layers", size.layers);
   size.needBuffer = model.Get("needBuffer").ToBoolean();
   size.ghostRadius = static_cast<float>(numberOf(model, "ghostRadius", size.ghostRadius));
   readCount(model, "queuedSlices", size.queuedSlices);

@@ -17,10 +17,11 @@ namespace stiltforge {
 namespace {
 
 constexpr uint32_t largestStep = 3;
-constexpr double sparseShare = 0.15;  // of the box unsupported: below it every pixel is a candidate
-constexpr double sampledShare =
-    0.2;  // of a support's share of unsupported pixels, kept as candidates
-constexpr uint32_t fewestCandidates = 4;  // kept per support
+// With less of the box unsupported every pixel is a candidate.
+constexpr double sparseShare = 0.15;
+// Of a support's share of the unsupported pixels, so much is kept as candidates, but no fewer.
+constexpr double sampledShare = 0.2;
+constexpr uint32_t fewestCandidates = 4;
 
 // Ghost sums of a band of this many pixels stay in the first cache levels.
 constexpr std::size_t pixelsPerBand = std::size_t{1} << 14;

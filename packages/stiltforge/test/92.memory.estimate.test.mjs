@@ -44,6 +44,17 @@ test('the native estimate refuses what is no model', () => {
   }
 });
 
+test('the native estimate needs the size of the screen and the number of layers', () => {
+  const whole = { width: 10, height: 10, layers: 1 };
+  assert.ok(native(whole).total > 0);
+  for (const key of Object.keys(whole)) {
+    assert.throws(() => native({ ...whole, [key]: undefined }), {
+      code: 'ERR_STILTFORGE_PARAMETER',
+      message: new RegExp(`as ${key}\\.`),
+    });
+  }
+});
+
 test('a model beyond all bounds is predicted to need more than any machine has', () => {
   const { total } = native({ width: 65535, height: 65535, layers: 4e9, supports: 1e15 });
   assert.ok(total > 1e15);
