@@ -1,6 +1,5 @@
 #include "addon/group_to_bitmap_worker.h"
 
-#include <algorithm>
 #include <new>
 #include <utility>
 #include <vector>
@@ -9,6 +8,7 @@
 #include "addon/refusal.h"
 #include "addon/result_buffer.h"
 #include "addon/slice_worker.h"
+#include "runtime/parallel_copy.h"
 
 namespace stiltforge {
 
@@ -49,7 +49,7 @@ void GroupToBitmapWorker::OnOK() {
     // Each image is freed once it is copied, so only one is there twice.
     for (std::vector<uint8_t>& image : rendered.images) {
       ResultBuffer buffer(env, *environment, image.size());
-      std::copy(image.begin(), image.end(), buffer.data());
+      copyBytes(buffer.data(), image.data(), image.size());
       std::vector<uint8_t>().swap(image);
       arguments.push_back(buffer.value());
     }

@@ -1,29 +1,15 @@
 #include "addon/slice_worker.h"
 
 #include <algorithm>
-#include <cstring>
 #include <utility>
 
 #include "addon/environment.h"
 #include "addon/layer_result.h"
 #include "addon/model_state.h"
-#include "runtime/worker_pool.h"
+#include "runtime/parallel_copy.h"
 #include "support/slice_pipeline.h"
 
 namespace stiltforge {
-
-namespace {
-
-void copyBytes(void* to, const void* from, std::size_t size) {
-  constexpr std::size_t block = std::size_t{1} << 20;
-  workers::parallelFor((size + block - 1) / block, [&](std::size_t i) {
-    const std::size_t start = i * block;
-    std::memcpy(static_cast<uint8_t*>(to) + start, static_cast<const uint8_t*>(from) + start,
-                std::min(block, size - start));
-  });
-}
-
-}  // namespace
 
 SliceWorker::SliceWorker(const Napi::Function& callback, std::shared_ptr<Environment> owner,
                          uint16_t echoedIndex, const void* pixels)
