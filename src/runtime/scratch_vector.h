@@ -1,6 +1,9 @@
 #pragma once
 
 #include <cstddef>
+#include <new>
+#include <type_traits>
+#include <utility>
 #include <vector>
 
 namespace stiltforge {
@@ -33,6 +36,17 @@ struct ScratchAllocator {
 
   T* allocate(std::size_t n) { return static_cast<T*>(scratch_memory::take(n * sizeof(T))); }
   void deallocate(T* block, std::size_t n) noexcept { scratch_memory::give(block, n * sizeof(T)); }
+
+  /// A new element is left as the memory is where its type allows: who makes a list longer writes
+  /// it.
+  template <typename U>
+  void construct(U* place) noexcept(std::is_nothrow_default_constructible_v<U>) {
+    ::new (static_cast<void*>(place)) U;
+  }
+  template <typename U, typename... Args>
+  void construct(U* place, Args&&... args) {
+    ::new (static_cast<void*>(place)) U(std::forward<Args>(args)...);
+  }
 
   template <typename U>
   bool operator==(const ScratchAllocator<U>&) const noexcept {
