@@ -139,19 +139,19 @@ export interface MaskSlicer {
 }
 
 /**
- * What the addon, src/slicing/addon, exports. The constructors throw a TypeError for an option that
+ * What the addon, src/binding, exports. The constructors throw a TypeError for an option that
  * is missing, unknown or of another type, a RangeError for one that has to be whole and is not, and
  * an Error for what cannot be sliced: its message says what is wrong, by how much, and what to do.
  */
-interface SlicingModule {
+interface Binding {
   Slicer: new (options: SlicerOptions) => Slicer;
   MaskSlicer: new (options: MaskSlicerOptions) => MaskSlicer;
 }
 
-const binary = 'slicing.node';
+const binary = 'binding.node';
 
-/** The slicing addon: prebuilt in the package, or built in a folder above it. */
-export function loadSlicing(): SlicingModule {
+/** The addon of objects, binding.node: prebuilt in the package, or built in a folder above it. */
+export function loadSlicing(): Binding {
   const require = createRequire(import.meta.url);
   const packageFolder = dirname(dirname(fileURLToPath(import.meta.url)));
   const files = [join(packageFolder, 'prebuilds', `${process.platform}-${process.arch}`, binary)];
@@ -161,14 +161,14 @@ export function loadSlicing(): SlicingModule {
   const file = files.find(existsSync);
   if (file === undefined) {
     throw new Error(
-      `the slicing addon for ${process.platform}-${process.arch} is missing; ` +
+      `binding.node for ${process.platform}-${process.arch} is missing; ` +
         'build it from a clone of the repository with: npm install && npm run build',
     );
   }
   try {
-    return require(file) as SlicingModule;
+    return require(file) as Binding;
   } catch (error) {
-    throw new Error(`the slicing addon ${file} can't be loaded: ${messageOf(error)}`, {
+    throw new Error(`the addon ${file} can't be loaded: ${messageOf(error)}`, {
       cause: error,
     });
   }

@@ -1,20 +1,20 @@
-#include "slicing/addon/mask_slicer_object.h"
+#include "binding/mask_slicer_object.h"
 
 #include <cstdint>
 #include <new>
 #include <span>
 #include <string>
 
-#include "slicing/addon/options.h"
-#include "slicing/addon/rejection.h"
+#include "binding/options.h"
+#include "binding/rejection.h"
 #include "slicing/slicing_error.h"
 
-namespace stiltforge::slicing {
+namespace stiltforge::binding {
 
 namespace {
 
-MaskSettings readSettings(Napi::Env env, const Options& options) {
-  MaskSettings settings;
+slicing::MaskSettings readSettings(Napi::Env env, const Options& options) {
+  slicing::MaskSettings settings;
   settings.maskWidth = options.whole("maskWidth");
   settings.maskHeight = options.whole("maskHeight");
   settings.cropX = options.optionalWhole("cropX").value_or(0);
@@ -44,10 +44,10 @@ MaskSlicerObject::MaskSlicerObject(const Napi::CallbackInfo& info)
   const Options options(
       info, {"maskWidth", "maskHeight", "cropX", "cropY", "width", "height", "threshold",
              "pixelSize", "layerHeight", "criticalAngle", "fullOverhang", "inset"});
-  const MaskSettings settings = readSettings(env, options);
+  const slicing::MaskSettings settings = readSettings(env, options);
   try {
-    slicer_ = std::make_unique<MaskSlicer>(settings);
-  } catch (const SlicingError& failure) {
+    slicer_ = std::make_unique<slicing::MaskSlicer>(settings);
+  } catch (const slicing::SlicingError& failure) {
     throw Napi::Error::New(env, failure.what());
   } catch (const std::bad_alloc&) {
     throw Napi::Error::New(env, "There is not enough memory for slices of this size.");
@@ -78,4 +78,4 @@ Napi::Value MaskSlicerObject::next(const Napi::CallbackInfo& info) {
   });
 }
 
-}  // namespace stiltforge::slicing
+}  // namespace stiltforge::binding

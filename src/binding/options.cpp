@@ -1,4 +1,4 @@
-#include "slicing/addon/options.h"
+#include "binding/options.h"
 
 #include <algorithm>
 #include <cmath>
@@ -7,7 +7,7 @@
 
 #include "slicing/slicing_error.h"
 
-namespace stiltforge::slicing {
+namespace stiltforge::binding {
 
 namespace {
 
@@ -17,7 +17,8 @@ std::string quoted(const std::string& name) {
 
 uint32_t toWhole(Napi::Env env, const char* name, double value) {
   if (!(value >= 0 && value <= 4294967295.0) || value != std::floor(value)) {
-    throw Napi::RangeError::New(env, "The option " + quoted(name) + " is " + numberText(value) +
+    throw Napi::RangeError::New(env, "The option " + quoted(name) + " is " +
+                                         slicing::numberText(value) +
                                          "; it must be a whole number from 0 to 4294967295.");
   }
   return static_cast<uint32_t>(value);
@@ -79,8 +80,8 @@ Napi::Float32Array Options::floats(const char* name) const {
   return value.As<Napi::Float32Array>();
 }
 
-ChannelSettings Options::channels() const {
-  ChannelSettings settings;
+slicing::ChannelSettings Options::channels() const {
+  slicing::ChannelSettings settings;
   settings.layerHeight = number("layerHeight");
   settings.criticalAngle = optionalNumber("criticalAngle").value_or(settings.criticalAngle);
   settings.inset = optionalNumber("inset").value_or(settings.inset);
@@ -118,4 +119,4 @@ Napi::ArrayBuffer pixelBuffer(Napi::Env env, Napi::Value recycled, int width, in
   return buffer.As<Napi::ArrayBuffer>();
 }
 
-}  // namespace stiltforge::slicing
+}  // namespace stiltforge::binding

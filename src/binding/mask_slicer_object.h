@@ -4,10 +4,10 @@
 
 #include <memory>
 
-#include "slicing/addon/job_queue.h"
+#include "binding/job_queue.h"
 #include "slicing/mask_slicer.h"
 
-namespace stiltforge::slicing {
+namespace stiltforge::binding {
 
 /// The JavaScript class MaskSlicer: a stiltforge::slicing::MaskSlicer whose slices are computed on
 /// worker threads, one at a time. packages/cli/src/slicer.ts declares it. Refused arguments throw
@@ -24,10 +24,10 @@ class MaskSlicerObject : public Napi::ObjectWrap<MaskSlicerObject> {
   // (mask, recycled?) => Promise<Slice>
   Napi::Value next(const Napi::CallbackInfo& info);
 
-  std::unique_ptr<MaskSlicer> slicer_;
+  std::unique_ptr<slicing::MaskSlicer> slicer_;
   JobQueue queue_;
   int width_ = 0;
   int height_ = 0;
 };
 
-}  // namespace stiltforge::slicing
+}  // namespace stiltforge::binding

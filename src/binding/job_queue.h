@@ -8,7 +8,7 @@
 
 #include "slicing/slice_info.h"
 
-namespace stiltforge::slicing {
+namespace stiltforge::binding {
 
 /// Runs the slices of one object one after the other on Node's worker threads, in the order of the
 /// calls. Lives in that object and is used on its environment's thread only.
@@ -23,7 +23,7 @@ class JobQueue {
   /// exception of `work` becomes the rejection. `owner`, which holds this queue and what `work`
   /// uses, `pixels` and `input` stay alive until then. No JavaScript may run in `work`.
   Napi::Promise add(Napi::Object owner, Napi::ArrayBuffer pixels, Napi::Value input,
-                    std::function<SliceInfo()> work);
+                    std::function<slicing::SliceInfo()> work);
 
  private:
   struct Job;
@@ -36,4 +36,4 @@ class JobQueue {
   bool running_ = false;
 };
 
-}  // namespace stiltforge::slicing
+}  // namespace stiltforge::binding

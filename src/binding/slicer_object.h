@@ -4,10 +4,10 @@
 
 #include <memory>
 
-#include "slicing/addon/job_queue.h"
+#include "binding/job_queue.h"
 #include "slicing/slicer.h"
 
-namespace stiltforge::slicing {
+namespace stiltforge::binding {
 
 /// The JavaScript class Slicer: a stiltforge::slicing::Slicer whose slices are computed on worker
 /// threads, one at a time. packages/cli/src/slicer.ts declares it. Refused arguments throw
@@ -27,8 +27,8 @@ class SlicerObject : public Napi::ObjectWrap<SlicerObject> {
   Napi::Value slice(const Napi::CallbackInfo& info);
   int64_t meshBytes() const;
 
-  std::unique_ptr<Slicer> slicer_;
+  std::unique_ptr<slicing::Slicer> slicer_;
   JobQueue queue_;
 };
 
-}  // namespace stiltforge::slicing
+}  // namespace stiltforge::binding

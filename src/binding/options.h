@@ -8,7 +8,7 @@
 
 #include "slicing/channel_falloff.h"
 
-namespace stiltforge::slicing {
+namespace stiltforge::binding {
 
 /// The options object of a constructor. Throws a TypeError that names the option and what it must
 /// be.
@@ -24,7 +24,7 @@ class Options {
   Napi::Float32Array floats(const char* name) const;
 
   /// layerHeight, criticalAngle, fullOverhang and inset; not the pixel size.
-  ChannelSettings channels() const;
+  slicing::ChannelSettings channels() const;
 
  private:
   Napi::Object object_;
@@ -34,4 +34,4 @@ class Options {
 /// Throws an Error that says what to do when the buffer does not fit or there is no memory for one.
 Napi::ArrayBuffer pixelBuffer(Napi::Env env, Napi::Value recycled, int width, int height);
 
-}  // namespace stiltforge::slicing
+}  // namespace stiltforge::binding

@@ -1,15 +1,15 @@
-#include "slicing/addon/job_queue.h"
+#include "binding/job_queue.h"
 
 #include <exception>
 #include <new>
 #include <string>
 #include <utility>
 
-namespace stiltforge::slicing {
+namespace stiltforge::binding {
 
 struct JobQueue::Job {
   Job(JobQueue& q, Napi::Object ownerObject, Napi::ArrayBuffer pixelBuffer, Napi::Value inputValue,
-      std::function<SliceInfo()> function)
+      std::function<slicing::SliceInfo()> function)
       : queue(q), env(ownerObject.Env()), work(std::move(function)) {
     Napi::Object kept = Napi::Object::New(env);
     kept["owner"] = ownerObject;
@@ -25,11 +25,11 @@ struct JobQueue::Job {
 
   JobQueue& queue;
   Napi::Env env;
-  std::function<SliceInfo()> work;
+  std::function<slicing::SliceInfo()> work;
   Napi::ObjectReference alive;
   napi_deferred deferred = nullptr;
   napi_async_work asyncWork = nullptr;
-  SliceInfo info;
+  slicing::SliceInfo info;
   std::string error;
 };
 
@@ -52,7 +52,8 @@ bool setNumber(napi_env env, napi_value object, const char* name, double value) 
          napi_set_named_property(env, object, name, number) == napi_ok;
 }
 
-bool resolve(napi_env env, napi_deferred deferred, napi_value kept, const SliceInfo& info) {
+bool resolve(napi_env env, napi_deferred deferred, napi_value kept,
+             const slicing::SliceInfo& info) {
   napi_value pixels;
   napi_value result;
   return napi_get_named_property(env, kept, "pixels", &pixels) == napi_ok &&
@@ -69,7 +70,7 @@ JobQueue::JobQueue() = default;
 JobQueue::~JobQueue() = default;
 
 Napi::Promise JobQueue::add(Napi::Object owner, Napi::ArrayBuffer pixels, Napi::Value input,
-                            std::function<SliceInfo()> work) {
+                            std::function<slicing::SliceInfo()> work) {
   const Napi::Env env = owner.Env();
   auto job = std::make_unique<Job>(*this, owner, pixels, input, std::move(work));
   napi_value name;
@@ -122,4 +123,4 @@ void JobQueue::complete(napi_env env, napi_status status, void* data) {
   if (settled) job->queue.startNext();
 }
 
-}  // namespace stiltforge::slicing
+}  // namespace stiltforge::binding

@@ -1,10 +1,10 @@
-// The slicing addon as a host program sees it. Run by ctest, which names the addon to load.
+// The objects of binding.node as a host program sees them. Run by ctest, which names the addon to load.
 import assert from 'node:assert/strict';
 import { createRequire } from 'node:module';
 import { test } from 'node:test';
 import { isMainThread, parentPort, Worker } from 'node:worker_threads';
 
-const { Slicer, MaskSlicer } = createRequire(import.meta.url)(process.env.STILTFORGE_SLICING_ADDON);
+const { Slicer, MaskSlicer } = createRequire(import.meta.url)(process.env.STILTFORGE_BINDING);
 
 // A box of whole millimetres on a screen of 1 mm pixels.
 function boxOptions(width = 4, depth = 2, height = 3) {

@@ -2,7 +2,7 @@
 
 #include <napi.h>
 
-namespace stiltforge::slicing {
+namespace stiltforge::binding {
 
 /// The promise that `start` makes, or one rejected by what it throws: callers of a function that
 /// promises look for errors in one place.
@@ -17,4 +17,4 @@ Napi::Promise rejectOnError(Napi::Env env, Start&& start) {
   }
 }
 
-}  // namespace stiltforge::slicing
+}  // namespace stiltforge::binding

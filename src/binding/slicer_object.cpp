@@ -1,19 +1,19 @@
-#include "slicing/addon/slicer_object.h"
+#include "binding/slicer_object.h"
 
 #include <cmath>
 #include <cstdint>
 #include <new>
 #include <string>
 
-#include "slicing/addon/options.h"
-#include "slicing/addon/rejection.h"
+#include "binding/options.h"
+#include "binding/rejection.h"
 #include "slicing/slicing_error.h"
 
-namespace stiltforge::slicing {
+namespace stiltforge::binding {
 
 namespace {
 
-Napi::Array toArray(Napi::Env env, const Vertex& vertex) {
+Napi::Array toArray(Napi::Env env, const slicing::Vertex& vertex) {
   Napi::Array array = Napi::Array::New(env, 3);
   array.Set(0u, vertex.x);
   array.Set(1u, vertex.y);
@@ -21,7 +21,7 @@ Napi::Array toArray(Napi::Env env, const Vertex& vertex) {
   return array;
 }
 
-Napi::Object toObject(Napi::Env env, const MeshReport& report) {
+Napi::Object toObject(Napi::Env env, const slicing::MeshReport& report) {
   Napi::Object bounds = Napi::Object::New(env);
   bounds.Set("min", toArray(env, report.bounds.min));
   bounds.Set("max", toArray(env, report.bounds.max));
@@ -43,8 +43,8 @@ Napi::Object toObject(Napi::Env env, const MeshReport& report) {
   return object;
 }
 
-SlicerSettings readSettings(const Options& options) {
-  SlicerSettings settings;
+slicing::SlicerSettings readSettings(const Options& options) {
+  slicing::SlicerSettings settings;
   settings.screen.pixelSize = options.number("pixelSize");
   settings.screen.width = options.whole("screenWidth");
   settings.screen.height = options.whole("screenHeight");
@@ -66,12 +66,12 @@ SlicerObject::SlicerObject(const Napi::CallbackInfo& info) : Napi::ObjectWrap<Sl
   const Options options(
       info, {"positions", "layerHeight", "pixelSize", "screenWidth", "screenHeight", "offsetX",
              "offsetY", "margin", "criticalAngle", "fullOverhang", "inset"});
-  const SlicerSettings settings = readSettings(options);
+  const slicing::SlicerSettings settings = readSettings(options);
   const Napi::Float32Array positions = options.floats("positions");
   try {
-    slicer_ = std::make_unique<Slicer>(
+    slicer_ = std::make_unique<slicing::Slicer>(
         std::span<const float>(positions.Data(), positions.ElementLength()), settings);
-  } catch (const SlicingError& failure) {
+  } catch (const slicing::SlicingError& failure) {
     throw Napi::Error::New(env, failure.what());
   } catch (const std::bad_alloc&) {
     throw Napi::Error::New(env, "There is not enough memory to prepare a mesh of " +
@@ -80,7 +80,7 @@ SlicerObject::SlicerObject(const Napi::CallbackInfo& info) : Napi::ObjectWrap<Sl
   }
   Napi::MemoryManagement::AdjustExternalMemory(env, meshBytes());
 
-  const ScreenPlacement& placement = slicer_->placement();
+  const slicing::ScreenPlacement& placement = slicer_->placement();
   const auto constant = [&](const char* name, double value) {
     return Napi::PropertyDescriptor::Value(name, Napi::Number::New(env, value), napi_enumerable);
   };
@@ -99,7 +99,8 @@ void SlicerObject::Finalize(Napi::BasicEnv env) {
 
 int64_t SlicerObject::meshBytes() const {
   return static_cast<int64_t>(slicer_->report().triangles) *
-         static_cast<int64_t>(sizeof(Triangle) + sizeof(ZSweep::Interval) + sizeof(uint32_t));
+         static_cast<int64_t>(sizeof(slicing::Triangle) + sizeof(slicing::ZSweep::Interval) +
+                              sizeof(uint32_t));
 }
 
 Napi::Value SlicerObject::slice(const Napi::CallbackInfo& info) {
@@ -111,10 +112,11 @@ Napi::Value SlicerObject::slice(const Napi::CallbackInfo& info) {
     }
     const double index = info[0].As<Napi::Number>().DoubleValue();
     if (!(index >= 0 && index <= last) || index != std::floor(index)) {
-      throw Napi::RangeError::New(env, "There is no layer " + numberText(index) +
-                                           ": layers are numbered 0 to " + numberText(last) + ".");
+      throw Napi::RangeError::New(env, "There is no layer " + slicing::numberText(index) +
+                                           ": layers are numbered 0 to " +
+                                           slicing::numberText(last) + ".");
     }
-    const ScreenPlacement& placement = slicer_->placement();
+    const slicing::ScreenPlacement& placement = slicer_->placement();
     Napi::ArrayBuffer pixels = pixelBuffer(env, info[1], placement.width, placement.height);
     return queue_.add(
         info.This().As<Napi::Object>(), pixels, env.Undefined(),
@@ -123,4 +125,4 @@ Napi::Value SlicerObject::slice(const Napi::CallbackInfo& info) {
   });
 }
 
-}  // namespace stiltforge::slicing
+}  // namespace stiltforge::binding

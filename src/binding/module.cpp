@@ -1,0 +1,19 @@
+// What the addon exports. JavaScript's view of it, with units, ranges and errors, is declared in
+// packages/cli/src/slicer.ts.
+
+#include <napi.h>
+
+#include "binding/mask_slicer_object.h"
+#include "binding/slicer_object.h"
+
+namespace {
+
+Napi::Object initialize(Napi::Env env, Napi::Object exports) {
+  exports.Set("Slicer", stiltforge::binding::SlicerObject::define(env));
+  exports.Set("MaskSlicer", stiltforge::binding::MaskSlicerObject::define(env));
+  return exports;
+}
+
+}  // namespace
+
+NODE_API_MODULE(binding, initialize)
