@@ -1,6 +1,6 @@
 #pragma once
 
-#include "slicing/run_rows.h"
+#include "analysis/run_rows.h"
 
 namespace stiltforge::slicing {
 

@@ -69,7 +69,8 @@ void ChannelFiller::writeSupport(int y, std::span<const Run> material, const Run
   for (const Run& run : material) {
     forEachUncovered(run, carried, [&](int32_t begin, int32_t end) {
       uint8_t* blue = row + static_cast<std::size_t>(begin) * bytesPerPixel + blueByte;
-      for (const int32_t distance : overhang_.measure(y, {begin, end}, below)) {
+      for (const int32_t distance : overhang_.measure(
+               y, {static_cast<uint16_t>(begin), static_cast<uint16_t>(end)}, below)) {
         *blue = valueAt(falloff_.support, distance);
         blue += bytesPerPixel;
       }

@@ -3,10 +3,10 @@
 #include <cstdint>
 #include <span>
 
+#include "analysis/run_rows.h"
 #include "slicing/carrying_pixels.h"
 #include "slicing/channel_falloff.h"
 #include "slicing/overhang_distance.h"
-#include "slicing/run_rows.h"
 #include "slicing/stroke_distance.h"
 
 namespace stiltforge::slicing {

@@ -3,7 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "slicing/run_rows.h"
+#include "analysis/run_rows.h"
 
 namespace stiltforge::slicing {
 

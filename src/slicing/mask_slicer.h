@@ -4,8 +4,8 @@
 #include <cstdint>
 #include <span>
 
+#include "analysis/run_rows.h"
 #include "slicing/channel_filler.h"
-#include "slicing/run_rows.h"
 #include "slicing/slice_info.h"
 
 namespace stiltforge::slicing {

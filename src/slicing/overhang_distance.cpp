@@ -5,28 +5,28 @@
 namespace stiltforge::slicing {
 
 bool OverhangDistance::addRow(std::span<const Run> row, Run stretch, int32_t offset) {
+  const int32_t begin = stretch.begin;
+  const int32_t end = stretch.end;
   const int32_t squaredOffset = offset * offset;
   const auto offer = [&](int32_t x, int32_t squared) {
-    int32_t& current = squared_[static_cast<std::size_t>(x - stretch.begin)];
+    int32_t& current = squared_[static_cast<std::size_t>(x - begin)];
     current = std::min(current, squared);
   };
   bool changed = false;
   auto run = std::partition_point(row.begin(), row.end(),
-                                  [&](const Run& r) { return r.end <= stretch.begin - radius_; });
-  for (; run != row.end() && run->begin < stretch.end + radius_; ++run) {
+                                  [&](const Run& r) { return r.end <= begin - radius_; });
+  for (; run != row.end() && run->begin < end + radius_; ++run) {
     changed = true;
     const int32_t first = run->begin;
-    const int32_t last = run->end - 1;
-    for (int32_t x = std::max(stretch.begin, first - radius_); x < std::min(stretch.end, first);
-         ++x) {
+    const int32_t past = run->end;
+    for (int32_t x = std::max(begin, first - radius_); x < std::min(end, first); ++x) {
       offer(x, squaredOffset + (first - x) * (first - x));
     }
-    for (int32_t x = std::max(stretch.begin, first); x < std::min(stretch.end, run->end); ++x) {
+    for (int32_t x = std::max(begin, first); x < std::min(end, past); ++x) {
       offer(x, squaredOffset);
     }
-    for (int32_t x = std::max(stretch.begin, run->end);
-         x < std::min(stretch.end, run->end + radius_); ++x) {
-      offer(x, squaredOffset + (x - last) * (x - last));
+    for (int32_t x = std::max(begin, past); x < std::min(end, past + radius_); ++x) {
+      offer(x, squaredOffset + (x - past + 1) * (x - past + 1));
     }
   }
   return changed;

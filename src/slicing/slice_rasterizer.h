@@ -4,8 +4,8 @@
 #include <cstdint>
 #include <vector>
 
+#include "analysis/run_rows.h"
 #include "slicing/contour_closing.h"
-#include "slicing/run_rows.h"
 
 namespace stiltforge::slicing {
 

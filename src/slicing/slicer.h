@@ -4,10 +4,10 @@
 #include <optional>
 #include <span>
 
+#include "analysis/run_rows.h"
 #include "slicing/channel_filler.h"
 #include "slicing/layer_contours.h"
 #include "slicing/mesh_report.h"
-#include "slicing/run_rows.h"
 #include "slicing/screen_placement.h"
 #include "slicing/slice_info.h"
 #include "slicing/slice_rasterizer.h"

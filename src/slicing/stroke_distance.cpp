@@ -57,7 +57,8 @@ void StrokeDistance::findContours() {
     while (!upper.empty() && !lower.empty()) {
       const int32_t begin = std::max(upper.front().begin, lower.front().begin);
       const int32_t end = std::min(upper.front().end, lower.front().end);
-      if (begin < end) covered_.push_back({begin, end});
+      if (begin < end)
+        covered_.push_back({static_cast<uint16_t>(begin), static_cast<uint16_t>(end)});
       std::span<const Run>& first = upper.front().end < lower.front().end ? upper : lower;
       first = first.subspan(1);
     }
@@ -135,8 +136,8 @@ void StrokeDistance::measureRun(Run run) {
         next = skipEqual(nearest_.data(), next, run.end, beyond_);
       }
     }
-    const int32_t begin = std::max(run.begin, x - radius_);
-    const int32_t end = std::min(run.end, lastInReach + radius_ + 1);
+    const int32_t begin = std::max<int32_t>(run.begin, x - radius_);
+    const int32_t end = std::min<int32_t>(run.end, lastInReach + radius_ + 1);
     bands_.push_back({begin, end, squared_.size()});
     if (radius_ <= longestNarrowRadius) {
       measureAlongRow(narrowWork_, begin, end);

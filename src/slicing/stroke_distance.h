@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "slicing/run_rows.h"
+#include "analysis/run_rows.h"
 
 namespace stiltforge::slicing {
 

@@ -116,7 +116,7 @@ TEST(MaskSlicer, ALayerThatRanOutOfMemoryCanBeMadeAgain) {
   const SliceInfo expectedInfo = undisturbed.next(comb, expected.data());
 
   // The smaller the blocks that fail, the earlier in the layer they do.
-  for (const std::size_t bytes : {256, 1024, 4096, 16384}) {
+  for (const std::size_t bytes : {256, 1024, 4096, 8192}) {
     std::vector<uint8_t> rgba(expected.size());
     MaskSlicer slicer(settings);
     slicer.next(block, rgba.data());

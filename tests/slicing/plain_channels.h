@@ -4,8 +4,8 @@
 #include <string>
 #include <vector>
 
+#include "analysis/run_rows.h"
 #include "slicing/channel_falloff.h"
-#include "slicing/run_rows.h"
 
 namespace stiltforge::slicing {
 
