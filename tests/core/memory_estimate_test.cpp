@@ -8,6 +8,7 @@
 #include <memory>
 #include <sstream>
 #include <stdexcept>
+#include <string>
 
 namespace stiltforge {
 namespace {
@@ -20,6 +21,15 @@ struct Drawing {
   bool needBuffer;
   int supportStrength;
 };
+
+std::string nameOf(const Drawing& d) {
+  return std::to_string(d.width) + "x" + std::to_string(d.height) + "_" + std::to_string(d.layers) +
+         "_layers_of_" + std::to_string(d.regions) + (d.needBuffer ? "_with_buffers" : "") +
+         "_strength_" + std::to_string(d.supportStrength);
+}
+void PrintTo(const Drawing& drawing, std::ostream* out) {
+  *out << nameOf(drawing);
+}
 
 struct Measured {
   uint64_t peak = 0;
@@ -82,7 +92,8 @@ INSTANTIATE_TEST_SUITE_P(Drawings, MemoryEstimateOfARun,
                                          Drawing{640, 480, 300, 12, false, 400},
                                          Drawing{200, 200, 2000, 1, false, 400},
                                          Drawing{1920, 1080, 10, 20000, false, 10},
-                                         Drawing{1920, 1080, 20, 1, false, 100000}));
+                                         Drawing{1920, 1080, 20, 1, false, 100000}),
+                         [](const auto& drawing) { return nameOf(drawing.param); });
 
 TEST(MemoryEstimate, APixelInWorkTakesSixBytesAndOneOfALayerBelowNone) {
   ModelSize model;

@@ -2,11 +2,17 @@
 
 #include <gtest/gtest.h>
 
+#include <ostream>
 #include <string>
 
 #include "core/random.h"
 
 namespace stiltforge {
+
+static void PrintTo(const SolidMaskVariant& variant, std::ostream* out) {
+  *out << variant.name;
+}
+
 namespace {
 
 // Words that differ from each other in every byte that could be mistaken for the red one.

@@ -85,7 +85,10 @@ TEST_P(WorkerPool, ServesSeveralThreadsAtOnce) {
   EXPECT_EQ(ran, 3 * 50 * 20);
 }
 
-INSTANTIATE_TEST_SUITE_P(Workers, WorkerPool, testing::Values(-1, 0, 1, 2, 7));
+INSTANTIATE_TEST_SUITE_P(Workers, WorkerPool, testing::Values(-1, 0, 1, 2, 7),
+                         [](const auto& count) {
+                           return count.param < 0 ? "Negative" : "Of" + std::to_string(count.param);
+                         });
 
 TEST(WorkerCount, SpreadsALoopOverSeveralThreads) {
   const int usual = workers::count();

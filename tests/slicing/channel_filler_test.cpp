@@ -108,8 +108,12 @@ TEST(ChannelFiller, SupportsNothingOverAnEmptyLayer) {
 }
 
 struct Reach {
+  const char* name;
   double support, fullOverhang, inset;
 };
+void PrintTo(const Reach& reach, std::ostream* out) {
+  *out << reach.name;
+}
 
 class ChannelFillerAgainstAllPairs : public testing::TestWithParam<Reach> {};
 
@@ -141,9 +145,13 @@ TEST_P(ChannelFillerAgainstAllPairs, AgreesOnShapes) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Reaches, ChannelFillerAgainstAllPairs,
-                         testing::Values(Reach{0.5, 0, 0}, Reach{1, 3, 1}, Reach{1.43, 14.3, 11.4},
-                                         Reach{5, 6, 64}, Reach{2, 127, 127}, Reach{2, 128, 128},
-                                         Reach{3, 1000, 1000}));
+                         testing::Values(Reach{"BelowOnePixel", 0.5, 0, 0}, Reach{"Short", 1, 3, 1},
+                                         Reach{"Fractions", 1.43, 14.3, 11.4},
+                                         Reach{"SteepSupportWideInset", 5, 6, 64},
+                                         Reach{"LongestIn16Bits", 2, 127, 127},
+                                         Reach{"ShortestIn32Bits", 2, 128, 128},
+                                         Reach{"BeyondThePicture", 3, 1000, 1000}),
+                         [](const auto& reach) { return std::string(reach.param.name); });
 
 TEST(ChannelFiller, AgreesOnPicturesOfOneRowOrColumn) {
   const ChannelFalloff falloff = falloffOf(1, 4, 3);
