@@ -12,7 +12,7 @@ echo "== C++ tests"
 ctest --test-dir build --output-on-failure --parallel 2 --progress
 
 echo "== JavaScript tests"
-node --test packages/*/test/*.test.mjs
+node --test tests/*.test.mjs packages/*/test/*.test.mjs
 
 echo "== Formatting, lint, types"
 npm run --silent lint
