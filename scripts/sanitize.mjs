@@ -11,7 +11,7 @@ const jobs = String(availableParallelism());
 const parts = {
   asan: 'C++ tests under the address, undefined behaviour and leak sanitizers',
   tsan: 'C++ tests under the thread sanitizer',
-  node: 'JavaScript tests of packages/stiltforge against an addon built with the address sanitizer',
+  node: 'JavaScript tests of packages/stiltforge against addons built with the address sanitizer',
 };
 
 const { values, positionals } = parseArgs({
@@ -25,7 +25,7 @@ ${Object.entries(parts)
   .map(([name, text]) => `  ${name}  ${text}`)
   .join('\n')}
 Takes under 20 minutes on 2 cores. Leaks are looked for in the C++ tests alone: Node keeps much of its
-own memory until the process ends, and a leak of the addon could not be told from it.`);
+own memory until the process ends, and a leak of an addon could not be told from it.`);
   process.exit(0);
 }
 const wanted = positionals.length > 0 ? positionals : Object.keys(parts);
@@ -75,11 +75,11 @@ function runtimeLibrary(name) {
 }
 
 function runJavaScriptTests() {
-  build('asan', 'stiltforge_addon');
+  build('asan', 'stiltforge_addon', 'binding_addon');
   // The address sanitizer's runtime must come first in the process; it looks up libstdc++ at its
   // start.
   const env = {
-    STILTFORGE_ADDON: `${root}build/asan/Release/stiltforge.node`,
+    STILTFORGE_BINARIES: `${root}build/asan/Release`,
     LD_PRELOAD: ['libasan.so', 'libstdc++.so.6'].map(runtimeLibrary).join(' '),
     ASAN_OPTIONS: 'detect_leaks=0:quarantine_size_mb=8',
     UBSAN_OPTIONS: 'print_stacktrace=1',

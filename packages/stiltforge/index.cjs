@@ -1,3 +1,3 @@
 'use strict';
 
-module.exports = require('./load.cjs').load();
+module.exports = require('./load.cjs').loadBinary('stiltforge.node');

@@ -3,61 +3,82 @@
 const fs = require('node:fs');
 const path = require('node:path');
 
-const binary = 'stiltforge.node';
+const platform = `${process.platform}-${process.arch}`;
 
-/** Where the addon may be, best first: the variable, the prebuilt binary, local builds up the tree. */
-function candidates() {
-  const chosen = process.env.STILTFORGE_ADDON;
-  if (chosen) return [path.resolve(chosen)];
-  const files = [path.join(__dirname, 'prebuilds', `${process.platform}-${process.arch}`, binary)];
-  for (let folder = __dirname; ; folder = path.dirname(folder)) {
-    files.push(path.join(folder, 'build', 'Release', binary));
-    if (folder === path.dirname(folder)) return files;
+/** The root of the repository when this file lies in a clone of it, not in an installed package. */
+function repository() {
+  const folder = fs.realpathSync(__dirname);
+  const root = path.resolve(folder, '..', '..');
+  if (folder !== path.join(root, 'packages', 'stiltforge')) return undefined;
+  try {
+    const { name } = JSON.parse(fs.readFileSync(path.join(root, 'package.json'), 'utf8'));
+    return name === 'stiltforge-workspace' ? root : undefined;
+  } catch {
+    return undefined;
   }
+}
+
+/** Where binaries may be, best first. No other folder is looked at: what lies there would be run. */
+function folders() {
+  const chosen = process.env.STILTFORGE_BINARIES;
+  if (chosen) return [path.resolve(chosen)];
+  const root = repository();
+  const prebuilt = path.join(__dirname, 'prebuilds', platform);
+  return root === undefined ? [prebuilt] : [path.join(root, 'build', 'Release'), prebuilt];
 }
 
 function remedy() {
-  const build = 'build it from a clone of the repository: npm install && npm run build';
+  if (process.env.STILTFORGE_BINARIES) {
+    return (
+      'let the variable STILTFORGE_BINARIES name a folder with the binaries for this platform,' +
+      ' or unset it'
+    );
+  }
+  return (
+    `run "npm run build" in a clone of the repository, which needs ${buildTools()}, and let the` +
+    ' variable STILTFORGE_BINARIES name its folder build/Release'
+  );
+}
+
+function buildTools() {
+  const rest = "CMake, Ninja and Boost's headers";
   switch (process.platform) {
-    case 'linux':
-      return (
-        'To get one, ' +
-        build +
-        ' (needs cmake, ninja, a C++20 compiler and the headers of Boost;' +
-        ' on Debian or Ubuntu: apt-get install cmake ninja-build g++ libboost-dev).' +
-        ' STILTFORGE_ADDON=<file> names a binary that lies elsewhere.' +
-        ' A prebuilt binary that is present but does not load was made for another C library' +
-        ' (glibc or musl) or a newer one than this system has.'
-      );
     case 'darwin':
-      return `To get one, ${build} (needs the Xcode command line tools; brew install cmake ninja boost).`;
+      return `the Xcode command line tools, ${rest}`;
     case 'win32':
-      return `To get one, ${build} (needs CMake, Ninja, Visual Studio's C++ tools and Boost's headers).`;
+      return (
+        `clang of MSYS2 or LLVM-mingw (Visual Studio's compiler lacks extensions that the sources use;` +
+        ` no build on Windows was tried yet), a POSIX shell, ${rest}`
+      );
     default:
-      return `There is no prebuilt binary for this platform; ${build}.`;
+      return `g++ 12 or clang 14 or newer, ${rest}`;
   }
 }
 
-/** Loads the addon, or throws an Error that lists what was tried and what to do about it. */
-function load() {
+/**
+ * Loads a native binary of stiltforge, 'stiltforge.node' or 'binding.node', and returns its exports.
+ * Throws an Error with code ERR_STILTFORGE_BINARY, whose one sentence says what was tried and what to do.
+ */
+function loadBinary(name) {
   const tried = [];
-  for (const file of candidates()) {
+  for (const folder of folders()) {
+    const file = path.join(folder, name);
     if (!fs.existsSync(file)) {
-      tried.push(`  ${file}: no such file`);
+      tried.push(`${file}: no such file`);
       continue;
     }
     try {
       return require(file);
     } catch (error) {
-      tried.push(`  ${file}: ${error.message}`);
+      tried.push(`${file}: ${String(error.message).trim().replace(/\s+/g, ' ')}`);
     }
   }
   const error = new Error(
-    `No native binary of stiltforge could be loaded for ${process.platform}-${process.arch}` +
-      ` (Node ${process.versions.node}). Tried:\n${tried.join('\n')}\n${remedy()}`,
+    `There is no ${name} that Node ${process.versions.node} can load on ${platform}` +
+      ` (tried ${tried.join('; ')}): ${remedy()}.`,
   );
   error.code = 'ERR_STILTFORGE_BINARY';
   throw error;
 }
 
-module.exports = { load };
+module.exports = { loadBinary };

@@ -1,10 +1,10 @@
-// The objects of binding.node as a host program sees them. Run by ctest, which names the addon to load.
+// The objects of binding.node as a host program sees them. Run by ctest, which names the folder of binaries.
 import assert from 'node:assert/strict';
-import { createRequire } from 'node:module';
 import { test } from 'node:test';
 import { isMainThread, parentPort, Worker } from 'node:worker_threads';
+import { loadBinary } from 'stiltforge/load';
 
-const { Slicer, MaskSlicer } = createRequire(import.meta.url)(process.env.STILTFORGE_BINDING);
+const { Slicer, MaskSlicer } = loadBinary('binding.node');
 
 // A box of whole millimetres on a screen of 1 mm pixels.
 function boxOptions(width = 4, depth = 2, height = 3) {

@@ -1,7 +1,7 @@
 import { basename, extname } from 'node:path';
 import { Command, CommanderError, InvalidArgumentError, Option } from 'commander';
 import { analyseMesh, type GroupToInspect } from './analyse_mesh.js';
-import { ExitCode, Interrupted, messageOf, UserError } from './errors.js';
+import { codeOf, ExitCode, Interrupted, messageOf, UserError } from './errors.js';
 import { loadMesh } from './mesh/load.js';
 import { boundingBox, scaled, type Triangles, turnedFromYUp } from './mesh/triangles.js';
 import { noProgress, progressOn } from './progress.js';
@@ -118,6 +118,10 @@ export async function runCommand(words: readonly string[]): Promise<ExitCode> {
     if (error instanceof UserError) {
       process.stderr.write(`stiltforge: ${error.message}\n`);
       return error.exitCode;
+    }
+    if (codeOf(error) === 'ERR_STILTFORGE_BINARY') {
+      process.stderr.write(`stiltforge: ${messageOf(error)}\n`);
+      return ExitCode.failure;
     }
     const trace = error instanceof Error ? error.stack : messageOf(error);
     process.stderr.write(`stiltforge: unexpected failure, please report it:\n${trace}\n`);

@@ -47,3 +47,7 @@ export class Interrupted extends Error {
 export function messageOf(error: unknown): string {
   return error instanceof Error ? error.message : String(error);
 }
+
+export function codeOf(error: unknown): unknown {
+  return (Object(error) as { code?: unknown }).code;
+}

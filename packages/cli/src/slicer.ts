@@ -1,8 +1,4 @@
-import { existsSync } from 'node:fs';
-import { createRequire } from 'node:module';
-import { dirname, join } from 'node:path';
-import { fileURLToPath } from 'node:url';
-import { messageOf } from './errors.js';
+import { loadBinary } from 'stiltforge/load';
 import type { Box, Triangles } from './mesh/triangles.js';
 
 /** What the green and the blue byte of a pixel mean. */
@@ -148,28 +144,7 @@ interface Binding {
   MaskSlicer: new (options: MaskSlicerOptions) => MaskSlicer;
 }
 
-const binary = 'binding.node';
-
-/** The addon of objects, binding.node: prebuilt in the package, or built in a folder above it. */
+/** Throws an Error with code ERR_STILTFORGE_BINARY, a sentence, where there is no binary to load. */
 export function loadSlicing(): Binding {
-  const require = createRequire(import.meta.url);
-  const packageFolder = dirname(dirname(fileURLToPath(import.meta.url)));
-  const files = [join(packageFolder, 'prebuilds', `${process.platform}-${process.arch}`, binary)];
-  for (let folder = packageFolder; folder !== dirname(folder); folder = dirname(folder)) {
-    files.push(join(folder, 'build', 'Release', binary));
-  }
-  const file = files.find(existsSync);
-  if (file === undefined) {
-    throw new Error(
-      `binding.node for ${process.platform}-${process.arch} is missing; ` +
-        'build it from a clone of the repository with: npm install && npm run build',
-    );
-  }
-  try {
-    return require(file) as Binding;
-  } catch (error) {
-    throw new Error(`the addon ${file} can't be loaded: ${messageOf(error)}`, {
-      cause: error,
-    });
-  }
+  return loadBinary('binding.node') as Binding;
 }

@@ -63,6 +63,17 @@ test('a part that does not fit the screen exits with 3 and says by how much', as
   assert.deepEqual(await readdir(folder), ['wide.stl']);
 });
 
+test('without a native binary the command says in one sentence what to do', async (t) => {
+  const folder = await temporaryFolder(t);
+  await writeFile(join(folder, 'table.stl'), binaryStl(table()));
+  const env = { STILTFORGE_BINARIES: folder };
+  const { code, err } = await stiltforge(['table.stl'], { cwd: folder, env });
+  assert.equal(code, 1);
+  assert.match(err, /^stiltforge: There is no binding\.node that .* STILTFORGE_BINARIES .*\.\n$/);
+  assert.deepEqual(await readdir(folder), ['table.stl']);
+  assert.equal((await stiltforge(['--help'], { env })).code, 0);
+});
+
 test('an output folder that cannot be made exits with 4', async (t) => {
   const folder = await temporaryFolder(t);
   await writeFile(join(folder, 'table.stl'), binaryStl(table()));

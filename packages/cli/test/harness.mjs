@@ -8,9 +8,10 @@ import { fileURLToPath } from 'node:url';
 const main = fileURLToPath(new URL('../bin/stiltforge.mjs', import.meta.url));
 
 /** Starts `stiltforge ...words`; `done` resolves to { code, signal, out, err }. */
-export function start(words, { cwd, stdout = 'pipe' } = {}) {
+export function start(words, { cwd, env = {}, stdout = 'pipe' } = {}) {
   const child = spawn(process.execPath, [main, ...words], {
     cwd,
+    env: { ...process.env, ...env },
     stdio: ['ignore', stdout, 'pipe'],
   });
   let out = '';

@@ -1,7 +1,4 @@
 import type { AnalysisParameters, MemoryEstimate, ModelSize, SliceResult } from 'stiltforge';
-
-import addon = require('stiltforge');
-
 import { AnalysisError, type AnalysisErrorCode } from './errors.js';
 import { checkedParameters } from './parameters.js';
 import { type SliceImage, sliceBuffer } from './slice_image.js';
@@ -72,7 +69,7 @@ export function estimateMemory(
 ): MemoryEstimate {
   const { width, height, numLayer, needBuffer, ghostRadius, maxGhost, supportStrength } =
     checkedParameters(parameters);
-  return addon.InitAnalyseSlice.estimateMemory({
+  return addon().InitAnalyseSlice.estimateMemory({
     width,
     height,
     layers: numLayer,
@@ -82,6 +79,15 @@ export function estimateMemory(
     pixelsPerSupport: supportStrength,
     ...expected,
   });
+}
+
+/** The five functions, loaded when they are first needed: importing this module never fails. */
+function addon(): typeof import('stiltforge') {
+  try {
+    return require('stiltforge');
+  } catch (error) {
+    throw fromAddon(error);
+  }
 }
 
 let openAnalysis: Analysis | undefined;
@@ -116,7 +122,7 @@ export class Analysis {
       );
     }
     try {
-      addon.InitAnalyseSlice(checked);
+      addon().InitAnalyseSlice(checked);
     } catch (error) {
       throw fromAddon(error);
     }
@@ -137,7 +143,7 @@ export class Analysis {
     return this.#job(options.signal, (settle) => {
       const { width, height } = this.parameters;
       const pixels = sliceBuffer(slice, width, height);
-      addon.AnalyseSlice(pixels, this.#slices & 0xffff, (result) => {
+      addon().AnalyseSlice(pixels, this.#slices & 0xffff, (result) => {
         // The slices above would be related to a layer that is not theirs.
         if (result instanceof Error) this.#failure ??= result;
         settle(result);
@@ -193,7 +199,7 @@ export class Analysis {
     return this.#job(options.signal, (settle) => {
       requireIndex('layer', layer, 0xffff);
       requireIndex('group', group, 0xffff_fffe);
-      addon.GroupToBitmap(layer, group + 1, (first, ...rest) => {
+      addon().GroupToBitmap(layer, group + 1, (first, ...rest) => {
         settle(first instanceof Error ? first : namedImages(first, rest));
       });
     });
@@ -211,7 +217,7 @@ export class Analysis {
 
   async #close(): Promise<void> {
     while (this.#jobs.size > 0) await Promise.allSettled(this.#jobs);
-    addon.CleanPointer();
+    addon().CleanPointer();
     openAnalysis = undefined;
   }
 

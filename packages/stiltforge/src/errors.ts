@@ -14,6 +14,8 @@ export type AnalysisErrorCode =
   | 'ERR_STILTFORGE_INDEX'
   /** There is not enough memory. */
   | 'ERR_STILTFORGE_MEMORY'
+  /** There is no native binary for this platform, or none that loads. */
+  | 'ERR_STILTFORGE_BINARY'
   /** The native analysis failed in another way. */
   | 'ERR_STILTFORGE_NATIVE';
 

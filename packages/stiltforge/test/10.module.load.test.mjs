@@ -1,12 +1,12 @@
 import assert from 'node:assert/strict';
-import { copyFileSync, mkdirSync, mkdtempSync, rmSync, writeFileSync } from 'node:fs';
+import { copyFileSync, mkdirSync, mkdtempSync, realpathSync, rmSync, writeFileSync } from 'node:fs';
 import { createRequire } from 'node:module';
 import { tmpdir } from 'node:os';
 import path from 'node:path';
 import { test } from 'node:test';
 import { fileURLToPath } from 'node:url';
 import stiltforge, * as namespace from 'stiltforge';
-import { runNode } from './harness.mjs';
+import { parameters, runInChild, runNode } from './harness.mjs';
 
 const require = createRequire(import.meta.url);
 const names = [
@@ -45,50 +45,142 @@ test('AnalyseSlice tells the number of failed support tasks, hidden from enumera
   assert.deepEqual(Object.keys(stiltforge.AnalyseSlice), []);
 });
 
-/** A copy of the package in a folder of its own, without a binary. */
-function bareCopy(t) {
-  const folder = mkdtempSync(path.join(tmpdir(), 'stiltforge-load-'));
+const platform = `${process.platform}-${process.arch}`;
+const packageFolder = fileURLToPath(new URL('..', import.meta.url));
+const realBinary = Object.keys(require.cache).find((file) => file.endsWith('stiltforge.node'));
+
+/** A folder that goes with the test. */
+function temporaryFolder(t) {
+  const folder = realpathSync(mkdtempSync(path.join(tmpdir(), 'stiltforge-load-')));
   t.after(() => rmSync(folder, { recursive: true }));
-  for (const file of ['index.cjs', 'load.cjs']) {
-    copyFileSync(fileURLToPath(new URL(`../${file}`, import.meta.url)), path.join(folder, file));
+  return folder;
+}
+
+/** The package without a binary, in a folder of this path below `root`. */
+function copyOfPackage(root, ...where) {
+  const folder = path.join(root, ...where);
+  mkdirSync(folder, { recursive: true });
+  for (const file of ['package.json', 'index.cjs', 'load.cjs']) {
+    copyFileSync(path.join(packageFolder, file), path.join(folder, file));
   }
   return folder;
 }
 
-function requireIn(folder, env = {}) {
-  const script = `try { require(${JSON.stringify(path.join(folder, 'index.cjs'))}); console.log('loaded'); }
-    catch (error) { console.log(error.code); console.log(error.message); }`;
-  return runNode(['--eval', script], { env: { STILTFORGE_ADDON: '', ...env } });
+function placeBinary(...where) {
+  const file = path.join(...where, 'stiltforge.node');
+  mkdirSync(path.dirname(file), { recursive: true });
+  copyFileSync(realBinary, file);
+  return file;
 }
 
-test('without a binary the error lists what was tried and what to do', async (t) => {
-  const folder = bareCopy(t);
-  const { stdout } = await requireIn(folder);
-  const lines = stdout.split('\n');
-  assert.equal(lines[0], 'ERR_STILTFORGE_BINARY');
-  const prebuilt = `${process.platform}-${process.arch}`;
-  assert.match(
-    lines[1],
-    new RegExp(`could be loaded for ${prebuilt} \\(Node ${process.versions.node}\\)`),
-  );
-  assert.ok(stdout.includes(path.join(folder, 'prebuilds', prebuilt, 'stiltforge.node')), stdout);
-  assert.ok(stdout.includes(path.join(folder, 'build', 'Release', 'stiltforge.node')), stdout);
-  assert.match(stdout, /npm install && npm run build/);
-  assert.match(stdout, /STILTFORGE_ADDON/);
+/** What happens when the copy is required: the file that was loaded, or the error. */
+async function requireIn(folder, env = {}) {
+  const script = `
+    const say = (outcome) => console.log(JSON.stringify(outcome));
+    try {
+      require(${JSON.stringify(folder)});
+      say({ file: Object.keys(require.cache).find((file) => file.endsWith('.node')) });
+    } catch ({ code, message }) {
+      say({ code, message });
+    }`;
+  const { stdout } = await runNode(['--eval', script], {
+    env: { STILTFORGE_BINARIES: '', ...env },
+  });
+  return JSON.parse(stdout);
+}
+
+test('without a binary the error is one sentence: the platform, what was tried, what to do', async (t) => {
+  const folder = copyOfPackage(temporaryFolder(t), 'node_modules', 'stiltforge');
+  const { code, message } = await requireIn(folder);
+  assert.equal(code, 'ERR_STILTFORGE_BINARY');
+  assert.equal(message.split('\n').length, 1);
+  const tried = path.join(folder, 'prebuilds', platform, 'stiltforge.node');
+  const beginning =
+    `There is no stiltforge.node that Node ${process.versions.node} can load on ${platform}` +
+    ` (tried ${tried}: no such file): run "npm run build" in a clone of the repository, which needs `;
+  assert.equal(message.slice(0, beginning.length), beginning);
+  assert.match(message, / STILTFORGE_BINARIES name its folder build\/Release\.$/);
 });
 
 test('a binary that does not load is reported with the reason', async (t) => {
-  const folder = bareCopy(t);
-  const prebuilt = path.join(folder, 'prebuilds', `${process.platform}-${process.arch}`);
+  const folder = copyOfPackage(temporaryFolder(t), 'node_modules', 'stiltforge');
+  const prebuilt = path.join(folder, 'prebuilds', platform);
   mkdirSync(prebuilt, { recursive: true });
   writeFileSync(path.join(prebuilt, 'stiltforge.node'), 'not a shared object');
-  const { stdout } = await requireIn(folder);
-  assert.match(stdout, /ERR_STILTFORGE_BINARY/);
-  assert.match(stdout, /prebuilds.*stiltforge\.node: .*(file too short|invalid|not a)/i);
+  const { code, message } = await requireIn(folder);
+  assert.equal(code, 'ERR_STILTFORGE_BINARY');
+  assert.match(message, /prebuilds.*stiltforge\.node: .*(file too short|invalid|not a)/i);
 });
 
-test('STILTFORGE_ADDON names the binary to load', async (t) => {
-  const folder = bareCopy(t);
-  const { stdout } = await requireIn(folder, { STILTFORGE_ADDON: '/no/such/place.node' });
-  assert.match(stdout, /Tried:\n {2}\/no\/such\/place\.node: no such file\n/);
+test('the binary that the package carries for the platform is loaded', async (t) => {
+  const folder = copyOfPackage(temporaryFolder(t), 'node_modules', 'stiltforge');
+  const file = placeBinary(folder, 'prebuilds', platform);
+  assert.deepEqual(await requireIn(folder), { file });
+});
+
+test('STILTFORGE_BINARIES names the folder of the binaries, and no other is looked at', async (t) => {
+  const root = temporaryFolder(t);
+  const folder = copyOfPackage(root, 'node_modules', 'stiltforge');
+  placeBinary(folder, 'prebuilds', platform);
+  const chosen = path.join(root, 'chosen');
+  const { message } = await requireIn(folder, { STILTFORGE_BINARIES: chosen });
+  assert.ok(
+    message.includes(` (tried ${path.join(chosen, 'stiltforge.node')}: no such file): let`),
+    message,
+  );
+  assert.match(message, /STILTFORGE_BINARIES name a folder with the binaries.*, or unset it\.$/);
+  const file = placeBinary(chosen);
+  assert.deepEqual(await requireIn(folder, { STILTFORGE_BINARIES: chosen }), { file });
+});
+
+test('a binary in a folder above the package is never run', async (t) => {
+  const root = temporaryFolder(t);
+  const project = path.join(root, 'shared', 'project');
+  const folder = copyOfPackage(project, 'node_modules', 'stiltforge');
+  writeFileSync(path.join(root, 'package.json'), '{ "name": "stiltforge-workspace" }');
+  for (let above = folder; above !== path.dirname(root); above = path.dirname(above)) {
+    placeBinary(above, 'build', 'Release');
+    placeBinary(above, 'prebuilds', 'other-cpu');
+  }
+  assert.equal((await requireIn(folder)).code, 'ERR_STILTFORGE_BINARY');
+});
+
+test('in a clone of the repository its build folder comes first', async (t) => {
+  const root = temporaryFolder(t);
+  const folder = copyOfPackage(root, 'packages', 'stiltforge');
+  const prebuilt = placeBinary(folder, 'prebuilds', platform);
+  const built = placeBinary(root, 'build', 'Release');
+  copyFileSync(
+    path.join(packageFolder, '..', '..', 'package.json'),
+    path.join(root, 'package.json'),
+  );
+  assert.deepEqual(await requireIn(folder), { file: built });
+  rmSync(built);
+  assert.deepEqual(await requireIn(folder), { file: prebuilt });
+});
+
+test('a workspace of another name is no clone of the repository', async (t) => {
+  const root = temporaryFolder(t);
+  const folder = copyOfPackage(root, 'packages', 'stiltforge');
+  placeBinary(root, 'build', 'Release');
+  for (const manifest of ['{ "name": "other" }', '[', undefined]) {
+    const file = path.join(root, 'package.json');
+    if (manifest === undefined) rmSync(file);
+    else writeFileSync(file, manifest);
+    assert.equal((await requireIn(folder)).code, 'ERR_STILTFORGE_BINARY');
+  }
+});
+
+test('the promise API can be imported without a binary and says at the first use what is missing', async () => {
+  const child = await runInChild(
+    `const { Analysis } = await import(analysisUrl);
+     try {
+       Analysis.create(${JSON.stringify(parameters())});
+     } catch ({ name, code, message }) {
+       console.log(name, code, message);
+     }`,
+    { loadModule: false, env: { STILTFORGE_BINARIES: packageFolder } },
+  );
+  assert.equal(child.stderr, '');
+  assert.match(child.stdout, /^AnalysisError ERR_STILTFORGE_BINARY There is no .*\.node that Node/);
 });
