@@ -72,20 +72,26 @@ test('fixed argument checks come before the busy check', async () => {
 
 test('the last callback may start the next model or free this one', async () => {
   InitAnalyseSlice(parameters());
-  await new Promise((resolve, reject) => {
-    AnalyseSlice(rectangle(8, 6, 0, 0, 2, 2), 0, () => {
+  const [first, next] = await new Promise((resolve, reject) => {
+    AnalyseSlice(rectangle(8, 6, 0, 0, 2, 2), 0, (first) => {
       try {
         CleanSlicePointer(0);
         CleanPointer();
         InitAnalyseSlice(parameters({ width: 4, height: 4 }));
-        AnalyseSlice(rectangle(4, 4, 0, 0, 2, 2), 0, (result) => {
+        AnalyseSlice(rectangle(4, 4, 0, 0, 3, 3), 0, (next) => {
           CleanPointer();
-          resolve(result);
+          resolve([first, next]);
         });
       } catch (error) {
         reject(error);
       }
     });
+  });
+  const groups = ({ width, height, layer }) => [width, height, layer.groups.map((g) => g.numPixel)];
+  assert.deepEqual(groups(first), [8, 6, [4]]);
+  assert.deepEqual(groups(next), [4, 4, [9]]);
+  assert.throws(() => AnalyseSlice(rectangle(4, 4, 0, 0, 1, 1), 0, () => {}), {
+    code: 'ERR_STILTFORGE_CLOSED',
   });
 });
 
@@ -93,8 +99,9 @@ test('a callback that queues the next slice goes on without end of stack', async
   InitAnalyseSlice(parameters());
   const pixels = rectangle(8, 6, 0, 0, 4, 4);
   let done = 0;
-  await new Promise((resolve) => {
-    const next = () => {
+  await new Promise((resolve, reject) => {
+    const next = (result) => {
+      if (result instanceof Error) reject(result);
       done += 1;
       if (done === 500) resolve();
       else AnalyseSlice(pixels, done, next);
