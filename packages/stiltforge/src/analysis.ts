@@ -1,6 +1,7 @@
 import type { AnalysisParameters, MemoryEstimate, ModelSize, SliceResult } from 'stiltforge';
 import { AnalysisError, type AnalysisErrorCode } from './errors.js';
 import { checkedParameters } from './parameters.js';
+import { isByteArray } from './realms.js';
 import { type SliceImage, sliceBuffer } from './slice_image.js';
 
 export type {
@@ -13,7 +14,7 @@ export type {
 } from 'stiltforge';
 export { AnalysisError, type AnalysisErrorCode } from './errors.js';
 export { parameterNames } from './parameters.js';
-export type { SliceImage } from './slice_image.js';
+export type { ImageLike, SliceImage } from './slice_image.js';
 
 /** The images that groupImages() renders, in the addon's order. */
 export const groupImageNames = [
@@ -140,13 +141,14 @@ export class Analysis {
    * need not wait for each other: slices are analysed one at a time, in the order of the calls.
    */
   analyse(slice: SliceImage, options: RunOptions = {}): Promise<SliceResult> {
-    return this.#job(options.signal, (settle) => {
+    return this.#job(options.signal, (resolve, reject) => {
       const { width, height } = this.parameters;
       const pixels = sliceBuffer(slice, width, height);
       addon().AnalyseSlice(pixels, this.#slices & 0xffff, (result) => {
+        if ('layer' in result) return resolve(result);
         // The slices above would be related to a layer that is not theirs.
-        if (result instanceof Error) this.#failure ??= result;
-        settle(result);
+        this.#failure ??= result;
+        reject(result);
       });
       this.#slices += 1;
     });
@@ -196,11 +198,12 @@ export class Analysis {
    * @param group index of the group in the slice's `layer.groups`, from 0
    */
   groupImages(layer: number, group: number, options: RunOptions = {}): Promise<GroupImages> {
-    return this.#job(options.signal, (settle) => {
+    return this.#job(options.signal, (resolve, reject) => {
       requireIndex('layer', layer, 0xffff);
       requireIndex('group', group, 0xffff_fffe);
       addon().GroupToBitmap(layer, group + 1, (first, ...rest) => {
-        settle(first instanceof Error ? first : namedImages(first, rest));
+        if (isByteArray(first)) resolve(namedImages(first, rest));
+        else reject(first);
       });
     });
   }
@@ -221,13 +224,16 @@ export class Analysis {
     openAnalysis = undefined;
   }
 
-  /** Starts a job whose callback calls `settle`; close() waits for it even when the caller does not. */
-  #job<T>(signal: AbortSignal | undefined, start: (settle: (value: T | Error) => void) => void) {
+  /** Starts a job whose callback settles it; close() waits for it even when the caller does not. */
+  #job<T>(
+    signal: AbortSignal | undefined,
+    start: (resolve: (value: T) => void, reject: (error: Error) => void) => void,
+  ) {
     const job = new Promise<T>((resolve, reject) => {
       signal?.throwIfAborted();
       this.#requireUsable();
       try {
-        start((value) => (value instanceof Error ? reject(fromAddon(value)) : resolve(value)));
+        start(resolve, (error) => reject(fromAddon(error)));
       } catch (error) {
         throw fromAddon(error);
       }
@@ -253,10 +259,11 @@ export class Analysis {
   }
 }
 
-function fromAddon(error: unknown): unknown {
-  if (error instanceof AnalysisError || !(error instanceof Error)) return error;
-  const code = (error as Error & { code?: AnalysisErrorCode }).code ?? 'ERR_STILTFORGE_NATIVE';
-  return new AnalysisError(code, error.message, { cause: error });
+/** The addon's errors are of the realm that loaded it, which need not be this one. */
+function fromAddon(error: unknown): AnalysisError {
+  if (error instanceof AnalysisError) return error;
+  const { code, message } = error as Error & { code?: AnalysisErrorCode };
+  return new AnalysisError(code ?? 'ERR_STILTFORGE_NATIVE', message, { cause: error });
 }
 
 function requireIndex(what: string, value: number, most: number): void {

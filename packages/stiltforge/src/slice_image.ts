@@ -1,33 +1,54 @@
 import { AnalysisError } from './errors.js';
+import { isArrayBuffer, isByteArray } from './realms.js';
+
+/** Pixels with their size, like the ImageData of a canvas. */
+export interface ImageLike {
+  readonly width: number;
+  readonly height: number;
+  readonly data: Uint8Array | Uint8ClampedArray;
+}
 
 /**
  * One slice: width * height RGBA pixels, 4 bytes each, row by row. Red is material, blue the support
  * value, green the stroke value, alpha 255; background is 0, 0, 0, 255.
  */
-export type SliceImage = ArrayBuffer | Uint8Array | Uint8ClampedArray;
+export type SliceImage = ArrayBuffer | Uint8Array | Uint8ClampedArray | ImageLike;
 
 /** The image as the ArrayBuffer that the addon takes, copied only where it must be. */
 export function sliceBuffer(slice: SliceImage, width: number, height: number): ArrayBuffer {
+  const pixels = pixelsOf(slice, width, height);
   const needed = width * height * 4;
-  if (slice instanceof ArrayBuffer) {
-    requireSize(slice.byteLength, needed, width, height);
-    return slice;
-  }
-  if (!(slice instanceof Uint8Array || slice instanceof Uint8ClampedArray)) {
-    throw new AnalysisError(
-      'ERR_STILTFORGE_SLICE',
-      'A slice is an ArrayBuffer, a Buffer, a Uint8Array or a Uint8ClampedArray of RGBA pixels.',
+  if (pixels.byteLength !== needed) {
+    throw wrongSlice(
+      `A slice of ${width} x ${height} pixels is ${needed} bytes, 4 a pixel, but this one holds` +
+        ` ${pixels.byteLength}.`,
     );
   }
-  requireSize(slice.byteLength, needed, width, height);
-  if (slice.buffer instanceof ArrayBuffer && slice.byteOffset === 0) return slice.buffer;
-  return Uint8Array.from(slice).buffer;
+  if (isArrayBuffer(pixels)) return pixels;
+  if (isArrayBuffer(pixels.buffer) && pixels.byteOffset === 0) return pixels.buffer;
+  return new Uint8Array(pixels).buffer;
 }
 
-function requireSize(actual: number, needed: number, width: number, height: number): void {
-  if (actual === needed) return;
-  throw new AnalysisError(
-    'ERR_STILTFORGE_SLICE',
-    `A slice of ${width} x ${height} pixels is ${needed} bytes, 4 a pixel, but this one holds ${actual}.`,
-  );
+function pixelsOf(slice: SliceImage, width: number, height: number) {
+  if (isArrayBuffer(slice) || isByteArray(slice)) return slice;
+  // A program without types may pass anything.
+  const image = Object(slice) as Partial<ImageLike>;
+  const { data } = image;
+  if (!isByteArray(data)) {
+    throw wrongSlice(
+      'A slice is an ArrayBuffer, a Buffer, a Uint8Array or a Uint8ClampedArray of RGBA pixels, or an' +
+        ' image with width, height and such data.',
+    );
+  }
+  if (image.width !== width || image.height !== height) {
+    throw wrongSlice(
+      `The slices of this model are ${width} x ${height} pixels, but this image is` +
+        ` ${String(image.width)} x ${String(image.height)}.`,
+    );
+  }
+  return data;
+}
+
+function wrongSlice(message: string): AnalysisError {
+  return new AnalysisError('ERR_STILTFORGE_SLICE', message);
 }

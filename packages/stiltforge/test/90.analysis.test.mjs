@@ -1,6 +1,9 @@
 import assert from 'node:assert/strict';
+import { readFileSync } from 'node:fs';
+import { createRequire } from 'node:module';
 import { afterEach, test } from 'node:test';
 import { setTimeout as sleep } from 'node:timers/promises';
+import vm from 'node:vm';
 import stiltforge from 'stiltforge';
 import {
   Analysis,
@@ -50,23 +53,78 @@ test('analyse() keeps the order of calls that do not wait for each other', async
   });
 });
 
-test('a slice may be a typed array, a Buffer, or a part of a larger or shared one', async () => {
+/** The 192 bytes in every form that a slice may have; the constructors may be another realm's. */
+function formsOf(pixels, realm = globalThis) {
+  const bytes = new realm.Uint8Array(pixels);
+  const inside = new realm.Uint8Array(400);
+  inside.set(bytes, 100);
+  const shared = new realm.Uint8Array(new realm.SharedArrayBuffer(192));
+  shared.set(bytes);
+  const clamped = new realm.Uint8ClampedArray(bytes);
+  return {
+    ArrayBuffer: bytes.slice().buffer,
+    Uint8Array: bytes,
+    Uint8ClampedArray: clamped,
+    Buffer: Buffer.from(bytes.slice().buffer),
+    'part of a larger one': inside.subarray(100, 292),
+    'its beginning': new realm.Uint8Array(bytes.slice().buffer, 0, 192),
+    'shared memory': shared,
+    image: { width: 8, height: 6, data: clamped },
+    'image of a Buffer': { width: 8, height: 6, data: Buffer.from(bytes) },
+  };
+}
+
+test('a slice may be a typed array, a Buffer, an image, or a part of a larger or shared one', async () => {
   const analysis = create();
-  const pixels = new Uint8Array(rectangle(8, 6, 0, 0, 2, 2));
-  const inside = new Uint8Array(400);
-  inside.set(pixels, 100);
-  const shared = new Uint8Array(new SharedArrayBuffer(192));
-  shared.set(pixels);
-  const forms = [
-    pixels.slice().buffer,
-    pixels,
-    new Uint8ClampedArray(pixels),
-    Buffer.from(pixels),
-    inside.subarray(100, 292),
-    new Uint8Array(inside.buffer, 100, 192),
-    shared,
-  ];
-  for (const form of forms) assert.equal((await analysis.analyse(form)).layer.pixelCount, 4);
+  for (const [form, slice] of Object.entries(formsOf(rectangle(8, 6, 0, 0, 2, 2)))) {
+    assert.equal((await analysis.analyse(slice)).layer.pixelCount, 4, form);
+  }
+});
+
+test('a slice may come from another realm, in all these forms', async () => {
+  const realm = vm.runInContext('globalThis', vm.createContext());
+  assert.ok(!(new realm.ArrayBuffer(1) instanceof ArrayBuffer));
+  const analysis = create();
+  for (const [form, slice] of Object.entries(formsOf(rectangle(8, 6, 0, 0, 2, 2), realm))) {
+    assert.equal((await analysis.analyse(slice)).layer.pixelCount, 4, form);
+  }
+  assert.equal((await analysis.run(new realm.Array(stack[0])).next()).value.layer.pixelCount, 6);
+});
+
+/** The promise API evaluated in a realm of its own, as test runners do; the addon is the one here. */
+function analysisOfAnotherRealm() {
+  const context = vm.createContext();
+  const require = createRequire(import.meta.resolve('stiltforge/analysis'));
+  const modules = new Map();
+  const evaluate = (name) => {
+    if (!name.startsWith('./')) return require(name);
+    const file = require.resolve(name);
+    const module = modules.get(file) ?? { exports: {} };
+    if (!modules.has(file)) {
+      modules.set(file, module);
+      const names = ['exports', 'require', 'module'];
+      const code = vm.compileFunction(readFileSync(file, 'utf8'), names, {
+        parsingContext: context,
+      });
+      code(module.exports, evaluate, module);
+    }
+    return module.exports;
+  };
+  return evaluate('./analysis.js');
+}
+
+test('the promise API works in a realm of its own', async () => {
+  const other = analysisOfAnotherRealm();
+  assert.notEqual(other.Analysis, Analysis);
+  open = other.Analysis.create(parameters());
+  for (const [form, slice] of Object.entries(formsOf(stack[1]))) {
+    assert.equal((await open.analyse(slice)).layer.pixelCount, 12, form);
+  }
+  assert.equal((await open.groupImages(0, 0)).width, 2);
+  const refused = (code) => (error) => error instanceof other.AnalysisError && error.code === code;
+  await assert.rejects(open.analyse(new ArrayBuffer(3)), refused('ERR_STILTFORGE_SLICE'));
+  await assert.rejects(open.groupImages(99, 0), refused('ERR_STILTFORGE_INDEX'));
+  await failNextSlice(open);
 });
 
 test('a slice of another size or kind is refused, and the analysis goes on', async () => {
@@ -80,6 +138,14 @@ test('a slice of another size or kind is refused, and the analysis goes on', asy
   const detached = new ArrayBuffer(192);
   structuredClone(detached, { transfer: [detached] });
   await assert.rejects(analysis.analyse(detached), isError('ERR_STILTFORGE_SLICE', /holds 0/));
+  const image = { width: 6, height: 8, data: new Uint8ClampedArray(192) };
+  await assert.rejects(
+    analysis.analyse(image),
+    isError('ERR_STILTFORGE_SLICE', /are 8 x 6 pixels, but this image is 6 x 8\./),
+  );
+  for (const other of [null, 5, new Uint16Array(96), new DataView(stack[0]), { data: [] }]) {
+    await assert.rejects(analysis.analyse(other), isError('ERR_STILTFORGE_SLICE', /A slice is an/));
+  }
   assert.equal((await analysis.analyse(stack[0])).layer.pixelCount, 6);
   assert.equal(analysis.sliceCount, 1);
 });
@@ -164,15 +230,21 @@ test('asynchronous disposal closes', async () => {
   await assert.rejects(analysis.analyse(stack[0]), isError('ERR_STILTFORGE_CLOSED', /closed/));
 });
 
-test('after a failed slice the analysis refuses what would be wrong', async () => {
-  const analysis = create();
-  // Behind its back: a smaller model, then the old size again from a call that fails half-way.
+/** Lets the next slice fail natively, by calls behind the analysis's back. */
+async function failNextSlice(analysis) {
+  // A smaller model, then the old size again from a call that fails half-way.
   stiltforge.InitAnalyseSlice(parameters({ width: 4, height: 3 }));
   assert.throws(() => stiltforge.InitAnalyseSlice(parameters({ numLayer: 'x' })));
-  await assert.rejects(
-    analysis.analyse(stack[7]),
-    isError('ERR_STILTFORGE_NATIVE', /_M_range_check/),
-  );
+  await assert.rejects(analysis.analyse(stack[7]), {
+    name: 'AnalysisError',
+    code: 'ERR_STILTFORGE_NATIVE',
+    message: /_M_range_check/,
+  });
+}
+
+test('after a failed slice the analysis refuses what would be wrong', async () => {
+  const analysis = create();
+  await failNextSlice(analysis);
   await assert.rejects(
     analysis.analyse(stack[7]),
     isError('ERR_STILTFORGE_CLOSED', /An earlier slice failed/),

@@ -19,6 +19,7 @@ async function* source(): AsyncGenerator<SliceImage> {
   yield new Uint8Array(4);
   yield new Uint8ClampedArray(4);
   yield Buffer.alloc(4);
+  yield { width: 1, height: 1, data: new Uint8ClampedArray(4) };
 }
 
 export async function use(): Promise<void> {
