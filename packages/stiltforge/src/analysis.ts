@@ -3,6 +3,7 @@ import { AnalysisError, type AnalysisErrorCode } from './errors.js';
 import { checkedParameters } from './parameters.js';
 import { isByteArray } from './realms.js';
 import { type SliceImage, sliceBuffer } from './slice_image.js';
+import { abortable, type Deferred, deferred, ignoreUntilAwaited } from './waiting.js';
 
 export type {
   AnalysisParameters,
@@ -45,7 +46,7 @@ export interface GroupImages {
 }
 
 export interface RunOptions {
-  /** Ends the wait with the signal's reason. The slice in work is still analysed, its result dropped. */
+  /** Ends the wait with the signal's reason. A slice that was handed over is still analysed and counts. */
   signal?: AbortSignal;
 }
 
@@ -78,6 +79,7 @@ export function estimateMemory(
     ghostRadius,
     ghostsPerRegion: maxGhost,
     pixelsPerSupport: supportStrength,
+    queuedSlices: 2, // of run(): the one in work and the next
     ...expected,
   });
 }
@@ -107,6 +109,9 @@ export class Analysis {
   #failure: Error | undefined;
   #closed: Promise<void> | undefined;
   #jobs = new Set<Promise<unknown>>();
+  /** Outcomes of what runs took from their sources and have not delivered; undefined for the end. */
+  #taken: Promise<SliceResult | undefined>[] = [];
+  #running = false;
 
   private constructor(parameters: Readonly<AnalysisParameters>) {
     this.parameters = parameters;
@@ -140,55 +145,49 @@ export class Analysis {
    * Analyses the next slice of the model, bottom first. The slice is copied before this returns. Calls
    * need not wait for each other: slices are analysed one at a time, in the order of the calls.
    */
-  analyse(slice: SliceImage, options: RunOptions = {}): Promise<SliceResult> {
-    return this.#job(options.signal, (resolve, reject) => {
-      const { width, height } = this.parameters;
-      const pixels = sliceBuffer(slice, width, height);
-      addon().AnalyseSlice(pixels, this.#slices & 0xffff, (result) => {
-        if ('layer' in result) return resolve(result);
-        // The slices above would be related to a layer that is not theirs.
-        this.#failure ??= result;
-        reject(result);
-      });
-      this.#slices += 1;
-    });
+  async analyse(slice: SliceImage, { signal }: RunOptions = {}): Promise<SliceResult> {
+    signal?.throwIfAborted();
+    return abortable(this.#handOver(slice), signal);
   }
 
   /**
    * Analyses a whole stack, yielding the result of each slice in order. While a slice is analysed the
-   * source is asked for the next one; while a result is with the caller the next slice is analysed.
-   * Ends the source when the caller stops early.
+   * source is asked for the next one, which is then analysed while the result is with the caller; an
+   * array has its slices ready, so none is taken from it ahead. Ends the source when the caller stops
+   * early.
+   *
+   * A run that is left early, by `break` or by an abort, may be followed by another one. A slice that it
+   * had taken from its source is analysed all the same: it counts in `sliceCount`, and its result is the
+   * first of the next run. So that run's source goes on with slice `sliceCount`.
    */
   async *run(
     slices: SliceSource,
-    options: RunOptions = {},
+    { signal }: RunOptions = {},
   ): AsyncGenerator<SliceResult, void, void> {
     const iterator = iterate(slices);
-    const pull = async () => {
-      options.signal?.throwIfAborted();
-      return await iterator.next();
-    };
-    const begin = async (next: IteratorResult<SliceImage, unknown>) =>
-      next.done ? undefined : await this.analyse(next.value, options);
-
-    let slice = pull();
-    let analysed = slice.then(begin);
+    const readsAhead = !Array.isArray(slices);
+    this.#beginRun();
     try {
+      while (this.#taken.length > 0) {
+        const result = await this.#deliver(signal);
+        if (result) yield result;
+      }
+      let slice: Promise<boolean> | undefined;
       for (;;) {
-        slice = slice.then((current) => (current.done ? current : pull()));
-        ignoreUntilAwaited(slice);
-        const result = await abortable(analysed, options.signal);
+        signal?.throwIfAborted();
+        slice ??= this.#take(iterator);
+        const taken = await abortable(slice, signal);
+        slice = taken && readsAhead ? this.#take(iterator) : undefined;
+        const result = await this.#deliver(signal);
         if (!result) return;
-        analysed = slice.then(begin);
-        ignoreUntilAwaited(analysed);
         yield result;
       }
     } finally {
-      ignoreUntilAwaited(analysed);
+      this.#running = false;
       const ended = Promise.resolve(iterator.return?.());
       ignoreUntilAwaited(ended);
       // A source that is stuck in next() would keep an aborted run from ending.
-      if (!options.signal?.aborted) await ended;
+      if (!signal?.aborted) await ended;
     }
   }
 
@@ -197,25 +196,73 @@ export class Analysis {
    * @param layer index of the slice in the order of analysis, from 0
    * @param group index of the group in the slice's `layer.groups`, from 0
    */
-  groupImages(layer: number, group: number, options: RunOptions = {}): Promise<GroupImages> {
-    return this.#job(options.signal, (resolve, reject) => {
-      requireIndex('layer', layer, 0xffff);
-      requireIndex('group', group, 0xffff_fffe);
+  async groupImages(
+    layer: number,
+    group: number,
+    { signal }: RunOptions = {},
+  ): Promise<GroupImages> {
+    signal?.throwIfAborted();
+    requireIndex('layer', layer, 0xffff);
+    requireIndex('group', group, 0xffff_fffe);
+    const images = this.#job<GroupImages>(({ resolve, reject }) => {
       addon().GroupToBitmap(layer, group + 1, (first, ...rest) => {
         if (isByteArray(first)) resolve(namedImages(first, rest));
-        else reject(first);
+        else reject(fromAddon(first));
       });
     });
+    return abortable(images, signal);
   }
 
-  /** Waits for the work in hand and frees the model. May be called twice. */
+  /**
+   * Waits for the work in hand and frees the model. May be called twice, and again after it failed: the
+   * analysis is open until then.
+   */
   close(): Promise<void> {
-    this.#closed ??= this.#close();
+    this.#closed ??= this.#close().catch((error) => {
+      this.#closed = undefined;
+      throw fromAddon(error);
+    });
     return this.#closed;
   }
 
   [Symbol.asyncDispose](): Promise<void> {
     return this.close();
+  }
+
+  #beginRun(): void {
+    if (this.#running) {
+      throw new AnalysisError(
+        'ERR_STILTFORGE_BUSY',
+        'Another run() of this analysis has not ended, and slices are analysed in one order. Let it' +
+          ' end or leave it, by break or return(), before the next one.',
+      );
+    }
+    this.#running = true;
+  }
+
+  /**
+   * Takes the next slice of the source and hands it to the analysis as soon as it comes, even if the
+   * run is left until then. Resolves to whether there was one that could be taken.
+   */
+  #take(iterator: SliceIterator): Promise<boolean> {
+    const handedOver = Promise.resolve()
+      .then(() => iterator.next())
+      .then((next) => (next.done ? undefined : { result: this.#handOver(next.value) }));
+    const result = handedOver.then((slice) => slice?.result);
+    ignoreUntilAwaited(result);
+    this.#taken.push(result);
+    return handedOver.then(
+      (slice) => slice !== undefined,
+      () => false,
+    );
+  }
+
+  /** The first outcome of what was taken; it stays the first if the wait is aborted. */
+  async #deliver(signal: AbortSignal | undefined): Promise<SliceResult | undefined> {
+    const [outcome] = this.#taken;
+    await abortable(Promise.allSettled([outcome]), signal);
+    this.#taken.shift();
+    return outcome;
   }
 
   async #close(): Promise<void> {
@@ -224,39 +271,51 @@ export class Analysis {
     openAnalysis = undefined;
   }
 
-  /** Starts a job whose callback settles it; close() waits for it even when the caller does not. */
-  #job<T>(
-    signal: AbortSignal | undefined,
-    start: (resolve: (value: T) => void, reject: (error: Error) => void) => void,
-  ) {
-    const job = new Promise<T>((resolve, reject) => {
-      signal?.throwIfAborted();
-      this.#requireUsable();
-      try {
-        start(resolve, (error) => reject(fromAddon(error)));
-      } catch (error) {
-        throw fromAddon(error);
-      }
+  /** Queues the next slice. Throws when it is refused: it is none of the model's then. */
+  #handOver(slice: SliceImage): Promise<SliceResult> {
+    return this.#job(({ resolve, reject }) => {
+      const { width, height } = this.parameters;
+      const pixels = sliceBuffer(slice, width, height);
+      addon().AnalyseSlice(pixels, this.#slices & 0xffff, (result) => {
+        if (this.#failure) reject(afterFailure(this.#failure));
+        else if ('layer' in result) resolve(result);
+        else {
+          this.#failure = result;
+          reject(fromAddon(result));
+        }
+      });
+      this.#slices += 1;
     });
-    this.#jobs.add(job);
-    const done = () => this.#jobs.delete(job);
-    job.then(done, done);
-    return abortable(job, signal);
   }
 
-  #requireUsable(): void {
+  /** Starts a job whose callback settles it; close() waits for it even when the caller does not. */
+  #job<T>(start: (job: Deferred<T>) => void): Promise<T> {
     if (this.#closed) {
       throw new AnalysisError('ERR_STILTFORGE_CLOSED', 'The analysis is closed. Create a new one.');
     }
-    if (this.#failure) {
-      throw new AnalysisError(
-        'ERR_STILTFORGE_CLOSED',
-        `An earlier slice failed (${this.#failure.message}), so what lies above it would be wrong.` +
-          ' Close this analysis and start the model again.',
-        { cause: this.#failure },
-      );
+    if (this.#failure) throw afterFailure(this.#failure);
+    const job = deferred<T>();
+    try {
+      start(job);
+    } catch (error) {
+      throw fromAddon(error);
     }
+    const { promise } = job;
+    this.#jobs.add(promise);
+    const done = () => this.#jobs.delete(promise);
+    promise.then(done, done);
+    return promise;
   }
+}
+
+/** The slices above a failed one would be related to a layer that is not theirs. */
+function afterFailure(failure: Error): AnalysisError {
+  return new AnalysisError(
+    'ERR_STILTFORGE_CLOSED',
+    `An earlier slice failed (${failure.message}), so what lies above it would be wrong.` +
+      ' Close this analysis and start the model again.',
+    { cause: failure },
+  );
 }
 
 /** The addon's errors are of the realm that loaded it, which need not be this one. */
@@ -281,7 +340,9 @@ function namedImages(first: Buffer, rest: (Buffer | number)[]): GroupImages {
   return { width, height, images: Object.fromEntries(entries) };
 }
 
-function iterate(slices: SliceSource): AsyncIterator<SliceImage> | Iterator<SliceImage> {
+type SliceIterator = AsyncIterator<SliceImage> | Iterator<SliceImage>;
+
+function iterate(slices: SliceSource): SliceIterator {
   // A program without types may pass anything.
   const source = Object(slices) as Partial<AsyncIterable<SliceImage> & Iterable<SliceImage>>;
   const iterator = source[Symbol.asyncIterator]?.() ?? source[Symbol.iterator]?.();
@@ -291,20 +352,4 @@ function iterate(slices: SliceSource): AsyncIterator<SliceImage> | Iterator<Slic
     'run() takes an array, a generator or another iterable of slices, bottom first. For a single' +
       ' slice there is analyse().',
   );
-}
-
-/** The promise, or a rejection with the signal's reason, whichever is first. */
-function abortable<T>(promise: Promise<T>, signal: AbortSignal | undefined): Promise<T> {
-  if (!signal) return promise;
-  return new Promise<T>((resolve, reject) => {
-    const abort = () => reject(signal.reason);
-    if (signal.aborted) abort();
-    signal.addEventListener('abort', abort, { once: true });
-    promise.then(resolve, reject).finally(() => signal.removeEventListener('abort', abort));
-  });
-}
-
-/** Keeps a promise that may be awaited only later from counting as an unhandled rejection. */
-function ignoreUntilAwaited(promise: Promise<unknown>): void {
-  promise.catch(() => {});
 }

@@ -12,7 +12,7 @@ import {
   groupImageNames,
   parameterNames,
 } from 'stiltforge/analysis';
-import { analyse, groupImages, parameters, rectangle } from './harness.mjs';
+import { analyse, groupImages, parameters, rectangle, slice } from './harness.mjs';
 
 let open;
 function create(changes) {
@@ -76,8 +76,8 @@ function formsOf(pixels, realm = globalThis) {
 
 test('a slice may be a typed array, a Buffer, an image, or a part of a larger or shared one', async () => {
   const analysis = create();
-  for (const [form, slice] of Object.entries(formsOf(rectangle(8, 6, 0, 0, 2, 2)))) {
-    assert.equal((await analysis.analyse(slice)).layer.pixelCount, 4, form);
+  for (const [form, image] of Object.entries(formsOf(rectangle(8, 6, 0, 0, 2, 2)))) {
+    assert.equal((await analysis.analyse(image)).layer.pixelCount, 4, form);
   }
 });
 
@@ -85,8 +85,8 @@ test('a slice may come from another realm, in all these forms', async () => {
   const realm = vm.runInContext('globalThis', vm.createContext());
   assert.ok(!(new realm.ArrayBuffer(1) instanceof ArrayBuffer));
   const analysis = create();
-  for (const [form, slice] of Object.entries(formsOf(rectangle(8, 6, 0, 0, 2, 2), realm))) {
-    assert.equal((await analysis.analyse(slice)).layer.pixelCount, 4, form);
+  for (const [form, image] of Object.entries(formsOf(rectangle(8, 6, 0, 0, 2, 2), realm))) {
+    assert.equal((await analysis.analyse(image)).layer.pixelCount, 4, form);
   }
   assert.equal((await analysis.run(new realm.Array(stack[0])).next()).value.layer.pixelCount, 6);
 });
@@ -117,8 +117,8 @@ test('the promise API works in a realm of its own', async () => {
   const other = analysisOfAnotherRealm();
   assert.notEqual(other.Analysis, Analysis);
   open = other.Analysis.create(parameters());
-  for (const [form, slice] of Object.entries(formsOf(stack[1]))) {
-    assert.equal((await open.analyse(slice)).layer.pixelCount, 12, form);
+  for (const [form, image] of Object.entries(formsOf(stack[1]))) {
+    assert.equal((await open.analyse(image)).layer.pixelCount, 12, form);
   }
   assert.equal((await open.groupImages(0, 0)).width, 2);
   const refused = (code) => (error) => error instanceof other.AnalysisError && error.code === code;
@@ -224,10 +224,35 @@ test('a closed analysis refuses work, close() may be called again', async () => 
   await assert.rejects(analysis.groupImages(0, 0), closed);
 });
 
+test('close() that failed leaves the analysis open and works later', async () => {
+  const analysis = create();
+  await analysis.analyse(stack[0]);
+  // Behind its back: a job of the five functions, which share the model.
+  const besides = analyse(stack[1]);
+  await assert.rejects(analysis.close(), isError('ERR_STILTFORGE_BUSY', /CleanPointer cannot run/));
+  await besides;
+  assert.equal((await analysis.analyse(stack[2])).layer.groups[0].supportedPixel, 12);
+  await analysis.close();
+  await create().close();
+});
+
 test('asynchronous disposal closes', async () => {
   const analysis = create();
   await analysis[Symbol.asyncDispose]();
   await assert.rejects(analysis.analyse(stack[0]), isError('ERR_STILTFORGE_CLOSED', /closed/));
+});
+
+test('slices queued behind a failed one fail, too: they would lie on a layer that is not theirs', async () => {
+  const analysis = create();
+  stiltforge.InitAnalyseSlice(parameters({ width: 4, height: 3 }));
+  assert.throws(() => stiltforge.InitAnalyseSlice(parameters({ numLayer: 'x' })));
+  const outcomes = await Promise.allSettled(
+    [stack[7], stack[0], stack[1]].map((pixels) => analysis.analyse(pixels)),
+  );
+  assert.deepEqual(
+    outcomes.map(({ reason }) => reason?.code),
+    ['ERR_STILTFORGE_NATIVE', 'ERR_STILTFORGE_CLOSED', 'ERR_STILTFORGE_CLOSED'],
+  );
 });
 
 /** Lets the next slice fail natively, by calls behind the analysis's back. */
@@ -310,6 +335,188 @@ test('run() delivers a result without waiting for a slow source', async () => {
   release();
   assert.equal((await results.next()).value.layerIndex, 1);
   assert.equal((await results.next()).done, true);
+});
+
+// Every layer starts an island of its own, so that each has supports that no other has.
+const tower = Array.from({ length: 7 }, (_, i) =>
+  slice(40, 12, (x, y) => (y < 12 && x >= 5 * i && x < 5 * i + 4 ? { blue: 10 * i } : undefined)),
+);
+const towerModel = { width: 40, height: 12, supportStrength: 6 };
+
+async function wholeTower() {
+  const analysis = create(towerModel);
+  const results = [];
+  for (const pixels of tower) results.push(await analysis.analyse(pixels));
+  await analysis.close();
+  assert.ok(results.slice(1).every(({ layer }) => layer.groups[0].supports.length > 0));
+  return results;
+}
+
+/** Takes up to `count` results, then leaves the run as `break` does. */
+async function take(run, count) {
+  const results = [];
+  if (count === 0) return results;
+  for await (const result of run) {
+    results.push(result);
+    if (results.length === count) break;
+  }
+  return results;
+}
+
+// Sources that go on after a run was left: what they gave is gone.
+const sources = {
+  'an iterator': () => {
+    const rest = tower.values();
+    return () => rest;
+  },
+  'an asynchronous iterator': () => {
+    const rest = tower.values();
+    const iterator = {
+      next: async () => {
+        await sleep(1);
+        return rest.next();
+      },
+      [Symbol.asyncIterator]: () => iterator,
+    };
+    return () => iterator;
+  },
+  'generators over the same rest': () => {
+    const rest = [...tower];
+    return function* () {
+      while (rest.length > 0) yield rest.shift();
+    };
+  },
+  'asynchronous generators over the same rest': () => {
+    const rest = [...tower];
+    return async function* () {
+      for (; rest.length > 0; await sleep(1)) yield rest.shift();
+    };
+  },
+};
+
+for (const [name, makeSource] of Object.entries(sources)) {
+  test(`a run left with break is gone on with by the next one, no result lost: ${name}`, async () => {
+    const expected = await wholeTower();
+    for (let first = 1; first <= tower.length; first += 1) {
+      const analysis = create(towerModel);
+      const source = makeSource();
+      const results = await take(analysis.run(source()), first);
+      results.push(...(await take(analysis.run(source()), 1)));
+      results.push(...(await take(analysis.run(source()), Infinity)));
+      assert.deepEqual(results, expected, `left after ${first}`);
+      assert.equal(analysis.sliceCount, tower.length);
+      await analysis.close();
+    }
+  });
+
+  test(`an aborted run is gone on with by the next one, no result lost: ${name}`, async () => {
+    const expected = await wholeTower();
+    for (let first = 0; first <= tower.length; first += 1) {
+      const analysis = create(towerModel);
+      const source = makeSource();
+      const controller = new AbortController();
+      const run = analysis.run(source(), controller);
+      const results = [];
+      for (let i = 0; i < first; i += 1) results.push((await run.next()).value);
+      const waiting = run.next();
+      controller.abort(new Error('enough'));
+      await assert.rejects(waiting, /enough/);
+      results.push(...(await take(analysis.run(source()), Infinity)));
+      assert.deepEqual(results, expected, `aborted after ${first}`);
+      await analysis.close();
+    }
+  });
+}
+
+test('nothing is taken from an array ahead of the caller', async () => {
+  const expected = await wholeTower();
+  for (let first = 1; first <= tower.length; first += 1) {
+    const analysis = create(towerModel);
+    const results = await take(analysis.run(tower), first);
+    await sleep(20);
+    assert.equal(analysis.sliceCount, first);
+    results.push(...(await take(analysis.run(tower.slice(first)), Infinity)));
+    assert.deepEqual(results, expected);
+    await analysis.close();
+  }
+});
+
+test('sliceCount tells where the next run goes on', async () => {
+  const expected = await wholeTower();
+  const analysis = create(towerModel);
+  async function* from(layer) {
+    for (const pixels of tower.slice(layer)) yield pixels;
+  }
+  const results = [];
+  while (results.length < tower.length) {
+    results.push(...(await take(analysis.run(from(analysis.sliceCount)), 2)));
+  }
+  assert.deepEqual(results, expected);
+});
+
+test('a slice that comes after its run was aborted is not lost', async () => {
+  const expected = await wholeTower();
+  const analysis = create(towerModel);
+  const rest = [...tower];
+  let release;
+  async function* source() {
+    yield rest.shift();
+    await new Promise((resolve) => {
+      release = resolve;
+    });
+    yield rest.shift();
+  }
+  const controller = new AbortController();
+  const run = analysis.run(source(), controller);
+  const results = [(await run.next()).value];
+  const waiting = run.next();
+  controller.abort();
+  await assert.rejects(waiting, { name: 'AbortError' });
+  setTimeout(release, 20);
+  results.push(...(await take(analysis.run(rest), Infinity)));
+  assert.deepEqual(results, expected);
+});
+
+test('a wrong slice behind the last result taken is told by the next run', async () => {
+  const analysis = create();
+  const source = [stack[0], new ArrayBuffer(3), stack[1]].values();
+  await take(analysis.run(source), 1);
+  await assert.rejects(
+    take(analysis.run(source), Infinity),
+    isError('ERR_STILTFORGE_SLICE', /holds 3/),
+  );
+  // The wrong slice is none of the model's, so the right one may take its place.
+  assert.equal(analysis.sliceCount, 1);
+  assert.equal((await take(analysis.run(source), Infinity))[0].layerIndex, 1);
+});
+
+test('a wrong slice stops the source: what lies above it is not analysed', async () => {
+  const analysis = create();
+  const asked = [];
+  function* source() {
+    for (const pixels of [stack[0], new ArrayBuffer(3), stack[1]]) {
+      asked.push(pixels.byteLength);
+      yield pixels;
+    }
+  }
+  await assert.rejects(
+    take(analysis.run(source()), Infinity),
+    isError('ERR_STILTFORGE_SLICE', /holds 3/),
+  );
+  assert.deepEqual(asked, [192, 3]);
+  assert.equal(analysis.sliceCount, 1);
+});
+
+test('a run while another has not ended is refused', async () => {
+  const analysis = create();
+  const run = analysis.run(stack);
+  await run.next();
+  await assert.rejects(
+    analysis.run(stack).next(),
+    isError('ERR_STILTFORGE_BUSY', /Another run\(\) of this analysis has not ended/),
+  );
+  await run.return();
+  assert.equal((await analysis.run(stack).next()).value.layerIndex, 1);
 });
 
 test('a caller that stops early ends the source', async () => {

@@ -1,0 +1,32 @@
+export interface Deferred<T> {
+  promise: Promise<T>;
+  resolve: (value: T) => void;
+  reject: (reason: unknown) => void;
+}
+
+/** A promise that is settled from outside. */
+export function deferred<T>(): Deferred<T> {
+  let resolve!: Deferred<T>['resolve'];
+  let reject!: Deferred<T>['reject'];
+  const promise = new Promise<T>((onValue, onReason) => {
+    resolve = onValue;
+    reject = onReason;
+  });
+  return { promise, resolve, reject };
+}
+
+/** The promise, or a rejection with the signal's reason, whichever is first. */
+export function abortable<T>(promise: Promise<T>, signal: AbortSignal | undefined): Promise<T> {
+  if (!signal) return promise;
+  return new Promise<T>((resolve, reject) => {
+    const abort = () => reject(signal.reason);
+    if (signal.aborted) abort();
+    signal.addEventListener('abort', abort, { once: true });
+    promise.then(resolve, reject).finally(() => signal.removeEventListener('abort', abort));
+  });
+}
+
+/** Keeps a promise that may be awaited only later from counting as an unhandled rejection. */
+export function ignoreUntilAwaited(promise: Promise<unknown>): void {
+  promise.catch(() => {});
+}
