@@ -1,7 +1,8 @@
 import { basename } from 'node:path';
-import { Analysis } from 'stiltforge/analysis';
+import { Analysis, type AnalysisParameters } from 'stiltforge/analysis';
 import { ExitCode, Interrupted, messageOf, UserError } from './errors.js';
 import { groupPictures } from './inspect.js';
+import { isLackOfMemory, outOfMemory, requireMemory } from './memory.js';
 import { boundingBox, type Triangles } from './mesh/triangles.js';
 import {
   pointsCsv,
@@ -12,6 +13,7 @@ import {
 import { OutputFolder } from './output/output_folder.js';
 import { type PartPoint, sidesPicture, undersidePicture } from './pictures/part_picture.js';
 import type { Progress } from './progress.js';
+import { checkSettings } from './setting_ranges.js';
 import {
   analysisParameters,
   fullOverhang,
@@ -47,6 +49,8 @@ export interface Job {
   folder: string;
   pictures: boolean;
   inspect: readonly GroupToInspect[];
+  /** Bytes that the run may take; what the machine has unless set. */
+  memory?: number;
 }
 
 export interface JobWatcher {
@@ -61,19 +65,22 @@ export interface JobWatcher {
  */
 export async function analyseMesh(job: Job, watcher: JobWatcher): Promise<Summary> {
   const started = performance.now();
+  checkSettings(job.print, job.support);
   const slicer = makeSlicer(job);
   requireLayers(job, slicer.layerCount);
+  const parameters = analysisParameters(job.print, job.support, slicer);
+  requireMemory(parameters, slicer.report.triangles, job.pictures, job.memory);
   const folder = await OutputFolder.open(job.folder);
   const discard = (): void => folder.discard();
   process.once('exit', discard);
   try {
-    const summary = await writeOutputs(job, watcher, slicer, folder);
+    const summary = await writeOutputs(job, watcher, slicer, parameters, folder);
     await folder.commit();
     const seconds = (performance.now() - started) / 1000;
     return { ...summary, seconds, peakMemory: 1024 * process.resourceUsage().maxRSS };
   } catch (error) {
     if (watcher.signal.aborted) throw new Interrupted();
-    throw error;
+    throw isLackOfMemory(error) ? outOfMemory(job.name, error) : error;
   } finally {
     folder.discard();
     process.off('exit', discard);
@@ -111,10 +118,10 @@ async function writeOutputs(
   job: Job,
   { progress, signal, warn }: JobWatcher,
   slicer: Slicer,
+  parameters: AnalysisParameters,
   folder: OutputFolder,
 ): Promise<Omit<Summary, 'seconds' | 'peakMemory'>> {
   const { print, support } = job;
-  const parameters = analysisParameters(print, support, slicer);
   const tally = new Tally();
   const stream = new SliceStream(slicer);
   const begin = performance.now();
@@ -131,6 +138,7 @@ async function writeOutputs(
     progress.stop();
     await analysis.close();
   }
+  if (stream.materialPixels === 0) throw emptySlices(job, slicer);
   const analysisSeconds = (performance.now() - begin) / 1000;
 
   const plateZ = slicer.report.bounds.min[2];
@@ -194,6 +202,25 @@ async function writeOutputs(
     folder: job.folder,
     files: folder.topLevelNames(),
   };
+}
+
+/** The slices show nothing, which is either the pixels' fault or the mesh's. */
+function emptySlices({ name, print }: Job, { report }: Slicer): UserError {
+  const { min, max } = report.bounds;
+  const [width, depth] = [max[0] - min[0], max[1] - min[1]];
+  const size = `${width.toPrecision(3)} x ${depth.toPrecision(3)} mm`;
+  const { pixelSize } = print;
+  return Math.min(width, depth) < 2 * pixelSize
+    ? new UserError(
+        ExitCode.usage,
+        `--pixel-size ${pixelSize}: the slices are empty, since ${name}, ${size} seen from above, ` +
+          'falls between the centres of the pixels. Choose smaller pixels.',
+      )
+    : new UserError(
+        ExitCode.mesh,
+        `${name}: the slices are empty: its surfaces enclose no volume, or less than a pixel of ` +
+          `${pixelSize} mm shows. Repair the mesh, or choose smaller pixels.`,
+      );
 }
 
 async function writeGroup(

@@ -5,6 +5,7 @@ import { codeOf, ExitCode, Interrupted, messageOf, UserError } from './errors.js
 import { loadMesh } from './mesh/load.js';
 import { boundingBox, scaled, type Triangles, turnedFromYUp } from './mesh/triangles.js';
 import { noProgress, progressOn } from './progress.js';
+import { checkSettings } from './setting_ranges.js';
 import { defaultPrint, defaultSupport } from './settings.js';
 import { summaryText } from './summary.js';
 import { version } from './version.js';
@@ -20,6 +21,7 @@ interface Options {
   criticalAngle: number;
   inset: number;
   supportArea: number;
+  memory?: number;
   pictures: boolean;
   inspect: GroupToInspect[];
   quiet: boolean;
@@ -35,6 +37,7 @@ Exit codes:
   2    the command line is wrong
   3    the mesh can't be used
   4    the outputs can't be written
+  5    there is not enough memory
   130  interrupted; nothing was written
 
 Examples:
@@ -85,6 +88,11 @@ function buildCommand(run: (meshFile: string, options: Options) => Promise<void>
       defaultSupport.supportArea,
     )
     .option('--no-pictures', 'write no pictures')
+    .option(
+      '--memory <GB>',
+      'memory that the run may take (default: what the machine has)',
+      positive,
+    )
     .addOption(
       new Option(
         '--inspect <layer:region>',
@@ -98,6 +106,9 @@ function buildCommand(run: (meshFile: string, options: Options) => Promise<void>
     .helpOption('-h, --help', 'print this help')
     .addHelpText('after', notes)
     .showHelpAfterError('Try: stiltforge --help')
+    .configureOutput({
+      outputError: (text, write) => write(text.replace(/^error: /, 'stiltforge: ')),
+    })
     .exitOverride()
     .action(run);
 }
@@ -130,27 +141,24 @@ export async function runCommand(words: readonly string[]): Promise<ExitCode> {
 }
 
 async function analyse(meshFile: string, options: Options): Promise<void> {
-  const mesh = transformed(await loadMesh(meshFile), options);
+  const { layerHeight, pixelSize, criticalAngle, inset, supportArea } = options;
   const [screenWidth, screenHeight] = options.screen;
+  const print = { layerHeight, pixelSize, screenWidth, screenHeight };
+  const support = { criticalAngle, inset, supportArea };
+  // Before a large mesh is read.
+  checkSettings(print, support);
+  const mesh = transformed(await loadMesh(meshFile), options);
   const summary = await untilInterrupted((signal) =>
     analyseMesh(
       {
         name: meshFile,
         mesh,
-        print: {
-          layerHeight: options.layerHeight,
-          pixelSize: options.pixelSize,
-          screenWidth,
-          screenHeight,
-        },
-        support: {
-          criticalAngle: options.criticalAngle,
-          inset: options.inset,
-          supportArea: options.supportArea,
-        },
+        print,
+        support,
         folder: options.out ?? `${basename(meshFile, extname(meshFile))}-supports`,
         pictures: options.pictures,
         inspect: options.inspect,
+        memory: options.memory === undefined ? undefined : 1e9 * options.memory,
       },
       {
         progress: options.quiet ? noProgress : progressOn(process.stderr),
@@ -164,9 +172,22 @@ async function analyse(meshFile: string, options: Options): Promise<void> {
 
 function transformed(mesh: Triangles, { up, height, scale }: Options): Triangles {
   const standing = up === 'y' ? turnedFromYUp(mesh) : mesh;
-  if (height === undefined) return scale === undefined ? standing : scaled(standing, scale);
-  const { min, max } = boundingBox(standing);
-  return scaled(standing, height / (max[2] - min[2]));
+  if (height !== undefined) {
+    const { min, max } = boundingBox(standing);
+    return resized(standing, height / (max[2] - min[2]), `--height ${height}`);
+  }
+  return scale === undefined ? standing : resized(standing, scale, `--scale ${scale}`);
+}
+
+function resized(mesh: Triangles, factor: number, option: string): Triangles {
+  const result = scaled(mesh, factor);
+  const { min, max } = boundingBox(result);
+  const size = max.map((value, axis) => value - min[axis]);
+  if (size.every((length) => Number.isFinite(length) && length > 0)) return result;
+  throw new UserError(
+    ExitCode.usage,
+    `${option}: it makes the part too ${factor > 1 ? 'large' : 'small'} to be sliced.`,
+  );
 }
 
 /** Ctrl-C ends the work at the next layer; a second one ends the process at once. */
@@ -184,26 +205,29 @@ export async function untilInterrupted<T>(work: (signal: AbortSignal) => Promise
   }
 }
 
+/** Digits with a decimal point, if any: no other notation, so that "0x10" or "5e" is no length. */
+const plainNumber = /^(\d+\.?\d*|\.\d+)$/;
+
 function numberFrom(text: string, accepts: (value: number) => boolean, wanted: string): number {
-  const value = text.trim() === '' ? Number.NaN : Number(text);
+  const value = plainNumber.test(text) ? Number(text) : Number.NaN;
   if (!Number.isFinite(value) || !accepts(value))
     throw new InvalidArgumentError(`It must be ${wanted}.`);
   return value;
 }
 
 function positive(text: string): number {
-  return numberFrom(text, (value) => value > 0, 'a number above 0');
+  return numberFrom(text, (value) => value > 0, 'a plain number above 0, like 0.05');
 }
 
 function distance(text: string): number {
-  return numberFrom(text, (value) => value >= 0, 'a number from 0');
+  return numberFrom(text, (value) => value >= 0, 'a plain number from 0, like 0.4');
 }
 
 function angle(text: string): number {
   return numberFrom(
     text,
     (value) => value > 0 && value < 90,
-    'a number of degrees between 0 and 90',
+    'a plain number of degrees between 0 and 90, like 45',
   );
 }
 

@@ -5,6 +5,7 @@ export const ExitCode = {
   usage: 2,
   mesh: 3,
   output: 4,
+  memory: 5,
   interrupted: 130,
 } as const;
 

@@ -34,10 +34,13 @@ export const defaultSupport: SupportSettings = {
   supportArea: 15,
 };
 
+/** mm; what fullOverhang() is where pixels that hang less far do not carry themselves. */
+export const leastFullOverhang = 0.5;
+
 /** Millimetres beyond the material below from where on a pixel hangs free. */
 export function fullOverhang(print: PrintSettings, support: SupportSettings): number {
   const reach = print.layerHeight / Math.tan((support.criticalAngle * Math.PI) / 180);
-  return Math.max(0.5, 2 * reach);
+  return Math.max(leastFullOverhang, 2 * reach);
 }
 
 /**

@@ -3,6 +3,9 @@ import type { Slicer } from './slicer.js';
 /** Slices prepared beyond the one that is being analysed. */
 const ahead = 2;
 
+/** Slices in memory at once: those ahead, the one being cut and the two that the analysis holds. */
+export const slicesInHand = ahead + 3;
+
 /** The slices of a model, bottom first, each cut while earlier ones are analysed. */
 export class SliceStream implements AsyncIterable<ArrayBuffer> {
   /** Pixels of material in the slices so far. */

@@ -22,7 +22,8 @@ export interface Summary {
 export function summaryText(summary: Summary): string {
   const { layers, supports, plateZ } = summary;
   const islands = supports.filter(({ kind }) => kind === 'island').length;
-  const heights = supports.map(({ z }) => z - plateZ);
+  // Not spread into Math.min(): there may be more of them than a call takes arguments.
+  const heights = supports.map(({ z }) => z - plateZ).sort((a, b) => a - b);
   const height = (z: number): string => `${z.toFixed(2)} mm above the plate`;
   const rate = Math.round(layers / summary.analysisSeconds);
   const rows = [
@@ -38,8 +39,8 @@ export function summaryText(summary: Summary): string {
     ...(supports.length === 0
       ? []
       : [
-          ['lowest', height(Math.min(...heights))],
-          ['highest', height(Math.max(...heights))],
+          ['lowest', height(heights[0])],
+          ['highest', height(heights[heights.length - 1])],
         ]),
     ['time', `${durationText(summary.seconds)}, the layers at ${count(rate)}/s`],
     ['peak memory', `${Math.round(summary.peakMemory / 1e6)} MB`],

@@ -143,7 +143,7 @@ test('pictures of a needle stay as small as those of other parts', async (t) => 
 test('a part of many metres, whose units are wrong, is drawn too', async (t) => {
   const { outputs } = await run(t, [
     ...['--scale', '10000', '--screen', '2000x2000'],
-    ...['--pixel-size', '200', '--layer-height', '1000', '--support-area', '1e9'],
+    ...['--pixel-size', '200', '--layer-height', '1000', '--support-area', '1000000000'],
   ]);
   assert.ok((await readdir(outputs)).includes('part.png'));
 });

@@ -1,0 +1,90 @@
+import { totalmem } from 'node:os';
+import type { AnalysisParameters } from 'stiltforge';
+import { AnalysisError, estimateMemory } from 'stiltforge/analysis';
+import { ExitCode, messageOf, UserError } from './errors.js';
+import { slicesInHand } from './slice_stream.js';
+
+/** What the process takes before it has read a mesh, bytes. */
+const processBytes = 100e6;
+
+/** The mesh here, its copy in the slicer and what the slicer knows of it, bytes a triangle. */
+const bytesPerTriangle = 200;
+
+/** A slice whose regions are painted: their numbers. */
+const pictureBytesPerPixel = 4;
+
+/** Most pixels of a slice that the analysis takes. */
+const mostPixels = 2 ** 31 - 1;
+
+/** Bytes that the process takes at its peak. */
+export function predictedMemory(
+  parameters: AnalysisParameters,
+  triangles: number,
+  pictures: boolean,
+): number {
+  const pixels = parameters.width * parameters.height;
+  const analysis = estimateMemory(parameters, { queuedSlices: 2 }).total;
+  const painting = pictures
+    ? estimateMemory({ ...parameters, needBuffer: true, addSupport: false }).total +
+      pictureBytesPerPixel * pixels
+    : 0;
+  return (
+    processBytes +
+    bytesPerTriangle * triangles +
+    4 * pixels * slicesInHand +
+    Math.max(analysis, painting)
+  );
+}
+
+/** Bytes that this machine, or the group of processes that this one runs in, has. */
+export function memoryOfMachine(): number {
+  const limit = process.constrainedMemory();
+  return limit > 0 ? Math.min(limit, totalmem()) : totalmem();
+}
+
+/**
+ * Throws a UserError when a run is larger than the analysis or the memory allows, before it starts.
+ * Otherwise it would end in the middle, or with it the whole machine.
+ */
+export function requireMemory(
+  parameters: AnalysisParameters,
+  triangles: number,
+  pictures: boolean,
+  most = memoryOfMachine(),
+): void {
+  const { width, height } = parameters;
+  const slices = `the part covers ${width} x ${height} pixels of the screen`;
+  const remedy = 'Choose larger pixels with --pixel-size, or a smaller part';
+  if (width * height > mostPixels) {
+    const limit = mostPixels.toLocaleString('en-US');
+    throw new UserError(
+      ExitCode.memory,
+      `${slices}, and the analysis takes at most ${limit} of them. ${remedy}.`,
+    );
+  }
+  const predicted = predictedMemory(parameters, triangles, pictures);
+  if (predicted <= most) return;
+  throw new UserError(
+    ExitCode.memory,
+    `${slices}, for which the run may take ${sizeText(predicted)} of memory, ` +
+      `more than the ${sizeText(most)} there are. ${remedy}; --memory ${((1.01 * predicted) / 1e9).toPrecision(3)} starts it anyway.`,
+  );
+}
+
+function sizeText(bytes: number): string {
+  return bytes < 1e9 ? `${Math.ceil(bytes / 1e6)} MB` : `${(bytes / 1e9).toPrecision(3)} GB`;
+}
+
+/** Whether the analysis or the slicer ended for want of memory. */
+export function isLackOfMemory(error: unknown): boolean {
+  return error instanceof AnalysisError
+    ? error.code === 'ERR_STILTFORGE_MEMORY'
+    : /^There is not enough memory/.test(messageOf(error));
+}
+
+export function outOfMemory(name: string, error: unknown): UserError {
+  const remedy = 'Choose larger pixels with --pixel-size, or close other programs';
+  return new UserError(ExitCode.memory, `${name}: ${messageOf(error)} ${remedy}.`, {
+    cause: error,
+  });
+}
