@@ -1,17 +1,22 @@
-// Any triangles and settings give an error or slices that keep to the pixel contract.
+// Any triangles and settings give an error or slices that keep to the pixel contract, and the same
+// slices as pictures and as runs.
 
 #include <fuzzer/FuzzedDataProvider.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <cstring>
 #include <vector>
 
 #include "require.h"
+#include "runtime/worker_pool.h"
 #include "slicing/slicer.h"
 #include "slicing/slicing_error.h"
 
 namespace {
 
+using stiltforge::Run;
+using stiltforge::Slice;
 using stiltforge::slicing::SliceInfo;
 using stiltforge::slicing::Slicer;
 using stiltforge::slicing::SlicerSettings;
@@ -63,16 +68,54 @@ std::vector<float> readPositions(FuzzedDataProvider& input) {
 
 void checkPixels(const std::vector<uint8_t>& rgba, const SliceInfo& info) {
   uint64_t material = 0;
+  uint64_t background = 0;
   for (std::size_t i = 0; i < rgba.size(); i += 4) {
-    require(rgba[i + 3] == 255, "a pixel is not opaque");
-    require(rgba[i] == 255 || (rgba[i] == 0 && rgba[i + 1] == 0 && rgba[i + 2] == 0),
-            "a pixel is neither material nor background");
+    if (rgba[i + 3] != 255) continue;
     material += rgba[i] == 255;
+    background += rgba[i] == 0 && rgba[i + 1] == 0 && rgba[i + 2] == 0;
   }
+  require((material + background) * 4 == rgba.size(),
+          "a pixel is neither opaque material nor background");
   require(material == info.materialPixels, "the number of material pixels is wrong");
 }
 
+// The runs and the picture of a slice hold the same.
+void checkRuns(const Slice& slice, const std::vector<uint8_t>& rgba) {
+  require(slice.material.height() == slice.height && slice.overhang.height() == slice.height,
+          "rows are missing");
+  require(std::size_t{4} * slice.width * slice.height == rgba.size(), "the sizes differ");
+  const std::size_t overhanging = slice.overhang.pixelCount();
+  require(slice.blue.size() == overhanging && slice.green.size() == overhanging,
+          "the channels do not fit the overhang");
+  const uint8_t* pixel = rgba.data();
+  std::size_t next = 0;
+  bool same = true;
+  for (int y = 0; y < slice.height; ++y) {
+    std::vector<uint8_t> red(slice.width);
+    for (const Run& run : slice.material.row(y)) {
+      std::fill(red.begin() + run.begin, red.begin() + run.end, uint8_t{255});
+    }
+    std::vector<uint8_t> overhangs(slice.width);
+    for (const Run& run : slice.overhang.row(y)) {
+      std::fill(overhangs.begin() + run.begin, overhangs.begin() + run.end, uint8_t{1});
+    }
+    for (std::size_t x = 0; x < slice.width; ++x, pixel += 4) {
+      same = same && pixel[0] == red[x] && (overhangs[x] == 1) == (red[x] == 255 && pixel[2] < 255);
+      if (overhangs[x] == 0) continue;
+      same = same && pixel[1] == slice.green[next] && pixel[2] == slice.blue[next];
+      ++next;
+    }
+  }
+  require(same, "the runs differ from the picture");
+}
+
 }  // namespace
+
+// One thread, so that an input always takes the same road; results do not depend on the number.
+extern "C" int LLVMFuzzerInitialize(int*, char***) {
+  stiltforge::workers::setCount(1);
+  return 0;
+}
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   FuzzedDataProvider input(data, size);
@@ -94,8 +137,15 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
       if (next >= slicer.layerCount()) break;
       index = next;
     }
-    const SliceInfo info = Slicer(positions, settings).slice(index, again.data());
+    Slicer other(positions, settings);
+    const SliceInfo info = other.slice(index, again.data());
     checkPixels(again, info);
+    std::vector<Slice> slices(std::min<std::size_t>(3, slicer.layerCount() - index));
+    slicer.slice(index, slices);
+    for (const Slice& slice : slices) {
+      other.slice(index++, again.data());
+      checkRuns(slice, again);
+    }
   } catch (const SlicingError& error) {
     require(std::strlen(error.what()) > 10, "an error without a sentence");
   }

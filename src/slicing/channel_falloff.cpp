@@ -60,6 +60,21 @@ std::vector<uint8_t> makeTable(double full, double zero) {
 
 }  // namespace
 
+int fullReachOf(const std::vector<uint8_t>& falloff) {
+  int reach = 0;
+  while (valueAt(falloff, (reach + 1) * (reach + 1)) == 255) ++reach;
+  return reach;
+}
+
+int reachOf(const std::vector<uint8_t>& falloff) {
+  int reach = 0;
+  while (static_cast<std::size_t>(reach + 1) * static_cast<std::size_t>(reach + 1) <
+         falloff.size()) {
+    ++reach;
+  }
+  return reach;
+}
+
 double tangentOfDegrees(double degrees) {
   if (degrees > 45) {
     const double complement = tangentOfDegrees(90 - degrees);

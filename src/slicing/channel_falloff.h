@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <vector>
@@ -36,6 +37,16 @@ struct ChannelFalloff {
 
   static constexpr int longestReachInPixels = 4096;
 };
+
+/// The byte at this squared distance.
+inline uint8_t valueAt(const std::vector<uint8_t>& falloff, int32_t squaredDistance) {
+  const auto entry = static_cast<std::size_t>(squaredDistance);
+  return entry < falloff.size() ? falloff[entry] : 0;
+}
+/// The longest distance, in whole pixels, at which the byte is still 255.
+int fullReachOf(const std::vector<uint8_t>& falloff);
+/// The longest for which there is an entry.
+int reachOf(const std::vector<uint8_t>& falloff);
 
 /// Tangent of an angle in degrees, [0, 90], the same on every platform: only basic arithmetic.
 /// Infinite at 90.

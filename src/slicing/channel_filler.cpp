@@ -2,7 +2,6 @@
 
 #include <cstddef>
 #include <cstring>
-#include <utility>
 #include <vector>
 
 namespace stiltforge::slicing {
@@ -20,28 +19,14 @@ void writePixels(uint8_t* row, int32_t begin, int32_t end, const uint8_t (&pixel
   for (int32_t x = begin; x < end; ++x, at += bytesPerPixel) std::memcpy(at, pixel, bytesPerPixel);
 }
 
-// The largest distance for which the table has an entry.
-int reachOf(const std::vector<uint8_t>& table) {
-  int reach = 0;
-  while (static_cast<std::size_t>(reach + 1) * static_cast<std::size_t>(reach + 1) < table.size()) {
-    ++reach;
-  }
-  return reach;
-}
-
-uint8_t valueAt(const std::vector<uint8_t>& table, int32_t squaredDistance) {
-  const auto entry = static_cast<std::size_t>(squaredDistance);
-  return entry < table.size() ? table[entry] : 0;
-}
-
 }  // namespace
 
-ChannelFiller::ChannelFiller(int width, int height, ChannelFalloff falloff)
+ChannelFiller::ChannelFiller(int width, int height, const ChannelFalloff& falloff)
     : width_(width),
       height_(height),
-      falloff_(std::move(falloff)),
-      stroke_(width, reachOf(falloff_.stroke)),
-      overhang_(reachOf(falloff_.support)) {}
+      falloff_(falloff),
+      stroke_(width, reachOf(falloff.stroke)),
+      channels_(falloff) {}
 
 void ChannelFiller::writeRow(std::span<const Run> material, uint8_t* row) const {
   int32_t x = 0;
@@ -63,29 +48,23 @@ void ChannelFiller::writeStroke(int y, uint8_t* row) {
   }
 }
 
-void ChannelFiller::writeSupport(int y, std::span<const Run> material, const RunRows& below,
-                                 uint8_t* row) {
-  std::span<const Run> carried = below.row(y);
-  for (const Run& run : material) {
-    forEachUncovered(run, carried, [&](int32_t begin, int32_t end) {
-      uint8_t* blue = row + static_cast<std::size_t>(begin) * bytesPerPixel + blueByte;
-      for (const int32_t distance : overhang_.measure(
-               y, {static_cast<uint16_t>(begin), static_cast<uint16_t>(end)}, below)) {
-        *blue = valueAt(falloff_.support, distance);
-        blue += bytesPerPixel;
-      }
-    });
+void ChannelFiller::writeSupport(std::span<const Run> overhang, const uint8_t*& blue,
+                                 uint8_t* row) const {
+  for (const Run& run : overhang) {
+    uint8_t* at = row + run.begin * bytesPerPixel + blueByte;
+    for (uint32_t i = 0; i < run.length(); ++i, at += bytesPerPixel) *at = *blue++;
   }
 }
 
 void ChannelFiller::fill(const RunRows& material, const RunRows* below, uint8_t* rgba) {
+  channels_.findOverhang(material, below, overhang_, blue_);
   stroke_.begin(material);
-  if (below != nullptr) below = &carrying_.of(*below);
+  const uint8_t* blue = blue_.data();
   const std::size_t stride = static_cast<std::size_t>(width_) * bytesPerPixel;
   for (int y = 0; y < height_; ++y, rgba += stride) {
     writeRow(material.row(y), rgba);
     writeStroke(y, rgba);
-    if (below != nullptr) writeSupport(y, material.row(y), *below, rgba);
+    writeSupport(overhang_.row(y), blue, rgba);
   }
 }
 

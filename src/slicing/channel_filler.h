@@ -4,9 +4,9 @@
 #include <span>
 
 #include "analysis/run_rows.h"
-#include "slicing/carrying_pixels.h"
+#include "runtime/scratch_vector.h"
 #include "slicing/channel_falloff.h"
-#include "slicing/overhang_distance.h"
+#include "slicing/overhang_channels.h"
 #include "slicing/stroke_distance.h"
 
 namespace stiltforge::slicing {
@@ -18,7 +18,8 @@ namespace stiltforge::slicing {
 /// from.
 class ChannelFiller {
  public:
-  ChannelFiller(int width, int height, ChannelFalloff falloff);
+  /// Keeps the falloff by reference.
+  ChannelFiller(int width, int height, const ChannelFalloff& falloff);
 
   /// Writes every pixel of `rgba`, width * height * 4 bytes, row by row. `material` and `below`
   /// have `height` rows within `width`; `below` is the layer below, null for the first layer, which
@@ -28,14 +29,15 @@ class ChannelFiller {
  private:
   void writeRow(std::span<const Run> material, uint8_t* row) const;
   void writeStroke(int y, uint8_t* row);
-  void writeSupport(int y, std::span<const Run> material, const RunRows& below, uint8_t* row);
+  void writeSupport(std::span<const Run> overhang, const uint8_t*& blue, uint8_t* row) const;
 
   const int width_;
   const int height_;
-  const ChannelFalloff falloff_;
+  const ChannelFalloff& falloff_;
   StrokeDistance stroke_;
-  OverhangDistance overhang_;
-  CarryingPixels carrying_;
+  OverhangChannels channels_;
+  RunRows overhang_;
+  ScratchVector<uint8_t> blue_;
 };
 
 }  // namespace stiltforge::slicing

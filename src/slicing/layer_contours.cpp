@@ -15,7 +15,7 @@ ZSweep::Interval heightOf(const Triangle& triangle) {
 
 // From the edge that the triangle runs down to the edge that it runs up, so that the segments of
 // two triangles with a common edge follow one another.
-Segment cut(const Triangle& triangle, double plane) {
+Segment cutTriangle(const Triangle& triangle, double plane) {
   Segment segment;
   for (int i = 0; i < 3; ++i) {
     const Vertex& from = triangle[i];
@@ -49,19 +49,26 @@ LayerContours::LayerContours(TriangleMesh mesh, const MeshTopology& topology)
   triangleSweep_ = ZSweep(std::move(heights));
 }
 
-const std::vector<Segment>& LayerContours::at(double plane, const ScreenPlacement& placement) {
-  segments_.clear();
-  for (const uint32_t triangle : triangleSweep_.activeAt(plane)) {
-    const Segment segment = cut(mesh_.triangles[triangle], plane);
-    segments_.push_back({placement.toCrop(segment.from), placement.toCrop(segment.to)});
+void LayerContours::sweepTo(double plane, Cut& cut) {
+  cut.plane = plane;
+  cut.triangles = triangleSweep_.activeAt(plane);
+  cut.openEdges = edgeSweep_.activeAt(plane);
+}
+
+void LayerContours::trace(const Cut& cut, const ScreenPlacement& placement,
+                          std::vector<Segment>& segments) const {
+  segments.clear();
+  for (const uint32_t triangle : cut.triangles) {
+    const Segment segment = cutTriangle(mesh_.triangles[triangle], cut.plane);
+    segments.push_back({placement.toCrop(segment.from), placement.toCrop(segment.to)});
   }
-  ends_.clear();
-  for (const uint32_t edge : edgeSweep_.activeAt(plane)) {
+  if (cut.openEdges.empty()) return;
+  std::vector<OpenEnd> ends;
+  for (const uint32_t edge : cut.openEdges) {
     const OpenEdge& open = openEdges_[edge];
-    ends_.push_back({placement.toCrop(planeCrossing(open.low, open.high, plane)), open.surplus});
+    ends.push_back({placement.toCrop(planeCrossing(open.low, open.high, cut.plane)), open.surplus});
   }
-  if (!ends_.empty()) closeContours(ends_, segments_);
-  return segments_;
+  closeContours(ends, segments);
 }
 
 }  // namespace stiltforge::slicing

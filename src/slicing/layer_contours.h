@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <vector>
 
 #include "slicing/contour_closing.h"
@@ -17,9 +18,19 @@ class LayerContours {
   LayerContours() = default;
   LayerContours(TriangleMesh mesh, const MeshTopology& topology);
 
-  /// Segments of the plane at this z of the model, in pixels of the crop, in no particular order.
-  /// Ascending planes cost what they cut. Valid until the next call.
-  const std::vector<Segment>& at(double plane, const ScreenPlacement& placement);
+  /// What of the mesh a plane meets.
+  struct Cut {
+    double plane = 0;  ///< z of the model
+    std::vector<uint32_t> triangles;
+    std::vector<uint32_t> openEdges;
+  };
+  /// Replaces `cut` by the plane's. Ascending planes cost what they meet. One call at a time.
+  void sweepTo(double plane, Cut& cut);
+
+  /// Replaces `segments` by the contours of a plane, in pixels of the crop, in no particular order.
+  /// Calls for several cuts may run at once.
+  void trace(const Cut& cut, const ScreenPlacement& placement,
+             std::vector<Segment>& segments) const;
 
  private:
   // An edge at which the surface is not continued: layers that cut it have an open end there.
@@ -32,8 +43,6 @@ class LayerContours {
   std::vector<OpenEdge> openEdges_;
   ZSweep triangleSweep_;
   ZSweep edgeSweep_;
-  std::vector<Segment> segments_;
-  std::vector<OpenEnd> ends_;
 };
 
 }  // namespace stiltforge::slicing

@@ -3,7 +3,9 @@
 #include <string>
 #include <utility>
 
+#include "runtime/worker_pool.h"
 #include "slicing/mask_runs.h"
+#include "slicing/overhang_channels.h"
 #include "slicing/screen_placement.h"
 #include "slicing/slicing_error.h"
 
@@ -40,11 +42,9 @@ const MaskSettings& checked(const MaskSettings& settings) {
 }  // namespace
 
 MaskSlicer::MaskSlicer(const MaskSettings& settings)
-    : settings_(checked(settings)),
-      filler_(static_cast<int>(settings.width), static_cast<int>(settings.height),
-              ChannelFalloff(settings.channels)) {}
+    : settings_(checked(settings)), falloff_(settings.channels) {}
 
-SliceInfo MaskSlicer::next(std::span<const uint8_t> mask, uint8_t* rgba) {
+void MaskSlicer::findMaterial(std::span<const uint8_t> mask, RunRows& material) const {
   if (mask.size() != maskBytes()) {
     throw SlicingError("The mask has " + std::to_string(mask.size()) + " bytes; " +
                        sizeText(settings_.maskWidth, settings_.maskHeight) +
@@ -53,8 +53,36 @@ SliceInfo MaskSlicer::next(std::span<const uint8_t> mask, uint8_t* rgba) {
   const std::size_t stride = settings_.maskWidth;
   findMaskRuns(mask.data() + settings_.cropY * stride + settings_.cropX, stride,
                static_cast<int>(settings_.width), static_cast<int>(settings_.height),
-               settings_.threshold, material_);
-  filler_.fill(material_, layers_ > 0 ? &below_ : nullptr, rgba);
+               settings_.threshold, material);
+}
+
+void MaskSlicer::next(std::span<const std::span<const uint8_t>> masks, std::span<Slice> slices) {
+  if (masks.size() != slices.size()) {
+    throw SlicingError("There are " + std::to_string(masks.size()) + " masks for " +
+                       std::to_string(slices.size()) + " slices; the numbers must be equal.");
+  }
+  if (slices.empty()) return;
+  workers::parallelFor(slices.size(), [&](std::size_t i) {
+    slices[i].width = static_cast<uint16_t>(settings_.width);
+    slices[i].height = static_cast<uint16_t>(settings_.height);
+    findMaterial(masks[i], slices[i].material);
+  });
+  workers::parallelFor(slices.size(), [&](std::size_t i) {
+    const RunRows* const below = i > 0 ? &slices[i - 1].material : layers_ > 0 ? &below_ : nullptr;
+    OverhangChannels(falloff_).fill(below, slices[i]);
+  });
+  material_ = slices.back().material;
+  std::swap(below_, material_);
+  layers_ += static_cast<uint32_t>(slices.size());
+}
+
+SliceInfo MaskSlicer::next(std::span<const uint8_t> mask, uint8_t* rgba) {
+  findMaterial(mask, material_);
+  if (!filler_) {
+    filler_.emplace(static_cast<int>(settings_.width), static_cast<int>(settings_.height),
+                    falloff_);
+  }
+  filler_->fill(material_, layers_ > 0 ? &below_ : nullptr, rgba);
   const SliceInfo info{material_.pixelCount(), (layers_ + 0.5) * settings_.channels.layerHeight};
   std::swap(below_, material_);
   ++layers_;

@@ -1,9 +1,13 @@
 #include "slicing/slicer.h"
 
+#include <algorithm>
 #include <cmath>
 #include <string>
 #include <utility>
 
+#include "runtime/worker_pool.h"
+#include "slicing/overhang_channels.h"
+#include "slicing/slice_rasterizer.h"
 #include "slicing/slicing_error.h"
 
 namespace stiltforge::slicing {
@@ -49,32 +53,70 @@ Slicer::Slicer(TriangleMesh mesh, const SlicerSettings& settings)
     : layerHeight_(settings.channels.layerHeight),
       layerCount_(countLayers(mesh.bounds, layerHeight_)),
       placement_(mesh.bounds, settings.screen),
-      rasterizer_(placement_.width, placement_.height),
-      filler_(placement_.width, placement_.height, ChannelFalloff(channelSettings(settings))) {
+      falloff_(channelSettings(settings)) {
   const MeshTopology topology(mesh);
   report_ = inspectMesh(mesh, topology);
   contours_ = LayerContours(std::move(mesh), topology);
 }
 
-void Slicer::rasterize(uint32_t index, RunRows& material) {
-  rasterizer_.rasterize(contours_.at(report_.bounds.min.z + heightOf(index), placement_), material);
+void Slicer::requireLayers(uint32_t first, std::size_t count) const {
+  if (first < layerCount_ && count <= layerCount_ - first) return;
+  throw SlicingError("There is no layer " + std::to_string(std::max(first, layerCount_)) +
+                     ": the model has " + std::to_string(layerCount_) + ", counted from 0.");
+}
+
+void Slicer::sweepTo(uint32_t index, LayerContours::Cut& cut) {
+  contours_.sweepTo(report_.bounds.min.z + heightOf(index), cut);
+}
+
+void Slicer::rasterize(const LayerContours::Cut& cut, RunRows& material) const {
+  std::vector<Segment> contours;
+  contours_.trace(cut, placement_, contours);
+  SliceRasterizer(placement_.width, placement_.height).rasterize(contours, material);
+}
+
+const RunRows* Slicer::materialBelow(uint32_t index) {
+  const bool isAtHand = lastIndex_ && *lastIndex_ + 1 == index;
+  lastIndex_.reset();
+  if (index == 0) return nullptr;
+  if (isAtHand) {
+    std::swap(below_, material_);
+  } else {
+    LayerContours::Cut cut;
+    sweepTo(index - 1, cut);
+    rasterize(cut, below_);
+  }
+  return &below_;
+}
+
+void Slicer::slice(uint32_t first, std::span<Slice> slices) {
+  requireLayers(first, slices.size());
+  if (slices.empty()) return;
+  const RunRows* const below = materialBelow(first);
+  cuts_.resize(std::max(cuts_.size(), slices.size()));
+  for (std::size_t i = 0; i < slices.size(); ++i) {
+    sweepTo(first + static_cast<uint32_t>(i), cuts_[i]);
+  }
+  workers::parallelFor(slices.size(), [&](std::size_t i) {
+    slices[i].width = static_cast<uint16_t>(placement_.width);
+    slices[i].height = static_cast<uint16_t>(placement_.height);
+    rasterize(cuts_[i], slices[i].material);
+  });
+  workers::parallelFor(slices.size(), [&](std::size_t i) {
+    OverhangChannels(falloff_).fill(i == 0 ? below : &slices[i - 1].material, slices[i]);
+  });
+  material_ = slices.back().material;
+  lastIndex_ = first + static_cast<uint32_t>(slices.size()) - 1;
 }
 
 SliceInfo Slicer::slice(uint32_t index, uint8_t* rgba) {
-  if (index >= layerCount_) {
-    throw SlicingError("There is no layer " + std::to_string(index) + ": the model has " +
-                       std::to_string(layerCount_) + ", counted from 0.");
-  }
-  if (index > 0) {
-    if (lastIndex_ == index - 1) {
-      std::swap(below_, material_);
-    } else {
-      rasterize(index - 1, below_);
-    }
-  }
-  lastIndex_.reset();
-  rasterize(index, material_);
-  filler_.fill(material_, index > 0 ? &below_ : nullptr, rgba);
+  requireLayers(index, 1);
+  const RunRows* const below = materialBelow(index);
+  LayerContours::Cut cut;
+  sweepTo(index, cut);
+  rasterize(cut, material_);
+  if (!filler_) filler_.emplace(placement_.width, placement_.height, falloff_);
+  filler_->fill(material_, below, rgba);
   lastIndex_ = index;
   return {material_.pixelCount(), heightOf(index)};
 }

@@ -1,16 +1,19 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <span>
+#include <vector>
 
 #include "analysis/run_rows.h"
+#include "analysis/slice.h"
+#include "slicing/channel_falloff.h"
 #include "slicing/channel_filler.h"
 #include "slicing/layer_contours.h"
 #include "slicing/mesh_report.h"
 #include "slicing/screen_placement.h"
 #include "slicing/slice_info.h"
-#include "slicing/slice_rasterizer.h"
 
 namespace stiltforge::slicing {
 
@@ -23,41 +26,54 @@ struct SlicerSettings {
   ChannelSettings channels;
 };
 
-/// Cuts a triangle mesh into RGBA slices, bottom first.
+/// Cuts a triangle mesh into slices, bottom first.
 ///
 /// Layer i is cut through its middle, (i + 0.5) * layerHeight above the model's lowest point, which
 /// stands on the plate. The last layer is the last whose middle lies below the model's highest
-/// point. The same mesh and settings give the same bytes on every platform and in any order of
-/// layers.
+/// point. The same mesh and settings give the same slices on every platform, in any order of
+/// layers and for any number of workers. One call at a time.
 class Slicer {
  public:
   /// positions: nine floats a triangle, mm, see TriangleMesh. Throws SlicingError when the mesh or
   /// a setting cannot be sliced: what is wrong, by how much, and what to do.
   Slicer(std::span<const float> positions, const SlicerSettings& settings);
+  Slicer(const Slicer&) = delete;
+  Slicer& operator=(const Slicer&) = delete;
 
   uint32_t layerCount() const { return layerCount_; }
   const ScreenPlacement& placement() const { return placement_; }
   const MeshReport& report() const { return report_; }
 
-  /// Writes layer `index`, below layerCount, into width * height * 4 bytes; see ChannelFiller for
-  /// the pixels. Ascending calls are cheapest: other orders compute the layer below anew. One call
-  /// at a time.
+  /// mm above the plate: the middle of the layer.
+  double heightOf(uint32_t index) const { return (index + 0.5) * layerHeight_; }
+
+  /// Replaces slices[i] by layer first + i, all of them below layerCount, or it throws
+  /// SlicingError. The layers are spread over the worker pool: a few for each worker are enough to
+  /// keep all busy. Needs memory for the contours of these layers, none for the screen's pixels.
+  /// Calls that go on where the last ended are cheapest.
+  void slice(uint32_t first, std::span<Slice> slices);
+
+  /// The same layer as a picture: writes layer `index`, below layerCount, into width * height * 4
+  /// bytes; see ChannelFiller for the pixels.
   SliceInfo slice(uint32_t index, uint8_t* rgba);
 
  private:
   Slicer(TriangleMesh mesh, const SlicerSettings& settings);
 
-  double heightOf(uint32_t index) const { return (index + 0.5) * layerHeight_; }
-  void rasterize(uint32_t index, RunRows& material);
+  void requireLayers(uint32_t first, std::size_t count) const;
+  const RunRows* materialBelow(uint32_t index);
+  void sweepTo(uint32_t index, LayerContours::Cut& cut);
+  void rasterize(const LayerContours::Cut& cut, RunRows& material) const;
 
   double layerHeight_;
   uint32_t layerCount_;
   ScreenPlacement placement_;
   MeshReport report_;
+  ChannelFalloff falloff_;
   LayerContours contours_;
-  SliceRasterizer rasterizer_;
-  ChannelFiller filler_;
-  RunRows material_;  // of the layer last sliced
+  std::vector<LayerContours::Cut> cuts_;
+  std::optional<ChannelFiller> filler_;  // made for the first picture
+  RunRows material_;                     // of the layer last sliced
   std::optional<uint32_t> lastIndex_;
   RunRows below_;
 };

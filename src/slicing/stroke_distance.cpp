@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cstring>
 
+#include "slicing/contour_pixels.h"
+
 namespace stiltforge::slicing {
 
 namespace {
@@ -44,33 +46,7 @@ StrokeDistance::StrokeDistance(int width, int radius)
 
 void StrokeDistance::begin(const RunRows& material) {
   material_ = &material;
-  findContours();
-}
-
-void StrokeDistance::findContours() {
-  contours_.clear();
-  for (int y = 0; y < material_->height(); ++y) {
-    // Columns with material both above and below.
-    covered_.clear();
-    std::span<const Run> upper = material_->row(y - 1);
-    std::span<const Run> lower = material_->row(y + 1);
-    while (!upper.empty() && !lower.empty()) {
-      const int32_t begin = std::max(upper.front().begin, lower.front().begin);
-      const int32_t end = std::min(upper.front().end, lower.front().end);
-      if (begin < end)
-        covered_.push_back({static_cast<uint16_t>(begin), static_cast<uint16_t>(end)});
-      std::span<const Run>& first = upper.front().end < lower.front().end ? upper : lower;
-      first = first.subspan(1);
-    }
-    std::span<const Run> covered = covered_;
-    for (const Run& run : material_->row(y)) {
-      contours_.add(run.begin, run.begin + 1);
-      forEachUncovered(run, covered,
-                       [this](int32_t begin, int32_t end) { contours_.add(begin, end); });
-      contours_.add(run.end - 1, run.end);
-    }
-    contours_.endRow();
-  }
+  findContourPixels(material, contours_);
 }
 
 void StrokeDistance::measureDownwards(int firstRow) {

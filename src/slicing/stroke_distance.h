@@ -10,8 +10,7 @@ namespace stiltforge::slicing {
 
 /// Squared distances of material pixels to the nearest contour pixel, as far as a radius reaches.
 ///
-/// A contour pixel is a material pixel with a background pixel, or the picture's border, on at
-/// least one of its four sides. Distances are exact and Euclidean, between pixel centres.
+/// Distances are exact and Euclidean, between pixel centres; see findContourPixels for the contour.
 ///
 /// Two passes after Meijster, Roerdink and Hesselink, "A general algorithm for computing distance
 /// transforms in linear time" (2000): distances along the columns first, their minimum along each
@@ -38,7 +37,6 @@ class StrokeDistance {
   const std::vector<int32_t>& distances() const { return squared_; }
 
  private:
-  void findContours();
   void measureDownwards(int firstRow);
   void measureRun(Run run);
   template <class Squared>
@@ -50,7 +48,6 @@ class StrokeDistance {
   const RunRows* material_ = nullptr;
 
   RunRows contours_;
-  std::vector<Run> covered_;
 
   // Distance to the next contour pixel down the column, for a strip of rows at a time: computed
   // from below, needed from above.

@@ -24,7 +24,8 @@ class Filled {
   Filled(const MaskPicture& mask, const ChannelFalloff& falloff)
       : width_(static_cast<int>(mask[0].size())),
         height_(static_cast<int>(mask.size())),
-        filler_(width_, height_, falloff) {}
+        falloff_(falloff),
+        filler_(width_, height_, falloff_) {}
 
   std::vector<uint8_t> fill(const MaskPicture& material, const MaskPicture& below) {
     std::vector<uint8_t> rgba(
@@ -37,35 +38,9 @@ class Filled {
  private:
   int width_;
   int height_;
+  ChannelFalloff falloff_;
   ChannelFiller filler_;
 };
-
-MaskPicture noise(std::mt19937& random, std::size_t width, std::size_t height, double density) {
-  std::bernoulli_distribution solid(density);
-  MaskPicture mask(height, std::string(width, '.'));
-  for (std::string& row : mask) {
-    for (char& pixel : row) pixel = solid(random) ? '#' : '.';
-  }
-  return mask;
-}
-
-MaskPicture discs(std::mt19937& random, std::size_t width, std::size_t height, int count) {
-  MaskPicture mask(height, std::string(width, '.'));
-  for (int i = 0; i < count; ++i) {
-    const double x = static_cast<double>(random() % width);
-    const double y = static_cast<double>(random() % height);
-    const double r = static_cast<double>(random() % 40);
-    const bool hole = i % 4 == 3;
-    for (std::size_t row = 0; row < height; ++row) {
-      for (std::size_t column = 0; column < width; ++column) {
-        const double dx = static_cast<double>(column) - x;
-        const double dy = static_cast<double>(row) - y;
-        if (dx * dx + dy * dy <= r * r) mask[row][column] = hole ? '.' : '#';
-      }
-    }
-  }
-  return mask;
-}
 
 TEST(ChannelFiller, WritesBackgroundAsOpaqueBlack) {
   const MaskPicture mask{"..", ".."};

@@ -41,17 +41,6 @@ uint8_t valueOfNearest(const std::vector<Pixel>& sites, int64_t x, int64_t y,
 
 }  // namespace
 
-RunRows runsOf(const MaskPicture& mask) {
-  RunRows runs;
-  for (const std::string& row : mask) {
-    for (int32_t x = 0; x < static_cast<int32_t>(row.size()); ++x) {
-      if (row[static_cast<std::size_t>(x)] == '#') runs.add(x, x + 1);
-    }
-    runs.endRow();
-  }
-  return runs;
-}
-
 std::vector<uint8_t> plainChannels(const MaskPicture& material, const MaskPicture& below,
                                    const ChannelFalloff& falloff) {
   const auto contour = pixelsThat(material, [&](int64_t x, int64_t y) {
