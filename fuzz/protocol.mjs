@@ -1,5 +1,5 @@
-// Plays random sequences of the five functions in child processes: random arguments, timing, worker
-// threads, ways to end. A child that crashes, hangs or breaks a promise of the module ends the run.
+// Plays random sequences of the five functions and of the binding's objects in child processes: random
+// arguments, timing, worker threads, ways to end. A child that crashes, hangs or breaks a promise of the module ends the run.
 //
 //   node fuzz/protocol.mjs [--seconds 60] [--seed 1]
 //

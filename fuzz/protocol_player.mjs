@@ -3,9 +3,17 @@
 import { createHash } from 'node:crypto';
 import { setTimeout as sleep } from 'node:timers/promises';
 import { fileURLToPath } from 'node:url';
+import { setFlagsFromString } from 'node:v8';
+import { runInNewContext } from 'node:vm';
 import { isMainThread, threadId, Worker, workerData } from 'node:worker_threads';
 import stiltforge from '../packages/stiltforge/index.mjs';
+import { loadBinary } from '../packages/stiltforge/load.cjs';
 import { parameters, slice } from '../packages/stiltforge/test/harness.mjs';
+
+const { Slicer, MaskSlicer } = loadBinary('binding.node');
+
+setFlagsFromString('--expose-gc');
+const collectGarbage = runInNewContext('gc');
 
 const seed = isMainThread ? Number(process.argv[2]) : workerData;
 
@@ -182,7 +190,115 @@ function startJob(kind, name, ...args) {
   if (!attempt(name, ...args, given)) waiting.splice(waiting.indexOf(job), 1);
 }
 
+const slicers = []; // { slicer, layers, bytes, materialPixels } of boxes that fill their slices
+const maskSlicers = [];
+let promised = 0; // slices whose promises have not settled
+
+/** Takes the host's memory away, or changes it, while a job may be at work on it. */
+function mistreat(buffer) {
+  try {
+    pick(
+      () => {},
+      () => buffer.resize(below(buffer.byteLength + 1)),
+      () => structuredClone(buffer, { transfer: [buffer] }),
+      () => new Uint8Array(buffer).fill(below(256)),
+    )();
+  } catch (error) {
+    if (!(error instanceof TypeError || error.name === 'DataCloneError')) throw error;
+  }
+  if (chance(0.05)) collectGarbage();
+}
+
+function randomBuffer(bytes) {
+  return pick(
+    () => new ArrayBuffer(bytes),
+    () => new ArrayBuffer(bytes, { maxByteLength: bytes + below(2) * 5000 }),
+    () => new ArrayBuffer(bytes + pick(-1, 1, 1000)),
+    () => new SharedArrayBuffer(bytes),
+  )();
+}
+
+async function watch(name, promise, { bytes, materialPixels }) {
+  promised += 1;
+  calls += 1;
+  try {
+    const slice = await promise;
+    if (slice.pixels.byteLength !== bytes) fail(`${name} gave pixels of the wrong size`);
+    const found = new Uint8Array(slice.pixels).reduce(
+      (count, byte, i) => count + (i % 4 === 0 && byte === 255 ? 1 : 0),
+      0,
+    );
+    const expected = materialPixels ?? slice.materialPixels;
+    if (found !== expected || found !== slice.materialPixels) fail(`${name} gave a wrong slice`);
+  } catch (error) {
+    if (!(error instanceof Error) || error.message === '') fail(`${name} gave ${String(error)}`);
+  } finally {
+    promised -= 1;
+  }
+}
+
+function boxCorners(width, depth, height) {
+  const corner = (i) => [i & 1 ? width : 0, i & 2 ? depth : 0, i & 4 ? height : 0];
+  const faces = [0x0231, 0x4576, 0x0154, 0x2673, 0x0462, 0x1375].map((digits) =>
+    [12, 8, 4, 0].map((shift) => (digits >> shift) & 7),
+  );
+  const triangles = faces.flatMap(([a, b, c, d]) => [a, b, c, a, c, d]);
+  return new Float32Array(triangles.flatMap(corner));
+}
+
+function startSlicer() {
+  // Even, so that a box in the middle of the screen covers whole pixels.
+  const [width, depth, layers] = [2 + 2 * below(30), 2 + 2 * below(30), 1 + below(30)];
+  const options = {
+    positions: boxCorners(width, depth, layers),
+    layerHeight: 1,
+    pixelSize: 1,
+    screenWidth: 100,
+    screenHeight: 100,
+  };
+  const usual = chance(0.7);
+  if (!usual) options[pick(...Object.keys(options))] = pick(...oddNumbers, ...oddValues);
+  const bytes = 4 * width * depth;
+  try {
+    const slicer = new Slicer(options);
+    if (usual) slicers.push({ slicer, layers, bytes, materialPixels: width * depth });
+  } catch (error) {
+    if (usual || !(error instanceof Error) || error.message === '') fail(`Slicer threw ${error}`);
+  }
+}
+
+function startSlice() {
+  if (slicers.length === 0) return;
+  const box = slicers[below(slicers.length)];
+  const layer = chance(0.9) ? below(box.layers) : pick(...oddNumbers, ...oddValues);
+  const recycled = chance(0.5) ? undefined : chance(0.9) ? randomBuffer(box.bytes) : 'text';
+  watch('Slicer.slice', box.slicer.slice(layer, recycled), box);
+  if (typeof recycled === 'object') mistreat(recycled);
+}
+
+function startMaskSlicer() {
+  const [maskWidth, maskHeight] = [1 + below(60), 1 + below(60)];
+  const options = { maskWidth, maskHeight, layerHeight: 1, pixelSize: 1 };
+  maskSlicers.push({ slicer: new MaskSlicer(options), pixels: maskWidth * maskHeight });
+}
+
+function startMask() {
+  if (maskSlicers.length === 0) return;
+  const { slicer, pixels } = maskSlicers[below(maskSlicers.length)];
+  const buffer = randomBuffer(pixels);
+  const mask = new Uint8Array(buffer).fill(pick(0, 127, 255));
+  const recycled = chance(0.5) ? undefined : pick(buffer, randomBuffer(4 * pixels));
+  const materialPixels = mask[0] === 255 ? pixels : 0;
+  const given = chance(0.95) ? mask : pick(buffer, ...oddValues);
+  watch('MaskSlicer.next', slicer.next(given, recycled), { bytes: 4 * pixels, materialPixels });
+  mistreat(buffer);
+}
+
 const actions = [
+  [2, startSlicer],
+  [6, startSlice],
+  [1, startMaskSlicer],
+  [4, startMask],
   [3, startModel],
   [10, () => startJob('slice', 'AnalyseSlice', randomSlice(), index())],
   [4, () => startJob('group', 'GroupToBitmap', index(), index())],
@@ -224,7 +340,7 @@ function step() {
 }
 
 async function drain() {
-  while (waiting.length > 0) await sleep(1);
+  while (waiting.length > 0 || promised > 0) await sleep(1);
 }
 
 // A fixed model, to be compared before and after.

@@ -11,7 +11,7 @@ const jobs = String(availableParallelism());
 const parts = {
   asan: 'C++ tests under the address, undefined behaviour and leak sanitizers',
   tsan: 'C++ tests under the thread sanitizer',
-  node: 'JavaScript tests of packages/stiltforge against addons built with the address sanitizer',
+  node: 'JavaScript tests and random calls against binaries built with the address sanitizer',
 };
 
 const { values, positionals } = parseArgs({
@@ -84,15 +84,15 @@ function runJavaScriptTests() {
     ASAN_OPTIONS: 'detect_leaks=0:quarantine_size_mb=8',
     UBSAN_OPTIONS: 'print_stacktrace=1',
   };
-  return run(
-    env,
-    process.execPath,
-    '--test',
-    `--test-concurrency=${jobs}`,
-    ...readdirSync(`${root}packages/stiltforge/test`)
+  const files = ['packages/stiltforge/test', 'tests/binding'].flatMap((folder) =>
+    readdirSync(root + folder)
       .filter((name) => name.endsWith('.test.mjs'))
-      .map((name) => `packages/stiltforge/test/${name}`),
+      .map((name) => `${folder}/${name}`),
   );
+  return [
+    () => run(env, process.execPath, '--test', `--test-concurrency=${jobs}`, ...files),
+    () => run(env, process.execPath, 'fuzz/protocol.mjs', '--seconds', '30'),
+  ].every((step) => step());
 }
 
 const runners = {

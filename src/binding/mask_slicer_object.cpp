@@ -2,11 +2,13 @@
 
 #include <cstdint>
 #include <new>
-#include <span>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "binding/options.h"
 #include "binding/rejection.h"
+#include "binding/slice_job.h"
 #include "slicing/slicing_error.h"
 
 namespace stiltforge::binding {
@@ -30,6 +32,15 @@ slicing::MaskSettings readSettings(Napi::Env env, const Options& options) {
   settings.channels = options.channels();
   settings.channels.pixelSize = options.number("pixelSize");
   return settings;
+}
+
+std::vector<uint8_t> copyOf(const Napi::Uint8Array& mask) {
+  try {
+    return {mask.Data(), mask.Data() + mask.ElementLength()};
+  } catch (const std::bad_alloc&) {
+    throw Napi::Error::New(mask.Env(), "There is not enough memory for a copy of the mask (" +
+                                           std::to_string(mask.ElementLength()) + " bytes).");
+  }
 }
 
 }  // namespace
@@ -69,12 +80,12 @@ Napi::Value MaskSlicerObject::next(const Napi::CallbackInfo& info) {
                                            " bytes; " + std::to_string(slicer_->maskBytes()) +
                                            " are needed, one for each pixel.");
     }
-    Napi::ArrayBuffer pixels = pixelBuffer(env, info[1], width_, height_);
-    const std::span<const uint8_t> grey(mask.Data(), mask.ElementLength());
-    return queue_.add(info.This().As<Napi::Object>(), pixels, mask,
-                      [slicer = slicer_.get(), grey, rgba = static_cast<uint8_t*>(pixels.Data())] {
-                        return slicer->next(grey, rgba);
-                      });
+    // A mask that the host transfers, shrinks or changes after this call is not read any more.
+    auto fill = [slicer = slicer_.get(), grey = copyOf(mask)](uint8_t* rgba) {
+      return slicer->next(grey, rgba);
+    };
+    return queue_.add(info.This().As<Napi::Object>(),
+                      std::make_unique<SliceJob>(env, width_, height_, info[1], std::move(fill)));
   });
 }
 

@@ -3,12 +3,14 @@
 
 #include <napi.h>
 
+#include "binding/array_buffer.h"
 #include "binding/mask_slicer_object.h"
 #include "binding/slicer_object.h"
 
 namespace {
 
 Napi::Object initialize(Napi::Env env, Napi::Object exports) {
+  stiltforge::binding::keepArrayBufferFunctions(env);
   exports.Set("Slicer", stiltforge::binding::SlicerObject::define(env));
   exports.Set("MaskSlicer", stiltforge::binding::MaskSlicerObject::define(env));
   return exports;

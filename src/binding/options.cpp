@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstddef>
 #include <string>
 
 #include "slicing/slicing_error.h"
@@ -87,36 +86,6 @@ slicing::ChannelSettings Options::channels() const {
   settings.inset = optionalNumber("inset").value_or(settings.inset);
   settings.fullOverhang = optionalNumber("fullOverhang");
   return settings;
-}
-
-Napi::ArrayBuffer pixelBuffer(Napi::Env env, Napi::Value recycled, int width, int height) {
-  const std::size_t bytes = static_cast<std::size_t>(width) * static_cast<std::size_t>(height) * 4;
-  if (!recycled.IsUndefined()) {
-    if (!recycled.IsArrayBuffer()) {
-      throw Napi::TypeError::New(env, "The buffer to fill must be an ArrayBuffer.");
-    }
-    Napi::ArrayBuffer buffer = recycled.As<Napi::ArrayBuffer>();
-    if (buffer.ByteLength() != bytes) {
-      throw Napi::RangeError::New(env, "The buffer to fill has " +
-                                           std::to_string(buffer.ByteLength()) + " bytes; " +
-                                           std::to_string(bytes) + " are needed.");
-    }
-    return buffer;
-  }
-  // The language's own constructor throws where Node-API's ends the process for want of memory.
-  Napi::Value buffer;
-  try {
-    buffer = env.Global()
-                 .Get("ArrayBuffer")
-                 .As<Napi::Function>()
-                 .New({Napi::Number::New(env, static_cast<double>(bytes))});
-  } catch (const Napi::Error&) {
-    throw Napi::Error::New(env, "There is not enough memory for a slice of " +
-                                    std::to_string(width) + " x " + std::to_string(height) +
-                                    " pixels (" + std::to_string(bytes) +
-                                    " bytes). Choose larger pixels or a smaller model.");
-  }
-  return buffer.As<Napi::ArrayBuffer>();
 }
 
 }  // namespace stiltforge::binding

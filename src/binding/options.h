@@ -30,8 +30,4 @@ class Options {
   Napi::Object object_;
 };
 
-/// The pixels of a slice: the host's buffer, if it handed one in to be filled again, or a new one.
-/// Throws an Error that says what to do when the buffer does not fit or there is no memory for one.
-Napi::ArrayBuffer pixelBuffer(Napi::Env env, Napi::Value recycled, int width, int height);
-
 }  // namespace stiltforge::binding

@@ -7,6 +7,7 @@
 
 #include "binding/options.h"
 #include "binding/rejection.h"
+#include "binding/slice_job.h"
 #include "slicing/slicing_error.h"
 
 namespace stiltforge::binding {
@@ -117,11 +118,11 @@ Napi::Value SlicerObject::slice(const Napi::CallbackInfo& info) {
                                            slicing::numberText(last) + ".");
     }
     const slicing::ScreenPlacement& placement = slicer_->placement();
-    Napi::ArrayBuffer pixels = pixelBuffer(env, info[1], placement.width, placement.height);
+    const auto fill = [slicer = slicer_.get(), layer = static_cast<uint32_t>(index)](
+                          uint8_t* rgba) { return slicer->slice(layer, rgba); };
     return queue_.add(
-        info.This().As<Napi::Object>(), pixels, env.Undefined(),
-        [slicer = slicer_.get(), layer = static_cast<uint32_t>(index),
-         rgba = static_cast<uint8_t*>(pixels.Data())] { return slicer->slice(layer, rgba); });
+        info.This().As<Napi::Object>(),
+        std::make_unique<SliceJob>(env, placement.width, placement.height, info[1], fill));
   });
 }
 

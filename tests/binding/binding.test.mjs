@@ -2,30 +2,9 @@
 import assert from 'node:assert/strict';
 import { test } from 'node:test';
 import { isMainThread, parentPort, Worker } from 'node:worker_threads';
-import { loadBinary } from 'stiltforge/load';
+import { binding, boxOptions } from './harness.mjs';
 
-const { Slicer, MaskSlicer } = loadBinary('binding.node');
-
-// A box of whole millimetres on a screen of 1 mm pixels.
-function boxOptions(width = 4, depth = 2, height = 3) {
-  const corner = (i) => [i & 1 ? width : 0, i & 2 ? depth : 0, i & 4 ? height : 0];
-  const faces = [
-    [0, 2, 3, 1],
-    [4, 5, 7, 6],
-    [0, 1, 5, 4],
-    [2, 6, 7, 3],
-    [0, 4, 6, 2],
-    [1, 3, 7, 5],
-  ];
-  const triangles = faces.flatMap(([a, b, c, d]) => [a, b, c, a, c, d]);
-  return {
-    positions: new Float32Array(triangles.flatMap(corner)),
-    layerHeight: 1,
-    pixelSize: 1,
-    screenWidth: 600,
-    screenHeight: 400,
-  };
-}
+const { Slicer, MaskSlicer } = binding;
 
 if (isMainThread) {
   test('tells layers, crop, origin and the mesh report', () => {
@@ -66,14 +45,6 @@ if (isMainThread) {
     assert.deepEqual([...new Uint8Array(pixels, 0, 4)], [255, 255, 255, 255]);
     assert.equal(materialPixels, 8);
     assert.equal(z, 1.5);
-  });
-
-  test('fills a recycled buffer in place', async () => {
-    const slicer = new Slicer(boxOptions());
-    const recycled = new ArrayBuffer(4 * 2 * 4);
-    const { pixels } = await slicer.slice(0, recycled);
-    assert.equal(pixels, recycled);
-    assert.equal(new Uint8Array(recycled)[0], 255);
   });
 
   test('runs calls in their order, any order of layers with the same bytes', async () => {
@@ -130,8 +101,9 @@ if (isMainThread) {
     await assert.rejects(slicer.slice(0, new ArrayBuffer(31)), {
       message: 'The buffer to fill has 31 bytes; 32 are needed.',
     });
-    await assert.rejects(slicer.slice(0, new Uint8Array(32)), { name: 'TypeError' });
-    await assert.rejects(slicer.slice(0, new SharedArrayBuffer(32)), { name: 'TypeError' });
+    await assert.rejects(slicer.slice(0, new Uint8Array(32)), {
+      message: 'The buffer to fill must be an ArrayBuffer.',
+    });
   });
 
   test('makes slices of masks', async () => {

@@ -101,11 +101,11 @@ export interface Slicer {
   readonly report: MeshReport;
   /**
    * A layer, counted from 0 at the plate. Calls run one after the other; any order of layers gives
-   * the same bytes, ascending is fastest. `recycled`, of exactly width * height * 4 bytes, is filled
-   * and handed back instead of a new buffer; it must be left alone until then.
+   * the same bytes, ascending is fastest. `recycled`, of exactly width * height * 4 bytes, is
+   * transferred: it is detached by the call, and its memory comes back as the slice's pixels.
    *
-   * Rejects with a TypeError or a RangeError when the layer or the buffer is not one, with an Error
-   * when there is not enough memory.
+   * Rejects with a TypeError or a RangeError when there is no such layer or the buffer does not fit,
+   * with a DataCloneError when it can't be transferred, with an Error when there is not enough memory.
    */
   slice(index: number, recycled?: ArrayBuffer): Promise<Slice>;
 }
@@ -128,8 +128,8 @@ export interface MaskSlicerOptions extends ChannelOptions {
 export interface MaskSlicer {
   /**
    * The next layer up, the first call the one on the plate. mask: maskWidth * maskHeight grey bytes,
-   * row by row. It and `recycled` (see Slicer.slice) must be left alone until the promise settles. A
-   * layer that is rejected, for the reasons of Slicer.slice, counts as none.
+   * row by row, copied by the call; for `recycled` see Slicer.slice. A layer that is rejected, for the
+   * reasons of Slicer.slice, counts as none.
    */
   next(mask: Uint8Array, recycled?: ArrayBuffer): Promise<Slice>;
 }

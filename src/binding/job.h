@@ -1,0 +1,48 @@
+#pragma once
+
+#include <napi.h>
+
+#include <functional>
+#include <memory>
+#include <string>
+
+namespace stiltforge::binding {
+
+/// Work of a promise, done on one of Node's worker threads. The host's memory and JavaScript are
+/// out of its reach there: whatever it reads is copied before it starts, whatever it makes is
+/// handed over when it is done.
+class Job {
+ public:
+  explicit Job(Napi::Env env) : env_(env) {}
+  virtual ~Job();
+  Job(const Job&) = delete;
+  Job& operator=(const Job&) = delete;
+
+  /// The promise that the job settles; made once, before the start.
+  Napi::Promise promise();
+  /// Starts the job, which then owns itself. `ended` runs on the environment's own thread when the
+  /// promise is settled, unless the environment shuts down before.
+  static void start(std::unique_ptr<Job> job, std::function<void()> ended);
+
+ protected:
+  /// Runs on a worker thread. What it throws becomes the promise's rejection.
+  virtual void work() = 0;
+  /// What the promise resolves to, asked for after work() on the environment's own thread. Plain
+  /// Node-API calls only: when the environment shuts down each of them fails, and so does this.
+  virtual napi_status result(napi_env env, napi_value* value) = 0;
+  /// The sentence of the rejection when memory runs out.
+  virtual const char* withoutMemory() const = 0;
+
+ private:
+  static void run(napi_env env, void* data);
+  static void complete(napi_env env, napi_status status, void* data);
+  bool settle(napi_env env);
+
+  napi_env env_;
+  napi_deferred deferred_ = nullptr;
+  napi_async_work asyncWork_ = nullptr;
+  std::function<void()> ended_;
+  std::string error_;
+};
+
+}  // namespace stiltforge::binding
