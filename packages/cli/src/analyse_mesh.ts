@@ -30,8 +30,7 @@ import { version } from './version.js';
 /** Pixels left free around the model, so that its contour is one on all sides. */
 const margin = 2;
 
-/** Every picture that a run without --inspect may write. */
-const pictureNames = ['part.png', 'part_from_below.png', ...slicePictureNames];
+const inspectFolder = 'inspect';
 
 export interface GroupToInspect {
   layer: number;
@@ -47,6 +46,8 @@ export interface Job {
   support: SupportSettings;
   /** Folder for the outputs; made when missing. */
   folder: string;
+  /** Overwrite files that stand in the way and were not written by an earlier run. */
+  force?: boolean;
   pictures: boolean;
   inspect: readonly GroupToInspect[];
   /** Bytes that the run may take; what the machine has unless set. */
@@ -70,12 +71,16 @@ export async function analyseMesh(job: Job, watcher: JobWatcher): Promise<Summar
   requireLayers(job, slicer.layerCount);
   const parameters = analysisParameters(job.print, job.support, slicer);
   requireMemory(parameters, slicer.report.triangles, job.pictures, job.memory);
-  const folder = await OutputFolder.open(job.folder);
+  const folder = OutputFolder.open(job.folder, {
+    expected: expectedFiles(job),
+    force: job.force ?? false,
+  });
   const discard = (): void => folder.discard();
   process.once('exit', discard);
   try {
     const summary = await writeOutputs(job, watcher, slicer, parameters, folder);
-    await folder.commit();
+    // What was inspected stays: it was asked for one by one.
+    folder.commit((name) => name.startsWith(`${inspectFolder}/`));
     const seconds = (performance.now() - started) / 1000;
     return { ...summary, seconds, peakMemory: 1024 * process.resourceUsage().maxRSS };
   } catch (error) {
@@ -101,6 +106,19 @@ function makeSlicer({ name, mesh, print, support }: Job): Slicer {
   } catch (error) {
     throw new UserError(ExitCode.mesh, `${name}: ${messageOf(error)}`, { cause: error });
   }
+}
+
+function expectedFiles({ pictures, inspect }: Job): string[] {
+  return [
+    'supports.json',
+    'points.csv',
+    ...(pictures ? ['part.png', 'part_from_below.png', ...slicePictureNames] : []),
+    ...inspect.map((group) => `${inspectName(group)}.png`),
+  ];
+}
+
+function inspectName({ layer, region }: GroupToInspect): string {
+  return `${inspectFolder}/layer_${String(layer).padStart(5, '0')}_region_${region}`;
 }
 
 /** A wrong layer is told at once, not when the whole model is analysed. */
@@ -186,7 +204,6 @@ async function writeOutputs(
   };
   await folder.write('supports.json', supportsJson(document));
   await folder.write('points.csv', pointsCsv(supports));
-  folder.retire(pictureNames);
   if (job.pictures) {
     await writePartPictures(job, supports, folder, signal);
     for (const { name, png } of await slicePictures(slicer, parameters, tally, print, signal)) {
@@ -225,11 +242,12 @@ function emptySlices({ name, print }: Job, { report }: Slicer): UserError {
 
 async function writeGroup(
   job: Job,
-  { layer, region }: GroupToInspect,
+  group: GroupToInspect,
   analysis: Analysis,
   folder: OutputFolder,
 ): Promise<void> {
-  const name = `inspect/layer_${String(layer).padStart(5, '0')}_region_${region}`;
+  const { layer, region } = group;
+  const name = inspectName(group);
   let pictures: Awaited<ReturnType<typeof groupPictures>>;
   try {
     pictures = await groupPictures(analysis, layer, region);

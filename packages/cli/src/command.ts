@@ -12,6 +12,7 @@ import { version } from './version.js';
 
 interface Options {
   out?: string;
+  force: boolean;
   layerHeight: number;
   pixelSize: number;
   screen: [width: number, height: number];
@@ -49,7 +50,8 @@ function buildCommand(run: (meshFile: string, options: Options) => Promise<void>
   return new Command('stiltforge')
     .description('Finds where a part needs supports when it is printed in resin.')
     .argument('<mesh>', 'the part: an STL (binary or text), OBJ, PLY or 3MF file, z up')
-    .option('-o, --out <folder>', 'folder for the results (default: "<mesh>-supports")')
+    .option('-o, --out <folder>', 'folder for the results (default: "<mesh>-supports")', folderName)
+    .option('--force', 'overwrite files there that stiltforge did not write', false)
     .option('--layer-height <mm>', 'height of a layer', positive, defaultPrint.layerHeight)
     .option('--pixel-size <mm>', 'side of a pixel of the screen', positive, defaultPrint.pixelSize)
     .addOption(
@@ -156,6 +158,7 @@ async function analyse(meshFile: string, options: Options): Promise<void> {
         print,
         support,
         folder: options.out ?? `${basename(meshFile, extname(meshFile))}-supports`,
+        force: options.force,
         pictures: options.pictures,
         inspect: options.inspect,
         memory: options.memory === undefined ? undefined : 1e9 * options.memory,
@@ -203,6 +206,11 @@ export async function untilInterrupted<T>(work: (signal: AbortSignal) => Promise
   } finally {
     process.off('SIGINT', interrupt).off('SIGTERM', interrupt);
   }
+}
+
+function folderName(text: string): string {
+  if (text.trim() === '') throw new InvalidArgumentError('It must be the name of a folder.');
+  return text;
 }
 
 /** Digits with a decimal point, if any: no other notation, so that "0x10" or "5e" is no length. */

@@ -26,6 +26,7 @@ const summary = await untilInterrupted((signal) =>
       print: defaultPrint,
       support: defaultSupport,
       folder: 'out/demo',
+      force: true,
       pictures: true,
       inspect: [],
     },

@@ -3,7 +3,7 @@ import { closeSync, existsSync, openSync } from 'node:fs';
 import { access, constants, readdir, readFile, writeFile } from 'node:fs/promises';
 import { join } from 'node:path';
 import { test } from 'node:test';
-import { start, stiltforge, temporaryFolder } from './harness.mjs';
+import { outputNames, start, stiltforge, temporaryFolder } from './harness.mjs';
 import { binaryStl, box, table } from './meshes.mjs';
 
 test('--help explains the command, its options and its exit codes', async () => {
@@ -140,7 +140,7 @@ test('standard output that cannot be written exits with 4 and says so', {
   const { code, err } = await start(words, { cwd: folder, stdout }).done;
   assert.equal(code, 4);
   assert.match(err, /^stiltforge: standard output can't be written \(ENOSPC/);
-  assert.deepEqual((await readdir(join(folder, 'cube-supports'))).sort(), [
+  assert.deepEqual(await outputNames(join(folder, 'cube-supports')), [
     'points.csv',
     'supports.json',
   ]);

@@ -1,8 +1,8 @@
 import assert from 'node:assert/strict';
-import { readdir, readFile, writeFile } from 'node:fs/promises';
+import { readFile, writeFile } from 'node:fs/promises';
 import { join } from 'node:path';
 import { test } from 'node:test';
-import { stiltforge, temporaryFolder } from './harness.mjs';
+import { outputNames, stiltforge, temporaryFolder } from './harness.mjs';
 import { binaryStl, box, footAndIsland, footAndSpike } from './meshes.mjs';
 
 const coarse = ['--pixel-size', '0.1', '--layer-height', '0.1', '--screen', '200x150', '-q'];
@@ -79,7 +79,7 @@ test('--inset reaches the slices', async (t) => {
 
 test('--no-pictures draws none', async (t) => {
   const { outputs } = await analysed(t, footAndIsland());
-  assert.deepEqual((await readdir(outputs)).sort(), ['points.csv', 'supports.json']);
+  assert.deepEqual(await outputNames(outputs), ['points.csv', 'supports.json']);
 });
 
 test('parts that overlap are told in a warning about the volume', async (t) => {

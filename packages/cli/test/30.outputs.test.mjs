@@ -1,5 +1,5 @@
 import assert from 'node:assert/strict';
-import { mkdir, readdir, readFile, writeFile } from 'node:fs/promises';
+import { readdir, readFile, writeFile } from 'node:fs/promises';
 import { join } from 'node:path';
 import { test } from 'node:test';
 import sharp from 'sharp';
@@ -167,39 +167,6 @@ test('--inspect writes eight images of a region and a labelled sheet', async (t)
     assert.equal(width, 240, '12 mm in pixels of 0.05 mm');
     assert.equal(height, 240);
   }
-});
-
-test('outputs replace those of an earlier run and leave other files alone', async (t) => {
-  const folder = await temporaryFolder(t);
-  await writeFile(join(folder, 'table.stl'), binaryStl(table()));
-  await mkdir(join(folder, 'out'));
-  await writeFile(join(folder, 'out', 'supports.json'), 'old');
-  await writeFile(join(folder, 'out', 'mine.txt'), 'keep');
-  const words = ['table.stl', '--no-pictures', '--out', 'out'];
-  assert.equal((await stiltforge(words, { cwd: folder })).code, 0);
-  assert.equal((await json(join(folder, 'out'))).schemaVersion, 1);
-  assert.deepEqual((await readdir(join(folder, 'out'))).sort(), [
-    'mine.txt',
-    'points.csv',
-    'supports.json',
-  ]);
-  assert.equal(await readFile(join(folder, 'out', 'mine.txt'), 'utf8'), 'keep');
-});
-
-test('pictures of an earlier run go, files of other people in their folder stay', async (t) => {
-  const folder = await temporaryFolder(t);
-  await writeFile(join(folder, 'table.stl'), binaryStl(table()));
-  const outputs = join(folder, 'table-supports');
-  assert.equal((await stiltforge(['table.stl'], { cwd: folder })).code, 0);
-  assert.ok((await readdir(join(outputs, 'slices'))).length > 0);
-  assert.equal((await stiltforge(['table.stl', '--no-pictures'], { cwd: folder })).code, 0);
-  assert.deepEqual((await readdir(outputs)).sort(), ['points.csv', 'supports.json']);
-
-  await mkdir(join(outputs, 'slices'));
-  await writeFile(join(outputs, 'slices', '1.png'), 'old');
-  await writeFile(join(outputs, 'slices', 'mine.png'), 'keep');
-  assert.equal((await stiltforge(['table.stl', '--no-pictures'], { cwd: folder })).code, 0);
-  assert.deepEqual(await readdir(join(outputs, 'slices')), ['mine.png']);
 });
 
 test('a scaled or turned mesh keeps its own coordinates in the outputs', async (t) => {

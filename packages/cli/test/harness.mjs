@@ -1,6 +1,6 @@
 // Runs the command as a user would, in a child process.
 import { spawn } from 'node:child_process';
-import { mkdtemp, rm } from 'node:fs/promises';
+import { mkdtemp, readdir, rm } from 'node:fs/promises';
 import { tmpdir } from 'node:os';
 import { join } from 'node:path';
 import { fileURLToPath } from 'node:url';
@@ -30,6 +30,11 @@ export function start(words, { cwd, env = {}, stdout = 'pipe' } = {}) {
 }
 
 export const stiltforge = (words, options) => start(words, options).done;
+
+/** What a person sees in a folder of results, sorted: hidden files are left out. */
+export async function outputNames(folder) {
+  return (await readdir(folder)).filter((name) => !name.startsWith('.')).sort();
+}
 
 /** A folder that goes with the test. */
 export async function temporaryFolder(t) {

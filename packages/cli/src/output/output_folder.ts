@@ -1,88 +1,177 @@
-import { rmdirSync, rmSync } from 'node:fs';
-import { mkdir, rename, rm, rmdir, stat, writeFile } from 'node:fs/promises';
-import { basename, dirname, join, resolve } from 'node:path';
+import {
+  existsSync,
+  mkdirSync,
+  readFileSync,
+  renameSync,
+  rmdirSync,
+  rmSync,
+  statSync,
+  writeFileSync,
+} from 'node:fs';
+import { mkdir, writeFile } from 'node:fs/promises';
+import { dirname, join, resolve } from 'node:path';
 import { ExitCode, messageOf, UserError } from '../errors.js';
+import { digestOf, type RunRecord, readRecord, recordName, recordText } from './run_record.js';
+import {
+  makeStagingFolder,
+  removeStagingFolder,
+  removeStaleStagingFolders,
+} from './staging_folder.js';
+
+export interface OutputFolderOptions {
+  /** Files that are to be written: one in the way is told before the work begins. */
+  expected: readonly string[];
+  /** Files of others are overwritten, too. */
+  force: boolean;
+}
 
 /**
- * A folder whose files appear whole or not at all: they are written under temporary names beside their
- * place and renamed together at the end.
+ * A folder whose files appear together or not at all: they are written into a hidden folder beside them
+ * and moved to their places at the end. Files that an earlier run wrote are replaced; those of others,
+ * and those that were changed since, stay, and are an error where a new one has to go.
  */
 export class OutputFolder {
-  /** Places of the files by their temporary names. */
-  private readonly pending = new Map<string, string>();
-  private readonly names = new Set<string>();
-  /** Names of files that go when they are not written anew. */
-  private retired: readonly string[] = [];
+  /** Digests of the files written so far, by name. */
+  private readonly written = new Map<string, string>();
   /** Folders that weren't there before, outermost first. */
   private readonly made: string[] = [];
+  private staging = '';
 
-  private constructor(readonly path: string) {}
+  private constructor(
+    readonly path: string,
+    private readonly force: boolean,
+  ) {}
 
-  static async open(path: string): Promise<OutputFolder> {
-    const folder = new OutputFolder(path);
-    await orOutputError(path, 'the folder', () => folder.make(path));
+  /** Throws a UserError when the folder can't be made or holds something that is in the way. */
+  static open(path: string, { expected, force }: OutputFolderOptions): OutputFolder {
+    const folder = new OutputFolder(path, force);
+    try {
+      inOutputError(path, 'the folder', () => {
+        folder.make(path);
+        removeStaleStagingFolders(path);
+        folder.staging = makeStagingFolder(path);
+      });
+      const record = readRecord(path);
+      for (const name of expected) folder.requirePlaceFor(name, record);
+    } catch (error) {
+      folder.discard();
+      throw error;
+    }
     return folder;
   }
 
   /** The files and subfolders written so far, as they stand in this folder. */
   topLevelNames(): string[] {
-    return [...new Set([...this.names].map((name) => name.replace(/\/.*/, '/')))].sort();
+    return [...new Set([...this.written.keys()].map((name) => name.replace(/\/.*/, '/')))].sort();
   }
 
-  /** `name` may lead into a subfolder. */
+  /** `name` may lead into a subfolder, with slashes. */
   async write(name: string, data: string | Uint8Array): Promise<void> {
-    const path = join(this.path, name);
-    const temporary = join(dirname(path), `.${basename(path)}.${process.pid}.tmp`);
-    await orOutputError(path, 'the file', async () => {
-      await this.make(dirname(path));
-      this.pending.set(temporary, path);
-      await writeFile(temporary, data);
-      this.names.add(name);
+    const staged = join(this.staging, name);
+    await inOutputErrorLater(join(this.path, name), async () => {
+      await mkdir(dirname(staged), { recursive: true });
+      await writeFile(staged, data);
     });
+    this.written.set(name, digestOf(data));
   }
 
-  /** Files of these names that an earlier run left go when this one is committed without them. */
-  retire(names: readonly string[]): void {
-    this.retired = names;
-  }
+  /**
+   * Moves the files to their places. Those of an earlier run that were not written anew go, but for
+   * those that `keep` is true for. When one can't be moved, all is as it was before. Synchronous, so that
+   * nothing comes between.
+   */
+  commit(keep: (name: string) => boolean): void {
+    const before = readRecord(this.path);
+    for (const name of this.written.keys()) this.requirePlaceFor(name, before);
+    const old = [...before.keys()].filter(
+      (name) => !this.written.has(name) && this.isOurs(name, before),
+    );
+    const kept = old.filter(keep);
+    const retired = old.filter((name) => !keep(name));
 
-  async commit(): Promise<void> {
-    for (const [temporary, path] of this.pending) {
-      await orOutputError(path, 'the file', () => rename(temporary, path));
-      this.pending.delete(temporary);
+    const after = new Map([...this.written].map(([name, digest]) => [name, [digest]]));
+    for (const name of kept) after.set(name, [...(before.get(name) ?? [])]);
+    // Until all are in place both the old and the new ones are a run's own.
+    const meanwhile = new Map(after);
+    for (const [name, digests] of before) {
+      meanwhile.set(name, [...digests, ...(after.get(name) ?? [])]);
     }
-    for (const name of this.retired) {
-      if (this.names.has(name)) continue;
-      const path = join(this.path, name);
-      await orOutputError(path, 'the file', () => rm(path, { force: true }));
+
+    const moves = new Moves();
+    const replaced = join(this.staging, '.replaced');
+    let current = recordName;
+    try {
+      this.writeRecord(meanwhile);
+      for (const name of [...this.written.keys(), ...retired]) {
+        current = name;
+        const place = join(this.path, name);
+        this.make(dirname(place));
+        if (existsSync(place)) moves.move(place, join(replaced, name));
+        if (this.written.has(name)) moves.move(join(this.staging, name), place);
+      }
+      current = recordName;
+      this.writeRecord(after);
+    } catch (error) {
+      moves.undo();
+      if (before.size > 0) this.writeRecord(before);
+      else rmSync(join(this.path, recordName), { force: true });
+      throw outputError(join(this.path, current), 'the file', error);
+    }
+    for (const name of retired) {
       // Refused, rightly, while anything else is in it.
-      if (name.includes('/')) await rmdir(dirname(path)).catch(() => {});
+      if (name.includes('/')) ignoringErrors(() => rmdirSync(join(this.path, dirname(name))));
     }
     this.made.length = 0;
   }
 
   /** Removes what was written and not committed, and the folders made for it. Synchronous, so that a dying process can do it. */
   discard(): void {
-    for (const temporary of this.pending.keys()) rmSync(temporary, { force: true });
-    this.pending.clear();
-    for (const folder of this.made.splice(0).reverse()) {
-      try {
-        rmdirSync(folder);
-      } catch {
-        // Somebody put something else into it meanwhile.
+    if (this.staging !== '') removeStagingFolder(this.staging);
+    // Somebody may have put something else into them meanwhile.
+    for (const folder of this.made.splice(0).reverse()) ignoringErrors(() => rmdirSync(folder));
+  }
+
+  private requirePlaceFor(name: string, record: RunRecord): void {
+    const place = join(this.path, name);
+    inOutputError(place, 'the file', () => {
+      const parent = dirname(place);
+      if (existsSync(parent) && !statSync(parent).isDirectory()) {
+        throw new Error(`${parent} is no folder`);
       }
+      if (existsSync(place) && !statSync(place).isFile()) throw new Error('it is no file');
+    });
+    if (!existsSync(place) || this.force || this.isOurs(name, record)) return;
+    throw new UserError(
+      ExitCode.output,
+      `${place}: this file was not written by stiltforge, or changed since, and would be ` +
+        'overwritten. Move it away, choose another folder with --out, or give --force.',
+    );
+  }
+
+  private isOurs(name: string, record: RunRecord): boolean {
+    const digests = record.get(name);
+    if (digests === undefined) return false;
+    try {
+      return digests.includes(digestOf(readFileSync(join(this.path, name))));
+    } catch {
+      return false;
     }
   }
 
-  private async make(folder: string): Promise<void> {
+  /** By way of a temporary file: a record cut off would make the run's files those of others. */
+  private writeRecord(record: RunRecord): void {
+    const staged = join(this.staging, recordName);
+    writeFileSync(staged, recordText(record));
+    renameSync(staged, join(this.path, recordName));
+  }
+
+  private make(folder: string): void {
     const missing: string[] = [];
-    for (let path = resolve(folder); !(await isFolder(path)); path = dirname(path)) {
-      missing.unshift(path);
-    }
+    for (let path = resolve(folder); !isFolder(path); path = dirname(path)) missing.unshift(path);
     // Step by step: where a file system takes no folders, a recursive mkdir tries for ever.
     for (const path of missing) {
       try {
-        await mkdir(path);
+        mkdirSync(path);
         this.made.push(path);
       } catch (error) {
         // Another run may have made it meanwhile.
@@ -92,25 +181,54 @@ export class OutputFolder {
   }
 }
 
-/** False when nothing is there; throws when it is something else. */
-async function isFolder(path: string): Promise<boolean> {
-  try {
-    if ((await stat(path)).isDirectory()) return true;
-  } catch (error) {
-    if ((error as NodeJS.ErrnoException).code === 'ENOENT') return false;
-    throw error;
+/** Files that were moved, and can be moved back. */
+class Moves {
+  private readonly done: [from: string, to: string][] = [];
+
+  move(from: string, to: string): void {
+    mkdirSync(dirname(to), { recursive: true });
+    renameSync(from, to);
+    this.done.push([from, to]);
   }
+
+  undo(): void {
+    for (const [from, to] of this.done.reverse()) ignoringErrors(() => renameSync(to, from));
+  }
+}
+
+/** False when nothing is there; throws when it is something else. */
+function isFolder(path: string): boolean {
+  const stats = statSync(path, { throwIfNoEntry: false });
+  if (stats === undefined || stats.isDirectory()) return stats !== undefined;
   throw new Error(`${path} is no folder`);
 }
 
-async function orOutputError<T>(path: string, what: string, act: () => Promise<T>): Promise<T> {
+function ignoringErrors(act: () => void): void {
   try {
-    return await act();
+    act();
+  } catch {}
+}
+
+function inOutputError(path: string, what: string, act: () => void): void {
+  try {
+    act();
   } catch (error) {
-    throw new UserError(
-      ExitCode.output,
-      `${path}: ${what} can't be written (${messageOf(error)}). Choose another folder with --out.`,
-      { cause: error },
-    );
+    throw outputError(path, what, error);
   }
+}
+
+async function inOutputErrorLater(path: string, act: () => Promise<void>): Promise<void> {
+  try {
+    await act();
+  } catch (error) {
+    throw outputError(path, 'the file', error);
+  }
+}
+
+function outputError(path: string, what: string, error: unknown): UserError {
+  return new UserError(
+    ExitCode.output,
+    `${path}: ${what} can't be written (${messageOf(error)}). Choose another folder with --out.`,
+    { cause: error },
+  );
 }
