@@ -1,7 +1,7 @@
 import { basename } from 'node:path';
 import { Analysis, type AnalysisParameters } from 'stiltforge/analysis';
 import { ExitCode, Interrupted, messageOf, UserError } from './errors.js';
-import { groupPictures } from './inspect.js';
+import { regionPictures } from './inspect.js';
 import { isLackOfMemory, outOfMemory, requireMemory } from './memory.js';
 import { boundingBox, type Triangles } from './mesh/triangles.js';
 import {
@@ -23,16 +23,18 @@ import {
 import { slicePictureNames, slicePictures } from './slice_pictures.js';
 import { SliceStream } from './slice_stream.js';
 import { loadSlicing, type Slicer } from './slicer.js';
-import { meshWarnings, type Summary } from './summary.js';
+import type { Summary } from './summary.js';
 import { Tally } from './tally.js';
 import { version } from './version.js';
+import { meshWarnings } from './warnings.js';
+import { counted } from './wording.js';
 
 /** Pixels left free around the model, so that its contour is one on all sides. */
 const margin = 2;
 
 const inspectFolder = 'inspect';
 
-export interface GroupToInspect {
+export interface RegionToInspect {
   layer: number;
   /** From 1. */
   region: number;
@@ -49,7 +51,7 @@ export interface Job {
   /** Overwrite files that stand in the way and were not written by an earlier run. */
   force?: boolean;
   pictures: boolean;
-  inspect: readonly GroupToInspect[];
+  inspect: readonly RegionToInspect[];
   /** Bytes that the run may take; what the machine has unless set. */
   memory?: number;
 }
@@ -113,11 +115,11 @@ function expectedFiles({ pictures, inspect }: Job): string[] {
     'supports.json',
     'points.csv',
     ...(pictures ? ['part.png', 'part_from_below.png', ...slicePictureNames] : []),
-    ...inspect.map((group) => `${inspectName(group)}.png`),
+    ...inspect.map((region) => `${inspectName(region)}.png`),
   ];
 }
 
-function inspectName({ layer, region }: GroupToInspect): string {
+function inspectName({ layer, region }: RegionToInspect): string {
   return `${inspectFolder}/layer_${String(layer).padStart(5, '0')}_region_${region}`;
 }
 
@@ -151,7 +153,8 @@ async function writeOutputs(
       tally.add(result);
       progress.update(tally.layers.length);
     }
-    for (const group of job.inspect) await writeGroup(job, group, analysis, folder);
+    requireRegions(job, tally);
+    for (const region of job.inspect) await writeRegion(region, analysis, folder);
   } finally {
     progress.stop();
     await analysis.close();
@@ -175,7 +178,7 @@ async function writeOutputs(
     };
   });
   const sliceVolume = stream.materialPixels * print.pixelSize ** 2 * print.layerHeight;
-  const warnings = meshWarnings(slicer.report, sliceVolume);
+  const warnings = meshWarnings({ report: slicer.report, sliceVolume });
   for (const sentence of warnings) warn(`${job.name}: ${sentence}`);
 
   const { bounds, ...mesh } = slicer.report;
@@ -198,6 +201,8 @@ async function writeOutputs(
       layers: slicer.layerCount,
       regions: tally.regions,
       islands: tally.islands,
+      supportedIslands: tally.supportedIslands,
+      singlePixelIslands: tally.singlePixelIslands,
       supports: supports.length,
     },
     supports,
@@ -240,25 +245,26 @@ function emptySlices({ name, print }: Job, { report }: Slicer): UserError {
       );
 }
 
-async function writeGroup(
-  job: Job,
-  group: GroupToInspect,
+/** What regions a layer has is known when it is analysed. */
+function requireRegions({ name, inspect }: Job, { layers }: Tally): void {
+  for (const { layer, region } of inspect) {
+    const { regions } = layers[layer];
+    if (region <= regions) continue;
+    const there = regions === 0 ? 'no material' : counted(regions, 'region');
+    throw new UserError(
+      ExitCode.usage,
+      `--inspect ${layer}:${region}: layer ${layer} of ${name} has ${there}.`,
+    );
+  }
+}
+
+async function writeRegion(
+  region: RegionToInspect,
   analysis: Analysis,
   folder: OutputFolder,
 ): Promise<void> {
-  const { layer, region } = group;
-  const name = inspectName(group);
-  let pictures: Awaited<ReturnType<typeof groupPictures>>;
-  try {
-    pictures = await groupPictures(analysis, layer, region);
-  } catch (error) {
-    throw new UserError(
-      ExitCode.usage,
-      `--inspect ${layer}:${region}: ${messageOf(error)} ` +
-        `The layers of ${job.name} count from 0, the regions of a layer from 1.`,
-      { cause: error },
-    );
-  }
+  const name = inspectName(region);
+  const pictures = await regionPictures(analysis, region.layer, region.region);
   await folder.write(`${name}.png`, pictures.sheet);
   for (const [image, png] of Object.entries(pictures.images)) {
     await folder.write(`${name}/${image}.png`, png);

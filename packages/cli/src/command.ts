@@ -1,6 +1,6 @@
 import { basename, extname } from 'node:path';
 import { Command, CommanderError, InvalidArgumentError, Option } from 'commander';
-import { analyseMesh, type GroupToInspect } from './analyse_mesh.js';
+import { analyseMesh, type RegionToInspect } from './analyse_mesh.js';
 import { codeOf, ExitCode, Interrupted, messageOf, UserError } from './errors.js';
 import { loadMesh } from './mesh/load.js';
 import { boundingBox, scaled, type Triangles, turnedFromYUp } from './mesh/triangles.js';
@@ -24,7 +24,7 @@ interface Options {
   supportArea: number;
   memory?: number;
   pictures: boolean;
-  inspect: GroupToInspect[];
+  inspect: RegionToInspect[];
   quiet: boolean;
 }
 
@@ -100,7 +100,7 @@ function buildCommand(run: (meshFile: string, options: Options) => Promise<void>
         '--inspect <layer:region>',
         'also write pictures of how a region was sampled; may be repeated',
       )
-        .argParser(groupToInspect)
+        .argParser(regionToInspect)
         .default([], 'none'),
     )
     .option('-q, --quiet', 'print only warnings and errors', false)
@@ -250,7 +250,7 @@ function screenSize(text: string): [number, number] {
   return size as [number, number];
 }
 
-function groupToInspect(text: string, earlier: GroupToInspect[]): GroupToInspect[] {
+function regionToInspect(text: string, earlier: RegionToInspect[]): RegionToInspect[] {
   const match = /^(\d+):(\d+)$/.exec(text);
   if (match === null || Number(match[2]) === 0) {
     throw new InvalidArgumentError('It must be a layer from 0 and a region from 1, like 120:1.');

@@ -1,6 +1,6 @@
-export { analyseMesh, type GroupToInspect, type Job, type JobWatcher } from './analyse_mesh.js';
+export { analyseMesh, type Job, type JobWatcher, type RegionToInspect } from './analyse_mesh.js';
 export { ExitCode, Interrupted, UserError } from './errors.js';
-export { type GroupPictures, groupPictures } from './inspect.js';
+export { type RegionPictures, regionPictures } from './inspect.js';
 export { loadMesh } from './mesh/load.js';
 export type { Triangles } from './mesh/triangles.js';
 export type { SupportRecord, SupportsDocument } from './output/documents.js';

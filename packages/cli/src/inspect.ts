@@ -25,30 +25,30 @@ const padding = 14;
 const captionHeight = 58;
 const headerHeight = 48;
 
-export interface GroupPictures {
-  /** PNG files by image name, one pixel for each pixel of the group's box. */
+export interface RegionPictures {
+  /** PNG files by image name, one pixel for each pixel of the region's box. */
   images: Record<GroupImageName, Buffer>;
   /** A PNG with all eight, enlarged or reduced to tiles of one size, with their names. */
   sheet: Buffer;
 }
 
 /**
- * The sampling state of one analysed group as eight PNG images and one labelled contact sheet, for a
+ * The sampling state of one analysed region as eight PNG images and one labelled contact sheet, for a
  * person who tunes parameters.
  * @param layer index of the layer in the order of analysis, from 0
- * @param group number of the group in its layer, from 1, as supports.json calls its regions
+ * @param region number of the region in its layer, from 1, as in supports.json
  */
-export async function groupPictures(
+export async function regionPictures(
   analysis: Analysis,
   layer: number,
-  group: number,
-): Promise<GroupPictures> {
-  const rendered = await analysis.groupImages(layer, group - 1);
+  region: number,
+): Promise<RegionPictures> {
+  const rendered = await analysis.groupImages(layer, region - 1);
   const pngs = await Promise.all(groupImageNames.map((name) => png(rendered, name)));
   const tiles = await Promise.all(
     captions.map(([name, title, meaning]) => captionedTile(rendered, name, title, meaning)),
   );
-  const title = `Layer ${layer}, region ${group}: ${rendered.width} x ${rendered.height} pixels`;
+  const title = `Layer ${layer}, region ${region}: ${rendered.width} x ${rendered.height} pixels`;
   const width = 4 * tile.width;
   const svg = `<svg xmlns="http://www.w3.org/2000/svg" width="${width}" height="${headerHeight}">
     ${label(title, padding, 32, { size: 20 })}</svg>`;

@@ -1,4 +1,5 @@
 import { Presets, SingleBar } from 'cli-progress';
+import { durationText, rateText } from './wording.js';
 
 /** Shows how far the analysis is. */
 export interface Progress {
@@ -86,12 +87,6 @@ class Clock {
     const [first] = this.marks;
     const rate = (1000 * (done - first.done)) / (now - first.time);
     if (!(rate > 0)) return { rate: '-', left: '-' };
-    return { rate: rate.toFixed(0), left: durationText((this.total - done) / rate) };
+    return { rate: rateText(rate), left: durationText((this.total - done) / rate) };
   }
-}
-
-/** "41 s", "3 min 20 s". */
-export function durationText(seconds: number): string {
-  const whole = Math.ceil(seconds);
-  return whole < 60 ? `${whole} s` : `${Math.floor(whole / 60)} min ${whole % 60} s`;
 }

@@ -6,6 +6,7 @@ import { tellingLayers } from './pictures/telling_layers.js';
 import type { PrintSettings } from './settings.js';
 import type { Slicer } from './slicer.js';
 import type { Tally } from './tally.js';
+import { counted } from './wording.js';
 
 const tile = { width: 620, height: 520 };
 const pictures = 6;
@@ -80,9 +81,9 @@ function pictureOf(
     {
       title: `Layer ${layer}, ${z} mm above the plate`,
       caption: [
-        plural(result.layer.groupCount, 'region'),
-        plural(islands.length, 'island'),
-        plural(points.length, 'new support'),
+        counted(result.layer.groupCount, 'region'),
+        counted(islands.length, 'island'),
+        counted(points.length, 'new support'),
       ].join(', '),
       width,
       height,
@@ -103,8 +104,4 @@ function regionNumbers(labelled: Buffer): Uint32Array {
   const regions = new Uint32Array(labelled.length / 4);
   for (let i = 0; i < regions.length; i++) regions[i] = labelled.readUIntLE(4 * i, 3);
   return regions;
-}
-
-function plural(count: number, noun: string): string {
-  return `${count} ${noun}${count === 1 ? '' : 's'}`;
 }

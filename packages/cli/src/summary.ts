@@ -1,12 +1,13 @@
 import type { SupportRecord } from './output/documents.js';
-import { durationText } from './progress.js';
-import type { MeshReport } from './slicer.js';
+import { countText, durationText, rateText } from './wording.js';
 
 export interface Summary {
   name: string;
   layers: number;
   regions: number;
   islands: number;
+  supportedIslands: number;
+  singlePixelIslands: number;
   supports: readonly SupportRecord[];
   /** z of the plate in the model's coordinates, mm. */
   plateZ: number;
@@ -25,16 +26,15 @@ export function summaryText(summary: Summary): string {
   // Not spread into Math.min(): there may be more of them than a call takes arguments.
   const heights = supports.map(({ z }) => z - plateZ).sort((a, b) => a - b);
   const height = (z: number): string => `${z.toFixed(2)} mm above the plate`;
-  const rate = Math.round(layers / summary.analysisSeconds);
   const rows = [
-    ['layers', count(layers)],
-    ['regions', count(summary.regions)],
-    ['islands', count(summary.islands)],
+    ['layers', countText(layers)],
+    ['regions', countText(summary.regions)],
+    ['islands', islandsText(summary)],
     [
       'supports',
       supports.length === 0
         ? '0'
-        : `${count(supports.length)} (${count(islands)} under islands, ${count(supports.length - islands)} under overhangs)`,
+        : `${countText(supports.length)} (${countText(islands)} under islands, ${countText(supports.length - islands)} under overhangs)`,
     ],
     ...(supports.length === 0
       ? []
@@ -42,7 +42,10 @@ export function summaryText(summary: Summary): string {
           ['lowest', height(heights[0])],
           ['highest', height(heights[heights.length - 1])],
         ]),
-    ['time', `${durationText(summary.seconds)}, the layers at ${count(rate)}/s`],
+    [
+      'time',
+      `${durationText(summary.seconds)}, the layers at ${rateText(layers / summary.analysisSeconds)}/s`,
+    ],
     ['peak memory', `${Math.round(summary.peakMemory / 1e6)} MB`],
     ['written to', `${summary.folder}/`],
     ...summary.files.map((file) => ['', file]),
@@ -51,27 +54,16 @@ export function summaryText(summary: Summary): string {
   return `${[summary.name, ...lines].join('\n')}\n`;
 }
 
-function count(value: number): string {
-  return value.toLocaleString('en-US');
-}
-
-/** Sentences about a mesh that a person should read before trusting its supports. */
-export function meshWarnings(report: MeshReport, sliceVolume: number): string[] {
-  const warnings: string[] = [];
-  if (report.openEdges > 0) {
-    warnings.push(
-      `The mesh has ${count(report.openEdges)} open edges, so what is inside was guessed: ` +
-        'look at the slices, or repair the mesh.',
-    );
-  }
-  const difference = sliceVolume / report.expectedVolume - 1;
-  if (!(Math.abs(difference) <= 0.01)) {
-    const volume = (value: number): string => `${count(Math.round(value))} mm3`;
-    warnings.push(
-      `The slices hold ${volume(sliceVolume)}, ${(100 * Math.abs(difference)).toFixed(1)} % ` +
-        `${difference < 0 ? 'less' : 'more'} than the mesh's ${volume(report.expectedVolume)}: ` +
-        'parts overlap, are open or inside out, or are thinner than a pixel.',
-    );
-  }
-  return warnings;
+/** Not every island has a support, and a person wants to know why. */
+function islandsText({ islands, supportedIslands, singlePixelIslands }: Summary): string {
+  const withinReach = islands - supportedIslands - singlePixelIslands;
+  const fates = [
+    [supportedIslands, 'supported'],
+    [singlePixelIslands, 'of a single pixel'],
+    [withinReach, 'within reach of what is beside them'],
+  ] as const;
+  const told = fates
+    .filter(([count]) => count > 0)
+    .map(([count, fate]) => `${countText(count)} ${fate}`);
+  return islands === 0 ? '0' : `${countText(islands)} (${told.join(', ')})`;
 }

@@ -15,6 +15,7 @@ export interface PlacedSupport {
 }
 
 export interface LayerTally {
+  regions: number;
   supports: number;
   /** Numbers of the regions that rest on nothing. */
   islands: number[];
@@ -26,6 +27,10 @@ export class Tally {
   readonly supports: PlacedSupport[] = [];
   regions = 0;
   islands = 0;
+  /** Islands with a support of their own. */
+  supportedIslands = 0;
+  /** Those without that are a single pixel: the layer above decides about them. */
+  singlePixelIslands = 0;
 
   add({ layer }: SliceResult): void {
     const index = this.layers.length;
@@ -33,7 +38,11 @@ export class Tally {
     const before = this.supports.length;
     layer.groups.forEach((group, i) => {
       const region = i + 1;
-      if (index > 0 && group.supportedPixel === 0) islands.push(region);
+      if (index > 0 && group.supportedPixel === 0) {
+        islands.push(region);
+        if (group.supports.length > 0) this.supportedIslands += 1;
+        else if (group.numPixel === 1) this.singlePixelIslands += 1;
+      }
       for (const { x, y, isMinima } of group.supports) {
         const kind = isMinima ? 'island' : 'overhang';
         this.supports.push({ layer: index, region, kind, column: x, row: y });
@@ -41,6 +50,10 @@ export class Tally {
     });
     this.regions += layer.groups.length;
     this.islands += islands.length;
-    this.layers.push({ supports: this.supports.length - before, islands });
+    this.layers.push({
+      regions: layer.groups.length,
+      supports: this.supports.length - before,
+      islands,
+    });
   }
 }

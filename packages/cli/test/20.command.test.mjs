@@ -103,7 +103,7 @@ test('a region that is not there exits with 2 and leaves no outputs', async (t) 
   const words = ['table.stl', '--no-pictures', '--inspect', '3:99'];
   const { code, err } = await stiltforge(words, { cwd: folder });
   assert.equal(code, 2);
-  assert.match(err, /--inspect 3:99: .*group 99/);
+  assert.match(err, /--inspect 3:99: layer 3 of table\.stl has 1 region\./);
   assert.deepEqual(await readdir(folder), ['table.stl']);
 });
 

@@ -82,11 +82,6 @@ test('--no-pictures draws none', async (t) => {
   assert.deepEqual(await outputNames(outputs), ['points.csv', 'supports.json']);
 });
 
-test('parts that overlap are told in a warning about the volume', async (t) => {
-  const { err } = await analysed(t, [...box([0, 0, 0], [4, 4, 3]), ...box([1, 1, 0], [6, 3, 3])]);
-  assert.match(err, /warning: part\.stl: The slices hold .* less than the mesh's 78 mm3/);
-});
-
 /** A bar 4 mm wide that rises from the plate and leans towards +x, `degrees` from the plate. */
 function leaning(degrees) {
   const shift = 8 / Math.tan((degrees * Math.PI) / 180);

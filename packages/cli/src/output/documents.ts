@@ -37,7 +37,14 @@ export interface SupportsDocument {
   };
   settings: SupportSettings;
   parameters: AnalysisParameters;
-  summary: { layers: number; regions: number; islands: number; supports: number };
+  summary: {
+    layers: number;
+    regions: number;
+    islands: number;
+    supportedIslands: number;
+    singlePixelIslands: number;
+    supports: number;
+  };
   supports: SupportRecord[];
 }
 

@@ -1,0 +1,27 @@
+/** "1,200". */
+export function countText(value: number): string {
+  return value.toLocaleString('en-US');
+}
+
+/** "1 island", "1,200 islands". */
+export function counted(count: number, one: string, many = `${one}s`): string {
+  return `${countText(count)} ${count === 1 ? one : many}`;
+}
+
+/** "7,980 mm3", "0.0425 mm3". */
+export function volumeText(cubicMillimetres: number): string {
+  const digits =
+    cubicMillimetres < 100 ? { maximumSignificantDigits: 3 } : { maximumFractionDigits: 0 };
+  return `${cubicMillimetres.toLocaleString('en-US', digits)} mm3`;
+}
+
+/** "41 s", "3 min 20 s". */
+export function durationText(seconds: number): string {
+  const whole = Math.ceil(seconds);
+  return whole < 60 ? `${whole} s` : `${Math.floor(whole / 60)} min ${whole % 60} s`;
+}
+
+/** "587", "0.4": a number a second. */
+export function rateText(rate: number): string {
+  return rate < 10 ? rate.toPrecision(1) : countText(Math.round(rate));
+}

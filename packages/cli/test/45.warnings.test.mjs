@@ -1,0 +1,81 @@
+// What a person is told about a mesh before trusting its supports.
+import assert from 'node:assert/strict';
+import { readFile, writeFile } from 'node:fs/promises';
+import { join } from 'node:path';
+import { test } from 'node:test';
+import { stiltforge, temporaryFolder } from './harness.mjs';
+import { binaryStl, box, footAndIsland, footAndSpike, table } from './meshes.mjs';
+
+const coarse = ['--pixel-size', '0.1', '--layer-height', '0.1', '--no-pictures'];
+
+/** The warnings that the command prints, and its summary. */
+async function told(t, triangles, words = []) {
+  const folder = await temporaryFolder(t);
+  await writeFile(join(folder, 'part.stl'), binaryStl(triangles));
+  const { code, out, err } = await stiltforge(['part.stl', ...coarse, ...words], { cwd: folder });
+  assert.equal(code, 0, err);
+  const prefix = 'stiltforge: warning: part.stl: ';
+  const warnings = err.split('\n').filter((line) => line.startsWith(prefix));
+  const document = await readFile(join(folder, 'part-supports', 'supports.json'), 'utf8');
+  const sentences = warnings.map((line) => line.slice(prefix.length));
+  assert.deepEqual(JSON.parse(document).model.warnings, sentences);
+  return { warnings: sentences, out };
+}
+
+const turnedInward = (triangles) => triangles.map(([a, b, c]) => [a, c, b]);
+
+test('a sound mesh gives none', async (t) => {
+  assert.deepEqual((await told(t, box([0, 0, 0], [4, 4, 4]))).warnings, []);
+});
+
+test('one hole gives one warning: the volume of an open mesh means nothing', async (t) => {
+  const cut = box([0, 0, 0], [6, 6, 6]).toSpliced(2, 2);
+  const { warnings } = await told(t, [...cut, ...box([1, 1, 4], [8, 8, 9])]);
+  assert.equal(warnings.length, 1);
+  assert.match(warnings[0], /^The mesh has 4 open edges, so what is inside was guessed/);
+});
+
+test('parts that overlap are told by their volume', async (t) => {
+  const { warnings } = await told(t, [...box([0, 0, 0], [4, 4, 3]), ...box([1, 1, 0], [6, 3, 3])]);
+  assert.equal(warnings.length, 1);
+  assert.match(warnings[0], /^The slices hold 60 mm3, 23\.1 % less than the mesh's 78 mm3/);
+});
+
+test('volumes of tiny parts are told with digits that differ', async (t) => {
+  const { warnings } = await told(t, box([0, 0, 0], [0.34, 0.34, 0.34]));
+  assert.match(
+    warnings[0],
+    /^The slices hold 0\.0\d+ mm3, [\d.]+ % (less|more) than the mesh's 0\.0393/,
+  );
+});
+
+test('a sealed void is told: resin stays in it, and supports too', async (t) => {
+  const hollow = [...box([0, 0, 0], [8, 8, 8]), ...turnedInward(box([1, 1, 1], [7, 7, 7]))];
+  const { warnings } = await told(t, hollow);
+  assert.equal(warnings.length, 1);
+  assert.match(warnings[0], /^The part has 1 sealed void, in which resin stays .*drain hole/);
+});
+
+const row = (out, name) => new RegExp(`^  ${name} +(.*)$`, 'm').exec(out)[1];
+
+test('the summary says what became of the islands', async (t) => {
+  const one = await told(t, footAndIsland());
+  assert.equal(row(one.out, 'islands'), '1 (1 supported)');
+  const tip = await told(t, footAndSpike());
+  assert.match(row(tip.out, 'islands'), /^\d+ \(.*1 of a single pixel/);
+  const none = await told(t, table());
+  assert.equal(row(none.out, 'islands'), '0');
+});
+
+test('a region that is not there is called a region', async (t) => {
+  const folder = await temporaryFolder(t);
+  await writeFile(join(folder, 'part.stl'), binaryStl(footAndIsland()));
+  const refusal = async (wanted) => {
+    const words = ['part.stl', ...coarse, '--inspect', wanted];
+    const { code, err } = await stiltforge([...words, '-q'], { cwd: folder });
+    assert.equal(code, 2);
+    return err;
+  };
+  assert.match(await refusal('3:2'), /--inspect 3:2: layer 3 of part\.stl has 1 region\.$/m);
+  assert.match(await refusal('25:3'), /--inspect 25:3: layer 25 of part\.stl has 2 regions\.$/m);
+});
