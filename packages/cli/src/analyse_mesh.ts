@@ -178,7 +178,12 @@ async function writeOutputs(
     };
   });
   const sliceVolume = stream.materialPixels * print.pixelSize ** 2 * print.layerHeight;
-  const warnings = meshWarnings({ report: slicer.report, sliceVolume });
+  const warnings = meshWarnings({
+    report: slicer.report,
+    sliceVolume,
+    layers: tally.layers,
+    layerHeight: print.layerHeight,
+  });
   for (const sentence of warnings) warn(`${job.name}: ${sentence}`);
 
   const { bounds, ...mesh } = slicer.report;

@@ -3,6 +3,7 @@ import assert from 'node:assert/strict';
 import { readFile, writeFile } from 'node:fs/promises';
 import { join } from 'node:path';
 import { test } from 'node:test';
+import { meshWarnings } from '../dist/warnings.js';
 import { stiltforge, temporaryFolder } from './harness.mjs';
 import { binaryStl, box, footAndIsland, footAndSpike, table } from './meshes.mjs';
 
@@ -56,6 +57,43 @@ test('a sealed void is told: resin stays in it, and supports too', async (t) => 
   assert.match(warnings[0], /^The part has 1 sealed void, in which resin stays .*drain hole/);
 });
 
+test('a part that begins above the plate is told with its height', () => {
+  const layers = [0, 0, 0, 1, 1].map((regions) => ({ regions, supports: 0, islands: [] }));
+  const [warning, ...rest] = meshWarnings({ ...sound, layers, layerHeight: 0.05 });
+  assert.match(warning, /^The part begins 0\.15 mm above the plate \(layers 0 to 2 are empty\)/);
+  assert.deepEqual(rest, []);
+});
+
+test('a tip too fine for the first layer is told, too', async (t) => {
+  const spike = footAndSpike().slice(12);
+  const { warnings } = await told(t, spike, ['--pixel-size', '0.35']);
+  assert.match(
+    warnings.join(),
+    /The part begins 0\.50 mm above the plate \(layers 0 to 4 are empty\)/,
+  );
+});
+
+test('a gap between parts is told with its place and height', async (t) => {
+  const { warnings } = await told(t, [...box([0, 0, 0], [4, 4, 2]), ...box([0, 0, 5], [4, 4, 6])]);
+  assert.equal(warnings.length, 1);
+  assert.match(
+    warnings[0],
+    /^A gap of 3\.00 mm begins 2\.00 mm above .* \(layers 20 to 49 are empty\)/,
+  );
+});
+
+test('many gaps are told shortly', () => {
+  const layers = Array.from({ length: 21 }, (_, i) => ({ regions: (i + 1) % 2 }));
+  const warnings = meshWarnings({ ...sound, layers, layerHeight: 1 });
+  assert.equal(warnings.length, 4);
+  assert.match(warnings[3], /^7 more gaps/);
+});
+
+test('empty layers on top are nothing to worry about', () => {
+  const layers = [{ regions: 1 }, { regions: 0 }];
+  assert.deepEqual(meshWarnings({ ...sound, layers, layerHeight: 1 }), []);
+});
+
 const row = (out, name) => new RegExp(`^  ${name} +(.*)$`, 'm').exec(out)[1];
 
 test('the summary says what became of the islands', async (t) => {
@@ -79,3 +117,8 @@ test('a region that is not there is called a region', async (t) => {
   assert.match(await refusal('3:2'), /--inspect 3:2: layer 3 of part\.stl has 1 region\.$/m);
   assert.match(await refusal('25:3'), /--inspect 25:3: layer 25 of part\.stl has 2 regions\.$/m);
 });
+
+const sound = {
+  report: { openParts: 0, cavities: 0, expectedVolume: 8 },
+  sliceVolume: 8,
+};
