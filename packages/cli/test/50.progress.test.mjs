@@ -1,11 +1,12 @@
 import assert from 'node:assert/strict';
 import { PassThrough } from 'node:stream';
+import { text } from 'node:stream/consumers';
 import { test } from 'node:test';
 import { stripVTControlCharacters } from 'node:util';
 import { progressOn } from '../dist/progress.js';
 
 for (const columns of [80, 100, 200]) {
-  test(`the bar leaves room for the time left on a terminal of ${columns} columns`, (t) => {
+  test(`the bar leaves room for the time left on a terminal of ${columns} columns`, async (t) => {
     let seconds = 0;
     t.mock.method(performance, 'now', () => 1000 * seconds);
     const terminal = Object.assign(new PassThrough(), { isTTY: true, columns });
@@ -14,8 +15,7 @@ for (const columns of [80, 100, 200]) {
     seconds = 65;
     progress.update(10_000);
     progress.stop();
-    const text = stripVTControlCharacters(terminal.read().toString());
-    const last = text
+    const last = stripVTControlCharacters(await text(terminal.end()))
       .match(/[█░]+ \d+%[^█░]*/g)
       .at(-1)
       .trimEnd();

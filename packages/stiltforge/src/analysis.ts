@@ -93,6 +93,10 @@ function addon(): typeof import('stiltforge') {
   }
 }
 
+/** Node knows the symbol from 20.4 on; programs compiled for an older one look under this name. */
+const asyncDispose: typeof Symbol.asyncDispose =
+  Symbol.asyncDispose ?? Symbol.for('Symbol.asyncDispose');
+
 let openAnalysis: Analysis | undefined;
 
 /**
@@ -225,7 +229,7 @@ export class Analysis {
     return this.#closed;
   }
 
-  [Symbol.asyncDispose](): Promise<void> {
+  [asyncDispose](): Promise<void> {
     return this.close();
   }
 

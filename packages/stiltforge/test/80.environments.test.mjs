@@ -40,6 +40,10 @@ const worker = `
   };
 `;
 
+/** Node tells the names of threads from 20.16 on; before, environments are numbered as they load. */
+const named = (thread, number) =>
+  'getBuiltinModule' in process ? thread : `environment ${number} (in order of loading)`;
+
 const heldBy = (who) =>
   `ERR_STILTFORGE_MODEL_OPEN The analysis state of this process is held by ${who}, which has a model` +
   ' open. Call CleanPointer there or end that thread first, or analyse in a child process.';
@@ -79,11 +83,11 @@ test('a second environment gets an Error that names the holder, until CleanPoint
   const closed =
     'ERR_STILTFORGE_CLOSED No model is open: the last one was freed. Call InitAnalyseSlice first.';
   const lines = [
-    ...Array(5).fill(heldBy('the main thread')),
+    ...Array(5).fill(heldBy(named('the main thread', 1))),
     closed,
     'done',
     'done',
-    ...Array(2).fill(heldBy('worker thread 1')),
+    ...Array(2).fill(heldBy(named('worker thread 1', 2))),
     closed,
     'done',
   ];
@@ -93,7 +97,7 @@ test('a second environment gets an Error that names the holder, until CleanPoint
 test('a second load in the same thread is an environment of its own', async () => {
   const child = await runInChild(`${worker}
     import { createRequire } from 'node:module';
-    const require = createRequire(import.meta.url);
+    const require = createRequire(addonUrl);
     const file = Object.keys(require.cache).find((key) => key.endsWith('.node'));
     const again = { exports: {} };
     process.dlopen(again, file);
@@ -102,7 +106,7 @@ test('a second load in the same thread is an environment of its own', async () =
     stiltforge.CleanPointer();
     console.log(attempt(() => again.exports.InitAnalyseSlice(parameters())));
   `);
-  const who = 'another load of the module in the main thread';
+  const who = named('another load of the module in the main thread', 1);
   assertEnded(child, { stdout: `${heldBy(who)}\ndone\n` });
 });
 

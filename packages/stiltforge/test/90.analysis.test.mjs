@@ -94,7 +94,7 @@ test('a slice may come from another realm, in all these forms', async () => {
 /** The promise API evaluated in a realm of its own, as test runners do; the addon is the one here. */
 function analysisOfAnotherRealm() {
   const context = vm.createContext();
-  const require = createRequire(import.meta.resolve('stiltforge/analysis'));
+  const require = createRequire(new URL('../dist/analysis.js', import.meta.url));
   const modules = new Map();
   const evaluate = (name) => {
     if (!name.startsWith('./')) return require(name);
@@ -238,7 +238,7 @@ test('close() that failed leaves the analysis open and works later', async () =>
 
 test('asynchronous disposal closes', async () => {
   const analysis = create();
-  await analysis[Symbol.asyncDispose]();
+  await analysis[Symbol.asyncDispose ?? Symbol.for('Symbol.asyncDispose')]();
   await assert.rejects(analysis.analyse(stack[0]), isError('ERR_STILTFORGE_CLOSED', /closed/));
 });
 

@@ -75,8 +75,8 @@ export function groupImages(layer, group) {
 
 const importable = {
   harness: import.meta.url,
-  stiltforge: import.meta.resolve('stiltforge'),
-  analysis: import.meta.resolve('stiltforge/analysis'),
+  stiltforge: new URL('../index.mjs', import.meta.url),
+  analysis: new URL('../dist/analysis.js', import.meta.url),
 };
 
 /**

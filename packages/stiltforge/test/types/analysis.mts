@@ -45,6 +45,11 @@ export async function use(): Promise<void> {
   }
 }
 
+export async function useAndDispose(): Promise<number> {
+  await using analysis = Analysis.create(parameters);
+  return analysis.sliceCount;
+}
+
 // @ts-expect-error made by create()
 new Analysis(parameters);
 // @ts-expect-error not an image
