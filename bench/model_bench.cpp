@@ -3,17 +3,16 @@
 #include <benchmark/benchmark.h>
 
 #include <chrono>
-#include <cstring>
 #include <memory>
-#include <mutex>
 
+#include "analysis/run_extraction.h"
 #include "core/core_stack.h"
+#include "model/model.h"
 #include "reference/flood_fill.h"
 #include "reference/group_handler.h"
 #include "reference/support_inheritance.h"
 #include "slice_picture.h"
 #include "slicing/slicer.h"
-#include "support/slice_pipeline.h"
 
 namespace stiltforge::bench {
 
@@ -84,27 +83,15 @@ double analysePlainly(SampledModel& model, const HostParameters& values) {
 }
 
 double analyse(SampledModel& model, const HostParameters& values) {
-  applyParameters(values);
-  std::vector<Layer> layers;
-  std::mutex mutex;
-  SliceScratch scratch;
-  Plane<uint32_t> pixels;
-  return model.run([&] { layers.clear(); },
+  constexpr std::size_t pixels = std::size_t{screen4k.width} * screen4k.height;
+  reference::Stack stack;
+  stack.parameters = values;
+  Model analysis(parametersOf(stack).settings, pixels);
+  return model.run([&] { analysis.start(pixels); },
                    [&](const Bytes& slice) {
                      return secondsOf([&] {
-                       Layer layer;
-                       layer.width = screen4k.width;
-                       layer.height = screen4k.height;
-                       if (pixels.empty()) pixels = Plane<uint32_t>(slice.size() / 4);
-                       layer.pixelBuffer = std::move(pixels);
-                       std::memcpy(layer.pixelBuffer.data(), slice.data(), slice.size());
-                       SlicePipeline pipeline;
-                       pipeline.layers = &layers;
-                       pipeline.historyMutex = &mutex;
-                       pipeline.topPixelCount = slice.size() / 4;
-                       pipeline.scratch = &scratch;
-                       pipeline.run(std::move(layer));
-                       pixels = std::move(pipeline.spentPixels);
+                       analysis.analyse(
+                           sliceOfPixels(slice.data(), screen4k.width, screen4k.height), {});
                      });
                    });
 }

@@ -1,11 +1,13 @@
 #include "placement_bench.h"
 
+#include <atomic>
 #include <cstring>
 #include <memory>
 #include <stdexcept>
 #include <string>
 
 #include "analysis/flood_fill.h"
+#include "analysis/run_extraction.h"
 #include "core/core_stack.h"
 #include "reference/flood_fill.h"
 #include "reference/group_handler.h"
@@ -84,28 +86,34 @@ void requireSupports(uint32_t placed) {
 }
 
 void place(benchmark::State& state, const HostParameters& given, bool everyPixel) {
-  applyParameters(overhang().parameters(given, everyPixel));
+  reference::Stack stack;
+  stack.parameters = overhang().parameters(given, everyPixel);
+  const Settings settings = parametersOf(stack).settings;
+  GhostSpread spread(settings.ghostRadius);
+  spread.create();
   constexpr std::size_t pixels = std::size_t{side} * side;
   std::vector<Layer> layers;
   layers.reserve(2);
   for (const std::vector<uint32_t>* slice : {&overhang().below, &overhang().slice}) {
-    Layer layer;
-    layer.width = side;
-    layer.height = side;
-    layer.pixelBuffer = Plane<uint32_t>(pixels);
-    std::memcpy(layer.pixelBuffer.data(), slice->data(), 4 * pixels);
+    Layer layer(sliceOfPixels(reinterpret_cast<const uint8_t*>(slice->data()), side, side));
     FloodFill fill;
+    fill.settings = &settings;
     fill.layer = &layer;
     fill.previousLayer = layers.empty() ? nullptr : &layers.back();
-    fill.layerIndex = static_cast<uint32_t>(layers.size());
-    fill.topPixelCount = pixels;
+    fill.markerCount = pixels;
     fill.run();
     layers.push_back(std::move(layer));
   }
   std::vector<Voxel> ghosts;
   addGhosts<Voxel>([&](const Voxel& ghost) { ghosts.push_back(ghost); });
+  std::atomic<uint64_t> failedTasks{0};
   GroupHandler handler;
-  handler.layers = &layers;
+  handler.settings = &settings;
+  handler.ghostSpread = &spread;
+  handler.layer = &layers[1];
+  handler.previousLayer = &layers[0];
+  handler.layerCount = layers.size();
+  handler.failedTasks = &failedTasks;
   uint32_t placed = 0;
   timeEachWarm(
       state,

@@ -6,9 +6,10 @@
 #include <numeric>
 
 #include "analysis/flood_fill.h"
+#include "analysis/run_extraction.h"
+#include "analysis/slice_buffers.h"
 #include "reference/flood_fill.h"
 #include "runtime/worker_pool.h"
-#include "support/slice_pipeline.h"
 #include "timing.h"
 
 namespace stiltforge::bench {
@@ -26,53 +27,54 @@ std::size_t streamLength(const SlicePicture& picture) {
   return std::max<std::size_t>(1, pixels / picture.pixels());
 }
 
-Layer layerOf(const SlicePicture& picture, const std::vector<uint32_t>& slice) {
-  Layer layer;
-  layer.width = picture.width;
-  layer.height = picture.height;
-  layer.pixelBuffer = Plane<uint32_t>(picture.pixels());
-  std::memcpy(layer.pixelBuffer.data(), slice.data(), picture.bytes());
-  return layer;
+Layer layerOf(const SlicePicture& picture, const uint32_t* slice) {
+  return Layer(
+      sliceOfPixels(reinterpret_cast<const uint8_t*>(slice), picture.width, picture.height));
 }
 
 // A slice over the one below, ready to be segmented again and again.
 class SliceInWork {
  public:
   SliceInWork(const SlicePicture& picture, bool needBuffer)
-      : picture_(picture), top_(picture.pixels()), below_(layerOf(picture, picture.below)) {
-    std::fill_n(top_.data(), picture.pixels(), 0u);
-    fill_.topPixelBuffer = &top_;
-    fill_.topPixelCount = picture.pixels();
-    fill_.needBuffer = needBuffer;
+      : picture_(picture),
+        needBuffer_(needBuffer),
+        pixels_(picture.pixels()),
+        markers_(needBuffer ? picture.pixels() : 0),
+        supportValues_(needBuffer ? picture.pixels() : 0),
+        below_(layerOf(picture, picture.below.data())) {
+    std::fill_n(markers_.data(), markers_.size(), 0u);
+    fill_.settings = &settings_;
+    fill_.markerCount = picture.pixels();
     fill_.layer = &below_;
     fill_.run();
-    layer_ = layerOf(picture, picture.slice);
-    fill_.layer = &layer_;
     fill_.previousLayer = &below_;
-    fill_.layerIndex = 1;
+    fill_.layer = &layer_;
+    std::memcpy(pixels_.data(), picture.slice.data(), picture.bytes());
   }
   SliceInWork(const SliceInWork&) = delete;
   SliceInWork& operator=(const SliceInWork&) = delete;
 
   void restore() {
-    Plane<uint32_t> pixels = std::move(layer_.pixelBuffer);
-    scratch_.takePlanes(layer_, false);
-    scratch_.takeRuns(layer_);
     layer_ = Layer();
-    layer_.width = picture_.width;
-    layer_.height = picture_.height;
-    std::memcpy(pixels.data(), picture_.slice.data(), picture_.bytes());
-    layer_.pixelBuffer = std::move(pixels);
-    scratch_.lend(layer_);
+    if (needBuffer_) std::memcpy(pixels_.data(), picture_.slice.data(), picture_.bytes());
   }
-  void segment() { fill_.run(); }
+  void segment() {
+    layer_ = layerOf(picture_, pixels_.data());
+    fill_.run();
+    if (!needBuffer_) return;
+    fillBuffers(layer_, 1, markers_,
+                {pixels_.data(), pixels_.data(), nullptr, supportValues_.data()});
+  }
 
  private:
   const SlicePicture& picture_;
-  Plane<uint32_t> top_;
+  const bool needBuffer_;
+  const Settings settings_;
+  Plane<uint32_t> pixels_;  // as sent; labels afterwards, where buffers are wanted
+  Plane<uint32_t> markers_;
+  Plane<uint8_t> supportValues_;
   Layer below_;
   Layer layer_;
-  SliceScratch scratch_;
   FloodFill fill_;
 };
 

@@ -1,21 +1,32 @@
-# stiltforge_add_addon(NAME source...): a Node-API module build/Release/NAME.node, against the
-# headers of the npm packages node-api-headers and node-addon-api. No Node installation is linked;
-# the host process provides the symbols at load.
+# What every file that speaks Node-API is compiled with: the headers of the npm packages
+# node-api-headers and node-addon-api. No Node installation is linked; the host process provides the
+# symbols at load.
+set(modules ${PROJECT_SOURCE_DIR}/node_modules)
+if(NOT EXISTS ${modules}/node-api-headers/include/node_api.h)
+  message(FATAL_ERROR "node-api-headers is missing: run `npm install` first, or configure with -DSTILTFORGE_ADDON=OFF")
+endif()
+add_library(stiltforge_node_headers INTERFACE)
+target_include_directories(stiltforge_node_headers SYSTEM INTERFACE
+  ${modules}/node-api-headers/include ${modules}/node-addon-api)
+# What the core throws inside an exported function becomes a script Error too. In an environment that
+# is being shut down jobs still complete, but script calls fail without an exception to throw on; that
+# is no reason to abort the process.
+target_compile_definitions(stiltforge_node_headers INTERFACE
+  NAPI_CPP_EXCEPTIONS NAPI_VERSION=8
+  NODE_ADDON_API_CPP_EXCEPTIONS_ALL NODE_API_SWALLOW_UNTHROWABLE_EXCEPTIONS)
+
+# stiltforge_add_addon(NAME source...): a Node-API module build/Release/NAME.node.
 function(stiltforge_add_addon name)
-  set(modules ${PROJECT_SOURCE_DIR}/node_modules)
-  if(NOT EXISTS ${modules}/node-api-headers/include/node_api.h)
-    message(FATAL_ERROR "node-api-headers is missing: run `npm install` first, or configure with -DSTILTFORGE_ADDON=OFF")
-  endif()
   add_library(${name}_addon MODULE ${ARGN})
   set_target_properties(${name}_addon PROPERTIES
     PREFIX "" SUFFIX ".node" OUTPUT_NAME ${name}
     LIBRARY_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/Release
     CXX_VISIBILITY_PRESET hidden VISIBILITY_INLINES_HIDDEN ON)
-  target_include_directories(${name}_addon SYSTEM PRIVATE
-    ${modules}/node-api-headers/include ${modules}/node-addon-api)
-  target_compile_definitions(${name}_addon PRIVATE NAPI_CPP_EXCEPTIONS NAPI_VERSION=8)
-  target_link_libraries(${name}_addon PRIVATE stiltforge_options)
+  target_link_libraries(${name}_addon PRIVATE stiltforge_options stiltforge_node_api)
   if(APPLE)
     target_link_options(${name}_addon PRIVATE -undefined dynamic_lookup)
+  elseif(UNIX)
+    # The libraries are linked in; their symbols are no business of other modules in the process.
+    target_link_options(${name}_addon PRIVATE -Wl,--exclude-libs,ALL)
   endif()
 endfunction()

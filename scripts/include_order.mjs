@@ -19,7 +19,7 @@ export const order = {
     ...['model', 'support', 'analysis', 'runtime'],
   ],
   capi: ['printer_files', 'slicing', 'mesh', 'hold', 'model', 'support', 'analysis', 'runtime'],
-  node_api: ['runtime'],
+  node_api: ['model', 'support', 'analysis', 'runtime'],
   hold: ['model', 'support', 'analysis', 'runtime'],
   printer_files: ['analysis', 'runtime'],
   slicing: ['analysis', 'runtime'],

@@ -142,52 +142,6 @@ declare namespace stiltforge {
   /** Starts a model. Throws while a job is queued or running. */
   function InitAnalyseSlice(parameters: AnalysisParameters): void;
 
-  /** What is known or expected of a model before it is analysed; expect rather too much. */
-  interface ModelSize {
-    /** Pixels. */
-    width: number;
-    /** Pixels. */
-    height: number;
-    layers: number;
-    /** Default: false. */
-    needBuffer?: boolean;
-    /** Pixels. Default: 0. */
-    ghostRadius?: number;
-    /** Slices handed over and not yet analysed, at any one time. Default: 1. */
-    queuedSlices?: number;
-    /** Results with buffers that the host keeps. Default: 0. */
-    heldResults?: number;
-    /** In the layers with the most. Default: 20. */
-    regionsPerLayer?: number;
-    /** In the whole model. Default: 0. */
-    supports?: number;
-    /** Unsupported pixels of a region for each support that it gets: `supportStrength`. Default: 0. */
-    pixelsPerSupport?: number;
-    /** Share of a layer's pixels that is unsupported, in the layer with the most. Default: 0.1. */
-    unsupportedShare?: number;
-    /** Most supports from below that a region remembers: `maxGhost`. Default: 10,000. */
-    ghostsPerRegion?: number;
-  }
-
-  /** Bytes that an analysis takes at its peak, beyond the process and the host's own slices. */
-  interface MemoryEstimate {
-    total: number;
-    /** The pixels of the slices in hand and, with buffers, of their results. */
-    slices: number;
-    /** Runs and regions of two layers. */
-    regions: number;
-    /** Work space of the support placement. */
-    placement: number;
-    /** What stays of every layer. */
-    history: number;
-    fixed: number;
-  }
-
-  namespace InitAnalyseSlice {
-    /** Predicts the peak memory of an analysis; an upper bound unless slices are stripes or noise. */
-    function estimateMemory(model: ModelSize): MemoryEstimate;
-  }
-
   /**
    * Queues the rendering of one analysed group.
    * @param layerIndex index of the slice in the order of analysis, from 0.

@@ -7,18 +7,24 @@
 
 #include "addon/analysis_owner.h"
 #include "addon/environment.h"
-#include "addon/model_state.h"
-#include "addon/refusal.h"
+#include "addon/process_model.h"
 #include "addon/slice_worker.h"
+#include "node_api/refusal.h"
 
 namespace stiltforge {
 
 namespace {
 
+std::size_t sliceBytes() {
+  const ModelParameters& parameters = processModel().parameters;
+  return std::size_t{4} * parameters.width * parameters.height;
+}
+
 std::string sliceNeed() {
-  return "a slice of " + std::to_string(SliceWorker::width) + " x " +
-         std::to_string(SliceWorker::height) + " pixels needs " +
-         std::to_string(std::size_t{4} * SliceWorker::width * SliceWorker::height) + " bytes";
+  const ModelParameters& parameters = processModel().parameters;
+  return "a slice of " + std::to_string(parameters.width) + " x " +
+         std::to_string(parameters.height) + " pixels needs " + std::to_string(sliceBytes()) +
+         " bytes";
 }
 
 void checkArguments(const Napi::CallbackInfo& info) {
@@ -32,8 +38,9 @@ void checkArguments(const Napi::CallbackInfo& info) {
 }
 
 void requireOpenModel(Napi::Env env, const Environment& environment) {
-  const bool prepared = ModelState::openedBy == 0 || ModelState::openedBy == environment.id;
-  if (ModelState::freed || !prepared) {
+  const uint32_t openedBy = processModel().openedBy;
+  const bool prepared = openedBy == 0 || openedBy == environment.id;
+  if (processModel().model.isCleared() || !prepared) {
     throw refusal(env, codes::closed,
                   "No model is open: the last one was freed. Call InitAnalyseSlice first.");
   }
@@ -45,8 +52,7 @@ void requireWholeSlice(Napi::Env env, Napi::ArrayBuffer slice) {
                   "The slice's ArrayBuffer is detached, its memory was transferred; " +
                       sliceNeed() + ". Pass the buffer before it is transferred, or a copy of it.");
   }
-  const std::size_t needed = std::size_t{4} * SliceWorker::width * SliceWorker::height;
-  if (slice.ByteLength() < needed) {
+  if (slice.ByteLength() < sliceBytes()) {
     throw refusal(env, codes::slice,
                   "The slice's ArrayBuffer holds " + std::to_string(slice.ByteLength()) +
                       " bytes, but " + sliceNeed() +
@@ -70,11 +76,13 @@ Napi::Value AnalyseSlice(const Napi::CallbackInfo& info) {
   std::unique_ptr<Job> job;
   try {
     job = std::make_unique<SliceWorker>(info[2].As<Napi::Function>(), environment, layerIndex,
-                                        slice.Data());
+                                        static_cast<const uint8_t*>(slice.Data()));
   } catch (const std::bad_alloc&) {
-    throw refusal(env, codes::memory,
-                  "Not enough memory to take the slice in: " + sliceNeed() +
-                      (SliceWorker::needBuffer ? ", and 9 for each pixel for the result." : "."));
+    throw refusal(
+        env, codes::memory,
+        "Not enough memory to take the slice in: " + sliceNeed() +
+            (processModel().parameters.needBuffer ? ", and 9 for each pixel for the result."
+                                                  : "."));
   }
   environment->jobs.add(std::move(job));
   claim.keep();

@@ -2,35 +2,38 @@
 
 #include <napi.h>
 
+#include <mutex>
+
 namespace stiltforge {
 
 struct Environment;
 
-/// The settings and the layer history exist once in the process, so one environment at a time may
-/// work with them: the first that starts a model or analyses a slice holds them until it calls
-/// CleanPointer or ends. All access goes through a claim.
+/// The five functions share one model in the process, so one environment at a time may work with
+/// it: the first that starts a model or analyses a slice owns it until it calls CleanPointer or
+/// ends. Other environments are kept out while a claim lives, and make theirs after it, so claims
+/// are held for one call of a function at most.
 class AnalysisClaim {
  public:
-  /// Throws an Error that names the holder when another environment holds the state.
+  /// Throws an Error that names the owner when that is another environment.
   AnalysisClaim(Napi::Env env, const Environment& environment);
-  /// Gives the state back, unless it was held before or is to be kept.
-  ~AnalysisClaim();
 
   AnalysisClaim(const AnalysisClaim&) = delete;
   AnalysisClaim& operator=(const AnalysisClaim&) = delete;
 
-  bool heldBefore() const { return held; }
-  /// The environment holds the state from now on.
-  void keep() { kept = true; }
-  /// The environment gives the state up when this claim ends.
-  void giveUp() { held = kept = false; }
+  /// Whether the environment is the owner.
+  bool isOwner() const;
+  /// The environment is the owner from now on.
+  void keep();
+  /// Nobody is the owner any more.
+  void giveUp();
 
-  /// The environment ends: if it holds the state, frees the model and gives the state up.
+  /// The environment ends: if it is the owner, frees the model and gives it up.
   static void end(const Environment& environment);
 
  private:
-  bool held = false;
-  bool kept = false;
+  // Recursive, since a call may run the host's script, which may call the module.
+  const std::lock_guard<std::recursive_mutex> lock_;
+  const Environment& environment_;
 };
 
 }  // namespace stiltforge

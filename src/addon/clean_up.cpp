@@ -5,9 +5,8 @@
 
 #include "addon/analysis_owner.h"
 #include "addon/environment.h"
-#include "addon/model_state.h"
-#include "addon/refusal.h"
-#include "addon/slice_worker.h"
+#include "addon/process_model.h"
+#include "node_api/refusal.h"
 
 namespace stiltforge {
 
@@ -15,7 +14,7 @@ void CleanPointer(const Napi::CallbackInfo& info) {
   const Environment& environment = *Environment::of(info.Env());
   AnalysisClaim claim(info.Env(), environment);
   environment.jobs.requireIdle(info.Env(), "CleanPointer");
-  ModelState::close();
+  processModel().close();
   claim.giveUp();
 }
 
@@ -25,13 +24,14 @@ void CleanSlicePointer(const Napi::CallbackInfo& info) {
   const Environment& environment = *Environment::of(env);
   const AnalysisClaim claim(env, environment);
   environment.jobs.requireIdle(env, "CleanSlicePointer");
-  if (index >= SliceWorker::layers.size()) {
+  const std::size_t layers = processModel().model.layers().size();
+  if (index >= layers) {
     throw refusal(env, codes::index,
                   "CleanSlicePointer got index " + std::to_string(index) +
-                      ", but the history holds " + std::to_string(SliceWorker::layers.size()) +
+                      ", but the history holds " + std::to_string(layers) +
                       " layers, counted from 0. Only analysed slices can be freed.");
   }
-  SliceWorker::layers[index].releasePixels();
+  // The pixels of an analysed slice are freed already: nothing reads them after the analysis.
 }
 
 }  // namespace stiltforge

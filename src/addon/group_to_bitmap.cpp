@@ -6,8 +6,8 @@
 #include "addon/analysis_owner.h"
 #include "addon/environment.h"
 #include "addon/group_to_bitmap_worker.h"
-#include "addon/model_state.h"
-#include "addon/refusal.h"
+#include "addon/process_model.h"
+#include "node_api/refusal.h"
 
 namespace stiltforge {
 
@@ -20,7 +20,7 @@ Napi::Value GroupToBitmap(const Napi::CallbackInfo& info) {
 
   const std::shared_ptr<Environment>& environment = Environment::of(env);
   const AnalysisClaim claim(env, *environment);
-  if (!claim.heldBefore() || ModelState::freed) {
+  if (!claim.isOwner() || processModel().model.isCleared()) {
     throw refusal(env, codes::closed,
                   "No model is open, so there is no group to render. Call InitAnalyseSlice and "
                   "analyse a slice first, and render before CleanPointer.");

@@ -4,10 +4,9 @@
 #include <utility>
 #include <vector>
 
-#include "addon/model_state.h"
-#include "addon/refusal.h"
+#include "addon/process_model.h"
 #include "addon/result_buffer.h"
-#include "addon/slice_worker.h"
+#include "node_api/refusal.h"
 #include "runtime/parallel_copy.h"
 
 namespace stiltforge {
@@ -24,7 +23,8 @@ std::string GroupToBitmapWorker::subject() const {
 // The indices are checked here and not when the job is made: the slices before it in the queue may
 // bring the layer that it asks for.
 void GroupToBitmapWorker::work() {
-  const std::vector<Layer>& layers = SliceWorker::layers;
+  Model& model = processModel().model;
+  const std::vector<Layer>& layers = model.layers();
   if (layerIndex >= layers.size()) {
     throw JobRefusal(codes::index, "There is no layer " + std::to_string(layerIndex) + ": " +
                                        std::to_string(layers.size()) +
@@ -38,8 +38,7 @@ void GroupToBitmapWorker::work() {
                                                          std::to_string(groups - 1) + "."
                                                    : ": it has no groups."));
   }
-  ModelState::ensureGhostSpread();
-  rendered = renderGroup(layers[layerIndex], groupIndex);
+  rendered = model.renderGroup(layerIndex, groupIndex);
 }
 
 void GroupToBitmapWorker::OnOK() {

@@ -4,19 +4,17 @@
 #include <limits>
 #include <memory>
 #include <new>
+#include <span>
 #include <sstream>
 #include <stdexcept>
 #include <string>
 #include <utility>
-#include <vector>
 
 #include "addon/analysis_owner.h"
 #include "addon/environment.h"
-#include "addon/model_state.h"
 #include "addon/parameters.h"
-#include "addon/refusal.h"
-#include "addon/slice_worker.h"
-#include "support/poisson.h"
+#include "addon/process_model.h"
+#include "node_api/refusal.h"
 
 namespace stiltforge {
 
@@ -54,19 +52,15 @@ Plane<uint32_t> reserveTopPixels(Napi::Env env, const SliceSize& size) {
   }
 }
 
-void rebuildGhostSpread(Napi::Env env, float radius) {
-  const float before = std::exchange(Poisson::ghostRadius, radius);
-  ModelState::ghostSpreadCurrent = false;
+// Reserves the memory of the spread table; it is filled by the first job, too.
+void prepareGhostSpread(Napi::Env env, float radius) {
   try {
-    Poisson::createGhostSpread();
-    ModelState::ghostSpreadCurrent = true;
+    processModel().model.prepareGhostSpread(radius);
   } catch (const std::bad_alloc&) {
-    Poisson::ghostRadius = before;
     std::ostringstream message;
     message << "Not enough memory for the spread table of ghostRadius " << radius << ".";
     throw refusal(env, codes::memory, message.str());
   } catch (const std::length_error& e) {
-    Poisson::ghostRadius = before;
     throw refusal(env, codes::parameter, e.what());
   }
 }
@@ -82,17 +76,18 @@ class ModelStart {
   }
 
   void read(const Napi::Object& parameters) {
-    readOrStorePart(parameters, sliceSettings(), [] {});
-    size = {settings.valueOf(&SliceWorker::width), settings.valueOf(&SliceWorker::height)};
+    readOrStorePart(parameters, sliceReads(), [] {});
+    const ModelParameters read = pending.applied({});
+    size = {read.width, read.height};
     requireCountable(env, size);
-    if (settings.valueOf(&SliceWorker::needBuffer)) topPixels = reserveTopPixels(env, size);
-    readOrStorePart(parameters, analysisSettings(), [this] { startModel(); });
+    if (read.needBuffer) topPixels = reserveTopPixels(env, size);
+    readOrStorePart(parameters, analysisReads(), [this] { startModel(); });
   }
 
   void commit() {
     AnalysisClaim claim(env, environment);
     environment.jobs.requireIdle(env, "InitAnalyseSlice");
-    rebuildGhostSpread(env, settings.valueOf(&Poisson::ghostRadius));
+    prepareGhostSpread(env, pending.applied({}).settings.ghostRadius);
     startModel();
     store();
     claim.keep();
@@ -101,30 +96,29 @@ class ModelStart {
  private:
   // A value of the wrong type ends the call but does not undo it: what was read before it counts.
   template <typename Before>
-  void readOrStorePart(const Napi::Object& parameters, const std::vector<Setting>& part,
+  void readOrStorePart(const Napi::Object& parameters, std::span<const ParameterRead> part,
                        Before before) {
     try {
-      settings.read(parameters, part);
+      pending.read(parameters, part);
     } catch (const Napi::Error&) {
       const AnalysisClaim claim(env, environment);
       environment.jobs.requireIdle(env, "InitAnalyseSlice");
       before();
       store();
-      ModelState::ghostSpreadCurrent = false;
       throw;
     }
   }
 
-  void startModel() { ModelState::start(std::move(topPixels), size.pixels()); }
+  void startModel() { processModel().start(size.pixels(), std::move(topPixels)); }
 
   void store() {
-    settings.store();
-    ModelState::openedBy = environment.id;
+    processModel().store(pending.applied(processModel().parameters));
+    processModel().openedBy = environment.id;
   }
 
   Napi::Env env;
   Environment& environment;
-  PendingSettings settings;
+  PendingParameters pending;
   SliceSize size{0, 0};
   Plane<uint32_t> topPixels;
 };

@@ -6,8 +6,8 @@
 #include <utility>
 
 #include "addon/environment.h"
-#include "addon/refusal.h"
-#include "support/slice_pipeline.h"
+#include "model/model.h"
+#include "node_api/refusal.h"
 
 namespace stiltforge {
 

@@ -3,7 +3,7 @@
 #include <string>
 #include <utility>
 
-#include "addon/refusal.h"
+#include "node_api/refusal.h"
 
 namespace stiltforge {
 

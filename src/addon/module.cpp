@@ -6,27 +6,23 @@
 #include "addon/environment.h"
 #include "addon/group_to_bitmap.h"
 #include "addon/init_analyse_slice.h"
-#include "addon/memory_estimate.h"
-#include "support/group_handler.h"
+#include "addon/process_model.h"
 
 namespace {
 
 using namespace stiltforge;
 
 Napi::Value failedTasks(const Napi::CallbackInfo& info) {
-  return Napi::Number::New(info.Env(), static_cast<double>(GroupHandler::failedTasks.load()));
+  return Napi::Number::New(info.Env(), static_cast<double>(processModel().model.failedTasks()));
 }
 
 Napi::Object Init(Napi::Env env, Napi::Object exports) {
   Environment::open(env);
   const Napi::Function analyseSlice = Napi::Function::New<&AnalyseSlice>(env);
-  // Neither a diagnostic nor a forecast must become a sixth export.
+  // A diagnostic must not become a sixth export.
   analyseSlice.DefineProperty(Napi::PropertyDescriptor::Accessor<&failedTasks>("failedTasks"));
-  const Napi::Function initAnalyseSlice = Napi::Function::New<&InitAnalyseSlice>(env);
-  initAnalyseSlice.DefineProperty(
-      Napi::PropertyDescriptor::Value("estimateMemory", Napi::Function::New<&EstimateMemory>(env)));
   exports.Set("AnalyseSlice", analyseSlice);
-  exports.Set("InitAnalyseSlice", initAnalyseSlice);
+  exports.Set("InitAnalyseSlice", Napi::Function::New<&InitAnalyseSlice>(env));
   exports.Set("GroupToBitmap", Napi::Function::New<&GroupToBitmap>(env));
   exports.Set("CleanPointer", Napi::Function::New<&CleanPointer>(env));
   exports.Set("CleanSlicePointer", Napi::Function::New<&CleanSlicePointer>(env));

@@ -1,5 +1,6 @@
 #include "analysis/fill_order.h"
 
+#include <algorithm>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -12,10 +13,16 @@ namespace {
 // anyway.
 class ScanlineFill {
  public:
-  ScanlineFill(const Layer& layer, std::size_t markers)
-      : layer_(layer), markers_(markers), width_(layer.width), state_(layer.pixelBuffer.size()) {
-    for (std::size_t i = 0; i < state_.size(); ++i) {
-      state_[i] = (layer.pixelBuffer[i] & 0xFF) != 0 ? solid : background;
+  ScanlineFill(const Slice& slice, std::size_t markers)
+      : markers_(markers),
+        width_(slice.width),
+        height_(slice.height),
+        state_(std::size_t{slice.width} * slice.height, background) {
+    for (uint32_t y = 0; y < height_; ++y) {
+      for (const Run& run : slice.material.row(static_cast<int>(y))) {
+        uint8_t* const row = state_.data() + std::size_t{y} * width_;
+        std::fill(row + run.begin, row + run.end, solid);
+      }
     }
   }
 
@@ -61,7 +68,7 @@ class ScanlineFill {
       visit(i);
       lookAside(x > 0, i - 1, left);
       lookAside(x + 1 < width_, i + 1, right);
-      if (y + 1 == layer_.height) return;
+      if (y + 1 == height_) return;
       const uint32_t below = i + width_;
       if (state_[below] != background) continue;
       if (x > 0 && state_[below - 1] == solid && !left) stack_.push_back(below - 1);
@@ -70,17 +77,17 @@ class ScanlineFill {
     }
   }
 
-  const Layer& layer_;
   const std::size_t markers_;
   const uint32_t width_;
+  const uint32_t height_;
   std::vector<uint8_t> state_;
   std::vector<uint32_t> stack_;
 };
 
 }  // namespace
 
-void requireMarkers(const Layer& layer, std::size_t markers) {
-  ScanlineFill(layer, markers).run();
+void requireMarkers(const Slice& slice, std::size_t markers) {
+  ScanlineFill(slice, markers).run();
 }
 
 }  // namespace stiltforge

@@ -2,13 +2,13 @@
 
 #include <cstddef>
 
-#include "analysis/layer.h"
+#include "analysis/slice.h"
 
 namespace stiltforge {
 
 /// Throws std::out_of_range when a pixel of material has an index of `markers` or above; the
 /// message names the first such pixel in the order in which a scanline fill with a stack reaches
-/// them. Needs the layer's pixelBuffer as the host sent it.
-void requireMarkers(const Layer& layer, std::size_t markers);
+/// them.
+void requireMarkers(const Slice& slice, std::size_t markers);
 
 }  // namespace stiltforge

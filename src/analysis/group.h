@@ -61,8 +61,8 @@ struct Group {
   float pixelStrength = 0;  ///< support strength per pixel, weighed by the layer above
   float maxScore = 0;
   uint32_t unsupportedPixelCount = 0;  ///< pixels with blue below 255
-  uint32_t almostNotBlueCount = 0;     ///< ... below FloodFill::almostNotBlueCounterLimit
-  uint32_t islandBlueCount = 0;        ///< ... below FloodFill::islandMinBlue
+  uint32_t almostNotBlueCount = 0;     ///< ... below Settings::almostNotBlueCounterLimit
+  uint32_t islandBlueCount = 0;        ///< ... below Settings::islandMinBlue
   float angleNorm = 0.1f;
   float ghostNorm = 0.1f;
   float strokeNorm = 0.1f;

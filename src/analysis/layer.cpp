@@ -1,33 +1,32 @@
 #include "analysis/layer.h"
 
 #include <algorithm>
+#include <span>
 
 namespace stiltforge {
 
 namespace {
 
-template <typename T>
-void release(std::vector<T>& values) {
-  std::vector<T>().swap(values);
+template <typename Vector>
+void release(Vector& values) {
+  Vector().swap(values);
 }
 
 }  // namespace
 
 bool Layer::isBackground(uint32_t index) const {
   if (width == 0 || index / width >= height) return true;
-  const uint32_t y = index / width;
+  const std::span<const Run> row = material.row(static_cast<int>(index / width));
   const uint32_t x = index % width;
-  const auto rowEnd = runs.begin() + rowRuns[y + 1];
-  const auto next =
-      std::upper_bound(runs.begin() + rowRuns[y], rowEnd, x,
-                       [](uint32_t column, const SolidRun& r) { return column < r.end; });
-  return next == rowEnd || x < next->begin;
+  const auto next = std::upper_bound(
+      row.begin(), row.end(), x, [](uint32_t column, const Run& run) { return column < run.end; });
+  return next == row.end() || x < next->begin;
 }
 
-void Layer::releasePixels() {
-  pixelBuffer.release();
-  supportedPixels.release();
-  strokePixels.release();
+void Layer::releaseOverhang() {
+  overhang = RunRows();
+  release(blue);
+  release(green);
 }
 
 void Layer::archive() {
@@ -47,10 +46,10 @@ void Layer::archive() {
       archived[i].placement = std::move(placement);
     }
   }
-  releasePixels();
+  releaseOverhang();
+  material = RunRows();
+  release(groupOfRun);
   release(groups);
-  release(runs);
-  release(rowRuns);
   release(overlaps);
 }
 

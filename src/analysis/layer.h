@@ -3,21 +3,16 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <utility>
 #include <vector>
 
 #include "analysis/group.h"
-#include "analysis/plane.h"
+#include "analysis/slice.h"
+#include "runtime/scratch_vector.h"
 
 namespace stiltforge {
 
-/// A maximal horizontal run of material, columns [begin, end) of its row.
-struct SolidRun {
-  uint16_t begin = 0;
-  uint16_t end = 0;
-  uint32_t group = 0;  ///< label of the group it belongs to
-};
-
-/// What outlives the pixels of a layer: a group's box and, where it has any, its supports.
+/// What outlives the runs of a layer: a group's box and, where it has any, its supports.
 struct ArchivedGroup {
   Box box;
   std::unique_ptr<Placement> placement;
@@ -25,21 +20,16 @@ struct ArchivedGroup {
 
 /// One analysed slice.
 ///
-/// In work it holds the host's pixels and the run-length form that segmentation makes of them. Once
-/// the next slice is done, archive() leaves only what a later call can still ask for.
-struct Layer {
-  uint16_t width = 0;   ///< pixels
-  uint16_t height = 0;  ///< pixels
+/// In work it holds the slice and what segmentation makes of it. Once its supports are placed,
+/// releaseOverhang() drops the channels, and once the next slice is done, archive() leaves only
+/// what a later call can still ask for.
+struct Layer : Slice {
+  Layer() = default;
+  explicit Layer(Slice slice) : Slice(std::move(slice)) {}
 
-  Plane<uint32_t> pixelBuffer;  ///< width * height RGBA words; labels once segmented, on request
-  /// width * height blue and green bytes of the material. Background is 0 in supportedPixels when
-  /// buffers are wanted, and open otherwise.
-  Plane<uint8_t> supportedPixels;
-  Plane<uint8_t> strokePixels;
+  /// Label of the group of each run of `material`.
+  ScratchVector<uint32_t> groupOfRun;
 
-  std::vector<SolidRun> runs;  ///< in raster order
-  /// height + 1 entries: row y has runs [rowRuns[y], rowRuns[y + 1]).
-  std::vector<uint32_t> rowRuns;
   struct Overlap {
     uint32_t lower = 0;  ///< label of the lower group
     uint32_t count = 0;  ///< pixels shared with it
@@ -65,8 +55,8 @@ struct Layer {
   /// True when the pixel at this index, y * width + x, carries no material. Needs the runs.
   bool isBackground(uint32_t index) const;
 
-  /// Releases the three pixel planes.
-  void releasePixels();
+  /// Releases the runs and channels of the overhanging pixels, which only the support pass reads.
+  void releaseOverhang();
   /// Releases all that the next layer needed of this one and no later step reads. Supports stay
   /// where they are in memory, since ghosts point to them.
   void archive();

@@ -18,14 +18,6 @@ struct SharedPixels {
 
 constexpr std::size_t runsPerTask = std::size_t{1} << 15;
 
-uint64_t firstIndex(const Layer& layer, uint32_t row, const SolidRun& run) {
-  return uint64_t{row} * layer.width + run.begin;
-}
-
-uint64_t endIndex(const Layer& layer, uint32_t row, const SolidRun& run) {
-  return uint64_t{row} * layer.width + run.end;
-}
-
 // A position in a layer's runs that knows its row.
 struct RunCursor {
   const Layer* layer;
@@ -33,11 +25,11 @@ struct RunCursor {
   uint32_t row;
 
   void settle() {
-    while (row < layer->height && run >= layer->rowRuns[row + 1]) ++row;
+    while (row < layer->height && run >= layer->material.rowStart(row + 1)) ++row;
   }
-  bool atEnd() const { return run >= layer->runs.size(); }
-  uint64_t first() const { return firstIndex(*layer, row, layer->runs[run]); }
-  uint64_t end() const { return endIndex(*layer, row, layer->runs[run]); }
+  bool atEnd() const { return run >= layer->material.runCount(); }
+  uint64_t first() const { return uint64_t{row} * layer->width + layer->material[run].begin; }
+  uint64_t end() const { return uint64_t{row} * layer->width + layer->material[run].end; }
   void advance() {
     ++run;
     settle();
@@ -49,7 +41,7 @@ RunCursor seek(const Layer& layer, uint64_t index) {
   RunCursor cursor{&layer, 0, 0};
   if (layer.width == 0) return cursor;
   cursor.row = static_cast<uint32_t>(std::min<uint64_t>(index / layer.width, layer.height));
-  cursor.run = layer.rowRuns[cursor.row];
+  cursor.run = layer.material.rowStart(cursor.row);
   cursor.settle();
   while (!cursor.atEnd() && cursor.end() <= index) cursor.advance();
   return cursor;
@@ -57,9 +49,9 @@ RunCursor seek(const Layer& layer, uint64_t index) {
 
 void intersectRows(const Layer& layer, const Layer& below, uint32_t firstRow, uint32_t endRow,
                    ScratchVector<SharedPixels>& shared) {
-  RunCursor upper{&layer, layer.rowRuns[firstRow], firstRow};
+  RunCursor upper{&layer, layer.material.rowStart(firstRow), firstRow};
   upper.settle();
-  const uint32_t lastRun = layer.rowRuns[endRow];
+  const uint32_t lastRun = layer.material.rowStart(endRow);
   if (upper.run >= lastRun) return;
   RunCursor lower = seek(below, upper.first());
   SharedPixels current;
@@ -69,8 +61,8 @@ void intersectRows(const Layer& layer, const Layer& below, uint32_t firstRow, ui
     const uint64_t lowerEnd = lower.end();
     const uint64_t to = std::min(upperEnd, lowerEnd);
     if (from < to) {
-      const uint32_t group = layer.runs[upper.run].group;
-      const uint32_t label = below.runs[lower.run].group;
+      const uint32_t group = layer.groupOfRun[upper.run];
+      const uint32_t label = below.groupOfRun[lower.run];
       if (group != current.group || label != current.lower) {
         if (current.count != 0) shared.push_back(current);
         current = {group, label, 0};
@@ -99,7 +91,7 @@ void sortByLabel(ScratchVector<SharedPixels>& shared, std::size_t labels, Key ke
 }
 
 ScratchVector<SharedPixels> sharedPixels(const Layer& layer, const Layer& below) {
-  const std::size_t tasks = std::clamp<std::size_t>(layer.runs.size() / runsPerTask + 1, 1,
+  const std::size_t tasks = std::clamp<std::size_t>(layer.material.runCount() / runsPerTask + 1, 1,
                                                     std::max<std::size_t>(layer.height, 1));
   std::vector<ScratchVector<SharedPixels>> parts(tasks);
   workers::parallelFor(tasks, [&](std::size_t t) {

@@ -1,16 +1,15 @@
 #pragma once
 
-#include "analysis/layer.h"
+#include <cstdint>
+
+#include "analysis/slice.h"
 
 namespace stiltforge {
 
-/// Reads layer.pixelBuffer once, rows in parallel: fills runs and rowRuns, and writes the blue and
-/// green bytes of the material into supportedPixels and strokePixels (both width * height). With
-/// `clearBackground` the rest of supportedPixels becomes 0.
-void extractRuns(Layer& layer, bool clearBackground);
-
-/// Whether row y has so many runs that a whole row is cheaper than run by run. Its supportedPixels
-/// are defined, 0, over background too.
-bool isDenseRow(const Layer& layer, uint32_t y);
+/// The slice that a picture shows: width * height RGBA pixels, row by row, at any address. A pixel
+/// is material when its red byte is not 0, whatever its alpha; blue is its support value, green its
+/// stroke value. Reads the picture once, rows in parallel, and no more of it afterwards. Where
+/// `copy` is given, width * height * 4 bytes, the picture is copied there on the way.
+Slice sliceOfPixels(const uint8_t* rgba, uint16_t width, uint16_t height, uint8_t* copy = nullptr);
 
 }  // namespace stiltforge

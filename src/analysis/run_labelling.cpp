@@ -24,15 +24,15 @@ class LabelSets {
   std::size_t size() const { return size_; }
 
   // Gives every unlabelled run a label of its own.
-  void labelRest(SolidRun* run, const SolidRun* end) {
-    const auto runs = static_cast<std::size_t>(end - run);
+  void labelRest(uint32_t* label, const uint32_t* end) {
+    const auto runs = static_cast<std::size_t>(end - label);
     if (size_ + runs > parent_.size()) parent_.resize(std::max(2 * parent_.size(), size_ + runs));
-    for (; run != end; ++run) {
+    for (; label != end; ++label) {
       // Without a branch: in noise it would be wrong half of the time.
       const auto next = static_cast<uint32_t>(size_);
-      const bool isNew = run->group == unlabelled;
+      const bool isNew = *label == unlabelled;
       parent_[next] = next;
-      run->group = isNew ? next : run->group;
+      *label = isNew ? next : *label;
       size_ += isNew;
     }
   }
@@ -66,7 +66,7 @@ class LabelSets {
   std::size_t size_ = 0;
 };
 
-// A run of one row and a run of the next: their indices in Layer::runs.
+// A run of one row and a run of the next: their positions in Slice::material.
 struct Contact {
   uint32_t upper = 0;
   uint32_t lower = 0;
@@ -87,17 +87,17 @@ struct Contacts {
 // corner to `corners`, from left to right. Which of them a step finds is a toss-up in noise, so
 // each step writes both and keeps what is true.
 void compareRows(const Layer& layer, uint32_t y, Contacts& touches, Contacts& corners) {
-  const SolidRun* const runs = layer.runs.data();
-  uint32_t upper = layer.rowRuns[y - 1];
-  uint32_t lower = layer.rowRuns[y];
-  const uint32_t upperEnd = layer.rowRuns[y];
-  const uint32_t lowerEnd = layer.rowRuns[y + 1];
+  const Run* const runs = layer.material.data();
+  uint32_t upper = layer.material.rowStart(y - 1);
+  uint32_t lower = layer.material.rowStart(y);
+  const uint32_t upperEnd = lower;
+  const uint32_t lowerEnd = layer.material.rowStart(y + 1);
   const std::size_t mostSteps = std::size_t{lowerEnd} - upper;
   Contact* touch = touches.room(mostSteps);
   Contact* corner = corners.room(mostSteps);
   while (upper < upperEnd && lower < lowerEnd) {
-    const SolidRun& above = runs[upper];
-    const SolidRun& below = runs[lower];
+    const Run& above = runs[upper];
+    const Run& below = runs[lower];
     *touch = {upper, lower};
     *corner = {upper, lower};
     touch += int{above.begin < below.end} & int{below.begin < above.end};
@@ -130,20 +130,20 @@ struct Band {
 void labelBand(Layer& layer, Band& band) {
   Contacts touches;
   Contacts corners;
-  SolidRun* const runs = layer.runs.data();
+  uint32_t* const labels = layer.groupOfRun.data();
   for (uint32_t y = band.firstRow; y < band.endRow; ++y) {
-    SolidRun* const rowBegin = runs + layer.rowRuns[y];
-    SolidRun* const rowEnd = runs + layer.rowRuns[y + 1];
-    std::for_each(rowBegin, rowEnd, [](SolidRun& run) { run.group = unlabelled; });
+    uint32_t* const rowBegin = labels + layer.material.rowStart(y);
+    uint32_t* const rowEnd = labels + layer.material.rowStart(y + 1);
+    std::fill(rowBegin, rowEnd, unlabelled);
     touches.size = 0;
     if (y > band.firstRow) compareRows(layer, y, touches, corners);
     // Backwards, so that the leftmost of the runs above gives its label.
     for (std::size_t i = touches.size; i-- > 0;) {
-      runs[touches.list[i].lower].group = runs[touches.list[i].upper].group;
+      labels[touches.list[i].lower] = labels[touches.list[i].upper];
     }
     for (std::size_t i = 0; i < touches.size; ++i) {
-      const uint32_t above = runs[touches.list[i].upper].group;
-      const uint32_t own = runs[touches.list[i].lower].group;
+      const uint32_t above = labels[touches.list[i].upper];
+      const uint32_t own = labels[touches.list[i].lower];
       if (above != own) band.sets.unite(above, own);
     }
     band.sets.labelRest(rowBegin, rowEnd);
@@ -151,15 +151,15 @@ void labelBand(Layer& layer, Band& band) {
   band.sets.flatten();
   for (std::size_t i = 0; i < corners.size; ++i) {
     const Contact& corner = corners.list[i];
-    const LabelPair link{band.sets.flatRoot(runs[corner.upper].group),
-                         band.sets.flatRoot(runs[corner.lower].group)};
+    const LabelPair link{band.sets.flatRoot(labels[corner.upper]),
+                         band.sets.flatRoot(labels[corner.lower])};
     if (link.upper != link.lower) band.links.push_back(link);
   }
 }
 
 std::vector<Band> bandsOf(const Layer& layer) {
   const std::size_t count =
-      std::min<std::size_t>(layer.runs.size() / runsPerBand + 1, layer.height);
+      std::min<std::size_t>(layer.material.runCount() / runsPerBand + 1, layer.height);
   std::vector<Band> bands(count);
   for (std::size_t b = 0; b < count; ++b) {
     bands[b].firstRow = static_cast<uint32_t>(layer.height * b / count);
@@ -189,8 +189,8 @@ ScratchVector<LabelPair> joinSeams(const Layer& layer, const std::vector<Band>& 
   ScratchVector<LabelPair> links;
   for (std::size_t b = 1; b < bands.size(); ++b) {
     const auto labels = [&](const Contact& contact) {
-      return LabelPair{bands[b - 1].labelOffset + layer.runs[contact.upper].group,
-                       bands[b].labelOffset + layer.runs[contact.lower].group};
+      return LabelPair{bands[b - 1].labelOffset + layer.groupOfRun[contact.upper],
+                       bands[b].labelOffset + layer.groupOfRun[contact.lower]};
     };
     touches.size = corners.size = 0;
     compareRows(layer, bands[b].firstRow, touches, corners);
@@ -269,7 +269,8 @@ uint32_t collectGroups(const LabelSets& sets, const ScratchVector<uint32_t>& tar
 }  // namespace
 
 uint32_t labelRuns(Layer& layer) {
-  if (layer.runs.empty()) return 0;
+  layer.groupOfRun.resize(layer.material.runCount());
+  if (layer.material.empty()) return 0;
   std::vector<Band> bands = bandsOf(layer);
   workers::parallelFor(bands.size(), [&](std::size_t b) { labelBand(layer, bands[b]); });
 
@@ -283,10 +284,9 @@ uint32_t labelRuns(Layer& layer) {
   const uint32_t groupCount = collectGroups(sets, targets, nodes);
   workers::parallelFor(bands.size(), [&](std::size_t b) {
     const Band& band = bands[b];
-    for (uint32_t r = layer.rowRuns[band.firstRow]; r < layer.rowRuns[band.endRow]; ++r) {
-      const uint32_t label = band.labelOffset + layer.runs[r].group;
-      layer.runs[r].group = nodes[sets.flatRoot(label)].group;
-    }
+    uint32_t* const end = layer.groupOfRun.data() + layer.material.rowStart(band.endRow);
+    uint32_t* label = layer.groupOfRun.data() + layer.material.rowStart(band.firstRow);
+    for (; label != end; ++label) *label = nodes[sets.flatRoot(band.labelOffset + *label)].group;
   });
   return groupCount;
 }

@@ -6,8 +6,8 @@
 
 namespace stiltforge {
 
-/// Gives every run of the layer the label of its group, 1 to the returned count, in raster order of
-/// the groups' first pixels.
+/// Fills layer.groupOfRun: every run gets the label of its group, 1 to the returned count, in
+/// raster order of the groups' first pixels.
 ///
 /// Two passes over the runs (L. He, Y. Chao, K. Suzuki, "A run-based two-scan labeling algorithm",
 /// 2008): runs of neighbouring rows that share a column take one provisional label, labels that

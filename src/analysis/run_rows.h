@@ -30,21 +30,25 @@ class RunRows {
   /// Forgets all rows and keeps the storage.
   void clear() {
     runs_.clear();
-    rowStart_.assign(1, 0);
+    rowStart_.clear();
   }
   /// Appends to the row that is not yet ended. Runs must come in ascending order, in columns from 0
   /// to 65535; one that touches or overlaps the last is joined with it, an empty one is dropped.
   void add(int32_t begin, int32_t end) {
     if (begin >= end) return;
-    if (runs_.size() > rowStart_.back() && begin <= runs_.back().end) {
+    const std::size_t rowBegin = rowStart_.empty() ? 0 : rowStart_.back();
+    if (runs_.size() > rowBegin && begin <= runs_.back().end) {
       if (end > runs_.back().end) runs_.back().end = static_cast<uint16_t>(end);
     } else {
       runs_.push_back({static_cast<uint16_t>(begin), static_cast<uint16_t>(end)});
     }
   }
-  void endRow() { rowStart_.push_back(static_cast<uint32_t>(runs_.size())); }
+  void endRow() {
+    if (rowStart_.empty()) rowStart_.push_back(0);
+    rowStart_.push_back(static_cast<uint32_t>(runs_.size()));
+  }
 
-  int height() const { return static_cast<int>(rowStart_.size()) - 1; }
+  int height() const { return rowStart_.empty() ? 0 : static_cast<int>(rowStart_.size()) - 1; }
   std::size_t runCount() const { return runs_.size(); }
   bool empty() const { return runs_.empty(); }
   /// Runs of an ended row; none for a row outside [0, height).
@@ -57,7 +61,7 @@ class RunRows {
   const Run& operator[](std::size_t i) const { return runs_[i]; }
   const Run* data() const { return runs_.data(); }
   /// Position of the first run of row y, 0 to height(); of the height, the number of runs.
-  uint32_t rowStart(std::size_t y) const { return rowStart_[y]; }
+  uint32_t rowStart(std::size_t y) const { return rowStart_.empty() ? 0 : rowStart_[y]; }
 
   uint64_t pixelCount() const {
     uint64_t pixels = 0;
@@ -69,7 +73,7 @@ class RunRows {
 
  private:
   ScratchVector<Run> runs_;
-  ScratchVector<uint32_t> rowStart_ = ScratchVector<uint32_t>(1, 0);
+  ScratchVector<uint32_t> rowStart_;  // empty while there is no row
 };
 
 /// Calls fn(begin, end) for the parts of `run` that no run of `holes` covers, ascending. Drops the

@@ -11,7 +11,8 @@ namespace {
 // The ghosts that one group collects, in order, each once.
 class GhostList {
  public:
-  explicit GhostList(std::vector<Voxel*>& ghosts) : ghosts_(ghosts) {}
+  GhostList(std::vector<Voxel*>& ghosts, int32_t maxGhost, int32_t& ghostIterator)
+      : ghosts_(ghosts), maxGhost_(maxGhost), ghostIterator_(ghostIterator) {}
 
   // Offers what one lower group holds. Within it nothing stands twice, so only a second lower group
   // needs the look-up.
@@ -26,7 +27,7 @@ class GhostList {
   void offer(Voxel* ghost, bool mayRepeat) {
     if (mayRepeat && known_.count(ghost) != 0) return;
     if (ghost->toDelete) return;
-    if (SupportInheritance::maxGhost > static_cast<int64_t>(ghosts_.size())) {
+    if (maxGhost_ > static_cast<int64_t>(ghosts_.size())) {
       ghosts_.push_back(ghost);
       if (mayRepeat) known_.insert(ghost);
     } else {
@@ -34,14 +35,15 @@ class GhostList {
     }
   }
 
-  static void refuse() {
-    const int64_t maxGhost = SupportInheritance::maxGhost;
-    if (maxGhost == 0) return;
-    const int64_t next = int64_t{SupportInheritance::ghostIterator} + 1;
-    SupportInheritance::ghostIterator = static_cast<int32_t>(next % maxGhost);
+  void refuse() {
+    if (maxGhost_ == 0) return;
+    const int64_t next = int64_t{ghostIterator_} + 1;
+    ghostIterator_ = static_cast<int32_t>(next % maxGhost_);
   }
 
   std::vector<Voxel*>& ghosts_;
+  const int64_t maxGhost_;
+  int32_t& ghostIterator_;
   std::unordered_set<const Voxel*> known_;
 };
 
@@ -53,21 +55,24 @@ void SupportInheritance::inherite(Group& group) const {
     const Layer::Overlap& overlap = layer->overlaps[group.firstOverlap + i];
     Placement* lower = previousLayer->groups[overlap.lower].placement.get();
     if (!lower || (lower->ghostSupports.empty() && lower->supports.empty())) continue;
-    if (!ghosts) ghosts.emplace(group.ensurePlacement().ghostSupports);
+    if (!ghosts) {
+      ghosts.emplace(group.ensurePlacement().ghostSupports, settings->maxGhost,
+                     record->ghostIterator);
+    }
     ghosts->offerAll(*lower);
   }
 }
 
-void SupportInheritance::retireGhosts(const Layer& layer, std::size_t historySize,
-                                      std::ostream& out) {
-  const std::size_t count = ghostSupportArray.size();
+void SupportInheritance::retireGhosts(std::size_t historySize, std::ostream& out) const {
+  const std::size_t count = record->ghostSupportArray.size();
+  const float maxZGhost = settings->maxZGhost;
   for (std::size_t i = 0; i < count; ++i) {
-    Voxel* ghost = ghostSupportArray[i];
-    const bool hasNoMaterial = layer.isBackground(ghost->index);
+    Voxel* ghost = record->ghostSupportArray[i];
+    const bool hasNoMaterial = layer->isBackground(ghost->index);
     const bool isOld = static_cast<float>(historySize) - maxZGhost > static_cast<float>(ghost->z);
     if (!hasNoMaterial && !isOld) continue;
     ghost->toDelete = true;
-    deleteGhostIndex.push_back(static_cast<int32_t>(i));
+    record->deleteGhostIndex.push_back(static_cast<int32_t>(i));
     out << "maxZGhost " << static_cast<double>(maxZGhost) << ' ' << (hasNoMaterial ? 1 : 0)
         << std::endl;
   }

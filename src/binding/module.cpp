@@ -5,6 +5,8 @@
 
 #include "binding/array_buffer.h"
 #include "binding/mask_slicer_object.h"
+#include "binding/memory_estimate.h"
+#include "binding/parameter_table.h"
 #include "binding/slicer_object.h"
 
 namespace {
@@ -13,6 +15,9 @@ Napi::Object initialize(Napi::Env env, Napi::Object exports) {
   stiltforge::binding::keepArrayBufferFunctions(env);
   exports.Set("Slicer", stiltforge::binding::SlicerObject::define(env));
   exports.Set("MaskSlicer", stiltforge::binding::MaskSlicerObject::define(env));
+  exports.Set("estimateMemory",
+              Napi::Function::New<&stiltforge::binding::estimateMemory>(env, "estimateMemory"));
+  exports.Set("parameterTable", stiltforge::binding::parameterTable(env));
   return exports;
 }
 

@@ -17,7 +17,8 @@ namespace {
 
 std::mutex poolMutex;
 std::unique_ptr<ctpl::thread_pool> pool;
-int COUNT = static_cast<int>(std::thread::hardware_concurrency());
+// 0 where the C++ library cannot tell the number of processors.
+int COUNT = std::max(1, static_cast<int>(std::thread::hardware_concurrency()));
 
 ctpl::thread_pool& startedPool() {
   std::lock_guard<std::mutex> lock(poolMutex);
@@ -70,7 +71,7 @@ int count() {
 
 void setCount(int n) {
   shutdown();
-  COUNT = n;
+  COUNT = std::max(1, n);
 }
 
 void shutdown() {
@@ -81,7 +82,7 @@ void shutdown() {
 void parallelFor(std::size_t n, const std::function<void(std::size_t)>& body) {
   if (n == 0) return;
   auto loop = std::make_shared<Loop>(n, body);
-  const std::size_t helpers = std::min<std::size_t>(n, std::max(COUNT, 1)) - 1;
+  const std::size_t helpers = std::min<std::size_t>(n, static_cast<std::size_t>(COUNT)) - 1;
   try {
     for (std::size_t i = 0; i < helpers; ++i) {
       startedPool().push([loop](int) { loop->work(); });

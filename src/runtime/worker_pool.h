@@ -9,9 +9,10 @@ namespace stiltforge {
 /// and lives between slices.
 namespace workers {
 
-/// Number of worker threads: std::thread::hardware_concurrency() at load unless set.
+/// Number of worker threads, at least 1: std::thread::hardware_concurrency() at load unless set.
 int count();
-/// Stops the pool and lets the next use start one of `n` workers. No analysis may be running.
+/// Stops the pool and lets the next use start one of `n` workers, or of one where `n` is less. No
+/// analysis may be running.
 void setCount(int n);
 /// Joins and frees the pool; the next use starts a new one. No analysis may be running.
 void shutdown();

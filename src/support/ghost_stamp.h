@@ -4,14 +4,16 @@
 #include <vector>
 
 #include "analysis/group.h"
+#include "support/ghost_spread.h"
 
 namespace stiltforge {
 
-/// The ghost supports of one group as they fall onto its box: every ghost adds the cone of
-/// Poisson::ghostSpread, in whole steps of 1/255, to the pixels around it.
+/// The ghost supports of one group as they fall onto its box: every ghost adds the cone of a
+/// GhostSpread to the pixels around it.
 class GhostStamp {
  public:
-  GhostStamp(const std::vector<Voxel*>& ghosts, Box box);
+  /// `spread` must outlive the stamp.
+  GhostStamp(const GhostSpread& spread, const std::vector<Voxel*>& ghosts, Box box);
 
   /// True when no ghost reaches the box.
   bool empty() const { return footprints_.empty(); }
@@ -19,11 +21,6 @@ class GhostStamp {
   /// Adds the ghosts, in their order, to the box rows [firstRow, endRow), counted from the box's
   /// top. `sums` holds (endRow - firstRow) * box width values.
   void addRows(uint32_t firstRow, uint32_t endRow, float* sums) const;
-
-  /// Rebuilds the table of cone steps from Poisson::ghostSpread and Poisson::ghostRadius.
-  static void rebuildTable();
-  /// Frees the table; nothing is stamped until it is rebuilt.
-  static void releaseTable();
 
  private:
   // Consecutive rows or columns of the table that fall onto consecutive ones of the box.
@@ -37,9 +34,10 @@ class GhostStamp {
     std::vector<Span> columns;
   };
 
-  static std::vector<Span> spansAlong(uint16_t ghost, uint16_t boxMin, uint32_t boxLength);
+  std::vector<Span> spansAlong(uint16_t ghost, uint16_t boxMin, uint32_t boxLength) const;
   void addRow(const Footprint& footprint, uint32_t tableRow, float* line) const;
 
+  const GhostSpread& spread_;
   uint32_t boxWidth_;
   std::vector<Footprint> footprints_;
 };

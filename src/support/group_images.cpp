@@ -44,14 +44,15 @@ std::vector<bool> supportMarks(const Placement& placement, Box box, std::size_t 
   return marks;
 }
 
-void renderSamples(const Placement& placement, Box box, GroupImages& result) {
+void renderSamples(const Placement& placement, Box box, const Settings& settings,
+                   const GhostSpread& spread, GroupImages& result) {
   const SampleRecord& record = *placement.samples;
   const std::size_t pixels = std::size_t{result.width} * result.height;
   const SampleLattice lattice{record.stepX, record.stepY};
-  const ScoreTerms terms(record.ghostNorm);
+  const ScoreTerms terms(settings, record.ghostNorm);
   const std::vector<bool> marks = supportMarks(placement, box, pixels);
   std::vector<float> ghostSums(pixels, 0.0f);
-  GhostStamp(placement.ghostSupports, box).addRows(0, result.height, ghostSums.data());
+  GhostStamp(spread, placement.ghostSupports, box).addRows(0, result.height, ghostSums.data());
 
   std::vector<uint8_t>& combined = result.images[GroupImages::combined];
   for (std::size_t k = 0; k < pixels; ++k) combined[4 * k + 3] = 255;
@@ -95,7 +96,8 @@ void renderSamples(const Placement& placement, Box box, GroupImages& result) {
 
 }  // namespace
 
-GroupImages renderGroup(const Layer& layer, std::size_t group) {
+GroupImages renderGroup(const Layer& layer, std::size_t group, const Settings& settings,
+                        const GhostSpread& spread) {
   const Box box = layer.groupBox(group);
   GroupImages result;
   result.width = static_cast<uint16_t>(box.xMax - box.xMin);
@@ -104,7 +106,9 @@ GroupImages renderGroup(const Layer& layer, std::size_t group) {
     image.assign(std::size_t{result.width} * result.height * 4, 0);
   }
   const Placement* placement = layer.groupPlacement(group);
-  if (placement && placement->samples) renderSamples(*placement, box, result);
+  if (placement && placement->samples) {
+    renderSamples(*placement, box, settings, spread, result);
+  }
   return result;
 }
 

@@ -6,6 +6,8 @@
 #include <vector>
 
 #include "analysis/layer.h"
+#include "analysis/settings.h"
+#include "support/ghost_spread.h"
 
 namespace stiltforge {
 
@@ -19,7 +21,8 @@ struct GroupImages {
 };
 
 /// Renders a group of an analysed layer, archived or not. A group that was never sampled gives
-/// images of zeros. `group` must be below layer.groupEntries().
-GroupImages renderGroup(const Layer& layer, std::size_t group);
+/// images of zeros. `group` must be below layer.groupEntries(), `spread` created.
+GroupImages renderGroup(const Layer& layer, std::size_t group, const Settings& settings,
+                        const GhostSpread& spread);
 
 }  // namespace stiltforge

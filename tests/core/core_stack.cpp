@@ -2,16 +2,12 @@
 
 #include <cmath>
 #include <cstring>
-#include <mutex>
 #include <sstream>
 #include <unordered_map>
 
-#include "analysis/flood_fill.h"
-#include "analysis/support_inheritance.h"
-#include "runtime/float_conversion.h"
-#include "support/group_images.h"
-#include "support/poisson.h"
-#include "support/slice_pipeline.h"
+#include "analysis/run_extraction.h"
+#include "model/model.h"
+#include "model/parameters.h"
 
 namespace stiltforge {
 
@@ -20,18 +16,6 @@ namespace {
 using reference::GhostResult;
 using reference::GroupResult;
 using reference::SliceResult;
-
-Layer layerOf(const reference::Stack& stack, const std::vector<uint8_t>& slice) {
-  Layer layer;
-  layer.width = stack.width;
-  layer.height = stack.height;
-  layer.pixelBuffer = Plane<uint32_t>(std::size_t{stack.width} * stack.height);
-  for (std::size_t i = 0; i < layer.pixelBuffer.size(); ++i) {
-    layer.pixelBuffer[i] = static_cast<uint32_t>(slice[4 * i]) | slice[4 * i + 1] << 8 |
-                           slice[4 * i + 2] << 16 | static_cast<uint32_t>(slice[4 * i + 3]) << 24;
-  }
-  return layer;
-}
 
 using GhostPlaces = std::unordered_map<const Voxel*, GhostResult>;
 
@@ -72,8 +56,8 @@ GroupResult resultOf(const Group& group, const Layer& layer, const GhostPlaces& 
   return result;
 }
 
-reference::GroupBitmaps bitmapsOf(const Layer& layer, std::size_t group) {
-  GroupImages images = renderGroup(layer, group);
+reference::GroupBitmaps bitmapsOf(Model& model, std::size_t layer, std::size_t group) {
+  GroupImages images = model.renderGroup(layer, group);
   reference::GroupBitmaps bitmaps;
   bitmaps.width = images.width;
   bitmaps.height = images.height;
@@ -157,81 +141,62 @@ std::string differenceOf(const GroupResult& actual, const GroupResult& expected)
 
 }  // namespace
 
-void applyParameters(const std::map<std::string, double>& parameters) {
-  const auto value = [&](const char* key) { return static_cast<float>(parameters.at(key)); };
-  SupportInheritance::maxGhost = toInt32(value("maxGhost"));
-  SupportInheritance::maxZGhost = value("maxZGhost");
-  SupportInheritance::ghostIterator = 0;
-  Poisson::strengthOfPlatePixel = value("strengthOfPlatePixel");
-  Poisson::supportStrength = value("supportStrength");
-  Poisson::growthStrength = value("growthStrength");
-  Poisson::strengthTransmited = value("strengthTransmited");
-  Poisson::firstSupportMinStrength = value("firstSupportMinStrength");
-  Poisson::numberOfSamplePerSupport = value("numberOfSamplePerSupport");
-  Poisson::numberOfSamplePerVoronoi = value("numberOfSamplePerVoronoi");
-  Poisson::islandSupportMultiplier = value("islandSupportMultiplier");
-  Poisson::islandStrengthSupport = value("islandStrengthSupport");
-  Poisson::validationDistanceFormVoronoi = value("validationDistanceFormVoronoi");
-  Poisson::maxVoronoiIteration = value("maxVoronoiIteration");
-  Poisson::ghostRadius = value("ghostRadius");
-  Poisson::maxSupportRadiusInIsland = value("maxSupportRadiusInIsland");
-  Poisson::distCloseToIsland = value("distCloseToIsland");
-  Poisson::closeToIslandStrengthTransmited = value("closeToIslandStrengthTransmited");
-  Poisson::anglePart = value("anglePart");
-  Poisson::ghostPart = value("ghostPart");
-  Poisson::strokePart = value("strokePart");
-  FloodFill::almostNotBlueCounterLimit = value("almostNotBlueCounterLimit");
-  FloodFill::islandMinBlue = value("islandMinBlue");
-  Poisson::createGhostSpread();
+ModelParameters parametersOf(const reference::Stack& stack) {
+  ModelParameters parameters;
+  for (const auto& [name, value] : stack.parameters) {
+    const Parameter* parameter = findParameter(name.c_str());
+    if (parameter) storeParameter(parameters, *parameter, value);
+  }
+  parameters.width = stack.width;
+  parameters.height = stack.height;
+  return parameters;
 }
 
 std::vector<SliceResult> analyseWithCore(const reference::Stack& stack, bool needBuffer) {
-  applyParameters(stack.parameters);
-  std::vector<Layer> layers;
-  std::mutex mutex;
+  const ModelParameters parameters = parametersOf(stack);
   const std::size_t pixels = std::size_t{stack.width} * stack.height;
-  Plane<uint32_t> top(pixels);
-  std::fill(top.data(), top.data() + pixels, 0);
-  SliceScratch scratch;
+  Model model(parameters.settings, pixels);
   GhostPlaces places;
   std::vector<SliceResult> results;
   for (const std::vector<uint8_t>& slice : stack.slices) {
-    SlicePipeline pipeline;
-    pipeline.layers = &layers;
-    pipeline.historyMutex = &mutex;
-    pipeline.topPixelBuffer = &top;
-    pipeline.topPixelCount = pixels;
-    pipeline.needBuffer = needBuffer;
-    pipeline.addSupport = stack.parameters.at("addSupport") != 0;
-    pipeline.scratch = &scratch;
     SliceResult result;
-    result.supportCount = pipeline.run(layerOf(stack, slice));
+    Model::SliceOptions options;
+    options.addSupport = parameters.addSupport;
+    SliceBuffers buffers;
+    std::vector<uint32_t> picture(pixels);
+    if (needBuffer) {
+      result.pixelBuffer.resize(pixels);
+      result.topPixelBuffer.resize(pixels);
+      result.supportedPixels.resize(pixels);
+      buffers.picture = picture.data();
+      buffers.labels = result.pixelBuffer.data();
+      buffers.markers = result.topPixelBuffer.data();
+      buffers.supportValues = result.supportedPixels.data();
+      options.buffers = &buffers;
+    }
+    result.supportCount = model.analyse(sliceOfPixels(slice.data(), stack.width, stack.height,
+                                                      reinterpret_cast<uint8_t*>(picture.data())),
+                                        options);
 
-    const Layer& layer = layers.back();
+    const Layer& layer = model.layers().back();
     result.width = layer.width;
     result.height = layer.height;
     result.pixelCount = layer.pixelCount;
     result.groupCount = layer.groupCount;
-    if (needBuffer) {
-      result.pixelBuffer.assign(layer.pixelBuffer.data(), layer.pixelBuffer.data() + pixels);
-      result.topPixelBuffer.assign(top.data(), top.data() + pixels);
-      result.supportedPixels.assign(layer.supportedPixels.data(),
-                                    layer.supportedPixels.data() + pixels);
-    }
     for (std::size_t id = 1; id < layer.groups.size(); ++id) {
       const Group& group = layer.groups[id];
       result.groups.push_back(resultOf(group, layer, places));
       if (!group.placement) continue;
       for (uint32_t s = 0; s < group.placement->supports.size(); ++s) {
-        places[&group.placement->supports[s]] = {static_cast<uint32_t>(layers.size() - 1),
+        places[&group.placement->supports[s]] = {static_cast<uint32_t>(model.layers().size() - 1),
                                                  static_cast<uint32_t>(id), s};
       }
     }
     results.push_back(std::move(result));
   }
-  for (std::size_t n = 0; n < layers.size(); ++n) {
-    for (std::size_t id = 1; id < layers[n].groupEntries(); ++id) {
-      results[n].groups[id - 1].bitmaps = bitmapsOf(layers[n], id);
+  for (std::size_t n = 0; n < model.layers().size(); ++n) {
+    for (std::size_t id = 1; id < model.layers()[n].groupEntries(); ++id) {
+      results[n].groups[id - 1].bitmaps = bitmapsOf(model, n, id);
     }
   }
   return results;

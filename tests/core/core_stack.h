@@ -1,18 +1,18 @@
 #pragma once
 
-#include <map>
 #include <string>
 #include <vector>
 
+#include "model/parameters.h"
 #include "reference/analyse_stack.h"
 #include "reference/stack.h"
 
 namespace stiltforge {
 
-// Sets the static settings of the stages from host parameters and rebuilds the ghost spread table.
-void applyParameters(const std::map<std::string, double>& parameters);
+// The parameters of a stack as the host's numbers are stored.
+ModelParameters parametersOf(const reference::Stack& stack);
 
-// Runs a stack through the pipeline as the addon does and gives all that a host could see, in the
+// Runs a stack through a model as the addon does and gives all that a host could see, in the
 // form of the plain version; without buffers the slices' three are left empty. Images are rendered
 // after the last slice.
 std::vector<reference::SliceResult> analyseWithCore(const reference::Stack& stack,

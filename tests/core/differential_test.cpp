@@ -4,7 +4,7 @@
 #include <string>
 #include <utility>
 
-#include "analysis/solid_mask.h"
+#include "analysis/pixel_masks.h"
 #include "core/core_stack.h"
 #include "core/random.h"
 #include "golden/golden_stack.h"
@@ -101,11 +101,11 @@ TEST(Determinism, EveryVectorVariantGivesTheSameBytes) {
   for (uint64_t seed = 0; seed < 200; ++seed) {
     const reference::Stack stack = reference::generateStack(seed);
     const auto chosen = analyseWithCore(stack);
-    for (const SolidMaskVariant& variant : solidMaskVariants()) {
-      forceSolidMaskFunction(variant.function);
+    for (const PixelMaskVariant& variant : pixelMaskVariants()) {
+      forcePixelMaskFunction(variant.function);
       EXPECT_EQ(firstDifference(analyseWithCore(stack), chosen), "") << variant.name << " " << seed;
     }
-    forceSolidMaskFunction(nullptr);
+    forcePixelMaskFunction(nullptr);
   }
 }
 

@@ -5,6 +5,8 @@
 #include <vector>
 
 #include "analysis/layer.h"
+#include "analysis/plane.h"
+#include "analysis/run_extraction.h"
 
 namespace stiltforge {
 
@@ -17,31 +19,47 @@ inline uint32_t materialPixel(uint8_t blue = 0, uint8_t green = 0, uint8_t red =
   return 0xFF000000u | static_cast<uint32_t>(blue) << 16 | static_cast<uint32_t>(green) << 8 | red;
 }
 
-// A layer as it enters the analysis, with every pixel background.
-inline Layer emptyLayer(uint16_t width, uint16_t height) {
-  Layer layer;
-  layer.width = width;
-  layer.height = height;
-  layer.pixelBuffer = Plane<uint32_t>(std::size_t{width} * height);
-  std::fill_n(layer.pixelBuffer.data(), layer.pixelBuffer.size(), backgroundPixel);
-  return layer;
+// A slice as a host sends it: words of red, green, blue and alpha from the low byte up.
+struct Picture {
+  uint16_t width = 0;
+  uint16_t height = 0;
+  std::vector<uint32_t> pixels;
+};
+
+inline Picture emptyPicture(uint16_t width, uint16_t height) {
+  return {width, height, std::vector<uint32_t>(std::size_t{width} * height, backgroundPixel)};
 }
 
-inline Layer draw(const Rows& rows, uint8_t blue = 0, uint8_t green = 0) {
-  Layer layer =
-      emptyLayer(static_cast<uint16_t>(rows.at(0).size()), static_cast<uint16_t>(rows.size()));
+inline Picture draw(const Rows& rows, uint8_t blue = 0, uint8_t green = 0) {
+  Picture picture =
+      emptyPicture(static_cast<uint16_t>(rows.at(0).size()), static_cast<uint16_t>(rows.size()));
   std::size_t i = 0;
   for (const std::string& row : rows) {
     for (const char c : row) {
-      if (c == '#') layer.pixelBuffer[i] = materialPixel(blue, green);
+      if (c == '#') picture.pixels[i] = materialPixel(blue, green);
       ++i;
     }
   }
-  return layer;
+  return picture;
 }
 
 inline Rows filledBox(std::size_t width, std::size_t height) {
   return Rows(height, std::string(width, '#'));
+}
+
+inline std::vector<uint8_t> bytesOf(const Picture& picture) {
+  std::vector<uint8_t> bytes;
+  bytes.reserve(4 * picture.pixels.size());
+  for (const uint32_t pixel : picture.pixels) {
+    for (int shift = 0; shift < 32; shift += 8) {
+      bytes.push_back(static_cast<uint8_t>(pixel >> shift));
+    }
+  }
+  return bytes;
+}
+
+inline Slice sliceOf(const Picture& picture) {
+  return sliceOfPixels(bytesOf(picture).data(), picture.width, picture.height);
 }
 
 template <typename T>
@@ -59,36 +77,23 @@ std::vector<T> valuesOf(const Plane<T>& plane) {
 // The label of every pixel of a segmented layer, 0 for background.
 inline std::vector<uint32_t> labelPlane(const Layer& layer) {
   std::vector<uint32_t> labels(std::size_t{layer.width} * layer.height, 0);
-  for (uint32_t y = 0; y < layer.height; ++y) {
-    uint32_t* const row = labels.data() + std::size_t{y} * layer.width;
-    for (uint32_t r = layer.rowRuns[y]; r < layer.rowRuns[y + 1]; ++r) {
-      std::fill(row + layer.runs[r].begin, row + layer.runs[r].end, layer.runs[r].group);
+  const uint32_t* label = layer.groupOfRun.data();
+  for (int y = 0; y < layer.height; ++y) {
+    uint32_t* const row = labels.data() + static_cast<std::size_t>(y) * layer.width;
+    for (const Run& run : layer.material.row(y)) {
+      std::fill(row + run.begin, row + run.end, *label++);
     }
   }
   return labels;
 }
 
-// The bytes of a slice as a host sends them.
-inline std::vector<uint8_t> bytesOf(const Layer& layer) {
-  std::vector<uint8_t> bytes;
-  bytes.reserve(4 * layer.pixelBuffer.size());
-  for (const uint32_t pixel : valuesOf(layer.pixelBuffer)) {
-    for (int shift = 0; shift < 32; shift += 8) {
-      bytes.push_back(static_cast<uint8_t>(pixel >> shift));
-    }
-  }
-  return bytes;
-}
-
 // The labels of a segmented layer, drawn: '.' for background, else the label's last digit.
 inline Rows labelsOf(const Layer& layer) {
   Rows rows(layer.height, std::string(layer.width, '.'));
-  for (uint32_t y = 0; y < layer.height; ++y) {
-    for (uint32_t r = layer.rowRuns[y]; r < layer.rowRuns[y + 1]; ++r) {
-      const SolidRun& run = layer.runs[r];
-      for (uint32_t x = run.begin; x < run.end; ++x) {
-        rows[y][x] = static_cast<char>('0' + run.group % 10);
-      }
+  const std::vector<uint32_t> labels = labelPlane(layer);
+  for (std::size_t i = 0; i < labels.size(); ++i) {
+    if (labels[i] != 0) {
+      rows[i / layer.width][i % layer.width] = static_cast<char>('0' + labels[i] % 10);
     }
   }
   return rows;

@@ -13,9 +13,9 @@ namespace stiltforge {
 namespace {
 
 // What requireMarkers() says, empty when it is content.
-std::string complaint(const Layer& layer, std::size_t markers) {
+std::string complaint(const Picture& picture, std::size_t markers) {
   try {
-    requireMarkers(layer, markers);
+    requireMarkers(sliceOf(picture), markers);
   } catch (const std::out_of_range& error) {
     return error.what();
   }
@@ -23,10 +23,10 @@ std::string complaint(const Layer& layer, std::size_t markers) {
 }
 
 // What the plain fill runs into when its markers end early.
-std::string plainComplaint(const Layer& layer, std::size_t markers) {
+std::string plainComplaint(const Picture& picture, std::size_t markers) {
   std::vector<uint32_t> top(markers);
   try {
-    reference::floodFill(bytesOf(layer), layer.width, layer.height, {}, {}, top);
+    reference::floodFill(bytesOf(picture), picture.width, picture.height, {}, {}, top);
   } catch (const std::out_of_range& error) {
     return error.what();
   }
@@ -34,11 +34,11 @@ std::string plainComplaint(const Layer& layer, std::size_t markers) {
 }
 
 TEST(FillOrder, IsContentWithMarkersForAllMaterial) {
-  const Layer layer = draw({"##.", "#..", "..."});
-  EXPECT_EQ(complaint(layer, 9), "");
-  EXPECT_EQ(complaint(layer, 4), "") << "the last material pixel is number 3";
-  EXPECT_NE(complaint(layer, 3), "");
-  EXPECT_EQ(complaint(emptyLayer(0, 5), 0), "");
+  const Picture picture = draw({"##.", "#..", "..."});
+  EXPECT_EQ(complaint(picture, 9), "");
+  EXPECT_EQ(complaint(picture, 4), "") << "the last material pixel is number 3";
+  EXPECT_NE(complaint(picture, 3), "");
+  EXPECT_EQ(complaint(emptyPicture(0, 5), 0), "");
 }
 
 TEST(FillOrder, NamesTheFirstPixelThatTheFillReaches) {
@@ -51,16 +51,16 @@ TEST(FillOrder, EqualsThatOfThePlainFill) {
   Random random(41);
   std::size_t complaints = 0;
   for (int i = 0; i < 20000; ++i) {
-    Layer layer = emptyLayer(static_cast<uint16_t>(random.between(1, 12)),
-                             static_cast<uint16_t>(random.between(1, 12)));
+    Picture picture = emptyPicture(static_cast<uint16_t>(random.between(1, 12)),
+                                   static_cast<uint16_t>(random.between(1, 12)));
     const uint32_t percent = random.below(101);
-    for (std::size_t k = 0; k < layer.pixelBuffer.size(); ++k) {
-      if (random.below(100) < percent) layer.pixelBuffer[k] = materialPixel();
+    for (std::size_t k = 0; k < picture.pixels.size(); ++k) {
+      if (random.below(100) < percent) picture.pixels[k] = materialPixel();
     }
-    const auto markers = random.below(static_cast<uint32_t>(layer.pixelBuffer.size()) + 1);
-    const std::string expected = plainComplaint(layer, markers);
+    const auto markers = random.below(static_cast<uint32_t>(picture.pixels.size()) + 1);
+    const std::string expected = plainComplaint(picture, markers);
     complaints += !expected.empty();
-    ASSERT_EQ(complaint(layer, markers), expected) << "image " << i;
+    ASSERT_EQ(complaint(picture, markers), expected) << "image " << i;
   }
   EXPECT_GT(complaints, 5000u);
 }

@@ -10,16 +10,13 @@
 namespace stiltforge {
 namespace {
 
-class FloodFillTest : public ModelTest {};
+class FloodFillTest : public LayersTest {};
 
 TEST_F(FloodFillTest, FindsOnlyThePlaceholderInAnEmptySlice) {
   const Layer& layer = segment({"...", "..."});
   EXPECT_EQ(layer.groups.size(), 1u);
   EXPECT_EQ(layer.groupCount, 0u);
   EXPECT_EQ(layer.pixelCount, 0u);
-  EXPECT_EQ(valuesOf(layer.pixelBuffer), std::vector<uint32_t>(6, backgroundPixel));
-  EXPECT_EQ(valuesOf(layer.supportedPixels), std::vector<uint8_t>(6, 0));
-  EXPECT_EQ(valuesOf(top), std::vector<uint32_t>(6, 0));
 }
 
 TEST_F(FloodFillTest, GivesThePlaceholderNothing) {
@@ -50,9 +47,6 @@ TEST_F(FloodFillTest, MeasuresAGroupOfOnePixel) {
   EXPECT_EQ(group.spanX, 0);
   EXPECT_EQ(group.spanY, 0);
   EXPECT_EQ(group.unsupportedPixelCount, 0u);
-  EXPECT_EQ(layer.pixelBuffer[0], 0x80000001u);
-  EXPECT_EQ(layer.supportedPixels[0], 255);
-  EXPECT_EQ(layer.strokePixels[0], 7);
 }
 
 TEST_F(FloodFillTest, BoxesEveryGroup) {
@@ -74,15 +68,15 @@ TEST_F(FloodFillTest, BoxesEveryGroup) {
 }
 
 TEST_F(FloodFillTest, BoxesReachTheLargestSlice) {
-  Layer row = emptyLayer(65535, 1);
-  std::fill_n(row.pixelBuffer.data(), 65535, materialPixel());
-  const Group& group = segment(std::move(row)).groups.at(1);
+  Picture row = emptyPicture(65535, 1);
+  std::fill_n(row.pixels.data(), 65535, materialPixel());
+  const Group& group = segment(row).groups.at(1);
   EXPECT_EQ(group.xMax, 65535);
   EXPECT_EQ(group.spanX, 65534);
   layers.clear();
-  Layer column = emptyLayer(1, 65535);
-  std::fill_n(column.pixelBuffer.data(), 65535, materialPixel());
-  EXPECT_EQ(segment(std::move(column)).groups.at(1).yMax, 65535);
+  Picture column = emptyPicture(1, 65535);
+  std::fill_n(column.pixels.data(), 65535, materialPixel());
+  EXPECT_EQ(segment(column).groups.at(1).yMax, 65535);
 }
 
 TEST_F(FloodFillTest, CountsBlueStrictlyBelowTheLimits) {
@@ -96,71 +90,38 @@ TEST_F(FloodFillTest, CountsBlueStrictlyBelowTheLimits) {
   EXPECT_EQ(counts(50), (std::vector<uint32_t>{1, 0, 0}));
   EXPECT_EQ(counts(254), (std::vector<uint32_t>{1, 0, 0}));
   EXPECT_EQ(counts(255), (std::vector<uint32_t>{0, 0, 0}));
-  FloodFill::almostNotBlueCounterLimit = 50.5f;
-  FloodFill::islandMinBlue = 1000.0f;
+  settings.almostNotBlueCounterLimit = 50.5f;
+  settings.islandMinBlue = 1000.0f;
   EXPECT_EQ(counts(50), (std::vector<uint32_t>{1, 1, 1}));
   EXPECT_EQ(counts(51), (std::vector<uint32_t>{1, 0, 1}));
   EXPECT_EQ(counts(255), (std::vector<uint32_t>{0, 0, 0})) << "supported whatever the limit";
-  FloodFill::almostNotBlueCounterLimit = -1.0f;
-  FloodFill::islandMinBlue = std::numeric_limits<float>::quiet_NaN();
+  settings.almostNotBlueCounterLimit = -1.0f;
+  settings.islandMinBlue = std::numeric_limits<float>::quiet_NaN();
   EXPECT_EQ(counts(0), (std::vector<uint32_t>{1, 0, 0}));
 }
 
 TEST_F(FloodFillTest, CountsEveryPixelOfALongRow) {
-  Layer layer = emptyLayer(1000, 1);
+  Picture layer = emptyPicture(1000, 1);
   for (std::size_t x = 0; x < 1000; ++x) {
-    layer.pixelBuffer[x] = materialPixel(x % 4 == 0 ? 255 : static_cast<uint8_t>(x % 4 * 40));
+    layer.pixels[x] = materialPixel(x % 4 == 0 ? 255 : static_cast<uint8_t>(x % 4 * 40));
   }
-  const Group& group = segment(std::move(layer)).groups[1];
+  const Group& group = segment(layer).groups[1];
   EXPECT_EQ(group.unsupportedPixelCount, 750u);
   EXPECT_EQ(group.almostNotBlueCount, 250u);
   layers.clear();
   EXPECT_EQ(segment({std::string(1000, '#')}).groups[1].islandBlueCount, 1000u);
 }
 
-TEST_F(FloodFillTest, LabelsPixelsAndMarksTheHighestLayerOfEach) {
-  segment({"##.", "..#"});
-  EXPECT_EQ(valuesOf(layers[0].pixelBuffer),
-            (std::vector<uint32_t>{0x80000001, 0x80000001, backgroundPixel, backgroundPixel,
-                                   backgroundPixel, 0x80000001}));
-  const Layer& second = segment({"#.#", "..."});
-  EXPECT_EQ(second.pixelBuffer[2], 0x80000002u);
-  EXPECT_EQ(valuesOf(top),
-            (std::vector<uint32_t>{0xFE000001, 0xFE000000, 0xFE000001, 0, 0, 0xFE000000}));
-}
-
-TEST_F(FloodFillTest, MarksWithTheLowBitsOfTheLayersIndex) {
-  Layer layer = draw({"#."});
-  top = planeOf(std::vector<uint32_t>{0, 0});
-  FloodFill fill;
-  fill.layer = &layer;
-  fill.layerIndex = 0x1000003;
-  fill.topPixelBuffer = &top;
-  fill.topPixelCount = top.size();
-  fill.needBuffer = true;
-  fill.run();
-  EXPECT_EQ(valuesOf(top), (std::vector<uint32_t>{0xFE000003, 0}));
-}
-
-TEST_F(FloodFillTest, LeavesBackgroundAsTheHostSentIt) {
-  Layer layer = draw({"#.", ".."});
-  layer.pixelBuffer[1] = 0xFF332200;
-  layer.pixelBuffer[2] = 0x00000000;
-  const Layer& done = segment(std::move(layer));
-  EXPECT_EQ(valuesOf(done.pixelBuffer),
-            (std::vector<uint32_t>{0x80000001, 0xFF332200, 0x00000000, backgroundPixel}));
-}
-
 TEST_F(FloodFillTest, NeverReadsLabelsThatTheHostSent) {
   // Words like labels, in this slice and in the one below, are plain material or plain background.
-  Layer below = emptyLayer(3, 1);
-  below.pixelBuffer[0] = 0xFFFFFF00;
-  below.pixelBuffer[1] = 0x80ABCDEF;
-  segment(std::move(below));
-  Layer layer = emptyLayer(3, 1);
-  layer.pixelBuffer[0] = 0x80000005;
-  layer.pixelBuffer[1] = 0x80000005;
-  const Group& group = segment(std::move(layer)).groups.at(1);
+  Picture below = emptyPicture(3, 1);
+  below.pixels[0] = 0xFFFFFF00;
+  below.pixels[1] = 0x80ABCDEF;
+  segment(below);
+  Picture layer = emptyPicture(3, 1);
+  layer.pixels[0] = 0x80000005;
+  layer.pixels[1] = 0x80000005;
+  const Group& group = segment(layer).groups.at(1);
   EXPECT_EQ(group.numPixel, 2u);
   EXPECT_EQ(overlapOf(group), (std::vector<uint32_t>{0, 1}));
 }
@@ -176,9 +137,9 @@ TEST_F(FloodFillTest, GivesFirstLayerGroupsTheirWeight) {
 }
 
 TEST_F(FloodFillTest, ScansNothingWithoutAWidthOrAHeight) {
-  EXPECT_EQ(segment(emptyLayer(0, 0)).groups.size(), 1u);
-  EXPECT_EQ(segment(emptyLayer(0, 9)).groups.size(), 1u);
-  EXPECT_EQ(segment(emptyLayer(9, 0)).groups.size(), 1u);
+  EXPECT_EQ(segment(emptyPicture(0, 0)).groups.size(), 1u);
+  EXPECT_EQ(segment(emptyPicture(0, 9)).groups.size(), 1u);
+  EXPECT_EQ(segment(emptyPicture(9, 0)).groups.size(), 1u);
 }
 
 TEST_F(FloodFillTest, RefusesMaterialBeyondTheMarkers) {
@@ -187,17 +148,6 @@ TEST_F(FloodFillTest, RefusesMaterialBeyondTheMarkers) {
   EXPECT_EQ(layers.size(), 1u);
   EXPECT_THROW(segment({"....#"}), std::out_of_range);
   EXPECT_EQ(segment({"#..", "...", "..."}).groupCount, 1u) << "background there is no offence";
-}
-
-TEST_F(FloodFillTest, FindsTheSameGroupsWhenNobodyWantsTheBuffers) {
-  needBuffer = false;
-  Layer slice = draw({"##.#", "..#."}, 30);
-  const std::vector<uint32_t> sent = valuesOf(slice.pixelBuffer);
-  const Layer& layer = segment(std::move(slice));
-  EXPECT_EQ(labelsOf(layer), (Rows{"11.2", "..1."}));
-  EXPECT_EQ(layer.groups[1].almostNotBlueCount, 3u);
-  EXPECT_EQ(valuesOf(layer.pixelBuffer), sent);
-  EXPECT_EQ(valuesOf(top), std::vector<uint32_t>(8, 0));
 }
 
 }  // namespace

@@ -7,27 +7,32 @@
 #include <stdexcept>
 
 #include "core/random.h"
-#include "core/stage_test.h"
 #include "reference/ghost_spread.h"
-#include "support/poisson.h"
+#include "support/ghost_spread.h"
 
 namespace stiltforge {
 namespace {
 
-class GhostStampTest : public StageTest {
+class GhostStampTest : public testing::Test {
  protected:
   void spread(float radius) {
-    Poisson::ghostRadius = radius;
-    Poisson::createGhostSpread();
+    table = GhostSpread(radius);
+    table.create();
   }
 
-  static std::vector<float> sumsOf(std::vector<Voxel>& ghosts, Box box) {
+  std::vector<float> sumsOf(std::vector<Voxel>& ghosts, Box box) {
     std::vector<Voxel*> pointers;
     for (Voxel& ghost : ghosts) pointers.push_back(&ghost);
     const uint32_t height = static_cast<uint32_t>(box.yMax - box.yMin);
     std::vector<float> sums(std::size_t{height} * (box.xMax - box.xMin), 0.0f);
-    GhostStamp(pointers, box).addRows(0, height, sums.data());
+    GhostStamp(table, pointers, box).addRows(0, height, sums.data());
     return sums;
+  }
+
+  std::vector<float> weights() const {
+    std::vector<float> all(std::size_t{table.side()} * table.side());
+    for (std::size_t k = 0; k < all.size(); ++k) all[k] = table.weight(k);
+    return all;
   }
 
   static Voxel ghostAt(uint32_t x, uint32_t y) {
@@ -36,6 +41,8 @@ class GhostStampTest : public StageTest {
     ghost.y = static_cast<uint16_t>(y);
     return ghost;
   }
+
+  GhostSpread table;
 };
 
 // Every table cell of every ghost, with 16-bit box coordinates.
@@ -67,10 +74,10 @@ std::vector<float> plainSums(const std::vector<Voxel>& ghosts, Box box, float ra
 
 TEST_F(GhostStampTest, TableFallsLinearlyFromItsCentre) {
   spread(60.0f);
-  const auto at = [](std::size_t row, std::size_t column) {
-    return Poisson::ghostSpread[row * 120 + column];
+  const auto at = [&](std::size_t row, std::size_t column) {
+    return table.weight(row * 120 + column);
   };
-  ASSERT_EQ(Poisson::ghostSpread.size(), 14400u);
+  ASSERT_EQ(table.side(), 120u);
   EXPECT_EQ(at(60, 60), 255.0f);
   EXPECT_EQ(at(60, 90), 127.5f);
   EXPECT_EQ(at(60, 0), 0.0f);
@@ -82,7 +89,7 @@ TEST_F(GhostStampTest, TableIsTheFullSquareOfAnyRadius) {
   for (const float radius : {0.1f, 0.5f, 0.75f, 1.0f, 1.3f, 7.5f, 24.9f, 90.5f, 91.0f, 181.0f}) {
     spread(radius);
     const reference::GhostSpread expected = reference::createGhostSpread(radius);
-    ASSERT_EQ(Poisson::ghostSpread, expected.weights) << radius;
+    ASSERT_EQ(weights(), expected.weights) << radius;
   }
 }
 
@@ -90,19 +97,17 @@ TEST_F(GhostStampTest, TableIsEmptyWithoutARadius) {
   std::vector<Voxel> ghosts{ghostAt(1, 1)};
   for (const float radius : {0.0f, -4.0f, std::nanf(""), -HUGE_VALF}) {
     spread(radius);
-    EXPECT_TRUE(Poisson::ghostSpread.empty());
+    EXPECT_EQ(table.side(), 0u);
     EXPECT_EQ(sumsOf(ghosts, {0, 0, 3, 3}), std::vector<float>(9, 0.0f));
-    EXPECT_TRUE(GhostStamp({&ghosts[0]}, {0, 0, 3, 3}).empty());
+    EXPECT_TRUE(GhostStamp(table, {&ghosts[0]}, {0, 0, 3, 3}).empty());
   }
 }
 
 TEST_F(GhostStampTest, TableOfAHugeRadiusIsRefused) {
-  const std::vector<float> before = Poisson::ghostSpread;
   for (const float radius : {4097.0f, 40000.0f, 1e30f, HUGE_VALF}) {
-    Poisson::ghostRadius = radius;
-    EXPECT_THROW(Poisson::createGhostSpread(), std::length_error);
-    EXPECT_EQ(Poisson::ghostSpread, before);
+    EXPECT_THROW(GhostSpread{radius}, std::length_error);
   }
+  EXPECT_EQ(GhostSpread(4096.0f).side(), 8192u);
 }
 
 TEST_F(GhostStampTest, AddsTheConeInWholeSteps) {
@@ -128,7 +133,7 @@ TEST_F(GhostStampTest, LeavesRetiredAndFarGhostsOut) {
   std::vector<Voxel> ghosts{ghostAt(1, 0), ghostAt(1, 60), ghostAt(60, 1)};
   ghosts[0].toDelete = true;
   EXPECT_EQ(sumsOf(ghosts, {0, 0, 3, 3}), std::vector<float>(9, 0.0f));
-  EXPECT_TRUE(GhostStamp({&ghosts[0], &ghosts[1], &ghosts[2]}, {0, 0, 3, 3}).empty());
+  EXPECT_TRUE(GhostStamp(table, {&ghosts[0], &ghosts[1], &ghosts[2]}, {0, 0, 3, 3}).empty());
 }
 
 TEST_F(GhostStampTest, EqualsCellByCellStamping) {
@@ -173,7 +178,7 @@ TEST_F(GhostStampTest, AddsTheSameInBandsOfRows) {
     std::vector<Voxel*> pointers;
     for (uint32_t k = 0; k < 5; ++k) ghosts.push_back(ghostAt(random.below(40), random.below(40)));
     for (Voxel& ghost : ghosts) pointers.push_back(&ghost);
-    const GhostStamp stamp(pointers, box);
+    const GhostStamp stamp(table, pointers, box);
     std::vector<float> sums(25 * 30, 0.0f);
     for (uint32_t row = 0; row < 30;) {
       const uint32_t end = std::min(30u, row + 1 + random.below(9));

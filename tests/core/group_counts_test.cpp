@@ -34,9 +34,8 @@ std::array<uint32_t, 10> countsOf(const Counted& group) {
 class GroupCounts : public StageTest {
  protected:
   void SetUp() override {
-    StageTest::SetUp();
-    FloodFill::almostNotBlueCounterLimit = parameters.almostNotBlueCounterLimit = 200.0f;
-    FloodFill::islandMinBlue = parameters.islandMinBlue = 50.5f;
+    settings.almostNotBlueCounterLimit = parameters.almostNotBlueCounterLimit = 200.0f;
+    settings.islandMinBlue = parameters.islandMinBlue = 50.5f;
   }
   void TearDown() override { workers::setCount(usual); }
 
@@ -47,19 +46,15 @@ class GroupCounts : public StageTest {
                                          : static_cast<uint8_t>(random.below(256)));
   }
 
-  void expectPlainCounts(const Layer& drawn) {
-    std::vector<uint32_t> top(drawn.pixelBuffer.size());
+  void expectPlainCounts(const Picture& drawn) {
+    std::vector<uint32_t> top(drawn.pixels.size());
     const reference::Layer plain =
         reference::floodFill(bytesOf(drawn), drawn.width, drawn.height, parameters, {}, top);
     groups = plain.groupCount;
     for (const int n : {1, 2, 7}) {
       workers::setCount(n);
-      Layer layer;
-      layer.width = drawn.width;
-      layer.height = drawn.height;
-      layer.pixelBuffer = planeOf(valuesOf(drawn.pixelBuffer));
-      layer = labelled(std::move(layer));
-      countGroups(layer);
+      Layer layer = labelled(drawn);
+      countGroups(layer, settings);
       ASSERT_EQ(layer.pixelCount, plain.pixelCount);
       ASSERT_EQ(layer.groups.size(), plain.groups.size());
       for (uint32_t id = 1; id < layer.groups.size(); ++id) {
@@ -77,22 +72,22 @@ class GroupCounts : public StageTest {
 };
 
 TEST_F(GroupCounts, OfSoManySinglePixelsThatFewTasksMayCountThemAll) {
-  Layer layer = emptyLayer(600, 600);
+  Picture layer = emptyPicture(600, 600);
   for (std::size_t y = 0; y < 600; y += 2) {
-    for (std::size_t x = 0; x < 600; x += 2) layer.pixelBuffer[y * 600 + x] = randomPixel();
+    for (std::size_t x = 0; x < 600; x += 2) layer.pixels[y * 600 + x] = randomPixel();
   }
   expectPlainCounts(layer);
   EXPECT_EQ(groups, 90'000u);
 }
 
 TEST_F(GroupCounts, OfNoiseBetweenRowsOfLongRuns) {
-  Layer layer = emptyLayer(700, 700);
+  Picture layer = emptyPicture(700, 700);
   for (std::size_t y = 0; y < 700; ++y) {
     const uint32_t meanRun = random.oneIn(2) ? 2 : 200;
     bool solid = random.oneIn(2);
     for (std::size_t x = 0; x < 700; ++x) {
       if (random.oneIn(meanRun)) solid = !solid;
-      if (solid) layer.pixelBuffer[y * 700 + x] = randomPixel();
+      if (solid) layer.pixels[y * 700 + x] = randomPixel();
     }
   }
   expectPlainCounts(layer);
@@ -100,22 +95,22 @@ TEST_F(GroupCounts, OfNoiseBetweenRowsOfLongRuns) {
 }
 
 TEST_F(GroupCounts, OfGroupsThroughEveryBandOfRows) {
-  Layer layer = emptyLayer(700, 700);
-  for (std::size_t i = 0; i < layer.pixelBuffer.size(); ++i) {
-    if (i % 10 < 8) layer.pixelBuffer[i] = randomPixel();
+  Picture layer = emptyPicture(700, 700);
+  for (std::size_t i = 0; i < layer.pixels.size(); ++i) {
+    if (i % 10 < 8) layer.pixels[i] = randomPixel();
   }
   expectPlainCounts(layer);
   EXPECT_EQ(groups, 70u);
 }
 
 TEST_F(GroupCounts, OfTheWidestSlice) {
-  Layer layer = emptyLayer(65535, 2);
-  for (std::size_t i = 0; i < layer.pixelBuffer.size(); ++i) {
+  Picture layer = emptyPicture(65535, 2);
+  for (std::size_t i = 0; i < layer.pixels.size(); ++i) {
     const bool isGap = i % 65535 != 0 && i % 65535 != 65534 && random.oneIn(3);
-    if (!isGap) layer.pixelBuffer[i] = randomPixel();
+    if (!isGap) layer.pixels[i] = randomPixel();
   }
   expectPlainCounts(layer);
-  std::fill_n(layer.pixelBuffer.data(), layer.pixelBuffer.size(), materialPixel(0));
+  std::fill_n(layer.pixels.data(), layer.pixels.size(), materialPixel(0));
   expectPlainCounts(layer);
   EXPECT_EQ(groups, 1u);
 }

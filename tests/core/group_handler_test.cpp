@@ -2,22 +2,21 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <cmath>
 
 #include "core/failing_allocation.h"
 #include "core/stage_test.h"
 #include "runtime/worker_pool.h"
-#include "support/poisson.h"
 
 namespace stiltforge {
 namespace {
 
 // A group of 100 pixels on the second slice, which may rest on one group below. What the pass
 // decides shows in the group's strength: (supports * 20 + transmitted strength) / 100.
-class GroupHandlerTest : public ModelTest {
+class GroupHandlerTest : public LayersTest {
  protected:
   void SetUp() override {
-    ModelTest::SetUp();
     layLower(0);
     upper = &segment(filledBox(10, 10)).groups[1];
     layers[0].groups[1].pixelStrength = 0.5f;
@@ -25,9 +24,9 @@ class GroupHandlerTest : public ModelTest {
 
   // Lower slice with material under the first `pixels` of the upper, never less than one pixel.
   void layLower(uint32_t pixels) {
-    Layer lower = emptyLayer(10, 10);
-    for (uint32_t i = 0; i < std::max(pixels, 1u); ++i) lower.pixelBuffer[i] = materialPixel();
-    segment(std::move(lower));
+    Picture lower = emptyPicture(10, 10);
+    for (uint32_t i = 0; i < std::max(pixels, 1u); ++i) lower.pixels[i] = materialPixel();
+    segment(lower);
   }
 
   void restOn(uint32_t pixels, uint32_t islandDistance, uint32_t unsupported) {
@@ -42,11 +41,21 @@ class GroupHandlerTest : public ModelTest {
     upper->almostNotBlueCount = upper->islandBlueCount = 0;
   }
 
+  GroupHandler handler() {
+    ghostSpread = GhostSpread(settings.ghostRadius);
+    ghostSpread.create();
+    GroupHandler handler;
+    handler.settings = &settings;
+    handler.ghostSpread = &ghostSpread;
+    handler.layer = &layers.back();
+    handler.previousLayer = layers.size() > 1 ? &layers[layers.size() - 2] : nullptr;
+    handler.layerCount = layers.size();
+    handler.failedTasks = &failedTasks;
+    return handler;
+  }
   uint32_t run() {
     upper->placement.reset();
-    GroupHandler handler;
-    handler.layers = &layers;
-    return handler.supportLayer();
+    return handler().supportLayer();
   }
   float strength() {
     run();
@@ -54,32 +63,36 @@ class GroupHandlerTest : public ModelTest {
   }
   // Runs the pass while no block of so many bytes can be had; returns how many groups failed.
   uint64_t failuresWithoutBlocksOf(std::size_t bytes) {
-    const uint64_t before = GroupHandler::failedTasks;
-    GroupHandler handler;
-    handler.layers = &layers;
+    failedTasks = 0;
+    GroupHandler pass = handler();
     const FailingAllocation noLargeBlocks(bytes);
-    placed = handler.supportLayer();
-    return GroupHandler::failedTasks - before;
+    placed = pass.supportLayer();
+    return failedTasks;
   }
   static float strengthOf(float supports, float transmitted) {
     return (supports * 20.0f + transmitted) / 100.0f;
   }
 
   Group* upper = nullptr;
+  GhostSpread ghostSpread;
+  std::atomic<uint64_t> failedTasks{0};
+  uint32_t placed = 0;
 };
 
 TEST_F(GroupHandlerTest, OfALayerWithoutGroupsPlacesNothing) {
-  segment(emptyLayer(10, 10));
+  segment(emptyPicture(10, 10));
   EXPECT_EQ(run(), 0u);
 }
 
-TEST_F(GroupHandlerTest, WithoutWorkersLeavesEveryGroupAlone) {
+TEST_F(GroupHandlerTest, PlacesTheSameOnOneWorkerAndWhereNobodyKnowsTheProcessors) {
   const int usual = workers::count();
-  workers::setCount(0);
-  upper->pixelStrength = 7.0f;
-  EXPECT_EQ(run(), 0u);
-  EXPECT_EQ(upper->pixelStrength, 7.0f);
-  EXPECT_EQ(upper->placement, nullptr);
+  const uint32_t placedAsUsual = run();
+  ASSERT_GT(placedAsUsual, 0u);
+  for (const int n : {1, 0, -3}) {
+    workers::setCount(n);
+    EXPECT_EQ(workers::count(), 1) << "at least one";
+    EXPECT_EQ(run(), placedAsUsual) << n;
+  }
   workers::setCount(usual);
 }
 
@@ -87,16 +100,16 @@ TEST_F(GroupHandlerTest, OnTheFirstSliceOnlySetsThePlatesStrength) {
   layers.clear();
   segment(filledBox(10, 10));
   upper = &layers[0].groups[1];
-  Poisson::strengthOfPlatePixel = 0.25f;
+  settings.strengthOfPlatePixel = 0.25f;
   EXPECT_EQ(run(), 0u);
   EXPECT_EQ(upper->pixelStrength, 0.25f);
   EXPECT_EQ(upper->placement, nullptr);
 }
 
 TEST_F(GroupHandlerTest, AGroupOfOnePixelGetsNothing) {
-  Layer layer = emptyLayer(10, 10);
-  layer.pixelBuffer[55] = materialPixel();
-  upper = &segment(std::move(layer)).groups[1];
+  Picture layer = emptyPicture(10, 10);
+  layer.pixels[55] = materialPixel();
+  upper = &segment(layer).groups[1];
   EXPECT_EQ(run(), 0u);
   EXPECT_EQ(upper->pixelStrength, 0.0f);
 }
@@ -106,16 +119,16 @@ TEST_F(GroupHandlerTest, AnIslandNeedsItsWholeWeight) {
   EXPECT_EQ(strength(), strengthOf(5, 0));
   EXPECT_EQ(upper->placement->supports.size(), 5u);
   for (const Voxel& support : upper->placement->supports) EXPECT_TRUE(support.isMinima);
-  Poisson::islandStrengthSupport = 1.25f;
+  settings.islandStrengthSupport = 1.25f;
   EXPECT_EQ(strength(), 5.0f * 20.0f * 1.25f / 100.0f);
 }
 
 TEST_F(GroupHandlerTest, TheIslandMultiplierTruncatesAndLeavesTheStrength) {
   standAlone();
-  Poisson::islandSupportMultiplier = 1.5f;
+  settings.islandSupportMultiplier = 1.5f;
   EXPECT_EQ(run(), 7u);
   EXPECT_EQ(upper->pixelStrength, strengthOf(5, 0));
-  Poisson::islandSupportMultiplier = 0.1f;
+  settings.islandSupportMultiplier = 0.1f;
   EXPECT_EQ(run(), 0u);
   EXPECT_EQ(upper->pixelStrength, strengthOf(5, 0));
 }
@@ -123,7 +136,7 @@ TEST_F(GroupHandlerTest, TheIslandMultiplierTruncatesAndLeavesTheStrength) {
 TEST_F(GroupHandlerTest, UnboundedIslandMultipliersEnd) {
   standAlone();
   for (const float multiplier : {HUGE_VALF, -HUGE_VALF, std::nanf(""), 1e30f, -1.0f}) {
-    Poisson::islandSupportMultiplier = multiplier;
+    settings.islandSupportMultiplier = multiplier;
     EXPECT_LE(run(), 100u) << multiplier;
   }
 }
@@ -132,29 +145,29 @@ TEST_F(GroupHandlerTest, TheGroupBelowCarriesPartOfTheWeight) {
   restOn(40, 5, 60);
   EXPECT_EQ(strength(), strengthOf(4, 20)) << "80 of 100 pixels are left";
   for (const Voxel& support : upper->placement->supports) EXPECT_FALSE(support.isMinima);
-  Poisson::strengthTransmited = 2.0f;
+  settings.strengthTransmited = 2.0f;
   EXPECT_EQ(strength(), strengthOf(3, 20)) << "60 of 100 pixels are left";
 }
 
 TEST_F(GroupHandlerTest, CloseToAnIslandUsesItsOwnFactor) {
   restOn(40, 1, 60);
-  Poisson::closeToIslandStrengthTransmited = 2.5f;
+  settings.closeToIslandStrengthTransmited = 2.5f;
   EXPECT_EQ(strength(), strengthOf(3, 20)) << "50 of 100 pixels are left";
-  Poisson::distCloseToIsland = 0.5f;
+  settings.distCloseToIsland = 0.5f;
   EXPECT_EQ(strength(), strengthOf(4, 20)) << "far from an island, 80 are left";
 }
 
 TEST_F(GroupHandlerTest, CountsTheRawOverlapAtTheVeryDistance) {
   restOn(40, 2, 60);
   EXPECT_EQ(strength(), strengthOf(3, 40)) << "60 of 100 pixels are left";
-  Poisson::distCloseToIsland = 2.5f;
-  Poisson::closeToIslandStrengthTransmited = 1.0f;
+  settings.distCloseToIsland = 2.5f;
+  settings.closeToIslandStrengthTransmited = 1.0f;
   EXPECT_EQ(strength(), strengthOf(4, 20));
 }
 
 TEST_F(GroupHandlerTest, ADistanceThatIsNoNumberTakesNothingFromBelow) {
   restOn(40, 2, 60);
-  Poisson::distCloseToIsland = std::nanf("");
+  settings.distCloseToIsland = std::nanf("");
   EXPECT_EQ(strength(), strengthOf(5, 0));
 }
 
@@ -189,15 +202,15 @@ TEST_F(GroupHandlerTest, AFullySupportedGroupNeedsOneOnlyCloseToAnIsland) {
 TEST_F(GroupHandlerTest, WithoutUnsupportedPixelsTheIslandFactorIsLeftOut) {
   restOn(40, 1, 0);
   upper->islandBlueCount = 1;
-  Poisson::closeToIslandStrengthTransmited = std::nanf("");
+  settings.closeToIslandStrengthTransmited = std::nanf("");
   EXPECT_EQ(strength(), strengthOf(1, 20));
 }
 
 TEST_F(GroupHandlerTest, AWeakGroupFallsBack) {
   restOn(40, 5, 60);
-  Poisson::firstSupportMinStrength = 0.25f;  // 20 / 0.25 does not exceed the 80 left
+  settings.firstSupportMinStrength = 0.25f;  // 20 / 0.25 does not exceed the 80 left
   EXPECT_EQ(strength(), strengthOf(4, 20));
-  Poisson::firstSupportMinStrength = 0.2f;
+  settings.firstSupportMinStrength = 0.2f;
   EXPECT_EQ(strength(), strengthOf(0, 20));
   layers[0].groups[1].pixelStrength = 0.0f;
   EXPECT_EQ(strength(), strengthOf(5, 0)) << "a group that nothing carries is not weak";
@@ -205,7 +218,7 @@ TEST_F(GroupHandlerTest, AWeakGroupFallsBack) {
 
 TEST_F(GroupHandlerTest, OneSharedPixelIsStillAnIslandAndNeverWeak) {
   restOn(1, 5, 60);
-  Poisson::firstSupportMinStrength = 0.1f;
+  settings.firstSupportMinStrength = 0.1f;
   EXPECT_EQ(strength(), strengthOf(5, 0.5f));
   for (const Voxel& support : upper->placement->supports) EXPECT_TRUE(support.isMinima);
   restOn(2, 5, 60);
@@ -216,14 +229,14 @@ TEST_F(GroupHandlerTest, EnoughTransmittedStrengthNeedsNoFurtherSupport) {
   restOn(90, 5, 60);
   layers[0].groups[1].pixelStrength = 1.0f;
   EXPECT_EQ(strength(), strengthOf(0, 90));
-  Poisson::growthStrength = 9.0f;  // 90 / 9 does not exceed the 10 left
+  settings.growthStrength = 9.0f;  // 90 / 9 does not exceed the 10 left
   EXPECT_EQ(strength(), strengthOf(1, 90));
 }
 
 TEST_F(GroupHandlerTest, MoreThanOneSupportsStrengthIsNeverEnough) {
   restOn(80, 5, 60);
   layers[0].groups[1].pixelStrength = 1.0f;
-  Poisson::growthStrength = 0.001f;
+  settings.growthStrength = 0.001f;
   EXPECT_EQ(strength(), strengthOf(1, 80)) << "20 left are not below 20";
 }
 
@@ -236,11 +249,11 @@ TEST_F(GroupHandlerTest, WeightNeverFallsBelowNothing) {
 TEST_F(GroupHandlerTest, SupportsWithoutStrengthFallBack) {
   standAlone();
   for (const float none : {0.0f, -0.0f, std::nanf(""), 1e-30f}) {
-    Poisson::supportStrength = none;
+    settings.supportStrength = none;
     EXPECT_EQ(run(), 0u) << none;
   }
   upper->islandBlueCount = 1;
-  Poisson::supportStrength = 0.0f;
+  settings.supportStrength = 0.0f;
   EXPECT_EQ(run(), 1u);
 }
 
@@ -251,7 +264,7 @@ TEST_F(GroupHandlerTest, StrengthOfSeveralGroupsBelowAddsUp) {
   layers[0].groups[2].pixelStrength = 0.25f;
   upper = &segment(filledBox(10, 2)).groups[1];
   upper->islandDistance = 5;
-  Poisson::supportStrength = 10.0f;
+  settings.supportStrength = 10.0f;
   EXPECT_EQ(strength(), (2.0f * 10.0f + 1.5f) / 20.0f) << "18.5 of 20 pixels are left";
 }
 
@@ -264,7 +277,7 @@ TEST_F(GroupHandlerTest, AnEndlessStrengthSpoilsTheSumEvenWhereItIsNotTouched) {
   EXPECT_TRUE(std::isnan(strength())) << "0 pixels times infinity";
   layers[0].groups[2].pixelStrength = 1e30f;
   EXPECT_FALSE(std::isnan(strength()));
-  Poisson::strengthTransmited = HUGE_VALF;
+  settings.strengthTransmited = HUGE_VALF;
   upper->almostNotBlueCount = 0;
   strength();
   EXPECT_EQ(upper->placement, nullptr) << "what is left of the weight is no number";
@@ -272,14 +285,14 @@ TEST_F(GroupHandlerTest, AnEndlessStrengthSpoilsTheSumEvenWhereItIsNotTouched) {
 
 TEST_F(GroupHandlerTest, ReturnsTheSumOverAllGroups) {
   layers.clear();
-  segment(emptyLayer(60, 40));
-  Layer layer = emptyLayer(60, 40);
+  segment(emptyPicture(60, 40));
+  Picture layer = emptyPicture(60, 40);
   for (uint32_t y = 0; y < 40; ++y) {
     for (uint32_t x = 0; x < 60; ++x) {
-      if (x % 12 < 10 && y % 8 < 6) layer.pixelBuffer[y * 60 + x] = materialPixel();
+      if (x % 12 < 10 && y % 8 < 6) layer.pixels[y * 60 + x] = materialPixel();
     }
   }
-  segment(std::move(layer));
+  segment(layer);
   upper = &layers.back().groups[1];
   const uint32_t total = run();
   std::size_t sum = 0;
@@ -293,15 +306,15 @@ TEST_F(GroupHandlerTest, ReturnsTheSumOverAllGroups) {
 
 TEST_F(GroupHandlerTest, CountsAGroupThatFailsAndCarriesOn) {
   layers.clear();
-  segment(emptyLayer(700, 300));
-  Layer layer = emptyLayer(700, 300);
+  segment(emptyPicture(700, 300));
+  Picture layer = emptyPicture(700, 300);
   for (uint32_t y = 0; y < 300; ++y) {
     for (uint32_t x = 0; x < 700; ++x) {
-      if (x < 10 ? y < 10 : x >= 20) layer.pixelBuffer[y * 700 + x] = materialPixel();
+      if (x < 10 ? y < 10 : x >= 20) layer.pixels[y * 700 + x] = materialPixel();
     }
   }
-  segment(std::move(layer));
-  Poisson::numberOfSamplePerSupport = 1e6f;  // every pixel a candidate
+  segment(layer);
+  settings.numberOfSamplePerSupport = 1e6f;  // every pixel a candidate
   EXPECT_EQ(failuresWithoutBlocksOf(300000), 1u);
   EXPECT_EQ(placed, 5u);
   EXPECT_EQ(layers.back().groups[1].placement->supports.size(), 5u);
@@ -311,13 +324,13 @@ TEST_F(GroupHandlerTest, CountsAGroupThatFailsAndCarriesOn) {
 
 TEST_F(GroupHandlerTest, TakesBackTheFirstPassOfAnIslandWhoseSecondPassFails) {
   layers.clear();
-  segment(emptyLayer(100, 100));
-  Layer layer = emptyLayer(100, 100);
-  std::fill_n(layer.pixelBuffer.data(), layer.pixelBuffer.size(), materialPixel());
-  segment(std::move(layer));
-  Poisson::numberOfSamplePerSupport = 1e6f;
-  Poisson::supportStrength = 10000.0f;
-  Poisson::maxSupportRadiusInIsland = 0.01f;  // thousands of supports in the second pass
+  segment(emptyPicture(100, 100));
+  Picture layer = emptyPicture(100, 100);
+  std::fill_n(layer.pixels.data(), layer.pixels.size(), materialPixel());
+  segment(layer);
+  settings.numberOfSamplePerSupport = 1e6f;
+  settings.supportStrength = 10000.0f;
+  settings.maxSupportRadiusInIsland = 0.01f;  // thousands of supports in the second pass
   EXPECT_EQ(failuresWithoutBlocksOf(150000), 1u);
   EXPECT_EQ(placed, 0u);
   const Group& island = layers.back().groups[1];

@@ -4,7 +4,7 @@
 
 #include "analysis/byte_pairs.h"
 #include "core/stage_test.h"
-#include "support/poisson.h"
+#include "support/ghost_spread.h"
 
 namespace stiltforge {
 namespace {
@@ -41,7 +41,12 @@ class GroupImagesTest : public StageTest {
     group.ensurePlacement().samples = std::move(record);
   }
   SampleRecord& record() { return *layer.groups[1].placement->samples; }
-  Bytes image(GroupImages::Image which) { return renderGroup(layer, 1).images[which]; }
+  GroupImages render(std::size_t group) {
+    GhostSpread spread(settings.ghostRadius);
+    spread.create();
+    return renderGroup(layer, group, settings, spread);
+  }
+  Bytes image(GroupImages::Image which) { return render(1).images[which]; }
 
   Layer layer;
 };
@@ -49,7 +54,7 @@ class GroupImagesTest : public StageTest {
 TEST_F(GroupImagesTest, AreZeroForAGroupThatWasNeverSampled) {
   sample(2, {});
   layer.groups[1].placement.reset();
-  const GroupImages images = renderGroup(layer, 1);
+  const GroupImages images = render(1);
   EXPECT_EQ(images.width, 2);
   EXPECT_EQ(images.height, 1);
   for (const Bytes& bytes : images.images) EXPECT_EQ(bytes, Bytes(8, 0));
@@ -62,7 +67,7 @@ TEST_F(AnalysedGroupImages, OfASinglePixelAreOneClearPixel) {
   analyse({"#.", "##"});
   analyse({"#.", ".."});
   for (const std::size_t layer : {0, 2}) {
-    const GroupImages images = renderGroup(layers[layer], 1);
+    const GroupImages images = model.renderGroup(layer, 1);
     EXPECT_EQ(images.width, 1);
     EXPECT_EQ(images.height, 1);
     for (const Bytes& bytes : images.images) EXPECT_EQ(bytes, Bytes(4, 0));
@@ -71,7 +76,7 @@ TEST_F(AnalysedGroupImages, OfASinglePixelAreOneClearPixel) {
 
 TEST_F(GroupImagesTest, AreEmptyForThePlaceholder) {
   sample(2, {});
-  const GroupImages images = renderGroup(layer, 0);
+  const GroupImages images = render(0);
   EXPECT_EQ(images.width, 0);
   EXPECT_EQ(images.height, 0);
   for (const Bytes& bytes : images.images) EXPECT_TRUE(bytes.empty());
@@ -79,7 +84,7 @@ TEST_F(GroupImagesTest, AreEmptyForThePlaceholder) {
 
 TEST_F(GroupImagesTest, LeavePixelsOutsideTheGroupClearButCombinedOpaque) {
   sample(1, {});
-  const GroupImages images = renderGroup(layer, 1);
+  const GroupImages images = render(1);
   for (int k = 0; k < GroupImages::imageCount; ++k) {
     EXPECT_EQ(images.images[static_cast<std::size_t>(k)],
               k == GroupImages::combined ? (Bytes{0, 0, 0, 255}) : (Bytes{0, 0, 0, 0}))
@@ -108,7 +113,7 @@ TEST_F(GroupImagesTest, ReproduceEveryBlueAndGreenByte) {
     pixels.push_back({i, static_cast<uint8_t>(i), static_cast<uint8_t>(255 - i)});
   }
   sample(256, pixels);
-  const GroupImages images = renderGroup(layer, 1);
+  const GroupImages images = render(1);
   for (std::size_t i = 0; i < 256; ++i) {
     EXPECT_EQ(images.images[GroupImages::angle][4 * i + 2], i);
     EXPECT_EQ(images.images[GroupImages::stroke][4 * i + 1], 255 - i);
@@ -119,8 +124,7 @@ TEST_F(GroupImagesTest, ReproduceEveryBlueAndGreenByte) {
 }
 
 TEST_F(GroupImagesTest, MapTheLargestGhostSumAndScoreToWhite) {
-  Poisson::ghostRadius = 2.0f;
-  Poisson::createGhostSpread();
+  settings.ghostRadius = 2.0f;
   sample(3, {{0, 0, 0}, {1, 0, 0}, {2, 0, 0}});
   Voxel ghost;
   ghost.x = 6;
@@ -135,9 +139,9 @@ TEST_F(GroupImagesTest, MapTheLargestGhostSumAndScoreToWhite) {
 }
 
 TEST_F(GroupImagesTest, KeepTheLowEightBitsOfAQuotient) {
-  Poisson::ghostPart = 0.0f;
-  Poisson::strokePart = 1.0f;
-  Poisson::anglePart = 0.0f;
+  settings.ghostPart = 0.0f;
+  settings.strokePart = 1.0f;
+  settings.anglePart = 0.0f;
   sample(1, {{0, 0, 255}});
   record().scoreNorm = 255.0f / 257.5f;
   EXPECT_EQ(image(GroupImages::score)[0], 1);

@@ -13,7 +13,7 @@
 namespace stiltforge {
 namespace {
 
-class LayerOverlap : public ModelTest {};
+class LayerOverlap : public LayersTest {};
 
 TEST_F(LayerOverlap, CountsThePixelsSharedWithEachLowerGroup) {
   segment({"##.#", "##.."});
@@ -56,21 +56,21 @@ TEST_F(LayerOverlap, KeepsTheEntriesOfAGroupTogetherInAscendingOrder) {
   for (uint32_t k = 0; k < 4; ++k) EXPECT_EQ(layer.overlaps[k].lower, k + 1);
 }
 
-Layer grouped(Layer layer) {
-  layer = labelled(std::move(layer));
-  countGroups(layer);
+Layer grouped(const Picture& picture) {
+  Layer layer = labelled(picture);
+  countGroups(layer, Settings());
   return layer;
 }
 
 Layer randomLayer(Random& random, uint32_t width, uint32_t height) {
-  Layer layer = emptyLayer(static_cast<uint16_t>(width), static_cast<uint16_t>(height));
+  Picture picture = emptyPicture(static_cast<uint16_t>(width), static_cast<uint16_t>(height));
   const uint32_t rarity = 1 + random.below(12);
   bool solid = random.oneIn(2);
-  for (std::size_t i = 0; i < layer.pixelBuffer.size(); ++i) {
+  for (std::size_t i = 0; i < picture.pixels.size(); ++i) {
     if (random.oneIn(rarity)) solid = !solid;
-    if (solid) layer.pixelBuffer[i] = materialPixel();
+    if (solid) picture.pixels[i] = materialPixel();
   }
-  layer = grouped(std::move(layer));
+  Layer layer = grouped(picture);
   for (Group& group : layer.groups) group.islandDistance = random.below(9);
   return layer;
 }
@@ -134,12 +134,12 @@ TEST(LayerOverlapProperty, ReadsALayerOfAnotherSizeAsTheSequenceOfItsPixels) {
 TEST(LayerOverlapProperty, EqualsAPixelByPixelCountOnNoiseOfManyRuns) {
   Random random(33);
   const Layer below = randomLayer(random, 601, 700);
-  Layer layer = emptyLayer(601, 700);
-  for (std::size_t i = 0; i < layer.pixelBuffer.size(); ++i) {
-    if (random.oneIn(2)) layer.pixelBuffer[i] = materialPixel();
+  Picture picture = emptyPicture(601, 700);
+  for (std::size_t i = 0; i < picture.pixels.size(); ++i) {
+    if (random.oneIn(2)) picture.pixels[i] = materialPixel();
   }
-  layer = grouped(std::move(layer));
-  ASSERT_GT(layer.runs.size(), 3u << 15);
+  Layer layer = grouped(picture);
+  ASSERT_GT(layer.material.runCount(), 3u << 15);
   relateAndCheck(layer, below);
 }
 

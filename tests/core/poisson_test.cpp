@@ -5,42 +5,41 @@
 #include <cmath>
 
 #include "core/stage_test.h"
+#include "support/group_overhang.h"
 
 namespace stiltforge {
 namespace {
 
 // The only group of a slice that follows an empty slice.
-class PoissonTest : public ModelTest {
+class PoissonTest : public LayersTest {
  protected:
-  void place(Layer layer) {
+  void place(const Picture& picture) {
     layers.clear();
-    segment(emptyLayer(layer.width, layer.height));
-    segment(std::move(layer));
-    spans.clear();
-    const Layer& last = layers.back();
-    for (uint32_t y = 0; y < last.height; ++y) {
-      for (uint32_t r = last.rowRuns[y]; r < last.rowRuns[y + 1]; ++r) {
-        spans.push_back({static_cast<uint16_t>(y), last.runs[r].begin, last.runs[r].end});
-      }
-    }
+    segment(emptyPicture(picture.width, picture.height));
+    segment(picture);
+    overhang = overhangOfGroups(layers.back(), {1}).at(0);
   }
   void place(const Rows& rows, uint8_t blue = 0, uint8_t green = 0) {
     place(draw(rows, blue, green));
   }
   // A row whose green values ascend from 0, so that the leftmost pixels score lowest.
   void placeRisingRow(std::size_t width) {
-    Layer row = draw({std::string(width, '#')});
+    Picture row = draw({std::string(width, '#')});
     for (std::size_t x = 0; x < width; ++x) {
-      row.pixelBuffer[x] = materialPixel(0, static_cast<uint8_t>(std::min<std::size_t>(x, 255)));
+      row.pixels[x] = materialPixel(0, static_cast<uint8_t>(std::min<std::size_t>(x, 255)));
     }
-    place(std::move(row));
+    place(row);
   }
 
   Poisson poisson(uint32_t supports) {
+    ghostSpread = GhostSpread(settings.ghostRadius);
+    ghostSpread.create();
     Poisson generator;
+    generator.settings = &settings;
+    generator.ghostSpread = &ghostSpread;
     generator.group = &group();
     generator.layer = &layers.back();
-    generator.pixels = &spans;
+    generator.overhang = &overhang;
     generator.layerCount = layers.size();
     generator.nbSupport = generator.nbSupportBase = supports;
     return generator;
@@ -55,7 +54,8 @@ class PoissonTest : public ModelTest {
   // Sets the number without touching the pixels.
   void claimUnsupported(uint32_t pixels) { group().unsupportedPixelCount = pixels; }
 
-  std::vector<RowSpan> spans;
+  std::vector<OverhangSpan> overhang;
+  GhostSpread ghostSpread;
 };
 
 using Steps = std::pair<uint32_t, uint32_t>;
@@ -72,7 +72,7 @@ TEST_F(PoissonTest, WithoutSupportsOnlySetsTheStrength) {
 
 TEST_F(PoissonTest, SupportsCarryTheirShareOfEveryPixel) {
   place(filledBox(10, 4));
-  Poisson::supportStrength = 8.0f;
+  settings.supportStrength = 8.0f;
   Poisson generator = poisson(3);
   generator.nbSupportBase = 2;
   generator.strengthPerSupport = 1.5f;
@@ -83,7 +83,7 @@ TEST_F(PoissonTest, SupportsCarryTheirShareOfEveryPixel) {
 
 TEST_F(PoissonTest, TheFirstLayerHasThePlatesStrength) {
   place(filledBox(10, 4));
-  Poisson::strengthOfPlatePixel = 0.75f;
+  settings.strengthOfPlatePixel = 0.75f;
   Poisson generator = poisson(0);
   generator.layerCount = 1;
   generator.transmittedStrength = 20.0f;
@@ -107,14 +107,14 @@ TEST_F(PoissonTest, ManyUnsupportedPixelsWidenTheLattice) {
 }
 
 TEST_F(PoissonTest, TheLongerSideTakesTheCoarserStep) {
-  Poisson::numberOfSamplePerSupport = 100.0f;  // sqrt(200 / 100): between 1 and 2
+  settings.numberOfSamplePerSupport = 100.0f;  // sqrt(200 / 100): between 1 and 2
   place(filledBox(20, 10));
   generate(1);
   EXPECT_EQ(steps(), (Steps{2, 1}));
   place(filledBox(10, 20));
   generate(1);
   EXPECT_EQ(steps(), (Steps{1, 2}));
-  Poisson::numberOfSamplePerSupport = 98.0f;
+  settings.numberOfSamplePerSupport = 98.0f;
   place(filledBox(14, 14));
   generate(1);
   EXPECT_EQ(steps(), (Steps{2, 1})) << "a square counts as wide";
@@ -122,7 +122,7 @@ TEST_F(PoissonTest, TheLongerSideTakesTheCoarserStep) {
 
 TEST_F(PoissonTest, ATargetOfNothingTakesTheCoarsestLattice) {
   for (const float samples : {0.0f, -0.0f, -1.0f}) {
-    Poisson::numberOfSamplePerSupport = samples;
+    settings.numberOfSamplePerSupport = samples;
     place(filledBox(20, 10));
     generate(1);
     EXPECT_EQ(steps(), (Steps{3, 3})) << samples;
@@ -131,7 +131,7 @@ TEST_F(PoissonTest, ATargetOfNothingTakesTheCoarsestLattice) {
 
 TEST_F(PoissonTest, AnEndlessOrUnknownTargetKeepsEveryPixel) {
   for (const float samples : {std::nanf(""), HUGE_VALF}) {
-    Poisson::numberOfSamplePerSupport = samples;
+    settings.numberOfSamplePerSupport = samples;
     place(filledBox(20, 10));
     generate(1);
     EXPECT_EQ(steps(), (Steps{1, 1})) << samples;
@@ -139,7 +139,7 @@ TEST_F(PoissonTest, AnEndlessOrUnknownTargetKeepsEveryPixel) {
 }
 
 TEST_F(PoissonTest, ASparseBoxKeepsItsSteps) {
-  Poisson::numberOfSamplePerSupport = 1.0f;
+  settings.numberOfSamplePerSupport = 1.0f;
   place(filledBox(40, 20));
   claimUnsupported(119);
   generate(1);
@@ -158,7 +158,7 @@ TEST_F(PoissonTest, ANarrowBoxMayWidenItsSteps) {
 
 TEST_F(PoissonTest, TakesEveryPixelWhereTheLatticeMissesTheGroup) {
   place({".#", "#."});  // steps of 3 only look at the corner of the box
-  Poisson::numberOfSamplePerSupport = 0.01f;
+  settings.numberOfSamplePerSupport = 0.01f;
   EXPECT_EQ(generate(1), 1u);
   EXPECT_EQ(steps(), (Steps{1, 1}));
 }
@@ -176,7 +176,7 @@ TEST_F(PoissonTest, PlacesNothingInASupportedGroup) {
 }
 
 TEST_F(PoissonTest, NeverEnlargesAnIslandWithoutCandidates) {
-  Poisson::maxSupportRadiusInIsland = -1.0f;
+  settings.maxSupportRadiusInIsland = -1.0f;
   place(filledBox(3, 2), 255);
   Poisson generator = poisson(2);
   generator.isIsland = true;
@@ -186,7 +186,7 @@ TEST_F(PoissonTest, NeverEnlargesAnIslandWithoutCandidates) {
 
 TEST_F(PoissonTest, ScoresBlueAndGreenByTheirParts) {
   place({"##"}, 51, 102);
-  Poisson::strokePart = Poisson::anglePart = 0.5f;
+  settings.strokePart = settings.anglePart = 0.5f;
   generate(1);
   EXPECT_FLOAT_EQ(supports()[0].score, 0.2f * 0.25f + 0.4f * 0.25f);
   EXPECT_EQ(group().scoreNorm, supports()[0].score);
@@ -195,10 +195,9 @@ TEST_F(PoissonTest, ScoresBlueAndGreenByTheirParts) {
 
 TEST_F(PoissonTest, ScoresLowWhereNoGhostIsNear) {
   place({std::string(40, '#')});
-  Poisson::numberOfSamplePerSupport = 1000.0f;
-  Poisson::maxVoronoiIteration = 1.0f;
-  Poisson::ghostRadius = 10.0f;
-  Poisson::createGhostSpread();
+  settings.numberOfSamplePerSupport = 1000.0f;
+  settings.maxVoronoiIteration = 1.0f;
+  settings.ghostRadius = 10.0f;
   Voxel ghost;
   ghost.x = 5;
   group().ensurePlacement().ghostSupports = {&ghost};
@@ -211,9 +210,9 @@ TEST_F(PoissonTest, ScoresLowWhereNoGhostIsNear) {
 
 // The mean of a row of 200 is column 99, so the support ends on the last candidate left of it.
 TEST_F(PoissonTest, KeepsTheBestCandidatesOfASupport) {
-  Poisson::numberOfSamplePerSupport = 1000.0f;
+  settings.numberOfSamplePerSupport = 1000.0f;
   const auto lastCandidate = [&](float samplesPerVoronoi) {
-    Poisson::numberOfSamplePerVoronoi = samplesPerVoronoi;
+    settings.numberOfSamplePerVoronoi = samplesPerVoronoi;
     placeRisingRow(200);
     generate(1);
     return supports().at(0).x;
@@ -228,54 +227,54 @@ TEST_F(PoissonTest, KeepsTheBestCandidatesOfASupport) {
 }
 
 TEST_F(PoissonTest, KeepsMoreCandidatesForMoreSupports) {
-  Poisson::numberOfSamplePerSupport = 1000.0f;
-  Poisson::numberOfSamplePerVoronoi = 5.0f;
+  settings.numberOfSamplePerSupport = 1000.0f;
+  settings.numberOfSamplePerVoronoi = 5.0f;
   placeRisingRow(200);
   EXPECT_EQ(generate(2), 2u);
   // Ten candidates, seeds on the first and the sixth; the second cell reaches to the end.
   EXPECT_EQ(supports()[0].index, 0u);
   EXPECT_EQ(supports()[1].index, 5u);
   EXPECT_EQ(supports()[1].x, 9);
-  Poisson::numberOfSamplePerVoronoi = 30.0f;
+  settings.numberOfSamplePerVoronoi = 30.0f;
   placeRisingRow(1000);
   EXPECT_EQ(generate(2), 2u);
   EXPECT_EQ(supports()[1].x, 59);
-  Poisson::numberOfSamplePerVoronoi = 2.0f;
+  settings.numberOfSamplePerVoronoi = 2.0f;
   placeRisingRow(1000);
   EXPECT_EQ(generate(2), 2u);
   EXPECT_EQ(supports()[1].x, 7) << "never fewer than four each";
 }
 
 TEST_F(PoissonTest, KeepsCandidatesOfEqualScoreTogether) {
-  Poisson::numberOfSamplePerSupport = 1000.0f;
-  Layer row = draw({std::string(200, '#')});
+  settings.numberOfSamplePerSupport = 1000.0f;
+  Picture row = draw({std::string(200, '#')});
   for (std::size_t x = 0; x < 200; ++x) {
     const std::size_t green = x < 29 ? x : x < 35 ? 29 : x;
-    row.pixelBuffer[x] = materialPixel(0, static_cast<uint8_t>(green));
+    row.pixels[x] = materialPixel(0, static_cast<uint8_t>(green));
   }
-  place(std::move(row));
+  place(row);
   generate(1);
   EXPECT_EQ(supports().at(0).x, 34);
 }
 
 TEST_F(PoissonTest, LeavesOutTheLastOfARunThatReachesTheEnd) {
-  Poisson::numberOfSamplePerSupport = 1000.0f;
+  settings.numberOfSamplePerSupport = 1000.0f;
   // Three pixels of the row are better than the rest, all of which tie. In a row of sixteen the
   // sort leaves equals in place, so the last pixel is the one left out, and the only one near the
   // mean of what lies around it.
-  Layer row = emptyLayer(16, 1);
-  for (std::size_t x = 0; x < 16; ++x) row.pixelBuffer[x] = materialPixel(0, x < 3 ? 0 : 200);
-  place(std::move(row));
+  Picture row = emptyPicture(16, 1);
+  for (std::size_t x = 0; x < 16; ++x) row.pixels[x] = materialPixel(0, x < 3 ? 0 : 200);
+  place(row);
   Poisson generator = poisson(2);
-  Poisson::numberOfSamplePerVoronoi = 4.0f;
+  settings.numberOfSamplePerVoronoi = 4.0f;
   EXPECT_EQ(generator.generateSupports(), 2u);
   // Fifteen candidates give a stride of seven: seeds 0 and 7. With sixteen it would be eight.
   EXPECT_EQ(supports()[1].index, 7u);
 }
 
 TEST_F(PoissonTest, CutsOneShorterWithoutNumbers) {
-  Poisson::numberOfSamplePerSupport = 1000.0f;
-  Poisson::anglePart = std::nanf("");
+  settings.numberOfSamplePerSupport = 1000.0f;
+  settings.anglePart = std::nanf("");
   place({std::string(16, '#')});
   EXPECT_EQ(generate(2), 2u);
   // Seven of eight candidates: stride three.
@@ -284,7 +283,7 @@ TEST_F(PoissonTest, CutsOneShorterWithoutNumbers) {
 }
 
 TEST_F(PoissonTest, OneSupportMovesToTheCentre) {
-  Poisson::numberOfSamplePerSupport = 100.0f;
+  settings.numberOfSamplePerSupport = 100.0f;
   place({"###"});
   EXPECT_EQ(generate(1), 1u);
   const Voxel& support = supports().at(0);
@@ -298,10 +297,10 @@ TEST_F(PoissonTest, OneSupportMovesToTheCentre) {
 }
 
 TEST_F(PoissonTest, ASupportOverAHoleSnapsToTheNearestCandidate) {
-  Poisson::numberOfSamplePerSupport = Poisson::numberOfSamplePerVoronoi = 1000.0f;
+  settings.numberOfSamplePerSupport = settings.numberOfSamplePerVoronoi = 1000.0f;
   place({"#####", "#...#", "#...#", "#...#", "#####"});
   EXPECT_EQ(generate(1), 1u);
-  EXPECT_EQ(layers.back().pixelBuffer[supports()[0].y * 5u + supports()[0].x], 0x80000001u);
+  EXPECT_EQ(last.labels[supports()[0].y * 5u + supports()[0].x], 0x80000001u);
 }
 
 TEST_F(PoissonTest, DropsSupportsThatShareTheirOnlyCandidates) {
@@ -319,7 +318,7 @@ TEST_F(PoissonTest, SurvivesCountsOfSupportsBeyondAnyCandidates) {
 
 TEST_F(PoissonTest, DropsEverySupportWithoutRelaxation) {
   for (const float iterations : {0.0f, -1.0f, std::nanf("")}) {
-    Poisson::maxVoronoiIteration = iterations;
+    settings.maxVoronoiIteration = iterations;
     place(filledBox(8, 8));
     EXPECT_EQ(generate(3), 0u);
     EXPECT_TRUE(supports().empty());
@@ -328,17 +327,17 @@ TEST_F(PoissonTest, DropsEverySupportWithoutRelaxation) {
 }
 
 TEST_F(PoissonTest, StopsOnceEverySiteIsSettled) {
-  Poisson::numberOfSamplePerSupport = 1000.0f;
-  Poisson::maxVoronoiIteration = 50.0f;
+  settings.numberOfSamplePerSupport = 1000.0f;
+  settings.maxVoronoiIteration = 50.0f;
   const auto secondColumn = [&](float distance) {
-    Poisson::validationDistanceFormVoronoi = distance;
+    settings.validationDistanceFormVoronoi = distance;
     place({std::string(200, '#')});
     generate(2);
     return supports().at(1).x;
   };
   const uint16_t afterOne = secondColumn(1000.0f);
   EXPECT_NE(secondColumn(0.0f), afterOne);
-  Poisson::maxVoronoiIteration = 1.0f;
+  settings.maxVoronoiIteration = 1.0f;
   EXPECT_EQ(secondColumn(0.0f), afterOne);
 }
 
@@ -355,8 +354,8 @@ TEST_F(PoissonTest, AWideIslandGetsASecondLargerPass) {
 
 TEST_F(PoissonTest, AnIslandKeepsItsSupportsBesideThoseForItsRadius) {
   // Eight candidates, seeds on the first and the fifth; the last pixel is 130 from the fifth.
-  Poisson::numberOfSamplePerSupport = 1000.0f;
-  Poisson::numberOfSamplePerVoronoi = 4.0f;
+  settings.numberOfSamplePerSupport = 1000.0f;
+  settings.numberOfSamplePerVoronoi = 4.0f;
   placeRisingRow(135);
   Poisson generator = poisson(2);
   generator.isIsland = true;
@@ -365,7 +364,7 @@ TEST_F(PoissonTest, AnIslandKeepsItsSupportsBesideThoseForItsRadius) {
 }
 
 TEST_F(PoissonTest, AnIslandAtTheVeryRadiusGetsNone) {
-  Poisson::numberOfSamplePerSupport = 1000.0f;
+  settings.numberOfSamplePerSupport = 1000.0f;
   placeRisingRow(61);
   Poisson generator = poisson(1);
   generator.isIsland = true;
@@ -383,11 +382,11 @@ TEST_F(PoissonTest, OnlyIslandsAreEnlarged) {
 
 TEST_F(PoissonTest, ASecondPassWithoutSupportsKeepsTheFirst) {
   placeRisingRow(131);
-  Poisson::maxSupportRadiusInIsland = -65.0f;
+  settings.maxSupportRadiusInIsland = -65.0f;
   Poisson generator = poisson(2);
   generator.isIsland = true;
   generator.transmittedStrength = 13.1f;
-  Poisson::numberOfSamplePerVoronoi = 1.0f;  // both seeds near the left end
+  settings.numberOfSamplePerVoronoi = 1.0f;  // both seeds near the left end
   EXPECT_EQ(generator.generateSupports(), 0u);
   EXPECT_EQ(generator.nbSupportBase, 0u) << "more than 65 pixels over -65, plus 2";
   EXPECT_EQ(supports().size(), 2u);
@@ -396,7 +395,7 @@ TEST_F(PoissonTest, ASecondPassWithoutSupportsKeepsTheFirst) {
 
 TEST_F(PoissonTest, UnboundedIslandRadiiEnd) {
   for (const float radius : {0.0f, -1.0f, 1e-30f, std::nanf(""), HUGE_VALF}) {
-    Poisson::maxSupportRadiusInIsland = radius;
+    settings.maxSupportRadiusInIsland = radius;
     placeRisingRow(131);
     Poisson generator = poisson(1);
     generator.isIsland = true;
@@ -412,19 +411,17 @@ TEST_F(PoissonTest, AMeanRoundedOutOfTheBoxSnapsBack) {
   Layer& layer = layers.back();
   layer.width = column + 1;
   layer.height = height;
-  layer.supportedPixels = Plane<uint8_t>(std::size_t{layer.width} * height);
-  layer.strokePixels = Plane<uint8_t>(layer.supportedPixels.size());
+  layer.blue.assign(height, 0);
+  layer.green.assign(height, 0);
   layer.groups.resize(2);
   group().xMin = column;
   group().xMax = column + 1;
   group().yMax = height;
   group().numPixel = group().unsupportedPixelCount = height;
   for (uint16_t y = 0; y < height; ++y) {
-    const std::size_t index = std::size_t{y} * layer.width + column;
-    layer.supportedPixels[index] = layer.strokePixels[index] = 0;
-    spans.push_back({y, column, column + 1});
+    overhang.push_back({y, column, column + 1, y});
   }
-  Poisson::numberOfSamplePerSupport = 1e6f;
+  settings.numberOfSamplePerSupport = 1e6f;
   EXPECT_EQ(generate(1), 1u);
   EXPECT_EQ(supports()[0].x, column);
 }

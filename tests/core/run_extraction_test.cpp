@@ -2,120 +2,164 @@
 
 #include <gtest/gtest.h>
 
-#include "analysis/solid_mask.h"
+#include "analysis/pixel_masks.h"
 #include "core/drawing.h"
 #include "core/random.h"
 
 namespace stiltforge {
 namespace {
 
-Layer extracted(Layer layer, bool clearBackground = true) {
-  layer.supportedPixels = Plane<uint8_t>(layer.pixelBuffer.size());
-  layer.strokePixels = Plane<uint8_t>(layer.pixelBuffer.size());
-  std::fill_n(layer.supportedPixels.data(), layer.supportedPixels.size(), 77);
-  std::fill_n(layer.strokePixels.data(), layer.strokePixels.size(), 77);
-  extractRuns(layer, clearBackground);
-  return layer;
-}
-
-struct RowRun {
-  uint32_t row;
-  uint32_t begin;
-  uint32_t end;
-  friend bool operator==(const RowRun&, const RowRun&) = default;
-};
-
-std::vector<RowRun> runsOf(const Layer& layer) {
-  std::vector<RowRun> runs;
-  for (uint32_t y = 0; y < layer.height; ++y) {
-    for (uint32_t r = layer.rowRuns[y]; r < layer.rowRuns[y + 1]; ++r) {
-      runs.push_back({y, layer.runs[r].begin, layer.runs[r].end});
-    }
-  }
-  return runs;
-}
+using Bytes = std::vector<uint8_t>;
+using Runs = std::vector<stiltforge::Run>;
 
 // Pixel by pixel.
-std::vector<RowRun> plainRuns(const Layer& layer) {
-  std::vector<RowRun> runs;
-  for (uint32_t y = 0; y < layer.height; ++y) {
-    bool inside = false;
-    for (uint32_t x = 0; x < layer.width; ++x) {
-      const bool solid = (layer.pixelBuffer[std::size_t{y} * layer.width + x] & 0xFF) != 0;
-      if (solid && !inside) runs.push_back({y, x, x});
-      if (solid) runs.back().end = x + 1;
-      inside = solid;
+Slice plainSlice(const Picture& picture) {
+  Slice slice;
+  slice.width = picture.width;
+  slice.height = picture.height;
+  for (int y = 0; y < picture.height; ++y) {
+    for (int x = 0; x < picture.width; ++x) {
+      const uint32_t pixel =
+          picture.pixels[static_cast<std::size_t>(y) * picture.width + static_cast<std::size_t>(x)];
+      const auto blue = static_cast<uint8_t>(pixel >> 16);
+      if ((pixel & 0xFF) == 0) continue;
+      slice.material.add(x, x + 1);
+      if (blue == 255) continue;
+      slice.overhang.add(x, x + 1);
+      slice.blue.push_back(blue);
+      slice.green.push_back(static_cast<uint8_t>(pixel >> 8));
     }
+    slice.material.endRow();
+    slice.overhang.endRow();
   }
-  return runs;
+  return slice;
+}
+
+void expectPlain(const Picture& picture) {
+  const Slice slice = sliceOf(picture);
+  const Slice plain = plainSlice(picture);
+  ASSERT_EQ(slice.width, plain.width);
+  ASSERT_EQ(slice.height, plain.height);
+  ASSERT_TRUE(slice.material == plain.material);
+  ASSERT_TRUE(slice.overhang == plain.overhang);
+  ASSERT_EQ(slice.blue, plain.blue);
+  ASSERT_EQ(slice.green, plain.green);
+}
+
+Runs rowOf(const RunRows& rows, int y) {
+  return {rows.row(y).begin(), rows.row(y).end()};
 }
 
 TEST(RunExtraction, FindsTheMaximalRunsOfEveryRow) {
-  const Layer layer = extracted(draw({"##.#", "....", ".###", "#..."}));
-  EXPECT_EQ(runsOf(layer), (std::vector<RowRun>{{0, 0, 2}, {0, 3, 4}, {2, 1, 4}, {3, 0, 1}}));
-  EXPECT_EQ(layer.rowRuns, (std::vector<uint32_t>{0, 2, 2, 3, 4}));
+  const Slice slice = sliceOf(draw({"##.#", "....", ".###", "#..."}));
+  EXPECT_EQ(slice.material.height(), 4);
+  EXPECT_EQ(rowOf(slice.material, 0), (Runs{{0, 2}, {3, 4}}));
+  EXPECT_EQ(rowOf(slice.material, 1), Runs{});
+  EXPECT_EQ(rowOf(slice.material, 2), (Runs{{1, 4}}));
+  EXPECT_EQ(rowOf(slice.material, 3), (Runs{{0, 1}}));
 }
 
-TEST(RunExtraction, SplitsTheChannelsOfMaterialAndClearsTheRest) {
-  const Layer layer = extracted(draw({".##.", "#..."}, 200, 9));
-  const std::vector<uint8_t> blue(layer.supportedPixels.data(), layer.supportedPixels.data() + 8);
-  EXPECT_EQ(blue, (std::vector<uint8_t>{0, 200, 200, 0, 200, 0, 0, 0}));
-  EXPECT_EQ(layer.strokePixels[1], 9);
-  EXPECT_EQ(layer.strokePixels[2], 9);
-  EXPECT_EQ(layer.strokePixels[4], 9);
+TEST(RunExtraction, FindsTheOverhangAndItsChannels) {
+  Picture picture = draw({"#####", ".##.."}, 255, 3);
+  picture.pixels[1] = materialPixel(254, 4);
+  picture.pixels[2] = materialPixel(0, 5);
+  picture.pixels[4] = materialPixel(9, 6);
+  const Slice slice = sliceOf(picture);
+  EXPECT_EQ(rowOf(slice.overhang, 0), (Runs{{1, 3}, {4, 5}}));
+  EXPECT_EQ(rowOf(slice.overhang, 1), Runs{});
+  EXPECT_EQ(Bytes(slice.blue.begin(), slice.blue.end()), (Bytes{254, 0, 9}));
+  EXPECT_EQ(Bytes(slice.green.begin(), slice.green.end()), (Bytes{4, 5, 6}));
 }
 
 TEST(RunExtraction, TakesAnyRedForMaterialWhateverTheAlpha) {
-  Layer layer = emptyLayer(3, 1);
-  layer.pixelBuffer[0] = 0x00000001;
-  layer.pixelBuffer[1] = 0x80FFFF00;
-  layer.pixelBuffer[2] = 0x7F0000FF;
-  EXPECT_EQ(runsOf(extracted(std::move(layer))), (std::vector<RowRun>{{0, 0, 1}, {0, 2, 3}}));
+  Picture picture = emptyPicture(3, 1);
+  picture.pixels = {0x00000001, 0x80FFFF00, 0x7F0000FF};
+  EXPECT_EQ(rowOf(sliceOf(picture).material, 0), (Runs{{0, 1}, {2, 3}}));
 }
 
-TEST(RunExtraction, FindsNothingInAnImageWithoutPixels) {
+TEST(RunExtraction, FindsNothingInAPictureWithoutPixels) {
   for (const auto& [width, height] : {std::pair{0, 0}, {0, 5}, {5, 0}}) {
-    const Layer layer =
-        extracted(emptyLayer(static_cast<uint16_t>(width), static_cast<uint16_t>(height)));
-    EXPECT_TRUE(layer.runs.empty());
-    EXPECT_EQ(layer.rowRuns, std::vector<uint32_t>(static_cast<std::size_t>(height) + 1, 0));
+    const Slice slice =
+        sliceOf(emptyPicture(static_cast<uint16_t>(width), static_cast<uint16_t>(height)));
+    EXPECT_TRUE(slice.material.empty());
+    EXPECT_EQ(slice.material.height(), height);
+    EXPECT_EQ(slice.overhang.height(), height);
   }
 }
 
 TEST(RunExtraction, ReachesTheLastColumnOfTheWidestSlice) {
-  Layer layer = emptyLayer(65535, 2);
-  std::fill_n(layer.pixelBuffer.data(), 65535, materialPixel());
-  layer.pixelBuffer[65535 + 65534] = materialPixel();
-  EXPECT_EQ(runsOf(extracted(std::move(layer))),
-            (std::vector<RowRun>{{0, 0, 65535}, {1, 65534, 65535}}));
+  Picture picture = emptyPicture(65535, 2);
+  std::fill_n(picture.pixels.data(), 65535, materialPixel());
+  picture.pixels[65535 + 65534] = materialPixel();
+  const Slice slice = sliceOf(picture);
+  EXPECT_EQ(rowOf(slice.material, 0), (Runs{{0, 65535}}));
+  EXPECT_EQ(rowOf(slice.overhang, 1), (Runs{{65534, 65535}}));
+}
+
+TEST(RunExtraction, CopiesThePictureOnTheWay) {
+  Random random(12);
+  Picture picture = emptyPicture(131, 700);
+  for (uint32_t& pixel : picture.pixels) pixel = random.below(0xFFFFFFFF);
+  const Bytes sent = bytesOf(picture);
+  Bytes copy(sent.size());
+  sliceOfPixels(sent.data(), picture.width, picture.height, copy.data());
+  EXPECT_EQ(copy, sent);
+}
+
+TEST(RunExtraction, ReadsPicturesAtAnyAddress) {
+  Random random(13);
+  Picture picture = emptyPicture(201, 9);
+  for (uint32_t& pixel : picture.pixels) pixel = random.below(0xFFFFFFFF);
+  const Slice aligned = sliceOf(picture);
+  Bytes sent = bytesOf(picture);
+  for (int offset = 1; offset < 5; ++offset) {
+    sent.insert(sent.begin(), 77);
+    const Slice slice = sliceOfPixels(sent.data() + offset, picture.width, picture.height);
+    EXPECT_TRUE(slice.material == aligned.material);
+    EXPECT_EQ(slice.blue, aligned.blue);
+  }
 }
 
 TEST(RunExtraction, EqualsAPixelByPixelWalkWithEveryVariant) {
   Random random(11);
   for (int i = 0; i < 600; ++i) {
-    const auto width = static_cast<uint16_t>(random.between(1, 200));
-    const auto height = static_cast<uint16_t>(random.between(1, 12));
-    Layer layer = emptyLayer(width, height);
+    Picture picture = emptyPicture(static_cast<uint16_t>(random.between(1, 200)),
+                                   static_cast<uint16_t>(random.between(1, 12)));
     const uint32_t rarity = 1 + random.below(30);
+    const uint32_t supportedOften = 1 + random.below(8);
     bool solid = false;
-    for (std::size_t k = 0; k < layer.pixelBuffer.size(); ++k) {
+    uint8_t blue = 255;
+    for (uint32_t& pixel : picture.pixels) {
       if (random.oneIn(rarity)) solid = !solid;
+      if (random.oneIn(supportedOften)) {
+        blue = random.oneIn(2) ? 255 : static_cast<uint8_t>(random.below(256));
+      }
       // Background must not show through, even where the host gave it colours.
       const uint32_t colour = random.oneIn(2) ? random.below(1u << 24) << 8 : backgroundPixel;
-      layer.pixelBuffer[k] =
-          solid ? materialPixel(static_cast<uint8_t>(random.below(256))) : colour;
+      pixel = solid ? materialPixel(blue, static_cast<uint8_t>(random.below(256))) : colour;
     }
-    for (const SolidMaskVariant& variant : solidMaskVariants()) {
-      forceSolidMaskFunction(variant.function);
-      layer = extracted(std::move(layer));
-      ASSERT_EQ(runsOf(layer), plainRuns(layer)) << variant.name;
-      for (std::size_t k = 0; k < layer.pixelBuffer.size(); ++k) {
-        const uint32_t pixel = layer.pixelBuffer[k];
-        ASSERT_EQ(layer.supportedPixels[k], (pixel & 0xFF) != 0 ? (pixel >> 16) & 0xFF : 0);
-      }
+    for (const PixelMaskVariant& variant : pixelMaskVariants()) {
+      forcePixelMaskFunction(variant.function);
+      expectPlain(picture);
+      if (testing::Test::HasFatalFailure()) FAIL() << variant.name << ", picture " << i;
     }
   }
-  forceSolidMaskFunction(nullptr);
+  forcePixelMaskFunction(nullptr);
+}
+
+// So many rows that they are read in several bands, of noise and of long runs in turn.
+TEST(RunExtraction, EqualsAPixelByPixelWalkInBandsOfRows) {
+  Random random(14);
+  Picture picture = emptyPicture(900, 700);
+  for (std::size_t y = 0; y < 700; ++y) {
+    const uint32_t meanRun = random.oneIn(2) ? 2 : 200;
+    bool solid = random.oneIn(2);
+    for (std::size_t x = 0; x < 900; ++x) {
+      if (random.oneIn(meanRun)) solid = !solid;
+      if (solid) picture.pixels[y * 900 + x] = materialPixel(random.oneIn(3) ? 255 : 7);
+    }
+  }
+  expectPlain(picture);
 }
 
 }  // namespace

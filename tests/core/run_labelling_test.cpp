@@ -11,11 +11,11 @@ namespace stiltforge {
 namespace {
 
 // The fill of vertical runs, stack and all, gives the labels that count.
-testing::AssertionResult agreesWithTheFill(Layer layer) {
-  std::vector<uint32_t> top(layer.pixelBuffer.size());
+testing::AssertionResult agreesWithTheFill(const Picture& picture) {
+  std::vector<uint32_t> top(picture.pixels.size());
   const reference::Layer filled =
-      reference::floodFill(bytesOf(layer), layer.width, layer.height, {}, {}, top);
-  layer = labelled(std::move(layer));
+      reference::floodFill(bytesOf(picture), picture.width, picture.height, {}, {}, top);
+  const Layer layer = labelled(picture);
   if (layer.groupCount == filled.groupCount && labelPlane(layer) == filled.labels) {
     return testing::AssertionSuccess();
   }
@@ -77,21 +77,21 @@ TEST(RunLabelling, EqualsTheFillOnEveryImageOfUpToSixteenPixels) {
   for (uint32_t width = 1; width <= 16; ++width) {
     for (uint32_t height = 1; width * height <= 16; ++height) {
       for (uint32_t image = 0; image < uint32_t{1} << (width * height); ++image) {
-        Layer layer = emptyLayer(static_cast<uint16_t>(width), static_cast<uint16_t>(height));
+        Picture picture = emptyPicture(static_cast<uint16_t>(width), static_cast<uint16_t>(height));
         for (uint32_t i = 0; i < width * height; ++i) {
-          if ((image >> i) & 1) layer.pixelBuffer[i] = materialPixel();
+          if ((image >> i) & 1) picture.pixels[i] = materialPixel();
         }
-        ASSERT_TRUE(agreesWithTheFill(std::move(layer)));
+        ASSERT_TRUE(agreesWithTheFill(picture));
       }
     }
   }
 }
 
 // From scattered pixels to nearly full, with stretches along either axis.
-Layer randomImage(Random& random) {
+Picture randomImage(Random& random) {
   const auto width = static_cast<uint16_t>(random.between(1, 24));
   const auto height = static_cast<uint16_t>(random.between(1, 24));
-  Layer layer = emptyLayer(width, height);
+  Picture picture = emptyPicture(width, height);
   const uint32_t percent = 5 + random.below(90);
   const uint32_t persistence = random.below(95);
   const bool alongColumns = random.oneIn(2);
@@ -100,13 +100,13 @@ Layer randomImage(Random& random) {
       const bool hasNeighbour = alongColumns ? y > 0 : x > 0;
       const std::size_t i = std::size_t{y} * width + x;
       if (hasNeighbour && random.below(100) < persistence) {
-        layer.pixelBuffer[i] = layer.pixelBuffer[alongColumns ? i - width : i - 1];
+        picture.pixels[i] = picture.pixels[alongColumns ? i - width : i - 1];
       } else if (random.below(100) < percent) {
-        layer.pixelBuffer[i] = materialPixel();
+        picture.pixels[i] = materialPixel();
       }
     }
   }
-  return layer;
+  return picture;
 }
 
 TEST(RunLabelling, EqualsTheFillOnRandomImages) {
@@ -121,7 +121,7 @@ TEST(RunLabelling, EqualsTheFillOnPatternsOfManyCorners) {
   Random random(22);
   for (const uint16_t side : {63, 64, 65, 129, 900}) {
     for (int pattern = 0; pattern < 7; ++pattern) {
-      Layer layer = emptyLayer(side, side);
+      Picture picture = emptyPicture(side, side);
       for (uint32_t y = 0; y < side; ++y) {
         for (uint32_t x = 0; x < side; ++x) {
           const bool solid = pattern == 0   ? (x + y) % 2 == 0
@@ -130,10 +130,10 @@ TEST(RunLabelling, EqualsTheFillOnPatternsOfManyCorners) {
                              : pattern == 3 ? x % 2 == 0 || y == 0
                              : pattern == 4 ? x % 2 == 0 || y + 1 == side
                                             : random.oneIn(pattern == 5 ? 2 : 5);
-          if (solid) layer.pixelBuffer[y * side + x] = materialPixel();
+          if (solid) picture.pixels[y * side + x] = materialPixel();
         }
       }
-      ASSERT_TRUE(agreesWithTheFill(std::move(layer))) << side << ", pattern " << pattern;
+      ASSERT_TRUE(agreesWithTheFill(picture)) << side << ", pattern " << pattern;
     }
   }
 }

@@ -2,15 +2,15 @@
 
 #include <gtest/gtest.h>
 
-#include <mutex>
 #include <utility>
 #include <vector>
 
 #include "analysis/flood_fill.h"
+#include "analysis/slice_buffers.h"
 #include "analysis/support_inheritance.h"
 #include "core/core_stack.h"
 #include "core/drawing.h"
-#include "support/slice_pipeline.h"
+#include "model/model.h"
 
 namespace stiltforge {
 
@@ -18,75 +18,60 @@ namespace stiltforge {
 // strengths that place something.
 class StageTest : public testing::Test {
  protected:
-  void SetUp() override {
-    applyParameters({{"supportStrength", 20},
-                     {"growthStrength", 1},
-                     {"strengthTransmited", 1},
-                     {"firstSupportMinStrength", 2},
-                     {"numberOfSamplePerSupport", 10},
-                     {"ghostPart", 1},
-                     {"strokePart", 1},
-                     {"anglePart", 0.5},
-                     {"numberOfSamplePerVoronoi", 30},
-                     {"maxSupportRadiusInIsland", 60},
-                     {"islandSupportMultiplier", 1},
-                     {"islandStrengthSupport", 1},
-                     {"strengthOfPlatePixel", 1},
-                     {"maxZGhost", 1},
-                     {"maxGhost", 200},
-                     {"ghostRadius", 60},
-                     {"maxVoronoiIteration", 1},
-                     {"validationDistanceFormVoronoi", 1},
-                     {"distCloseToIsland", 2},
-                     {"closeToIslandStrengthTransmited", 1.2},
-                     {"almostNotBlueCounterLimit", 50},
-                     {"islandMinBlue", 50}});
+  StageTest() {
+    settings.supportStrength = 20;
+    settings.growthStrength = 1;
+    settings.strengthTransmited = 1;
+    settings.firstSupportMinStrength = 2;
+    settings.numberOfSamplePerSupport = 10;
+    settings.ghostPart = 1;
+    settings.numberOfSamplePerVoronoi = 30;
   }
+
+  Settings settings;
 };
 
-// A model under analysis, slice by slice. The size of its first slice is that of all.
-class ModelTest : public StageTest {
+// The pixels of a slice as a host gets them back.
+struct Pixels {
+  explicit Pixels(const Picture& picture)
+      : labels(picture.pixels), markers(labels.size()), supportValues(labels.size()) {}
+
+  SliceBuffers buffers() {
+    SliceBuffers result;
+    result.picture = labels.data();
+    result.labels = labels.data();
+    result.markers = markers.data();
+    result.supportValues = supportValues.data();
+    return result;
+  }
+
+  std::vector<uint32_t> labels;
+  std::vector<uint32_t> markers;
+  std::vector<uint8_t> supportValues;
+};
+
+// Slices that are segmented and related to each other, stage by stage. The size of the first is
+// that of the model.
+class LayersTest : public StageTest {
  protected:
-  // Segments the next slice and relates it to the last.
-  Layer& segment(Layer layer) {
-    prepareTop(layer);
+  Layer& segment(const Picture& picture) {
+    if (layers.empty()) {
+      record = planeOf(std::vector<uint32_t>(picture.pixels.size(), 0));
+    }
+    Layer layer(sliceOf(picture));
     FloodFill fill;
+    fill.settings = &settings;
     fill.layer = &layer;
     fill.previousLayer = layers.empty() ? nullptr : &layers.back();
-    fill.layerIndex = static_cast<uint32_t>(layers.size());
-    fill.topPixelBuffer = &top;
-    fill.topPixelCount = top.size();
-    fill.needBuffer = needBuffer;
+    fill.markerCount = record.size();
     fill.run();
+    last = Pixels(picture);
+    fillBuffers(layer, static_cast<uint32_t>(layers.size()), record, last.buffers());
     layers.push_back(std::move(layer));
     return layers.back();
   }
   Layer& segment(const Rows& rows, uint8_t blue = 0, uint8_t green = 0) {
     return segment(draw(rows, blue, green));
-  }
-
-  // Takes the next slice through the whole pipeline; keeps the number of supports in `placed`.
-  Layer& analyse(Layer layer) {
-    prepareTop(layer);
-    SlicePipeline pipeline;
-    pipeline.layers = &layers;
-    pipeline.historyMutex = &historyMutex;
-    pipeline.topPixelBuffer = &top;
-    pipeline.topPixelCount = top.size();
-    pipeline.needBuffer = needBuffer;
-    pipeline.scratch = &scratch;
-    placed = pipeline.run(std::move(layer));
-    spentPixels = std::move(pipeline.spentPixels);
-    return layers.back();
-  }
-  Layer& analyse(const Rows& rows, uint8_t blue = 0, uint8_t green = 0) {
-    return analyse(draw(rows, blue, green));
-  }
-
-  void prepareTop(const Layer& layer) {
-    if (!layers.empty()) return;
-    top = Plane<uint32_t>(std::size_t{layer.width} * layer.height);
-    std::fill_n(top.data(), top.size(), 0);
   }
 
   std::vector<uint32_t> overlapOf(const Group& group) const {
@@ -99,11 +84,26 @@ class ModelTest : public StageTest {
   }
 
   std::vector<Layer> layers;
-  std::mutex historyMutex;
-  Plane<uint32_t> top;
-  SliceScratch scratch;
-  Plane<uint32_t> spentPixels;
-  bool needBuffer = true;
+  Plane<uint32_t> record;  // the highest layer with material, per pixel
+  Pixels last{Picture{}};  // the pixels of the last slice
+};
+
+// A whole model, slice by slice. The size of the first is that of the model.
+class ModelTest : public StageTest {
+ protected:
+  // Takes the next slice through all stages; keeps the number of supports in `placed`.
+  const Layer& analyse(const Picture& picture, Model::SliceOptions options = {}) {
+    if (model.layers().empty()) model.start(picture.pixels.size());
+    model.setSettings(settings);
+    placed = model.analyse(sliceOf(picture), options);
+    return model.layers().back();
+  }
+  const Layer& analyse(const Rows& rows, uint8_t blue = 0, uint8_t green = 0) {
+    return analyse(draw(rows, blue, green));
+  }
+  const std::vector<Layer>& layers() const { return model.layers(); }
+
+  Model model;
   uint32_t placed = 0;
 };
 

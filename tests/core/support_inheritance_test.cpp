@@ -13,13 +13,8 @@ namespace {
 
 using Ghosts = std::vector<Voxel*>;
 
-class SupportInheritanceTest : public ModelTest {
+class SupportInheritanceTest : public LayersTest {
  protected:
-  void TearDown() override {
-    SupportInheritance::ghostSupportArray.clear();
-    SupportInheritance::deleteGhostIndex.clear();
-  }
-
   // Three lower groups side by side: 1 with one support, 2 with two, 3 with none.
   void layLowerGroups() {
     Layer& below = segment({"#.#.#"});
@@ -38,11 +33,15 @@ class SupportInheritanceTest : public ModelTest {
   }
   Ghosts inheritInto(Group& group) {
     SupportInheritance inheritance;
+    inheritance.settings = &settings;
+    inheritance.record = &ghosts;
     inheritance.layer = &layers[layers.size() - 1];
     inheritance.previousLayer = &layers[layers.size() - 2];
     inheritance.inherite(group);
     return group.placement ? group.placement->ghostSupports : Ghosts();
   }
+
+  GhostRecord ghosts;
 };
 
 TEST_F(SupportInheritanceTest, TakesTheSupportsOfEveryTouchedGroupInOrder) {
@@ -61,39 +60,39 @@ TEST_F(SupportInheritanceTest, HoldsNothingWhereThereIsNothingToHold) {
 
 TEST_F(SupportInheritanceTest, RefusesTheNewestOnceAGroupIsFull) {
   layLowerGroups();
-  SupportInheritance::maxGhost = 2;
-  SupportInheritance::ghostIterator = 0;
+  settings.maxGhost = 2;
+  ghosts.ghostIterator = 0;
   EXPECT_EQ(inherited({"###.."}), (Ghosts{support(1, 0), support(2, 0)}));
-  EXPECT_EQ(SupportInheritance::ghostIterator, 1);
+  EXPECT_EQ(ghosts.ghostIterator, 1);
 }
 
 TEST_F(SupportInheritanceTest, CountsRefusalsRoundTheLimit) {
   layLowerGroups();
   layers[0].groups[2].placement->supports.resize(6);
-  SupportInheritance::maxGhost = 3;
-  SupportInheritance::ghostIterator = 2;
+  settings.maxGhost = 3;
+  ghosts.ghostIterator = 2;
   inherited({"###.."});  // seven are offered, four of them refused
-  EXPECT_EQ(SupportInheritance::ghostIterator, (2 + 4) % 3);
+  EXPECT_EQ(ghosts.ghostIterator, (2 + 4) % 3);
 }
 
 TEST_F(SupportInheritanceTest, ALimitOfNothingRefusesEveryGhostWithoutCounting) {
   layLowerGroups();
-  SupportInheritance::maxGhost = 0;
-  SupportInheritance::ghostIterator = 5;
+  settings.maxGhost = 0;
+  ghosts.ghostIterator = 5;
   EXPECT_EQ(inherited({"###.."}), Ghosts{});
-  EXPECT_EQ(SupportInheritance::ghostIterator, 5);
+  EXPECT_EQ(ghosts.ghostIterator, 5);
 }
 
 TEST_F(SupportInheritanceTest, ANegativeLimitRefusesEveryGhostAndCounts) {
   layLowerGroups();
-  SupportInheritance::maxGhost = -2;
-  SupportInheritance::ghostIterator = 0;
+  settings.maxGhost = -2;
+  ghosts.ghostIterator = 0;
   EXPECT_EQ(inherited({"###.."}), Ghosts{});
-  EXPECT_EQ(SupportInheritance::ghostIterator, 1) << "three refusals modulo two";
-  SupportInheritance::maxGhost = std::numeric_limits<int32_t>::min();
-  SupportInheritance::ghostIterator = std::numeric_limits<int32_t>::max();
+  EXPECT_EQ(ghosts.ghostIterator, 1) << "three refusals modulo two";
+  settings.maxGhost = std::numeric_limits<int32_t>::min();
+  ghosts.ghostIterator = std::numeric_limits<int32_t>::max();
   EXPECT_EQ(inherited({"#...."}), Ghosts{});
-  EXPECT_EQ(SupportInheritance::ghostIterator, 0);
+  EXPECT_EQ(ghosts.ghostIterator, 0);
 }
 
 TEST_F(SupportInheritanceTest, OffersOldGhostsBeforeNewSupports) {
@@ -108,10 +107,10 @@ TEST_F(SupportInheritanceTest, HoldsAGhostReachedTwiceOnce) {
   Voxel old;
   layers[0].groups[1].placement->ghostSupports = {&old};
   layers[0].groups[2].placement->ghostSupports = {&old};
-  SupportInheritance::maxGhost = 3;
-  SupportInheritance::ghostIterator = 0;
+  settings.maxGhost = 3;
+  ghosts.ghostIterator = 0;
   EXPECT_EQ(inherited({"###.."}), (Ghosts{&old, support(1, 0), support(2, 0)}));
-  EXPECT_EQ(SupportInheritance::ghostIterator, 1) << "a ghost that is held is not refused";
+  EXPECT_EQ(ghosts.ghostIterator, 1) << "a ghost that is held is not refused";
 }
 
 TEST_F(SupportInheritanceTest, SkipsRetiredGhosts) {
@@ -170,14 +169,14 @@ TEST_F(SupportInheritanceTest, EqualsOneByOneOffersOfSharedGhosts) {
     std::string row(15, '.');
     for (char& c : row) c = random.below(100) < 70 ? '#' : '.';
     Layer& layer = segment({row});
-    SupportInheritance::maxGhost = random.between(1, 20);
-    SupportInheritance::ghostIterator = 0;
+    settings.maxGhost = random.between(1, 20);
+    ghosts.ghostIterator = 0;
     int32_t iterator = 0;
     for (std::size_t id = 1; id < layer.groups.size(); ++id) {
-      const Ghosts expected = plainlyInherited(layer.groups[id], layer, layers[0],
-                                               SupportInheritance::maxGhost, iterator);
+      const Ghosts expected =
+          plainlyInherited(layer.groups[id], layer, layers[0], settings.maxGhost, iterator);
       ASSERT_EQ(inheritInto(layer.groups[id]), expected) << i;
-      ASSERT_EQ(SupportInheritance::ghostIterator, iterator) << i;
+      ASSERT_EQ(ghosts.ghostIterator, iterator) << i;
     }
   }
 }
@@ -189,7 +188,11 @@ class GhostRetirement : public SupportInheritanceTest {
     layers.clear();
     segment(rows);
     std::ostringstream printed;
-    SupportInheritance::retireGhosts(layers.back(), historySize, printed);
+    SupportInheritance inheritance;
+    inheritance.settings = &settings;
+    inheritance.record = &ghosts;
+    inheritance.layer = &layers.back();
+    inheritance.retireGhosts(historySize, printed);
     return printed.str();
   }
   Voxel ghostAt(uint32_t index, uint16_t z) {
@@ -202,15 +205,15 @@ class GhostRetirement : public SupportInheritanceTest {
 
 TEST_F(GhostRetirement, RetiresAGhostWithoutMaterialAboveAtOnce) {
   Voxel ghost = ghostAt(4, 1000);
-  SupportInheritance::ghostSupportArray = {&ghost};
+  ghosts.ghostSupportArray = {&ghost};
   EXPECT_EQ(retire({"##.", "#.#"}, 2), "maxZGhost 1 1\n");
   EXPECT_TRUE(ghost.toDelete);
-  EXPECT_EQ(SupportInheritance::deleteGhostIndex, std::vector<int32_t>{0});
+  EXPECT_EQ(ghosts.deleteGhostIndex, std::vector<int32_t>{0});
 }
 
 TEST_F(GhostRetirement, RetiresAGhostBelowMaterialByItsAge) {
   Voxel ghost = ghostAt(0, 3);
-  SupportInheritance::ghostSupportArray = {&ghost};
+  ghosts.ghostSupportArray = {&ghost};
   EXPECT_EQ(retire({"#"}, 4), "") << "4 - 1 does not exceed 3";
   EXPECT_FALSE(ghost.toDelete);
   EXPECT_EQ(retire({"#"}, 5), "maxZGhost 1 0\n");
@@ -220,26 +223,26 @@ TEST_F(GhostRetirement, RetiresAGhostBelowMaterialByItsAge) {
 TEST_F(GhostRetirement, VisitsRetiredGhostsAgain) {
   Voxel kept = ghostAt(0, 9);
   Voxel retired = ghostAt(1, 9);
-  SupportInheritance::ghostSupportArray = {&kept, &retired};
-  SupportInheritance::maxZGhost = 0.5f;
+  ghosts.ghostSupportArray = {&kept, &retired};
+  settings.maxZGhost = 0.5f;
   EXPECT_EQ(retire({"#."}, 2), "maxZGhost 0.5 1\n");
   EXPECT_EQ(retire({"#."}, 3), "maxZGhost 0.5 1\n");
-  EXPECT_EQ(SupportInheritance::deleteGhostIndex, (std::vector<int32_t>{1, 1}));
-  EXPECT_EQ(SupportInheritance::ghostSupportArray.size(), 2u);
+  EXPECT_EQ(ghosts.deleteGhostIndex, (std::vector<int32_t>{1, 1}));
+  EXPECT_EQ(ghosts.ghostSupportArray.size(), 2u);
 }
 
 TEST_F(GhostRetirement, PrintsTheLimitWithSixDigits) {
   Voxel ghost = ghostAt(0, 0);
-  SupportInheritance::ghostSupportArray = {&ghost};
-  SupportInheritance::maxZGhost = 1.23456789f;
+  ghosts.ghostSupportArray = {&ghost};
+  settings.maxZGhost = 1.23456789f;
   EXPECT_EQ(retire({"."}, 2), "maxZGhost 1.23457 1\n");
-  SupportInheritance::maxZGhost = -1e10f;
+  settings.maxZGhost = -1e10f;
   EXPECT_EQ(retire({"#"}, 2), "maxZGhost -1e+10 0\n");
 }
 
 TEST_F(GhostRetirement, TakesAPlaceOutsideTheSliceForBackground) {
   Voxel ghost = ghostAt(4000000000, 100);
-  SupportInheritance::ghostSupportArray = {&ghost};
+  ghosts.ghostSupportArray = {&ghost};
   EXPECT_EQ(retire({"##", "##"}, 2), "maxZGhost 1 1\n");
 }
 
@@ -252,20 +255,15 @@ TEST(LayerBackground, IsWhatNoRunCovers) {
   for (int i = 0; i < 300; ++i) {
     const auto width = static_cast<uint16_t>(random.between(1, 20));
     const auto height = static_cast<uint16_t>(random.between(1, 20));
-    Layer layer = emptyLayer(width, height);
-    for (std::size_t k = 0; k < layer.pixelBuffer.size(); ++k) {
-      if (random.oneIn(2)) layer.pixelBuffer[k] = materialPixel();
+    Picture picture = emptyPicture(width, height);
+    for (std::size_t k = 0; k < picture.pixels.size(); ++k) {
+      if (random.oneIn(2)) picture.pixels[k] = materialPixel();
     }
-    Plane<uint32_t> top(layer.pixelBuffer.size());
-    FloodFill fill;
-    fill.layer = &layer;
-    fill.topPixelBuffer = &top;
-    fill.topPixelCount = top.size();
-    fill.run();
-    for (uint32_t k = 0; k < layer.pixelBuffer.size(); ++k) {
-      ASSERT_EQ(layer.isBackground(k), (layer.pixelBuffer[k] & 0xFF) == 0);
+    const Layer layer(sliceOf(picture));
+    for (uint32_t k = 0; k < picture.pixels.size(); ++k) {
+      ASSERT_EQ(layer.isBackground(k), (picture.pixels[k] & 0xFF) == 0);
     }
-    EXPECT_TRUE(layer.isBackground(static_cast<uint32_t>(layer.pixelBuffer.size())));
+    EXPECT_TRUE(layer.isBackground(static_cast<uint32_t>(picture.pixels.size())));
   }
 }
 

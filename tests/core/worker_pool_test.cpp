@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <stdexcept>
@@ -68,7 +69,7 @@ TEST_P(WorkerPool, StartsAgainAfterAShutdown) {
   workers::parallelFor(10, [&](std::size_t) { ++ran; });
   workers::shutdown();
   workers::shutdown();
-  EXPECT_EQ(workers::count(), GetParam());
+  EXPECT_EQ(workers::count(), std::max(1, GetParam())) << "at least one";
   workers::parallelFor(10, [&](std::size_t) { ++ran; });
   EXPECT_EQ(ran, 20);
 }

@@ -11,7 +11,7 @@
 #include <string_view>
 #include <vector>
 
-#include "analysis/solid_mask.h"
+#include "analysis/pixel_masks.h"
 #include "core/core_stack.h"
 #include "digest.h"
 #include "reference/stack_generator.h"
@@ -38,8 +38,8 @@ void print(const std::string& name, const reference::Stack& stack) {
 }
 
 void forceVariant(std::string_view name) {
-  for (const SolidMaskVariant& variant : solidMaskVariants()) {
-    if (variant.name == name) return forceSolidMaskFunction(variant.function);
+  for (const PixelMaskVariant& variant : pixelMaskVariants()) {
+    if (variant.name == name) return forcePixelMaskFunction(variant.function);
   }
   throw std::runtime_error("this processor has no variant " + std::string(name));
 }
@@ -49,7 +49,7 @@ void run(const std::vector<std::string>& arguments) {
   for (const std::string& argument : arguments) {
     const std::string value = argument.substr(argument.find('=') + 1);
     if (argument == "--list-variants") {
-      for (const SolidMaskVariant& variant : solidMaskVariants()) std::puts(variant.name);
+      for (const PixelMaskVariant& variant : pixelMaskVariants()) std::puts(variant.name);
       return;
     }
     if (argument.rfind("--workers=", 0) == 0) {

@@ -1,4 +1,4 @@
-import type { AnalysisParameters, MemoryEstimate, ModelSize, SliceResult } from 'stiltforge';
+import type { AnalysisParameters, SliceResult } from 'stiltforge';
 import { AnalysisError, type AnalysisErrorCode } from './errors.js';
 import { checkedParameters } from './parameters.js';
 import { isByteArray } from './realms.js';
@@ -9,11 +9,16 @@ export type {
   AnalysisParameters,
   Group,
   Layer,
-  MemoryEstimate,
   SliceResult,
   Support,
 } from 'stiltforge';
 export { AnalysisError, type AnalysisErrorCode } from './errors.js';
+export {
+  estimateMemory,
+  type MemoryEstimate,
+  type ModelExpectation,
+  type ModelSize,
+} from './memory_estimate.js';
 export { parameterNames } from './parameters.js';
 export type { ImageLike, SliceImage } from './slice_image.js';
 
@@ -52,37 +57,6 @@ export interface RunOptions {
 
 /** Slices, bottom first. An asynchronous source may prepare them while earlier ones are analysed. */
 export type SliceSource = AsyncIterable<SliceImage> | Iterable<SliceImage>;
-
-/** What a host expects of a model beyond its parameters; rather too much than too little. */
-export type ModelExpectation = Partial<
-  Pick<
-    ModelSize,
-    'queuedSlices' | 'heldResults' | 'regionsPerLayer' | 'supports' | 'unsupportedShare'
-  >
->;
-
-/**
- * Predicts, in bytes, what the analysis of a model takes at its peak, before it is started: an upper
- * bound unless slices are thin stripes or noise (count their runs as regions then).
- */
-export function estimateMemory(
-  parameters: AnalysisParameters,
-  expected: ModelExpectation = {},
-): MemoryEstimate {
-  const { width, height, numLayer, needBuffer, ghostRadius, maxGhost, supportStrength } =
-    checkedParameters(parameters);
-  return addon().InitAnalyseSlice.estimateMemory({
-    width,
-    height,
-    layers: numLayer,
-    needBuffer,
-    ghostRadius,
-    ghostsPerRegion: maxGhost,
-    pixelsPerSupport: supportStrength,
-    queuedSlices: 2, // of run(): the one in work and the next
-    ...expected,
-  });
-}
 
 /** The five functions, loaded when they are first needed: importing this module never fails. */
 function addon(): typeof import('stiltforge') {

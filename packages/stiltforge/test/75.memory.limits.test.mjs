@@ -61,6 +61,18 @@ test('the largest slices only reserve memory until a slice comes', async () => {
   );
 });
 
+test('the largest ghostRadius only reserves its table until a slice comes', async () => {
+  const child = await runInChild(`
+    stiltforge.InitAnalyseSlice(parameters());
+    const before = process.memoryUsage().rss;
+    stiltforge.InitAnalyseSlice(parameters({ ghostRadius: 4096 }));
+    console.log(process.memoryUsage().rss - before < 50 * 2 ** 20);
+    await analyse(rectangle(8, 6, 0, 0, 4, 4));
+    console.log(process.memoryUsage().rss - before > 200 * 2 ** 20);
+  `);
+  assertEnded(child, 'true', 'true');
+});
+
 test('a model whose top-pixel buffer does not fit is refused, the open one goes on', {
   skip,
 }, async () => {
@@ -98,7 +110,8 @@ for (const needBuffer of [false, true]) {
   test(`a slice that does not fit is refused (needBuffer ${needBuffer})`, { skip }, async () => {
     const child = await runInChild(`${limit}
       stiltforge.InitAnalyseSlice(parameters({ width: 8000, height: 8000, needBuffer: ${needBuffer} }));
-      const pixels = new ArrayBuffer(256000000);
+      // Material that hangs over everywhere: so many support and stroke values.
+      const pixels = new Uint8Array(256000000).fill(1).buffer;
       allow(${needBuffer ? 350 : 100});
       console.log(attempt(() => stiltforge.AnalyseSlice(pixels, 0, () => {})));
       stiltforge.CleanPointer();
@@ -113,17 +126,20 @@ for (const needBuffer of [false, true]) {
 
 test('memory that runs out during the analysis is an Error of the callback', { skip }, async () => {
   const child = await runInChild(`${limit}
-    stiltforge.InitAnalyseSlice(parameters({ width: 8000, height: 8000 }));
-    const pixels = rectangle(8000, 8000, 0, 0, 100, 100);
-    allow(280);
-    const error = await analyse(pixels, 5).catch((reason) => reason);
+    stiltforge.InitAnalyseSlice(parameters({ width: 4000, height: 4000 }));
+    // Four million regions of one pixel.
+    const dots = slice(4000, 2, (x, y) => (x % 2 === 0 && y === 0 ? { blue: 255 } : undefined));
+    const pixels = new Uint8Array(4 * 4000 * 4000);
+    for (let at = 0; at < pixels.length; at += dots.byteLength) pixels.set(new Uint8Array(dots), at);
+    allow(250);
+    const error = await analyse(pixels.buffer, 5).catch((reason) => reason);
     console.log(error.code, error.message);
     stiltforge.InitAnalyseSlice(parameters());
     console.log((await analyse(rectangle(8, 6, 0, 0, 4, 4))).layer.pixelCount);
   `);
   assertEnded(
     child,
-    'ERR_STILTFORGE_MEMORY Not enough memory for the slice with layerIndex 5 (8000 x 8000 pixels). Use' +
+    'ERR_STILTFORGE_MEMORY Not enough memory for the slice with layerIndex 5 (4000 x 4000 pixels). Use' +
       ' smaller slices, or free memory and start the model again.',
     '16',
   );

@@ -45,8 +45,9 @@ const named = (thread, number) =>
   'getBuiltinModule' in process ? thread : `environment ${number} (in order of loading)`;
 
 const heldBy = (who) =>
-  `ERR_STILTFORGE_MODEL_OPEN The analysis state of this process is held by ${who}, which has a model` +
-  ' open. Call CleanPointer there or end that thread first, or analyse in a child process.';
+  `ERR_STILTFORGE_MODEL_OPEN The model of the five functions, one in a process, is held by ${who}, which` +
+  ' has it open. Call CleanPointer there or end that thread first, or use the Analysis objects of' +
+  ' stiltforge/analysis, of which a process may have many.';
 
 test('a second environment gets an Error that names the holder, until CleanPointer', async () => {
   const child = await runInChild(`${worker}
@@ -92,6 +93,25 @@ test('a second environment gets an Error that names the holder, until CleanPoint
     'done',
   ];
   assertEnded(child, { stdout: `${lines.join('\n')}\n` });
+});
+
+test('calls that keep nothing never look like a holder to another thread', async () => {
+  const child = await runInChild(`${worker}
+    const clean = \`
+      let refused = 0;
+      for (let i = 0; i < 20000; i += 1) {
+        try {
+          stiltforge.CleanPointer();
+        } catch {
+          refused += 1;
+        }
+      }
+      parentPort.postMessage(refused);
+    \`;
+    const threads = [startWorker(clean), startWorker(clean)];
+    console.log(await Promise.all(threads.map(said)));
+  `);
+  assert.equal(child.stdout, '[ 0, 0 ]\n', child.stderr);
 });
 
 test('a second load in the same thread is an environment of its own', async () => {

@@ -2,9 +2,6 @@ import stiltforge, {
   AnalyseSlice,
   type AnalysisParameters,
   type Group,
-  InitAnalyseSlice,
-  type MemoryEstimate,
-  type ModelSize,
   type SliceResult,
 } from 'stiltforge';
 
@@ -24,9 +21,6 @@ stiltforge.GroupToBitmap(0, 1, (sample, ghost, _a, _s, _ss, _su, _st, combined, 
   if (sample instanceof Error) return;
   console.log(sample.length, ghost.length, combined.length, width * height, failed);
 });
-const size: ModelSize = { width: 1440, height: 2560, layers: 100 };
-const estimate: MemoryEstimate = InitAnalyseSlice.estimateMemory(size);
-console.log(estimate.total);
 stiltforge.CleanSlicePointer(0);
 stiltforge.CleanPointer();
 

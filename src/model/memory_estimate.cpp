@@ -1,4 +1,4 @@
-#include "support/memory_estimate.h"
+#include "model/memory_estimate.h"
 
 #include <algorithm>
 #include <cmath>
@@ -17,15 +17,19 @@ constexpr double growth = 2;
 // Rows that cross a region do so a few times; regions share a plate in rows and columns.
 constexpr double crossingsPerRegion = 4;
 
-// Coordinates and score of a sample, its entry among the candidates, its packed channels.
-constexpr double bytesPerSample =
-    2 * sizeof(uint16_t) + sizeof(float) + sizeof(Candidate) + growth * 2 * sizeof(uint8_t);
+// Support and stroke value.
+constexpr double bytesPerOverhangPixel = 2 * sizeof(uint8_t);
+// Provisional labels, links between them and the groups that they become.
+constexpr double bytesPerLabelledRun = 5 * sizeof(uint32_t);
+// Coordinates, channels and score of a sample, its entry among the candidates, its record.
+constexpr double bytesPerSample = 2 * sizeof(uint16_t) + 2 * sizeof(uint8_t) + sizeof(float) +
+                                  sizeof(Candidate) + growth * 2 * sizeof(uint8_t);
 // Of a recorded pixel: its two channels, and its share of the headers and spans of short rows.
 constexpr double bytesPerRecordedPixel = 3.5;
 
 constexpr double bytesPerGhost = sizeof(void*);
 
-constexpr double fixedBytes = 12 << 20;
+constexpr double fixedBytes = 9 << 20;
 
 // More than any machine has, and safe to add up.
 constexpr double mostBytes = 0x1p60;
@@ -42,23 +46,28 @@ MemoryEstimate estimateMemory(const ModelSize& model) {
   const auto supports = static_cast<double>(model.supports);
   MemoryEstimate estimate;
 
-  double planes = sizeof(uint32_t) * std::max<double>(1, model.queuedSlices) + 2 * sizeof(uint8_t);
-  if (model.needBuffer) {
-    const double labels = sizeof(uint32_t);
-    const double markers = sizeof(uint32_t);
-    const double blue = sizeof(uint8_t);
-    planes += markers + (labels + blue) + model.heldResults * (labels + markers + blue);
-  }
-  estimate.slices = bytes(pixels * planes);
-
-  // Runs of two layers, and those of a layer in parts while they are put together.
+  // Runs and overhang of a slice, found in bands and joined, for each slice in hand.
   const double runsPerRow =
       std::min(model.width / 2.0 + 1, crossingsPerRegion * (std::sqrt(regions) + 1));
   const double runs = runsPerRow * model.height;
-  const double perRegion = sizeof(Group) + 3 * sizeof(Layer::Overlap) + allocation;
-  estimate.regions = bytes(runs * sizeof(SolidRun) * 2 * growth + 2 * growth * regions * perRegion);
+  const double overhang = pixels * model.unsupportedShare;
+  const double slicesInHand = std::max<double>(1, model.queuedSlices) + 1;
+  double slices = slicesInHand * (growth * runs * (sizeof(Run) + sizeof(uint32_t)) +
+                                  growth * overhang * bytesPerOverhangPixel);
+  if (model.needBuffer) {
+    const double picture = sizeof(uint32_t);
+    const double markers = sizeof(uint32_t);
+    const double result = 2 * sizeof(uint32_t) + sizeof(uint8_t);
+    slices += pixels * (markers + slicesInHand * picture + (model.heldResults + 1.0) * result);
+  }
+  estimate.slices = bytes(slices);
 
-  estimate.placement = bytes(pixels * model.unsupportedShare * bytesPerSample);
+  // Of two layers, and what labels them.
+  const double perRun = 2 * sizeof(uint32_t) + bytesPerLabelledRun;
+  const double perRegion = sizeof(Group) + 3 * sizeof(Layer::Overlap) + allocation;
+  estimate.regions = bytes(growth * (runs * perRun + 2 * regions * perRegion));
+
+  estimate.placement = bytes(overhang * bytesPerSample);
 
   // A sampled region keeps the ghosts that it was placed with. No more regions are sampled than
   // there are supports.
@@ -73,7 +82,7 @@ MemoryEstimate estimateMemory(const ModelSize& model) {
   estimate.history = bytes(model.layers * perLayer + supports * perSupport);
 
   const double side = std::ceil(2.0 * model.ghostRadius);
-  estimate.fixed = bytes(fixedBytes + 2 * side * side * sizeof(float));
+  estimate.fixed = bytes(fixedBytes + side * side * sizeof(float));
   return estimate;
 }
 

@@ -1,4 +1,4 @@
-#include "addon/layer_result.h"
+#include "node_api/layer_result.h"
 
 #include <cstddef>
 #include <cstdint>

@@ -1,4 +1,4 @@
-#include "addon/memory_estimate.h"
+#include "binding/memory_estimate.h"
 
 #include <algorithm>
 #include <cmath>
@@ -6,10 +6,10 @@
 #include <optional>
 #include <string>
 
-#include "addon/refusal.h"
-#include "support/memory_estimate.h"
+#include "model/memory_estimate.h"
+#include "node_api/refusal.h"
 
-namespace stiltforge {
+namespace stiltforge::binding {
 
 namespace {
 
@@ -44,7 +44,7 @@ void readCount(const Napi::Object& model, const char* key, T& count) {
 
 }  // namespace
 
-Napi::Value EstimateMemory(const Napi::CallbackInfo& info) {
+Napi::Value estimateMemory(const Napi::CallbackInfo& info) {
   const Napi::Env env = info.Env();
   if (!info[0].IsObject()) {
     throw refusal(env, codes::parameter,
@@ -65,7 +65,7 @@ Napi::Value EstimateMemory(const Napi::CallbackInfo& info) {
   size.unsupportedShare = numberOf(model, "unsupportedShare", size.unsupportedShare);
   readCount(model, "ghostsPerRegion", size.ghostsPerRegion);
 
-  const MemoryEstimate estimate = estimateMemory(size);
+  const MemoryEstimate estimate = stiltforge::estimateMemory(size);
   Napi::Object result = Napi::Object::New(env);
   const auto set = [&](const char* key, uint64_t bytes) {
     result.Set(key, Napi::Number::New(env, static_cast<double>(bytes)));
@@ -79,4 +79,4 @@ Napi::Value EstimateMemory(const Napi::CallbackInfo& info) {
   return result;
 }
 
-}  // namespace stiltforge
+}  // namespace stiltforge::binding

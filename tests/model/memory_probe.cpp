@@ -6,14 +6,12 @@
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <fstream>
-#include <mutex>
 #include <string>
 #include <vector>
 
-#include "support/poisson.h"
-#include "support/slice_pipeline.h"
+#include "analysis/run_extraction.h"
+#include "model/model.h"
 
 namespace stiltforge {
 namespace {
@@ -68,16 +66,17 @@ class Discs {
   std::vector<uint32_t> slice_;
 };
 
-void setParameters(float supportStrength, float ghostRadius) {
-  Poisson::supportStrength = supportStrength;
-  Poisson::growthStrength = 1;
-  Poisson::strengthTransmited = 0.9f;
-  Poisson::firstSupportMinStrength = 1;
-  Poisson::numberOfSamplePerSupport = 1e6f;  // every unsupported pixel becomes a sample
-  Poisson::numberOfSamplePerVoronoi = 100;
-  Poisson::ghostPart = 1;
-  Poisson::ghostRadius = ghostRadius;
-  Poisson::createGhostSpread();
+Settings settingsOf(float supportStrength, float ghostRadius) {
+  Settings settings;
+  settings.supportStrength = supportStrength;
+  settings.growthStrength = 1;
+  settings.strengthTransmited = 0.9f;
+  settings.firstSupportMinStrength = 1;
+  settings.numberOfSamplePerSupport = 1e6f;  // every unsupported pixel becomes a sample
+  settings.numberOfSamplePerVoronoi = 100;
+  settings.ghostPart = 1;
+  settings.ghostRadius = ghostRadius;
+  return settings;
 }
 
 int run(char** words) {
@@ -90,33 +89,23 @@ int run(char** words) {
 
   discs.unsupported = 0;
   const uint64_t before = statusBytes("VmRSS");
-  setParameters(std::strtof(words[5], nullptr), std::strtof(words[6], nullptr));
   const std::size_t pixels = std::size_t(width) * height;
-  std::vector<Layer> layers;
-  std::mutex mutex;
-  SliceScratch scratch;
-  Plane<uint32_t> top;
-  if (needBuffer) {
-    top = Plane<uint32_t>(pixels);
-    std::fill_n(top.data(), pixels, 0u);
-  }
-  Plane<uint32_t> spent;
+  Model model(settingsOf(std::strtof(words[5], nullptr), std::strtof(words[6], nullptr)), pixels);
   uint64_t supports = 0;
   for (int i = 0; i < layerCount; ++i) {
-    Layer layer;
-    layer.width = static_cast<uint16_t>(width);
-    layer.height = static_cast<uint16_t>(height);
-    layer.pixelBuffer = spent.empty() ? Plane<uint32_t>(pixels) : std::move(spent);
-    std::memcpy(layer.pixelBuffer.data(), discs.draw(i).data(), 4 * pixels);
-    SlicePipeline pipeline;
-    pipeline.layers = &layers;
-    pipeline.historyMutex = &mutex;
-    pipeline.topPixelBuffer = &top;
-    pipeline.topPixelCount = pixels;
-    pipeline.needBuffer = needBuffer;
-    pipeline.scratch = &scratch;
-    supports += pipeline.run(std::move(layer));
-    spent = std::move(pipeline.spentPixels);
+    // As a host holds them: the picture that comes back, and the three of the result.
+    std::vector<uint32_t> picture(needBuffer ? pixels : 0);
+    std::vector<uint32_t> labels(picture.size());
+    std::vector<uint32_t> markers(picture.size());
+    std::vector<uint8_t> supportValues(picture.size());
+    const SliceBuffers buffers{picture.data(), labels.data(), markers.data(), supportValues.data()};
+    Model::SliceOptions options;
+    if (needBuffer) options.buffers = &buffers;
+    supports += model.analyse(
+        sliceOfPixels(reinterpret_cast<const uint8_t*>(discs.draw(i).data()),
+                      static_cast<uint16_t>(width), static_cast<uint16_t>(height),
+                      needBuffer ? reinterpret_cast<uint8_t*>(picture.data()) : nullptr),
+        options);
   }
   std::printf("%llu %llu %llu\n", static_cast<unsigned long long>(statusBytes("VmHWM") - before),
               static_cast<unsigned long long>(supports),

@@ -1,0 +1,192 @@
+#include "support/sample_field.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "runtime/float_conversion.h"
+#include "runtime/worker_pool.h"
+#include "support/score_terms.h"
+
+namespace stiltforge {
+
+namespace {
+
+constexpr uint32_t largestStep = 3;
+// With less of the box unsupported every pixel is a candidate.
+constexpr double sparseShare = 0.15;
+
+// Ghost sums of a band of this many pixels stay in the first cache levels.
+constexpr std::size_t pixelsPerBand = std::size_t{1} << 14;
+constexpr std::size_t samplesPerTask = std::size_t{1} << 15;
+
+uint32_t latticeStep(float s) {
+  return s < static_cast<float>(largestStep) ? toUint32(s) : largestStep;
+}
+
+}  // namespace
+
+// A range of a group's spans.
+struct SampleField::SpanRange {
+  const OverhangSpan* first;
+  const OverhangSpan* last;
+  const OverhangSpan* begin() const { return first; }
+  const OverhangSpan* end() const { return last; }
+};
+
+// The rows of a group's box in bands whose pixels stay in the first cache levels; rows count from
+// the box's top.
+class SampleField::RowBands {
+ public:
+  RowBands(const std::vector<OverhangSpan>& spans, Box box)
+      : spans_(spans),
+        top_(box.yMin),
+        height_(static_cast<uint32_t>(box.yMax - box.yMin)),
+        rowsPerBand_(static_cast<uint32_t>(std::max<std::size_t>(
+            1, pixelsPerBand / static_cast<std::size_t>(box.xMax - box.xMin)))) {}
+  std::size_t count() const { return (height_ + rowsPerBand_ - 1) / rowsPerBand_; }
+  uint32_t firstRow(std::size_t band) const { return static_cast<uint32_t>(band) * rowsPerBand_; }
+  uint32_t endRow(std::size_t band) const {
+    return std::min(height_, firstRow(band) + rowsPerBand_);
+  }
+  SpanRange spans(std::size_t band) const {
+    return {firstSpanAt(firstRow(band)), firstSpanAt(endRow(band))};
+  }
+
+ private:
+  const OverhangSpan* firstSpanAt(uint32_t row) const {
+    return std::lower_bound(spans_.data(), spans_.data() + spans_.size(), top_ + row,
+                            [](const OverhangSpan& span, uint32_t y) { return span.y < y; });
+  }
+
+  const std::vector<OverhangSpan>& spans_;
+  uint32_t top_;
+  uint32_t height_;
+  uint32_t rowsPerBand_;
+};
+
+SampleField::SampleField(const Settings& settings, const GhostSpread& spread, Group& group,
+                         const Layer& layer, const std::vector<OverhangSpan>& overhang)
+    : settings_(settings),
+      group_(group),
+      layer_(layer),
+      overhang_(overhang),
+      stamp_(spread, group.ensurePlacement().ghostSupports, group.box()) {}
+
+void SampleField::sample(uint32_t supports) {
+  chooseSteps(supports);
+  collect();
+  if (x_.empty()) {
+    lattice_ = {1, 1};
+    collect();
+  }
+  group_.angleNorm = 255.0f;
+  group_.strokeNorm = 255.0f;
+  score();
+}
+
+void SampleField::chooseSteps(uint32_t supports) {
+  const auto width = static_cast<uint32_t>(group_.xMax - group_.xMin);
+  const auto height = static_cast<uint32_t>(group_.yMax - group_.yMin);
+  if (width == 1 || height == 1) lattice_ = {1, 1};
+  const auto unsupported = static_cast<float>(group_.unsupportedPixelCount);
+  const float wanted = static_cast<float>(supports) * settings_.numberOfSamplePerSupport;
+  const float share = unsupported / static_cast<float>(width * height);
+  if (unsupported > wanted && static_cast<double>(share) > sparseShare) {
+    const float s = std::sqrt(unsupported / wanted);
+    if (s < 1.0f) {
+      lattice_ = {1, 1};
+    } else {
+      const uint32_t longer = latticeStep(std::ceil(s));
+      const uint32_t shorter = latticeStep(std::floor(s));
+      lattice_ = width >= height ? SampleLattice{longer, shorter} : SampleLattice{shorter, longer};
+    }
+  }
+  lattice_.stepX = std::min(lattice_.stepX, largestStep);
+  lattice_.stepY = std::min(lattice_.stepY, largestStep);
+}
+
+void SampleField::collect() {
+  const RowBands bands(overhang_, group_.box());
+  std::vector<uint32_t> first(bands.count() + 1, 0);
+  workers::parallelFor(bands.count(), [&](std::size_t b) {
+    uint32_t samples = 0;
+    visitSamples(bands.spans(b), [&](const OverhangSpan&, uint32_t) { ++samples; });
+    first[b + 1] = samples;
+  });
+  for (std::size_t b = 0; b < bands.count(); ++b) first[b + 1] += first[b];
+
+  x_ = Plane<uint16_t>(first.back());
+  y_ = Plane<uint16_t>(first.back());
+  blue_ = Plane<uint8_t>(first.back());
+  green_ = Plane<uint8_t>(first.back());
+  score_ = Plane<float>(first.back());
+  std::vector<float> largestGhostSum(bands.count(), 0.0f);
+  workers::parallelFor(bands.count(), [&](std::size_t b) {
+    uint32_t next = first[b];
+    visitSamples(bands.spans(b), [&](const OverhangSpan& span, uint32_t x) {
+      const std::size_t pixel = span.firstPixel + (x - span.begin);
+      x_[next] = static_cast<uint16_t>(x);
+      y_[next] = span.y;
+      blue_[next] = layer_.blue[pixel];
+      green_[next] = layer_.green[pixel];
+      ++next;
+    });
+    if (stamp_.empty()) {
+      std::fill(score_.data() + first[b], score_.data() + first[b + 1], 0.0f);
+      return;
+    }
+    largestGhostSum[b] = stampBand(bands, b, first[b], first[b + 1]);
+  });
+  for (const float sum : largestGhostSum) group_.ghostNorm = std::max(group_.ghostNorm, sum);
+}
+
+template <typename Visit>
+void SampleField::visitSamples(SpanRange spans, Visit visit) const {
+  for (const OverhangSpan& span : spans) {
+    const auto dy = static_cast<uint32_t>(span.y - group_.yMin);
+    if (!lattice_.holdsRow(dy)) continue;
+    const uint32_t left = group_.xMin;
+    lattice_.visitColumns(dy, span.begin - left, span.end - left,
+                          [&](uint32_t dx) { visit(span, left + dx); });
+  }
+}
+
+float SampleField::stampBand(const RowBands& bands, std::size_t band, uint32_t firstSample,
+                             uint32_t endSample) {
+  const auto width = static_cast<uint32_t>(group_.xMax - group_.xMin);
+  const uint32_t firstRow = bands.firstRow(band);
+  std::vector<float> sums(std::size_t{bands.endRow(band) - firstRow} * width, 0.0f);
+  stamp_.addRows(firstRow, bands.endRow(band), sums.data());
+  const auto rowSums = [&](uint32_t y) {
+    return sums.data() + std::size_t{y - group_.yMin - firstRow} * width;
+  };
+  float largest = 0.0f;
+  for (uint32_t s = firstSample; s < endSample; ++s) {
+    score_[s] = rowSums(y_[s])[x_[s] - group_.xMin];
+    largest = std::max(largest, score_[s]);
+  }
+  // Of the group's overhanging pixels only the samples are stamped; of the others all.
+  for (const OverhangSpan& span : bands.spans(band)) {
+    std::fill_n(rowSums(span.y) + (span.begin - group_.xMin), span.length(), 0.0f);
+  }
+  for (const float sum : sums) largest = std::max(largest, sum);
+  return largest;
+}
+
+void SampleField::score() {
+  const ScoreTerms terms(settings_, group_.ghostNorm);
+  const std::size_t tasks = x_.size() / samplesPerTask + 1;
+  std::vector<float> largest(tasks, group_.scoreNorm);
+  workers::parallelFor(tasks, [&](std::size_t t) {
+    const std::size_t end = x_.size() * (t + 1) / tasks;
+    for (std::size_t s = x_.size() * t / tasks; s < end; ++s) {
+      score_[s] = terms.score(score_[s], blue_[s], green_[s]);
+      largest[t] = std::max(largest[t], score_[s]);
+    }
+  });
+  if (x_.empty()) return;
+  group_.scoreNorm = *std::max_element(largest.begin(), largest.end());
+  group_.maxScore = group_.scoreNorm;
+}
+
+}  // namespace stiltforge

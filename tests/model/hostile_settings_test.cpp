@@ -1,0 +1,85 @@
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <cmath>
+#include <limits>
+#include <string>
+
+#include "analysis/run_extraction.h"
+#include "core/core_stack.h"
+#include "golden/golden_stack.h"
+#include "model/model.h"
+#include "model/parameters.h"
+
+namespace stiltforge {
+namespace {
+
+// Two slices of 100,000 regions of two pixels each, the upper ones on the left pixel of the lower.
+class ManyRegions : public testing::TestWithParam<std::string> {
+ protected:
+  static constexpr uint16_t width = 1600;
+  static constexpr uint16_t height = 500;
+
+  static std::vector<uint8_t> picture(int shift) {
+    std::vector<uint8_t> rgba(std::size_t{width} * height * 4, 0);
+    for (std::size_t i = 0; i < rgba.size() / 4; ++i) {
+      const std::size_t x = i % width;
+      const std::size_t y = i / width;
+      const bool solid = (x + 4 - static_cast<std::size_t>(shift)) % 4 < 2 && y % 2 == 0;
+      rgba[4 * i] = solid ? 255 : 0;
+      rgba[4 * i + 2] = solid && i % 3 != 0 ? 40 : 0;
+      rgba[4 * i + 3] = 255;
+    }
+    return rgba;
+  }
+
+  static ModelParameters usualParameters() {
+    ModelParameters parameters = parametersOf(golden::load("01-growing-cone").stack);
+    parameters.settings.ghostRadius = 4;
+    return parameters;
+  }
+
+  static double secondsFor(const ModelParameters& parameters) {
+    const auto start = std::chrono::steady_clock::now();
+    Model model(parameters.settings, std::size_t{width} * height);
+    for (const int shift : {0, 1}) {
+      const std::vector<uint8_t> rgba = picture(shift);
+      model.analyse(sliceOfPixels(rgba.data(), width, height), {});
+    }
+    return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+  }
+};
+
+// A bound for a machine of the slowest kind: what grows with the square of the regions takes
+// minutes here.
+constexpr double mostSeconds = 20;
+
+TEST_P(ManyRegions, EndSoonWhateverTheValue) {
+  const Parameter& parameter = *findParameter(GetParam().c_str());
+  for (const double value : {std::nan(""), HUGE_VAL, -HUGE_VAL, 3e38, 1e-38, 0.0, -1.0}) {
+    ModelParameters parameters = usualParameters();
+    storeParameter(parameters, parameter, value);
+    try {
+      EXPECT_LT(secondsFor(parameters), mostSeconds) << value;
+    } catch (const std::length_error&) {
+      EXPECT_EQ(GetParam(), "ghostRadius") << "only its table may be too large";
+    }
+  }
+}
+
+std::vector<std::string> settingNames() {
+  std::vector<std::string> names;
+  for (const Parameter& parameter : parameterTable()) {
+    if (std::holds_alternative<float Settings::*>(parameter.target) ||
+        std::holds_alternative<int32_t Settings::*>(parameter.target)) {
+      names.emplace_back(parameter.name);
+    }
+  }
+  return names;
+}
+
+INSTANTIATE_TEST_SUITE_P(Settings, ManyRegions, testing::ValuesIn(settingNames()),
+                         [](const auto& name) { return name.param; });
+
+}  // namespace
+}  // namespace stiltforge
