@@ -1,4 +1,9 @@
 declare namespace stiltforge {
+  /** Node's Buffer where a program has the types of Node, else the Uint8Array that a Buffer is. */
+  type Bytes = typeof globalThis extends { Buffer: { alloc(size: number): infer NodeBuffer } }
+    ? NodeBuffer
+    : Uint8Array;
+
   /**
    * The 28 parameters of a model. All are required; there are no defaults. Lengths are in pixels of the
    * slice, areas in pixels, strengths in pixels of material that a support can carry.
@@ -95,9 +100,9 @@ declare namespace stiltforge {
 
   interface SliceResult {
     /** The slice with material replaced by 0x80000000 + group number (little endian); or null. */
-    pixelBuffer: Buffer | null;
+    pixelBuffer: Bytes | null;
     /** Per pixel 0xFE000000 + the number of the highest slice with material there, or 0; or null. */
-    topPixelBuffer: Buffer | null;
+    topPixelBuffer: Bytes | null;
     width: number;
     height: number;
     sliceCount: number;
@@ -106,21 +111,21 @@ declare namespace stiltforge {
     layerIndex: number;
     layer: Layer;
     /** The blue byte of every pixel of material, 0 elsewhere; only with `needBuffer`. */
-    supportedPixels?: Buffer;
+    supportedPixels?: Bytes;
   }
 
   type SliceCallback = (result: SliceResult | Error) => void;
 
   /** Eight RGBA images of the group's box, then its width and height; or only an Error. */
   type GroupCallback = (
-    sample: Buffer | Error,
-    ghost: Buffer,
-    angle: Buffer,
-    score: Buffer,
-    scoreSupport: Buffer,
-    support: Buffer,
-    stroke: Buffer,
-    combined: Buffer,
+    sample: Bytes | Error,
+    ghost: Bytes,
+    angle: Bytes,
+    score: Bytes,
+    scoreSupport: Bytes,
+    support: Bytes,
+    stroke: Bytes,
+    combined: Bytes,
     width: number,
     height: number,
   ) => void;

@@ -7,6 +7,7 @@ export declare const GroupToBitmap: typeof stiltforge.GroupToBitmap;
 export declare const CleanPointer: typeof stiltforge.CleanPointer;
 export declare const CleanSlicePointer: typeof stiltforge.CleanSlicePointer;
 export type AnalysisParameters = stiltforge.AnalysisParameters;
+export type Bytes = stiltforge.Bytes;
 export type Support = stiltforge.Support;
 export type Group = stiltforge.Group;
 export type Layer = stiltforge.Layer;

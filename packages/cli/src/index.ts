@@ -1,3 +1,6 @@
+// The declarations name types of Node, which this package depends on.
+/// <reference types="node" preserve="true" />
+
 export { analyseMesh, type Job, type JobWatcher, type RegionToInspect } from './analyse_mesh.js';
 export { ExitCode, Interrupted, UserError } from './errors.js';
 export { type RegionPictures, regionPictures } from './inspect.js';

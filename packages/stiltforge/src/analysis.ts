@@ -1,12 +1,23 @@
-import type { AnalysisParameters, SliceResult } from 'stiltforge';
+// What the declarations of this module need, so that a program may do without the types of Node.
+/// <reference lib="es2018.asyncgenerator" preserve="true" />
+/// <reference lib="esnext.disposable" preserve="true" />
+
+import type { AnalysisParameters, Bytes, SliceResult } from 'stiltforge';
 import { AnalysisError, type AnalysisErrorCode } from './errors.js';
 import { checkedParameters } from './parameters.js';
 import { isByteArray } from './realms.js';
 import { type SliceImage, sliceBuffer } from './slice_image.js';
-import { abortable, type Deferred, deferred, ignoreUntilAwaited } from './waiting.js';
+import {
+  type AbortSignalLike,
+  abortable,
+  type Deferred,
+  deferred,
+  ignoreUntilAwaited,
+} from './waiting.js';
 
 export type {
   AnalysisParameters,
+  Bytes,
   Group,
   Layer,
   SliceResult,
@@ -21,6 +32,7 @@ export {
 } from './memory_estimate.js';
 export { parameterNames } from './parameters.js';
 export type { ImageLike, SliceImage } from './slice_image.js';
+export type { AbortSignalLike } from './waiting.js';
 
 /** The images that groupImages() renders, in the addon's order. */
 export const groupImageNames = [
@@ -47,12 +59,12 @@ export interface GroupImages {
    * red, blue, green; `combined` shows the three. `score`: red, dark where a support is needed most;
    * `scoreSupport` and `support` mark the supports.
    */
-  images: Record<GroupImageName, Buffer>;
+  images: Record<GroupImageName, Bytes>;
 }
 
 export interface RunOptions {
   /** Ends the wait with the signal's reason. A slice that was handed over is still analysed and counts. */
-  signal?: AbortSignal;
+  signal?: AbortSignalLike;
 }
 
 /** Slices, bottom first. An asynchronous source may prepare them while earlier ones are analysed. */
@@ -236,7 +248,7 @@ export class Analysis {
   }
 
   /** The first outcome of what was taken; it stays the first if the wait is aborted. */
-  async #deliver(signal: AbortSignal | undefined): Promise<SliceResult | undefined> {
+  async #deliver(signal: AbortSignalLike | undefined): Promise<SliceResult | undefined> {
     const [outcome] = this.#taken;
     await abortable(Promise.allSettled([outcome]), signal);
     this.#taken.shift();
@@ -311,8 +323,8 @@ function requireIndex(what: string, value: number, most: number): void {
   );
 }
 
-function namedImages(first: Buffer, rest: (Buffer | number)[]): GroupImages {
-  const buffers = [first, ...rest.slice(0, groupImageNames.length - 1)] as Buffer[];
+function namedImages(first: Bytes, rest: (Bytes | number)[]): GroupImages {
+  const buffers = [first, ...rest.slice(0, groupImageNames.length - 1)] as Bytes[];
   const [width, height] = rest.slice(-2) as [number, number];
   const entries = groupImageNames.map((name, i) => [name, buffers[i]]);
   return { width, height, images: Object.fromEntries(entries) };

@@ -25,7 +25,7 @@ export class AnalysisError extends Error {
   constructor(
     readonly code: AnalysisErrorCode,
     message: string,
-    options?: ErrorOptions,
+    options?: { cause?: unknown },
   ) {
     super(message, options);
   }

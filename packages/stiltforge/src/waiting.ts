@@ -15,8 +15,17 @@ export function deferred<T>(): Deferred<T> {
   return { promise, resolve, reject };
 }
 
+/** What is used of an AbortSignal, so that a program may do without the types of Node and of browsers. */
+export interface AbortSignalLike {
+  readonly aborted: boolean;
+  readonly reason: unknown;
+  throwIfAborted(): void;
+  addEventListener(type: 'abort', listener: () => void, options?: { once?: boolean }): void;
+  removeEventListener(type: 'abort', listener: () => void): void;
+}
+
 /** The promise, or a rejection with the signal's reason, whichever is first. */
-export function abortable<T>(promise: Promise<T>, signal: AbortSignal | undefined): Promise<T> {
+export function abortable<T>(promise: Promise<T>, signal: AbortSignalLike | undefined): Promise<T> {
   if (!signal) return promise;
   return new Promise<T>((resolve, reject) => {
     const abort = () => reject(signal.reason);
