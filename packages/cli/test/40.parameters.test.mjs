@@ -1,6 +1,6 @@
 import assert from 'node:assert/strict';
 import { test } from 'node:test';
-import { parameterNames } from 'stiltforge/analysis';
+import { parameterTable } from 'stiltforge/analysis';
 import { analysisParameters, defaultPrint, defaultSupport } from 'stiltforge-cli';
 
 const slices = { width: 100, height: 80, layerCount: 60 };
@@ -8,7 +8,8 @@ const parametersFor = (print) =>
   analysisParameters({ ...defaultPrint, ...print }, defaultSupport, slices);
 
 test('all 28 parameters are set', () => {
-  assert.deepEqual(Object.keys(parametersFor({})).sort(), [...parameterNames].sort());
+  const names = parameterTable().map(({ name }) => name);
+  assert.deepEqual(Object.keys(parametersFor({})).sort(), names.sort());
 });
 
 test('half the pixel size doubles lengths and quadruples areas', () => {

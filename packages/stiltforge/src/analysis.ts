@@ -3,7 +3,7 @@
 /// <reference lib="esnext.disposable" preserve="true" />
 
 import type { AnalysisParameters, Bytes, SliceResult } from 'stiltforge';
-import { AnalysisError, type AnalysisErrorCode } from './errors.js';
+import { AnalysisError, fromNative } from './errors.js';
 import { checkedParameters } from './parameters.js';
 import { isByteArray } from './realms.js';
 import { type SliceImage, sliceBuffer } from './slice_image.js';
@@ -23,6 +23,7 @@ export type {
   SliceResult,
   Support,
 } from 'stiltforge';
+export type { ParameterRow } from './binding.js';
 export { AnalysisError, type AnalysisErrorCode } from './errors.js';
 export {
   estimateMemory,
@@ -30,7 +31,7 @@ export {
   type ModelExpectation,
   type ModelSize,
 } from './memory_estimate.js';
-export { parameterNames } from './parameters.js';
+export { parameterTable } from './parameters.js';
 export type { ImageLike, SliceImage } from './slice_image.js';
 export type { AbortSignalLike } from './waiting.js';
 
@@ -75,7 +76,7 @@ function addon(): typeof import('stiltforge') {
   try {
     return require('stiltforge');
   } catch (error) {
-    throw fromAddon(error);
+    throw fromNative(error);
   }
 }
 
@@ -120,7 +121,7 @@ export class Analysis {
     try {
       addon().InitAnalyseSlice(checked);
     } catch (error) {
-      throw fromAddon(error);
+      throw fromNative(error);
     }
     openAnalysis = new Analysis(checked);
     return openAnalysis;
@@ -197,7 +198,7 @@ export class Analysis {
     const images = this.#job<GroupImages>(({ resolve, reject }) => {
       addon().GroupToBitmap(layer, group + 1, (first, ...rest) => {
         if (isByteArray(first)) resolve(namedImages(first, rest));
-        else reject(fromAddon(first));
+        else reject(fromNative(first));
       });
     });
     return abortable(images, signal);
@@ -210,7 +211,7 @@ export class Analysis {
   close(): Promise<void> {
     this.#closed ??= this.#close().catch((error) => {
       this.#closed = undefined;
-      throw fromAddon(error);
+      throw fromNative(error);
     });
     return this.#closed;
   }
@@ -271,7 +272,7 @@ export class Analysis {
         else if ('layer' in result) resolve(result);
         else {
           this.#failure = result;
-          reject(fromAddon(result));
+          reject(fromNative(result));
         }
       });
       this.#slices += 1;
@@ -288,7 +289,7 @@ export class Analysis {
     try {
       start(job);
     } catch (error) {
-      throw fromAddon(error);
+      throw fromNative(error);
     }
     const { promise } = job;
     this.#jobs.add(promise);
@@ -306,13 +307,6 @@ function afterFailure(failure: Error): AnalysisError {
       ' Close this analysis and start the model again.',
     { cause: failure },
   );
-}
-
-/** The addon's errors are of the realm that loaded it, which need not be this one. */
-function fromAddon(error: unknown): AnalysisError {
-  if (error instanceof AnalysisError) return error;
-  const { code, message } = error as Error & { code?: AnalysisErrorCode };
-  return new AnalysisError(code ?? 'ERR_STILTFORGE_NATIVE', message, { cause: error });
 }
 
 function requireIndex(what: string, value: number, most: number): void {

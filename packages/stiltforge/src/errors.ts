@@ -30,3 +30,10 @@ export class AnalysisError extends Error {
     super(message, options);
   }
 }
+
+/** Errors of the native side are of the realm that loaded it, which need not be this one. */
+export function fromNative(error: unknown): AnalysisError {
+  if (error instanceof AnalysisError) return error;
+  const { code, message } = error as Error & { code?: AnalysisErrorCode };
+  return new AnalysisError(code ?? 'ERR_STILTFORGE_NATIVE', message, { cause: error });
+}

@@ -1,60 +1,11 @@
 import type { AnalysisParameters } from 'stiltforge';
+import { binding, type ParameterRow } from './binding.js';
 import { AnalysisError } from './errors.js';
 
-type Check = (value: unknown) => string | undefined;
-
-const flag: Check = (value) => (typeof value === 'boolean' ? undefined : 'true or false');
-
-function numberIn(least: number, most: number): Check {
-  return (value) =>
-    typeof value === 'number' && value >= least && value <= most
-      ? undefined
-      : `a number from ${least} to ${most}`;
+/** The 28 parameters with their ranges, defaults and units, in the order of the native checks. */
+export function parameterTable(): readonly Readonly<ParameterRow>[] {
+  return binding().parameterTable;
 }
-
-function integerIn(least: number, most: number): Check {
-  return (value) =>
-    Number.isInteger(value) && numberIn(least, most)(value) === undefined
-      ? undefined
-      : `a whole number from ${least} to ${most}`;
-}
-
-const largest = 3.4e38; // what single precision holds
-const atLeastZero = numberIn(0, largest);
-
-const checks: Record<keyof AnalysisParameters, Check> = {
-  width: integerIn(1, 65535),
-  height: integerIn(1, 65535),
-  numLayer: integerIn(0, 2 ** 32 - 1),
-  needBuffer: flag,
-  addSupport: flag,
-  supportStrength: atLeastZero,
-  growthStrength: atLeastZero,
-  strengthTransmited: atLeastZero,
-  firstSupportMinStrength: atLeastZero,
-  numberOfSamplePerSupport: atLeastZero,
-  numberOfSamplePerVoronoi: atLeastZero,
-  ghostPart: atLeastZero,
-  strokePart: atLeastZero,
-  anglePart: atLeastZero,
-  maxSupportRadiusInIsland: atLeastZero,
-  islandSupportMultiplier: atLeastZero,
-  islandStrengthSupport: atLeastZero,
-  strengthOfPlatePixel: atLeastZero,
-  maxZGhost: atLeastZero,
-  maxGhost: numberIn(0, 2 ** 31 - 1),
-  ghostRadius: numberIn(0, 4096),
-  maxVoronoiIteration: atLeastZero,
-  validationDistanceFormVoronoi: atLeastZero,
-  distCloseToIsland: atLeastZero,
-  closeToIslandStrengthTransmited: atLeastZero,
-  almostNotBlueCounterLimit: atLeastZero,
-  islandMinBlue: atLeastZero,
-  maxGhostValueToPlaceSupport: atLeastZero,
-};
-
-/** The names of the 28 parameters. */
-export const parameterNames = Object.keys(checks) as (keyof AnalysisParameters)[];
 
 /** A frozen copy of the parameters. Throws an AnalysisError that lists everything wrong with them. */
 export function checkedParameters(parameters: AnalysisParameters): Readonly<AnalysisParameters> {
@@ -65,16 +16,28 @@ export function checkedParameters(parameters: AnalysisParameters): Readonly<Anal
     );
   }
   const wrong: string[] = [];
-  for (const name of parameterNames) {
-    const value: unknown = parameters[name];
-    const expected = checks[name](value);
-    if (expected === undefined) continue;
+  for (const row of parameterTable()) {
+    const value: unknown = parameters[row.name];
+    if (isRight(value, row)) continue;
     wrong.push(
-      value === undefined ? `${name} is missing` : `${name} is ${String(value)}, not ${expected}`,
+      value === undefined
+        ? `${row.name} is missing`
+        : `${row.name} is ${String(value)}, not ${expected(row)}`,
     );
   }
   if (wrong.length > 0) {
     throw new AnalysisError('ERR_STILTFORGE_PARAMETER', `Wrong parameters: ${wrong.join('; ')}.`);
   }
   return Object.freeze({ ...parameters });
+}
+
+function isRight(value: unknown, { kind, least, most }: ParameterRow): boolean {
+  if (kind === 'flag') return typeof value === 'boolean';
+  if (typeof value !== 'number' || !(value >= least && value <= most)) return false;
+  return kind === 'number' || Number.isInteger(value);
+}
+
+function expected({ kind, least, most }: ParameterRow): string {
+  if (kind === 'flag') return 'true or false';
+  return `${kind === 'integer' ? 'a whole number' : 'a number'} from ${least} to ${most}`;
 }

@@ -7,7 +7,8 @@ import {
   type GroupImageName,
   type GroupImages,
   groupImageNames,
-  parameterNames,
+  type ParameterRow,
+  parameterTable,
   type SliceImage,
   type SliceResult,
 } from 'stiltforge/analysis';
@@ -32,8 +33,10 @@ export async function use(): Promise<void> {
     for await (const { width } of analysis.run([new ArrayBuffer(4)])) console.log(width, result);
     const images: GroupImages = await analysis.groupImages(0, 0);
     const combined: Buffer = images.images.combined;
+    const [row]: readonly ParameterRow[] = parameterTable();
+    console.log(parameters[row.name], row.least, row.most);
     const name: GroupImageName = groupImageNames[0];
-    console.log(bytes, combined, images.images[name], analysis.sliceCount, parameterNames.length);
+    console.log(bytes, combined, images.images[name], analysis.sliceCount, parameterTable().length);
   } catch (error) {
     if (error instanceof AnalysisError) {
       const code: AnalysisErrorCode = error.code;
