@@ -3,12 +3,11 @@
 //   node scripts/lint_cpp.mjs --fix     formats the files in place, no clang-tidy
 //   node scripts/lint_cpp.mjs FILE...   these files only
 
-import { execFile, execFileSync, spawnSync } from 'node:child_process';
-import { readFileSync } from 'node:fs';
+import { execFileSync, spawnSync } from 'node:child_process';
 import { availableParallelism } from 'node:os';
-import { relative } from 'node:path';
 import { fileURLToPath } from 'node:url';
-import { parseArgs, promisify } from 'node:util';
+import { parseArgs } from 'node:util';
+import { clangTidy } from './clang_tidy.mjs';
 
 const root = fileURLToPath(new URL('..', import.meta.url));
 const database = `${root}build/lint`;
@@ -19,7 +18,7 @@ const { values, positionals } = parseArgs({
 });
 
 function trackedFiles() {
-  const listed = ['ls-files', '--cached', '--others', '--exclude-standard', '*.cpp', '*.h'];
+  const listed = ['ls-files', '--cached', '--others', '--exclude-standard', '*.c', '*.cpp', '*.h'];
   return execFileSync('git', listed, { cwd: root, encoding: 'utf8' }).trim().split('\n');
 }
 
@@ -32,8 +31,8 @@ function format() {
   );
 }
 
-/** The files that some target compiles; headers are checked with the files that include them. */
-function compiledFiles() {
+/** Writes the commands that compile every file of every target. */
+function configure() {
   const hasBenchmark = spawnSync('pkg-config', ['--exists', 'benchmark']).status === 0;
   const configured = spawnSync(
     'cmake',
@@ -48,26 +47,23 @@ function compiledFiles() {
     console.error(configured.stdout + configured.stderr);
     process.exit(1);
   }
-  const commands = JSON.parse(readFileSync(`${database}/compile_commands.json`, 'utf8'));
-  const compiled = new Set(commands.map(({ file }) => relative(root, file)));
-  return files.filter((file) => compiled.has(file));
 }
 
+/** Headers are checked with the files that include them. */
 async function tidy() {
-  const queue = compiledFiles();
-  let clean = true;
-  const worker = async () => {
-    for (let file = queue.shift(); file; file = queue.shift()) {
-      try {
-        await promisify(execFile)('clang-tidy', ['-p', database, '--quiet', file], { cwd: root });
-      } catch (error) {
-        clean = false;
-        console.log(error.stdout || error.message);
-      }
-    }
-  };
-  await Promise.all(Array.from({ length: availableParallelism() }, worker));
-  return clean;
+  configure();
+  const jobs = availableParallelism();
+  const { unchanged, checked, findings, commandless } = await clangTidy({
+    ...{ root, database, jobs },
+    files: files.filter((file) => !file.endsWith('.h')),
+  });
+  for (const finding of findings) console.log(finding);
+  for (const file of commandless) console.log(`clang-tidy: ${file} is not part of any target here`);
+  console.log(
+    `clang-tidy: ${checked} files checked, ${findings.length} of them not clean; ` +
+      `${unchanged} unchanged since they were found clean`,
+  );
+  return findings.length === 0;
 }
 
 const formatted = format();

@@ -8,7 +8,10 @@ purpose=${1:-build}
 packages="g++ cmake ninja-build libboost-dev"
 case $purpose in
   build) ;;
-  test) packages="$packages libgtest-dev zlib1g-dev nlohmann-json3-dev clang-format clang-tidy" ;;
+  test)
+    packages="$packages libgtest-dev libbenchmark-dev zlib1g-dev nlohmann-json3-dev"
+    packages="$packages clang-format clang-tidy pkgconf"
+    ;;
   bench) packages="$packages libbenchmark-dev libopencv-dev" ;;
   sanitize) packages="$packages libgtest-dev zlib1g-dev nlohmann-json3-dev" ;;
   fuzz) packages="$packages clang libclang-rt-dev" ;;
