@@ -34,6 +34,10 @@ export class AnalysisError extends Error {
 /** Errors of the native side are of the realm that loaded it, which need not be this one. */
 export function fromNative(error: unknown): AnalysisError {
   if (error instanceof AnalysisError) return error;
-  const { code, message } = error as Error & { code?: AnalysisErrorCode };
+  // A getter of the host's may throw anything.
+  const { code, message = String(error) } = Object(error) as {
+    code?: AnalysisErrorCode;
+    message?: string;
+  };
   return new AnalysisError(code ?? 'ERR_STILTFORGE_NATIVE', message, { cause: error });
 }

@@ -140,6 +140,12 @@ test('a slice of another size or kind is refused, and the analysis goes on', asy
   for (const other of [null, 5, new Uint16Array(96), new DataView(stack[0]), { data: [] }]) {
     await assert.rejects(analysis.analyse(other), isError('ERR_STILTFORGE_SLICE', /A slice is an/));
   }
+  const trap = {
+    get data() {
+      throw undefined;
+    },
+  };
+  await assert.rejects(analysis.analyse(trap), isError('ERR_STILTFORGE_NATIVE', /undefined/));
   assert.equal((await analysis.analyse(stack[0])).layer.pixelCount, 6);
   assert.equal(analysis.sliceCount, 1);
 });
