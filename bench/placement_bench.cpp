@@ -120,7 +120,6 @@ void place(benchmark::State& state, const HostParameters& given, bool everyPixel
       [&] {
         Group& group = layers.back().groups[1];
         group.placement.reset();
-        group.ghostNorm = group.scoreNorm = group.angleNorm = group.strokeNorm = 0.1f;
         for (Voxel& ghost : ghosts) group.ensurePlacement().ghostSupports.push_back(&ghost);
       },
       [&] { placed = handler.supportLayer(); });

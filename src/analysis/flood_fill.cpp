@@ -21,7 +21,6 @@ std::size_t materialEnd(const Slice& slice) {
 void strengthenFirstLayer(Layer& layer) {
   for (uint32_t id = 1; id <= layer.groupCount; ++id) {
     layer.groups[id].pixelStrength = 1.0f;
-    layer.groups[id].strength = static_cast<float>(layer.groups[id].numPixel);
   }
 }
 

@@ -49,24 +49,15 @@ struct Group {
   uint32_t supportedPixel = 0;  ///< pixels that lie over any group of the layer below
   uint16_t xMin = 0;
   uint16_t yMin = 0;
-  uint16_t xMax = 0;            ///< exclusive
-  uint16_t yMax = 0;            ///< exclusive
-  uint16_t spanX = 0;           ///< last column minus first column
-  uint16_t spanY = 0;           ///< last row minus first row
-  uint32_t islandDistance = 0;  ///< layers of continuous material below; 0 for an island
-  uint32_t firstOverlap = 0;    ///< index in Layer::overlaps of the group's first entry
-  uint32_t overlapEntries = 0;  ///< lower groups that this group touches
-  uint32_t overlapCount = 0;    ///< groups of the layer below, placeholder included; 0 on layer 0
-  float strength = 0;
-  float pixelStrength = 0;  ///< support strength per pixel, weighed by the layer above
-  float maxScore = 0;
-  uint32_t unsupportedPixelCount = 0;  ///< pixels with blue below 255
-  uint32_t almostNotBlueCount = 0;     ///< ... below Settings::almostNotBlueCounterLimit
-  uint32_t islandBlueCount = 0;        ///< ... below Settings::islandMinBlue
-  float angleNorm = 0.1f;
-  float ghostNorm = 0.1f;
-  float strokeNorm = 0.1f;
-  float scoreNorm = 0.1f;
+  uint16_t xMax = 0;                     ///< exclusive
+  uint16_t yMax = 0;                     ///< exclusive
+  uint32_t islandDistance = 0;           ///< layers of continuous material below; 0 for an island
+  uint32_t firstOverlap = 0;             ///< index in Layer::overlaps of the group's first entry
+  uint32_t overlapEntries = 0;           ///< lower groups that this group touches
+  float pixelStrength = 0;               ///< support strength per pixel, weighed by the layer above
+  uint32_t unsupportedPixelCount = 0;    ///< pixels with blue below 255
+  uint32_t almostNotBlueCount = 0;       ///< ... below Settings::almostNotBlueCounterLimit
+  uint32_t islandBlueCount = 0;          ///< ... below Settings::islandMinBlue
   std::unique_ptr<Placement> placement;  ///< null while there is nothing to hold
 
   Box box() const { return {xMin, yMin, xMax, yMax}; }

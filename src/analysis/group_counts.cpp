@@ -206,8 +206,6 @@ void store(const Counts& counts, Group& group) {
   group.yMin = counts.firstRow;
   group.xMax = static_cast<uint16_t>(counts.lastColumn + 1);
   group.yMax = static_cast<uint16_t>(counts.lastRow + 1);
-  group.spanX = static_cast<uint16_t>(counts.lastColumn - counts.firstColumn);
-  group.spanY = static_cast<uint16_t>(counts.lastRow - counts.firstRow);
 }
 
 }  // namespace

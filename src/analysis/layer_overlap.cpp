@@ -112,9 +112,6 @@ void relateToLayerBelow(Layer& layer, const Layer& below) {
   sortByLabel(shared, below.groups.size(), [](const SharedPixels& s) { return s.lower; });
   sortByLabel(shared, layer.groups.size(), [](const SharedPixels& s) { return s.group; });
 
-  for (std::size_t i = 1; i < layer.groups.size(); ++i) {
-    layer.groups[i].overlapCount = static_cast<uint32_t>(below.groups.size());
-  }
   for (std::size_t i = 0; i < shared.size();) {
     Group& group = layer.groups[shared[i].group];
     group.firstOverlap = static_cast<uint32_t>(layer.overlaps.size());

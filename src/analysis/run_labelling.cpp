@@ -4,6 +4,7 @@
 #include <utility>
 #include <vector>
 
+#include "runtime/disjoint_sets.h"
 #include "runtime/scratch_vector.h"
 #include "runtime/worker_pool.h"
 
@@ -14,57 +15,19 @@ namespace {
 constexpr std::size_t runsPerBand = std::size_t{1} << 16;
 constexpr uint32_t unlabelled = 0xFFFFFFFF;
 
-// A forest over provisional labels. Labels are made in raster order of the runs that make them, and
-// a root is the smallest label of its set, so it stands for the component's first run.
-class LabelSets {
- public:
-  LabelSets() = default;
-  explicit LabelSets(std::size_t size) : parent_(size), size_(size) {}
+// Provisional labels are made in raster order of the runs that make them, so the root of a set of
+// labels stands for the component's first run.
+using LabelSets = DisjointSets;
 
-  std::size_t size() const { return size_; }
-
-  // Gives every unlabelled run a label of its own.
-  void labelRest(uint32_t* label, const uint32_t* end) {
-    const auto runs = static_cast<std::size_t>(end - label);
-    if (size_ + runs > parent_.size()) parent_.resize(std::max(2 * parent_.size(), size_ + runs));
-    for (; label != end; ++label) {
-      // Without a branch: in noise it would be wrong half of the time.
-      const auto next = static_cast<uint32_t>(size_);
-      const bool isNew = *label == unlabelled;
-      parent_[next] = next;
-      *label = isNew ? next : *label;
-      size_ += isNew;
-    }
+// Gives every unlabelled run a label of its own.
+void labelRest(uint32_t* label, const uint32_t* end, LabelSets& sets) {
+  sets.reserve(static_cast<std::size_t>(end - label));
+  for (; label != end; ++label) {
+    const bool isNew = *label == unlabelled;
+    const uint32_t next = sets.addIf(isNew);
+    *label = isNew ? next : *label;
   }
-  void unite(uint32_t a, uint32_t b) {
-    a = root(a);
-    b = root(b);
-    parent_[std::max(a, b)] = std::min(a, b);
-  }
-  // Lets every label point to its root; parents are smaller, so one pass upwards does.
-  void flatten() {
-    for (std::size_t i = 0; i < size_; ++i) parent_[i] = parent_[parent_[i]];
-  }
-  // Needs flatten() since the last change.
-  uint32_t flatRoot(uint32_t label) const { return parent_[label]; }
-
-  // Puts the other's labels, shifted by `offset`, at that place among its own.
-  void put(uint32_t offset, const LabelSets& other) {
-    for (std::size_t i = 0; i < other.size_; ++i) parent_[offset + i] = other.parent_[i] + offset;
-  }
-
- private:
-  uint32_t root(uint32_t label) {
-    while (parent_[label] != label) {
-      parent_[label] = parent_[parent_[label]];
-      label = parent_[label];
-    }
-    return label;
-  }
-
-  ScratchVector<uint32_t> parent_;
-  std::size_t size_ = 0;
-};
+}
 
 // A run of one row and a run of the next: their positions in Slice::material.
 struct Contact {
@@ -146,7 +109,7 @@ void labelBand(Layer& layer, Band& band) {
       const uint32_t own = labels[touches.list[i].lower];
       if (above != own) band.sets.unite(above, own);
     }
-    band.sets.labelRest(rowBegin, rowEnd);
+    labelRest(rowBegin, rowEnd, band.sets);
   }
   band.sets.flatten();
   for (std::size_t i = 0; i < corners.size; ++i) {

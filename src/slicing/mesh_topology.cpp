@@ -6,6 +6,7 @@
 #include <limits>
 #include <numeric>
 
+#include "runtime/disjoint_sets.h"
 #include "slicing/plane_crossing.h"
 
 namespace stiltforge::slicing {
@@ -101,30 +102,9 @@ std::vector<IrregularEdge> findIrregularEdges(const MeshTopology& mesh) {
   return irregular;
 }
 
-// Disjoint sets of vertices with path halving.
-class VertexSets {
- public:
-  explicit VertexSets(std::size_t count) : parent_(count) {
-    std::iota(parent_.begin(), parent_.end(), 0u);
-  }
-  uint32_t find(uint32_t v) {
-    while (parent_[v] != v) v = parent_[v] = parent_[parent_[v]];
-    return v;
-  }
-  void unite(uint32_t a, uint32_t b) {
-    a = find(a);
-    b = find(b);
-    // The lower index becomes the root: vertices are numbered along the surface, so trees stay
-    // flat.
-    if (a != b) parent_[std::max(a, b)] = std::min(a, b);
-  }
-
- private:
-  std::vector<uint32_t> parent_;
-};
-
 void findParts(MeshTopology& mesh) {
-  VertexSets sets(mesh.vertices.size());
+  // Vertices are numbered along the surface, so trees whose root is the lowest stay flat.
+  DisjointSets sets(mesh.vertices.size());
   for (const auto& triangle : mesh.corners) {
     sets.unite(triangle[0], triangle[1]);
     sets.unite(triangle[0], triangle[2]);
@@ -132,7 +112,7 @@ void findParts(MeshTopology& mesh) {
   std::vector<uint32_t> partOfRoot(mesh.vertices.size(), none);
   mesh.partOfTriangle.reserve(mesh.corners.size());
   for (const auto& triangle : mesh.corners) {
-    uint32_t& part = partOfRoot[sets.find(triangle[0])];
+    uint32_t& part = partOfRoot[sets.root(triangle[0])];
     if (part == none) part = mesh.partCount++;
     mesh.partOfTriangle.push_back(part);
   }

@@ -59,8 +59,8 @@ void Poisson::keepRecord() {
   if (!placement.samples) placement.samples = recordOverhang(*layer, *overhang);
   placement.samples->stepX = field_->lattice().stepX;
   placement.samples->stepY = field_->lattice().stepY;
-  placement.samples->ghostNorm = group->ghostNorm;
-  placement.samples->scoreNorm = group->scoreNorm;
+  placement.samples->ghostNorm = field_->ghostNorm();
+  placement.samples->scoreNorm = field_->scoreNorm();
 }
 
 std::vector<Candidate> Poisson::bestCandidates() const {
@@ -130,6 +130,7 @@ void Poisson::placeOn(const std::vector<Candidate>& candidates) {
 uint32_t Poisson::placeOnce() {
   updatePixelStrength();
   if (nbSupport == 0) return 0;
+  group->ensurePlacement();
   if (!field_) field_.emplace(*settings, *ghostSpread, *group, *layer, *overhang);
   field_->sample(nbSupport);
   keepRecord();

@@ -32,7 +32,7 @@ class Poisson {
   float strengthPerSupport = 1.0f;
   bool isIsland = false;  ///< supports are reported as minima; a second, enlarged pass may run
 
-  /// Sets the group's pixelStrength, and where nbSupport is not 0 its supports, norms and sample
+  /// Sets the group's pixelStrength, and where nbSupport is not 0 its supports and sample
   /// record. Returns nbSupport.
   uint32_t generateSupports();
 

@@ -64,13 +64,13 @@ class SampleField::RowBands {
   uint32_t rowsPerBand_;
 };
 
-SampleField::SampleField(const Settings& settings, const GhostSpread& spread, Group& group,
+SampleField::SampleField(const Settings& settings, const GhostSpread& spread, const Group& group,
                          const Layer& layer, const std::vector<OverhangSpan>& overhang)
     : settings_(settings),
       group_(group),
       layer_(layer),
       overhang_(overhang),
-      stamp_(spread, group.ensurePlacement().ghostSupports, group.box()) {}
+      stamp_(spread, group.placement->ghostSupports, group.box()) {}
 
 void SampleField::sample(uint32_t supports) {
   chooseSteps(supports);
@@ -79,8 +79,6 @@ void SampleField::sample(uint32_t supports) {
     lattice_ = {1, 1};
     collect();
   }
-  group_.angleNorm = 255.0f;
-  group_.strokeNorm = 255.0f;
   score();
 }
 
@@ -137,7 +135,7 @@ void SampleField::collect() {
     }
     largestGhostSum[b] = stampBand(bands, b, first[b], first[b + 1]);
   });
-  for (const float sum : largestGhostSum) group_.ghostNorm = std::max(group_.ghostNorm, sum);
+  for (const float sum : largestGhostSum) ghostNorm_ = std::max(ghostNorm_, sum);
 }
 
 template <typename Visit>
@@ -174,9 +172,9 @@ float SampleField::stampBand(const RowBands& bands, std::size_t band, uint32_t f
 }
 
 void SampleField::score() {
-  const ScoreTerms terms(settings_, group_.ghostNorm);
+  const ScoreTerms terms(settings_, ghostNorm_);
   const std::size_t tasks = x_.size() / samplesPerTask + 1;
-  std::vector<float> largest(tasks, group_.scoreNorm);
+  std::vector<float> largest(tasks, scoreNorm_);
   workers::parallelFor(tasks, [&](std::size_t t) {
     const std::size_t end = x_.size() * (t + 1) / tasks;
     for (std::size_t s = x_.size() * t / tasks; s < end; ++s) {
@@ -184,9 +182,7 @@ void SampleField::score() {
       largest[t] = std::max(largest[t], score_[s]);
     }
   });
-  if (x_.empty()) return;
-  group_.scoreNorm = *std::max_element(largest.begin(), largest.end());
-  group_.maxScore = group_.scoreNorm;
+  scoreNorm_ = *std::max_element(largest.begin(), largest.end());
 }
 
 }  // namespace stiltforge

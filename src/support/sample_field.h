@@ -18,12 +18,12 @@ namespace stiltforge {
 class SampleField {
  public:
   /// All arguments must outlive the field. `overhang` is the group's.
-  SampleField(const Settings& settings, const GhostSpread& spread, Group& group, const Layer& layer,
-              const std::vector<OverhangSpan>& overhang);
+  SampleField(const Settings& settings, const GhostSpread& spread, const Group& group,
+              const Layer& layer, const std::vector<OverhangSpan>& overhang);
 
   /// Chooses the lattice for that many supports and samples it: places, scores (low = needs a
-  /// support most), and the group's four norms and largest score. A second call keeps the lattice
-  /// where nothing calls for another, and the norms where nothing exceeds them.
+  /// support most) and the two norms. A second call keeps the lattice where nothing calls for
+  /// another, and the norms where nothing exceeds them.
   void sample(uint32_t supports);
 
   const SampleLattice& lattice() const { return lattice_; }
@@ -31,6 +31,9 @@ class SampleField {
   const Plane<uint16_t>& x() const { return x_; }
   const Plane<uint16_t>& y() const { return y_; }
   const Plane<float>& scores() const { return score_; }
+  /// The largest ghost sum and the largest score so far, at least 0.1.
+  float ghostNorm() const { return ghostNorm_; }
+  float scoreNorm() const { return scoreNorm_; }
 
  private:
   struct SpanRange;
@@ -45,12 +48,14 @@ class SampleField {
   void score();
 
   const Settings& settings_;
-  Group& group_;
+  const Group& group_;
   const Layer& layer_;
   const std::vector<OverhangSpan>& overhang_;
   const GhostStamp stamp_;
 
   SampleLattice lattice_;
+  float ghostNorm_ = 0.1f;
+  float scoreNorm_ = 0.1f;
   Plane<uint16_t> x_;
   Plane<uint16_t> y_;
   Plane<uint8_t> blue_;

@@ -19,7 +19,10 @@ using reference::SliceResult;
 
 using GhostPlaces = std::unordered_map<const Voxel*, GhostResult>;
 
-GroupResult resultOf(const Group& group, const Layer& layer, const GhostPlaces& places) {
+// lowerGroups: of the layer below, placeholder included. What the plain version notes of a group
+// and nothing reads follows from the rest.
+GroupResult resultOf(const Group& group, const Layer& layer, std::size_t lowerGroups,
+                     const GhostPlaces& places) {
   GroupResult result;
   result.id = group.id;
   result.numPixel = group.numPixel;
@@ -28,25 +31,26 @@ GroupResult resultOf(const Group& group, const Layer& layer, const GhostPlaces& 
   result.yMin = group.yMin;
   result.xMax = group.xMax;
   result.yMax = group.yMax;
-  result.spanX = group.spanX;
-  result.spanY = group.spanY;
+  result.spanX = static_cast<uint16_t>(group.xMax - group.xMin - 1);
+  result.spanY = static_cast<uint16_t>(group.yMax - group.yMin - 1);
   result.islandDistance = group.islandDistance;
-  result.overlap.assign(group.overlapCount, 0);
+  result.overlap.assign(lowerGroups, 0);
   for (uint32_t i = 0; i < group.overlapEntries; ++i) {
     const Layer::Overlap& overlap = layer.overlaps[group.firstOverlap + i];
     result.overlap.at(overlap.lower) = overlap.count;
   }
-  result.strength = group.strength;
+  result.strength = lowerGroups == 0 ? static_cast<float>(group.numPixel) : 0.0f;
   result.pixelStrength = group.pixelStrength;
-  result.maxScore = group.maxScore;
   result.unsupportedPixelCount = group.unsupportedPixelCount;
   result.almostNotBlueCount = group.almostNotBlueCount;
   result.islandBlueCount = group.islandBlueCount;
-  result.angleNorm = group.angleNorm;
-  result.ghostNorm = group.ghostNorm;
-  result.strokeNorm = group.strokeNorm;
-  result.scoreNorm = group.scoreNorm;
   if (!group.placement) return result;
+  if (const SampleRecord* samples = group.placement->samples.get()) {
+    result.angleNorm = result.strokeNorm = 255.0f;
+    result.ghostNorm = samples->ghostNorm;
+    result.scoreNorm = samples->scoreNorm;
+    result.maxScore = samples->rows.empty() ? 0.0f : samples->scoreNorm;
+  }
   for (const Voxel& v : group.placement->supports) {
     result.supports.push_back({v.index, v.x, v.y, v.z, v.isMinima, v.score});
   }
@@ -183,12 +187,14 @@ std::vector<SliceResult> analyseWithCore(const reference::Stack& stack, bool nee
     result.height = layer.height;
     result.pixelCount = layer.pixelCount;
     result.groupCount = layer.groupCount;
+    const std::size_t layers = model.layers().size();
+    const std::size_t lowerGroups = layers > 1 ? model.layers()[layers - 2].groupEntries() : 0;
     for (std::size_t id = 1; id < layer.groups.size(); ++id) {
       const Group& group = layer.groups[id];
-      result.groups.push_back(resultOf(group, layer, places));
+      result.groups.push_back(resultOf(group, layer, lowerGroups, places));
       if (!group.placement) continue;
       for (uint32_t s = 0; s < group.placement->supports.size(); ++s) {
-        places[&group.placement->supports[s]] = {static_cast<uint32_t>(model.layers().size() - 1),
+        places[&group.placement->supports[s]] = {static_cast<uint32_t>(layers - 1),
                                                  static_cast<uint32_t>(id), s};
       }
     }

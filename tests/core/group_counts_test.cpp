@@ -16,7 +16,7 @@ namespace {
 
 // What is counted of a group.
 template <typename Counted>
-std::array<uint32_t, 10> countsOf(const Counted& group) {
+std::array<uint32_t, 8> countsOf(const Counted& group) {
   return {group.numPixel,
           group.unsupportedPixelCount,
           group.almostNotBlueCount,
@@ -24,9 +24,7 @@ std::array<uint32_t, 10> countsOf(const Counted& group) {
           group.xMin,
           group.yMin,
           group.xMax,
-          group.yMax,
-          group.spanX,
-          group.spanY};
+          group.yMax};
 }
 
 // Counts are made in bands of rows and joined in chunks of groups, so these slices have many of

@@ -67,7 +67,6 @@ TEST_F(PoissonTest, WithoutSupportsOnlySetsTheStrength) {
   EXPECT_EQ(generator.generateSupports(), 0u);
   EXPECT_EQ(group().pixelStrength, 0.5f);
   EXPECT_EQ(group().placement, nullptr);
-  EXPECT_EQ(group().angleNorm, 0.1f);
 }
 
 TEST_F(PoissonTest, SupportsCarryTheirShareOfEveryPixel) {
@@ -169,10 +168,7 @@ TEST_F(PoissonTest, PlacesNothingInASupportedGroup) {
   EXPECT_TRUE(supports().empty());
   EXPECT_EQ(steps(), (Steps{1, 1}));
   EXPECT_TRUE(group().placement->samples->rows.empty());
-  EXPECT_EQ(group().angleNorm, 255.0f);
-  EXPECT_EQ(group().strokeNorm, 255.0f);
-  EXPECT_EQ(group().scoreNorm, 0.1f);
-  EXPECT_EQ(group().maxScore, 0.0f);
+  EXPECT_EQ(group().placement->samples->scoreNorm, 0.1f);
 }
 
 TEST_F(PoissonTest, NeverEnlargesAnIslandWithoutCandidates) {
@@ -189,8 +185,7 @@ TEST_F(PoissonTest, ScoresBlueAndGreenByTheirParts) {
   settings.strokePart = settings.anglePart = 0.5f;
   generate(1);
   EXPECT_FLOAT_EQ(supports()[0].score, 0.2f * 0.25f + 0.4f * 0.25f);
-  EXPECT_EQ(group().scoreNorm, supports()[0].score);
-  EXPECT_EQ(group().maxScore, group().scoreNorm);
+  EXPECT_EQ(group().placement->samples->scoreNorm, supports()[0].score);
 }
 
 TEST_F(PoissonTest, ScoresLowWhereNoGhostIsNear) {
@@ -202,10 +197,10 @@ TEST_F(PoissonTest, ScoresLowWhereNoGhostIsNear) {
   ghost.x = 5;
   group().ensurePlacement().ghostSupports = {&ghost};
   EXPECT_EQ(generate(1), 1u);
-  EXPECT_EQ(group().ghostNorm, 255.0f);
+  EXPECT_EQ(group().placement->samples->ghostNorm, 255.0f);
   EXPECT_EQ(supports()[0].score, 0.0f);
   EXPECT_GE(supports()[0].index, 15u) << "seeded beyond the ghost's reach";
-  EXPECT_FLOAT_EQ(group().scoreNorm, 1.0f / 2.5f) << "the pixel on the ghost";
+  EXPECT_FLOAT_EQ(group().placement->samples->scoreNorm, 1.0f / 2.5f) << "the pixel on the ghost";
 }
 
 // The mean of a row of 200 is column 99, so the support ends on the last candidate left of it.

@@ -75,7 +75,8 @@ class LayersTest : public StageTest {
   }
 
   std::vector<uint32_t> overlapOf(const Group& group) const {
-    std::vector<uint32_t> overlap(group.overlapCount, 0);
+    const std::size_t lowerGroups = layers.size() > 1 ? layers[layers.size() - 2].groups.size() : 0;
+    std::vector<uint32_t> overlap(lowerGroups, 0);
     for (uint32_t i = 0; i < group.overlapEntries; ++i) {
       const Layer::Overlap& entry = layers.back().overlaps[group.firstOverlap + i];
       overlap.at(entry.lower) = entry.count;
