@@ -43,9 +43,7 @@ void Environment::open(Napi::Env env) {
   env.AddCleanupHook([environment] { environment->close(); });
 
   environment->name = threadName(env, environment->id);
-  environment->arrayBuffer = Napi::Persistent(env.Global().Get("ArrayBuffer").As<Napi::Function>());
-  const Napi::Object buffer = env.Global().Get("Buffer").As<Napi::Object>();
-  environment->bufferFrom = Napi::Persistent(buffer.Get("from").As<Napi::Function>());
+  environment->memory = MemoryFunctions::of(env);
 }
 
 const std::shared_ptr<Environment>& Environment::of(Napi::Env env) {
@@ -60,8 +58,7 @@ void Environment::close() {
     const std::lock_guard<std::mutex> lock(executing);
   }
   AnalysisClaim::end(*this);
-  arrayBuffer.Reset();
-  bufferFrom.Reset();
+  memory = {};
 
   // The shared object is unmapped once no environment uses it; no thread may run in it then.
   const std::lock_guard<std::mutex> lock(countMutex);

@@ -9,6 +9,7 @@
 #include <string>
 
 #include "addon/job_queue.h"
+#include "node_api/result_buffer.h"
 
 namespace stiltforge {
 
@@ -23,10 +24,9 @@ struct Environment {
   uint32_t id = 0;   ///< counts from 1, never reused
   std::string name;  ///< for messages: "the main thread", "worker thread 3"
   JobQueue jobs;
-  std::mutex executing;                 ///< held while a job of this environment executes
-  std::atomic<bool> closed{false};      ///< it is ending: jobs stop, no callback is called any more
-  Napi::FunctionReference arrayBuffer;  ///< its global ArrayBuffer constructor
-  Napi::FunctionReference bufferFrom;   ///< its Buffer.from
+  std::mutex executing;             ///< held while a job of this environment executes
+  std::atomic<bool> closed{false};  ///< it is ending: jobs stop, no callback is called any more
+  MemoryFunctions memory;
 
  private:
   void close();

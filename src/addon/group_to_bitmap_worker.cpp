@@ -4,9 +4,10 @@
 #include <utility>
 #include <vector>
 
+#include "addon/environment.h"
 #include "addon/process_model.h"
-#include "addon/result_buffer.h"
 #include "node_api/refusal.h"
+#include "node_api/result_buffer.h"
 #include "runtime/parallel_copy.h"
 
 namespace stiltforge {
@@ -47,7 +48,7 @@ void GroupToBitmapWorker::OnOK() {
   try {
     // Each image is freed once it is copied, so only one is there twice.
     for (std::vector<uint8_t>& image : rendered.images) {
-      ResultBuffer buffer(env, *environment, image.size());
+      ResultBuffer buffer(env, environment->memory, image.size());
       copyBytes(buffer.data(), image.data(), image.size());
       std::vector<uint8_t>().swap(image);
       arguments.push_back(buffer.value());

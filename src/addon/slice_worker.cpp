@@ -6,7 +6,6 @@
 #include "addon/process_model.h"
 #include "analysis/run_extraction.h"
 #include "analysis/slice_buffers.h"
-#include "node_api/layer_result.h"
 
 namespace stiltforge {
 
@@ -18,10 +17,8 @@ SliceWorker::SliceWorker(const Napi::Function& callback, std::shared_ptr<Environ
   height = parameters.height;
   uint8_t* copy = nullptr;
   if (parameters.needBuffer) {
-    const Napi::Env env = callback.Env();
     const std::size_t count = std::size_t{width} * height;
-    buffers = Buffers{
-        {env, *environment, count * 4}, {env, *environment, count * 4}, {env, *environment, count}};
+    buffers.emplace(callback.Env(), environment->memory, count);
     picture = processModel().takePicture(count);
     copy = reinterpret_cast<uint8_t*>(picture.data());
   }
@@ -39,13 +36,11 @@ void SliceWorker::work() {
   options.cancelled = &environment->closed;
   SliceBuffers pixels;
   if (buffers) {
-    pixels.picture = picture.data();
-    pixels.labels = reinterpret_cast<uint32_t*>(buffers->pixel.data());
-    pixels.markers = reinterpret_cast<uint32_t*>(buffers->topPixel.data());
-    pixels.supportValues = buffers->supportedPixels.data();
+    pixels = buffers->blocks(picture.data());
     options.buffers = &pixels;
   }
   processModel().model.analyse(std::move(slice), options);
+  layer = resultOf(processModel().model.layers().back());
 }
 
 void SliceWorker::OnOK() {
@@ -53,19 +48,13 @@ void SliceWorker::OnOK() {
   const ModelParameters& parameters = processModel().parameters;
   processModel().keepPicture(std::move(picture));
 
-  Napi::Object result = Napi::Object::New(env);
-  result.Set("pixelBuffer", buffers ? buffers->pixel.value() : env.Null());
-  result.Set("topPixelBuffer", buffers ? buffers->topPixel.value() : env.Null());
-  result.Set("width", Napi::Number::New(env, parameters.width));
-  result.Set("height", Napi::Number::New(env, parameters.height));
-  result.Set("sliceCount", Napi::Number::New(env, parameters.numLayer));
-  result.Set("needBuffer", Napi::Boolean::New(env, parameters.needBuffer));
-  result.Set("layerIndex", Napi::Number::New(env, layerIndex));
-  result.Set("layer", layerToJS(env, processModel().model.layers().back()));
-  if (buffers) result.Set("supportedPixels", buffers->supportedPixels.value());
+  const SliceResult result{std::move(layer), parameters.numLayer, layerIndex, std::move(buffers)};
+  ValueMaker make(env);
+  const napi_value object = SliceConverter(make).convert(result);
+  if (make.status() != napi_ok) throw Napi::Error::New(env);
 
   finished();
-  Callback().Call({result});
+  Callback().Call({object});
 }
 
 }  // namespace stiltforge

@@ -9,9 +9,9 @@
 #include <string>
 
 #include "addon/job.h"
-#include "addon/result_buffer.h"
 #include "analysis/plane.h"
 #include "analysis/slice.h"
+#include "node_api/slice_result.h"
 
 namespace stiltforge {
 
@@ -27,19 +27,14 @@ class SliceWorker : public Job {
   std::string subject() const override;
 
  private:
-  struct Buffers {
-    ResultBuffer pixel;
-    ResultBuffer topPixel;
-    ResultBuffer supportedPixels;
-  };
-
   void work() override;
   void OnOK() override;
 
   uint16_t layerIndex = 0;  // echoed in the result, no part of the analysis
   Slice slice;
-  std::optional<Buffers> buffers;
+  std::optional<SliceResultBuffers> buffers;
   Plane<uint32_t> picture;  // the slice as it was sent, for results with buffers
+  LayerResult layer;
   uint16_t width = 0;
   uint16_t height = 0;
 };

@@ -1,89 +1,92 @@
 #include "node_api/layer_result.h"
 
-#include <cstddef>
-#include <cstdint>
-
 namespace stiltforge {
 
-namespace {
-
-// Makes each key a script string once for all groups of a layer; there may be thousands.
-class LayerConverter {
- public:
-  explicit LayerConverter(Napi::Env napiEnv) : env(napiEnv) {}
-
-  Napi::Object convert(const Layer& layer) const {
-    Napi::Object object = Napi::Object::New(env);
-    const auto entries = static_cast<uint32_t>(layer.groups.size());
-    Napi::Array groups = Napi::Array::New(env, entries == 0 ? 0 : entries - 1);
-    for (uint32_t i = 1; i < entries; ++i) {
-      const Napi::HandleScope scope(env);
-      groups.Set(i - 1, convert(layer.groups[i]));
+LayerResult resultOf(const Layer& layer) {
+  LayerResult result;
+  result.width = layer.width;
+  result.height = layer.height;
+  result.pixelCount = layer.pixelCount;
+  result.groupCount = layer.groupCount;
+  if (layer.groups.empty()) return result;
+  result.regions.reserve(layer.groups.size() - 1);
+  for (std::size_t i = 1; i < layer.groups.size(); ++i) {
+    const Group& group = layer.groups[i];
+    uint32_t supports = 0;
+    if (group.placement) {
+      const std::vector<Voxel>& placed = group.placement->supports;
+      supports = static_cast<uint32_t>(placed.size());
+      result.supports.insert(result.supports.end(), placed.begin(), placed.end());
     }
-    set(object, width, layer.width);
-    set(object, height, layer.height);
-    set(object, pixelCount, layer.pixelCount);
-    set(object, groupCount, layer.groupCount);
-    object.Set("groups", groups);
-    return object;
+    result.regions.push_back({group.numPixel, group.supportedPixel, supports, group.box()});
   }
+  return result;
+}
 
- private:
-  Napi::Object convert(const Group& group) const {
-    Napi::Object object = Napi::Object::New(env);
-    const std::size_t count = group.placement ? group.placement->supports.size() : 0;
-    Napi::Array placed = Napi::Array::New(env, count);
-    for (uint32_t i = 0; i < count; ++i) {
-      const Napi::HandleScope scope(env);
-      placed.Set(i, convert(group.placement->supports[i]));
-    }
-    set(object, numPixel, group.numPixel);
-    set(object, supportedPixel, group.supportedPixel);
-    object.Set(supports, placed);
-    set(object, xMin, group.xMin);
-    set(object, yMin, group.yMin);
-    set(object, xMax, group.xMax);
-    set(object, yMax, group.yMax);
-    return object;
+LayerConverter::LayerConverter(ValueMaker& make)
+    : make_(make),
+      width_(make.string("width")),
+      height_(make.string("height")),
+      pixelCount_(make.string("pixelCount")),
+      groupCount_(make.string("groupCount")),
+      groups_(make.string("groups")),
+      numPixel_(make.string("numPixel")),
+      supportedPixel_(make.string("supportedPixel")),
+      supports_(make.string("supports")),
+      xMin_(make.string("xMin")),
+      yMin_(make.string("yMin")),
+      xMax_(make.string("xMax")),
+      yMax_(make.string("yMax")),
+      x_(make.string("x")),
+      y_(make.string("y")),
+      z_(make.string("z")),
+      isMinima_(make.string("isMinima")) {}
+
+napi_value LayerConverter::convert(const LayerResult& layer) const {
+  napi_value object = make_.object();
+  napi_value groups = make_.array(layer.regions.size());
+  const Voxel* supports = layer.supports.data();
+  for (uint32_t i = 0; i < layer.regions.size() && make_.status() == napi_ok; ++i) {
+    const ValueScope scope(make_);
+    make_.set(groups, i, convert(layer.regions[i], supports));
+    supports += layer.regions[i].supportCount;
   }
+  set(object, width_, layer.width);
+  set(object, height_, layer.height);
+  set(object, pixelCount_, layer.pixelCount);
+  set(object, groupCount_, layer.groupCount);
+  make_.set(object, groups_, groups);
+  return object;
+}
 
-  Napi::Object convert(const Voxel& support) const {
-    Napi::Object object = Napi::Object::New(env);
-    set(object, x, support.x);
-    set(object, y, support.y);
-    set(object, z, support.z);
-    object.Set(isMinima, Napi::Boolean::New(env, support.isMinima));
-    return object;
+napi_value LayerConverter::convert(const LayerResult::Region& region, const Voxel* supports) const {
+  napi_value object = make_.object();
+  napi_value placed = make_.array(region.supportCount);
+  for (uint32_t i = 0; i < region.supportCount; ++i) {
+    const ValueScope scope(make_);
+    make_.set(placed, i, convert(supports[i]));
   }
+  set(object, numPixel_, region.numPixel);
+  set(object, supportedPixel_, region.supportedPixel);
+  make_.set(object, supports_, placed);
+  set(object, xMin_, region.box.xMin);
+  set(object, yMin_, region.box.yMin);
+  set(object, xMax_, region.box.xMax);
+  set(object, yMax_, region.box.yMax);
+  return object;
+}
 
-  void set(Napi::Object& object, napi_value key, uint32_t value) const {
-    object.Set(key, Napi::Number::New(env, value));
-  }
+napi_value LayerConverter::convert(const Voxel& support) const {
+  napi_value object = make_.object();
+  set(object, x_, support.x);
+  set(object, y_, support.y);
+  set(object, z_, support.z);
+  make_.set(object, isMinima_, make_.boolean(support.isMinima));
+  return object;
+}
 
-  Napi::String string(const char* text) const { return Napi::String::New(env, text); }
-
-  Napi::Env env;
-  Napi::String width = string("width");
-  Napi::String height = string("height");
-  Napi::String pixelCount = string("pixelCount");
-  Napi::String groupCount = string("groupCount");
-  Napi::String numPixel = string("numPixel");
-  Napi::String supportedPixel = string("supportedPixel");
-  Napi::String supports = string("supports");
-  Napi::String xMin = string("xMin");
-  Napi::String yMin = string("yMin");
-  Napi::String xMax = string("xMax");
-  Napi::String yMax = string("yMax");
-  Napi::String x = string("x");
-  Napi::String y = string("y");
-  Napi::String z = string("z");
-  Napi::String isMinima = string("isMinima");
-};
-
-}  // namespace
-
-Napi::Object layerToJS(Napi::Env env, const Layer& layer) {
-  return LayerConverter(env).convert(layer);
+void LayerConverter::set(napi_value object, napi_value key, uint32_t value) const {
+  make_.set(object, key, make_.number(value));
 }
 
 }  // namespace stiltforge

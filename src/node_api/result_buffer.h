@@ -7,7 +7,13 @@
 
 namespace stiltforge {
 
-struct Environment;
+/// The functions by which an environment makes memory, kept before a host can replace them.
+struct MemoryFunctions {
+  static MemoryFunctions of(Napi::Env env);
+
+  Napi::FunctionReference arrayBuffer;  ///< the constructor
+  Napi::FunctionReference bufferFrom;   ///< Buffer.from
+};
 
 /// A host Buffer for pixels, made on the main thread.
 ///
@@ -19,7 +25,7 @@ class ResultBuffer {
  public:
   ResultBuffer() = default;
   /// Zero-filled. Throws std::bad_alloc.
-  ResultBuffer(Napi::Env env, const Environment& environment, std::size_t size);
+  ResultBuffer(Napi::Env env, const MemoryFunctions& functions, std::size_t size);
 
   uint8_t* data() { return bytes; }
   std::size_t size() const { return length; }
