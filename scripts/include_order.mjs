@@ -15,12 +15,16 @@ export const order = {
   addon: ['node_api', 'model', 'support', 'analysis', 'runtime'],
   binding: [
     'node_api',
-    ...['printer_files', 'slicing', 'mesh', 'hold'],
+    ...['printer_files', 'print', 'slicing', 'mesh', 'hold'],
     ...['model', 'support', 'analysis', 'runtime'],
   ],
-  capi: ['printer_files', 'slicing', 'mesh', 'hold', 'model', 'support', 'analysis', 'runtime'],
+  capi: [
+    ...['printer_files', 'print', 'slicing', 'mesh', 'hold'],
+    ...['model', 'support', 'analysis', 'runtime'],
+  ],
   node_api: ['model', 'support', 'analysis', 'runtime'],
   hold: ['model', 'support', 'analysis', 'runtime'],
+  print: ['slicing', 'model', 'analysis', 'runtime'],
   printer_files: ['analysis', 'runtime'],
   slicing: ['analysis', 'runtime'],
   mesh: ['runtime'],

@@ -7,6 +7,7 @@
 #include "binding/mask_slicer_object.h"
 #include "binding/memory_estimate.h"
 #include "binding/parameter_table.h"
+#include "binding/print_settings.h"
 #include "binding/slicer_object.h"
 
 namespace {
@@ -18,6 +19,10 @@ Napi::Object initialize(Napi::Env env, Napi::Object exports) {
   exports.Set("estimateMemory",
               Napi::Function::New<&stiltforge::binding::estimateMemory>(env, "estimateMemory"));
   exports.Set("parameterTable", stiltforge::binding::parameterTable(env));
+  exports.Set("analysisParameters", Napi::Function::New<&stiltforge::binding::analysisParameters>(
+                                        env, "analysisParameters"));
+  exports.Set("findSettingConflict", Napi::Function::New<&stiltforge::binding::findSettingConflict>(
+                                         env, "findSettingConflict"));
   return exports;
 }
 

@@ -94,7 +94,8 @@ ChannelFalloff::ChannelFalloff(const ChannelSettings& settings) {
                        " degrees; it must be above 0 and at most 90, measured from the plate.");
   }
   const double reach = settings.layerHeight / tangentOfDegrees(settings.criticalAngle);
-  const double fullOverhang = settings.fullOverhang.value_or(std::max(0.5, 2 * reach));
+  const double fullOverhang =
+      settings.fullOverhang.value_or(std::max(ChannelSettings::leastFullOverhang, 2 * reach));
   requireDistance(reach, settings.pixelSize, "self-supporting reach");
   requireDistance(fullOverhang, settings.pixelSize, "full overhang distance");
   requireDistance(settings.inset, settings.pixelSize, "inset");

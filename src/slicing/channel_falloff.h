@@ -13,11 +13,13 @@ struct ChannelSettings {
   double pixelSize = 0;    ///< mm
   /// Degrees between the plate and a surface that just carries itself, in (0, 90].
   double criticalAngle = 45;
-  /// mm beyond the material below at which a pixel counts as not supported at all. Unless set: 0.5,
-  /// or twice the self-supporting reach where that is more.
+  /// mm beyond the material below at which a pixel counts as not supported at all. Unless set:
+  /// leastFullOverhang, or twice the self-supporting reach where that is more.
   std::optional<double> fullOverhang;
   /// mm from the contour inwards at which the stroke value has fallen to 0.
   double inset = 0.4;
+
+  static constexpr double leastFullOverhang = 0.5;  ///< mm
 };
 
 /// Channel bytes by squared distance in pixels, which is a whole number: nothing is rounded before

@@ -14,12 +14,7 @@ import { OutputFolder } from './output/output_folder.js';
 import { type PartPoint, sidesPicture, undersidePicture } from './pictures/part_picture.js';
 import type { Progress } from './progress.js';
 import { checkSettings } from './setting_ranges.js';
-import {
-  analysisParameters,
-  fullOverhang,
-  type PrintSettings,
-  type SupportSettings,
-} from './settings.js';
+import { analysisParameters, type PrintSettings, type SupportSettings } from './settings.js';
 import { slicePictureNames, slicePictures } from './slice_pictures.js';
 import { SliceStream } from './slice_stream.js';
 import { loadSlicing, type Slicer } from './slicer.js';
@@ -102,7 +97,6 @@ function makeSlicer({ name, mesh, print, support }: Job): Slicer {
       ...print,
       margin,
       criticalAngle: support.criticalAngle,
-      fullOverhang: fullOverhang(print, support),
       inset: support.inset,
     });
   } catch (error) {

@@ -1,5 +1,7 @@
+import type { AnalysisParameters } from 'stiltforge';
 import { loadBinary } from 'stiltforge/load';
 import type { Box, Triangles } from './mesh/triangles.js';
+import type { PrintSettings, SupportSettings } from './settings.js';
 
 /** What the green and the blue byte of a pixel mean. */
 export interface ChannelOptions {
@@ -134,6 +136,14 @@ export interface MaskSlicer {
   next(mask: Uint8Array, recycled?: ArrayBuffer): Promise<Slice>;
 }
 
+/** A setting that can't be used, alone or together with the others. */
+export interface SettingConflict {
+  setting: keyof PrintSettings | keyof SupportSettings;
+  value: number;
+  /** What it must be, with the range; no sentence of its own. */
+  range: string;
+}
+
 /**
  * What the addon, src/binding, exports. The constructors throw a TypeError for an option that
  * is missing, unknown or of another type, a RangeError for one that has to be whole and is not, and
@@ -142,6 +152,13 @@ export interface MaskSlicer {
 interface Binding {
   Slicer: new (options: SlicerOptions) => Slicer;
   MaskSlicer: new (options: MaskSlicerOptions) => MaskSlicer;
+  /** The parameters of the analysis for slices of that size. */
+  analysisParameters(
+    settings: PrintSettings & SupportSettings,
+    slices: { width: number; height: number; layerCount: number },
+  ): AnalysisParameters;
+  /** The first setting that can't be used. */
+  findSettingConflict(settings: PrintSettings & SupportSettings): SettingConflict | undefined;
 }
 
 /** Throws an Error with code ERR_STILTFORGE_BINARY, a sentence, where there is no binary to load. */

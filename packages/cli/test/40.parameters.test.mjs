@@ -1,6 +1,7 @@
 import assert from 'node:assert/strict';
 import { test } from 'node:test';
 import { parameterTable } from 'stiltforge/analysis';
+import { loadBinary } from 'stiltforge/load';
 import { analysisParameters, defaultPrint, defaultSupport } from 'stiltforge-cli';
 
 const slices = { width: 100, height: 80, layerCount: 60 };
@@ -35,5 +36,15 @@ test('coarse pixels and thick layers never round a parameter to nothing', () => 
   const rough = parametersFor({ pixelSize: 20, layerHeight: 5 });
   for (const name of ['supportStrength', 'numberOfSamplePerVoronoi', 'distCloseToIsland']) {
     assert.ok(rough[name] >= 1, name);
+  }
+});
+
+test("the command's defaults are those that other hosts get", () => {
+  const { analysisParameters: native } = loadBinary('binding.node');
+  assert.deepEqual(parametersFor({}), native({}, slices));
+  for (const name of Object.keys({ ...defaultPrint, ...defaultSupport })) {
+    const settings = { ...defaultPrint, ...defaultSupport };
+    delete settings[name];
+    assert.deepEqual(native(settings, slices), parametersFor({}), name);
   }
 });

@@ -1,0 +1,14 @@
+#pragma once
+
+#include <napi.h>
+
+namespace stiltforge::binding {
+
+/// (settings, { width, height, layerCount }) => the 28 parameters. settings: layerHeight,
+/// pixelSize, screenWidth, screenHeight, criticalAngle, inset, supportArea, each with a default.
+Napi::Value analysisParameters(const Napi::CallbackInfo& info);
+
+/// (settings) => { setting, value, range } of the first that cannot be used, or undefined.
+Napi::Value findSettingConflict(const Napi::CallbackInfo& info);
+
+}  // namespace stiltforge::binding
