@@ -12,13 +12,6 @@ namespace {
 
 class FloodFillTest : public LayersTest {};
 
-TEST_F(FloodFillTest, FindsOnlyThePlaceholderInAnEmptySlice) {
-  const Layer& layer = segment({"...", "..."});
-  EXPECT_EQ(layer.groups.size(), 1u);
-  EXPECT_EQ(layer.groupCount, 0u);
-  EXPECT_EQ(layer.pixelCount, 0u);
-}
-
 TEST_F(FloodFillTest, GivesThePlaceholderNothing) {
   const Group& placeholder = segment({"#"}).groups[0];
   EXPECT_EQ(placeholder.id, 0u);
@@ -27,35 +20,6 @@ TEST_F(FloodFillTest, GivesThePlaceholderNothing) {
   EXPECT_EQ(placeholder.yMax, 0);
   EXPECT_EQ(placeholder.pixelStrength, 0.0f);
   EXPECT_EQ(placeholder.placement, nullptr);
-}
-
-TEST_F(FloodFillTest, MeasuresAGroupOfOnePixel) {
-  const Layer& layer = segment({"#.", ".."}, 255, 7);
-  ASSERT_EQ(layer.groupCount, 1u);
-  const Group& group = layer.groups[1];
-  EXPECT_EQ(group.id, 1u);
-  EXPECT_EQ(group.numPixel, 1u);
-  EXPECT_EQ(group.xMin, 0);
-  EXPECT_EQ(group.yMin, 0);
-  EXPECT_EQ(group.xMax, 1);
-  EXPECT_EQ(group.yMax, 1);
-  EXPECT_EQ(group.unsupportedPixelCount, 0u);
-}
-
-TEST_F(FloodFillTest, BoxesEveryGroup) {
-  const Layer& layer = segment({"......", ".##...", "..##..", "......", "#....#"});
-  ASSERT_EQ(layer.groupCount, 3u);
-  const Group& group = layer.groups[1];
-  EXPECT_EQ(group.numPixel, 4u);
-  EXPECT_EQ(group.xMin, 1);
-  EXPECT_EQ(group.yMin, 1);
-  EXPECT_EQ(group.xMax, 4);
-  EXPECT_EQ(group.yMax, 3);
-  EXPECT_EQ(layer.groups[3].xMin, 5);
-  EXPECT_EQ(layer.groups[3].xMax, 6);
-  EXPECT_EQ(layer.groups[3].yMin, 4);
-  EXPECT_EQ(layer.groups[3].yMax, 5);
-  EXPECT_EQ(layer.pixelCount, 6u);
 }
 
 TEST_F(FloodFillTest, BoxesReachTheLargestSlice) {
@@ -67,27 +31,6 @@ TEST_F(FloodFillTest, BoxesReachTheLargestSlice) {
   Picture column = emptyPicture(1, 65535);
   std::fill_n(column.pixels.data(), 65535, materialPixel());
   EXPECT_EQ(segment(column).groups.at(1).yMax, 65535);
-}
-
-TEST_F(FloodFillTest, CountsBlueStrictlyBelowTheLimits) {
-  const auto counts = [&](uint8_t blue) {
-    layers.clear();
-    const Group& group = segment({"#"}, blue).groups[1];
-    return std::vector<uint32_t>{group.unsupportedPixelCount, group.almostNotBlueCount,
-                                 group.islandBlueCount};
-  };
-  EXPECT_EQ(counts(49), (std::vector<uint32_t>{1, 1, 1}));
-  EXPECT_EQ(counts(50), (std::vector<uint32_t>{1, 0, 0}));
-  EXPECT_EQ(counts(254), (std::vector<uint32_t>{1, 0, 0}));
-  EXPECT_EQ(counts(255), (std::vector<uint32_t>{0, 0, 0}));
-  settings.almostNotBlueCounterLimit = 50.5f;
-  settings.islandMinBlue = 1000.0f;
-  EXPECT_EQ(counts(50), (std::vector<uint32_t>{1, 1, 1}));
-  EXPECT_EQ(counts(51), (std::vector<uint32_t>{1, 0, 1}));
-  EXPECT_EQ(counts(255), (std::vector<uint32_t>{0, 0, 0})) << "supported whatever the limit";
-  settings.almostNotBlueCounterLimit = -1.0f;
-  settings.islandMinBlue = std::numeric_limits<float>::quiet_NaN();
-  EXPECT_EQ(counts(0), (std::vector<uint32_t>{1, 0, 0}));
 }
 
 TEST_F(FloodFillTest, CountsEveryPixelOfALongRow) {
@@ -114,14 +57,6 @@ TEST_F(FloodFillTest, NeverReadsLabelsThatTheHostSent) {
   const Group& group = segment(layer).groups.at(1);
   EXPECT_EQ(group.numPixel, 2u);
   EXPECT_EQ(overlapOf(group), (std::vector<uint32_t>{0, 1}));
-}
-
-TEST_F(FloodFillTest, GivesFirstLayerGroupsTheirWeight) {
-  const Group& first = segment({"##"}).groups[1];
-  EXPECT_EQ(first.pixelStrength, 1.0f);
-  EXPECT_EQ(first.islandDistance, 0u);
-  const Group& second = segment({"##"}).groups[1];
-  EXPECT_EQ(second.pixelStrength, 0.0f);
 }
 
 TEST_F(FloodFillTest, ScansNothingWithoutAWidthOrAHeight) {

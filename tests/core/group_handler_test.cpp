@@ -29,13 +29,6 @@ class GroupHandlerTest : public LayersTest {
     segment(lower);
   }
 
-  void restOn(uint32_t pixels, uint32_t islandDistance, uint32_t unsupported) {
-    upper->supportedPixel = pixels;
-    upper->islandDistance = islandDistance;
-    upper->unsupportedPixelCount = unsupported;
-    upper->almostNotBlueCount = upper->islandBlueCount = 0;
-    layers[1].overlaps[upper->firstOverlap].count = pixels;
-  }
   void standAlone() {
     upper->supportedPixel = upper->islandDistance = upper->overlapEntries = 0;
     upper->almostNotBlueCount = upper->islandBlueCount = 0;
@@ -106,14 +99,6 @@ TEST_F(GroupHandlerTest, OnTheFirstSliceOnlySetsThePlatesStrength) {
   EXPECT_EQ(upper->placement, nullptr);
 }
 
-TEST_F(GroupHandlerTest, AGroupOfOnePixelGetsNothing) {
-  Picture layer = emptyPicture(10, 10);
-  layer.pixels[55] = materialPixel();
-  upper = &segment(layer).groups[1];
-  EXPECT_EQ(run(), 0u);
-  EXPECT_EQ(upper->pixelStrength, 0.0f);
-}
-
 TEST_F(GroupHandlerTest, AnIslandNeedsItsWholeWeight) {
   standAlone();
   EXPECT_EQ(strength(), strengthOf(5, 0));
@@ -139,148 +124,6 @@ TEST_F(GroupHandlerTest, UnboundedIslandMultipliersEnd) {
     settings.islandSupportMultiplier = multiplier;
     EXPECT_LE(run(), 100u) << multiplier;
   }
-}
-
-TEST_F(GroupHandlerTest, TheGroupBelowCarriesPartOfTheWeight) {
-  restOn(40, 5, 60);
-  EXPECT_EQ(strength(), strengthOf(4, 20)) << "80 of 100 pixels are left";
-  for (const Voxel& support : upper->placement->supports) EXPECT_FALSE(support.isMinima);
-  settings.strengthTransmited = 2.0f;
-  EXPECT_EQ(strength(), strengthOf(3, 20)) << "60 of 100 pixels are left";
-}
-
-TEST_F(GroupHandlerTest, CloseToAnIslandUsesItsOwnFactor) {
-  restOn(40, 1, 60);
-  settings.closeToIslandStrengthTransmited = 2.5f;
-  EXPECT_EQ(strength(), strengthOf(3, 20)) << "50 of 100 pixels are left";
-  settings.distCloseToIsland = 0.5f;
-  EXPECT_EQ(strength(), strengthOf(4, 20)) << "far from an island, 80 are left";
-}
-
-TEST_F(GroupHandlerTest, CountsTheRawOverlapAtTheVeryDistance) {
-  restOn(40, 2, 60);
-  EXPECT_EQ(strength(), strengthOf(3, 40)) << "60 of 100 pixels are left";
-  settings.distCloseToIsland = 2.5f;
-  settings.closeToIslandStrengthTransmited = 1.0f;
-  EXPECT_EQ(strength(), strengthOf(4, 20));
-}
-
-TEST_F(GroupHandlerTest, ADistanceThatIsNoNumberTakesNothingFromBelow) {
-  restOn(40, 2, 60);
-  settings.distCloseToIsland = std::nanf("");
-  EXPECT_EQ(strength(), strengthOf(5, 0));
-}
-
-TEST_F(GroupHandlerTest, MoreSupportsThanUnsupportedPixelsFallBack) {
-  restOn(40, 5, 3);
-  EXPECT_EQ(strength(), strengthOf(0, 20));
-  upper->almostNotBlueCount = 1;
-  EXPECT_EQ(strength(), strengthOf(1, 20));
-  restOn(40, 5, 4);
-  EXPECT_EQ(strength(), strengthOf(4, 20)) << "one a pixel is not too many";
-}
-
-TEST_F(GroupHandlerTest, AFallbackOfOneNeedsDarkPixels) {
-  restOn(40, 1, 3);
-  EXPECT_EQ(strength(), strengthOf(0, 20));
-  upper->islandBlueCount = 1;
-  EXPECT_EQ(strength(), strengthOf(1, 20)) << "close to an island";
-  restOn(40, 2, 2);
-  upper->islandBlueCount = 1;
-  EXPECT_EQ(strength(), strengthOf(0, 40)) << "not close to an island";
-}
-
-TEST_F(GroupHandlerTest, AFullySupportedGroupNeedsOneOnlyCloseToAnIsland) {
-  restOn(40, 1, 0);
-  EXPECT_EQ(strength(), strengthOf(0, 20));
-  upper->almostNotBlueCount = 1;
-  EXPECT_EQ(strength(), strengthOf(0, 20));
-  upper->islandBlueCount = 1;
-  EXPECT_EQ(strength(), strengthOf(1, 20));
-}
-
-TEST_F(GroupHandlerTest, WithoutUnsupportedPixelsTheIslandFactorIsLeftOut) {
-  restOn(40, 1, 0);
-  upper->islandBlueCount = 1;
-  settings.closeToIslandStrengthTransmited = std::nanf("");
-  EXPECT_EQ(strength(), strengthOf(1, 20));
-}
-
-TEST_F(GroupHandlerTest, AWeakGroupFallsBack) {
-  restOn(40, 5, 60);
-  settings.firstSupportMinStrength = 0.25f;  // 20 / 0.25 does not exceed the 80 left
-  EXPECT_EQ(strength(), strengthOf(4, 20));
-  settings.firstSupportMinStrength = 0.2f;
-  EXPECT_EQ(strength(), strengthOf(0, 20));
-  layers[0].groups[1].pixelStrength = 0.0f;
-  EXPECT_EQ(strength(), strengthOf(5, 0)) << "a group that nothing carries is not weak";
-}
-
-TEST_F(GroupHandlerTest, OneSharedPixelIsStillAnIslandAndNeverWeak) {
-  restOn(1, 5, 60);
-  settings.firstSupportMinStrength = 0.1f;
-  EXPECT_EQ(strength(), strengthOf(5, 0.5f));
-  for (const Voxel& support : upper->placement->supports) EXPECT_TRUE(support.isMinima);
-  restOn(2, 5, 60);
-  EXPECT_EQ(strength(), strengthOf(0, 1)) << "with two shared pixels the group is weak";
-}
-
-TEST_F(GroupHandlerTest, EnoughTransmittedStrengthNeedsNoFurtherSupport) {
-  restOn(90, 5, 60);
-  layers[0].groups[1].pixelStrength = 1.0f;
-  EXPECT_EQ(strength(), strengthOf(0, 90));
-  settings.growthStrength = 9.0f;  // 90 / 9 does not exceed the 10 left
-  EXPECT_EQ(strength(), strengthOf(1, 90));
-}
-
-TEST_F(GroupHandlerTest, MoreThanOneSupportsStrengthIsNeverEnough) {
-  restOn(80, 5, 60);
-  layers[0].groups[1].pixelStrength = 1.0f;
-  settings.growthStrength = 0.001f;
-  EXPECT_EQ(strength(), strengthOf(1, 80)) << "20 left are not below 20";
-}
-
-TEST_F(GroupHandlerTest, WeightNeverFallsBelowNothing) {
-  restOn(100, 5, 60);
-  layers[0].groups[1].pixelStrength = 3.0f;
-  EXPECT_EQ(strength(), strengthOf(0, 300));
-}
-
-TEST_F(GroupHandlerTest, SupportsWithoutStrengthFallBack) {
-  standAlone();
-  for (const float none : {0.0f, -0.0f, std::nanf(""), 1e-30f}) {
-    settings.supportStrength = none;
-    EXPECT_EQ(run(), 0u) << none;
-  }
-  upper->islandBlueCount = 1;
-  settings.supportStrength = 0.0f;
-  EXPECT_EQ(run(), 1u);
-}
-
-TEST_F(GroupHandlerTest, StrengthOfSeveralGroupsBelowAddsUp) {
-  layers.clear();
-  segment({"##.##.....", ".........."});
-  layers[0].groups[1].pixelStrength = 0.5f;
-  layers[0].groups[2].pixelStrength = 0.25f;
-  upper = &segment(filledBox(10, 2)).groups[1];
-  upper->islandDistance = 5;
-  settings.supportStrength = 10.0f;
-  EXPECT_EQ(strength(), (2.0f * 10.0f + 1.5f) / 20.0f) << "18.5 of 20 pixels are left";
-}
-
-TEST_F(GroupHandlerTest, AnEndlessStrengthSpoilsTheSumEvenWhereItIsNotTouched) {
-  layers.clear();
-  segment({"##.##.....", ".........."});
-  layers[0].groups[2].pixelStrength = HUGE_VALF;
-  upper = &segment({"##........", "##........"}).groups[1];
-  upper->islandDistance = 5;
-  EXPECT_TRUE(std::isnan(strength())) << "0 pixels times infinity";
-  layers[0].groups[2].pixelStrength = 1e30f;
-  EXPECT_FALSE(std::isnan(strength()));
-  settings.strengthTransmited = HUGE_VALF;
-  upper->almostNotBlueCount = 0;
-  strength();
-  EXPECT_EQ(upper->placement, nullptr) << "what is left of the weight is no number";
 }
 
 TEST_F(GroupHandlerTest, ReturnsTheSumOverAllGroups) {

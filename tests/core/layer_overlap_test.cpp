@@ -15,13 +15,6 @@ namespace {
 
 class LayerOverlap : public LayersTest {};
 
-TEST_F(LayerOverlap, CountsThePixelsSharedWithEachLowerGroup) {
-  segment({"##.#", "##.."});
-  const Group& group = segment({"####", "#..."}).groups[1];
-  EXPECT_EQ(overlapOf(group), (std::vector<uint32_t>{0, 3, 1}));
-  EXPECT_EQ(group.supportedPixel, 4u);
-}
-
 TEST_F(LayerOverlap, OfAnIslandIsEmpty) {
   segment({"##..", "...."});
   const Group& island = segment({"....", "..#."}).groups[1];
@@ -29,23 +22,6 @@ TEST_F(LayerOverlap, OfAnIslandIsEmpty) {
   EXPECT_EQ(island.overlapEntries, 0u);
   EXPECT_EQ(island.supportedPixel, 0u);
   EXPECT_EQ(island.islandDistance, 0u);
-}
-
-TEST_F(LayerOverlap, OnTheFirstLayerDoesNotExist) {
-  const Group& group = segment({"##"}).groups[1];
-  EXPECT_EQ(group.overlapEntries, 0u);
-  EXPECT_EQ(group.supportedPixel, 0u);
-}
-
-TEST_F(LayerOverlap, CountsTheLayersOfContinuousMaterialBelow) {
-  for (uint32_t n = 0; n < 4; ++n) {
-    EXPECT_EQ(segment({"#.."}).groups[1].islandDistance, n);
-  }
-  const Layer& withIsland = segment({"#.#"});
-  EXPECT_EQ(withIsland.groups[1].islandDistance, 4u);
-  EXPECT_EQ(withIsland.groups[2].islandDistance, 0u);
-  EXPECT_EQ(segment({"#.#"}).groups[2].islandDistance, 1u);
-  EXPECT_EQ(segment({"###"}).groups[1].islandDistance, 6u) << "the longer of the two counts";
 }
 
 TEST_F(LayerOverlap, KeepsTheEntriesOfAGroupTogetherInAscendingOrder) {

@@ -44,14 +44,6 @@ class SupportInheritanceTest : public LayersTest {
   GhostRecord ghosts;
 };
 
-TEST_F(SupportInheritanceTest, TakesTheSupportsOfEveryTouchedGroupInOrder) {
-  layLowerGroups();
-  EXPECT_EQ(inherited({"###.."}), (Ghosts{support(1, 0), support(2, 0), support(2, 1)}));
-  EXPECT_EQ(inherited({"..###"}), (Ghosts{support(2, 0), support(2, 1)}));
-  EXPECT_EQ(inherited({"....#"}), Ghosts{});
-  EXPECT_EQ(inherited({".#..."}), Ghosts{}) << "an island inherits nothing";
-}
-
 TEST_F(SupportInheritanceTest, HoldsNothingWhereThereIsNothingToHold) {
   layLowerGroups();
   inherited({"....#"});
@@ -95,13 +87,6 @@ TEST_F(SupportInheritanceTest, ANegativeLimitRefusesEveryGhostAndCounts) {
   EXPECT_EQ(ghosts.ghostIterator, 0);
 }
 
-TEST_F(SupportInheritanceTest, OffersOldGhostsBeforeNewSupports) {
-  layLowerGroups();
-  Voxel old;
-  layers[0].groups[1].placement->ghostSupports = {&old};
-  EXPECT_EQ(inherited({"#...."}), (Ghosts{&old, support(1, 0)}));
-}
-
 TEST_F(SupportInheritanceTest, HoldsAGhostReachedTwiceOnce) {
   layLowerGroups();
   Voxel old;
@@ -111,12 +96,6 @@ TEST_F(SupportInheritanceTest, HoldsAGhostReachedTwiceOnce) {
   ghosts.ghostIterator = 0;
   EXPECT_EQ(inherited({"###.."}), (Ghosts{&old, support(1, 0), support(2, 0)}));
   EXPECT_EQ(ghosts.ghostIterator, 1) << "a ghost that is held is not refused";
-}
-
-TEST_F(SupportInheritanceTest, SkipsRetiredGhosts) {
-  layLowerGroups();
-  support(2, 0)->toDelete = true;
-  EXPECT_EQ(inherited({"..#.."}), Ghosts{support(2, 1)});
 }
 
 TEST_F(SupportInheritanceTest, CarriesGhostsThroughAnyNumberOfLayersWhereverTheyStand) {

@@ -58,89 +58,6 @@ class PoissonTest : public testing::Test {
 
 using Pixels = std::vector<std::pair<int, int>>;
 
-TEST_F(PoissonTest, WithoutSupportsOnlySetsTheStrength) {
-  drawBox(10, 4);
-  Poisson p = poisson();
-  p.transmittedStrength = 20.0f;
-  EXPECT_EQ(p.generateSupports(), 0u);
-  EXPECT_EQ(group().pixelStrength, 0.5f);
-  EXPECT_TRUE(group().samples.empty());
-  EXPECT_TRUE(group().supports.empty());
-  EXPECT_EQ(group().angleNorm, 0.1f);
-}
-
-TEST_F(PoissonTest, TheFirstLayerHasThePlatesStrength) {
-  drawBox(10, 4);
-  layers.erase(layers.begin());
-  parameters.strengthOfPlatePixel = 0.75f;
-  Poisson p = poisson();
-  p.transmittedStrength = 20.0f;
-  p.generateSupports();
-  EXPECT_EQ(group().pixelStrength, 0.75f);
-}
-
-TEST_F(PoissonTest, OnePixelHasNoStrength) {
-  drawBox(1, 1);
-  Poisson p = poisson();
-  p.transmittedStrength = 20.0f;
-  p.generateSupports();
-  EXPECT_EQ(group().pixelStrength, 0.0f);
-}
-
-TEST_F(PoissonTest, ManyUnsupportedPixelsWidenTheLattice) {
-  drawBox(40, 20);
-  group().unsupportedPixelCount = 400;
-  parameters.numberOfSamplePerSupport = 10.0f;
-  Poisson p = poisson();
-  p.nbSupport = 1;
-  p.setLatticeSteps();
-  EXPECT_EQ(p.stepX, 3u);
-  EXPECT_EQ(p.stepY, 3u);
-}
-
-TEST_F(PoissonTest, TheLongerSideTakesTheCoarserStep) {
-  parameters.numberOfSamplePerSupport = 100.0f;  // sqrt(200 / 100): between 1 and 2
-  drawBox(20, 10);
-  Poisson wide = poisson();
-  wide.nbSupport = 1;
-  wide.setLatticeSteps();
-  EXPECT_EQ(wide.stepX, 2u);
-  EXPECT_EQ(wide.stepY, 1u);
-  layers.clear();
-  drawBox(10, 20);
-  Poisson high = poisson();
-  high.nbSupport = 1;
-  high.setLatticeSteps();
-  EXPECT_EQ(high.stepX, 1u);
-  EXPECT_EQ(high.stepY, 2u);
-}
-
-TEST_F(PoissonTest, ATargetOfNothingTakesTheCoarsestLattice) {
-  drawBox(20, 10);
-  for (const float samples : {0.0f, -1.0f}) {
-    parameters.numberOfSamplePerSupport = samples;
-    Poisson p = poisson();
-    p.nbSupport = 1;
-    p.setLatticeSteps();
-    EXPECT_EQ(p.stepX, 3u);
-    EXPECT_EQ(p.stepY, 3u);
-  }
-}
-
-TEST_F(PoissonTest, ASparseBoxKeepsItsSteps) {
-  drawBox(40, 20);
-  parameters.numberOfSamplePerSupport = 1.0f;
-  const auto stepFor = [&](uint32_t unsupported) {
-    group().unsupportedPixelCount = unsupported;
-    Poisson p = poisson();
-    p.nbSupport = 1;
-    p.setLatticeSteps();
-    return p.stepX;
-  };
-  EXPECT_EQ(stepFor(119), 1u);
-  EXPECT_EQ(stepFor(120), 3u) << "0.15 in single precision exceeds 0.15 in double";
-}
-
 TEST_F(PoissonTest, ANarrowBoxStartsFromStepsOfOneButMayWidenThem) {
   drawBox(40, 1);
   parameters.numberOfSamplePerSupport = 10.0f;
@@ -173,17 +90,6 @@ TEST_F(PoissonTest, RetriesEveryPixelWhenTheLatticeMissesTheGroup) {
   EXPECT_EQ(p.stepX, 1u);
   EXPECT_EQ(p.stepY, 1u);
   EXPECT_EQ(p.candidates.size(), 2u);
-}
-
-TEST_F(PoissonTest, FindsNoCandidateInASupportedGroup) {
-  draw({"###", "###"}, 255);
-  Poisson p = poisson();
-  p.nbSupport = p.nbSupportBase = 2;
-  p.stepX = 2;
-  EXPECT_EQ(p.generateSupports(), 0u);
-  EXPECT_TRUE(group().supports.empty());
-  EXPECT_EQ(p.stepX, 1u);
-  EXPECT_EQ(group().samples.size(), 6u);
 }
 
 TEST_F(PoissonTest, StampsTheConeOfAGhost) {
@@ -223,19 +129,6 @@ TEST_F(PoissonTest, AddsUpTheConesOfSeveralGhosts) {
   EXPECT_EQ(group().ghostNorm, 510.0f);
 }
 
-TEST_F(PoissonTest, ScoresBlueAndGreenByTheirParts) {
-  draw({"##"}, 51, 102);
-  parameters.ghostPart = 1.0f;
-  parameters.strokePart = 0.5f;
-  parameters.anglePart = 0.5f;
-  Poisson p = poisson();
-  p.fillSample(false);
-  p.scoreSamples();
-  EXPECT_FLOAT_EQ(group().samples[0]->score, 0.2f * 0.25f + 0.4f * 0.25f);
-  EXPECT_EQ(group().scoreNorm, group().samples[0]->score);
-  EXPECT_EQ(group().maxScore, group().scoreNorm);
-}
-
 TEST_F(PoissonTest, KeepsTheBestCandidatesOfEachSupport) {
   std::vector<float> scores;
   for (int i = 0; i < 1000; ++i) scores.push_back(static_cast<float>(i));
@@ -259,53 +152,6 @@ TEST_F(PoissonTest, CutsOneShorterWithoutNumbers) {
   EXPECT_EQ(cutLength(std::vector<float>(20, std::nanf("")), 1), 3u);
 }
 
-TEST_F(PoissonTest, OneSupportMovesToTheCentre) {
-  drawBox(3, 1);
-  parameters.numberOfSamplePerSupport = 100.0f;
-  Poisson p = poisson();
-  p.nbSupport = p.nbSupportBase = 1;
-  EXPECT_EQ(p.generateSupports(), 1u);
-  ASSERT_EQ(group().supports.size(), 1u);
-  const Voxel& support = *group().supports[0];
-  EXPECT_EQ(support.x, 1);
-  EXPECT_EQ(support.y, 0);
-  EXPECT_EQ(support.index, 0u) << "the index stays that of the seed";
-  EXPECT_EQ(support.z, 2);
-  EXPECT_TRUE(support.isSupport);
-  EXPECT_FALSE(support.isMinima);
-}
-
-TEST_F(PoissonTest, ASupportOverAHoleSnapsToTheNearestCandidate) {
-  draw({"#####", "#...#", "#...#", "#...#", "#####"});
-  parameters.numberOfSamplePerVoronoi = 1000.0f;
-  parameters.numberOfSamplePerSupport = 1000.0f;
-  Poisson p = poisson();
-  p.nbSupport = p.nbSupportBase = 1;
-  EXPECT_EQ(p.generateSupports(), 1u);
-  const Voxel& support = *group().supports[0];
-  EXPECT_EQ(layers.back().labels[support.y * 5u + support.x], 1u);
-}
-
-TEST_F(PoissonTest, DropsSupportsThatShareTheirOnlyCandidates) {
-  draw({"##"});
-  Poisson p = poisson();
-  p.nbSupport = p.nbSupportBase = 5;
-  EXPECT_EQ(p.generateSupports(), 1u);
-  EXPECT_EQ(group().supports.size(), 1u);
-  EXPECT_EQ(p.voronois.size(), 1u);
-}
-
-TEST_F(PoissonTest, DropsEverySupportWithoutRelaxation) {
-  drawBox(8, 8);
-  for (const float iterations : {0.0f, -1.0f, std::nanf("")}) {
-    parameters.maxVoronoiIteration = iterations;
-    Poisson p = poisson();
-    p.nbSupport = p.nbSupportBase = 3;
-    EXPECT_EQ(p.generateSupports(), 0u);
-    EXPECT_TRUE(group().supports.empty());
-  }
-}
-
 TEST_F(PoissonTest, AWideIslandGetsMoreSupportsOnce) {
   drawBox(20, 20);
   Poisson p = poisson();
@@ -318,21 +164,6 @@ TEST_F(PoissonTest, AWideIslandGetsMoreSupportsOnce) {
   EXPECT_EQ(p.nbSupportBase, 4u);
   p.maxDist2 = 1000 * 1000;
   EXPECT_FALSE(p.enlargeIsland());
-}
-
-TEST_F(PoissonTest, IslandSupportsAreMinima) {
-  drawBox(40, 40);
-  parameters.maxSupportRadiusInIsland = 10.0f;
-  parameters.supportStrength = 8.0f;
-  Poisson p = poisson();
-  p.isIsland = true;
-  p.nbSupport = p.nbSupportBase = 1;
-  const uint32_t kept = p.generateSupports();
-  EXPECT_EQ(kept, group().supports.size());
-  EXPECT_TRUE(p.secondPass);
-  EXPECT_GT(group().supports.size(), 1u);
-  for (const auto& support : group().supports) EXPECT_TRUE(support->isMinima);
-  EXPECT_EQ(group().pixelStrength, static_cast<float>(p.nbSupportBase) * 8.0f / 1600.0f);
 }
 
 // From 2^24 on a sum of equal coordinates rounds, and their mean can fall below them.
