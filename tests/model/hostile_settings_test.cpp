@@ -56,7 +56,7 @@ constexpr double mostSeconds = 20;
 
 TEST_P(ManyRegions, EndSoonWhateverTheValue) {
   const Parameter& parameter = *findParameter(GetParam().c_str());
-  for (const double value : {std::nan(""), HUGE_VAL, -HUGE_VAL, 3e38, 1e-38, 0.0, -1.0}) {
+  for (const double value : {std::nan(""), HUGE_VAL, -HUGE_VAL, 3e38, 0.0}) {
     ModelParameters parameters = usualParameters();
     storeParameter(parameters, parameter, value);
     try {
