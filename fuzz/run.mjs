@@ -15,7 +15,10 @@ import { parseArgs } from 'node:util';
 
 const root = fileURLToPath(new URL('..', import.meta.url));
 const buildFolder = `${root}build/fuzz`;
-const libFuzzerTargets = ['analysis', 'byte_pairs', 'candidate_sort', 'slicer'];
+const libFuzzerTargets = [
+  ...['analysis', 'byte_pairs', 'candidate_sort', 'slicer'],
+  ...['stl', 'obj', 'ply', '3mf'],
+];
 const scripts = ['protocol', 'mesh_files'];
 const memoryLimitMb = 2048;
 const secondsPerInput = 60;

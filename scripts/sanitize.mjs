@@ -58,14 +58,14 @@ function build(preset, ...targets) {
 
 /** The gtest programs as a whole: a process for every test would spend its time on starting. */
 function runCppTests(preset) {
-  build(preset, 'core_test', 'reference_test', 'slicing_test');
+  build(preset, 'core_test', 'reference_test', 'slicing_test', 'mesh_test');
   const env = {
     ASAN_OPTIONS: 'detect_leaks=1:strict_string_checks=1:detect_stack_use_after_return=1',
     UBSAN_OPTIONS: 'print_stacktrace=1',
     TSAN_OPTIONS: `second_deadlock_stack=1 suppressions=${root}tests/tsan.supp`,
     STILTFORGE_STACKS: '400',
   };
-  return ['core/core_test', 'reference/reference_test', 'slicing/slicing_test']
+  return ['core/core_test', 'reference/reference_test', 'slicing/slicing_test', 'mesh/mesh_test']
     .map((name) => run(env, `build/${preset}/tests/${name}`, '--gtest_brief=1'))
     .every(Boolean);
 }

@@ -6,14 +6,15 @@ cd "$(dirname "$0")/.."
 
 purpose=${1:-build}
 packages="g++ cmake ninja-build libboost-dev"
+packages="$packages libexpat1-dev libfast-float-dev libminizip-dev zlib1g-dev"
 case $purpose in
   build) ;;
   test)
-    packages="$packages libgtest-dev libbenchmark-dev zlib1g-dev nlohmann-json3-dev"
+    packages="$packages libgtest-dev libgmock-dev libbenchmark-dev nlohmann-json3-dev"
     packages="$packages clang-format clang-tidy pkgconf"
     ;;
   bench) packages="$packages libbenchmark-dev libopencv-dev" ;;
-  sanitize) packages="$packages libgtest-dev zlib1g-dev nlohmann-json3-dev" ;;
+  sanitize) packages="$packages libgtest-dev libgmock-dev nlohmann-json3-dev" ;;
   fuzz) packages="$packages clang libclang-rt-dev" ;;
   digest)
     packages="$packages clang libc++-dev libc++abi-dev g++-aarch64-linux-gnu qemu-user"

@@ -41,7 +41,7 @@ function remedy() {
 }
 
 function buildTools() {
-  const rest = "CMake, Ninja and Boost's headers";
+  const rest = 'CMake, Ninja and the libraries that scripts/setup.sh lists';
   switch (process.platform) {
     case 'darwin':
       return `the Xcode command line tools, ${rest}`;

@@ -1,0 +1,87 @@
+#include "mesh/byte_source.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <string>
+#include <system_error>
+
+#include "mesh/mesh_error.h"
+
+namespace stiltforge::mesh {
+
+namespace {
+
+constexpr const char* checkPath = "Check the path and its permissions";
+
+MeshError unreadable(const std::string& reason) {
+  return {"the file can't be read (" + reason + ")", checkPath};
+}
+
+void requireRegularFile(const std::filesystem::path& path) {
+  using std::filesystem::file_type;
+  std::error_code failure;
+  const auto status = std::filesystem::status(path, failure);
+  switch (status.type()) {
+    case file_type::regular:
+      return;
+    case file_type::not_found:
+      throw MeshError("there is no such file", "Check the path");
+    case file_type::directory:
+      throw MeshError("this is a folder", "Name a mesh file in it");
+    case file_type::block:
+    case file_type::character:
+      throw MeshError("this is a device, not a file", "Name a mesh file");
+    case file_type::fifo:
+    case file_type::socket:
+      throw MeshError("this is a pipe, which can be read only once", "Save it as a file first");
+    default:
+      throw unreadable(failure ? failure.message() : "it is of an unknown kind");
+  }
+}
+
+}  // namespace
+
+std::size_t ByteSource::read(std::uint64_t offset, std::span<char> target) {
+  requireGoingOn();
+  return readAt(offset, target);
+}
+
+void ByteSource::requireGoingOn() const {
+  if (cancelled_ != nullptr && cancelled_->load(std::memory_order_relaxed)) throw Cancelled();
+}
+
+std::size_t MemorySource::readAt(std::uint64_t offset, std::span<char> target) {
+  if (offset >= bytes_.size()) return 0;
+  const auto start = static_cast<std::size_t>(offset);
+  const std::size_t count = std::min(target.size(), bytes_.size() - start);
+  if (count > 0) std::memcpy(target.data(), bytes_.data() + start, count);
+  return count;
+}
+
+FileSource::FileSource(const std::filesystem::path& path) {
+  requireRegularFile(path);
+  // Everyone who reads here does so in large pieces.
+  file_.rdbuf()->pubsetbuf(nullptr, 0);
+  errno = 0;
+  file_.open(path, std::ios::binary);
+  if (!file_) throw unreadable(errno != 0 ? std::generic_category().message(errno) : "no reason");
+  std::error_code failure;
+  size_ = std::filesystem::file_size(path, failure);
+  if (failure) throw unreadable(failure.message());
+}
+
+std::size_t FileSource::readAt(std::uint64_t offset, std::span<char> target) {
+  if (offset >= size_) return 0;
+  const auto wanted =
+      static_cast<std::size_t>(std::min<std::uint64_t>(target.size(), size_ - offset));
+  file_.clear();
+  errno = 0;
+  file_.seekg(static_cast<std::streamoff>(offset));
+  file_.read(target.data(), static_cast<std::streamsize>(wanted));
+  if (file_.bad()) throw unreadable(std::generic_category().message(errno));
+  // Fewer when someone has made the file shorter since.
+  return static_cast<std::size_t>(file_.gcount());
+}
+
+}  // namespace stiltforge::mesh
