@@ -1,9 +1,8 @@
 import { basename } from 'node:path';
 import { Analysis, type AnalysisParameters } from 'stiltforge/analysis';
 import { ExitCode, Interrupted, messageOf, UserError } from './errors.js';
-import { regionPictures } from './inspect.js';
 import { isLackOfMemory, outOfMemory, requireMemory } from './memory.js';
-import { boundingBox, type Triangles } from './mesh/triangles.js';
+import type { Triangles } from './mesh/triangles.js';
 import {
   pointsCsv,
   type SupportRecord,
@@ -11,15 +10,15 @@ import {
   supportsJson,
 } from './output/documents.js';
 import { OutputFolder } from './output/output_folder.js';
-import { type PartPoint, sidesPicture, undersidePicture } from './pictures/part_picture.js';
+import { pictureNames } from './picture_names.js';
 import type { Progress } from './progress.js';
+import { regionPictures } from './region_pictures.js';
 import { checkSettings } from './setting_ranges.js';
 import { analysisParameters, type PrintSettings, type SupportSettings } from './settings.js';
-import { slicePictureNames, slicePictures } from './slice_pictures.js';
 import { SliceStream } from './slice_stream.js';
 import { loadSlicing, type Slicer } from './slicer.js';
 import type { Summary } from './summary.js';
-import { Tally } from './tally.js';
+import { type PlacedSupport, Tally } from './tally.js';
 import { version } from './version.js';
 import { meshWarnings } from './warnings.js';
 import { counted } from './wording.js';
@@ -108,7 +107,7 @@ function expectedFiles({ pictures, inspect }: Job): string[] {
   return [
     'supports.json',
     'points.csv',
-    ...(pictures ? ['part.png', 'part_from_below.png', ...slicePictureNames] : []),
+    ...(pictures ? pictureNames : []),
     ...inspect.map((region) => `${inspectName(region)}.png`),
   ];
 }
@@ -136,93 +135,129 @@ async function writeOutputs(
   folder: OutputFolder,
 ): Promise<Omit<Summary, 'seconds' | 'peakMemory'>> {
   const { print, support } = job;
+  // Loaded while the first layers are analysed.
+  const pictures = job.pictures ? import('./run_pictures.js') : undefined;
+  pictures?.catch(() => {});
+  let warnings: string[] = [];
+  try {
+    progress.start(slicer.layerCount, job.pictures ? drawingSeconds(slicer) : 0);
+    const begin = performance.now();
+    const { tally, materialPixels } = await analysed(
+      job,
+      progress,
+      signal,
+      slicer,
+      parameters,
+      folder,
+    );
+    const analysisSeconds = (performance.now() - begin) / 1000;
+    const sliceVolume = materialPixels * print.pixelSize ** 2 * print.layerHeight;
+    const { report } = slicer;
+    const { layerHeight } = print;
+    warnings = meshWarnings({ report, sliceVolume, layers: tally.layers, layerHeight });
+
+    const plateZ = report.bounds.min[2];
+    const supports = tally.supports.map((placed) => supportRecord(placed, print, slicer));
+    const { bounds, ...mesh } = report;
+    const document: SupportsDocument = {
+      generator: `stiltforge ${version}`,
+      model: { file: basename(job.name), ...bounds, mesh, sliceVolume, warnings },
+      print: {
+        ...print,
+        layers: slicer.layerCount,
+        crop: {
+          column: slicer.cropX,
+          row: slicer.cropY,
+          width: slicer.width,
+          height: slicer.height,
+        },
+      },
+      settings: support,
+      parameters,
+      summary: {
+        layers: slicer.layerCount,
+        regions: tally.regions,
+        islands: tally.islands,
+        supportedIslands: tally.supportedIslands,
+        singlePixelIslands: tally.singlePixelIslands,
+        supports: supports.length,
+      },
+      supports,
+    };
+    await folder.write('supports.json', supportsJson(document));
+    await folder.write('points.csv', pointsCsv(supports));
+    if (pictures !== undefined) {
+      progress.pictures(0);
+      const { drawPictures } = await pictures;
+      const part = { ...job, slicer, parameters, tally, supports };
+      for (const { name, png } of await drawPictures(part, progress.pictures, signal)) {
+        await folder.write(name, png);
+      }
+    }
+    return {
+      name: job.name,
+      ...document.summary,
+      supports,
+      plateZ,
+      analysisSeconds,
+      folder: job.folder,
+      files: folder.topLevelNames(),
+    };
+  } finally {
+    progress.stop();
+    for (const sentence of warnings) warn(`${job.name}: ${sentence}`);
+  }
+}
+
+/** Analyses all layers and draws the regions that are to be inspected. */
+async function analysed(
+  job: Job,
+  progress: Progress,
+  signal: AbortSignal,
+  slicer: Slicer,
+  parameters: AnalysisParameters,
+  folder: OutputFolder,
+): Promise<{ tally: Tally; materialPixels: number }> {
   const tally = new Tally();
   const stream = new SliceStream(slicer);
-  const begin = performance.now();
   const analysis = Analysis.create(parameters);
   try {
-    progress.start(slicer.layerCount);
     for await (const result of analysis.run(stream, { signal })) {
       stream.recycle();
       tally.add(result);
-      progress.update(tally.layers.length);
+      progress.layers(tally.layers.length);
     }
+    if (stream.materialPixels === 0) throw emptySlices(job, slicer);
     requireRegions(job, tally);
     for (const region of job.inspect) await writeRegion(region, analysis, folder);
   } finally {
-    progress.stop();
     await analysis.close();
   }
-  if (stream.materialPixels === 0) throw emptySlices(job, slicer);
-  const analysisSeconds = (performance.now() - begin) / 1000;
+  return { tally, materialPixels: stream.materialPixels };
+}
 
-  const plateZ = slicer.report.bounds.min[2];
-  const supports = tally.supports.map(({ layer, region, kind, column, row }): SupportRecord => {
-    const screenColumn = slicer.cropX + column;
-    const screenRow = slicer.cropY + row;
-    return {
-      x: rounded(slicer.originX + (screenColumn + 0.5) * print.pixelSize),
-      y: rounded(slicer.originY - (screenRow + 0.5) * print.pixelSize),
-      z: rounded(plateZ + layer * print.layerHeight),
-      column: screenColumn,
-      row: screenRow,
-      layer,
-      region,
-      kind,
-    };
-  });
-  const sliceVolume = stream.materialPixels * print.pixelSize ** 2 * print.layerHeight;
-  const warnings = meshWarnings({
-    report: slicer.report,
-    sliceVolume,
-    layers: tally.layers,
-    layerHeight: print.layerHeight,
-  });
-  for (const sentence of warnings) warn(`${job.name}: ${sentence}`);
-
-  const { bounds, ...mesh } = slicer.report;
-  const document: SupportsDocument = {
-    generator: `stiltforge ${version}`,
-    model: { file: basename(job.name), ...bounds, mesh, sliceVolume, warnings },
-    print: {
-      ...print,
-      layers: slicer.layerCount,
-      crop: {
-        column: slicer.cropX,
-        row: slicer.cropY,
-        width: slicer.width,
-        height: slicer.height,
-      },
-    },
-    settings: support,
-    parameters,
-    summary: {
-      layers: slicer.layerCount,
-      regions: tally.regions,
-      islands: tally.islands,
-      supportedIslands: tally.supportedIslands,
-      singlePixelIslands: tally.singlePixelIslands,
-      supports: supports.length,
-    },
-    supports,
-  };
-  await folder.write('supports.json', supportsJson(document));
-  await folder.write('points.csv', pointsCsv(supports));
-  if (job.pictures) {
-    await writePartPictures(job, supports, folder, signal);
-    for (const { name, png } of await slicePictures(slicer, parameters, tally, print, signal)) {
-      await folder.write(name, png);
-    }
-  }
+function supportRecord(
+  { layer, region, kind, column, row }: PlacedSupport,
+  print: PrintSettings,
+  slicer: Slicer,
+): SupportRecord {
+  const screenColumn = slicer.cropX + column;
+  const screenRow = slicer.cropY + row;
   return {
-    name: job.name,
-    ...document.summary,
-    supports,
-    plateZ,
-    analysisSeconds,
-    folder: job.folder,
-    files: folder.topLevelNames(),
+    x: rounded(slicer.originX + (screenColumn + 0.5) * print.pixelSize),
+    y: rounded(slicer.originY - (screenRow + 0.5) * print.pixelSize),
+    z: rounded(slicer.report.bounds.min[2] + layer * print.layerHeight),
+    column: screenColumn,
+    row: screenRow,
+    layer,
+    region,
+    kind,
   };
+}
+
+/** About what the pictures take: they grow with the mesh and with the pixels of a slice. */
+function drawingSeconds({ report, width, height }: Slicer): number {
+  return 0.8 + 1.5e-6 * report.triangles + 1e-7 * width * height;
 }
 
 /** The slices show nothing, which is either the pixels' fault or the mesh's. */
@@ -268,23 +303,6 @@ async function writeRegion(
   for (const [image, png] of Object.entries(pictures.images)) {
     await folder.write(`${name}/${image}.png`, png);
   }
-}
-
-async function writePartPictures(
-  { name, mesh, support }: Job,
-  supports: readonly SupportRecord[],
-  folder: OutputFolder,
-  signal: AbortSignal,
-): Promise<void> {
-  const points = supports.map(({ x, y, z, kind }): PartPoint => ({ position: [x, y, z], kind }));
-  const { min, max } = boundingBox(mesh);
-  const size = max.map((value, axis) => (value - min[axis]).toFixed(1)).join(' x ');
-  const title = `${basename(name)}, ${size} mm: ${supports.length} supports`;
-  const options = { title, criticalAngle: support.criticalAngle };
-  await folder.write('part.png', await sidesPicture(mesh, points, options));
-  signal.throwIfAborted();
-  await folder.write('part_from_below.png', await undersidePicture(mesh, points, options));
-  signal.throwIfAborted();
 }
 
 /** To the micrometre: beyond it are only the digits of binary fractions. */

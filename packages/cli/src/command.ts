@@ -4,7 +4,7 @@ import { analyseMesh, type RegionToInspect } from './analyse_mesh.js';
 import { codeOf, ExitCode, Interrupted, messageOf, UserError } from './errors.js';
 import { loadMesh } from './mesh/load.js';
 import { boundingBox, scaled, type Triangles, turnedFromYUp } from './mesh/triangles.js';
-import { noProgress, progressOn } from './progress.js';
+import { noProgress, type Progress, progressLines } from './progress.js';
 import { checkSettings } from './setting_ranges.js';
 import { defaultPrint, defaultSupport } from './settings.js';
 import { summaryText } from './summary.js';
@@ -150,7 +150,7 @@ async function analyse(meshFile: string, options: Options): Promise<void> {
   // Before a large mesh is read.
   checkSettings(print, support);
   const mesh = transformed(await loadMesh(meshFile), options);
-  const summary = await untilInterrupted((signal) =>
+  const summary = await untilInterrupted(async (signal) =>
     analyseMesh(
       {
         name: meshFile,
@@ -164,13 +164,20 @@ async function analyse(meshFile: string, options: Options): Promise<void> {
         memory: options.memory === undefined ? undefined : 1e9 * options.memory,
       },
       {
-        progress: options.quiet ? noProgress : progressOn(process.stderr),
+        progress: options.quiet ? noProgress : await progressOn(process.stderr),
         signal,
         warn: (sentence) => process.stderr.write(`stiltforge: warning: ${sentence}\n`),
       },
     ),
   );
   if (!options.quiet) process.stdout.write(summaryText(summary));
+}
+
+/** A bar, or lines where standard error is not a terminal. */
+export async function progressOn(stream: NodeJS.WriteStream): Promise<Progress> {
+  if (!stream.isTTY) return progressLines(stream);
+  const { progressBar } = await import('./progress_bar.js');
+  return progressBar(stream);
 }
 
 function transformed(mesh: Triangles, { up, height, scale }: Options): Triangles {

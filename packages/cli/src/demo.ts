@@ -1,8 +1,7 @@
 import { createRequire } from 'node:module';
 import { analyseMesh } from './analyse_mesh.js';
-import { untilInterrupted } from './command.js';
+import { progressOn, untilInterrupted } from './command.js';
 import { scaled, standingOnOrigin, turnedFromYUp } from './mesh/triangles.js';
-import { progressOn } from './progress.js';
 import { defaultPrint, defaultSupport } from './settings.js';
 import { summaryText } from './summary.js';
 
@@ -18,7 +17,7 @@ const corners = bunny.cells.flatMap((cell) => cell.flatMap((vertex) => bunny.pos
 const standing = standingOnOrigin(turnedFromYUp(new Float32Array(corners)));
 const tallest = standing.reduce((top, value, i) => (i % 3 === 2 ? Math.max(top, value) : top), 0);
 
-const summary = await untilInterrupted((signal) =>
+const summary = await untilInterrupted(async (signal) =>
   analyseMesh(
     {
       name: 'bunny',
@@ -31,7 +30,7 @@ const summary = await untilInterrupted((signal) =>
       inspect: [],
     },
     {
-      progress: progressOn(process.stderr),
+      progress: await progressOn(process.stderr),
       signal,
       warn: (sentence) => process.stderr.write(`warning: ${sentence}\n`),
     },

@@ -3,11 +3,11 @@
 
 export { analyseMesh, type Job, type JobWatcher, type RegionToInspect } from './analyse_mesh.js';
 export { ExitCode, Interrupted, UserError } from './errors.js';
-export { type RegionPictures, regionPictures } from './inspect.js';
 export { loadMesh } from './mesh/load.js';
 export type { Triangles } from './mesh/triangles.js';
 export type { SupportRecord, SupportsDocument } from './output/documents.js';
 export { noProgress, type Progress } from './progress.js';
+export { type RegionPictures, regionPictures } from './region_pictures.js';
 export {
   analysisParameters,
   defaultPrint,

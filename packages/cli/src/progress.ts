@@ -1,92 +1,92 @@
-import { Presets, SingleBar } from 'cli-progress';
 import { durationText, rateText } from './wording.js';
 
-/** Shows how far the analysis is. */
+/** Shows how far a run is. */
 export interface Progress {
-  start(total: number): void;
-  update(done: number): void;
+  /** `pictureSeconds`: what the pictures will take, as far as that is known. */
+  start(layers: number, pictureSeconds: number): void;
+  /** So many layers are analysed. */
+  layers(done: number): void;
+  /** All are, and of the pictures the share is drawn. */
+  pictures(share: number): void;
   stop(): void;
 }
 
-export const noProgress: Progress = { start() {}, update() {}, stop() {} };
+export const noProgress: Progress = { start() {}, layers() {}, pictures() {}, stop() {} };
 
 /** Milliseconds between lines where no bar can be drawn. */
 const linePause = 5000;
 
-/** Columns of a terminal, and those of the longest text beside the bar. */
-const usualColumns = 80;
-const barText = ' 100% | layer 65535 of 65535 | 99999 layers/s | 59 min 59 s left'.length;
-
-/**
- * A bar with layers per second and the time left; where standard error is not a terminal, a line now
- * and then.
- */
-export function progressOn(stream: NodeJS.WriteStream): Progress {
-  const clock = new Clock();
-  return stream.isTTY ? barOn(stream, clock) : linesOn(stream, clock);
-}
-
-function barOn(stream: NodeJS.WriteStream, clock: Clock): Progress {
-  const bar = new SingleBar(
-    {
-      stream,
-      barsize: Math.min(40, Math.max(4, (stream.columns || usualColumns) - barText - 1)),
-      format: '{bar} {percentage}% | layer {value} of {total} | {rate} layers/s | {left} left',
-      hideCursor: true,
-      fps: 10,
-    },
-    Presets.shades_classic,
-  );
-  return {
-    start(total) {
-      clock.start(total);
-      bar.start(total, 0, clock.at(0));
-    },
-    update(done) {
-      bar.update(done, clock.at(done));
-    },
-    stop() {
-      bar.stop();
-    },
-  };
-}
-
-function linesOn(stream: NodeJS.WriteStream, clock: Clock): Progress {
-  let total = 0;
+/** A line now and then, for a stream that is no terminal. */
+export function progressLines(stream: NodeJS.WritableStream): Progress {
+  const course = new Course();
   let last = 0;
+  const write = (state: State): void => {
+    if (performance.now() - last < linePause) return;
+    last = performance.now();
+    stream.write(`${state.parts.join(', ')}\n`);
+  };
   return {
-    start(layers) {
-      total = layers;
-      last = Date.now();
-      clock.start(layers);
+    start(layers, pictureSeconds) {
+      last = performance.now();
+      course.start(layers, pictureSeconds);
     },
-    update(done) {
-      if (Date.now() - last < linePause) return;
-      last = Date.now();
-      const { rate, left } = clock.at(done);
-      stream.write(`layer ${done} of ${total}, ${rate} layers/s, ${left} left\n`);
-    },
+    layers: (done) => write(course.layers(done)),
+    pictures: (share) => write(course.pictures(share)),
     stop() {},
   };
 }
 
+export interface State {
+  /** Of the time that the run takes, from 0 to 1. */
+  share: number;
+  /** What a person reads: "layer 540 of 1,200", "587 layers/s", "2 s left". */
+  parts: string[];
+}
+
 /** Layers per second, averaged over the last seconds, and what follows from it. */
-class Clock {
+export class Course {
   private marks: { time: number; done: number }[] = [];
   private total = 0;
+  private pictureSeconds = 0;
+  private began = 0;
+  private drawingBegan = 0;
+  private shown = 0;
 
-  start(total: number): void {
-    this.total = total;
-    this.marks = [{ time: performance.now(), done: 0 }];
+  start(layers: number, pictureSeconds: number): State {
+    this.total = layers;
+    this.pictureSeconds = pictureSeconds;
+    this.began = performance.now();
+    this.shown = 0;
+    this.drawingBegan = 0;
+    this.marks = [{ time: this.began, done: 0 }];
+    return this.layers(0);
   }
 
-  at(done: number): { rate: string; left: string } {
+  layers(done: number): State {
     const now = performance.now();
-    if (now - this.marks[this.marks.length - 1].time > 250) this.marks.push({ time: now, done });
-    while (this.marks.length > 2 && now - this.marks[0].time > 5000) this.marks.shift();
-    const [first] = this.marks;
-    const rate = (1000 * (done - first.done)) / (now - first.time);
-    if (!(rate > 0)) return { rate: '-', left: '-' };
-    return { rate: rateText(rate), left: durationText((this.total - done) / rate) };
+    const { marks } = this;
+    if (now - marks[marks.length - 1].time > 250) marks.push({ time: now, done });
+    while (marks.length > 2 && now - marks[0].time > 5000) marks.shift();
+    const rate = (1000 * (done - marks[0].done)) / (now - marks[0].time);
+    const layer = `layer ${done} of ${this.total}`;
+    if (!(rate > 0)) return { share: this.shown, parts: [layer, '- layers/s', '- left'] };
+    const left = (this.total - done) / rate + this.pictureSeconds;
+    return this.state(left, [layer, `${rateText(rate)} layers/s`]);
+  }
+
+  pictures(share: number): State {
+    this.drawingBegan ||= performance.now();
+    const elapsed = (performance.now() - this.drawingBegan) / 1000;
+    // The more is drawn, the more counts how long it took.
+    const rest = (1 - share) * (share > 0 ? elapsed / share : 0);
+    const left = share * rest + (1 - share) * (1 - share) * this.pictureSeconds;
+    return this.state(left, ['drawing pictures']);
+  }
+
+  /** The bar never goes back, though the time left may grow. */
+  private state(secondsLeft: number, parts: string[]): State {
+    const elapsed = (performance.now() - this.began) / 1000;
+    this.shown = Math.max(this.shown, elapsed / (elapsed + secondsLeft));
+    return { share: this.shown, parts: [...parts, `${durationText(secondsLeft)} left`] };
   }
 }

@@ -1,4 +1,5 @@
 import sharp from 'sharp';
+import { background } from './palette.js';
 
 export interface Tile {
   width: number;
@@ -21,8 +22,8 @@ export async function contactSheet(
     top: top + tile.height * Math.floor(i / columns),
   }));
   const bar = header === undefined ? [] : [{ input: Buffer.from(header.svg), left: 0, top: 0 }];
-  return sharp({ create: { width, height, channels: 3, background: '#f8fafb' } })
+  return sharp({ create: { width, height, channels: 3, background } })
     .composite([...bar, ...placed])
-    .png({ compressionLevel: 9, palette: true, quality: 95, effort: 8 })
+    .png()
     .toBuffer();
 }

@@ -1,15 +1,16 @@
 import { readFileSync } from 'node:fs';
 import { createRequire } from 'node:module';
-import opentype from 'opentype.js';
+import type { Font } from 'opentype.js';
 
-const fontFile = createRequire(import.meta.url).resolve(
-  '@fontsource/roboto/files/roboto-latin-500-normal.woff',
-);
+const require = createRequire(import.meta.url);
+const fontFile = require.resolve('@fontsource/roboto/files/roboto-latin-500-normal.woff');
 
-let font: opentype.Font | undefined;
+let font: Font | undefined;
 
-function loadedFont(): opentype.Font {
+function loadedFont(): Font {
   if (font === undefined) {
+    // import would search the whole library for its exports first, which takes longer than to load it.
+    const opentype = require('opentype.js') as typeof import('opentype.js');
     const bytes = readFileSync(fontFile);
     font = opentype.parse(
       bytes.buffer.slice(bytes.byteOffset, bytes.byteOffset + bytes.byteLength) as ArrayBuffer,

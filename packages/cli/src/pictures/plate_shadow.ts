@@ -5,46 +5,65 @@ const mostCells = 1000; // along a side
 const blurRadius = 2.5; // mm
 const fadeHeight = 12; // mm above the plate at which the shadow has faded to a third
 
-/** How dark the plate is below the mesh, 0 to 1, at a place in millimetres. */
-export type PlateShadow = (x: number, y: number) => number;
+/** How dark a plate is in square cells, 0 to 1, row by row; the first cell at x = y = -reach. */
+export interface PlateShadow {
+  darkness: Float32Array;
+  /** Cells along a side. */
+  side: number;
+  /** mm */
+  cell: number;
+  reach: number;
+}
+
+export function darknessAt(
+  { darkness, side, cell, reach }: PlateShadow,
+  x: number,
+  y: number,
+): number {
+  const column = Math.floor((x + reach) / cell);
+  const row = Math.floor((y + reach) / cell);
+  const inside = row >= 0 && column >= 0 && row < side && column < side;
+  return inside ? darkness[row * side + column] : 0;
+}
 
 /** A soft contact shadow: dark where the mesh is near the plate, fading with its height above it. */
 export function plateShadow(mesh: Triangles, plateZ: number, reach: number): PlateShadow {
   const cell = Math.max(finestCell, (2 * reach) / mostCells);
   const side = Math.ceil((2 * reach) / cell);
   const radius = Math.round(blurRadius / cell);
-  const dark = new Float32Array(side * side);
-  const toCell = (value: number): number => (value + reach) / cell;
+  const darkness = new Float32Array(side * side);
+  const perCell = 1 / cell;
   for (let i = 0; i < mesh.length; i += 9) {
-    const xs = [mesh[i], mesh[i + 3], mesh[i + 6]].map(toCell);
-    const ys = [mesh[i + 1], mesh[i + 4], mesh[i + 7]].map(toCell);
-    const z = Math.min(mesh[i + 2], mesh[i + 5], mesh[i + 8]);
-    const shade = Math.exp(-(z - plateZ) / fadeHeight);
-    const area = (xs[1] - xs[0]) * (ys[2] - ys[0]) - (ys[1] - ys[0]) * (xs[2] - xs[0]);
+    const ax = (mesh[i] + reach) * perCell;
+    const ay = (mesh[i + 1] + reach) * perCell;
+    const bx = (mesh[i + 3] + reach) * perCell;
+    const by = (mesh[i + 4] + reach) * perCell;
+    const cx = (mesh[i + 6] + reach) * perCell;
+    const cy = (mesh[i + 7] + reach) * perCell;
+    const area = (bx - ax) * (cy - ay) - (by - ay) * (cx - ax);
     if (area === 0) continue;
-    for (let row = Math.floor(Math.min(...ys)); row <= Math.max(...ys); row++) {
-      for (let column = Math.floor(Math.min(...xs)); column <= Math.max(...xs); column++) {
-        if (row < 0 || column < 0 || row >= side || column >= side) continue;
+    const z = Math.min(mesh[i + 2], mesh[i + 5], mesh[i + 8]);
+    const shade = Math.exp((plateZ - z) / fadeHeight);
+    const lastRow = Math.min(side - 1, Math.max(ay, by, cy));
+    const lastColumn = Math.min(side - 1, Math.max(ax, bx, cx));
+    const firstColumn = Math.max(0, Math.floor(Math.min(ax, bx, cx)));
+    for (let row = Math.max(0, Math.floor(Math.min(ay, by, cy))); row <= lastRow; row++) {
+      const y = row + 0.5;
+      for (let column = firstColumn; column <= lastColumn; column++) {
         const x = column + 0.5;
-        const y = row + 0.5;
-        const wa = ((xs[1] - x) * (ys[2] - y) - (ys[1] - y) * (xs[2] - x)) / area;
-        const wb = ((xs[2] - x) * (ys[0] - y) - (ys[2] - y) * (xs[0] - x)) / area;
+        const wa = ((bx - x) * (cy - y) - (by - y) * (cx - x)) / area;
+        const wb = ((cx - x) * (ay - y) - (cy - y) * (ax - x)) / area;
         if (wa < -0.1 || wb < -0.1 || wa + wb > 1.1) continue;
         const at = row * side + column;
-        dark[at] = Math.max(dark[at], shade);
+        if (shade > darkness[at]) darkness[at] = shade;
       }
     }
   }
   for (let pass = 0; pass < 2; pass++) {
-    blurLines(dark, side, radius, 1, side);
-    blurLines(dark, side, radius, side, 1);
+    blurLines(darkness, side, radius, 1, side);
+    blurLines(darkness, side, radius, side, 1);
   }
-  return (x, y) => {
-    const column = Math.floor(toCell(x));
-    const row = Math.floor(toCell(y));
-    const inside = row >= 0 && column >= 0 && row < side && column < side;
-    return inside ? dark[row * side + column] : 0;
-  };
+  return { darkness, side, cell, reach };
 }
 
 /** A running mean along each line of a square grid. */
@@ -60,7 +79,7 @@ function blurLines(
     for (let i = 0; i < side; i++) line[i] = values[k * lineStep + i * step];
     let sum = 0;
     for (let i = -radius; i < side; i++) {
-      sum += line[i + radius] ?? 0;
+      if (i + radius < side) sum += line[i + radius];
       if (i - radius - 1 >= 0) sum -= line[i - radius - 1];
       if (i >= 0) values[k * lineStep + i * step] = sum / (2 * radius + 1);
     }

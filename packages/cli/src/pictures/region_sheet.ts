@@ -1,12 +1,8 @@
 import sharp, { type Sharp } from 'sharp';
-import {
-  type Analysis,
-  type GroupImageName,
-  type GroupImages,
-  groupImageNames,
-} from 'stiltforge/analysis';
-import { contactSheet } from './pictures/contact_sheet.js';
-import { label } from './pictures/label.js';
+import { type GroupImageName, type GroupImages, groupImageNames } from 'stiltforge/analysis';
+import { contactSheet } from './contact_sheet.js';
+import { label } from './label.js';
+import { background } from './palette.js';
 
 /** What each image shows, in the order of the sheet. */
 const captions: [name: GroupImageName, title: string, meaning: string][] = [
@@ -32,18 +28,12 @@ export interface RegionPictures {
   sheet: Buffer;
 }
 
-/**
- * The sampling state of one analysed region as eight PNG images and one labelled contact sheet, for a
- * person who tunes parameters.
- * @param layer index of the layer in the order of analysis, from 0
- * @param region number of the region in its layer, from 1, as in supports.json
- */
-export async function regionPictures(
-  analysis: Analysis,
+/** The images of a region as PNGs and on one sheet with their names; its layer counts from 0, it from 1. */
+export async function regionSheet(
+  rendered: GroupImages,
   layer: number,
   region: number,
 ): Promise<RegionPictures> {
-  const rendered = await analysis.groupImages(layer, region - 1);
   const pngs = await Promise.all(groupImageNames.map((name) => png(rendered, name)));
   const tiles = await Promise.all(
     captions.map(([name, title, meaning]) => captionedTile(rendered, name, title, meaning)),
@@ -94,7 +84,7 @@ async function captionedTile(
     <g transform="translate(${left} ${top})">${rings}</g></svg>`;
   // White pixels and transparent ones must both be told from the sheet.
   const backdrop = { create: { width, height, channels: 3 as const, background: '#93a5b6' } };
-  return sharp({ create: { ...tile, channels: 3, background: '#f8fafb' } })
+  return sharp({ create: { ...tile, channels: 3, background } })
     .composite([
       { input: await sharp(backdrop).png().toBuffer(), left, top },
       { input, left, top },
