@@ -1,15 +1,11 @@
 #include "addon/environment.h"
 
 #include "addon/analysis_owner.h"
-#include "runtime/worker_pool.h"
+#include "node_api/pool_users.h"
 
 namespace stiltforge {
 
 namespace {
-
-std::mutex countMutex;
-uint32_t openEnvironments = 0;
-uint32_t everOpened = 0;
 
 struct InstanceData {
   std::shared_ptr<Environment> environment;
@@ -34,11 +30,7 @@ std::string threadName(Napi::Env env, uint32_t id) {
 
 void Environment::open(Napi::Env env) {
   auto environment = std::make_shared<Environment>();
-  {
-    const std::lock_guard<std::mutex> lock(countMutex);
-    ++openEnvironments;
-    environment->id = ++everOpened;
-  }
+  environment->id = pool_users::enter();
   env.SetInstanceData(new InstanceData{environment});
   env.AddCleanupHook([environment] { environment->close(); });
 
@@ -59,10 +51,7 @@ void Environment::close() {
   }
   AnalysisClaim::end(*this);
   memory = {};
-
-  // The shared object is unmapped once no environment uses it; no thread may run in it then.
-  const std::lock_guard<std::mutex> lock(countMutex);
-  if (--openEnvironments == 0) workers::shutdown();
+  pool_users::leave();
 }
 
 }  // namespace stiltforge

@@ -8,18 +8,9 @@
 #include "addon/environment.h"
 #include "model/model.h"
 #include "node_api/refusal.h"
+#include "node_api/script_access.h"
 
 namespace stiltforge {
-
-namespace {
-
-bool canRunScript(Napi::Env env) {
-  const Napi::HandleScope scope(env);
-  bool found = false;
-  return napi_has_named_property(env, env.Global(), "Object", &found) == napi_ok;
-}
-
-}  // namespace
 
 Job::Job(const Napi::Function& callback, std::shared_ptr<Environment> owner)
     : Napi::AsyncWorker(callback), environment(std::move(owner)) {}

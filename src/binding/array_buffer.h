@@ -7,9 +7,6 @@
 
 namespace stiltforge::binding {
 
-/// Keeps the environment's own functions for what follows. Call when the module is loaded.
-void keepArrayBufferFunctions(Napi::Env env);
-
 /// A zero-filled ArrayBuffer that nobody else has. Throws an Error with `withoutMemory` when there
 /// is no memory for it, where the function of Node-API would end the process.
 Napi::ArrayBuffer newArrayBuffer(Napi::Env env, std::size_t bytes,

@@ -4,22 +4,11 @@
 #include <new>
 #include <utility>
 
+#include "node_api/refusal.h"
+#include "node_api/script_access.h"
+#include "node_api/value_maker.h"
+
 namespace stiltforge::binding {
-
-namespace {
-
-// The completion runs during the environment's shutdown too, where every call into JavaScript fails
-// and the C++ wrapper would abort on the failure of reporting that failure. Plain calls just say
-// so.
-bool reject(napi_env env, napi_deferred deferred, const std::string& message) {
-  napi_value text;
-  napi_value error;
-  return napi_create_string_utf8(env, message.data(), message.size(), &text) == napi_ok &&
-         napi_create_error(env, nullptr, text, &error) == napi_ok &&
-         napi_reject_deferred(env, deferred, error) == napi_ok;
-}
-
-}  // namespace
 
 Job::~Job() {
   if (asyncWork_ != nullptr) napi_delete_async_work(env_, asyncWork_);
@@ -41,8 +30,10 @@ void Job::start(std::unique_ptr<Job> job, std::function<void()> ended) {
   if (napi_queue_async_work(job->env_, job->asyncWork_) == napi_ok) {
     // complete() takes it back.
     static_cast<void>(job.release());
-  } else if (reject(job->env_, job->deferred_, "The work could not be started on a thread.")) {
+  } else if (canRunScript(job->env_)) {
+    job->failure_ = {"The work could not be started on a thread."};
     job->ended_();
+    job->reject(job->env_);
   }
 }
 
@@ -51,21 +42,53 @@ void Job::run(napi_env, void* data) {
   try {
     job.work();
   } catch (const std::bad_alloc&) {
-    job.error_ = job.withoutMemory();
+    job.failure_ = {job.withoutMemory(), codes::memory};
+  } catch (const JobRefusal& refused) {
+    job.failure_ = {refused.what(), refused.code};
   } catch (const std::exception& failure) {
-    job.error_ = failure.what();
+    job.failure_ = {failure.what()};
   }
 }
 
 void Job::complete(napi_env env, napi_status status, void* data) {
   const std::unique_ptr<Job> job(static_cast<Job*>(data));
-  if (status == napi_ok && job->settle(env)) job->ended_();
+  // The completion runs during the environment's shutdown, too; no further job may start then.
+  if (status != napi_ok || !canRunScript(env)) return;
+  job->ended_();
+  job->settle(env);
 }
 
-bool Job::settle(napi_env env) {
-  if (!error_.empty()) return reject(env, deferred_, error_);
-  napi_value value;
-  return result(env, &value) == napi_ok && napi_resolve_deferred(env, deferred_, value) == napi_ok;
+void Job::settle(napi_env env) {
+  if (failure_) {
+    reject(env);
+    return;
+  }
+  try {
+    napi_value value = nullptr;
+    if (result(env, &value) == napi_ok) {
+      napi_resolve_deferred(env, deferred_, value);
+      return;
+    }
+    bool isPending = false;
+    napi_value exception = nullptr;
+    if (napi_is_exception_pending(env, &isPending) == napi_ok && isPending &&
+        napi_get_and_clear_last_exception(env, &exception) == napi_ok) {
+      napi_reject_deferred(env, deferred_, exception);
+    }
+  } catch (const std::bad_alloc&) {
+    failure_ = {withoutMemory(), codes::memory};
+    reject(env);
+  }
+}
+
+void Job::reject(napi_env env) {
+  ValueMaker make(env);
+  const napi_value message = make.string(failure_->message);
+  const napi_value code = failure_->code ? make.string(failure_->code) : nullptr;
+  napi_value error = nullptr;
+  if (make.status() == napi_ok && make.check(napi_create_error(env, code, message, &error))) {
+    napi_reject_deferred(env, deferred_, error);
+  }
 }
 
 }  // namespace stiltforge::binding

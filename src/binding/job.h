@@ -4,6 +4,7 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 
 namespace stiltforge::binding {
@@ -21,28 +22,38 @@ class Job {
   /// The promise that the job settles; made once, before the start.
   Napi::Promise promise();
   /// Starts the job, which then owns itself. `ended` runs on the environment's own thread when the
-  /// promise is settled, unless the environment shuts down before.
+  /// work is done and before the promise is settled, unless the environment shuts down before.
   static void start(std::unique_ptr<Job> job, std::function<void()> ended);
 
  protected:
-  /// Runs on a worker thread. What it throws becomes the promise's rejection.
+  Napi::Env env() const { return env_; }
+
+  /// Runs on a worker thread. What it throws becomes the promise's rejection, with the code of a
+  /// JobRefusal.
   virtual void work() = 0;
-  /// What the promise resolves to, asked for after work() on the environment's own thread. Plain
-  /// Node-API calls only: when the environment shuts down each of them fails, and so does this.
+  /// What the promise resolves to, asked for after work() on the environment's own thread, while
+  /// the next job of the queue may be at work. Plain Node-API calls only: when the environment
+  /// shuts down each of them fails, and so does this. May throw std::bad_alloc.
   virtual napi_status result(napi_env env, napi_value* value) = 0;
   /// The sentence of the rejection when memory runs out.
   virtual const char* withoutMemory() const = 0;
 
  private:
+  struct Failure {
+    std::string message;
+    const char* code = nullptr;
+  };
+
   static void run(napi_env env, void* data);
   static void complete(napi_env env, napi_status status, void* data);
-  bool settle(napi_env env);
+  void settle(napi_env env);
+  void reject(napi_env env);
 
   napi_env env_;
   napi_deferred deferred_ = nullptr;
   napi_async_work asyncWork_ = nullptr;
   std::function<void()> ended_;
-  std::string error_;
+  std::optional<Failure> failure_;
 };
 
 }  // namespace stiltforge::binding

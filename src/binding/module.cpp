@@ -3,9 +3,10 @@
 
 #include <napi.h>
 
-#include "binding/array_buffer.h"
+#include "binding/environment.h"
 #include "binding/mask_slicer_object.h"
 #include "binding/memory_estimate.h"
+#include "binding/model_object.h"
 #include "binding/parameter_table.h"
 #include "binding/print_settings.h"
 #include "binding/slicer_object.h"
@@ -13,7 +14,8 @@
 namespace {
 
 Napi::Object initialize(Napi::Env env, Napi::Object exports) {
-  stiltforge::binding::keepArrayBufferFunctions(env);
+  stiltforge::binding::Environment::open(env);
+  exports.Set("Model", stiltforge::binding::ModelObject::define(env));
   exports.Set("Slicer", stiltforge::binding::SlicerObject::define(env));
   exports.Set("MaskSlicer", stiltforge::binding::MaskSlicerObject::define(env));
   exports.Set("estimateMemory",

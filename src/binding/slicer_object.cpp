@@ -14,6 +14,8 @@ namespace stiltforge::binding {
 
 namespace {
 
+constexpr napi_type_tag typeTag = {0x6c3f0d2b91e84a57, 0xb8d4127e5a90c3f6};
+
 Napi::Array toArray(Napi::Env env, const slicing::Vertex& vertex) {
   Napi::Array array = Napi::Array::New(env, 3);
   array.Set(0u, vertex.x);
@@ -70,7 +72,7 @@ SlicerObject::SlicerObject(const Napi::CallbackInfo& info) : Napi::ObjectWrap<Sl
   const slicing::SlicerSettings settings = readSettings(options);
   const Napi::Float32Array positions = options.floats("positions");
   try {
-    slicer_ = std::make_unique<slicing::Slicer>(
+    shared_ = std::make_shared<SharedSlicer>(
         std::span<const float>(positions.Data(), positions.ElementLength()), settings);
   } catch (const slicing::SlicingError& failure) {
     throw Napi::Error::New(env, failure.what());
@@ -80,26 +82,32 @@ SlicerObject::SlicerObject(const Napi::CallbackInfo& info) : Napi::ObjectWrap<Sl
                                     " triangles. Simplify it first.");
   }
   Napi::MemoryManagement::AdjustExternalMemory(env, meshBytes());
+  info.This().As<Napi::Object>().TypeTag(&typeTag);
 
-  const slicing::ScreenPlacement& placement = slicer_->placement();
+  const slicing::Slicer& slicer = shared_->slicer;
+  const slicing::ScreenPlacement& placement = slicer.placement();
   const auto constant = [&](const char* name, double value) {
     return Napi::PropertyDescriptor::Value(name, Napi::Number::New(env, value), napi_enumerable);
   };
   info.This().As<Napi::Object>().DefineProperties(
-      {constant("layerCount", slicer_->layerCount()), constant("width", placement.width),
+      {constant("layerCount", slicer.layerCount()), constant("width", placement.width),
        constant("height", placement.height), constant("cropX", placement.cropX),
        constant("cropY", placement.cropY), constant("originX", placement.originX),
        constant("originY", placement.originY),
-       Napi::PropertyDescriptor::Value("report", toObject(env, slicer_->report()),
-                                       napi_enumerable)});
+       Napi::PropertyDescriptor::Value("report", toObject(env, slicer.report()), napi_enumerable)});
+}
+
+std::shared_ptr<SharedSlicer> SlicerObject::slicerOf(Napi::Value value) {
+  if (!value.IsObject() || !value.As<Napi::Object>().CheckTypeTag(&typeTag)) return nullptr;
+  return Unwrap(value.As<Napi::Object>())->shared_;
 }
 
 void SlicerObject::Finalize(Napi::BasicEnv env) {
-  if (slicer_) Napi::MemoryManagement::AdjustExternalMemory(env, -meshBytes());
+  if (shared_) Napi::MemoryManagement::AdjustExternalMemory(env, -meshBytes());
 }
 
 int64_t SlicerObject::meshBytes() const {
-  return static_cast<int64_t>(slicer_->report().triangles) *
+  return static_cast<int64_t>(shared_->slicer.report().triangles) *
          static_cast<int64_t>(sizeof(slicing::Triangle) + sizeof(slicing::ZSweep::Interval) +
                               sizeof(uint32_t));
 }
@@ -107,7 +115,7 @@ int64_t SlicerObject::meshBytes() const {
 Napi::Value SlicerObject::slice(const Napi::CallbackInfo& info) {
   const Napi::Env env = info.Env();
   return rejectOnError(env, [&] {
-    const double last = slicer_->layerCount() - 1.0;
+    const double last = shared_->slicer.layerCount() - 1.0;
     if (!info[0].IsNumber()) {
       throw Napi::TypeError::New(env, "The layer's index must be a number.");
     }
@@ -117,9 +125,11 @@ Napi::Value SlicerObject::slice(const Napi::CallbackInfo& info) {
                                            ": layers are numbered 0 to " +
                                            slicing::numberText(last) + ".");
     }
-    const slicing::ScreenPlacement& placement = slicer_->placement();
-    const auto fill = [slicer = slicer_.get(), layer = static_cast<uint32_t>(index)](
-                          uint8_t* rgba) { return slicer->slice(layer, rgba); };
+    const slicing::ScreenPlacement& placement = shared_->slicer.placement();
+    const auto fill = [shared = shared_, layer = static_cast<uint32_t>(index)](uint8_t* rgba) {
+      const std::lock_guard<std::mutex> lock(shared->mutex);
+      return shared->slicer.slice(layer, rgba);
+    };
     return queue_.add(
         info.This().As<Napi::Object>(),
         std::make_unique<SliceJob>(env, placement.width, placement.height, info[1], fill));

@@ -5,7 +5,7 @@
 #include <memory>
 
 #include "binding/job_queue.h"
-#include "slicing/slicer.h"
+#include "binding/shared_slicer.h"
 
 namespace stiltforge::binding {
 
@@ -19,6 +19,9 @@ class SlicerObject : public Napi::ObjectWrap<SlicerObject> {
 
   /// One argument, SlicerOptions.
   explicit SlicerObject(const Napi::CallbackInfo& info);
+  /// The slicer of a script value that is a Slicer; null for any other.
+  static std::shared_ptr<SharedSlicer> slicerOf(Napi::Value value);
+
   /// Takes the mesh's memory back from what the garbage collector counts.
   void Finalize(Napi::BasicEnv env) override;
 
@@ -27,7 +30,7 @@ class SlicerObject : public Napi::ObjectWrap<SlicerObject> {
   Napi::Value slice(const Napi::CallbackInfo& info);
   int64_t meshBytes() const;
 
-  std::unique_ptr<slicing::Slicer> slicer_;
+  std::shared_ptr<SharedSlicer> shared_;
   JobQueue queue_;
 };
 

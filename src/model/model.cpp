@@ -31,8 +31,11 @@ void returnFreedPages() {
 
 }  // namespace
 
-Model::Model(const Settings& settings, std::size_t pixels)
-    : settings_(settings), ghostSpread_(settings.ghostRadius), pixels_(pixels) {}
+Model::Model(const Settings& settings, std::size_t pixels, Plane<uint32_t> markers)
+    : settings_(settings),
+      ghostSpread_(settings.ghostRadius),
+      pixels_(pixels),
+      markers_(std::move(markers)) {}
 
 void Model::prepareGhostSpread(float ghostRadius) {
   if (ghostRadius != ghostSpread_.radius()) ghostSpread_ = GhostSpread(ghostRadius);

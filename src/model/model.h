@@ -31,8 +31,9 @@ class Model {
  public:
   /// A model with the default settings and slices of no pixels, until it is told otherwise.
   Model() = default;
-  /// A model of slices with up to `pixels` pixels. Throws as prepareGhostSpread() does.
-  Model(const Settings& settings, std::size_t pixels);
+  /// A model of slices with up to `pixels` pixels; markers as for start(). Throws as
+  /// prepareGhostSpread() does.
+  Model(const Settings& settings, std::size_t pixels, Plane<uint32_t> markers = {});
 
   Model(const Model&) = delete;
   Model& operator=(const Model&) = delete;

@@ -23,3 +23,59 @@ export function boxOptions(width = 4, depth = 2, height = 3) {
     screenHeight: 400,
   };
 }
+
+/** Boxes [x0, y0, z0, x1, y1, z1] of whole millimetres on a screen of 1 mm pixels, layers of 1 mm. */
+export function boxesOptions(...boxes) {
+  const unit = boxOptions(1, 1, 1).positions;
+  const positions = boxes.flatMap((box) =>
+    Array.from(unit, (corner, i) => box[(i % 3) + 3 * corner]),
+  );
+  return { ...boxOptions(), positions: new Float32Array(positions) };
+}
+
+/** The 28 parameters of a model that wants many supports, with what the test cares about changed. */
+export function modelParameters(width, height, changes = {}) {
+  const defaults = binding.parameterTable.map((row) => [row.name, row.default]);
+  return {
+    ...Object.fromEntries(defaults),
+    ...{ width, height, needBuffer: false, addSupport: true },
+    ...{ supportStrength: 30, firstSupportMinStrength: 2, growthStrength: 1000 },
+    ...{ strengthTransmited: 1, numberOfSamplePerSupport: 50, numberOfSamplePerVoronoi: 20 },
+    ...{ ghostPart: 1, ghostRadius: 8, maxVoronoiIteration: 5 },
+    ...changes,
+  };
+}
+
+/** The runs of an RGBA picture, as Model.analyseRuns takes them. */
+export function runsOf(pixels, width, height) {
+  const bytes = new Uint8Array(pixels);
+  const red = (i) => bytes[4 * i];
+  const blue = (i) => bytes[4 * i + 2];
+  const rowsWhere = (isPart) => {
+    const [rowStart, begin, end] = [[0], [], []];
+    for (let y = 0; y < height; y += 1) {
+      for (let x = 0; x <= width; x += 1) {
+        const before = x > 0 && isPart(y * width + x - 1);
+        const now = x < width && isPart(y * width + x);
+        if (now && !before) begin.push(x);
+        if (before && !now) end.push(x);
+      }
+      rowStart.push(begin.length);
+    }
+    return {
+      rowStart: Uint32Array.from(rowStart),
+      begin: Uint16Array.from(begin),
+      end: Uint16Array.from(end),
+    };
+  };
+  const hangs = (i) => red(i) > 0 && blue(i) < 255;
+  const hanging = Array.from({ length: width * height }, (_, i) => i).filter(hangs);
+  return {
+    ...rowsWhere((i) => red(i) > 0),
+    overhang: {
+      ...rowsWhere(hangs),
+      blue: Uint8Array.from(hanging, blue),
+      green: Uint8Array.from(hanging, (i) => bytes[4 * i + 1]),
+    },
+  };
+}

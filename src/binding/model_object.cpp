@@ -1,0 +1,214 @@
+#include "binding/model_object.h"
+
+#include <cmath>
+#include <limits>
+#include <new>
+#include <span>
+#include <string>
+#include <utility>
+
+#include "analysis/run_extraction.h"
+#include "binding/analysis_jobs.h"
+#include "binding/environment.h"
+#include "binding/host_runs.h"
+#include "binding/model_parameters.h"
+#include "binding/rejection.h"
+#include "binding/slicer_object.h"
+#include "node_api/refusal.h"
+
+namespace stiltforge::binding {
+
+namespace {
+
+std::string sizeText(std::size_t width, std::size_t height) {
+  return std::to_string(width) + " x " + std::to_string(height) + " pixels";
+}
+
+uint32_t wholeNumber(const Napi::Value& value, const char* code, const std::string& what,
+                     double least, double most) {
+  const double number = value.IsNumber() ? value.As<Napi::Number>().DoubleValue() : NAN;
+  if (number >= least && number <= most && number == std::floor(number)) {
+    return static_cast<uint32_t>(number);
+  }
+  const std::string given = value.IsNumber() ? value.ToString().Utf8Value() : "no number";
+  throw refusal(value.Env(), code,
+                what + " is " + given + ", not a whole number from " +
+                    std::to_string(static_cast<uint64_t>(least)) + " to " +
+                    std::to_string(static_cast<uint64_t>(most)) + ".");
+}
+
+// Empty for what holds no pixels.
+std::optional<std::span<const uint8_t>> bytesOf(const Napi::Value& value) {
+  if (value.IsArrayBuffer()) {
+    auto buffer = value.As<Napi::ArrayBuffer>();
+    return std::span(static_cast<const uint8_t*>(buffer.Data()), buffer.ByteLength());
+  }
+  if (!value.IsTypedArray()) return std::nullopt;
+  const napi_typedarray_type type = value.As<Napi::TypedArray>().TypedArrayType();
+  if (type != napi_uint8_array && type != napi_uint8_clamped_array) return std::nullopt;
+  const auto array = value.As<Napi::TypedArrayOf<uint8_t>>();
+  // Shared memory could change while it is read.
+  if (!array.ArrayBuffer().IsArrayBuffer()) return std::nullopt;
+  return std::span<const uint8_t>(array.Data(), array.ByteLength());
+}
+
+std::span<const uint8_t> pixelsOf(const Napi::Value& value, const SliceSize& size) {
+  const Napi::Env env = value.Env();
+  const auto bytes = bytesOf(value);
+  if (!bytes) {
+    throw refusal(env, codes::slice,
+                  "The pixels of a slice are an ArrayBuffer, a Buffer, a Uint8Array or a "
+                  "Uint8ClampedArray, and not shared with other threads.");
+  }
+  const std::size_t needed = 4 * size.pixels();
+  if (bytes->size() == needed) return *bytes;
+  throw refusal(env, codes::slice,
+                "A slice of " + sizeText(size.width, size.height) + " is " +
+                    std::to_string(needed) + " bytes, 4 a pixel, but this one holds " +
+                    std::to_string(bytes->size()) + ".");
+}
+
+void requireSameSize(Napi::Env env, const slicing::ScreenPlacement& slices,
+                     const SliceSize& model) {
+  const auto width = static_cast<std::size_t>(slices.width);
+  const auto height = static_cast<std::size_t>(slices.height);
+  if (width == model.width && height == model.height) return;
+  throw refusal(env, codes::slice,
+                "The slices of this model are " + sizeText(model.width, model.height) +
+                    ", but those of the slicer are " + sizeText(width, height) + ".");
+}
+
+Napi::Error withoutMemory(Napi::Env env, const SliceSize& size, bool needBuffer) {
+  return refusal(env, codes::memory,
+                 "Not enough memory to take the slice in: a slice of " +
+                     sizeText(size.width, size.height) + " needs " +
+                     std::to_string(4 * size.pixels()) + " bytes" +
+                     (needBuffer ? ", and 9 for each pixel for the result." : "."));
+}
+
+}  // namespace
+
+Napi::Function ModelObject::define(Napi::Env env) {
+  return DefineClass(env, "Model",
+                     {InstanceMethod("analysePixels", &ModelObject::analysePixels),
+                      InstanceMethod("analyseRuns", &ModelObject::analyseRuns),
+                      InstanceMethod("analyseSlicer", &ModelObject::analyseSlicer),
+                      InstanceMethod("groupImages", &ModelObject::groupImages),
+                      InstanceMethod("close", &ModelObject::close)});
+}
+
+ModelObject::ModelObject(const Napi::CallbackInfo& info) : Napi::ObjectWrap<ModelObject>(info) {
+  const Napi::Env env = info.Env();
+  const ModelParameters parameters = readParameters(info[0]);
+  const SliceSize size{parameters.width, parameters.height};
+  requireCountable(env, size);
+  Plane<uint32_t> markers;
+  if (parameters.needBuffer) markers = reserveMarkers(env, size);
+  reserveGhostSpread(env, parameters.settings.ghostRadius, [&] {
+    model_ = std::make_shared<ModelInWork>(parameters, std::move(markers));
+  });
+  model_->tellBytes(env, model_->bytes());
+}
+
+void ModelObject::Finalize(Napi::BasicEnv env) {
+  if (model_) model_->forgetBytes(env);
+}
+
+void ModelObject::requireOpen(Napi::Env env) const {
+  if (!isClosed_) return;
+  throw refusal(env, codes::closed, "The model is closed. Create a new one.");
+}
+
+SliceSize ModelObject::size() const {
+  return {model_->parameters().width, model_->parameters().height};
+}
+
+Napi::Promise ModelObject::queueSlice(const Napi::CallbackInfo& info, bool hasPicture,
+                                      const std::function<Slice(uint8_t* copy)>& take) {
+  const Napi::Env env = info.Env();
+  const bool needBuffer = model_->parameters().needBuffer;
+  try {
+    std::optional<SliceResultBuffers> buffers;
+    if (needBuffer) buffers.emplace(env, Environment::of(env).memory, size().pixels());
+    Slice slice = take(buffers ? buffers->pixel.data() : nullptr);
+    return queue_.add(info.This().As<Napi::Object>(),
+                      std::make_unique<SliceAnalysisJob>(env, model_, std::move(slice),
+                                                         std::move(buffers), hasPicture));
+  } catch (const std::bad_alloc&) {
+    throw withoutMemory(env, size(), needBuffer);
+  }
+}
+
+Napi::Value ModelObject::analysePixels(const Napi::CallbackInfo& info) {
+  const Napi::Env env = info.Env();
+  return rejectOnError(env, [&] {
+    requireOpen(env);
+    return queueSlice(info, true, [&](uint8_t* copy) {
+      const std::span<const uint8_t> pixels = pixelsOf(info[0], size());
+      return sliceOfPixels(pixels.data(), size().width, size().height, copy);
+    });
+  });
+}
+
+Napi::Value ModelObject::analyseRuns(const Napi::CallbackInfo& info) {
+  const Napi::Env env = info.Env();
+  return rejectOnError(env, [&] {
+    requireOpen(env);
+    return queueSlice(info, false,
+                      [&](uint8_t*) { return readRuns(info[0], size().width, size().height); });
+  });
+}
+
+Napi::Value ModelObject::analyseSlicer(const Napi::CallbackInfo& info) {
+  const Napi::Env env = info.Env();
+  return rejectOnError(env, [&] {
+    requireOpen(env);
+    const std::shared_ptr<SharedSlicer> slicer = SlicerObject::slicerOf(info[0]);
+    if (!slicer) throw refusal(env, codes::slice, "The first argument must be a Slicer.");
+    requireSameSize(env, slicer->slicer.placement(), size());
+    const uint32_t layers = slicer->slicer.layerCount();
+    const uint32_t first =
+        wholeNumber(info[1], codes::index, "The first layer of the slicer", 0, layers - 1.0);
+    const bool needBuffer = model_->parameters().needBuffer;
+    uint32_t most = std::numeric_limits<uint32_t>::max();
+    if (!info[2].IsUndefined()) {
+      most = wholeNumber(info[2], codes::index, "The number of layers", 1, most);
+    }
+    try {
+      std::optional<SliceResultBuffers> buffers;
+      if (needBuffer) {
+        most = 1;
+        buffers.emplace(env, Environment::of(env).memory, size().pixels());
+      }
+      return queue_.add(info.This().As<Napi::Object>(),
+                        std::make_unique<SlicerAnalysisJob>(env, model_, slicer, first, most,
+                                                            std::move(buffers)));
+    } catch (const std::bad_alloc&) {
+      throw withoutMemory(env, size(), needBuffer);
+    }
+  });
+}
+
+Napi::Value ModelObject::groupImages(const Napi::CallbackInfo& info) {
+  const Napi::Env env = info.Env();
+  return rejectOnError(env, [&] {
+    requireOpen(env);
+    constexpr double most = 4294967294.0;
+    const uint32_t layer = wholeNumber(info[0], codes::index, "The layer index", 0, most);
+    const uint32_t group = wholeNumber(info[1], codes::index, "The group index", 0, most);
+    return queue_.add(info.This().As<Napi::Object>(),
+                      std::make_unique<GroupImagesJob>(env, model_, layer, group));
+  });
+}
+
+Napi::Value ModelObject::close(const Napi::CallbackInfo& info) {
+  const Napi::Env env = info.Env();
+  return rejectOnError(env, [&] {
+    Napi::Promise closed =
+        queue_.add(info.This().As<Napi::Object>(), std::make_unique<CloseJob>(env, model_));
+    isClosed_ = true;
+    return closed;
+  });
+}
+
+}  // namespace stiltforge::binding
