@@ -12,7 +12,7 @@ import { version } from './version.js';
 
 interface Options {
   out?: string;
-  force: boolean;
+  force?: boolean;
   layerHeight: number;
   pixelSize: number;
   screen: [width: number, height: number];
@@ -25,12 +25,23 @@ interface Options {
   memory?: number;
   pictures: boolean;
   inspect: RegionToInspect[];
-  quiet: boolean;
+  quiet?: boolean;
 }
 
+const description =
+  'Finds where a part needs supports when it is printed in resin: under islands, which begin in ' +
+  "the air, and under overhangs that what is below can't hold. Writes the points to supports.json " +
+  'and points.csv, and pictures of them.';
+
 const notes = `
-Lengths are in millimetres. The model keeps its own coordinates: they are what supports.json and
-points.csv give, next to pixels of the screen, on whose middle it stands.
+The defaults are those of a 4K screen of 192 x 120 mm. Set what your printer
+has: the layer height as you will slice, pixel size and screen from its data
+sheet.
+
+Lengths are in millimetres, plain numbers like 0.05. The part keeps its own
+coordinates: supports.json and points.csv give them, next to pixels of the
+screen, in whose middle it stands. A region is a connected piece of a layer;
+supports.json gives layer and region of every point.
 
 Exit codes:
   0    done
@@ -48,20 +59,10 @@ Examples:
 
 function buildCommand(run: (meshFile: string, options: Options) => Promise<void>): Command {
   return new Command('stiltforge')
-    .description('Finds where a part needs supports when it is printed in resin.')
-    .argument('<mesh>', 'the part: an STL (binary or text), OBJ, PLY or 3MF file, z up')
-    .option('-o, --out <folder>', 'folder for the results (default: "<mesh>-supports")', folderName)
-    .option('--force', 'overwrite files there that stiltforge did not write', false)
-    .option('--layer-height <mm>', 'height of a layer', positive, defaultPrint.layerHeight)
-    .option('--pixel-size <mm>', 'side of a pixel of the screen', positive, defaultPrint.pixelSize)
-    .addOption(
-      new Option('--screen <WxH>', 'size of the screen in pixels')
-        .argParser(screenSize)
-        .default(
-          [defaultPrint.screenWidth, defaultPrint.screenHeight],
-          `${defaultPrint.screenWidth}x${defaultPrint.screenHeight}`,
-        ),
-    )
+    .usage('<mesh> [options]')
+    .description(description)
+    .argument('<mesh>', 'the part: an STL, OBJ, PLY or 3MF file')
+    .optionsGroup('The part:')
     .addOption(
       new Option('--up <axis>', 'axis of the mesh that points up').choices(['z', 'y']).default('z'),
     )
@@ -71,39 +72,51 @@ function buildCommand(run: (meshFile: string, options: Options) => Promise<void>
         .conflicts('scale'),
     )
     .option('--scale <factor>', 'scale the part by this factor', positive)
+    .optionsGroup('The printer:')
+    .option('--layer-height <mm>', 'height of a layer', positive, defaultPrint.layerHeight)
+    .option('--pixel-size <mm>', 'side of a pixel of the screen', positive, defaultPrint.pixelSize)
+    .addOption(
+      new Option('--screen <WxH>', 'pixels of the screen, across and up')
+        .argParser(screenSize)
+        .default(
+          [defaultPrint.screenWidth, defaultPrint.screenHeight],
+          `${defaultPrint.screenWidth}x${defaultPrint.screenHeight}`,
+        ),
+    )
+    .optionsGroup('The supports:')
+    .option(
+      '--support-area <mm2>',
+      'area of a layer that one support holds: less gives more supports',
+      positive,
+      defaultSupport.supportArea,
+    )
     .option(
       '--critical-angle <degrees>',
-      'surfaces nearer to the plate than this angle do not carry themselves',
+      'surfaces that lie flatter than this, measured from the plate, need supports',
       angle,
       defaultSupport.criticalAngle,
     )
     .option(
       '--inset <mm>',
-      'keep supports this far from the contour if possible',
+      'keep supports this far from the contour where there is a choice',
       distance,
       defaultSupport.inset,
     )
-    .option(
-      '--support-area <mm2>',
-      'area of a layer that one support holds; less gives more supports',
-      positive,
-      defaultSupport.supportArea,
-    )
-    .option('--no-pictures', 'write no pictures')
-    .option(
-      '--memory <GB>',
-      'memory that the run may take (default: what the machine has)',
-      positive,
-    )
+    .optionsGroup('The results:')
+    .option('-o, --out <folder>', 'where they go (default: "<mesh>-supports")', folderName)
+    .option('--force', 'overwrite files there that no earlier run wrote')
+    .option('--no-pictures', 'write the points only')
     .addOption(
       new Option(
         '--inspect <layer:region>',
-        'also write pictures of how a region was sampled; may be repeated',
+        'also show how a region was sampled, like 36:1; may be repeated',
       )
         .argParser(regionToInspect)
         .default([], 'none'),
     )
-    .option('-q, --quiet', 'print only warnings and errors', false)
+    .optionsGroup('The run:')
+    .option('--memory <GB>', 'memory that it may take (default: what the machine has)', positive)
+    .option('-q, --quiet', 'print only warnings and errors')
     .version(version, '-V, --version', 'print the version')
     .helpOption('-h, --help', 'print this help')
     .addHelpText('after', notes)

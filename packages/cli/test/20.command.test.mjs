@@ -9,9 +9,13 @@ import { binaryStl, box, table } from './meshes.mjs';
 test('--help explains the command, its options and its exit codes', async () => {
   const { code, out } = await stiltforge(['--help']);
   assert.equal(code, 0);
-  for (const text of ['Usage: stiltforge', '--layer-height <mm>', 'Exit codes:', 'Examples:']) {
+  for (const text of ['Usage: stiltforge <mesh>', 'The printer:', 'Exit codes:', 'Examples:']) {
     assert.ok(out.includes(text), text);
   }
+  assert.ok(
+    out.split('\n').every((line) => line.length <= 80),
+    'it fits a terminal',
+  );
 });
 
 test('npm finds the command before anything is built', async () => {
