@@ -9,7 +9,7 @@ import {
   standingOnOrigin,
   turnedFromYUp,
 } from '../packages/cli/dist/mesh/triangles.js';
-import { loadSlicing } from '../packages/cli/dist/slicer.js';
+import { loadBinding } from '../packages/cli/dist/slicer.js';
 import { parametersFor, print } from './print_settings.mjs';
 
 /** The demo mesh, 60 mm high: nine floats a triangle, mm, z up. */
@@ -68,7 +68,7 @@ export async function writeStackPicture(archive, folder) {
     const { data, info } = await sharp(png).extractChannel(0).raw().toBuffer({
       resolveWithObject: true,
     });
-    const { MaskSlicer } = loadSlicing();
+    const { MaskSlicer } = loadBinding();
     slicer ??= new MaskSlicer({
       maskWidth: info.width,
       maskHeight: info.height,

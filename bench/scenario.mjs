@@ -6,13 +6,13 @@ import { monitorEventLoopDelay } from 'node:perf_hooks';
 import addon from 'stiltforge';
 import { Analysis } from 'stiltforge/analysis';
 import { SliceStream } from '../packages/cli/dist/slice_stream.js';
-import { loadSlicing } from '../packages/cli/dist/slicer.js';
+import { loadBinding } from '../packages/cli/dist/slicer.js';
 import { parametersFor, print } from './print_settings.mjs';
 
 function modelSlicer(soup) {
   const { buffer, byteOffset, byteLength } = readFileSync(soup);
   const positions = new Float32Array(buffer.slice(byteOffset, byteOffset + byteLength));
-  const { Slicer } = loadSlicing();
+  const { Slicer } = loadBinding();
   return new Slicer({ positions, ...print, margin: print.screenWidth });
 }
 

@@ -10,7 +10,7 @@ import stiltforge from '../packages/stiltforge/index.mjs';
 import { loadBinary } from '../packages/stiltforge/load.cjs';
 import { parameters, slice } from '../packages/stiltforge/test/harness.mjs';
 
-const { Slicer, MaskSlicer } = loadBinary('binding.node');
+const { Slicer, MaskSlicer, readMesh } = loadBinary('binding.node');
 
 setFlagsFromString('--expose-gc');
 const collectGarbage = runInNewContext('gc');
@@ -294,7 +294,36 @@ function startMask() {
   mistreat(buffer);
 }
 
+const meshText = Buffer.from(
+  'v 0 0 0\nv 9 0 0\nv 0 9 0\nv 0 0 9\nf 1 3 2\nf 1 2 4\nf 2 3 4\nf 3 1 4\n',
+);
+
+async function startReading() {
+  const buffer = randomBuffer(meshText.length);
+  const bytes = new Uint8Array(buffer).fill(0x20);
+  bytes.set(meshText.subarray(0, bytes.length));
+  const isWhole = bytes.length >= meshText.length;
+  const source = chance(0.9) ? bytes : pick(buffer, import.meta.url, ...oddValues);
+  const controller = new AbortController();
+  const promise = readMesh(source, { name: 'part.obj', signal: controller.signal });
+  promised += 1;
+  calls += 1;
+  mistreat(buffer);
+  if (chance(0.1)) controller.abort();
+  try {
+    const { positions, objects } = await promise;
+    if (positions.length !== 9 * objects[0].triangles) fail('a mesh has the wrong size');
+    if (isWhole && positions.length !== 36) fail('a mesh was not read as it was');
+  } catch (error) {
+    if (!(error instanceof Error) || error.message === '') fail(`readMesh gave ${String(error)}`);
+    if (isWhole && source === bytes && error.code !== 'ABORT_ERR') fail(error.message);
+  } finally {
+    promised -= 1;
+  }
+}
+
 const actions = [
+  [2, startReading],
   [2, startSlicer],
   [6, startSlice],
   [1, startMaskSlicer],

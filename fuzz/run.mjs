@@ -19,7 +19,7 @@ const libFuzzerTargets = [
   ...['analysis', 'byte_pairs', 'candidate_sort', 'slicer'],
   ...['stl', 'obj', 'ply', '3mf'],
 ];
-const scripts = ['protocol', 'mesh_files'];
+const scripts = ['protocol'];
 const memoryLimitMb = 2048;
 const secondsPerInput = 60;
 

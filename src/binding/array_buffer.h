@@ -12,6 +12,9 @@ namespace stiltforge::binding {
 Napi::ArrayBuffer newArrayBuffer(Napi::Env env, std::size_t bytes,
                                  const std::string& withoutMemory);
 
+/// The same by plain Node-API calls, as the end of a job needs it. Throws std::bad_alloc.
+napi_status newArrayBuffer(napi_env env, std::size_t bytes, napi_value* buffer);
+
 /// The memory of a host's ArrayBuffer in one that nobody else has: the host's own is detached, so
 /// it can neither be freed nor shrink. Throws the exception of structuredClone for a buffer that
 /// can't be transferred.

@@ -9,6 +9,7 @@
 #include "binding/model_object.h"
 #include "binding/parameter_table.h"
 #include "binding/print_settings.h"
+#include "binding/read_mesh.h"
 #include "binding/slicer_object.h"
 
 namespace {
@@ -18,6 +19,7 @@ Napi::Object initialize(Napi::Env env, Napi::Object exports) {
   exports.Set("Model", stiltforge::binding::ModelObject::define(env));
   exports.Set("Slicer", stiltforge::binding::SlicerObject::define(env));
   exports.Set("MaskSlicer", stiltforge::binding::MaskSlicerObject::define(env));
+  exports.Set("readMesh", Napi::Function::New<&stiltforge::binding::readMesh>(env, "readMesh"));
   exports.Set("estimateMemory",
               Napi::Function::New<&stiltforge::binding::estimateMemory>(env, "estimateMemory"));
   exports.Set("parameterTable", stiltforge::binding::parameterTable(env));

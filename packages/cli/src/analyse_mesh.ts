@@ -16,7 +16,7 @@ import { regionPictures } from './region_pictures.js';
 import { checkSettings } from './setting_ranges.js';
 import { analysisParameters, type PrintSettings, type SupportSettings } from './settings.js';
 import { SliceStream } from './slice_stream.js';
-import { loadSlicing, type Slicer } from './slicer.js';
+import { loadBinding, type Slicer } from './slicer.js';
 import type { Summary } from './summary.js';
 import { type PlacedSupport, Tally } from './tally.js';
 import { version } from './version.js';
@@ -38,6 +38,8 @@ export interface Job {
   /** What the outputs and errors call the model: its file. */
   name: string;
   mesh: Triangles;
+  /** Sentences about its file, to be passed on with those about the mesh itself. */
+  meshWarnings?: readonly string[];
   print: PrintSettings;
   support: SupportSettings;
   /** Folder for the outputs; made when missing. */
@@ -89,7 +91,7 @@ export async function analyseMesh(job: Job, watcher: JobWatcher): Promise<Summar
 }
 
 function makeSlicer({ name, mesh, print, support }: Job): Slicer {
-  const { Slicer } = loadSlicing();
+  const { Slicer } = loadBinding();
   try {
     return new Slicer({
       positions: mesh,
@@ -154,7 +156,10 @@ async function writeOutputs(
     const sliceVolume = materialPixels * print.pixelSize ** 2 * print.layerHeight;
     const { report } = slicer;
     const { layerHeight } = print;
-    warnings = meshWarnings({ report, sliceVolume, layers: tally.layers, layerHeight });
+    warnings = [
+      ...(job.meshWarnings ?? []),
+      ...meshWarnings({ report, sliceVolume, layers: tally.layers, layerHeight }),
+    ];
 
     const plateZ = report.bounds.min[2];
     const supports = tally.supports.map((placed) => supportRecord(placed, print, slicer));

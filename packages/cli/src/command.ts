@@ -162,12 +162,14 @@ async function analyse(meshFile: string, options: Options): Promise<void> {
   const support = { criticalAngle, inset, supportArea };
   // Before a large mesh is read.
   checkSettings(print, support);
-  const mesh = transformed(await loadMesh(meshFile), options);
+  const { positions, warnings } = await loadMesh(meshFile);
+  const mesh = transformed(positions, options);
   const summary = await untilInterrupted(async (signal) =>
     analyseMesh(
       {
         name: meshFile,
         mesh,
+        meshWarnings: warnings,
         print,
         support,
         folder: options.out ?? `${basename(meshFile, extname(meshFile))}-supports`,

@@ -24,18 +24,6 @@ export class UserError extends Error {
   }
 }
 
-/** A mesh that can't be used. `problem` says what is wrong and where, `remedy` what to do. */
-export class MeshError extends Error {
-  override name = 'MeshError';
-
-  constructor(
-    readonly problem: string,
-    readonly remedy: string,
-  ) {
-    super(`${problem}. ${remedy}.`);
-  }
-}
-
 /** Thrown when the user pressed Ctrl-C: not an error, but the end of the run. */
 export class Interrupted extends Error {
   override name = 'Interrupted';

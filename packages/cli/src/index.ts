@@ -15,4 +15,5 @@ export {
   type PrintSettings,
   type SupportSettings,
 } from './settings.js';
+export type { MeshFile, MeshObject } from './slicer.js';
 export type { Summary } from './summary.js';

@@ -1,6 +1,6 @@
 import { ExitCode, UserError } from './errors.js';
 import { nativeSettings, type PrintSettings, type SupportSettings } from './settings.js';
-import { loadSlicing } from './slicer.js';
+import { loadBinding } from './slicer.js';
 
 /** How the command calls the settings. */
 const options: Record<keyof PrintSettings | keyof SupportSettings, string> = {
@@ -18,7 +18,7 @@ const options: Record<keyof PrintSettings | keyof SupportSettings, string> = {
  * with the others.
  */
 export function checkSettings(print: PrintSettings, support: SupportSettings): void {
-  const conflict = loadSlicing().findSettingConflict(nativeSettings(print, support));
+  const conflict = loadBinding().findSettingConflict(nativeSettings(print, support));
   if (conflict === undefined) return;
   const { setting, value, range } = conflict;
   throw new UserError(ExitCode.usage, `${options[setting]} ${value}: ${range}.`);

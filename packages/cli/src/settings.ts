@@ -1,5 +1,5 @@
 import type { AnalysisParameters } from 'stiltforge';
-import { loadSlicing } from './slicer.js';
+import { loadBinding } from './slicer.js';
 
 /** The printer, and how the part is cut for it. */
 export interface PrintSettings {
@@ -44,7 +44,7 @@ export function analysisParameters(
   support: SupportSettings,
   slices: { width: number; height: number; layerCount: number },
 ): AnalysisParameters {
-  return loadSlicing().analysisParameters(nativeSettings(print, support), slices);
+  return loadBinding().analysisParameters(nativeSettings(print, support), slices);
 }
 
 /** What the native side takes, which refuses anything else. */

@@ -136,6 +136,29 @@ export interface MaskSlicer {
   next(mask: Uint8Array, recycled?: ArrayBuffer): Promise<Slice>;
 }
 
+/** A named part of a mesh file. */
+export interface MeshObject {
+  /** A solid of a text STL, an object of an OBJ, a build item of a 3MF; empty without a name. */
+  name: string;
+  triangles: number;
+}
+
+export interface MeshFile {
+  /** Counter-clockwise as seen from outside, all coordinates finite. */
+  positions: Triangles;
+  format: 'binary STL' | 'text STL' | 'OBJ' | 'PLY' | '3MF';
+  /** At least one, in the order of their triangles, which add up to all. */
+  objects: MeshObject[];
+  /** Sentences on what was left out, for the person who chose the file. */
+  warnings: string[];
+}
+
+export interface ReadMeshOptions {
+  /** Of bytes: their file, for messages; its extension counts where the content leaves it open. */
+  name?: string;
+  signal?: AbortSignal;
+}
+
 /** A setting that can't be used, alone or together with the others. */
 export interface SettingConflict {
   setting: keyof PrintSettings | keyof SupportSettings;
@@ -152,6 +175,16 @@ export interface SettingConflict {
 interface Binding {
   Slicer: new (options: SlicerOptions) => Slicer;
   MaskSlicer: new (options: MaskSlicerOptions) => MaskSlicer;
+  /**
+   * Reads a mesh in STL, OBJ, PLY or 3MF off the main thread: the file of a path, or bytes, which the
+   * call copies. Rejects with an Error that names the file, what is wrong with it and where, and what
+   * to do, with the code ERR_STILTFORGE_MESH; ERR_STILTFORGE_MEMORY when memory runs out, ABORT_ERR
+   * when the signal is aborted; with a TypeError for arguments that are none.
+   */
+  readMesh(
+    source: string | ArrayBuffer | ArrayBufferView,
+    options?: ReadMeshOptions,
+  ): Promise<MeshFile>;
   /** The parameters of the analysis for slices of that size. */
   analysisParameters(
     settings: PrintSettings & SupportSettings,
@@ -162,6 +195,6 @@ interface Binding {
 }
 
 /** Throws an Error with code ERR_STILTFORGE_BINARY, a sentence, where there is no binary to load. */
-export function loadSlicing(): Binding {
+export function loadBinding(): Binding {
   return loadBinary('binding.node') as Binding;
 }

@@ -9,11 +9,11 @@ import { analyseMesh, defaultPrint, defaultSupport, loadMesh, noProgress, type S
 
 const { signal } = new AbortController();
 export async function analyse(name: string): Promise<Summary> {
-  const mesh = await loadMesh(name);
+  const { positions: mesh, warnings: meshWarnings } = await loadMesh(name, signal);
   const settings = { print: defaultPrint, support: defaultSupport };
   const output = { folder: 'out', pictures: false, inspect: [] };
   const warn = (sentence: string) => console.warn(sentence);
-  return analyseMesh({ name, mesh, ...settings, ...output }, { progress: noProgress, signal, warn });
+  return analyseMesh({ name, mesh, meshWarnings, ...settings, ...output }, { progress: noProgress, signal, warn });
 }
 `;
 
