@@ -36,7 +36,7 @@ class GroupPlanner {
     uint32_t strength = 0;       // the strength itself is not finite
     uint32_t transmitted = 0;    // its product with strengthTransmited
     uint32_t closeToIsland = 0;  // with closeToIslandStrengthTransmited
-    void count(float strength, const Settings& settings);
+    void count(float lower, const Settings& settings);
   };
 
   void weigh(const Group& group, GroupPlan& plan) const;

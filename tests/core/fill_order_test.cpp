@@ -54,8 +54,8 @@ TEST(FillOrder, EqualsThatOfThePlainFill) {
     Picture picture = emptyPicture(static_cast<uint16_t>(random.between(1, 12)),
                                    static_cast<uint16_t>(random.between(1, 12)));
     const uint32_t percent = random.below(101);
-    for (std::size_t k = 0; k < picture.pixels.size(); ++k) {
-      if (random.below(100) < percent) picture.pixels[k] = materialPixel();
+    for (uint32_t& pixel : picture.pixels) {
+      if (random.below(100) < percent) pixel = materialPixel();
     }
     const auto markers = random.below(static_cast<uint32_t>(picture.pixels.size()) + 1);
     const std::string expected = plainComplaint(picture, markers);

@@ -42,9 +42,9 @@ Layer randomLayer(Random& random, uint32_t width, uint32_t height) {
   Picture picture = emptyPicture(static_cast<uint16_t>(width), static_cast<uint16_t>(height));
   const uint32_t rarity = 1 + random.below(12);
   bool solid = random.oneIn(2);
-  for (std::size_t i = 0; i < picture.pixels.size(); ++i) {
+  for (uint32_t& pixel : picture.pixels) {
     if (random.oneIn(rarity)) solid = !solid;
-    if (solid) picture.pixels[i] = materialPixel();
+    if (solid) pixel = materialPixel();
   }
   Layer layer = grouped(picture);
   for (Group& group : layer.groups) group.islandDistance = random.below(9);
@@ -110,8 +110,8 @@ TEST(LayerOverlapProperty, EqualsAPixelByPixelCountOnNoiseOfManyRuns) {
   Random random(33);
   const Layer below = randomLayer(random, 601, 700);
   Picture picture = emptyPicture(601, 700);
-  for (std::size_t i = 0; i < picture.pixels.size(); ++i) {
-    if (random.oneIn(2)) picture.pixels[i] = materialPixel();
+  for (uint32_t& pixel : picture.pixels) {
+    if (random.oneIn(2)) pixel = materialPixel();
   }
   Layer layer = grouped(picture);
   ASSERT_GT(layer.material.runCount(), 3u << 15);

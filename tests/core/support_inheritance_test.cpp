@@ -235,8 +235,8 @@ TEST(LayerBackground, IsWhatNoRunCovers) {
     const auto width = static_cast<uint16_t>(random.between(1, 20));
     const auto height = static_cast<uint16_t>(random.between(1, 20));
     Picture picture = emptyPicture(width, height);
-    for (std::size_t k = 0; k < picture.pixels.size(); ++k) {
-      if (random.oneIn(2)) picture.pixels[k] = materialPixel();
+    for (uint32_t& pixel : picture.pixels) {
+      if (random.oneIn(2)) pixel = materialPixel();
     }
     const Layer layer(sliceOf(picture));
     for (uint32_t k = 0; k < picture.pixels.size(); ++k) {
