@@ -1,22 +1,40 @@
 #include "slicing/channel_filler.h"
 
+#include <bit>
 #include <cstddef>
 #include <cstring>
-#include <vector>
+
+#include "slicing/contour_pixels.h"
 
 namespace stiltforge::slicing {
 
 namespace {
 
 constexpr std::size_t bytesPerPixel = 4;
-constexpr std::size_t greenByte = 1;
 constexpr std::size_t blueByte = 2;
-constexpr uint8_t background[bytesPerPixel] = {0, 0, 0, 255};
-constexpr uint8_t supportedInside[bytesPerPixel] = {255, 0, 255, 255};
 
-void writePixels(uint8_t* row, int32_t begin, int32_t end, const uint8_t (&pixel)[bytesPerPixel]) {
-  uint8_t* at = row + static_cast<std::size_t>(begin) * bytesPerPixel;
-  for (int32_t x = begin; x < end; ++x, at += bytesPerPixel) std::memcpy(at, pixel, bytesPerPixel);
+uint8_t* pixelAt(uint8_t* row, int32_t x) {
+  return row + static_cast<std::size_t>(x) * bytesPerPixel;
+}
+
+// Pixels as words: whole ones are stored faster than their bytes one by one.
+static_assert(std::endian::native == std::endian::little);
+constexpr uint32_t background = 0xFF000000;
+constexpr uint32_t supportedMaterial = 0xFFFF00FF;
+
+void writeBackground(uint8_t* row, int32_t begin, int32_t end) {
+  uint8_t* at = pixelAt(row, begin);
+  for (int32_t x = begin; x < end; ++x, at += bytesPerPixel) {
+    std::memcpy(at, &background, bytesPerPixel);
+  }
+}
+
+void writeMaterial(uint8_t* row, Run run, const uint8_t* __restrict green) {
+  uint8_t* __restrict const at = pixelAt(row, run.begin);
+  for (std::size_t i = 0; i < run.length(); ++i) {
+    const uint32_t pixel = supportedMaterial | static_cast<uint32_t>(green[i] << 8);
+    std::memcpy(at + i * bytesPerPixel, &pixel, bytesPerPixel);
+  }
 }
 
 }  // namespace
@@ -24,47 +42,35 @@ void writePixels(uint8_t* row, int32_t begin, int32_t end, const uint8_t (&pixel
 ChannelFiller::ChannelFiller(int width, int height, const ChannelFalloff& falloff)
     : width_(width),
       height_(height),
-      falloff_(falloff),
-      stroke_(width, reachOf(falloff.stroke)),
-      channels_(falloff) {}
+      channels_(falloff),
+      stroke_(falloff.stroke),
+      green_(static_cast<std::size_t>(width)) {}
 
-void ChannelFiller::writeRow(std::span<const Run> material, uint8_t* row) const {
+void ChannelFiller::writeRow(int y, std::span<const Run> material, uint8_t* row) {
+  stroke_.measure(y, material, stroke_.radius(), green_.data());
+  const uint8_t* green = green_.data();
   int32_t x = 0;
   for (const Run& run : material) {
-    writePixels(row, x, run.begin, background);
-    writePixels(row, run.begin, run.end, supportedInside);
+    writeBackground(row, x, run.begin);
+    writeMaterial(row, run, green);
+    green += run.length();
     x = run.end;
   }
-  writePixels(row, x, width_, background);
-}
-
-void ChannelFiller::writeStroke(int y, uint8_t* row) {
-  for (const StrokeDistance::Band& band : stroke_.bandsOfRow(y)) {
-    const int32_t* distance = stroke_.distances().data() + band.offset;
-    uint8_t* green = row + static_cast<std::size_t>(band.begin) * bytesPerPixel + greenByte;
-    for (int32_t x = band.begin; x < band.end; ++x, green += bytesPerPixel) {
-      *green = valueAt(falloff_.stroke, *distance++);
-    }
-  }
-}
-
-void ChannelFiller::writeSupport(std::span<const Run> overhang, const uint8_t*& blue,
-                                 uint8_t* row) const {
-  for (const Run& run : overhang) {
-    uint8_t* at = row + run.begin * bytesPerPixel + blueByte;
-    for (uint32_t i = 0; i < run.length(); ++i, at += bytesPerPixel) *at = *blue++;
-  }
+  writeBackground(row, x, width_);
 }
 
 void ChannelFiller::fill(const RunRows& material, const RunRows* below, uint8_t* rgba) {
   channels_.findOverhang(material, below, overhang_, blue_);
-  stroke_.begin(material);
+  findContourPixels(material, contours_);
+  stroke_.begin(contours_, 0);
   const uint8_t* blue = blue_.data();
   const std::size_t stride = static_cast<std::size_t>(width_) * bytesPerPixel;
   for (int y = 0; y < height_; ++y, rgba += stride) {
-    writeRow(material.row(y), rgba);
-    writeStroke(y, rgba);
-    writeSupport(overhang_.row(y), blue, rgba);
+    writeRow(y, material.row(y), rgba);
+    for (const Run& run : overhang_.row(y)) {
+      uint8_t* at = pixelAt(rgba, run.begin) + blueByte;
+      for (uint32_t i = 0; i < run.length(); ++i, at += bytesPerPixel) *at = *blue++;
+    }
   }
 }
 

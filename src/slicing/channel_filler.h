@@ -2,12 +2,13 @@
 
 #include <cstdint>
 #include <span>
+#include <vector>
 
 #include "analysis/run_rows.h"
 #include "runtime/scratch_vector.h"
 #include "slicing/channel_falloff.h"
+#include "slicing/distance_transform.h"
 #include "slicing/overhang_channels.h"
-#include "slicing/stroke_distance.h"
 
 namespace stiltforge::slicing {
 
@@ -27,15 +28,14 @@ class ChannelFiller {
   void fill(const RunRows& material, const RunRows* below, uint8_t* rgba);
 
  private:
-  void writeRow(std::span<const Run> material, uint8_t* row) const;
-  void writeStroke(int y, uint8_t* row);
-  void writeSupport(std::span<const Run> overhang, const uint8_t*& blue, uint8_t* row) const;
+  void writeRow(int y, std::span<const Run> material, uint8_t* row);
 
   const int width_;
   const int height_;
-  const ChannelFalloff& falloff_;
-  StrokeDistance stroke_;
   OverhangChannels channels_;
+  DistanceTransform stroke_;
+  RunRows contours_;
+  std::vector<uint8_t> green_;  // of a row's material
   RunRows overhang_;
   ScratchVector<uint8_t> blue_;
 };

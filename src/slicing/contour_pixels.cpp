@@ -30,6 +30,10 @@ void findContourPixels(const RunRows& material, RunRows& contours) {
     intersect(material.row(y - 1), material.row(y + 1), covered);
     std::span<const Run> inside = covered;
     for (const Run& run : material.row(y)) {
+      if (run.length() <= 2) {
+        contours.add(run.begin, run.end);
+        continue;
+      }
       contours.add(run.begin, run.begin + 1);
       forEachUncovered(run, inside, [&](int32_t begin, int32_t end) { contours.add(begin, end); });
       contours.add(run.end - 1, run.end);

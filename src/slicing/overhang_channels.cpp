@@ -1,11 +1,22 @@
 #include "slicing/overhang_channels.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <span>
 
 #include "slicing/contour_pixels.h"
 
 namespace stiltforge::slicing {
+
+namespace {
+
+constexpr uint8_t supported = 255;
+
+bool isOverhanging(uint8_t blue) {
+  return blue != supported;
+}
+
+}  // namespace
 
 OverhangChannels::OverhangChannels(const ChannelFalloff& falloff)
     : selfSupported_(fullReachOf(falloff.support)),
@@ -30,20 +41,23 @@ void OverhangChannels::findCandidates(const RunRows& material, const RunRows& ca
 // From the bytes of the candidates, which `blue` holds, to those of the pixels that overhang.
 void OverhangChannels::keepOverhang(RunRows& overhang, ScratchVector<uint8_t>& blue) const {
   overhang.clear();
-  std::size_t next = 0;
-  std::size_t kept = 0;
+  const uint8_t* next = blue.data();
+  uint8_t* kept = blue.data();
   for (int y = 0; y < candidates_.height(); ++y) {
     for (const Run& run : candidates_.row(y)) {
-      for (int32_t x = run.begin; x < run.end; ++x) {
-        const uint8_t value = blue[next++];
-        if (value == 255) continue;
-        blue[kept++] = value;
-        overhang.add(x, x + 1);
+      const uint8_t* const end = next + run.length();
+      while (next != end) {
+        const uint8_t* const first = std::find_if(next, end, isOverhanging);
+        const uint8_t* const last = std::find(first, end, supported);
+        const std::ptrdiff_t column = run.end - (end - first);
+        overhang.add(static_cast<int32_t>(column), static_cast<int32_t>(column + (last - first)));
+        kept = std::copy(first, last, kept);
+        next = last;
       }
     }
     overhang.endRow();
   }
-  blue.resize(kept);
+  blue.resize(static_cast<std::size_t>(kept - blue.data()));
 }
 
 void OverhangChannels::findOverhang(const RunRows& material, const RunRows* below,
@@ -65,7 +79,7 @@ void OverhangChannels::fill(const RunRows* below, Slice& slice) {
   slice.green.clear();
   if (slice.overhang.empty()) return;
   findContourPixels(slice.material, contours_);
-  stroke_.find(slice.overhang, contours_, slice.green);
+  stroke_.findNearContour(slice.overhang, contours_, slice.green);
 }
 
 }  // namespace stiltforge::slicing

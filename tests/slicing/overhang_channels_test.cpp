@@ -2,7 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <random>
+#include <string>
 
 #include "slicing/mask_pictures.h"
 #include "slicing/painted_slice.h"
@@ -88,7 +90,7 @@ TEST(OverhangChannels, AgreesWithAllPairsOnShapes) {
   std::mt19937 random(22);
   const double lengths[] = {0, 3, 14.3, 64, 127, 128, 1000};
   MaskPicture below = discs(random, 120, 150, 9);
-  for (int layer = 0; layer < 14; ++layer) {
+  for (int layer = 0; layer < 10; ++layer) {
     const ChannelFalloff falloff =
         falloffOf(1 + layer % 4, lengths[layer % 7], lengths[layer / 2 % 7]);
     const MaskPicture material = discs(random, 120, 150, layer % 2 == 0 ? 9 : 40);
@@ -96,6 +98,63 @@ TEST(OverhangChannels, AgreesWithAllPairsOnShapes) {
     if (HasFailure()) FAIL() << "layer " << layer;
     below = material;
   }
+}
+
+// A block of material in a picture of background.
+MaskPicture block(std::size_t width, std::size_t height, std::size_t left, std::size_t top,
+                  std::size_t side) {
+  MaskPicture mask(height, std::string(width, '.'));
+  for (std::size_t y = top; y < top + side; ++y) mask[y].replace(left, side, side, '#');
+  return mask;
+}
+
+TEST(OverhangChannels, AgreesWithAllPairsUnderAWideCeiling) {
+  std::mt19937 random(23);
+  const MaskPicture ceiling(90, std::string(150, '#'));
+  MaskPicture holed = ceiling;
+  for (int i = 0; i < 12; ++i) holed[random() % 90][random() % 150] = '.';
+  const MaskPicture dots = noise(random, 150, 90, 0.003);
+  for (const MaskPicture& below : {dots, block(150, 90, 40, 30, 6), block(150, 90, 0, 0, 0)}) {
+    for (const double length : {12.0, 39.5, 40.0, 40.5, 41.0, 42.0, 90.0, 250.0}) {
+      expectPlainChannels(ceiling, below, falloffOf(1.5, length, length));
+      expectPlainChannels(holed, below, falloffOf(1.5, length, length));
+      if (HasFailure()) FAIL() << "length " << length;
+    }
+  }
+}
+
+TEST(OverhangChannels, AgreesWithAllPairsOnHairsFarFromTheLayerBelow) {
+  std::mt19937 random(24);
+  MaskPicture hairs(160, std::string(200, '.'));
+  for (std::size_t x = 7; x < 200; x += 40) {
+    for (std::string& row : hairs) row.replace(x, 1 + random() % 3, "###", 1 + random() % 3);
+  }
+  for (std::string& row : hairs) row.resize(200, '.');
+  for (const MaskPicture& below : {block(200, 160, 90, 70, 3), block(200, 160, 0, 150, 9)}) {
+    for (const double length : {30.0, 100.0, 400.0}) {
+      expectPlainChannels(hairs, below, falloffOf(2, length, length));
+      if (HasFailure()) FAIL() << "length " << length;
+    }
+  }
+}
+
+TEST(OverhangChannels, TakesTimeForThePixelsNotForTheirDistances) {
+  const int side = 3000;
+  RunRows ceiling;
+  RunRows pillars;
+  for (int y = 0; y < side; ++y) {
+    ceiling.add(0, side);
+    for (int x = y % 700; y % 700 < 9 && x < side; x += 700) pillars.add(x, x + 9);
+    ceiling.endRow();
+    pillars.endRow();
+  }
+  const ChannelFalloff falloff = falloffOf(2, 4000, 4000);
+  Slice slice;
+  slice.material = ceiling;
+  const auto begin = std::chrono::steady_clock::now();
+  OverhangChannels(falloff).fill(&pillars, slice);
+  EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(10));
+  EXPECT_GT(slice.blue.size(), 8900000u);
 }
 
 }  // namespace

@@ -119,6 +119,22 @@ TEST(SliceBatch, ABatchThatRanOutOfMemoryCanBeMadeAgain) {
   }
 }
 
+TEST(SliceBatch, NeedsNoMemoryForTheScreensPixels) {
+  SlicerSettings settings = unitSettings(16000);
+  settings.screen.pixelSize = 0.005;
+  settings.channels.layerHeight = 0.05;
+  Slicer slicer(joined({box({0, 0, 0}, {65, 65, 1}), box({20, 64, 0.5f}, {21, 65.5f, 1})}),
+                settings);
+  std::vector<Slice> slices(slicer.layerCount());
+  {
+    const FailingAllocation failing(1 << 20);
+    slicer.slice(0, slices);
+  }
+  EXPECT_EQ(slices[0].width, 13000);
+  EXPECT_EQ(slices[0].material.pixelCount(), 13000u * 13000u);
+  EXPECT_FALSE(slices[10].overhang.empty());
+}
+
 MaskSettings maskSettingsOf(uint32_t width, uint32_t height) {
   MaskSettings settings;
   settings.maskWidth = settings.width = width;
