@@ -10,8 +10,8 @@ const processBytes = 100e6;
 /** The mesh here, its copy in the slicer and what the slicer knows of it, bytes a triangle. */
 const bytesPerTriangle = 200;
 
-/** A slice whose regions are painted: their numbers. */
-const pictureBytesPerPixel = 4;
+/** What draws, and what it draws on, bytes. */
+const drawingBytes = 150e6;
 
 /** Most pixels of a slice that the analysis takes. */
 const mostPixels = 2 ** 31 - 1;
@@ -25,12 +25,13 @@ export function predictedMemory(
   const pixels = parameters.width * parameters.height;
   const analysis = estimateMemory(parameters, { queuedSlices: 2 }).total;
   const painting = pictures
-    ? estimateMemory({ ...parameters, needBuffer: true, addSupport: false }).total +
-      pictureBytesPerPixel * pixels
+    ? estimateMemory({ ...parameters, needBuffer: true, addSupport: false }, { heldResults: 2 })
+        .total
     : 0;
   return (
     processBytes +
     bytesPerTriangle * triangles +
+    (pictures ? drawingBytes : 0) +
     4 * pixels * slicesInHand +
     Math.max(analysis, painting)
   );
@@ -64,10 +65,11 @@ export function requireMemory(
   }
   const predicted = predictedMemory(parameters, triangles, pictures);
   if (predicted <= most) return;
+  const enough = ((1.01 * predicted) / 1e9).toPrecision(3);
   throw new UserError(
     ExitCode.memory,
     `${slices}, for which the run may take ${sizeText(predicted)} of memory, ` +
-      `more than the ${sizeText(most)} there are. ${remedy}; --memory ${((1.01 * predicted) / 1e9).toPrecision(3)} starts it anyway.`,
+      `more than the ${sizeText(most)} there are. ${remedy}; --memory ${enough} starts it anyway.`,
   );
 }
 

@@ -31,20 +31,9 @@ export async function slicePictures(
 ): Promise<NamedPicture[]> {
   const layers = tellingLayers(tally.layers, mostSlices);
   if (layers.length === 0) return [];
-  const analysis = Analysis.create({ ...parameters, needBuffer: true, addSupport: false });
-  const slices: SlicePicture[] = [];
-  try {
-    const images = (async function* () {
-      for (const layer of layers) yield (await slicer.slice(layer)).pixels;
-    })();
-    for await (const result of analysis.run(images, { signal })) {
-      slices.push(pictureOf(layers[slices.length], result, tally, print));
-    }
-  } finally {
-    await analysis.close();
-  }
   const { sheet, tiles } = await sliceSheet(
-    slices,
+    pictured(layers, slicer, parameters, tally, print, signal),
+    layers.length,
     `${name}: where most supports were placed`,
     `support placed up to ${memory} mm below`,
   );
@@ -52,6 +41,28 @@ export async function slicePictures(
     { name: sliceSheetName, png: sheet },
     ...tiles.map((png, index) => ({ name: sliceName(index), png })),
   ];
+}
+
+async function* pictured(
+  layers: readonly number[],
+  slicer: Slicer,
+  parameters: AnalysisParameters,
+  tally: Tally,
+  print: PrintSettings,
+  signal: AbortSignal,
+): AsyncGenerator<SlicePicture> {
+  const analysis = Analysis.create({ ...parameters, needBuffer: true, addSupport: false });
+  const images = (async function* () {
+    for (const layer of layers) yield (await slicer.slice(layer)).pixels;
+  })();
+  try {
+    let index = 0;
+    for await (const result of analysis.run(images, { signal })) {
+      yield pictureOf(layers[index++], result, tally, print);
+    }
+  } finally {
+    await analysis.close();
+  }
 }
 
 function pictureOf(

@@ -124,3 +124,18 @@ test('--memory sets another limit', async (t) => {
   const words = ['part.stl', '--no-pictures', '--memory', '1000'];
   assert.equal((await stiltforge(words, { cwd: folder })).code, 0);
 });
+
+test('a run takes no more memory than was predicted', async (t) => {
+  const folder = await temporaryFolder(t);
+  await writeFile(join(folder, 'table.stl'), binaryStl(table()));
+  const words = ['table.stl', '--pixel-size', '0.005', '--layer-height', '0.5'];
+  for (const more of [[], ['--no-pictures']]) {
+    const refusal = await stiltforge([...words, ...more, '--memory', '0.05'], { cwd: folder });
+    const predicted = Number(/may take (\d+) MB/.exec(refusal.err)[1]);
+    const { code, out, err } = await stiltforge([...words, ...more], { cwd: folder });
+    assert.equal(code, 0, err);
+    const taken = Number(/peak memory +(\d+) MB/.exec(out)[1]);
+    assert.ok(taken <= predicted, `${taken} MB, predicted ${predicted} MB`);
+    assert.ok(taken > predicted / 4, 'and not a small part of it');
+  }
+});

@@ -2,6 +2,7 @@
 import assert from 'node:assert/strict';
 import { writeFile } from 'node:fs/promises';
 import { join } from 'node:path';
+import { Readable } from 'node:stream';
 import { test } from 'node:test';
 import { sidesPicture, undersidePicture } from '../dist/pictures/part_picture.js';
 import { partScene } from '../dist/pictures/part_scene.js';
@@ -156,7 +157,7 @@ test('regions, islands and overhangs of a slice have the colours of the legend',
     earlierPoints: [],
   };
   const { default: sharp } = await import('sharp');
-  const { sheet, tiles } = await sliceSheet([slice, slice], 'part', 'below');
+  const { sheet, tiles } = await sliceSheet(Readable.from([slice, slice]), 2, 'part', 'below');
   const sizes = await Promise.all([sheet, ...tiles].map((png) => sharp(png).metadata()));
   assert.deepEqual([sizes[1].width, sizes[2].width, sizes[0].width], [620, 620, 1240]);
   assert.ok(sizes[0].height > sizes[1].height + 70, 'room for a title and the legend');

@@ -26,31 +26,32 @@ export interface SliceSheet {
   tiles: Buffer[];
 }
 
-/** Slices side by side. `earlier` says which points of lower layers they show. */
+/**
+ * `count` slices side by side, each painted as it comes, so that no two need be in memory. `earlier` says
+ * which points of lower layers they show.
+ */
 export async function sliceSheet(
-  slices: readonly SlicePicture[],
+  slices: AsyncIterable<SlicePicture>,
+  count: number,
   title: string,
   earlier: string,
 ): Promise<SliceSheet> {
-  const width = tileWidth * Math.min(columns, slices.length);
+  const width = tileWidth * Math.min(columns, count);
   const key = legend(legendEntries(earlier), padding, width - 2 * padding);
   const top = titleHeight + key.height + afterLegend;
-  const height = top + tileHeight * Math.ceil(slices.length / columns);
+  const height = top + tileHeight * Math.ceil(count / columns);
   const rgb = await sharp({ create: { width, height, channels: 3, background } })
     .raw()
     .toBuffer();
-  const places = slices.map((slice, i) => {
-    const place = {
-      left: tileWidth * (i % columns),
-      top: top + tileHeight * Math.floor(i / columns),
-    };
+  const places: { left: number; top: number }[] = [];
+  const marks: string[] = [];
+  for await (const slice of slices) {
+    const left = tileWidth * (places.length % columns);
+    const place = { left, top: top + tileHeight * Math.floor(places.length / columns) };
     paintSlice(slice, rgb, width, place.left, place.top);
-    return place;
-  });
-  const marks = slices.map(
-    (slice, i) =>
-      `<g transform="translate(${places[i].left} ${places[i].top})">${sliceMarks(slice)}</g>`,
-  );
+    marks.push(`<g transform="translate(${left} ${place.top})">${sliceMarks(slice)}</g>`);
+    places.push(place);
+  }
   const overlay = `<svg xmlns="http://www.w3.org/2000/svg" width="${width}" height="${height}">
     ${label(title, padding, 34, { size: 22 })}
     <g transform="translate(0 ${titleHeight})">${key.svg}</g>${marks.join('')}</svg>`;
