@@ -64,7 +64,7 @@ SliceResult ModelInWork::analyse(Slice slice, std::optional<SliceResultBuffers> 
     return {resultOf(layers.back()), parameters_.numLayer, static_cast<uint16_t>(layers.size() - 1),
             std::move(buffers)};
   } catch (const std::bad_alloc&) {
-    failure_ = "There was not enough memory.";
+    failure_ = "there was not enough memory";
     throw;
   } catch (const std::exception& failure) {
     failure_ = failure.what();

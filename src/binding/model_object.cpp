@@ -12,7 +12,6 @@
 #include "binding/environment.h"
 #include "binding/host_runs.h"
 #include "binding/model_parameters.h"
-#include "binding/rejection.h"
 #include "binding/slicer_object.h"
 #include "node_api/refusal.h"
 
@@ -141,74 +140,65 @@ Napi::Promise ModelObject::queueSlice(const Napi::CallbackInfo& info, bool hasPi
 
 Napi::Value ModelObject::analysePixels(const Napi::CallbackInfo& info) {
   const Napi::Env env = info.Env();
-  return rejectOnError(env, [&] {
-    requireOpen(env);
-    return queueSlice(info, true, [&](uint8_t* copy) {
-      const std::span<const uint8_t> pixels = pixelsOf(info[0], size());
-      return sliceOfPixels(pixels.data(), size().width, size().height, copy);
-    });
+  requireOpen(env);
+  return queueSlice(info, true, [&](uint8_t* copy) {
+    const std::span<const uint8_t> pixels = pixelsOf(info[0], size());
+    return sliceOfPixels(pixels.data(), size().width, size().height, copy);
   });
 }
 
 Napi::Value ModelObject::analyseRuns(const Napi::CallbackInfo& info) {
   const Napi::Env env = info.Env();
-  return rejectOnError(env, [&] {
-    requireOpen(env);
-    return queueSlice(info, false,
-                      [&](uint8_t*) { return readRuns(info[0], size().width, size().height); });
-  });
+  requireOpen(env);
+  return queueSlice(info, false,
+                    [&](uint8_t*) { return readRuns(info[0], size().width, size().height); });
 }
 
 Napi::Value ModelObject::analyseSlicer(const Napi::CallbackInfo& info) {
   const Napi::Env env = info.Env();
-  return rejectOnError(env, [&] {
-    requireOpen(env);
-    const std::shared_ptr<SharedSlicer> slicer = SlicerObject::slicerOf(info[0]);
-    if (!slicer) throw refusal(env, codes::slice, "The first argument must be a Slicer.");
-    requireSameSize(env, slicer->slicer.placement(), size());
-    const uint32_t layers = slicer->slicer.layerCount();
-    const uint32_t first =
-        wholeNumber(info[1], codes::index, "The first layer of the slicer", 0, layers - 1.0);
-    const bool needBuffer = model_->parameters().needBuffer;
-    uint32_t most = std::numeric_limits<uint32_t>::max();
-    if (!info[2].IsUndefined()) {
-      most = wholeNumber(info[2], codes::index, "The number of layers", 1, most);
+  requireOpen(env);
+  const std::shared_ptr<SharedSlicer> slicer = SlicerObject::slicerOf(info[0]);
+  if (!slicer)
+    throw refusal(env, codes::slice, "The layers must come from a Slicer of the same binary.");
+  requireSameSize(env, slicer->slicer.placement(), size());
+  const uint32_t layers = slicer->slicer.layerCount();
+  const uint32_t first =
+      wholeNumber(info[1], codes::index, "The first layer of the slicer", 0, layers - 1.0);
+  const bool needBuffer = model_->parameters().needBuffer;
+  uint32_t most = std::numeric_limits<uint32_t>::max();
+  if (!info[2].IsUndefined()) {
+    most = wholeNumber(info[2], codes::index, "The number of layers", 1, most);
+  }
+  try {
+    std::optional<SliceResultBuffers> buffers;
+    if (needBuffer) {
+      most = 1;
+      buffers.emplace(env, Environment::of(env).memory, size().pixels());
     }
-    try {
-      std::optional<SliceResultBuffers> buffers;
-      if (needBuffer) {
-        most = 1;
-        buffers.emplace(env, Environment::of(env).memory, size().pixels());
-      }
-      return queue_.add(info.This().As<Napi::Object>(),
-                        std::make_unique<SlicerAnalysisJob>(env, model_, slicer, first, most,
-                                                            std::move(buffers)));
-    } catch (const std::bad_alloc&) {
-      throw withoutMemory(env, size(), needBuffer);
-    }
-  });
+    return queue_.add(
+        info.This().As<Napi::Object>(),
+        std::make_unique<SlicerAnalysisJob>(env, model_, slicer, first, most, std::move(buffers)));
+  } catch (const std::bad_alloc&) {
+    throw withoutMemory(env, size(), needBuffer);
+  }
 }
 
 Napi::Value ModelObject::groupImages(const Napi::CallbackInfo& info) {
   const Napi::Env env = info.Env();
-  return rejectOnError(env, [&] {
-    requireOpen(env);
-    constexpr double most = 4294967294.0;
-    const uint32_t layer = wholeNumber(info[0], codes::index, "The layer index", 0, most);
-    const uint32_t group = wholeNumber(info[1], codes::index, "The group index", 0, most);
-    return queue_.add(info.This().As<Napi::Object>(),
-                      std::make_unique<GroupImagesJob>(env, model_, layer, group));
-  });
+  requireOpen(env);
+  constexpr double most = 4294967294.0;
+  const uint32_t layer = wholeNumber(info[0], codes::index, "The layer index", 0, most);
+  const uint32_t group = wholeNumber(info[1], codes::index, "The group index", 0, most);
+  return queue_.add(info.This().As<Napi::Object>(),
+                    std::make_unique<GroupImagesJob>(env, model_, layer, group));
 }
 
 Napi::Value ModelObject::close(const Napi::CallbackInfo& info) {
   const Napi::Env env = info.Env();
-  return rejectOnError(env, [&] {
-    Napi::Promise closed =
-        queue_.add(info.This().As<Napi::Object>(), std::make_unique<CloseJob>(env, model_));
-    isClosed_ = true;
-    return closed;
-  });
+  Napi::Promise closed =
+      queue_.add(info.This().As<Napi::Object>(), std::make_unique<CloseJob>(env, model_));
+  isClosed_ = true;
+  return closed;
 }
 
 }  // namespace stiltforge::binding

@@ -14,8 +14,8 @@ namespace stiltforge::binding {
 
 /// The JavaScript class Model: a model under analysis, independent of all others. Its jobs run on
 /// Node's worker threads one at a time in the order of the calls, those of several models in turn.
-/// packages/stiltforge/src/binding.ts declares it. The constructor throws a refusal, all other
-/// calls reject their promise.
+/// packages/stiltforge/src/binding.ts declares it. A call that is refused throws, so that its host
+/// knows at once that nothing was taken; what fails at work rejects the promise.
 class ModelObject : public Napi::ObjectWrap<ModelObject> {
  public:
   /// The class, for the module's exports.

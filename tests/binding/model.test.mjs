@@ -182,14 +182,14 @@ if (isMainThread) {
   test('says what is wrong with pixels', async () => {
     const model = small();
     const refuses = (pixels, message) =>
-      assert.rejects(model.analysePixels(pixels), { code: 'ERR_STILTFORGE_SLICE', message });
-    await refuses(
+      assert.throws(() => model.analysePixels(pixels), { code: 'ERR_STILTFORGE_SLICE', message });
+    refuses(
       new ArrayBuffer(119),
       'A slice of 10 x 3 pixels is 120 bytes, 4 a pixel, but this one holds 119.',
     );
     const detached = new ArrayBuffer(120);
     structuredClone(detached, { transfer: [detached] });
-    await refuses(detached, /but this one holds 0\.$/);
+    refuses(detached, /but this one holds 0\.$/);
     const kinds = /^The pixels of a slice are an ArrayBuffer, a Buffer, /;
     const others = [
       undefined,
@@ -199,40 +199,31 @@ if (isMainThread) {
       new Uint16Array(60),
       new DataView(new ArrayBuffer(120)),
     ];
-    for (const other of others) await refuses(other, kinds);
-    await refuses(new SharedArrayBuffer(120), kinds);
-    await refuses(new Uint8Array(new SharedArrayBuffer(120)), /not shared with other threads/);
+    for (const other of others) refuses(other, kinds);
+    refuses(new SharedArrayBuffer(120), kinds);
+    refuses(new Uint8Array(new SharedArrayBuffer(120)), /not shared with other threads/);
   });
 
   test('says what is wrong with runs, and in which row', async () => {
     const model = small();
     const refuses = (runs, message) =>
-      assert.rejects(model.analyseRuns(runs), { code: 'ERR_STILTFORGE_SLICE', message });
-    await refuses(undefined, /^The runs of a slice are an object with rowStart, begin and end\.$/);
-    await refuses({ ...fine, begin: [0] }, 'begin of the runs must be a Uint16Array.');
-    await refuses({ ...fine, rowStart: fine.end }, 'rowStart of the runs must be a Uint32Array.');
-    await refuses({ ...fine, overhang: 3 }, /^The overhang of a slice's runs is an object with /);
-    await refuses(
-      { ...fine, overhang: null },
-      /^The overhang of a slice's runs is an object with /,
-    );
-    await refuses({ ...fine, overhang: fine }, 'overhang.blue of the runs must be a Uint8Array.');
-    await refuses(
-      rows([0, 2], [3, 4]),
-      /^The material has 3 row starts; a slice of 3 rows needs 4/,
-    );
-    await refuses(rows([], [4, 8, 0, 2], []), /^Row 1 of the material has columns 0 to 2 after /);
-    await refuses(
-      rows([], [], [4, 11]),
-      /^Row 2 of the material has a run of columns 4 to 11, but/,
-    );
+      assert.throws(() => model.analyseRuns(runs), { code: 'ERR_STILTFORGE_SLICE', message });
+    refuses(undefined, /^The runs of a slice are an object with rowStart, begin and end\.$/);
+    refuses({ ...fine, begin: [0] }, 'begin of the runs must be a Uint16Array.');
+    refuses({ ...fine, rowStart: fine.end }, 'rowStart of the runs must be a Uint32Array.');
+    refuses({ ...fine, overhang: 3 }, /^The overhang of a slice's runs is an object with /);
+    refuses({ ...fine, overhang: null }, /^The overhang of a slice's runs is an object with /);
+    refuses({ ...fine, overhang: fine }, 'overhang.blue of the runs must be a Uint8Array.');
+    refuses(rows([0, 2], [3, 4]), /^The material has 3 row starts; a slice of 3 rows needs 4/);
+    refuses(rows([], [4, 8, 0, 2], []), /^Row 1 of the material has columns 0 to 2 after /);
+    refuses(rows([], [], [4, 11]), /^Row 2 of the material has a run of columns 4 to 11, but/);
     const hanging = (overhang, blue) => ({
       ...fine,
       overhang: { ...overhang, blue: Uint8Array.from(blue), green: new Uint8Array(blue.length) },
     });
-    await refuses(hanging(rows([1, 3], [], []), [0, 0]), /^Row 0 overhangs at columns 1 to 3, /);
-    await refuses(hanging(rows([], [], [5, 6]), [255]), /^Row 2 has blue 255 at column 5 /);
-    await refuses(hanging(rows([], [], [5, 6]), [0, 0]), /^The overhang has 1 pixel, but 2 blue /);
+    refuses(hanging(rows([1, 3], [], []), [0, 0]), /^Row 0 overhangs at columns 1 to 3, /);
+    refuses(hanging(rows([], [], [5, 6]), [255]), /^Row 2 has blue 255 at column 5 /);
+    refuses(hanging(rows([], [], [5, 6]), [0, 0]), /^The overhang has 1 pixel, but 2 blue /);
     assert.equal((await model.analyseRuns(hanging(rows([], [], [5, 6]), [0]))).layerIndex, 0);
   });
 
@@ -244,13 +235,13 @@ if (isMainThread) {
       code: 'ERR_STILTFORGE_SLICE',
       message: new RegExp(`^${name} of the runs ${words}`),
     });
-    await assert.rejects(model.analyseRuns(gone), refused('begin', 'is detached'));
+    assert.throws(() => model.analyseRuns(gone), refused('begin', 'is detached'));
     const shared = { ...fine, rowStart: new Uint32Array(new SharedArrayBuffer(16)) };
-    await assert.rejects(model.analyseRuns(shared), refused('rowStart', 'lies in shared memory'));
+    assert.throws(() => model.analyseRuns(shared), refused('rowStart', 'lies in shared memory'));
     const resizable = new ArrayBuffer(12, { maxByteLength: 12 });
     const tracking = { ...fine, begin: new Uint16Array(resizable, 4, 3) };
     resizable.resize(2);
-    await assert.rejects(model.analyseRuns(tracking), { code: 'ERR_STILTFORGE_SLICE' });
+    assert.throws(() => model.analyseRuns(tracking), { code: 'ERR_STILTFORGE_SLICE' });
   });
 
   test('a getter that takes memory away is no danger, and its exception passes through', async () => {
@@ -261,14 +252,14 @@ if (isMainThread) {
         structuredClone(runs.begin, { transfer: [runs.begin.buffer] });
       },
     });
-    await assert.rejects(model.analyseRuns(runs), /begin of the runs is detached/);
+    assert.throws(() => model.analyseRuns(runs), /begin of the runs is detached/);
     const thrower = { ...fine };
     Object.defineProperty(thrower, 'end', {
       get() {
         throw new RangeError('mine');
       },
     });
-    await assert.rejects(model.analyseRuns(thrower), { name: 'RangeError', message: 'mine' });
+    assert.throws(() => model.analyseRuns(thrower), { name: 'RangeError', message: 'mine' });
   });
 
   test('takes runs of another realm', async () => {
@@ -284,29 +275,32 @@ if (isMainThread) {
     const slicer = new Slicer(part);
     const model = new Model(modelParameters(slicer.width, slicer.height));
     for (const other of [undefined, null, {}, model, new Map()]) {
-      await assert.rejects(model.analyseSlicer(other, 0), {
+      assert.throws(() => model.analyseSlicer(other, 0), {
         code: 'ERR_STILTFORGE_SLICE',
-        message: 'The first argument must be a Slicer.',
+        message: 'The layers must come from a Slicer of the same binary.',
       });
     }
-    await assert.rejects(small().analyseSlicer(slicer, 0), {
+    assert.throws(() => small().analyseSlicer(slicer, 0), {
       code: 'ERR_STILTFORGE_SLICE',
       message: `The slices of this model are 10 x 3 pixels, but those of the slicer are ${slicer.width} x ${slicer.height} pixels.`,
     });
     for (const first of [-1, 22, 0.5, NaN, '0', undefined]) {
-      await assert.rejects(model.analyseSlicer(slicer, first), {
+      assert.throws(() => model.analyseSlicer(slicer, first), {
         code: 'ERR_STILTFORGE_INDEX',
         message: /^The first layer of the slicer is .*, not a whole number from 0 to 21\.$/,
       });
     }
-    await assert.rejects(model.analyseSlicer(slicer, 0, 0), { code: 'ERR_STILTFORGE_INDEX' });
+    assert.throws(() => model.analyseSlicer(slicer, 0, 0), { code: 'ERR_STILTFORGE_INDEX' });
   });
 
   test('says which layers and groups there are', async () => {
     const model = small();
     await model.analyseRuns(fine);
     const refuses = (layer, group, message) =>
-      assert.rejects(model.groupImages(layer, group), { code: 'ERR_STILTFORGE_INDEX', message });
+      assert.rejects(async () => model.groupImages(layer, group), {
+        code: 'ERR_STILTFORGE_INDEX',
+        message,
+      });
     await refuses(1, 0, 'There is no layer 1: 1 layer has been analysed, counted from 0.');
     await refuses(0, 3, 'There is no group 3 in layer 0: it has 3 groups, counted from 0.');
     await refuses(-1, 0, 'The layer index is -1, not a whole number from 0 to 4294967294.');
@@ -321,10 +315,10 @@ if (isMainThread) {
       code: 'ERR_STILTFORGE_CLOSED',
       message: 'The model is closed. Create a new one.',
     };
-    await assert.rejects(model.analyseRuns(fine), refused);
-    await assert.rejects(model.analysePixels(new ArrayBuffer(120)), refused);
-    await assert.rejects(model.analyseSlicer(new Slicer(part), 0), refused);
-    await assert.rejects(model.groupImages(0, 0), refused);
+    assert.throws(() => model.analyseRuns(fine), refused);
+    assert.throws(() => model.analysePixels(new ArrayBuffer(120)), refused);
+    assert.throws(() => model.analyseSlicer(new Slicer(part), 0), refused);
+    assert.throws(() => model.groupImages(0, 0), refused);
     assert.equal((await slice).layer.pixelCount, 7);
     assert.equal(await closed, undefined);
     assert.equal(await model.close(), undefined);

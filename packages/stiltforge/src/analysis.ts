@@ -3,17 +3,13 @@
 /// <reference lib="esnext.disposable" preserve="true" />
 
 import type { AnalysisParameters, Bytes, SliceResult } from 'stiltforge';
+import { binding, type NativeModel } from './binding.js';
 import { AnalysisError, fromNative } from './errors.js';
+import { isLayerSource, type LayerSource } from './layer_source.js';
 import { checkedParameters } from './parameters.js';
-import { isByteArray } from './realms.js';
-import { type SliceImage, sliceBuffer } from './slice_image.js';
-import {
-  type AbortSignalLike,
-  abortable,
-  type Deferred,
-  deferred,
-  ignoreUntilAwaited,
-} from './waiting.js';
+import { type SliceImage, slicePixels } from './slice_image.js';
+import { isSliceRuns, type SliceRuns } from './slice_runs.js';
+import { type AbortSignalLike, abortable, ignoreUntilAwaited } from './waiting.js';
 
 export type {
   AnalysisParameters,
@@ -25,6 +21,7 @@ export type {
 } from 'stiltforge';
 export type { ParameterRow } from './binding.js';
 export { AnalysisError, type AnalysisErrorCode } from './errors.js';
+export type { LayerSource } from './layer_source.js';
 export {
   estimateMemory,
   type MemoryEstimate,
@@ -33,6 +30,7 @@ export {
 } from './memory_estimate.js';
 export { parameterTable } from './parameters.js';
 export type { ImageLike, SliceImage } from './slice_image.js';
+export type { Overhang, RunArrays, SliceRuns } from './slice_runs.js';
 export type { AbortSignalLike } from './waiting.js';
 
 /** The images that groupImages() renders, in the addon's order. */
@@ -68,26 +66,19 @@ export interface RunOptions {
   signal?: AbortSignalLike;
 }
 
-/** Slices, bottom first. An asynchronous source may prepare them while earlier ones are analysed. */
-export type SliceSource = AsyncIterable<SliceImage> | Iterable<SliceImage>;
-
-/** The five functions, loaded when they are first needed: importing this module never fails. */
-function addon(): typeof import('stiltforge') {
-  try {
-    return require('stiltforge');
-  } catch (error) {
-    throw fromNative(error);
-  }
-}
+/**
+ * Slices, bottom first, as pictures or as runs. An asynchronous source may prepare them while earlier
+ * ones are analysed.
+ */
+export type SliceSource = AsyncIterable<SliceImage | SliceRuns> | Iterable<SliceImage | SliceRuns>;
 
 /** Node knows the symbol from 20.4 on; programs compiled for an older one look under this name. */
 const asyncDispose: typeof Symbol.asyncDispose =
   Symbol.asyncDispose ?? Symbol.for('Symbol.asyncDispose');
 
-let openAnalysis: Analysis | undefined;
-
 /**
- * The analysis of one model. A process analyses one model at a time: close() one before the next.
+ * The analysis of one model. A process may have many at once, in all its threads; they take turns on the
+ * threads of Node's pool.
  *
  * ```js
  * await using analysis = Analysis.create(parameters);
@@ -96,35 +87,29 @@ let openAnalysis: Analysis | undefined;
  */
 export class Analysis {
   readonly parameters: Readonly<AnalysisParameters>;
+  readonly #model: NativeModel;
   #slices = 0;
-  #failure: Error | undefined;
   #closed: Promise<void> | undefined;
-  #jobs = new Set<Promise<unknown>>();
-  /** Outcomes of what runs took from their sources and have not delivered; undefined for the end. */
-  #taken: Promise<SliceResult | undefined>[] = [];
+  /** Outcomes of what runs took from their sources, in order; undefined for the end. */
+  #taken: Promise<SliceResult[] | undefined>[] = [];
+  /** Results of the first of them that no run has delivered yet. */
+  #ready: SliceResult[] = [];
   #running = false;
 
-  private constructor(parameters: Readonly<AnalysisParameters>) {
+  private constructor(parameters: Readonly<AnalysisParameters>, model: NativeModel) {
     this.parameters = parameters;
+    this.#model = model;
   }
 
-  /** Starts a model. Throws an AnalysisError when another one is open or a parameter is wrong. */
+  /** Starts a model. Throws an AnalysisError when a parameter is wrong or memory is short. */
   static create(parameters: AnalysisParameters): Analysis {
     const checked = checkedParameters(parameters);
-    if (openAnalysis) {
-      throw new AnalysisError(
-        'ERR_STILTFORGE_MODEL_OPEN',
-        'Another Analysis is open, and a process analyses one model at a time. Close it first, or' +
-          ' analyse in a child process.',
-      );
-    }
+    const { Model } = binding();
     try {
-      addon().InitAnalyseSlice(checked);
+      return new Analysis(checked, new Model(checked));
     } catch (error) {
       throw fromNative(error);
     }
-    openAnalysis = new Analysis(checked);
-    return openAnalysis;
   }
 
   /** Number of slices that were handed to the analysis so far. */
@@ -133,10 +118,11 @@ export class Analysis {
   }
 
   /**
-   * Analyses the next slice of the model, bottom first. The slice is copied before this returns. Calls
-   * need not wait for each other: slices are analysed one at a time, in the order of the calls.
+   * Analyses the next slice of the model, bottom first: a picture or its runs, which are read before
+   * this returns. Calls need not wait for each other: slices are analysed one at a time, in the order of
+   * the calls.
    */
-  async analyse(slice: SliceImage, { signal }: RunOptions = {}): Promise<SliceResult> {
+  async analyse(slice: SliceImage | SliceRuns, { signal }: RunOptions = {}): Promise<SliceResult> {
     signal?.throwIfAborted();
     return abortable(this.#handOver(slice), signal);
   }
@@ -145,37 +131,35 @@ export class Analysis {
    * Analyses a whole stack, yielding the result of each slice in order. While a slice is analysed the
    * source is asked for the next one, which is then analysed while the result is with the caller; an
    * array has its slices ready, so none is taken from it ahead. Ends the source when the caller stops
-   * early.
+   * early. Of a slicer, layers from `sliceCount` on are sliced and analysed natively, some at a time.
    *
-   * A run that is left early, by `break` or by an abort, may be followed by another one. A slice that it
-   * had taken from its source is analysed all the same: it counts in `sliceCount`, and its result is the
-   * first of the next run. So that run's source goes on with slice `sliceCount`.
+   * A run that is left early, by `break` or by an abort, may be followed by another one. Slices that it
+   * had taken from its source are analysed all the same: they count in `sliceCount`, and their results
+   * are the first of the next run. So that run's source goes on with slice `sliceCount`.
    */
   async *run(
-    slices: SliceSource,
+    slices: SliceSource | LayerSource,
     { signal }: RunOptions = {},
   ): AsyncGenerator<SliceResult, void, void> {
-    const iterator = iterate(slices);
-    const readsAhead = !Array.isArray(slices);
+    const source = isLayerSource(slices) ? this.#layersOf(slices) : this.#slicesOf(slices);
     this.#beginRun();
     try {
-      while (this.#taken.length > 0) {
-        const result = await this.#deliver(signal);
-        if (result) yield result;
+      while (this.#ready.length > 0 || this.#taken.length > 0) {
+        await this.#deliver(signal);
+        yield* this.#results();
       }
-      let slice: Promise<boolean> | undefined;
+      let taken: Promise<boolean> | undefined;
       for (;;) {
         signal?.throwIfAborted();
-        slice ??= this.#take(iterator);
-        const taken = await abortable(slice, signal);
-        slice = taken && readsAhead ? this.#take(iterator) : undefined;
-        const result = await this.#deliver(signal);
-        if (!result) return;
-        yield result;
+        taken ??= source.take();
+        const isTaken = await abortable(taken, signal);
+        taken = isTaken && source.readsAhead ? source.take() : undefined;
+        if (!(await this.#deliver(signal))) return;
+        yield* this.#results();
       }
     } finally {
       this.#running = false;
-      const ended = Promise.resolve(iterator.return?.());
+      const ended = source.end();
       ignoreUntilAwaited(ended);
       // A source that is stuck in next() would keep an aborted run from ending.
       if (!signal?.aborted) await ended;
@@ -193,15 +177,12 @@ export class Analysis {
     { signal }: RunOptions = {},
   ): Promise<GroupImages> {
     signal?.throwIfAborted();
-    requireIndex('layer', layer, 0xffff);
-    requireIndex('group', group, 0xffff_fffe);
-    const images = this.#job<GroupImages>(({ resolve, reject }) => {
-      addon().GroupToBitmap(layer, group + 1, (first, ...rest) => {
-        if (isByteArray(first)) resolve(namedImages(first, rest));
-        else reject(fromNative(first));
-      });
-    });
-    return abortable(images, signal);
+    const { width, height, images } = await abortable(
+      this.#job(() => this.#model.groupImages(layer, group)),
+      signal,
+    );
+    const named = groupImageNames.map((name, i) => [name, images[i]]);
+    return { width, height, images: Object.fromEntries(named) };
   }
 
   /**
@@ -209,15 +190,21 @@ export class Analysis {
    * analysis is open until then.
    */
   close(): Promise<void> {
-    this.#closed ??= this.#close().catch((error) => {
-      this.#closed = undefined;
-      throw fromNative(error);
-    });
+    this.#closed ??= this.#close();
     return this.#closed;
   }
 
   [asyncDispose](): Promise<void> {
     return this.close();
+  }
+
+  async #close(): Promise<void> {
+    try {
+      await this.#model.close();
+    } catch (error) {
+      this.#closed = undefined;
+      throw fromNative(error);
+    }
   }
 
   #beginRun(): void {
@@ -231,109 +218,127 @@ export class Analysis {
     this.#running = true;
   }
 
+  /** Takes what the source gives next. A slice is handed on as soon as it comes, even if the run is left. */
+  #slicesOf(slices: SliceSource): RunSource {
+    const iterator = iterate(slices);
+    return {
+      readsAhead: !Array.isArray(slices),
+      take: () =>
+        this.#take(
+          Promise.resolve()
+            .then(() => iterator.next())
+            .then((next) =>
+              next.done ? undefined : { results: this.#handOver(next.value).then(oneOf) },
+            ),
+        ),
+      end: async () => {
+        await iterator.return?.();
+      },
+    };
+  }
+
+  /** Takes some layers when those before are done: only then it is known which come next. */
+  #layersOf(slicer: LayerSource): RunSource {
+    const nextLayers = () =>
+      this.#slices < slicer.layerCount ? { results: this.#handOverLayers(slicer) } : undefined;
+    return {
+      readsAhead: true,
+      take: () => this.#take(Promise.allSettled(this.#taken.slice(-1)).then(nextLayers)),
+      end: async () => {},
+    };
+  }
+
   /**
-   * Takes the next slice of the source and hands it to the analysis as soon as it comes, even if the
-   * run is left until then. Resolves to whether there was one that could be taken.
+   * Notes the outcome of what a source gives. Resolves to whether there was anything that could be
+   * handed over.
    */
-  #take(iterator: SliceIterator): Promise<boolean> {
-    const handedOver = Promise.resolve()
-      .then(() => iterator.next())
-      .then((next) => (next.done ? undefined : { result: this.#handOver(next.value) }));
-    const result = handedOver.then((slice) => slice?.result);
-    ignoreUntilAwaited(result);
-    this.#taken.push(result);
+  #take(handedOver: Promise<{ results: Promise<SliceResult[]> } | undefined>): Promise<boolean> {
+    const results = handedOver.then((taken) => taken?.results);
+    ignoreUntilAwaited(results);
+    this.#taken.push(results);
     return handedOver.then(
-      (slice) => slice !== undefined,
+      (taken) => taken !== undefined,
       () => false,
     );
   }
 
-  /** The first outcome of what was taken; it stays the first if the wait is aborted. */
-  async #deliver(signal: AbortSignalLike | undefined): Promise<SliceResult | undefined> {
+  /**
+   * Makes the results of the first outcome ready; it stays the first if the wait is aborted. Resolves to
+   * false at the end of the source.
+   */
+  async #deliver(signal: AbortSignalLike | undefined): Promise<boolean> {
+    if (this.#ready.length > 0) return true;
     const [outcome] = this.#taken;
     await abortable(Promise.allSettled([outcome]), signal);
     this.#taken.shift();
-    return outcome;
+    const results = await outcome;
+    this.#ready = results ?? [];
+    return results !== undefined;
   }
 
-  async #close(): Promise<void> {
-    while (this.#jobs.size > 0) await Promise.allSettled(this.#jobs);
-    addon().CleanPointer();
-    openAnalysis = undefined;
+  *#results(): Generator<SliceResult, void, void> {
+    for (let next = this.#ready.shift(); next; next = this.#ready.shift()) yield next;
   }
 
   /** Queues the next slice. Throws when it is refused: it is none of the model's then. */
-  #handOver(slice: SliceImage): Promise<SliceResult> {
-    return this.#job(({ resolve, reject }) => {
-      const { width, height } = this.parameters;
-      const pixels = sliceBuffer(slice, width, height);
-      addon().AnalyseSlice(pixels, this.#slices & 0xffff, (result) => {
-        if (this.#failure) reject(afterFailure(this.#failure));
-        else if ('layer' in result) resolve(result);
-        else {
-          this.#failure = result;
-          reject(fromNative(result));
-        }
-      });
-      this.#slices += 1;
+  #handOver(slice: SliceImage | SliceRuns): Promise<SliceResult> {
+    const { width, height } = this.parameters;
+    const result = this.#job(() =>
+      isSliceRuns(slice)
+        ? this.#model.analyseRuns(slice)
+        : this.#model.analysePixels(slicePixels(slice, width, height)),
+    );
+    this.#slices += 1;
+    return result;
+  }
+
+  /** The same for layers of a slicer, which count when they are done. */
+  #handOverLayers(slicer: LayerSource): Promise<SliceResult[]> {
+    const layers = this.#job(() => this.#model.analyseSlicer(slicer, this.#slices));
+    return layers.then((results) => {
+      this.#slices += results.length;
+      return results;
     });
   }
 
-  /** Starts a job whose callback settles it; close() waits for it even when the caller does not. */
-  #job<T>(start: (job: Deferred<T>) => void): Promise<T> {
+  #job<T>(start: () => Promise<T>): Promise<T> {
     if (this.#closed) {
       throw new AnalysisError('ERR_STILTFORGE_CLOSED', 'The analysis is closed. Create a new one.');
     }
-    if (this.#failure) throw afterFailure(this.#failure);
-    const job = deferred<T>();
-    try {
-      start(job);
-    } catch (error) {
+    const failed = (error: unknown): never => {
       throw fromNative(error);
+    };
+    try {
+      return start().catch(failed);
+    } catch (error) {
+      return failed(error);
     }
-    const { promise } = job;
-    this.#jobs.add(promise);
-    const done = () => this.#jobs.delete(promise);
-    promise.then(done, done);
-    return promise;
   }
 }
 
-/** The slices above a failed one would be related to a layer that is not theirs. */
-function afterFailure(failure: Error): AnalysisError {
-  return new AnalysisError(
-    'ERR_STILTFORGE_CLOSED',
-    `An earlier slice failed (${failure.message}), so what lies above it would be wrong.` +
-      ' Close this analysis and start the model again.',
-    { cause: failure },
-  );
+/** What a run takes its slices from. */
+interface RunSource {
+  /** Whether the next slice is asked for while one is analysed. */
+  readsAhead: boolean;
+  /** Takes and hands over what comes next. Resolves to whether there was anything that could be. */
+  take(): Promise<boolean>;
+  end(): Promise<void>;
 }
 
-function requireIndex(what: string, value: number, most: number): void {
-  if (Number.isInteger(value) && value >= 0 && value <= most) return;
-  throw new AnalysisError(
-    'ERR_STILTFORGE_INDEX',
-    `The ${what} index is ${value}, not a whole number from 0 to ${most}.`,
-  );
-}
+const oneOf = (result: SliceResult): SliceResult[] => [result];
 
-function namedImages(first: Bytes, rest: (Bytes | number)[]): GroupImages {
-  const buffers = [first, ...rest.slice(0, groupImageNames.length - 1)] as Bytes[];
-  const [width, height] = rest.slice(-2) as [number, number];
-  const entries = groupImageNames.map((name, i) => [name, buffers[i]]);
-  return { width, height, images: Object.fromEntries(entries) };
-}
-
-type SliceIterator = AsyncIterator<SliceImage> | Iterator<SliceImage>;
+type SliceIterator = AsyncIterator<SliceImage | SliceRuns> | Iterator<SliceImage | SliceRuns>;
 
 function iterate(slices: SliceSource): SliceIterator {
   // A program without types may pass anything.
-  const source = Object(slices) as Partial<AsyncIterable<SliceImage> & Iterable<SliceImage>>;
+  const source = Object(slices) as Partial<
+    AsyncIterable<SliceImage | SliceRuns> & Iterable<SliceImage | SliceRuns>
+  >;
   const iterator = source[Symbol.asyncIterator]?.() ?? source[Symbol.iterator]?.();
   if (iterator) return iterator;
   throw new AnalysisError(
     'ERR_STILTFORGE_SLICE',
-    'run() takes an array, a generator or another iterable of slices, bottom first. For a single' +
-      ' slice there is analyse().',
+    'run() takes an array, a generator or another iterable of slices, bottom first, or a slicer. For a' +
+      ' single slice there is analyse().',
   );
 }

@@ -1,7 +1,9 @@
-import type { AnalysisParameters } from 'stiltforge';
+import type { AnalysisParameters, Bytes, SliceResult } from 'stiltforge';
 import { loadBinary } from 'stiltforge/load';
 import { fromNative } from './errors.js';
+import type { LayerSource } from './layer_source.js';
 import type { MemoryEstimate, ModelSize } from './memory_estimate.js';
+import type { SliceRuns } from './slice_runs.js';
 
 /** A row of the table of parameters, which the native side keeps. */
 export interface ParameterRow {
@@ -17,8 +19,31 @@ export interface ParameterRow {
   summary: string;
 }
 
+/**
+ * A model under analysis. What can't be done at all throws, and nothing is changed; what fails at work
+ * rejects. Once a slice has failed all that follow do. Errors carry a code.
+ */
+export interface NativeModel {
+  /** Not of shared memory. */
+  analysePixels(pixels: ArrayBuffer | Uint8Array | Uint8ClampedArray): Promise<SliceResult>;
+  analyseRuns(runs: SliceRuns): Promise<SliceResult>;
+  /**
+   * Layers of a Slicer from `first` on: as many as are analysed in a short time, but not more than
+   * `most`; with buffers one.
+   */
+  analyseSlicer(slicer: LayerSource, first: number, most?: number): Promise<SliceResult[]>;
+  /** Both counted from 0; eight images. */
+  groupImages(
+    layer: number,
+    group: number,
+  ): Promise<{ width: number; height: number; images: Bytes[] }>;
+  /** Frees the model when all jobs before are done. May be called again. */
+  close(): Promise<void>;
+}
+
 /** What binding.node, src/binding, offers to this package. */
 export interface Binding {
+  Model: new (parameters: Readonly<AnalysisParameters>) => NativeModel;
   estimateMemory(model: ModelSize): MemoryEstimate;
   parameterTable: readonly Readonly<ParameterRow>[];
 }

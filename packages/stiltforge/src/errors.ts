@@ -1,8 +1,8 @@
 /** What went wrong, for programs. Errors of the five functions carry the same codes. */
 export type AnalysisErrorCode =
-  /** Another model is open: in this program, or in another thread of the process. */
+  /** Of the five functions alone: another thread of the process has their model open. */
   | 'ERR_STILTFORGE_MODEL_OPEN'
-  /** Slices are still being analysed. */
+  /** Another run of the analysis has not ended; of the five functions: slices are still being analysed. */
   | 'ERR_STILTFORGE_BUSY'
   /** No model is open: it was closed, or an earlier slice failed. */
   | 'ERR_STILTFORGE_CLOSED'

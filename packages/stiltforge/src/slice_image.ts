@@ -14,19 +14,16 @@ export interface ImageLike {
  */
 export type SliceImage = ArrayBuffer | Uint8Array | Uint8ClampedArray | ImageLike;
 
-/** The image as the ArrayBuffer that the addon takes, copied only where it must be. */
-export function sliceBuffer(slice: SliceImage, width: number, height: number): ArrayBuffer {
+/** The pixels in the form that the native side takes, which knows how many there must be. */
+export function slicePixels(
+  slice: SliceImage,
+  width: number,
+  height: number,
+): ArrayBuffer | Uint8Array | Uint8ClampedArray {
   const pixels = pixelsOf(slice, width, height);
-  const needed = width * height * 4;
-  if (pixels.byteLength !== needed) {
-    throw wrongSlice(
-      `A slice of ${width} x ${height} pixels is ${needed} bytes, 4 a pixel, but this one holds` +
-        ` ${pixels.byteLength}.`,
-    );
-  }
-  if (isArrayBuffer(pixels)) return pixels;
-  if (isArrayBuffer(pixels.buffer) && pixels.byteOffset === 0) return pixels.buffer;
-  return new Uint8Array(pixels).buffer;
+  if (isArrayBuffer(pixels) || isArrayBuffer(pixels.buffer)) return pixels;
+  // Shared memory could change while it is read.
+  return new Uint8Array(pixels);
 }
 
 function pixelsOf(slice: SliceImage, width: number, height: number) {
@@ -36,8 +33,8 @@ function pixelsOf(slice: SliceImage, width: number, height: number) {
   const { data } = image;
   if (!isByteArray(data)) {
     throw wrongSlice(
-      'A slice is an ArrayBuffer, a Buffer, a Uint8Array or a Uint8ClampedArray of RGBA pixels, or an' +
-        ' image with width, height and such data.',
+      'A slice is an ArrayBuffer, a Buffer, a Uint8Array or a Uint8ClampedArray of RGBA pixels, an' +
+        ' image with width, height and such data, or an object with rowStart, begin and end of runs.',
     );
   }
   if (image.width !== width || image.height !== height) {

@@ -1,20 +1,3 @@
-export interface Deferred<T> {
-  promise: Promise<T>;
-  resolve: (value: T) => void;
-  reject: (reason: unknown) => void;
-}
-
-/** A promise that is settled from outside. */
-export function deferred<T>(): Deferred<T> {
-  let resolve!: Deferred<T>['resolve'];
-  let reject!: Deferred<T>['reject'];
-  const promise = new Promise<T>((onValue, onReason) => {
-    resolve = onValue;
-    reject = onReason;
-  });
-  return { promise, resolve, reject };
-}
-
 /** What is used of an AbortSignal, so that a program may do without the types of Node and of browsers. */
 export interface AbortSignalLike {
   readonly aborted: boolean;

@@ -167,3 +167,80 @@ test('memory that runs out while a group is rendered is an Error, whenever it ha
     '1500,1500',
   );
 });
+
+const analysisLimit = `${limit}
+  const { Analysis } = await import(analysisUrl);
+  const create = (changes) => Analysis.create(parameters(changes));
+  const emptyRuns = (rows) =>
+    ({ rowStart: new Uint32Array(rows + 1), begin: new Uint16Array(0), end: new Uint16Array(0) });
+  // Its threads are started, too.
+  const first = create();
+  await first.analyse(rectangle(8, 6, 0, 0, 4, 4));
+`;
+
+test('an analysis that does not fit is refused, another one goes on', { skip }, async () => {
+  const child = await runInChild(`${analysisLimit}
+    allow(200);
+    console.log(attempt(() => create({ width: 20000, height: 20000, needBuffer: true })));
+    console.log(attempt(() => create({ ghostRadius: 4000 })));
+    console.log((await first.analyse(rectangle(8, 6, 0, 0, 4, 4))).layer.groups[0].supportedPixel);
+  `);
+  assertEnded(
+    child,
+    'ERR_STILTFORGE_MEMORY Not enough memory for slices of 20000 x 20000 pixels: the top-pixel buffer' +
+      ' alone needs 1600000000 bytes. Use a smaller image, or needBuffer false.',
+    'ERR_STILTFORGE_MEMORY Not enough memory for the spread table of ghostRadius 4000.',
+    '16',
+  );
+});
+
+test('a slice of an analysis that does not fit is refused, and the analysis goes on', {
+  skip,
+}, async () => {
+  const child = await runInChild(`${analysisLimit}
+    const analysis = create({ width: 8000, height: 8000 });
+    const pixels = new Uint8Array(256000000).fill(1);
+    allow(200);
+    const error = await analysis.analyse(pixels).catch((reason) => reason);
+    console.log(error.code, error.message, analysis.sliceCount);
+    console.log((await analysis.analyse(emptyRuns(8000))).layerIndex);
+  `);
+  assertEnded(
+    child,
+    'ERR_STILTFORGE_MEMORY Not enough memory to take the slice in: a slice of 8000 x 8000 pixels needs' +
+      ' 256000000 bytes. 0',
+    '0',
+  );
+});
+
+test('slices queued behind one that failed fail, too: they would lie on a layer that is not theirs', {
+  skip,
+}, async () => {
+  const child = await runInChild(`${analysisLimit}
+    const analysis = create({ width: 4000, height: 4000 });
+    // Four million regions of one pixel.
+    const begin = Uint16Array.from({ length: 4e6 }, (_, i) => 2 * (i % 2000));
+    const rowStart = Uint32Array.from({ length: 4001 }, (_, y) => 2000 * Math.ceil(y / 2));
+    const dots = { rowStart, begin, end: begin.map((column) => column + 1) };
+    allow(250);
+    const jobs = [dots, emptyRuns(4000), emptyRuns(4000)].map((slice) => analysis.analyse(slice));
+    for (const { reason } of await Promise.allSettled(jobs)) console.log(reason.code, reason.message);
+    const later = [analysis.analyse(emptyRuns(4000)), analysis.groupImages(0, 0)];
+    for (const { reason } of await Promise.allSettled(later)) console.log(reason.code);
+    await analysis.close();
+    console.log((await first.analyse(rectangle(8, 6, 0, 0, 4, 4))).layer.groups[0].supportedPixel);
+  `);
+  const closed =
+    'ERR_STILTFORGE_CLOSED An earlier slice failed (there was not enough memory), so what lies above' +
+    ' it would be wrong. Close this analysis and start the model again.';
+  assertEnded(
+    child,
+    'ERR_STILTFORGE_MEMORY Not enough memory to analyse the slice. Use smaller slices, or free memory' +
+      ' and start the model again.',
+    closed,
+    closed,
+    'ERR_STILTFORGE_CLOSED',
+    'ERR_STILTFORGE_CLOSED',
+    '16',
+  );
+});

@@ -6,7 +6,8 @@ import { setTimeout as sleep } from 'node:timers/promises';
 import vm from 'node:vm';
 import stiltforge from 'stiltforge';
 import { Analysis, AnalysisError, estimateMemory, groupImageNames } from 'stiltforge/analysis';
-import { analyse, groupImages, parameters, rectangle, slice } from './harness.mjs';
+import { loadBinary } from 'stiltforge/load';
+import { analyse, groupImages, parameters, rectangle, runInChild, slice } from './harness.mjs';
 
 let open;
 function create(changes) {
@@ -118,7 +119,6 @@ test('the promise API works in a realm of its own', async () => {
   const refused = (code) => (error) => error instanceof other.AnalysisError && error.code === code;
   await assert.rejects(open.analyse(new ArrayBuffer(3)), refused('ERR_STILTFORGE_SLICE'));
   await assert.rejects(open.groupImages(99, 0), refused('ERR_STILTFORGE_INDEX'));
-  await failNextSlice(open);
 });
 
 test('a slice of another size or kind is refused, and the analysis goes on', async () => {
@@ -202,14 +202,53 @@ test('the parameters are a frozen copy', () => {
   }, TypeError);
 });
 
-test('one analysis at a time', async () => {
-  const first = create();
-  assert.throws(
-    () => Analysis.create(parameters()),
-    isError('ERR_STILTFORGE_MODEL_OPEN', /Another Analysis is open/),
+test('several analyses at once give what each gives alone, beside the five functions', async () => {
+  const strengths = [2, 4, 8, 16];
+  const alone = [];
+  for (const supportStrength of strengths) alone.push(await wholeTower({ supportStrength }));
+  assert.notDeepEqual(alone[0], alone[3]);
+
+  stiltforge.InitAnalyseSlice(parameters({ ...towerModel, supportStrength: 4 }));
+  const besides = Promise.all(tower.map((pixels, i) => analyse(pixels, i)));
+  const together = await Promise.all(
+    strengths.map((supportStrength) => wholeTower({ supportStrength })),
   );
-  await first.close();
-  create();
+  assert.deepEqual(together, alone);
+  assert.deepEqual(await besides, alone[1]);
+  stiltforge.CleanPointer();
+});
+
+test('an analysis may be open in several threads and started anew while others are', async () => {
+  const child = await runInChild(
+    `
+    import { Worker } from 'node:worker_threads';
+    const source = \`
+      import { parentPort, workerData } from 'node:worker_threads';
+      const { Analysis } = await import(workerData.analysisUrl);
+      for (let round = 0; round < 5; round += 1) {
+        const analysis = Analysis.create(workerData.settings);
+        for await (const { layer } of analysis.run(workerData.slices)) {
+          parentPort.postMessage(layer.groups[0].supportedPixel);
+        }
+        await analysis.close();
+      }
+    \`;
+    const slices = [1, 2, 3].map((i) => rectangle(8, 6, 0, 0, i + 1, 6));
+    const workerData = { settings: parameters(), slices, analysisUrl };
+    const threads = [0, 1, 2].map(() => new Worker(source, { eval: true, workerData }));
+    const got = await Promise.all(
+      threads.map(async (thread) => {
+        const values = [];
+        thread.on('message', (value) => values.push(value));
+        await new Promise((resolve) => thread.once('exit', resolve));
+        return values.join();
+      }),
+    );
+    const expected = Array(5).fill([0, 12, 18]).join();
+    console.log(got.every((values) => values === expected));
+    `,
+  );
+  assert.deepEqual(child, { code: 0, signal: null, stdout: 'true\n', stderr: '', timedOut: false });
 });
 
 test('a closed analysis refuses work, close() may be called again', async () => {
@@ -224,15 +263,24 @@ test('a closed analysis refuses work, close() may be called again', async () => 
 });
 
 test('close() that failed leaves the analysis open and works later', async () => {
-  const analysis = create();
-  await analysis.analyse(stack[0]);
-  // Behind its back: a job of the five functions, which share the model.
-  const besides = analyse(stack[1]);
-  await assert.rejects(analysis.close(), isError('ERR_STILTFORGE_BUSY', /CleanPointer cannot run/));
-  await besides;
-  assert.equal((await analysis.analyse(stack[2])).layer.groups[0].supportedPixel, 12);
-  await analysis.close();
-  await create().close();
+  const native = loadBinary('binding.node');
+  const { Model } = native;
+  let fails = true;
+  native.Model = class extends Model {
+    close() {
+      return fails ? Promise.reject(new Error('no thread')) : super.close();
+    }
+  };
+  try {
+    create();
+  } finally {
+    native.Model = Model;
+  }
+  await assert.rejects(open.close(), isError('ERR_STILTFORGE_NATIVE', /no thread/));
+  assert.equal((await open.analyse(stack[0])).layer.pixelCount, 6);
+  fails = false;
+  await open.close();
+  await assert.rejects(open.analyse(stack[0]), isError('ERR_STILTFORGE_CLOSED', /closed/));
 });
 
 test('asynchronous disposal closes', async () => {
@@ -241,48 +289,18 @@ test('asynchronous disposal closes', async () => {
   await assert.rejects(analysis.analyse(stack[0]), isError('ERR_STILTFORGE_CLOSED', /closed/));
 });
 
-test('slices queued behind a failed one fail, too: they would lie on a layer that is not theirs', async () => {
-  const analysis = create();
-  stiltforge.InitAnalyseSlice(parameters({ width: 4, height: 3 }));
-  assert.throws(() => stiltforge.InitAnalyseSlice(parameters({ numLayer: 'x' })));
-  const outcomes = await Promise.allSettled(
-    [stack[7], stack[0], stack[1]].map((pixels) => analysis.analyse(pixels)),
-  );
-  assert.deepEqual(
-    outcomes.map(({ reason }) => reason?.code),
-    ['ERR_STILTFORGE_NATIVE', 'ERR_STILTFORGE_CLOSED', 'ERR_STILTFORGE_CLOSED'],
-  );
-});
-
-/** Lets the next slice fail natively, by calls behind the analysis's back. */
-async function failNextSlice(analysis) {
-  // A smaller model, then the old size again from a call that fails half-way.
-  stiltforge.InitAnalyseSlice(parameters({ width: 4, height: 3 }));
-  assert.throws(() => stiltforge.InitAnalyseSlice(parameters({ numLayer: 'x' })));
-  await assert.rejects(analysis.analyse(stack[7]), {
-    name: 'AnalysisError',
-    code: 'ERR_STILTFORGE_NATIVE',
-    message: /_M_range_check/,
-  });
-}
-
-test('after a failed slice the analysis refuses what would be wrong', async () => {
-  const analysis = create();
-  await failNextSlice(analysis);
-  await assert.rejects(
-    analysis.analyse(stack[7]),
-    isError('ERR_STILTFORGE_CLOSED', /An earlier slice failed/),
-  );
-});
-
 test('groupImages() names the eight images of a group', async () => {
+  const slices = [rectangle(8, 6, 0, 0, 0, 0), rectangle(8, 6, 1, 1, 6, 5)];
+  stiltforge.InitAnalyseSlice(parameters({ supportStrength: 4 }));
+  for (const [i, pixels] of slices.entries()) await analyse(pixels, i);
+  const raw = await groupImages(1, 1);
+  stiltforge.CleanPointer();
+
   const analysis = create({ supportStrength: 4 });
-  await analysis.analyse(rectangle(8, 6, 0, 0, 0, 0));
-  await analysis.analyse(rectangle(8, 6, 1, 1, 6, 5));
+  for (const pixels of slices) await analysis.analyse(pixels);
   const { width, height, images } = await analysis.groupImages(1, 0);
   assert.deepEqual([width, height], [5, 4]);
   assert.deepEqual(Object.keys(images), [...groupImageNames]);
-  const raw = await groupImages(1, 1);
   groupImageNames.forEach((name, i) => {
     assert.deepEqual(images[name], raw[i]);
   });
@@ -292,8 +310,8 @@ test('groupImages() of an index that does not exist is refused', async () => {
   const analysis = create();
   await analysis.analyse(stack[0]);
   const no = (message) => isError('ERR_STILTFORGE_INDEX', message);
-  await assert.rejects(analysis.groupImages(1, 0), no(/There is no layer 1/));
-  await assert.rejects(analysis.groupImages(0, 1), no(/There is no group 2 in layer 0/));
+  await assert.rejects(analysis.groupImages(1, 0), no(/There is no layer 1: 1 layer has been/));
+  await assert.rejects(analysis.groupImages(0, 1), no(/no group 1 in layer 0: it has 1 group/));
   await assert.rejects(analysis.groupImages(-1, 0), no(/layer index is -1/));
   await assert.rejects(analysis.groupImages(0, 0.5), no(/group index is 0.5/));
 });
@@ -342,8 +360,8 @@ const tower = Array.from({ length: 7 }, (_, i) =>
 );
 const towerModel = { width: 40, height: 12, supportStrength: 6 };
 
-async function wholeTower() {
-  const analysis = create(towerModel);
+async function wholeTower(changes) {
+  const analysis = Analysis.create(parameters({ ...towerModel, ...changes }));
   const results = [];
   for (const pixels of tower) results.push(await analysis.analyse(pixels));
   await analysis.close();

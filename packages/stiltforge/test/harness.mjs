@@ -56,6 +56,40 @@ export function rectangle(width, height, left, top, right, bottom, colour = {}) 
   );
 }
 
+/** The runs of an RGBA picture, as a host that has no pictures hands them over. */
+export function runsOf(pixels, width, height) {
+  const bytes = new Uint8Array(pixels);
+  const red = (i) => bytes[4 * i];
+  const blue = (i) => bytes[4 * i + 2];
+  const rowsWhere = (isPart) => {
+    const [rowStart, begin, end] = [[0], [], []];
+    for (let y = 0; y < height; y += 1) {
+      for (let x = 0; x <= width; x += 1) {
+        const before = x > 0 && isPart(y * width + x - 1);
+        const now = x < width && isPart(y * width + x);
+        if (now && !before) begin.push(x);
+        if (before && !now) end.push(x);
+      }
+      rowStart.push(begin.length);
+    }
+    return {
+      rowStart: Uint32Array.from(rowStart),
+      begin: Uint16Array.from(begin),
+      end: Uint16Array.from(end),
+    };
+  };
+  const hangs = (i) => red(i) > 0 && blue(i) < 255;
+  const hanging = Array.from({ length: width * height }, (_, i) => i).filter(hangs);
+  return {
+    ...rowsWhere((i) => red(i) > 0),
+    overhang: {
+      ...rowsWhere(hangs),
+      blue: Uint8Array.from(hanging, blue),
+      green: Uint8Array.from(hanging, (i) => bytes[4 * i + 1]),
+    },
+  };
+}
+
 export function analyse(pixels, layerIndex = 0) {
   return new Promise((resolve, reject) => {
     stiltforge.AnalyseSlice(pixels, layerIndex, (result) =>

@@ -7,13 +7,26 @@ import {
   type GroupImageName,
   type GroupImages,
   groupImageNames,
+  type LayerSource,
   type ParameterRow,
   parameterTable,
   type SliceImage,
   type SliceResult,
+  type SliceRuns,
 } from 'stiltforge/analysis';
 
 declare const parameters: AnalysisParameters;
+declare const slicer: LayerSource;
+
+const runs: SliceRuns = {
+  rowStart: new Uint32Array(2),
+  begin: new Uint16Array(0),
+  end: new Uint16Array(0),
+};
+const hanging: SliceRuns = {
+  ...runs,
+  overhang: { ...runs, blue: new Uint8Array(0), green: new Uint8Array(0) },
+};
 
 async function* source(): AsyncGenerator<SliceImage> {
   yield new ArrayBuffer(4);
@@ -31,6 +44,9 @@ export async function use(): Promise<void> {
     const { signal } = new AbortController();
     for await (const { layer } of analysis.run(source(), { signal })) console.log(layer.groupCount);
     for await (const { width } of analysis.run([new ArrayBuffer(4)])) console.log(width, result);
+    for await (const { layerIndex } of analysis.run(slicer)) console.log(layerIndex);
+    for await (const { layer } of analysis.run([runs, new ArrayBuffer(4)])) console.log(layer);
+    await analysis.analyse(hanging);
     const images: GroupImages = await analysis.groupImages(0, 0);
     const combined: Buffer = images.images.combined;
     const [row]: readonly ParameterRow[] = parameterTable();
@@ -55,6 +71,8 @@ export async function useAndDispose(): Promise<number> {
 
 // @ts-expect-error made by create()
 new Analysis(parameters);
+// @ts-expect-error runs of another kind of array
+export const wrongRuns = (analysis: Analysis) => analysis.analyse({ ...runs, begin: [0] });
 // @ts-expect-error not an image
 export const wrong = (analysis: Analysis) => analysis.analyse('slice');
 export const change = (analysis: Analysis) => {
