@@ -55,14 +55,14 @@ async function picture(
     });
     await pause();
   }
-  const overlay = titleBar(title, scene.kinds, width, height);
+  const overlay = titleBar(title, scene.kinds, width);
   return sharp({ create: { width, height, channels: 3, background } })
     .composite([...panels, { input: Buffer.from(overlay), left: 0, top: 0 }])
     .png()
     .toBuffer();
 }
 
-function titleBar(title: string, kinds: PartScene['kinds'], width: number, height: number): string {
+function titleBar(title: string, kinds: PartScene['kinds'], width: number): string {
   const baseline = 42;
   const islands = kinds.filter((kind) => kind === 'island').length;
   const legend = [
@@ -76,6 +76,6 @@ function titleBar(title: string, kinds: PartScene['kinds'], width: number, heigh
     right = dot - 28;
     return `${words}<circle cx="${dot}" cy="${baseline - 6}" r="7" fill="${colour}"/>`;
   });
-  return `<svg xmlns="http://www.w3.org/2000/svg" width="${width}" height="${height}">
+  return `<svg xmlns="http://www.w3.org/2000/svg" width="${width}" height="${titleHeight}">
     ${label(title, padding, baseline, { size: 22 })}${entries.join('')}</svg>`;
 }
