@@ -45,6 +45,8 @@ export async function drawPictures(
 
   // Their regions are found natively while the part is drawn here.
   const slices = slicePictures(name, part.slicer, part.parameters, part.tally, print, signal);
+  // One that fails while the part is drawn is told when it is waited for.
+  slices.catch(() => {});
   try {
     const points = supports.map(({ x, y, z, kind }) => ({ position: [x, y, z] as const, kind }));
     const scene = partScene(mesh, points, support.criticalAngle, print.layerHeight);

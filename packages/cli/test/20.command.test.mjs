@@ -187,3 +187,20 @@ for (const signal of ['SIGINT', 'SIGTERM']) {
     assert.deepEqual(await readdir(folder), ['tall.stl']);
   });
 }
+
+test('SIGINT while pictures are drawn ends the run with 130, too', async (t) => {
+  const folder = await temporaryFolder(t);
+  await writeFile(join(folder, 'table.stl'), binaryStl(table()));
+  const outputs = join(folder, 'table-supports');
+  const { child, done } = start(['table.stl', '--pixel-size', '0.01'], { cwd: folder });
+  // The points are written when the layers are done, the pictures after them.
+  const written = async () => (await readdir(outputs, { recursive: true })).join(' ');
+  while (child.exitCode === null && !/points\.csv/.test(await written().catch(() => ''))) {
+    await new Promise((resolve) => setTimeout(resolve, 5));
+  }
+  child.kill('SIGINT');
+  const { code, err } = await done;
+  assert.equal(code, 130, err);
+  assert.match(err, /interrupted, nothing was written/);
+  assert.deepEqual(await readdir(folder), ['table.stl']);
+});
