@@ -1,8 +1,12 @@
 #include "slicing/mesh_report.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstddef>
 #include <vector>
+
+#include "slicing/mesh_part.h"
+#include "slicing/vector.h"
 
 namespace stiltforge::slicing {
 
@@ -11,74 +15,13 @@ namespace {
 // Nesting compares parts pairwise; a mesh of more closed parts than this is taken as not nested.
 constexpr std::size_t mostPartsForNesting = 4096;
 
-struct Vector {
-  double x, y, z;
-};
-
-Vector between(const Vertex& from, const Vertex& to) {
-  return {static_cast<double>(to.x) - from.x, static_cast<double>(to.y) - from.y,
-          static_cast<double>(to.z) - from.z};
-}
-
-Vector cross(const Vector& a, const Vector& b) {
-  return {a.y * b.z - a.z * b.y, a.z * b.x - a.x * b.z, a.x * b.y - a.y * b.x};
-}
-
-double dot(const Vector& a, const Vector& b) {
-  return a.x * b.x + a.y * b.y + a.z * b.z;
-}
-
-bool isDegenerate(const Triangle& triangle) {
-  const Vector normal = cross(between(triangle[0], triangle[1]), between(triangle[0], triangle[2]));
-  return normal.x == 0 && normal.y == 0 && normal.z == 0;
-}
-
-struct Part {
-  Bounds bounds;
-  std::vector<uint32_t> triangles;
-  bool closed = true;
-  double volume = 0;  // signed
-
-  bool encloses(const Part& other) const {
-    return bounds.min.x < other.bounds.min.x && bounds.max.x > other.bounds.max.x &&
-           bounds.min.y < other.bounds.min.y && bounds.max.y > other.bounds.max.y &&
-           bounds.min.z < other.bounds.min.z && bounds.max.z > other.bounds.max.z;
-  }
-};
-
-double signedVolume(const Part& part, const TriangleMesh& mesh) {
-  const Bounds& box = part.bounds;
-  const Vertex centre{box.min.x / 2 + box.max.x / 2, box.min.y / 2 + box.max.y / 2,
-                      box.min.z / 2 + box.max.z / 2};
-  double sixfold = 0;
-  for (const uint32_t t : part.triangles) {
-    const Triangle& triangle = mesh.triangles[t];
-    sixfold += dot(between(centre, triangle[0]),
-                   cross(between(centre, triangle[1]), between(centre, triangle[2])));
-  }
-  return sixfold / 6;
-}
-
-std::vector<Part> collectParts(const TriangleMesh& mesh, const MeshTopology& topology) {
-  std::vector<Part> parts(topology.partCount);
-  std::vector<uint32_t> partOfVertex(topology.vertices.size());
-  for (uint32_t t = 0; t < mesh.triangles.size(); ++t) {
-    const uint32_t index = topology.partOfTriangle[t];
-    Part& part = parts[index];
-    if (part.triangles.empty()) part.bounds = {mesh.triangles[t][0], mesh.triangles[t][0]};
-    part.triangles.push_back(t);
-    for (const Vertex& corner : mesh.triangles[t]) part.bounds.extend(corner);
-    for (const uint32_t vertex : topology.corners[t]) partOfVertex[vertex] = index;
-  }
-  for (const IrregularEdge& edge : topology.irregularEdges) {
-    if (!edge.isBalanced()) parts[partOfVertex[edge.low]].closed = false;
-  }
-  for (Part& part : parts) part.volume = signedVolume(part, mesh);
-  return parts;
+bool encloses(const Bounds& outer, const Bounds& inner) {
+  return outer.min.x < inner.min.x && outer.max.x > inner.max.x && outer.min.y < inner.min.y &&
+         outer.max.y > inner.max.y && outer.min.z < inner.min.z && outer.max.z > inner.max.z;
 }
 
 // How often a closed part winds around a point, from its crossings with the ray straight up.
-int windingAround(const Vertex& point, const Part& part, const TriangleMesh& mesh) {
+int windingAround(const Vertex& point, const MeshPart& part, const TriangleMesh& mesh) {
   int winding = 0;
   for (const uint32_t t : part.triangles) {
     const Triangle& triangle = mesh.triangles[t];
@@ -107,24 +50,26 @@ int windingAround(const Vertex& point, const Part& part, const TriangleMesh& mes
 
 }  // namespace
 
-MeshReport inspectMesh(const TriangleMesh& mesh, const MeshTopology& topology) {
+MeshReport inspectMesh(const TriangleMesh& mesh, const MeshTopology& topology,
+                       const Contact& contact) {
   MeshReport report;
   report.triangles = static_cast<uint32_t>(mesh.triangles.size());
   report.vertices = static_cast<uint32_t>(topology.vertices.size());
-  report.parts = topology.partCount;
   report.bounds = mesh.bounds;
-  for (const Triangle& triangle : mesh.triangles) {
-    report.degenerateTriangles += isDegenerate(triangle) ? 1 : 0;
-  }
-  for (const IrregularEdge& edge : topology.irregularEdges) {
-    if (edge.triangles() == 1) ++report.openEdges;
-    if (edge.triangles() == 2) ++report.misorientedEdges;
-    if (edge.triangles() > 2) ++report.nonManifoldEdges;
-  }
+  report.degenerateTriangles = static_cast<uint32_t>(
+      std::count_if(mesh.triangles.begin(), mesh.triangles.end(),
+                    [](const Triangle& triangle) { return !hasArea(triangle); }));
+  const std::vector<MeshPart> parts = collectParts(mesh, topology);
+  report.parts = static_cast<uint32_t>(parts.size());
+  const FloatingParts floating = findFloatingParts(parts, mesh.bounds.min.z, contact);
+  report.floatingParts = floating.count;
+  report.floatingFrom = floating.from;
 
-  const std::vector<Part> parts = collectParts(mesh, topology);
-  std::vector<const Part*> closed;
-  for (const Part& part : parts) {
+  std::vector<const MeshPart*> closed;
+  for (const MeshPart& part : parts) {
+    report.openEdges += part.openEdges;
+    report.nonManifoldEdges += part.nonManifoldEdges;
+    report.misorientedEdges += part.misorientedEdges;
     report.signedVolume += part.volume;
     if (part.closed) {
       closed.push_back(&part);
@@ -133,12 +78,12 @@ MeshReport inspectMesh(const TriangleMesh& mesh, const MeshTopology& topology) {
       report.expectedVolume += std::fabs(part.volume);
     }
   }
-  for (const Part* part : closed) {
+  for (const MeshPart* part : closed) {
     int winding = 0;
     if (closed.size() <= mostPartsForNesting) {
       const Vertex& inside = mesh.triangles[part->triangles.front()].front();
-      for (const Part* outer : closed) {
-        if (outer->encloses(*part)) winding += windingAround(inside, *outer, mesh);
+      for (const MeshPart* outer : closed) {
+        if (encloses(outer->bounds, part->bounds)) winding += windingAround(inside, *outer, mesh);
       }
     }
     const int own = part->volume < 0 ? -1 : 1;

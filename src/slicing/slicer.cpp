@@ -55,7 +55,7 @@ Slicer::Slicer(TriangleMesh mesh, const SlicerSettings& settings)
       placement_(mesh.bounds, settings.screen),
       falloff_(channelSettings(settings)) {
   const MeshTopology topology(mesh);
-  report_ = inspectMesh(mesh, topology);
+  report_ = inspectMesh(mesh, topology, {placement_.pixelSize, layerHeight_});
   contours_ = LayerContours(std::move(mesh), topology);
 }
 

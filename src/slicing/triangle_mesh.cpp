@@ -1,10 +1,12 @@
 #include "slicing/triangle_mesh.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstddef>
 #include <string>
 
 #include "slicing/slicing_error.h"
+#include "slicing/vector.h"
 
 namespace stiltforge::slicing {
 
@@ -23,6 +25,11 @@ void requireFinite(const Vertex& corner, std::size_t triangle) {
 }
 
 }  // namespace
+
+bool hasArea(const Triangle& triangle) {
+  const Vector normal = cross(between(triangle[0], triangle[1]), between(triangle[0], triangle[2]));
+  return normal.x != 0 || normal.y != 0 || normal.z != 0;
+}
 
 TriangleMesh TriangleMesh::fromSoup(std::span<const float> positions) {
   if (positions.empty()) {
@@ -46,9 +53,16 @@ TriangleMesh TriangleMesh::fromSoup(std::span<const float> positions) {
       corner = {next[0] + 0.0f, next[1] + 0.0f, next[2] + 0.0f};
       next += 3;
       requireFinite(corner, t);
-      if (t == 0 && &corner == mesh.triangles[t].data()) mesh.bounds = {corner, corner};
-      mesh.bounds.extend(corner);
     }
+  }
+  const auto first = std::find_if(mesh.triangles.begin(), mesh.triangles.end(), hasArea);
+  if (first == mesh.triangles.end()) {
+    throw SlicingError("None of the mesh's " + std::to_string(count) +
+                       " triangles has an area. Check that the file holds a surface mesh.");
+  }
+  mesh.bounds = {first->front(), first->front()};
+  for (const Triangle& triangle : mesh.triangles) {
+    if (hasArea(triangle)) mesh.bounds.extend(triangle);
   }
   return mesh;
 }

@@ -26,16 +26,22 @@ struct Bounds {
     min = {std::min(min.x, point.x), std::min(min.y, point.y), std::min(min.z, point.z)};
     max = {std::max(max.x, point.x), std::max(max.y, point.y), std::max(max.z, point.z)};
   }
+  void extend(const Triangle& triangle) {
+    for (const Vertex& corner : triangle) extend(corner);
+  }
 };
+
+/// False where the corners lie on one line.
+bool hasArea(const Triangle& triangle);
 
 /// A bag of triangles, as mesh files carry them.
 struct TriangleMesh {
   std::vector<Triangle> triangles;
-  Bounds bounds;
+  Bounds bounds;  ///< of the triangles that have an area: the others are nothing to print
 
   /// From nine floats a triangle: three corners of x, y, z. Negative zeros become zeros, so that
-  /// equal corners are equal bytes. Throws SlicingError when there is no triangle, a part of one is
-  /// missing, or a coordinate is not finite.
+  /// equal corners are equal bytes. Throws SlicingError when no triangle has an area, a part of one
+  /// is missing, or a coordinate is not finite.
   static TriangleMesh fromSoup(std::span<const float> positions);
 };
 

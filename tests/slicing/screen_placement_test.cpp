@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include "slicing/slicing_error.h"
+
 namespace stiltforge::slicing {
 namespace {
 
@@ -56,6 +58,52 @@ TEST(ScreenPlacement, RoundsTheBoxOutwards) {
   const ScreenPlacement placement(model, settings);
   EXPECT_EQ(placement.cropX, 46);
   EXPECT_EQ(placement.width, 9);
+}
+
+// 0.3 mm wide: at 0.1 mm a pixel, 3.0000001 in doubles.
+constexpr Bounds thin{{0, 0, 0}, {0.3f, 0.3f, 1}};
+
+TEST(ScreenPlacement, ForgivesAThousandthOfAPixelOutsideTheScreen) {
+  ScreenSettings settings = screenOf(3, 3);
+  settings.pixelSize = 0.1;
+  EXPECT_EQ(ScreenPlacement(thin, settings).width, 3);
+  settings.offsetX = 0.00009;
+  EXPECT_NO_THROW(ScreenPlacement(thin, settings));
+  settings.offsetX = 0.00011;
+  EXPECT_THROW(ScreenPlacement(thin, settings), SlicingError);
+  settings.offsetX = 0;
+  settings.offsetY = -0.00009;
+  EXPECT_NO_THROW(ScreenPlacement(thin, settings));
+  settings.offsetY = -0.00011;
+  EXPECT_THROW(ScreenPlacement(thin, settings), SlicingError);
+}
+
+TEST(ScreenPlacement, ShowsNoPixelForAThousandthOfOne) {
+  ScreenSettings settings = screenOf(9, 9);
+  settings.pixelSize = 0.1;
+  for (const double offset : {0.0, 0.00009, -0.00009}) {
+    settings.offsetX = offset;
+    settings.offsetY = offset;
+    const ScreenPlacement placement(thin, settings);
+    EXPECT_EQ(placement.cropX, 3) << offset;
+    EXPECT_EQ(placement.cropY, 3) << offset;
+    EXPECT_EQ(placement.width, 3) << offset;
+    EXPECT_EQ(placement.height, 3) << offset;
+  }
+  settings.offsetX = 0.00011;
+  settings.offsetY = -0.00011;
+  const ScreenPlacement right(thin, settings);
+  EXPECT_EQ(right.cropX, 3);
+  EXPECT_EQ(right.width, 4);
+  EXPECT_EQ(right.cropY, 3);
+  EXPECT_EQ(right.height, 4);
+  settings.offsetX = -0.00011;
+  settings.offsetY = 0.00011;
+  const ScreenPlacement left(thin, settings);
+  EXPECT_EQ(left.cropX, 2);
+  EXPECT_EQ(left.width, 4);
+  EXPECT_EQ(left.cropY, 2);
+  EXPECT_EQ(left.height, 4);
 }
 
 }  // namespace

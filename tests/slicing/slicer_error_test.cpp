@@ -39,6 +39,12 @@ TEST(SlicerError, RefusesAMeshWithoutTriangles) {
             "The mesh has no triangles. Check that the file holds a surface mesh.");
 }
 
+TEST(SlicerError, RefusesAMeshWithoutArea) {
+  EXPECT_EQ(
+      messageOf({0, 0, 1, 5, 0, 1, 0, 0, 1, 1, 2, 3, 1, 2, 3, 4, 5, 6}, unitSettings(50)),
+      "None of the mesh's 2 triangles has an area. Check that the file holds a surface mesh.");
+}
+
 TEST(SlicerError, RefusesHalfATriangle) {
   EXPECT_EQ(
       messageOf({0, 0, 0, 1, 1, 1}, unitSettings(50)),
@@ -124,7 +130,7 @@ TEST(SlicerError, SurvivesCoordinatesAtTheEndOfTheNumberRange) {
   soup[2] = -3e38f;
   EXPECT_NE(messageOf(soup, unitSettings(50)).find("the limit is 65535"), std::string::npos);
   soup = tallBox;
-  soup[0] = -3e38f;
+  soup[1] = -3e38f;
   EXPECT_NE(messageOf(soup, unitSettings(50)).find("does not fit"), std::string::npos);
 }
 

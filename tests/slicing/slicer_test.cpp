@@ -59,6 +59,31 @@ TEST(Slicer, CountsTheLayersWhoseMiddleLiesInTheModel) {
   EXPECT_EQ(Slicer(box({0, 0, 0}, {1, 1, 60}), fine).layerCount(), 1200u);
 }
 
+TEST(Slicer, PlacesAModelByTheTrianglesThatHaveAnArea) {
+  const Soup plain = box({2, 2, 8}, {6, 4, 10});
+  Soup spoilt(9, 0.0f);
+  append(spoilt, {Vertex{-9, 0, 0}, Vertex{-8, 0, 1}, Vertex{-7, 0, 2}});
+  spoilt.insert(spoilt.end(), plain.begin(), plain.end());
+  append(spoilt, {Vertex{4, 3, 9}, Vertex{90, 3, 9}, Vertex{4, 3, 9}});
+  Slicer expected(plain, unitSettings(20));
+  Slicer slicer(spoilt, unitSettings(20));
+  EXPECT_EQ(slicer.layerCount(), 2u);
+  EXPECT_EQ(slicer.placement().originX, expected.placement().originX);
+  EXPECT_EQ(slicePicture(slicer, 0), (Picture{"####", "####"}));
+  EXPECT_EQ(slicePicture(slicer, 1), (Picture{"####", "####"}));
+}
+
+TEST(Slicer, ReportsPartsThatNoLayerConnectsWithThePlate) {
+  SlicerSettings settings = unitSettings(40);
+  settings.screen.pixelSize = 0.5;
+  settings.channels.layerHeight = 0.25;
+  const Soup soup = joined({box({0, 0, 1}, {2, 2, 3}), box({2.5f, 0, 2}, {4, 2, 3}),
+                            box({0, 0, 3.25f}, {2, 2, 4}), box({6, 0, 2.5f}, {7, 2, 3})});
+  const Slicer slicer(soup, settings);
+  EXPECT_EQ(slicer.report().floatingParts, 1u);
+  EXPECT_EQ(slicer.report().floatingFrom, 1.5);
+}
+
 TEST(Slicer, GivesCornersOnPixelCentresToOneSideOnly) {
   for (const double offset : {0.0, 0.25, 0.5, 0.75}) {
     SlicerSettings settings = unitSettings(20);
