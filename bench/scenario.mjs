@@ -5,7 +5,6 @@ import { readFileSync } from 'node:fs';
 import { monitorEventLoopDelay } from 'node:perf_hooks';
 import addon from 'stiltforge';
 import { Analysis } from 'stiltforge/analysis';
-import { SliceStream } from '../packages/cli/dist/slice_stream.js';
 import { loadBinding } from '../packages/cli/dist/slicer.js';
 import { parametersFor, print } from './print_settings.mjs';
 
@@ -83,13 +82,11 @@ async function model({ soup, layers }) {
   const slicer = modelSlicer(soup);
   const count = Math.min(layers ?? Infinity, slicer.layerCount);
   const analysis = Analysis.create(parametersFor(slicer.width, slicer.height, count, {}));
-  const stream = new SliceStream(slicer);
   const delay = monitorEventLoopDelay({ resolution: 1 });
   delay.enable();
   const start = performance.now();
   let done = 0;
-  for await (const _ of analysis.run(stream)) {
-    stream.recycle();
+  for await (const _ of analysis.run(slicer)) {
     if (++done === count) break;
   }
   const seconds = (performance.now() - start) / 1000;

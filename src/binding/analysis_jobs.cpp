@@ -22,7 +22,8 @@ constexpr const char* withoutMemoryForSlice =
 // Long enough that handing over costs nothing beside it, short enough that results flow, a run can
 // be left, and models that share the threads take turns.
 constexpr double secondsPerJob = 0.02;
-constexpr double mostLayersPerJob = 500;
+constexpr double mostLayersPerJob = 200;
+constexpr double firstLayers = 4;
 
 int64_t bytesOf(const Slice& slice) {
   const std::size_t runs = slice.material.runCount() + slice.overhang.runCount();
@@ -78,8 +79,8 @@ SlicerAnalysisJob::SlicerAnalysisJob(Napi::Env env, std::shared_ptr<ModelInWork>
       buffers_(std::move(buffers)) {}
 
 std::size_t SlicerAnalysisJob::layersAtOnce(uint32_t from) const {
-  const double wanted = model_->secondsPerLayer > 0 ? secondsPerJob / model_->secondsPerLayer
-                                                    : 2.0 * workers::count();
+  const double wanted =
+      model_->secondsPerLayer > 0 ? secondsPerJob / model_->secondsPerLayer : firstLayers;
   const double left = slicer_->slicer.layerCount() - from;
   const double most = most_;
   return static_cast<std::size_t>(

@@ -15,7 +15,6 @@ import type { Progress } from './progress.js';
 import { regionPictures } from './region_pictures.js';
 import { checkSettings } from './setting_ranges.js';
 import { analysisParameters, type PrintSettings, type SupportSettings } from './settings.js';
-import { SliceStream } from './slice_stream.js';
 import { loadBinding, type Slicer } from './slicer.js';
 import type { Summary } from './summary.js';
 import { type PlacedSupport, Tally } from './tally.js';
@@ -224,21 +223,21 @@ async function analysed(
   folder: OutputFolder,
 ): Promise<{ tally: Tally; materialPixels: number }> {
   const tally = new Tally();
-  const stream = new SliceStream(slicer);
+  let materialPixels = 0;
   const analysis = Analysis.create(parameters);
   try {
-    for await (const result of analysis.run(stream, { signal })) {
-      stream.recycle();
+    for await (const result of analysis.run(slicer, { signal })) {
+      materialPixels += result.layer.pixelCount;
       tally.add(result);
       progress.layers(tally.layers.length);
     }
-    if (stream.materialPixels === 0) throw emptySlices(job, slicer);
+    if (materialPixels === 0) throw emptySlices(job, slicer);
     requireRegions(job, tally);
     for (const region of job.inspect) await writeRegion(region, analysis, folder);
   } finally {
     await analysis.close();
   }
-  return { tally, materialPixels: stream.materialPixels };
+  return { tally, materialPixels };
 }
 
 function supportRecord(

@@ -2,7 +2,6 @@ import { totalmem } from 'node:os';
 import type { AnalysisParameters } from 'stiltforge';
 import { AnalysisError, estimateMemory } from 'stiltforge/analysis';
 import { ExitCode, messageOf, UserError } from './errors.js';
-import { slicesInHand } from './slice_stream.js';
 
 /** What the process takes before it has read a mesh, bytes. */
 const processBytes = 100e6;
@@ -12,6 +11,12 @@ const bytesPerTriangle = 200;
 
 /** What draws, and what it draws on, bytes. */
 const drawingBytes = 150e6;
+
+/** Slices in memory at once, as runs: those of a job, and those cut meanwhile for the next. */
+const slicesInHand = 8;
+
+/** Slices painted at once: one analysed, one waiting, one being painted. */
+const picturesInHand = 3;
 
 /** Most pixels of a slice that the analysis takes. */
 const mostPixels = 2 ** 31 - 1;
@@ -23,16 +28,16 @@ export function predictedMemory(
   pictures: boolean,
 ): number {
   const pixels = parameters.width * parameters.height;
-  const analysis = estimateMemory(parameters, { queuedSlices: 2 }).total;
+  const analysis = estimateMemory(parameters, { queuedSlices: slicesInHand }).total;
   const painting = pictures
-    ? estimateMemory({ ...parameters, needBuffer: true, addSupport: false }, { heldResults: 2 })
+    ? 4 * pixels * picturesInHand +
+      estimateMemory({ ...parameters, needBuffer: true, addSupport: false }, { heldResults: 2 })
         .total
     : 0;
   return (
     processBytes +
     bytesPerTriangle * triangles +
     (pictures ? drawingBytes : 0) +
-    4 * pixels * slicesInHand +
     Math.max(analysis, painting)
   );
 }

@@ -24,8 +24,8 @@ export interface AnalysedPart {
 }
 
 /**
- * All pictures of a part. No analysis may be open. `progress` is told the share that is done, from 0 to
- * 1. Throws the signal's reason.
+ * All pictures of a part. `progress` is told the share that is done, from 0 to 1. Throws the signal's
+ * reason.
  */
 export async function drawPictures(
   part: AnalysedPart,

@@ -19,7 +19,7 @@ export interface NamedPicture {
 
 /**
  * Pictures of the layers that tell most, and a sheet with all of them. Their regions are found anew,
- * so that no layer of the model has to keep its pixels. No other analysis may be open.
+ * so that no layer of the model has to keep its pixels.
  */
 export async function slicePictures(
   name: string,
