@@ -1,0 +1,202 @@
+#include "hold/judge.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <stdexcept>
+#include <string>
+
+#include "hold/anchoring.h"
+#include "hold/joined_regions.h"
+#include "hold/point_grid.h"
+
+namespace stiltforge::hold {
+
+namespace {
+
+constexpr double roundingSlack = 1e-9;
+
+JudgeSettings checked(const JudgeSettings& settings) {
+  const auto require = [](double value, const char* what) {
+    if (std::isfinite(value) && value >= 0) return;
+    throw std::invalid_argument(std::string(what) + " must be 0 mm or more, not " +
+                                std::to_string(value));
+  };
+  require(settings.nearReach, "the near reach of a point");
+  require(settings.farReach, "the far reach of a point");
+  require(settings.spacing, "the spacing of points");
+  require(settings.islandHeight, "the height that an island may grow alone");
+  return settings;
+}
+
+class Judge {
+ public:
+  Judge(const Survey& survey, std::span<const Site> points, const JudgeSettings& settings)
+      : survey_(survey),
+        points_(points),
+        settings_(checked(settings)),
+        scale_{survey.settings().pixelSize, survey.settings().layerHeight},
+        islandLayers_(static_cast<uint32_t>(std::min(
+            std::floor(settings.islandHeight / scale_.layerHeight + roundingSlack), 65535.0))),
+        grid_(scale_, std::max(settings.nearReach, settings.spacing), survey.width(),
+              survey.height()) {
+    for (const Site& point : points) grid_.add(point.place);
+  }
+
+  Verdict verdict() {
+    judgeIslands();
+    for (uint32_t layer = 0; layer < survey_.layerCount(); ++layer) judgeOverhang(layer);
+    chooseWorst();
+    judgePoints();
+    findClosePairs();
+    return std::move(verdict_);
+  }
+
+ private:
+  void judgeIslands() {
+    const Anchoring anchoring(survey_.tracks(), points_);
+    for (const Island& island : survey_.islands()) {
+      const uint32_t from = anchoring.heldFrom(island.place.track);
+      IslandVerdict judged{island, {}};
+      if (from != Anchoring::never && from - island.place.layer <= islandLayers_) {
+        judged.takenIn = from;
+      }
+      verdict_.islands.push_back(judged);
+    }
+  }
+
+  Surface& surfaceOf(const OverhangRun& run) {
+    if (survey_.isSealed(run.space)) return verdict_.sealed;
+    return run.hasRoom ? verdict_.supportable : verdict_.withoutRoom;
+  }
+
+  // Replaces `rest` by the parts of the runs that no point reaches.
+  void keepUnreached(const std::vector<Run>& runs, int y, uint32_t layer, double reach,
+                     std::vector<Run>& rest) {
+    rest.clear();
+    for (const Run& run : runs) {
+      within_.clear();
+      grid_.findWithin(run, y, layer, reach, within_);
+      std::sort(within_.begin(), within_.end(),
+                [](const Run& a, const Run& b) { return a.begin < b.begin; });
+      int32_t at = run.begin;
+      const auto keep = [&](int32_t end) {
+        if (at < end) rest.push_back({static_cast<uint16_t>(at), static_cast<uint16_t>(end)});
+      };
+      for (const Run& reached : within_) {
+        keep(reached.begin);
+        at = std::max<int32_t>(at, reached.end);
+      }
+      keep(run.end);
+    }
+  }
+
+  static uint64_t pixelsOf(const std::vector<Run>& runs) {
+    uint64_t pixels = 0;
+    for (const Run& run : runs) pixels += run.length();
+    return pixels;
+  }
+
+  void judgeOverhang(uint32_t layer) {
+    for (const OverhangRun& overhang : survey_.overhang(layer)) {
+      Surface& surface = surfaceOf(overhang);
+      surface.pixels += overhang.length();
+      whole_.assign(1, {overhang.begin, overhang.end});
+      keepUnreached(whole_, overhang.y, layer, settings_.nearReach, beyondNear_);
+      if (beyondNear_.empty()) continue;
+      surface.beyondNear += pixelsOf(beyondNear_);
+      keepUnreached(beyondNear_, overhang.y, layer, settings_.farReach, beyondFar_);
+      surface.beyondFar += pixelsOf(beyondFar_);
+      if (&surface == &verdict_.supportable) noteWorst(overhang.y, layer);
+    }
+  }
+
+  // Of each run the worst pixel, of equal ones the first; with its squared distance for now.
+  void noteWorst(uint16_t y, uint32_t layer) {
+    WorstPlace worst;
+    Place place;
+    place.layer = layer;
+    place.y = y;
+    double furthest = -1;
+    for (const Run& run : beyondNear_) {
+      for (uint32_t x = run.begin; x < run.end; ++x) {
+        place.x = static_cast<uint16_t>(x);
+        const double squared = grid_.nearestTo(place).squaredDistance;
+        if (squared <= furthest) continue;
+        furthest = squared;
+        worst = {layer, place.x, y, squared};
+      }
+    }
+    candidates_.push_back(worst);
+  }
+
+  void chooseWorst() {
+    std::stable_sort(
+        candidates_.begin(), candidates_.end(),
+        [](const WorstPlace& a, const WorstPlace& b) { return a.distance > b.distance; });
+    const double apart = settings_.nearReach * settings_.nearReach;
+    for (const WorstPlace& candidate : candidates_) {
+      if (verdict_.worst.size() >= settings_.worstPlaces) break;
+      const bool isNew =
+          std::none_of(verdict_.worst.begin(), verdict_.worst.end(), [&](const WorstPlace& listed) {
+            return scale_.squared(int64_t{candidate.x} - listed.x, int64_t{candidate.y} - listed.y,
+                                  int64_t{candidate.layer} - listed.layer) <= apart;
+          });
+      if (isNew) verdict_.worst.push_back(candidate);
+    }
+    for (WorstPlace& place : verdict_.worst) place.distance = std::sqrt(place.distance);
+  }
+
+  void judgePoints() {
+    for (uint32_t i = 0; i < points_.size(); ++i) {
+      const Site& point = points_[i];
+      if (point.touches == Site::Touches::nothing) verdict_.inNoMaterial.push_back(i);
+      if (point.touches == Site::Touches::heldMaterial) verdict_.onHeldMaterial.push_back(i);
+      if (!point.place.hasRoom) verdict_.pointsWithoutRoom.push_back(i);
+      if (survey_.isSealed(point.place.space)) verdict_.pointsInSealedVoids.push_back(i);
+    }
+  }
+
+  void findClosePairs() {
+    JoinedRegions regions(survey_.tracks());
+    for (uint32_t i = 0; i < points_.size(); ++i) {
+      const Place& a = points_[i].place;
+      const std::size_t firstOwn = verdict_.closePairs.size();
+      const Run pixel{a.x, static_cast<uint16_t>(a.x + 1)};
+      grid_.forEachNear(pixel, a.y, a.layer, settings_.spacing, [&](uint32_t j) {
+        const Place& b = points_[j].place;
+        const double squared = scale_.squaredDistance(a, b);
+        if (j <= i || squared >= settings_.spacing * settings_.spacing) return;
+        const bool bothStand = a.track != Place::none && b.track != Place::none;
+        const bool separate =
+            bothStand && !regions.areJoined(a.track, b.track, std::min(a.layer, b.layer),
+                                            std::max(a.layer, b.layer) + islandLayers_);
+        verdict_.closePairs.push_back({i, j, std::sqrt(squared), separate});
+      });
+      std::sort(verdict_.closePairs.begin() + static_cast<std::ptrdiff_t>(firstOwn),
+                verdict_.closePairs.end(),
+                [](const ClosePair& p, const ClosePair& q) { return p.second < q.second; });
+    }
+  }
+
+  const Survey& survey_;
+  std::span<const Site> points_;
+  const JudgeSettings settings_;
+  const Scale scale_;
+  const uint32_t islandLayers_;
+  PointGrid grid_;
+  Verdict verdict_;
+  std::vector<WorstPlace> candidates_;
+  std::vector<Run> within_;
+  std::vector<Run> whole_;
+  std::vector<Run> beyondNear_;
+  std::vector<Run> beyondFar_;
+};
+
+}  // namespace
+
+Verdict judge(const Survey& survey, std::span<const Site> points, const JudgeSettings& settings) {
+  return Judge(survey, points, settings).verdict();
+}
+
+}  // namespace stiltforge::hold

@@ -1,0 +1,36 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <deque>
+
+#include "analysis/run_rows.h"
+
+namespace stiltforge::hold {
+
+/// Tells whether there is room for a support below a place: `layers` layers without material
+/// straight below it, the plate or the part only under them. Keeps the material of so many layers.
+class RoomBelow {
+ public:
+  explicit RoomBelow(uint32_t layers) : layers_(layers) {}
+
+  uint32_t layers() const { return layers_; }
+
+  /// Takes the material of the next layer, bottom first.
+  void add(const RunRows& material);
+
+  /// Layers without material straight below this pixel of the layer last added, down to material or
+  /// the plate; no more than the constructor's number.
+  uint32_t at(int x, int y) const;
+
+  /// Appends the parts of a run of row y of that layer that have room to the row of `roomy` that is
+  /// not yet ended.
+  void findRoom(Run run, int y, RunRows& roomy) const;
+
+ private:
+  uint32_t layers_;
+  uint32_t layerCount_ = 0;
+  std::deque<RunRows> below_;  // the last layers, the latest first
+};
+
+}  // namespace stiltforge::hold

@@ -1,0 +1,189 @@
+#include "hold/survey.h"
+
+#include <algorithm>
+#include <cmath>
+#include <stdexcept>
+#include <string>
+#include <unordered_map>
+#include <utility>
+
+#include "hold/overhang_rows.h"
+#include "runtime/worker_pool.h"
+
+namespace stiltforge::hold {
+
+namespace {
+
+// A height that differs from a whole number of layers only by rounding counts as that number.
+constexpr double roundingSlack = 1e-9;
+
+uint32_t layersOf(double height, double layerHeight) {
+  return static_cast<uint32_t>(std::ceil(height / layerHeight - roundingSlack));
+}
+
+SurveySettings checked(const SurveySettings& settings) {
+  const auto require = [](bool holds, const char* what, double value) {
+    if (!holds) throw std::invalid_argument(std::string(what) + " " + std::to_string(value));
+  };
+  require(std::isfinite(settings.pixelSize) && settings.pixelSize > 0,
+          "the pixel size must be above 0 mm, not", settings.pixelSize);
+  require(std::isfinite(settings.layerHeight) && settings.layerHeight > 0,
+          "the layer height must be above 0 mm, not", settings.layerHeight);
+  require(settings.minimumHeight >= 0 && settings.minimumHeight <= 65535 * settings.layerHeight,
+          "the minimum height must be between 0 and 65535 layers, not mm", settings.minimumHeight);
+  require(settings.tipRadius >= 0 && settings.tipRadius <= 65535 * settings.pixelSize,
+          "the tip's radius must be between 0 and 65535 pixels, not mm", settings.tipRadius);
+  return settings;
+}
+
+}  // namespace
+
+Survey::Survey(const SurveySettings& settings)
+    : settings_(checked(settings)), room_(layersOf(settings.minimumHeight, settings.layerHeight)) {}
+
+void Survey::add(const Slice& slice) {
+  if (layerCount() == 0) {
+    width_ = slice.width;
+    height_ = slice.height;
+  } else if (slice.width != width_ || slice.height != height_) {
+    throw std::invalid_argument("a slice of " + std::to_string(slice.width) + " x " +
+                                std::to_string(slice.height) + " pixels follows slices of " +
+                                std::to_string(width_) + " x " + std::to_string(height_));
+  }
+  below_ = std::move(regions_);
+  Components free;
+  workers::parallelFor(2, [&](std::size_t i) {
+    if (i == 0) {
+      regions_ = findComponents(slice.material, Contact::sidesAndCorners);
+    } else {
+      free = findComponents(complementOf(slice.material, slice.width), Contact::sides);
+    }
+  });
+  tracks_.add(regions_, below_);
+  space_.add(std::move(free), slice.width);
+  room_.add(slice.material);
+  if (layerCount() > 0) {
+    addIslands();
+    addOverhang(slice);
+  }
+  firstRun_.push_back(overhang_.size());
+}
+
+// Before firstRun_ knows the layer.
+Place Survey::placeAt(int x, int y) const {
+  Place place;
+  place.layer = layerCount();
+  place.x = static_cast<uint16_t>(x);
+  place.y = static_cast<uint16_t>(y);
+  place.space = space_.below(x, y);
+  return place;
+}
+
+void Survey::addIslands() {
+  struct Extent {
+    uint64_t sumX = 0;
+    uint64_t sumY = 0;
+    uint32_t pixels = 0;
+    uint64_t nearest = ~uint64_t{0};
+    uint16_t x = 0;
+    uint16_t y = 0;
+  };
+  std::unordered_map<uint32_t, Extent> extents;
+  for (uint32_t region = 0; region < regions_.count; ++region) {
+    if (tracks_.isIsland(region)) extents.emplace(region, Extent());
+  }
+  if (extents.empty()) return;
+  const auto forEachRun = [&](auto&& fn) {
+    for (uint32_t y = 0; y < height_; ++y) {
+      for (uint32_t i = regions_.pixels.rowStart(y); i < regions_.pixels.rowStart(y + 1); ++i) {
+        const auto island = extents.find(regions_.ofRun[i]);
+        if (island != extents.end()) fn(island->second, regions_.pixels[i], y);
+      }
+    }
+  };
+  forEachRun([](Extent& e, const Run& run, uint32_t y) {
+    e.pixels += run.length();
+    e.sumX += uint64_t{run.length()} * (run.begin + run.end - 1u) / 2;
+    e.sumY += uint64_t{run.length()} * y;
+  });
+  forEachRun([](Extent& e, const Run& run, uint32_t y) {
+    const auto centreX = static_cast<int64_t>(e.sumX / e.pixels);
+    const auto centreY = static_cast<int64_t>(e.sumY / e.pixels);
+    const int64_t x = std::clamp<int64_t>(centreX, run.begin, run.end - 1);
+    const auto distance =
+        static_cast<uint64_t>((x - centreX) * (x - centreX) + (y - centreY) * (y - centreY));
+    if (distance >= e.nearest) return;
+    e.nearest = distance;
+    e.x = static_cast<uint16_t>(x);
+    e.y = static_cast<uint16_t>(y);
+  });
+  for (uint32_t region = 0; region < regions_.count; ++region) {
+    if (!tracks_.isIsland(region)) continue;
+    const Extent& extent = extents.at(region);
+    Island island{placeAt(extent.x, extent.y), extent.pixels};
+    island.place.track = tracks_.trackOf(region);
+    island.place.hasRoom = room_.at(extent.x, extent.y) >= room_.layers();
+    islands_.push_back(island);
+  }
+}
+
+void Survey::addOverhang(const Slice& slice) {
+  const RunRows beyond = overhangBeyond(slice, below_.pixels);
+  RunRows roomy;
+  for (int y = 0; y < beyond.height(); ++y) {
+    for (const Run& run : beyond.row(y)) {
+      OverhangRun stretch{space_.below(run.begin, y), static_cast<uint16_t>(y), 0, 0, false};
+      const auto append = [&](int32_t begin, int32_t end, bool hasRoom) {
+        if (begin >= end) return;
+        stretch.begin = static_cast<uint16_t>(begin);
+        stretch.end = static_cast<uint16_t>(end);
+        stretch.hasRoom = hasRoom;
+        overhang_.push_back(stretch);
+      };
+      roomy.clear();
+      room_.findRoom(run, y, roomy);
+      roomy.endRow();
+      int32_t at = run.begin;
+      for (const Run& room : roomy.row(0)) {
+        append(at, room.begin, false);
+        append(room.begin, room.end, true);
+        at = room.end;
+      }
+      append(at, run.end, false);
+    }
+  }
+}
+
+Site::Touches Survey::touchedAt(const Slice& slice, int x, int y) const {
+  if (regions_.at(x, y) == Components::none) return Site::Touches::nothing;
+  const double radius = settings_.tipRadius / settings_.pixelSize;
+  const auto reach = static_cast<int>(radius);
+  for (int dy = -reach; dy <= reach; ++dy) {
+    const auto half = static_cast<int>(std::sqrt(radius * radius - dy * dy));
+    for (const Run& run : slice.overhang.row(y + dy)) {
+      if (run.begin <= x + half && run.end > x - half) return Site::Touches::overhang;
+    }
+  }
+  return Site::Touches::heldMaterial;
+}
+
+void Survey::addPoints(const Slice& slice, std::span<const SupportPoint> points) {
+  if (layerCount() == 0) throw std::invalid_argument("points come after the slice of their layer");
+  for (const SupportPoint& point : points) {
+    Site site;
+    site.place = placeAt(point.x, point.y);
+    site.place.layer = layerCount() - 1;
+    const uint32_t region = regions_.at(point.x, point.y);
+    if (region != Components::none) site.place.track = tracks_.trackOf(region);
+    site.place.hasRoom = room_.at(point.x, point.y) >= room_.layers();
+    site.isIsland = point.isIsland;
+    site.touches = touchedAt(slice, point.x, point.y);
+    points_.push_back(site);
+  }
+}
+
+void Survey::finish() {
+  space_.finish();
+}
+
+}  // namespace stiltforge::hold

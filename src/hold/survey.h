@@ -1,0 +1,87 @@
+#pragma once
+
+#include <cstdint>
+#include <span>
+#include <vector>
+
+#include "analysis/slice.h"
+#include "hold/components.h"
+#include "hold/empty_space.h"
+#include "hold/place.h"
+#include "hold/region_tracks.h"
+#include "hold/room_below.h"
+
+namespace stiltforge::hold {
+
+struct SurveySettings {
+  double pixelSize = 0;        ///< mm
+  double layerHeight = 0;      ///< mm
+  double minimumHeight = 0.2;  ///< mm from the plate or the part to a place where a support fits
+  double tipRadius = 0.2;      ///< mm around a point within which it must find an overhang
+};
+
+/// Overhanging pixels of one layer side by side: columns [begin, end) of row y.
+struct OverhangRun {
+  uint32_t space = 0;  ///< see Place
+  uint16_t y = 0;
+  uint16_t begin = 0;
+  uint16_t end = 0;
+  bool hasRoom = false;  ///< see Place
+
+  uint32_t length() const { return static_cast<uint32_t>(end - begin); }
+};
+
+/// What has to be known of a part to judge whether points hold it: collected slice by slice, in
+/// memory that follows its contours and overhangs.
+///
+/// Overhang is material with a support value below 255 and without material below it and beside
+/// that (more than 1.5 pixels away). The first layer lies on the plate and has none.
+class Survey {
+ public:
+  /// Throws std::invalid_argument unless pixel and layer are above 0 and the lengths not negative.
+  explicit Survey(const SurveySettings& settings);
+
+  /// Takes the next slice, bottom first. Throws std::invalid_argument when its size is not that of
+  /// the first.
+  void add(const Slice& slice);
+  /// Takes points of the layer last added, which must not have changed since. Those beyond the
+  /// slice touch nothing.
+  void addPoints(const Slice& slice, std::span<const SupportPoint> points);
+  /// Ends the part. Nothing may be added afterwards, and isSealed() needs it.
+  void finish();
+
+  const SurveySettings& settings() const { return settings_; }
+  uint32_t layerCount() const { return static_cast<uint32_t>(firstRun_.size()) - 1; }
+  uint16_t width() const { return width_; }
+  uint16_t height() const { return height_; }
+
+  const std::vector<Island>& islands() const { return islands_; }
+  std::span<const OverhangRun> overhang(uint32_t layer) const {
+    return {overhang_.data() + firstRun_[layer], firstRun_[layer + 1] - firstRun_[layer]};
+  }
+  const RegionTracks& tracks() const { return tracks_; }
+  bool isSealed(uint32_t space) const { return space_.isSealed(space); }
+  /// In the order in which they were added.
+  const std::vector<Site>& points() const { return points_; }
+
+ private:
+  Place placeAt(int x, int y) const;
+  void addIslands();
+  void addOverhang(const Slice& slice);
+  Site::Touches touchedAt(const Slice& slice, int x, int y) const;
+
+  SurveySettings settings_;
+  uint16_t width_ = 0;
+  uint16_t height_ = 0;
+  Components regions_;  // of the last layer
+  Components below_;    // of the one below
+  RegionTracks tracks_;
+  EmptySpace space_;
+  RoomBelow room_;
+  std::vector<Island> islands_;
+  std::vector<OverhangRun> overhang_;
+  std::vector<std::size_t> firstRun_{0};  // in overhang_, by layer
+  std::vector<Site> points_;
+};
+
+}  // namespace stiltforge::hold
