@@ -253,7 +253,7 @@ void ThreeMfPartReader::addItem(XmlAttributes attributes) {
   ThreeMfItem item;
   static_cast<ThreeMfPlacement&>(item) =
       placement(attributes, "build item " + grouped(part_.items.size() + 1));
-  // Slicers write it, the core specification has no word for it.
+  // Slicers write it, the core of 3MF has no word for it.
   if (const char* printable = attributes.find("printable")) {
     item.isPrintable = std::strcmp(printable, "0") != 0 && std::strcmp(printable, "false") != 0;
   }

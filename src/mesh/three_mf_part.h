@@ -50,7 +50,7 @@ struct ThreeMfTotals {
   std::size_t parts = 0;  ///< objects, components and items
 };
 
-/// Reads the XML of one model. 3MF core specification 1.3, with the paths of its production
+/// Reads the XML of one model. The core of 3MF, version 1.3, with the paths of its production
 /// extension.
 class ThreeMfPartReader : public XmlParser {
  public:
