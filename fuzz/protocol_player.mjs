@@ -8,9 +8,9 @@ import { runInNewContext } from 'node:vm';
 import { isMainThread, threadId, Worker, workerData } from 'node:worker_threads';
 import stiltforge from '../packages/stiltforge/index.mjs';
 import { loadBinary } from '../packages/stiltforge/load.cjs';
-import { parameters, slice } from '../packages/stiltforge/test/harness.mjs';
+import { parameters, runsOf, slice } from '../packages/stiltforge/test/harness.mjs';
 
-const { Slicer, MaskSlicer, readMesh } = loadBinary('binding.node');
+const { Model, Slicer, MaskSlicer, readMesh } = loadBinary('binding.node');
 
 setFlagsFromString('--expose-gc');
 const collectGarbage = runInNewContext('gc');
@@ -322,7 +322,159 @@ async function startReading() {
   }
 }
 
+const models = []; // { model, size, closed }
+
+function startBindingModel() {
+  const usual = chance(0.7);
+  const size = { width: 1 + below(60), height: 1 + below(60) };
+  const box = slicers[below(slicers.length)];
+  if (box && chance(0.5))
+    Object.assign(size, { width: box.slicer.width, height: box.slicer.height });
+  const values = usual
+    ? parameters({ ...size, needBuffer: chance(0.4), supportStrength: pick(1, 5, 50) })
+    : randomParameters();
+  try {
+    const model = new Model(values);
+    if (usual) models.push({ model, size, closed: false });
+    if (models.length > 6) models.shift();
+  } catch (error) {
+    if (error instanceof Thrown) return;
+    if (usual || !(error instanceof Error) || error.message === '') fail(`Model threw ${error}`);
+  }
+}
+
+/** A call of a model: what it refuses it throws with a code, what fails at work it rejects with one. */
+function callModel(name, entry, call, check) {
+  calls += 1;
+  const wrong = (error) => {
+    if (error instanceof Thrown || error instanceof TypeError) return;
+    const known = /^ERR_STILTFORGE_(SLICE|CLOSED|INDEX|MEMORY)$/.test(error?.code);
+    if (!known || error.message === '') fail(`Model.${name} gave ${error?.stack ?? error}`);
+  };
+  try {
+    const promise = call();
+    if (entry.closed && name !== 'close') fail(`Model.${name} took work after close()`);
+    promised += 1;
+    promise.then(check, wrong).finally(() => {
+      promised -= 1;
+    });
+    return true;
+  } catch (error) {
+    wrong(error);
+    return false;
+  }
+}
+
+const modelAtHand = () => models[below(models.length)];
+
+function checkSlices(results) {
+  for (const result of results) checkResult('slice', [result]);
+}
+
+function startModelPixels() {
+  const entry = modelAtHand();
+  if (!entry) return;
+  const pixels = chance(0.9) ? randomPixels(entry.size) : randomSlice();
+  const given = chance(0.3) && pixels instanceof ArrayBuffer ? new Uint8Array(pixels) : pixels;
+  const check = (result) => checkSlices([result]);
+  callModel('analysePixels', entry, () => entry.model.analysePixels(given), check);
+  if (pixels instanceof ArrayBuffer) mistreat(pixels);
+}
+
+/** Runs of a picture, spoilt in some cases: other numbers, other arrays, memory that goes away. */
+function randomRuns({ width, height }) {
+  const runs = runsOf(randomPixels({ width, height }), width, height);
+  const parts = [runs, runs.overhang];
+  const put = (part, key, property) =>
+    Object.defineProperty(part, key, { configurable: true, enumerable: true, ...property });
+  const spoils = {
+    value: (_part, _key, array) => {
+      if (array.length > 0)
+        array[below(array.length)] = pick(0, 1, width, width + 1, 255, 65535, -1);
+    },
+    length: (part, key, array) =>
+      put(part, key, { value: array.slice?.(below(3), array.length - below(3)) }),
+    kind: (part, key, array) =>
+      put(part, key, { value: pick([...array], new Float64Array(4), ...oddValues) }),
+    shared: (part, key, array) =>
+      put(part, key, { value: new array.constructor(new SharedArrayBuffer(8)) }),
+    detached: (_part, _key, array) => mistreat(array.buffer),
+    getter: (part, key, array) =>
+      put(part, key, {
+        get() {
+          if (chance(0.3)) throw new Thrown();
+          mistreat(array.buffer);
+          step();
+          return array;
+        },
+      }),
+  };
+  const arrays = parts.flatMap((part) =>
+    Object.entries(part)
+      .filter(([, value]) => ArrayBuffer.isView(value))
+      .map(([key, array]) => [part, key, array]),
+  );
+  for (let i = chance(0.6) ? 1 + below(3) : 0; i > 0; i -= 1) {
+    const spoil = pick('value', 'value', 'value', ...Object.keys(spoils));
+    spoils[spoil](...pick(...arrays));
+  }
+  if (chance(0.05)) runs.overhang = pick(...oddValues);
+  return runs;
+}
+
+function startModelRuns() {
+  const entry = modelAtHand();
+  if (!entry) return;
+  const runs = chance(0.95) ? randomRuns(entry.size) : pick(...oddValues);
+  const check = (result) => checkSlices([result]);
+  callModel('analyseRuns', entry, () => entry.model.analyseRuns(runs), check);
+}
+
+function startModelLayers() {
+  const entry = modelAtHand();
+  const box = slicers[below(slicers.length)];
+  if (!entry || !box) return;
+  const first = chance(0.9) ? below(box.layers) : pick(...oddNumbers, ...oddValues);
+  const most = chance(0.5) ? undefined : pick(1, 2, 7, 2 ** 32 - 1, ...oddNumbers, ...oddValues);
+  const slicer = chance(0.95) ? box.slicer : pick(entry.model, ...oddValues);
+  const check = (results) => {
+    if (results.length === 0 || first + results.length > box.layers || results.length > most) {
+      fail(`Model.analyseSlicer gave ${results.length} layers of ${box.layers} from ${first}`);
+    }
+    checkSlices(results);
+  };
+  callModel('analyseSlicer', entry, () => entry.model.analyseSlicer(slicer, first, most), check);
+}
+
+function startModelImages() {
+  const entry = modelAtHand();
+  if (!entry) return;
+  const check = ({ width, height, images }) => checkResult('group', [...images, width, height]);
+  callModel('groupImages', entry, () => entry.model.groupImages(index(), index()), check);
+}
+
+function closeModel() {
+  const entry = modelAtHand();
+  if (
+    entry &&
+    callModel(
+      'close',
+      entry,
+      () => entry.model.close(),
+      () => {},
+    )
+  )
+    entry.closed = true;
+  if (chance(0.5)) models.splice(models.indexOf(entry), 1);
+}
+
 const actions = [
+  [4, startBindingModel],
+  [5, startModelPixels],
+  [8, startModelRuns],
+  [5, startModelLayers],
+  [2, startModelImages],
+  [1, closeModel],
   [2, startReading],
   [2, startSlicer],
   [6, startSlice],
