@@ -36,9 +36,9 @@ FloatingParts findFloatingParts(std::span<const MeshPart> parts, double plate,
   }
   // What touches a part that stands does, too.
   for (std::size_t next = 0; next < standing.size(); ++next) {
-    const auto held = std::stable_partition(
-        floating.begin(), floating.end(),
-        [&](const Bounds* box) { return !touch(*box, *standing[next], contact); });
+    const auto held = std::partition(floating.begin(), floating.end(), [&](const Bounds* box) {
+      return !touch(*box, *standing[next], contact);
+    });
     standing.insert(standing.end(), held, floating.end());
     floating.erase(held, floating.end());
   }
