@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <chrono>
 #include <exception>
+#include <span>
 #include <utility>
 
 #include "binding/environment.h"
@@ -24,6 +25,8 @@ constexpr const char* withoutMemoryForSlice =
 constexpr double secondsPerJob = 0.02;
 constexpr double mostLayersPerJob = 200;
 constexpr double firstLayers = 4;
+// A part that turns from a rod into a sponge within one job must not take all memory.
+constexpr int64_t mostBytesPerJob = int64_t{32} << 20;
 
 int64_t bytesOf(const Slice& slice) {
   const std::size_t runs = slice.material.runCount() + slice.overhang.runCount();
@@ -87,10 +90,18 @@ std::size_t SlicerAnalysisJob::layersAtOnce(uint32_t from) const {
       std::min({std::clamp(wanted, 1.0, mostLayersPerJob), left, most}));
 }
 
-std::vector<Slice> SlicerAnalysisJob::slice(uint32_t from, std::size_t count) {
-  std::vector<Slice> slices(count);
+std::vector<Slice> SlicerAnalysisJob::slice(uint32_t from, std::size_t most) {
+  const std::size_t atOnce = 2 * static_cast<std::size_t>(workers::count());
+  std::vector<Slice> slices;
+  int64_t bytes = 0;
   const std::lock_guard<std::mutex> lock(slicer_->mutex);
-  slicer_->slicer.slice(from, slices);
+  while (slices.size() < most && bytes < mostBytesPerJob) {
+    const std::size_t done = slices.size();
+    slices.resize(std::min(most, done + atOnce));
+    const std::span<Slice> added = std::span(slices).subspan(done);
+    slicer_->slicer.slice(from + static_cast<uint32_t>(done), added);
+    for (const Slice& slice : added) bytes += bytesOf(slice);
+  }
   return slices;
 }
 

@@ -54,7 +54,8 @@ class SlicerAnalysisJob : public Job {
 
  private:
   std::size_t layersAtOnce(uint32_t from) const;
-  std::vector<Slice> slice(uint32_t from, std::size_t count);
+  // At least one layer, fewer than `most` where they are large.
+  std::vector<Slice> slice(uint32_t from, std::size_t most);
   void sliceAhead(uint32_t from);
   void analyse(std::vector<Slice>& slices);
 
