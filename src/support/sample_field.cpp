@@ -1,6 +1,7 @@
 #include "support/sample_field.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 
 #include "runtime/float_conversion.h"
@@ -21,6 +22,21 @@ constexpr std::size_t samplesPerTask = std::size_t{1} << 15;
 
 uint32_t latticeStep(float s) {
   return s < static_cast<float>(largestStep) ? toUint32(s) : largestStep;
+}
+
+// The largest of values that are numbers and not negative, several side by side: one after the
+// other each comparison would wait for the last.
+float largestOf(const std::vector<float>& values) {
+  constexpr std::size_t lanes = 16;
+  std::array<float, lanes> largest{};
+  std::size_t i = 0;
+  for (; i + lanes <= values.size(); i += lanes) {
+    for (std::size_t k = 0; k < lanes; ++k) {
+      largest[k] = values[i + k] > largest[k] ? values[i + k] : largest[k];
+    }
+  }
+  for (; i < values.size(); ++i) largest[0] = std::max(largest[0], values[i]);
+  return *std::max_element(largest.begin(), largest.end());
 }
 
 }  // namespace
@@ -167,8 +183,7 @@ float SampleField::stampBand(const RowBands& bands, std::size_t band, uint32_t f
   for (const OverhangSpan& span : bands.spans(band)) {
     std::fill_n(rowSums(span.y) + (span.begin - group_.xMin), span.length(), 0.0f);
   }
-  for (const float sum : sums) largest = std::max(largest, sum);
-  return largest;
+  return std::max(largest, largestOf(sums));
 }
 
 void SampleField::score() {
