@@ -1,31 +1,35 @@
 import { mkdirSync, writeFileSync } from 'node:fs';
 import { createRequire } from 'node:module';
-import { basename, extname, join } from 'node:path';
+import { basename, dirname, extname, join } from 'node:path';
 import sharp from 'sharp';
 import yauzl from 'yauzl';
-import {
-  boundingBox,
-  scaled,
-  standingOnOrigin,
-  turnedFromYUp,
-} from '../packages/cli/dist/mesh/triangles.js';
 import { loadBinding } from '../packages/cli/dist/slicer.js';
 import { parametersFor, print } from './print_settings.mjs';
 
-/** The demo mesh, 60 mm high: nine floats a triangle, mm, z up. */
+/** The demo mesh, 60 mm high and standing on z = 0: nine floats a triangle, mm, z up. */
 export function demoMesh() {
   const bunny = createRequire(import.meta.url)('bunny');
-  const corners = bunny.cells.flatMap((cell) => cell.flatMap((vertex) => bunny.positions[vertex]));
-  const standing = standingOnOrigin(turnedFromYUp(new Float32Array(corners)));
-  return scaled(standing, 60 / boundingBox(standing).max[2]);
+  const corners = bunny.cells.flatMap((cell) => cell.map((vertex) => bunny.positions[vertex]));
+  const heights = corners.map(([, y]) => y);
+  const lowest = heights.reduce((a, b) => Math.min(a, b));
+  const scale = 60 / (heights.reduce((a, b) => Math.max(a, b)) - lowest);
+  return new Float32Array(
+    corners.flatMap(([x, y, z]) => [scale * x, -scale * z, scale * (y - lowest)]),
+  );
 }
 
-/** Writes the mesh for the C++ benchmarks and, as binary STL, for the command. */
-export function writeMesh(triangles, folder) {
-  mkdirSync(folder, { recursive: true });
-  const soup = join(folder, 'bunny.f32');
-  writeFileSync(soup, new Uint8Array(triangles.buffer));
+/** A square plate, mm, lying on z = 0. */
+export function plateMesh(side, height) {
+  const corner = (i) => [(i & 1) * side, ((i >> 1) & 1) * side, (i >> 2) * height];
+  const faces = [
+    ...[0, 2, 3, 0, 3, 1, 4, 5, 7, 4, 7, 6, 0, 1, 5, 0, 5, 4],
+    ...[2, 6, 7, 2, 7, 3, 0, 4, 6, 0, 6, 2, 1, 3, 7, 1, 7, 5],
+  ];
+  return new Float32Array(faces.flatMap(corner));
+}
 
+/** Writes a mesh as binary STL, for the command. */
+export function writeStl(triangles, file) {
   const count = triangles.length / 9;
   const bytes = Buffer.alloc(84 + 50 * count);
   bytes.writeUInt32LE(count, 80);
@@ -34,9 +38,14 @@ export function writeMesh(triangles, folder) {
       bytes.writeFloatLE(triangles[9 * i + k], 84 + 50 * i + 12 + 4 * k);
     }
   }
-  const stl = join(folder, 'bunny.stl');
-  writeFileSync(stl, bytes);
-  return { soup, stl };
+  mkdirSync(dirname(file), { recursive: true });
+  writeFileSync(file, bytes);
+}
+
+/** Writes a mesh as it stands in memory, for the C++ benchmarks. */
+export function writeSoup(triangles, file) {
+  mkdirSync(dirname(file), { recursive: true });
+  writeFileSync(file, new Uint8Array(triangles.buffer));
 }
 
 /** Writes the parameters for the C++ benchmarks. */

@@ -1,5 +1,6 @@
 const format = (value) => (value >= 100 ? value.toFixed(0) : value.toPrecision(3));
 const ms = (value) => `${format(value)} ms`;
+const seconds = (value) => `${format(value)} s`;
 const mib = (bytes) => `${(bytes / 2 ** 20).toFixed(0)} MiB`;
 
 function quotient(what, [a, textA], [b, textB], bound) {
@@ -119,7 +120,7 @@ function placementRows(times) {
     });
 }
 
-function modelRows({ times, plainLayers, alone, buffers, overlapped }) {
+function modelRows(times, plainLayers, { alone, buffers, overlapped, two }) {
   const perSecond = (layers, seconds) => [layers / seconds, `${format(layers / seconds)} layers/s`];
   const plain = perSecond(plainLayers, times.get('model-plain/bunny-4k').wall / 1000);
   const throughNode = perSecond(alone.layers, alone.seconds);
@@ -131,11 +132,17 @@ function modelRows({ times, plainLayers, alone, buffers, overlapped }) {
       perSecond(overlapped.layers, overlapped.seconds),
       plain,
     ),
+    quotient(
+      'RGBA at 4k through Node / reading such slices on all cores',
+      throughNode,
+      perSecond(1, times.get('read/bunny-4k').wall / 1000),
+      atLeast(0.6),
+    ),
     speedup(
       'AnalyseSlice on the main thread / a copy of the slice, medians',
       alone.medianCall,
       alone.medianCopy,
-      atMost(1),
+      atMost(0.5),
     ),
     speedup(
       'AnalyseSlice on the main thread / a copy of the slice, longest',
@@ -155,10 +162,17 @@ function modelRows({ times, plainLayers, alone, buffers, overlapped }) {
       unit: ' MiB',
       from: `${mib(alone.peakMemory)} without overlap`,
     },
+    {
+      what: 'two models at 2k, one after the other / both at once',
+      value: two.quotient,
+      unit: '',
+      bound: atLeast(1.5),
+      from: `${seconds(two.oneAfterTheOther)} / ${seconds(two.together)}`,
+    },
   ];
 }
 
-function memoryRows({ many, perPixel, perPixelBuffers }) {
+function memoryRows({ many, perPixel, perPixelOfBunny, perPixelBuffers }) {
   return [
     {
       what: `${many.layers} layers at 4k with 20 regions each, peak memory`,
@@ -175,6 +189,13 @@ function memoryRows({ many, perPixel, perPixelBuffers }) {
       from: 'peak memory over 6 slices at 12k',
     },
     {
+      what: "bytes a pixel beyond the host's slice, no buffers, slices of the bunny",
+      value: perPixelOfBunny.bytes,
+      unit: '',
+      bound: atMost(0.6),
+      from: 'peak memory over 6 slices at 12k',
+    },
+    {
       what: "bytes a pixel beyond the host's slice, with buffers",
       value: perPixelBuffers.bytes,
       unit: '',
@@ -183,28 +204,77 @@ function memoryRows({ many, perPixel, perPixelBuffers }) {
   ];
 }
 
-function commandRows({ seconds }) {
+function wholeRunRows(what, run, rival, { longest, timesAsFast }) {
+  const rows = [
+    { what, value: run.seconds, unit: ' s', bound: atMost(longest), from: 'whole process' },
+  ];
+  if (rival) {
+    rows.push({
+      what: `the same, ${rival} / this`,
+      value: run.quotient,
+      unit: '',
+      bound: atLeast(timesAsFast),
+      from: `${seconds(run.rivalSeconds)} / ${seconds(run.seconds)}; of pairs of runs`,
+    });
+  }
+  return rows;
+}
+
+function plateRows({ plate, rivalPlate, rival }) {
+  const aside = (text) => (rival ? `; ${rival}: ${text(rivalPlate)}` : '');
   return [
     {
-      what: 'demo mesh to supports.json, 35 micrometres, 1,200 layers',
-      value: seconds,
-      unit: ' s',
-      bound: atMost(6),
-      from: 'stiltforge --no-pictures',
+      what: 'plate of 65 mm at 5 micrometres, 13,000 x 13,000 pixels, beyond start-up',
+      value: plate.layersPerSecond,
+      unit: ' layers/s',
+      bound: atLeast(100),
+      from: `${plate.layers} layers${aside((of) => `${format(of.layersPerSecond)} layers/s`)}`,
+    },
+    {
+      what: 'the same, peak memory of the process',
+      value: plate.peak / 1e6,
+      unit: ' MB',
+      bound: atMost(500),
+      from: `${plate.layers} layers${aside((of) => `${(of.peak / 1e6).toFixed(0)} MB`)}`,
     },
   ];
 }
 
-/** All measurements as the rows of one table. */
-export function rowsOf(measured) {
+function commandRows(measured) {
+  const { rival, at35, at19, beyondStartUp } = measured;
+  const job = (micrometres) =>
+    `stiltforge bunny.stl --no-pictures, 1,200 layers at ${micrometres} micrometres`;
   return [
-    ...segmentationRows(measured.times),
-    ...growthRows(measured.times, measured.sizes),
-    ...placementRows(measured.times),
-    ...modelRows(measured),
-    ...memoryRows(measured),
-    ...commandRows(measured.command),
+    ...wholeRunRows(job(35), at35, rival, { longest: 0.9, timesAsFast: 4 }),
+    ...wholeRunRows(job(19), at19, rival, { longest: 1.2, timesAsFast: 10 }),
+    quotient(
+      'slicing and analysis at 19 / at 50 micrometres, 6.9 times the pixels, beyond start-up',
+      [beyondStartUp.at19, seconds(beyondStartUp.at19)],
+      [beyondStartUp.at50, seconds(beyondStartUp.at50)],
+      atMost(2.5),
+    ),
+    ...plateRows(measured),
   ];
+}
+
+/** All measurements as the rows of one table; what was not measured has none. */
+export function rowsOf({ native, sizes, models, memory, command }) {
+  const rows = [];
+  if (native) {
+    const nameOf = (entry) => entry.run_name.replace(/\/iterations:.*/, '');
+    const times = new Map(
+      native.map((entry) => [
+        nameOf(entry),
+        { wall: entry.real_time, processor: entry.processor_ms },
+      ]),
+    );
+    const plainLayers = native.find((entry) => nameOf(entry) === 'model-plain/bunny-4k').layers;
+    rows.push(...segmentationRows(times), ...growthRows(times, sizes), ...placementRows(times));
+    if (models) rows.push(...modelRows(times, plainLayers, models));
+  }
+  if (memory) rows.push(...memoryRows(memory));
+  if (command) rows.push(...commandRows(command));
+  return rows;
 }
 
 /** The rows as a Markdown table that is also readable as it is. */

@@ -1,18 +1,26 @@
 // One scenario in a process of its own, so that its memory is its own:
 //   node bench/scenario.mjs <name> <options as JSON>
 // prints its measurements as JSON.
-import { readFileSync } from 'node:fs';
+import { mkdirSync, readFileSync, writeFileSync } from 'node:fs';
+import { join } from 'node:path';
 import { monitorEventLoopDelay } from 'node:perf_hooks';
 import addon from 'stiltforge';
 import { Analysis } from 'stiltforge/analysis';
 import { loadBinding } from '../packages/cli/dist/slicer.js';
 import { parametersFor, print } from './print_settings.mjs';
 
-function modelSlicer(soup) {
+function modelSlicer(soup, screen) {
+  const { width, height, pixelSize } = {
+    ...{ width: print.screenWidth, height: print.screenHeight, pixelSize: print.pixelSize },
+    ...screen,
+  };
   const { buffer, byteOffset, byteLength } = readFileSync(soup);
   const positions = new Float32Array(buffer.slice(byteOffset, byteOffset + byteLength));
   const { Slicer } = loadBinding();
-  return new Slicer({ positions, ...print, margin: print.screenWidth });
+  return new Slicer({
+    ...{ positions, layerHeight: print.layerHeight, pixelSize },
+    ...{ screenWidth: width, screenHeight: height, margin: width },
+  });
 }
 
 /** Of this process alone: ru_maxrss would begin with the parent's. */
@@ -154,6 +162,92 @@ async function bytesPerPixel({ width, height, needBuffer }) {
   return { bytes: (peakMemory() - before) / (width * height), peakMemory: peakMemory() };
 }
 
-const scenarios = { analysisAlone, model, manyLayers, bytesPerPixel };
+/** Cuts slices out of the middle of the model, and writes them so that they are soon painted again. */
+async function packSlices({ soup, width, height, layers, folder }) {
+  const slicer = modelSlicer(soup, { width, height, pixelSize: 134.4 / width });
+  mkdirSync(folder, { recursive: true });
+  let pixels;
+  const files = [];
+  for (let i = 0; i < layers; i++) {
+    ({ pixels } = await slicer.slice((slicer.layerCount >> 1) + i, pixels));
+    const words = new Uint32Array(pixels);
+    const runs = [];
+    for (let begin = 0, end = 0; begin < words.length; begin = end) {
+      while (end < words.length && words[end] === words[begin]) end++;
+      runs.push(words[begin], end);
+    }
+    files.push(join(folder, `${width}-${i}.runs`));
+    writeFileSync(files[i], new Uint32Array(runs));
+  }
+  return { files };
+}
+
+function paintPacked(file, words) {
+  const { buffer, byteOffset, byteLength } = readFileSync(file);
+  const runs = new Uint32Array(buffer.slice(byteOffset, byteOffset + byteLength));
+  for (let i = 0, begin = 0; i < runs.length; begin = runs[i + 1], i += 2) {
+    words.fill(runs[i], begin, runs[i + 1]);
+  }
+}
+
+/** As bytesPerPixel, of slices that were packed. */
+async function bytesPerPixelOf({ files, width, height }) {
+  const pixels = new ArrayBuffer(4 * width * height);
+  const words = new Uint32Array(pixels);
+  addon.InitAnalyseSlice(parametersFor(width, height, files.length, { needBuffer: false }));
+  paintPacked(files[0], words);
+  const before = process.memoryUsage.rss();
+  for (const [i, file] of files.entries()) {
+    paintPacked(file, words);
+    await analyseSlice(pixels, i, []);
+  }
+  return { bytes: (peakMemory() - before) / (width * height), peakMemory: peakMemory() };
+}
+
+/** Two models of the same packed slices, one after the other and both at once. */
+async function twoModels({ files, width, height, layers, rounds }) {
+  const slices = files.map((file) => {
+    const pixels = new ArrayBuffer(4 * width * height);
+    paintPacked(file, new Uint32Array(pixels));
+    return pixels;
+  });
+  const analysed = async () => {
+    const analysis = Analysis.create(parametersFor(width, height, layers, { needBuffer: false }));
+    try {
+      // Up and down again, so that neighbours in the stack are neighbours in the model.
+      const there = slices.length - 1;
+      const stack = Array.from(
+        { length: layers },
+        (_, i) => slices[there - Math.abs(there - (i % (2 * there)))],
+      );
+      let supports = 0;
+      for await (const { layer } of analysis.run(stack)) supports += supportsOf(layer);
+      return supports;
+    } finally {
+      await analysis.close();
+    }
+  };
+  const secondsOf = async (work) => {
+    const start = performance.now();
+    await work();
+    return (performance.now() - start) / 1000;
+  };
+  await analysed();
+  const [alone, together] = [[], []];
+  for (let round = 0; round < rounds; round++) {
+    alone.push(await secondsOf(async () => [await analysed(), await analysed()]));
+    together.push(await secondsOf(() => Promise.all([analysed(), analysed()])));
+  }
+  return {
+    oneAfterTheOther: median(alone),
+    together: median(together),
+    quotient: median(alone.map((seconds, i) => seconds / together[i])),
+  };
+}
+
+const scenarios = {
+  ...{ analysisAlone, model, manyLayers, bytesPerPixel },
+  ...{ packSlices, bytesPerPixelOf, twoModels },
+};
 const [name, options] = process.argv.slice(2);
 console.log(JSON.stringify(await scenarios[name](JSON.parse(options))));

@@ -1,15 +1,19 @@
 // Builds and runs every benchmark and prints one table of ratios, all taken in this run.
 //   npm run bench                      everything, about ten minutes
 //   npm run bench -- --quick           small samples, about two minutes
+//   npm run bench -- --rival COMMIT    also the command as it was at that commit, built for this
+//   npm run bench -- --only PART       one of stages, models, memory, command; repeatable
 //   npm run bench -- --stack FILE      also slices of an archive (a zip of PNG layers); repeatable
 //   npm run bench -- --write           also puts the table into docs/performance.md
 // The variable STILTFORGE_BENCH_STACKS may name archives too, separated as in PATH.
 import { execFileSync, spawnSync } from 'node:child_process';
-import { mkdtempSync, readFileSync, rmSync, writeFileSync } from 'node:fs';
-import { availableParallelism, cpus, loadavg, tmpdir } from 'node:os';
+import { readFileSync, writeFileSync } from 'node:fs';
+import { availableParallelism, cpus, loadavg } from 'node:os';
 import { delimiter, join } from 'node:path';
 import { fileURLToPath } from 'node:url';
 import { parseArgs } from 'node:util';
+import { builtRival } from '../bench/rival.mjs';
+import { measureWholeRuns } from '../bench/whole_runs.mjs';
 
 const root = fileURLToPath(new URL('..', import.meta.url));
 const buildFolder = join(root, 'build/bench');
@@ -23,6 +27,8 @@ const { values: options } = parseArgs({
   options: {
     quick: { type: 'boolean', default: false },
     write: { type: 'boolean', default: false },
+    rival: { type: 'string' },
+    only: { type: 'string', multiple: true, default: [] },
     stack: { type: 'string', multiple: true, default: [] },
   },
 });
@@ -31,6 +37,14 @@ const archives = [
   ...options.stack,
   ...(process.env.STILTFORGE_BENCH_STACKS ?? '').split(delimiter).filter(Boolean),
 ];
+
+const parts = ['stages', 'models', 'memory', 'command'];
+const stranger = options.only.find((part) => !parts.includes(part));
+if (stranger !== undefined) {
+  console.error(`bench: there is no part "${stranger}": use ${parts.join(', ')}`);
+  process.exit(2);
+}
+const wanted = (part) => options.only.length === 0 || options.only.includes(part);
 
 function say(text) {
   process.stderr.write(`bench: ${text}\n`);
@@ -43,6 +57,7 @@ function build() {
     return stdout;
   };
   run('npm', 'run', '--silent', 'build');
+  if (!wanted('stages') && !wanted('models')) return;
   const configured = run('cmake', '--preset', 'bench');
   if (configured.includes('OpenCV not found')) {
     say('OpenCV is missing (Debian: libopencv-dev), so its rows are left out');
@@ -79,73 +94,73 @@ function runScenario(name, settings, rounds = 1) {
   return results.sort((a, b) => a.seconds - b.seconds)[rounds >> 1];
 }
 
-/** Seconds that the command takes from a mesh file to supports.json, the median of some runs. */
-function runCommand(stl, rounds) {
-  const command = join(root, 'packages/cli/dist/main.js');
-  const seconds = Array.from({ length: rounds }, () => {
-    const folder = mkdtempSync(join(tmpdir(), 'stiltforge-bench-'));
-    const words = [
-      stl,
-      '--pixel-size',
-      '0.035',
-      '--no-pictures',
-      '--quiet',
-      '--out',
-      join(folder, 'out'),
-    ];
-    const start = performance.now();
-    execFileSync(process.execPath, [command, ...words]);
-    const taken = (performance.now() - start) / 1000;
-    rmSync(folder, { recursive: true });
-    return taken;
-  });
-  return seconds.sort((a, b) => a - b)[rounds >> 1];
-}
-
 say('building');
 build();
-const { demoMesh, writeMesh, writeParameters, writeStackPicture } = await import(
-  '../bench/inputs.mjs'
-);
+const { demoMesh, plateMesh, writeParameters, writeSoup, writeStackPicture, writeStl } =
+  await import('../bench/inputs.mjs');
 const { rowsOf, tableOf } = await import('../bench/report.mjs');
 const folder = join(buildFolder, 'inputs');
-const inputs = { ...writeMesh(demoMesh(), folder), ...writeParameters(folder), stacks: [] };
-for (const archive of archives) inputs.stacks.push(await writeStackPicture(archive, folder));
-
-say('segmentation and placement');
-const native = runNative(inputs).filter((entry) => entry.aggregate_name === 'median');
-const nameOf = (entry) => entry.run_name.replace(/\/iterations:.*/, '');
+const soup = join(folder, 'bunny.f32');
+writeSoup(demoMesh(), soup);
 const rounds = quick ? 1 : 3;
-const layers = quick ? 120 : undefined;
-const { soup } = inputs;
-say('whole models through Node');
-const alone = runScenario('analysisAlone', { soup, layers, needBuffer: false }, rounds);
-const buffers = runScenario(
-  'analysisAlone',
-  { soup, layers: layers ?? 300, needBuffer: true },
-  rounds,
-);
-const overlapped = runScenario('model', { soup, layers }, rounds);
-say('memory');
-const wide = { width: 11520, height: 5120 };
-const measured = {
-  times: new Map(
-    native.map((entry) => [
-      nameOf(entry),
-      { wall: entry.real_time, processor: entry.processor_ms },
-    ]),
-  ),
-  plainLayers: native.find((entry) => nameOf(entry) === 'model-plain/bunny-4k').layers,
-  sizes: quick ? screens.slice(0, 2) : screens,
-  alone,
-  buffers,
-  overlapped,
-  many: runScenario('manyLayers', { layers: quick ? 200 : 2000, needBuffer: false }),
-  perPixel: runScenario('bytesPerPixel', { ...wide, needBuffer: false }),
-  perPixelBuffers: runScenario('bytesPerPixel', { ...wide, needBuffer: true }),
-};
-say('the command');
-measured.command = { seconds: runCommand(inputs.stl, rounds) };
+const measured = { sizes: quick ? screens.slice(0, 2) : screens };
+
+if (wanted('stages') || wanted('models')) {
+  say('segmentation and placement');
+  const stacks = [];
+  for (const archive of archives) stacks.push(await writeStackPicture(archive, folder));
+  const native = runNative({ soup, ...writeParameters(folder), stacks });
+  measured.native = native.filter((entry) => entry.aggregate_name === 'median');
+}
+if (wanted('models')) {
+  say('whole models through Node');
+  const layers = quick ? 120 : undefined;
+  const alone = { soup, layers, needBuffer: false };
+  const buffers = { soup, layers: layers ?? 300, needBuffer: true };
+  const [width, height] = [1920, 1080];
+  const packed = runScenario('packSlices', { soup, folder, width, height, layers: 24 });
+  measured.models = {
+    alone: runScenario('analysisAlone', alone, rounds),
+    buffers: runScenario('analysisAlone', buffers, rounds),
+    overlapped: runScenario('model', { soup, layers }, rounds),
+    two: runScenario('twoModels', {
+      ...packed,
+      width,
+      height,
+      layers: quick ? 100 : 600,
+      rounds: 3,
+    }),
+  };
+}
+if (wanted('memory')) {
+  say('memory');
+  const wide = { width: 11520, height: 5120 };
+  const packed = runScenario('packSlices', { soup, folder, ...wide, layers: 6 });
+  measured.memory = {
+    many: runScenario('manyLayers', { layers: quick ? 200 : 2000, needBuffer: false }),
+    perPixel: runScenario('bytesPerPixel', { ...wide, needBuffer: false }),
+    perPixelOfBunny: runScenario('bytesPerPixelOf', { ...packed, ...wide }),
+    perPixelBuffers: runScenario('bytesPerPixel', { ...wide, needBuffer: true }),
+  };
+}
+if (wanted('command')) {
+  const rival = options.rival && builtRival(root, options.rival, say);
+  say('the command');
+  const bunny = join(folder, 'bunny.stl');
+  writeStl(demoMesh(), bunny);
+  const plate = (layers) => {
+    const mesh = join(folder, `plate-${layers}.stl`);
+    writeStl(plateMesh(65, 0.05 * layers), mesh);
+    return { mesh, layers };
+  };
+  measured.command = {
+    rival: rival?.commit,
+    ...(await measureWholeRuns({
+      ...{ ours: root, rival: rival?.folder, bunny, rounds: quick ? 3 : 5 },
+      plates: { many: plate(200), few: plate(10) },
+    })),
+  };
+}
 
 const commit = execFileSync('git', ['rev-parse', '--short', 'HEAD'], {
   cwd: root,
