@@ -14,7 +14,8 @@ import { fileURLToPath } from 'node:url';
 import { parseArgs } from 'node:util';
 
 const root = fileURLToPath(new URL('..', import.meta.url));
-const buildFolder = `${root}build/fuzz`;
+const buildFolder = `${root}build/asan`;
+const workFolder = `${root}build/fuzz`;
 const libFuzzerTargets = [
   ...['analysis', 'byte_pairs', 'candidate_sort', 'slicer'],
   ...['stl', 'obj', 'ply', '3mf'],
@@ -57,8 +58,8 @@ function step(command, ...args) {
 }
 
 function libFuzzerJob(name) {
-  const corpus = `${buildFolder}/corpus/${name}`;
-  const findings = `${buildFolder}/findings`;
+  const corpus = `${workFolder}/corpus/${name}`;
+  const findings = `${workFolder}/findings`;
   const seeds = `${root}fuzz/seeds/${name}`;
   for (const folder of [corpus, findings]) mkdirSync(folder, { recursive: true });
   return {
@@ -120,8 +121,9 @@ if (jobs.length === 0) {
   process.exit(2);
 }
 if (libFuzzerTargets.some(wanted)) {
-  step('cmake', '--preset', 'fuzz');
-  step('cmake', '--build', buildFolder, '--parallel', '2');
+  const targets = libFuzzerTargets.filter(wanted).map((name) => `fuzz_${name}`);
+  step('cmake', '--preset', 'asan');
+  step('cmake', '--build', buildFolder, '--parallel', '2', '--target', ...targets);
 }
 if (scripts.some(wanted)) step('npm', 'run', '--silent', 'build');
 

@@ -1,7 +1,7 @@
 // Runs the tests under the address, undefined behaviour, leak and thread sanitizers.
 
 import { execFileSync, spawnSync } from 'node:child_process';
-import { readdirSync } from 'node:fs';
+import { readdirSync, readFileSync } from 'node:fs';
 import { availableParallelism } from 'node:os';
 import { fileURLToPath } from 'node:url';
 import { parseArgs } from 'node:util';
@@ -47,40 +47,42 @@ function run(env, command, ...args) {
   return status === 0;
 }
 
-/** Half as optimised, and with lines but without variables to debug, it compiles in half the time. */
 function build(preset, ...targets) {
-  const flags = '-DCMAKE_CXX_FLAGS_RELWITHDEBINFO=-O1 -g1';
   const built =
-    run({}, 'cmake', '--preset', preset, flags) &&
+    run({}, 'cmake', '--preset', preset) &&
     run({}, 'cmake', '--build', `build/${preset}`, '--parallel', jobs, '--target', ...targets);
   if (!built) process.exit(1);
 }
 
-/** The gtest programs as a whole: a process for every test would spend its time on starting. */
+/** The GoogleTest programs as a whole: a process for every test would spend its time on starting. */
 function runCppTests(preset) {
-  build(preset, 'core_test', 'reference_test', 'slicing_test', 'mesh_test');
+  build(preset, 'test_programs');
   const env = {
     ASAN_OPTIONS: 'detect_leaks=1:strict_string_checks=1:detect_stack_use_after_return=1',
     UBSAN_OPTIONS: 'print_stacktrace=1',
     TSAN_OPTIONS: `second_deadlock_stack=1 suppressions=${root}tests/tsan.supp`,
     STILTFORGE_STACKS: '400',
   };
-  return ['core/core_test', 'reference/reference_test', 'slicing/slicing_test', 'mesh/mesh_test']
-    .map((name) => run(env, `build/${preset}/tests/${name}`, '--gtest_brief=1'))
+  return readFileSync(`${root}build/${preset}/test_programs.txt`, 'utf8')
+    .trim()
+    .split('\n')
+    .map((program) => run(env, program, '--gtest_brief=1'))
     .every(Boolean);
 }
 
-function runtimeLibrary(name) {
-  return execFileSync('g++', [`-print-file-name=${name}`], { encoding: 'utf8' }).trim();
+function clang(option) {
+  return execFileSync('clang++', [option], { encoding: 'utf8' }).trim();
 }
 
 function runJavaScriptTests() {
   build('asan', 'stiltforge_addon', 'binding_addon');
+  const [processor] = clang('-dumpmachine').split('-');
   // The address sanitizer's runtime must come first in the process; it looks up libstdc++ at its
   // start.
+  const libraries = [`libclang_rt.asan-${processor}.so`, 'libstdc++.so.6'];
   const env = {
     STILTFORGE_BINARIES: `${root}build/asan/Release`,
-    LD_PRELOAD: ['libasan.so', 'libstdc++.so.6'].map(runtimeLibrary).join(' '),
+    LD_PRELOAD: libraries.map((name) => clang(`-print-file-name=${name}`)).join(' '),
     ASAN_OPTIONS: 'detect_leaks=0:quarantine_size_mb=8',
     UBSAN_OPTIONS: 'print_stacktrace=1',
   };

@@ -14,8 +14,9 @@ case $purpose in
     packages="$packages clang-format clang-tidy pkgconf"
     ;;
   bench) packages="$packages libbenchmark-dev libopencv-dev" ;;
-  sanitize) packages="$packages libgtest-dev libgmock-dev nlohmann-json3-dev" ;;
-  fuzz) packages="$packages clang libclang-rt-dev" ;;
+  sanitize | fuzz)
+    packages="$packages clang libclang-rt-dev libgtest-dev libgmock-dev nlohmann-json3-dev"
+    ;;
   digest)
     packages="$packages clang libc++-dev libc++abi-dev g++-aarch64-linux-gnu qemu-user"
     ;;

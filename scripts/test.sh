@@ -1,19 +1,18 @@
-#!/bin/sh
+#!/bin/bash
 # The whole test run: set-up, build, C++ and JavaScript tests, formatting, lint and types.
-set -eu
+set -euo pipefail
 cd "$(dirname "$0")/.."
+. scripts/stages.sh
 
-sh scripts/setup.sh test
-cmake --preset release -DSTILTFORGE_TESTS=ON >/dev/null
-cmake --build build
-npx tsc -b
+build() {
+  cmake --preset release -DSTILTFORGE_TESTS=ON >/dev/null
+  cmake --build build
+  npx tsc -b
+}
 
-echo "== C++ tests"
-ctest --test-dir build --output-on-failure --parallel 2 --progress
-
-echo "== JavaScript tests"
-node --test tests/*.test.mjs packages/*/test/*.test.mjs
-
-echo "== Formatting, lint, types"
-npm run --silent lint
-echo "all checks passed"
+stage 'Set-up' sh scripts/setup.sh test
+stage 'Build, types' build
+stage 'C++ tests' ctest --test-dir build --output-on-failure --parallel 2 --progress
+stage 'JavaScript tests' node --test tests/*.test.mjs packages/*/test/*.test.mjs
+stage 'Formatting, lint' npm run --silent lint
+echo 'all checks passed'

@@ -55,7 +55,7 @@ Measured measure(const Drawing& d) {
 }
 
 bool processMemoryIsTheAnalysis() {
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#ifdef STILTFORGE_SANITIZED
   return false;
 #else
   return std::filesystem::exists("/proc/self/status");
