@@ -1,4 +1,4 @@
-// Prints what the points of the analysis hold of some meshes, as a table.
+// Prints what the points of the analysis, and the finished ones, hold of some meshes, as a table.
 
 #include <algorithm>
 #include <cmath>
@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "hold/cover.h"
+#include "hold/finisher.h"
 #include "hold/judge.h"
 #include "part.h"
 
@@ -103,18 +104,24 @@ void printRow(const std::vector<std::string>& cells) {
 
 void printHeading() {
   const std::vector<std::string> heading{
-      "mesh",        "tilt",        "pixel",          "layer",        "points",
-      "islands",     "unheld 1 px", "unheld 2+ px",   "overhang mm2", "beyond 3 mm",
-      "beyond 5 mm", "worst mm",    "pairs < 1 mm",   "separate",     "no room",
-      "sealed",      "cover",       "points / cover", "points / mm2"};
+      "mesh",        "tilt",        "pixel",       "layer",          "set",
+      "points",      "islands",     "unheld 1 px", "unheld 2+ px",   "overhang mm2",
+      "beyond 3 mm", "beyond 5 mm", "worst mm",    "pairs < 1 mm",   "separate",
+      "no room",     "sealed",      "cover",       "points / cover", "points / mm2"};
   printRow(heading);
   printRow(std::vector<std::string>(heading.size(), "---"));
 }
 
-void judgePart(const Part& part, double tilt, const PrintSettings& print) {
-  const hold::Survey survey = surveyOf(tilted(part, tilt), print);
-  const hold::JudgeSettings limits;
-  const hold::Verdict verdict = hold::judge(survey, survey.points(), limits);
+// A part at one tilt, pixel size and layer height.
+struct Row {
+  std::string part;
+  double tilt = 0;
+  PrintSettings print;
+  std::size_t cover = 0;
+};
+
+void printVerdict(const Row& row, const char* whose, std::size_t points,
+                  const hold::Verdict& verdict) {
   // All surface counts here, also where no support fits.
   hold::Surface whole;
   for (const hold::Surface& s : {verdict.supportable, verdict.withoutRoom, verdict.sealed}) {
@@ -129,21 +136,42 @@ void judgePart(const Part& part, double tilt, const PrintSettings& print) {
   }
   const auto separate = std::count_if(verdict.closePairs.begin(), verdict.closePairs.end(),
                                       [](const hold::ClosePair& pair) { return pair.separate; });
+  const PrintSettings& print = row.print;
   const double area = static_cast<double>(whole.pixels) * print.pixelSize * print.pixelSize;
-  const std::size_t points = survey.points().size();
-  const std::size_t cover = hold::coverSize(survey, limits.nearReach, coverShare);
   const auto quotient = [&](double divisor, int digits) {
     return divisor > 0 ? text(static_cast<double>(points) / divisor, digits) : "-";
   };
-  printRow({part.name, text(tilt), text(print.pixelSize), text(print.layerHeight),
-            std::to_string(points), std::to_string(verdict.islands.size()), std::to_string(lone),
-            std::to_string(larger), text(area, 1), share(whole.beyondNear, whole.pixels),
+  printRow({row.part,
+            text(row.tilt),
+            text(print.pixelSize),
+            text(print.layerHeight),
+            whose,
+            std::to_string(points),
+            std::to_string(verdict.islands.size()),
+            std::to_string(lone),
+            std::to_string(larger),
+            text(area, 1),
+            share(whole.beyondNear, whole.pixels),
             share(whole.beyondFar, whole.pixels),
             verdict.worst.empty() ? "-" : text(verdict.worst[0].distance, 1),
-            std::to_string(verdict.closePairs.size()), std::to_string(separate),
+            std::to_string(verdict.closePairs.size()),
+            std::to_string(separate),
             std::to_string(verdict.pointsWithoutRoom.size()),
-            std::to_string(verdict.pointsInSealedVoids.size()), std::to_string(cover),
-            quotient(static_cast<double>(cover), 2), quotient(area, 3)});
+            std::to_string(verdict.pointsInSealedVoids.size()),
+            std::to_string(row.cover),
+            quotient(static_cast<double>(row.cover), 2),
+            quotient(area, 3)});
+}
+
+void judgePart(const Part& part, double tilt, const PrintSettings& print) {
+  const hold::Survey survey = surveyOf(tilted(part, tilt), print);
+  const hold::JudgeSettings limits;
+  const Row row{part.name, tilt, print, hold::coverSize(survey, limits.nearReach, coverShare)};
+  printVerdict(row, "analysed", survey.points().size(),
+               hold::judge(survey, survey.points(), limits));
+  const std::vector<hold::Site> finished =
+      hold::finish(survey, hold::FinishSettings::forSupportArea(print.supportArea)).sites();
+  printVerdict(row, "finished", finished.size(), hold::judge(survey, finished, limits));
 }
 
 void run(int argc, char** argv) {

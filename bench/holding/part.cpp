@@ -10,6 +10,7 @@
 #include "mesh/read_mesh.h"
 #include "model/model.h"
 #include "print/analysis_parameters.h"
+#include "slicing/channel_falloff.h"
 #include "slicing/slicer.h"
 
 namespace stiltforge::bench {
@@ -91,6 +92,7 @@ hold::Survey surveyOf(const Part& part, const PrintSettings& print) {
   hold::SurveySettings settings;
   settings.pixelSize = print.pixelSize;
   settings.layerHeight = print.layerHeight;
+  settings.steepness = 1.1 / slicing::tangentOfDegrees(print.criticalAngle);
   hold::Survey survey(settings);
   std::vector<Slice> slices;
   for (uint32_t layer = 0; layer < layers; layer += batch) {

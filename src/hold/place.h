@@ -24,6 +24,12 @@ struct Island {
   uint32_t pixels = 0;
 };
 
+/// Steep overhang in one cell of a grid, where a support fits.
+struct OverhangSample {
+  Place place;  ///< the pixel that hangs furthest out, of equal ones that deepest inside
+  uint32_t pixels = 0;
+};
+
 /// A support point as a host gives it.
 struct SupportPoint {
   uint16_t x = 0;

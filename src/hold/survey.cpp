@@ -21,6 +21,15 @@ uint32_t layersOf(double height, double layerHeight) {
   return static_cast<uint32_t>(std::ceil(height / layerHeight - roundingSlack));
 }
 
+uint32_t sampledLayers(const SurveySettings& settings) {
+  return static_cast<uint32_t>(
+      std::max(1L, std::lround(settings.sampleHeight / settings.layerHeight)));
+}
+
+double sampledReach(const SurveySettings& settings) {
+  return settings.steepness * sampledLayers(settings) * settings.layerHeight / settings.pixelSize;
+}
+
 SurveySettings checked(const SurveySettings& settings) {
   const auto require = [](bool holds, const char* what, double value) {
     if (!holds) throw std::invalid_argument(std::string(what) + " " + std::to_string(value));
@@ -33,13 +42,30 @@ SurveySettings checked(const SurveySettings& settings) {
           "the minimum height must be between 0 and 65535 layers, not mm", settings.minimumHeight);
   require(settings.tipRadius >= 0 && settings.tipRadius <= 65535 * settings.pixelSize,
           "the tip's radius must be between 0 and 65535 pixels, not mm", settings.tipRadius);
+  require(settings.sampleHeight >= 0 && settings.sampleHeight <= 65535 * settings.layerHeight,
+          "the steps of samples must be between 0 and 65535 layers, not mm", settings.sampleHeight);
+  require(settings.steepness >= 0 && sampledReach(settings) <= 65535,
+          "the steepness must be between 0 and what 65535 pixels make of it, not",
+          settings.steepness);
+  require(std::isfinite(settings.sampleSize) && settings.sampleSize >= settings.pixelSize / 65536,
+          "the cells of samples must not be smaller than a fraction of a pixel, not mm",
+          settings.sampleSize);
   return settings;
 }
 
 }  // namespace
 
+std::size_t Survey::CellHash::operator()(const Cell& cell) const {
+  uint64_t hash = cell.track;
+  hash = hash * 0x9E3779B97F4A7C15 + static_cast<uint32_t>(cell.x);
+  hash = hash * 0x9E3779B97F4A7C15 + static_cast<uint32_t>(cell.y);
+  return static_cast<std::size_t>(hash ^ hash >> 29);
+}
+
 Survey::Survey(const SurveySettings& settings)
-    : settings_(checked(settings)), room_(layersOf(settings.minimumHeight, settings.layerHeight)) {}
+    : settings_(checked(settings)),
+      room_(layersOf(settings.minimumHeight, settings.layerHeight)),
+      steep_(sampledLayers(settings), sampledReach(settings)) {}
 
 void Survey::add(const Slice& slice) {
   if (layerCount() == 0) {
@@ -66,6 +92,7 @@ void Survey::add(const Slice& slice) {
     addIslands();
     addOverhang(slice);
   }
+  addSamples(slice);
   firstRun_.push_back(overhang_.size());
 }
 
@@ -151,6 +178,55 @@ void Survey::addOverhang(const Slice& slice) {
       }
       append(at, run.end, false);
     }
+  }
+}
+
+void Survey::addSamples(const Slice& slice) {
+  const auto storey =
+      static_cast<int32_t>(layerCount() * (settings_.layerHeight / settings_.sampleSize));
+  if (std::exchange(storey_, storey) != storey) cells_.clear();
+  RunRows steep;
+  steep_.add(slice.material, steep);
+  RunRows roomy;
+  std::size_t pixel = 0;
+  for (int y = 0; y < steep.height(); ++y) {
+    const std::span<const Run> spans = slice.overhang.row(y);
+    if (steep.row(y).empty()) {
+      for (const Run& span : spans) pixel += span.length();
+      continue;
+    }
+    need_.assign(width_, 0xFFFF);
+    for (const Run& span : spans) {
+      for (uint32_t x = span.begin; x < span.end; ++x, ++pixel) {
+        need_[x] = static_cast<uint16_t>(slice.blue[pixel] << 8 | slice.green[pixel]);
+      }
+    }
+    roomy.clear();
+    for (const Run& run : steep.row(y)) room_.findRoom(run, y, roomy);
+    roomy.endRow();
+    for (const Run& run : roomy.row(0)) sample(run, y);
+  }
+}
+
+void Survey::sample(Run run, int y) {
+  const double scale = settings_.pixelSize / settings_.sampleSize;
+  Cell cell;
+  cell.y = static_cast<int32_t>(y * scale);
+  cell.track = tracks_.trackOf(regions_.at(run.begin, y));
+  for (int32_t x = run.begin; x < run.end; ++x) {
+    cell.x = static_cast<int32_t>(x * scale);
+    const auto [known, isNew] = cells_.try_emplace(cell, samples_.size());
+    if (isNew) {
+      samples_.emplace_back();
+      sampleNeed_.push_back(0xFFFF);
+    }
+    OverhangSample& sample = samples_[known->second];
+    uint16_t& need = sampleNeed_[known->second];
+    if (sample.pixels++ > 0 && need_[static_cast<std::size_t>(x)] >= need) continue;
+    need = need_[static_cast<std::size_t>(x)];
+    sample.place = placeAt(x, y);
+    sample.place.track = cell.track;
+    sample.place.hasRoom = true;
   }
 }
 

@@ -1,7 +1,9 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <span>
+#include <unordered_map>
 #include <vector>
 
 #include "analysis/slice.h"
@@ -10,6 +12,7 @@
 #include "hold/place.h"
 #include "hold/region_tracks.h"
 #include "hold/room_below.h"
+#include "hold/steep_overhang.h"
 
 namespace stiltforge::hold {
 
@@ -18,6 +21,11 @@ struct SurveySettings {
   double layerHeight = 0;      ///< mm
   double minimumHeight = 0.2;  ///< mm from the plate or the part to a place where a support fits
   double tipRadius = 0.2;      ///< mm around a point within which it must find an overhang
+  /// mm that a surface grows outwards for each mm upwards from which on it is sampled: a little
+  /// more than what just carries itself, 1 / tan(critical angle).
+  double steepness = 1.1;
+  double sampleHeight = 0.2;  ///< mm, height of the steps in which that is measured
+  double sampleSize = 0.5;    ///< mm, side of the cells of samples
 };
 
 /// Overhanging pixels of one layer side by side: columns [begin, end) of row y.
@@ -59,15 +67,31 @@ class Survey {
   std::span<const OverhangRun> overhang(uint32_t layer) const {
     return {overhang_.data() + firstRun_[layer], firstRun_[layer + 1] - firstRun_[layer]};
   }
+  /// Steep overhang with room for a support, measured so that it hardly depends on layers and
+  /// pixels.
+  const std::vector<OverhangSample>& samples() const { return samples_; }
   const RegionTracks& tracks() const { return tracks_; }
   bool isSealed(uint32_t space) const { return space_.isSealed(space); }
   /// In the order in which they were added.
   const std::vector<Site>& points() const { return points_; }
 
  private:
+  // A cell of the open storey.
+  struct Cell {
+    int32_t x = 0;
+    int32_t y = 0;
+    uint32_t track = 0;
+    bool operator==(const Cell&) const = default;
+  };
+  struct CellHash {
+    std::size_t operator()(const Cell& cell) const;
+  };
+
   Place placeAt(int x, int y) const;
   void addIslands();
   void addOverhang(const Slice& slice);
+  void addSamples(const Slice& slice);
+  void sample(Run run, int y);
   Site::Touches touchedAt(const Slice& slice, int x, int y) const;
 
   SurveySettings settings_;
@@ -78,9 +102,15 @@ class Survey {
   RegionTracks tracks_;
   EmptySpace space_;
   RoomBelow room_;
+  SteepOverhang steep_;
   std::vector<Island> islands_;
   std::vector<OverhangRun> overhang_;
   std::vector<std::size_t> firstRun_{0};  // in overhang_, by layer
+  std::vector<OverhangSample> samples_;
+  std::vector<uint16_t> sampleNeed_;  // see need_, of the place of each
+  std::vector<uint16_t> need_;        // of the columns of a row: low where a support is needed most
+  int32_t storey_ = 0;
+  std::unordered_map<Cell, std::size_t, CellHash> cells_;
   std::vector<Site> points_;
 };
 

@@ -1,0 +1,85 @@
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+#include "hold/place.h"
+#include "hold/survey.h"
+
+namespace stiltforge::hold {
+
+struct FinishSettings {
+  double spacing = 0;       ///< mm between points of one body, at least
+  double ownReach = 0;      ///< mm around a point of the analysis whose overhang is its own
+  double leastOwnArea = 0;  ///< mm2 of overhang that a point of the analysis must hold alone
+  double reach = 0;         ///< mm around a point within which it holds overhang
+  double farReach = 0;      ///< mm beyond which overhang of any size gets a point
+  double share = 0.99;      ///< of the overhang that is to lie within reach, 0 to 1
+  double leastGap = 0;      ///< mm2 of overhang for which a point is added
+  /// mm that an island may grow before something takes it, and within which regions must stay
+  /// separate so that each may have a point of its own.
+  double islandHeight = 0.2;
+
+  /// Good values for supports that hold so many mm2 of a layer.
+  static FinishSettings forSupportArea(double area);
+};
+
+/// Why a finished point is there.
+enum class Reason : uint8_t {
+  analysed,          ///< the analysis placed it
+  merged,            ///< the same, and it stands for others, too
+  addedForIsland,    ///< nothing of the analysis held an island
+  addedForOverhang,  ///< it closes a gap between the points
+};
+
+/// Why a point of the analysis is not among the finished ones.
+enum class DropReason : uint8_t {
+  merged,        ///< another holds what it held
+  holdsLittle,   ///< no other is near, but it held next to nothing
+  noRoom,        ///< no support fits below it
+  sealedVoid,    ///< its support could not be taken out
+  holdsNothing,  ///< there is no overhang where it stands
+};
+
+struct FinishedPoint {
+  static constexpr uint32_t none = Place::none;
+
+  Site site;
+  Reason reason = Reason::analysed;
+  uint32_t analysed = none;        ///< its number among Survey::points(); none of an added one
+  std::vector<uint32_t> mergedIn;  ///< numbers of those that it stands for, ascending
+};
+
+struct DroppedPoint {
+  uint32_t analysed = 0;  ///< its number among Survey::points()
+  DropReason reason = DropReason::merged;
+  uint32_t into = FinishedPoint::none;  ///< merged: the number of the finished point
+};
+
+struct Finished {
+  std::vector<FinishedPoint> points;  ///< bottom first, within a layer by row, then column
+  std::vector<DroppedPoint> dropped;  ///< by number
+  /// Islands that get no point, because no support fits or none could be taken out; by number.
+  std::vector<uint32_t> islandsLeft;
+
+  std::vector<Site> sites() const;
+};
+
+/// Makes of the points of the analysis what an experienced person would leave: none where no
+/// support fits, one for specks that grow together, none that stand in each other's way, and some
+/// where overhang would be left alone. The same for any number of workers. `survey` is finished.
+///
+/// 1. What has no room, lies in a sealed void or holds nothing is dropped.
+/// 2. Bottom up, each island that nothing has taken when it has grown by islandHeight gets a point:
+///    of the analysis, if one stands on what it has grown together with by then, else an added one.
+/// 3. The other points of the analysis are kept in the order of the overhang that they hold alone,
+///    within ownReach, while that is leastOwnArea or more, and none closer than spacing to another
+///    of the same body.
+/// 4. Where overhang is left further than farReach from all, and then until `share` of it lies
+///    within reach, points are added where they gain most.
+///
+/// A point holds overhang of its own body only: what is joined to it by material between the two
+/// and islandHeight above. Throws std::invalid_argument when a setting is negative or no number.
+Finished finish(const Survey& survey, const FinishSettings& settings);
+
+}  // namespace stiltforge::hold
