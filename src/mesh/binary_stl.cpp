@@ -20,7 +20,7 @@ constexpr std::size_t countOffset = 80;
 constexpr std::size_t triangleBytes = 50;
 constexpr std::size_t normalBytes = 12;
 
-std::uint32_t announcedTriangles(ByteSource& source) {
+std::uint32_t announcedTriangles(files::ByteSource& source) {
   std::array<char, 4> bytes{};
   source.read(countOffset, bytes);
   return littleEndian32(bytes.data());
@@ -42,14 +42,14 @@ Corner cornerAt(const char* bytes, std::uint64_t triangle) {
 
 }  // namespace
 
-bool hasBinaryStlLength(ByteSource& source) {
+bool hasBinaryStlLength(files::ByteSource& source) {
   if (source.size() < headerBytes) return false;
   const std::uint32_t announced = announcedTriangles(source);
   return announced == 0 ? source.size() == headerBytes
                         : (source.size() - headerBytes) / triangleBytes == announced;
 }
 
-Mesh readBinaryStl(ByteSource& source) {
+Mesh readBinaryStl(files::ByteSource& source) {
   if (source.size() < headerBytes) {
     throw MeshError("the file has " + counted(source.size(), "byte") +
                         ", a binary STL has at least " + std::to_string(headerBytes),

@@ -21,7 +21,7 @@ constexpr std::size_t longestName = 100;
 
 class ObjReader {
  public:
-  ObjReader(ByteSource& source, std::uint64_t offset)
+  ObjReader(files::ByteSource& source, std::uint64_t offset)
       : text_(source, {.joinsLines = true, .comment = '#'}, offset) {}
 
   Mesh read() {
@@ -119,7 +119,7 @@ class ObjReader {
 
 }  // namespace
 
-Mesh readObj(ByteSource& source, std::uint64_t offset) {
+Mesh readObj(files::ByteSource& source, std::uint64_t offset) {
   return ObjReader(source, offset).read();
 }
 

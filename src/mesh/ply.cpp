@@ -24,7 +24,7 @@ bool isCornerList(const PlyProperty& property) {
 template <typename Values>
 class PlyReader {
  public:
-  PlyReader(ByteSource& source, const PlyHeader& header)
+  PlyReader(files::ByteSource& source, const PlyHeader& header)
       : header_(header), values_(source, header) {}
 
   Mesh read() {
@@ -199,7 +199,7 @@ class PlyReader {
 
 }  // namespace
 
-Mesh readPly(ByteSource& source) {
+Mesh readPly(files::ByteSource& source) {
   const PlyHeader header = readPlyHeader(source);
   if (header.encoding == PlyHeader::Encoding::text)
     return PlyReader<PlyText>(source, header).read();

@@ -169,7 +169,7 @@ std::uint64_t PlyElement::leastBytes(bool isText) const {
   return bytes;
 }
 
-PlyHeader readPlyHeader(ByteSource& source) {
+PlyHeader readPlyHeader(files::ByteSource& source) {
   std::string text(longestHeader, '\0');
   text.resize(source.read(0, text));
   return HeaderReader(text).read();

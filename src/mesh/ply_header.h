@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "mesh/byte_source.h"
+#include "files/byte_source.h"
 
 namespace stiltforge::mesh {
 
@@ -42,6 +42,6 @@ struct PlyHeader {
 };
 
 /// Throws MeshError.
-PlyHeader readPlyHeader(ByteSource& source);
+PlyHeader readPlyHeader(files::ByteSource& source);
 
 }  // namespace stiltforge::mesh

@@ -19,7 +19,7 @@ std::int64_t withSign(std::uint64_t bits) {
 
 }  // namespace
 
-PlyText::PlyText(ByteSource& source, const PlyHeader& header)
+PlyText::PlyText(files::ByteSource& source, const PlyHeader& header)
     : source_(source), text_(source, {}, header.end), linesBefore_(header.lines) {}
 
 bool PlyText::coordinate(PlyType, float& value) {
@@ -56,7 +56,7 @@ std::string PlyText::place() const {
   return "line " + grouped(linesBefore_ + text_.line()) + ": ";
 }
 
-PlyBinary::PlyBinary(ByteSource& source, const PlyHeader& header)
+PlyBinary::PlyBinary(files::ByteSource& source, const PlyHeader& header)
     : source_(source),
       isBigEndian_(header.encoding == PlyHeader::Encoding::bigEndian),
       piece_(std::min<std::uint64_t>(pieceBytes, source.size())),

@@ -6,7 +6,7 @@
 #include <string_view>
 #include <vector>
 
-#include "mesh/byte_source.h"
+#include "files/byte_source.h"
 #include "mesh/ply_header.h"
 #include "mesh/text_scanner.h"
 
@@ -16,7 +16,7 @@ namespace stiltforge::mesh {
 /// the file ends before it.
 class PlyText {
  public:
-  PlyText(ByteSource& source, const PlyHeader& header);
+  PlyText(files::ByteSource& source, const PlyHeader& header);
 
   /// Throws MeshError with the line when what is there is no number.
   bool coordinate(PlyType type, float& value);
@@ -27,14 +27,14 @@ class PlyText {
   std::string place() const;
 
  private:
-  ByteSource& source_;
+  files::ByteSource& source_;
   TextScanner text_;
   std::uint64_t linesBefore_;
 };
 
 class PlyBinary {
  public:
-  PlyBinary(ByteSource& source, const PlyHeader& header);
+  PlyBinary(files::ByteSource& source, const PlyHeader& header);
 
   bool coordinate(PlyType type, float& value);
   bool integer(PlyType type, std::int64_t& value);
@@ -45,7 +45,7 @@ class PlyBinary {
  private:
   std::optional<std::uint64_t> bits(std::size_t bytes);
 
-  ByteSource& source_;
+  files::ByteSource& source_;
   const bool isBigEndian_;
   std::vector<char> piece_;
   std::uint64_t offset_;  // in the source, of the next value

@@ -6,7 +6,7 @@
 #include <string_view>
 #include <utility>
 
-#include "mesh/byte_source.h"
+#include "files/byte_source.h"
 #include "mesh/mesh_error.h"
 #include "mesh/obj.h"
 #include "mesh/ply.h"
@@ -89,7 +89,7 @@ MeshError unknownContent(std::string_view head, const std::string& extension) {
   return {"the content is none of STL, OBJ, PLY or 3MF", remedy};
 }
 
-Mesh readSource(ByteSource& source, const std::string& extension) {
+Mesh readSource(files::ByteSource& source, const std::string& extension) {
   if (source.size() == 0) throw MeshError("the file is empty", "Copy or export it again");
   std::array<char, headBytes> buffer{};
   const std::string_view whole(buffer.data(), source.read(0, buffer));
@@ -115,13 +115,13 @@ Mesh readSource(ByteSource& source, const std::string& extension) {
 
 Mesh readMesh(std::span<const char> bytes, const std::filesystem::path& name,
               const std::atomic<bool>* cancelled) {
-  MemorySource source(bytes);
+  files::MemorySource source(bytes);
   source.cancelWhen(cancelled);
   return readSource(source, lowerCase(name.extension().string()));
 }
 
 Mesh readMeshFile(const std::filesystem::path& file, const std::atomic<bool>* cancelled) {
-  FileSource source(file);
+  files::FileSource source(file, "a mesh file");
   source.cancelWhen(cancelled);
   return readSource(source, lowerCase(file.extension().string()));
 }

@@ -23,7 +23,7 @@ constexpr std::size_t lookAhead = longestWord + 3;
 
 }  // namespace
 
-TextScanner::TextScanner(ByteSource& source, Dialect dialect, std::uint64_t offset,
+TextScanner::TextScanner(files::ByteSource& source, Dialect dialect, std::uint64_t offset,
                          std::size_t pieceSize)
     : source_(source), dialect_(dialect), pieceOffset_(offset) {
   const std::uint64_t wanted = std::min<std::uint64_t>(pieceSize, source.size() + 1);

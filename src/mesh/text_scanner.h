@@ -6,7 +6,7 @@
 #include <string_view>
 #include <vector>
 
-#include "mesh/byte_source.h"
+#include "files/byte_source.h"
 
 namespace stiltforge::mesh {
 
@@ -21,7 +21,7 @@ class TextScanner {
   };
 
   /// From the byte at `offset` on. pieceSize: bytes read at once, more than twice longestWord.
-  TextScanner(ByteSource& source, Dialect dialect, std::uint64_t offset = 0,
+  TextScanner(files::ByteSource& source, Dialect dialect, std::uint64_t offset = 0,
               std::size_t pieceSize = std::size_t{256} << 10);
 
   /// The next word, on whichever line; empty at the end of the file. Valid until the next call.
@@ -48,7 +48,7 @@ class TextScanner {
   bool skipBlanks(bool acrossLines);
   std::string_view takeWord();
 
-  ByteSource& source_;
+  files::ByteSource& source_;
   const Dialect dialect_;
   std::vector<char> piece_;
   std::uint64_t pieceOffset_;  // of the piece's first byte in the source

@@ -25,7 +25,7 @@ bool is(std::string_view word, std::string_view keyword) {
 
 class TextStlReader {
  public:
-  TextStlReader(ByteSource& source, std::uint64_t offset) : text_(source, {}, offset) {}
+  TextStlReader(files::ByteSource& source, std::uint64_t offset) : text_(source, {}, offset) {}
 
   Mesh read() {
     for (std::string_view word = text_.word(); is(word, "solid"); word = text_.word()) {
@@ -120,7 +120,7 @@ class TextStlReader {
 
 }  // namespace
 
-Mesh readTextStl(ByteSource& source, std::uint64_t offset) {
+Mesh readTextStl(files::ByteSource& source, std::uint64_t offset) {
   return TextStlReader(source, offset).read();
 }
 

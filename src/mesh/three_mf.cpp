@@ -9,11 +9,11 @@
 #include <utility>
 #include <vector>
 
+#include "files/zip_archive.h"
 #include "mesh/limits.h"
 #include "mesh/mesh_builder.h"
 #include "mesh/mesh_error.h"
 #include "mesh/three_mf_part.h"
-#include "mesh/zip_archive.h"
 
 namespace stiltforge::mesh {
 
@@ -46,7 +46,8 @@ class RelationshipReader : public XmlParser {
 
 class ThreeMfReader {
  public:
-  explicit ThreeMfReader(ByteSource& source) : source_(source), archive_(source) {}
+  explicit ThreeMfReader(files::ByteSource& source)
+      : source_(source), archive_(source, {"the 3MF archive", "the part", mostArchiveEntries}) {}
 
   Mesh read() {
     LoadedPart& root = load(rootEntry());
@@ -107,9 +108,9 @@ class ThreeMfReader {
     return "build item " + grouped(index + 1) + " of the 3MF";
   }
 
-  const ZipArchive::Entry& rootEntry() {
+  const files::ZipArchive::Entry& rootEntry() {
     std::string name = usualModelPart;
-    if (const ZipArchive::Entry* list = archive_.find(relationshipsPart)) {
+    if (const files::ZipArchive::Entry* list = archive_.find(relationshipsPart)) {
       if (list->unpackedSize > mostRelationshipBytes) {
         throw MeshError("the list of relationships of the 3MF archive has more than " +
                             counted(mostRelationshipBytes, "byte"),
@@ -120,12 +121,12 @@ class ThreeMfReader {
       relationships.finish();
       if (!relationships.modelPart().empty()) name = relationships.modelPart();
     }
-    if (const ZipArchive::Entry* entry = archive_.find(name)) return *entry;
+    if (const files::ZipArchive::Entry* entry = archive_.find(name)) return *entry;
     throw MeshError("the zip archive holds no 3D model " + inQuotes(name) + ", so it is no 3MF",
                     "Export the model as one of STL, OBJ, PLY or 3MF");
   }
 
-  LoadedPart& load(const ZipArchive::Entry& entry) {
+  LoadedPart& load(const files::ZipArchive::Entry& entry) {
     const auto [place, isNew] = parts_.try_emplace(entry.directoryOffset);
     LoadedPart& loaded = place->second;
     if (!isNew) return loaded;
@@ -149,7 +150,7 @@ class ThreeMfReader {
       throw MeshError(what + " names another part of the archive, which only the root model may",
                       copyAgain);
     }
-    if (const ZipArchive::Entry* entry = archive_.find(placement.path)) return load(*entry);
+    if (const files::ZipArchive::Entry* entry = archive_.find(placement.path)) return load(*entry);
     throw MeshError(
         what + " names the part " + inQuotes(placement.path) + ", which the archive does not have",
         copyAgain);
@@ -274,8 +275,8 @@ class ThreeMfReader {
     }
   }
 
-  ByteSource& source_;
-  ZipArchive archive_;
+  files::ByteSource& source_;
+  files::ZipArchive archive_;
   ThreeMfTotals totals_;
   std::map<std::uint64_t, LoadedPart> parts_;  // by the place of their entry in the archive
   std::uint64_t modelBytes_ = 0;
@@ -289,7 +290,7 @@ class ThreeMfReader {
 
 }  // namespace
 
-Mesh readThreeMf(ByteSource& source) {
+Mesh readThreeMf(files::ByteSource& source) {
   return ThreeMfReader(source).read();
 }
 

@@ -1,12 +1,12 @@
 #pragma once
 
-#include "mesh/byte_source.h"
+#include "files/byte_source.h"
 #include "mesh/mesh.h"
 
 namespace stiltforge::mesh {
 
 /// The build items of a 3MF archive, each where its transforms put it, in millimetres. Only the
 /// parts of the archive that they need are unpacked. Throws MeshError.
-Mesh readThreeMf(ByteSource& source);
+Mesh readThreeMf(files::ByteSource& source);
 
 }  // namespace stiltforge::mesh

@@ -16,7 +16,7 @@ constexpr TextScanner::Dialect objDialect{.joinsLines = true, .comment = '#'};
 
 // Words with the numbers of their lines.
 std::vector<std::string> wordsOf(const std::string& text, TextScanner::Dialect dialect = plain) {
-  MemorySource source(text);
+  files::MemorySource source(text);
   TextScanner scanner(source, dialect);
   std::vector<std::string> words;
   for (auto word = scanner.word(); !word.empty(); word = scanner.word()) {
@@ -48,7 +48,7 @@ TEST(TextScanner, JoinsLinesAndPassesCommentsWhereTheDialectDoes) {
 
 TEST(TextScanner, StopsAtTheEndOfALineWhereAsked) {
   const std::string text = "a b \\\nc\nd  e f \ng";
-  MemorySource source(text);
+  files::MemorySource source(text);
   TextScanner scanner(source, objDialect);
   EXPECT_EQ(scanner.wordOfLine(), "a");
   EXPECT_EQ(scanner.wordOfLine(), "b");
@@ -74,7 +74,7 @@ TEST(TextScanner, GivesTheSameWordsWhateverThePieces) {
                           : "  ");
     if (i % 50 == 0) text += "# " + std::string(9000, 'x') + "\n";
   }
-  MemorySource source(text);
+  files::MemorySource source(text);
   TextScanner large(source, objDialect, 0, std::size_t{1} << 22);
   for (const std::size_t piece : {1, 8199, 10001, 65536}) {
     TextScanner small(source, objDialect, 0, piece);
@@ -90,7 +90,7 @@ TEST(TextScanner, GivesTheSameWordsWhateverThePieces) {
 
 TEST(TextScanner, StartsWhereItIsTold) {
   const std::string text = "skipped a b";
-  MemorySource source(text);
+  files::MemorySource source(text);
   TextScanner scanner(source, plain, 7);
   EXPECT_EQ(scanner.word(), "a");
   EXPECT_EQ(scanner.offset(), 9u);
@@ -98,7 +98,7 @@ TEST(TextScanner, StartsWhereItIsTold) {
 
 TEST(TextScanner, RefusesAnEndlessWordButSkipsAnEndlessLine) {
   const std::string text = "a\n" + std::string(longestWord + 1, 'x') + "\nb";
-  MemorySource source(text);
+  files::MemorySource source(text);
   TextScanner scanner(source, plain);
   scanner.skipLine();
   EXPECT_THROW(scanner.word(), MeshError);

@@ -5,9 +5,11 @@
 #include <cstdint>
 #include <filesystem>
 #include <fstream>
+#include <mutex>
 #include <span>
+#include <string>
 
-namespace stiltforge::mesh {
+namespace stiltforge::files {
 
 /// The bytes of a file, wherever they are.
 class ByteSource {
@@ -18,8 +20,9 @@ class ByteSource {
   ByteSource& operator=(const ByteSource&) = delete;
 
   virtual std::uint64_t size() const = 0;
-  /// Fills `target` from `offset` on, as far as there are bytes; how many there were. Throws
-  /// MeshError when the file can't be read, Cancelled when the caller has asked for an end.
+  /// Fills `target` from `offset` on, as far as there are bytes; how many there were. Any number of
+  /// threads may read at once. Throws FileError when the file can't be read, Cancelled when the
+  /// caller has asked for an end.
   std::size_t read(std::uint64_t offset, std::span<char> target);
 
   /// An end is asked for as soon as it is true. It has to outlive the source.
@@ -49,17 +52,18 @@ class MemorySource : public ByteSource {
 
 class FileSource : public ByteSource {
  public:
-  /// Throws MeshError when there is no such file, it can't be read, or it is a folder, a device or
-  /// a pipe.
-  explicit FileSource(const std::filesystem::path& path);
+  /// `kind` is what the file should be: "a mesh file". Throws FileError when there is no such file,
+  /// it can't be read, or it is a folder, a device or a pipe.
+  FileSource(const std::filesystem::path& path, const std::string& kind);
   std::uint64_t size() const override { return size_; }
 
  protected:
   std::size_t readAt(std::uint64_t offset, std::span<char> target) override;
 
  private:
+  std::mutex mutex_;
   std::ifstream file_;
   std::uint64_t size_ = 0;
 };
 
-}  // namespace stiltforge::mesh
+}  // namespace stiltforge::files

@@ -1,4 +1,4 @@
-#include "mesh/byte_source.h"
+#include "files/byte_source.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -6,19 +6,19 @@
 #include <string>
 #include <system_error>
 
-#include "mesh/mesh_error.h"
+#include "files/file_error.h"
 
-namespace stiltforge::mesh {
+namespace stiltforge::files {
 
 namespace {
 
 constexpr const char* checkPath = "Check the path and its permissions";
 
-MeshError unreadable(const std::string& reason) {
+FileError unreadable(const std::string& reason) {
   return {"the file can't be read (" + reason + ")", checkPath};
 }
 
-void requireRegularFile(const std::filesystem::path& path) {
+void requireRegularFile(const std::filesystem::path& path, const std::string& kind) {
   using std::filesystem::file_type;
   std::error_code failure;
   const auto status = std::filesystem::status(path, failure);
@@ -26,15 +26,15 @@ void requireRegularFile(const std::filesystem::path& path) {
     case file_type::regular:
       return;
     case file_type::not_found:
-      throw MeshError("there is no such file", "Check the path");
+      throw FileError("there is no such file", "Check the path");
     case file_type::directory:
-      throw MeshError("this is a folder", "Name a mesh file in it");
+      throw FileError("this is a folder", "Name " + kind + " in it");
     case file_type::block:
     case file_type::character:
-      throw MeshError("this is a device, not a file", "Name a mesh file");
+      throw FileError("this is a device, not a file", "Name " + kind);
     case file_type::fifo:
     case file_type::socket:
-      throw MeshError("this is a pipe, which can be read only once", "Save it as a file first");
+      throw FileError("this is a pipe, which can be read only once", "Save it as a file first");
     default:
       throw unreadable(failure ? failure.message() : "it is of an unknown kind");
   }
@@ -59,8 +59,8 @@ std::size_t MemorySource::readAt(std::uint64_t offset, std::span<char> target) {
   return count;
 }
 
-FileSource::FileSource(const std::filesystem::path& path) {
-  requireRegularFile(path);
+FileSource::FileSource(const std::filesystem::path& path, const std::string& kind) {
+  requireRegularFile(path, kind);
   // Everyone who reads here does so in large pieces.
   file_.rdbuf()->pubsetbuf(nullptr, 0);
   errno = 0;
@@ -75,6 +75,7 @@ std::size_t FileSource::readAt(std::uint64_t offset, std::span<char> target) {
   if (offset >= size_) return 0;
   const auto wanted =
       static_cast<std::size_t>(std::min<std::uint64_t>(target.size(), size_ - offset));
+  const std::lock_guard<std::mutex> lock(mutex_);
   file_.clear();
   errno = 0;
   file_.seekg(static_cast<std::streamoff>(offset));
@@ -84,4 +85,4 @@ std::size_t FileSource::readAt(std::uint64_t offset, std::span<char> target) {
   return static_cast<std::size_t>(file_.gcount());
 }
 
-}  // namespace stiltforge::mesh
+}  // namespace stiltforge::files

@@ -1,4 +1,4 @@
-#include "mesh/zip_archive.h"
+#include "files/zip_archive.h"
 
 #include <minizip/unzip.h>
 
@@ -9,10 +9,9 @@
 #include <utility>
 #include <vector>
 
-#include "mesh/limits.h"
-#include "mesh/mesh_error.h"
+#include "files/file_error.h"
 
-namespace stiltforge::mesh {
+namespace stiltforge::files {
 
 namespace {
 
@@ -115,10 +114,11 @@ struct ZipArchive::Reader {
   unzFile handle = nullptr;
 };
 
-ZipArchive::ZipArchive(ByteSource& source) : reader_(std::make_unique<Reader>(source)) {
+ZipArchive::ZipArchive(ByteSource& source, ZipKind kind)
+    : kind_(std::move(kind)), reader_(std::make_unique<Reader>(source)) {
   if (reader_->failure) std::rethrow_exception(reader_->failure);
   if (reader_->handle == nullptr) {
-    throw MeshError("the 3MF archive is cut off: the directory at its end is missing or damaged",
+    throw FileError(kind_.archive + " is cut off: the directory at its end is missing or damaged",
                     "Copy or export it again");
   }
   listEntries();
@@ -129,16 +129,16 @@ ZipArchive::~ZipArchive() = default;
 void ZipArchive::check(int result, const std::string& problem) const {
   if (reader_->failure) std::rethrow_exception(reader_->failure);
   if (result >= UNZ_OK) return;
-  throw MeshError(problem, copyAgain);
+  throw FileError(problem, copyAgain);
 }
 
 void ZipArchive::listEntries() {
-  const std::string damaged = "the directory of the 3MF archive is damaged";
+  const std::string damaged = "the directory of " + kind_.archive + " is damaged";
   unz_global_info64 archive{};
   check(unzGetGlobalInfo64(reader_->handle, &archive), damaged);
-  if (archive.number_entry > mostArchiveEntries) {
-    throw MeshError("the 3MF archive has " + grouped(archive.number_entry) +
-                        " entries; the limit is " + grouped(mostArchiveEntries),
+  if (archive.number_entry > kind_.mostEntries) {
+    throw FileError(kind_.archive + " has " + grouped(archive.number_entry) +
+                        " entries; the limit is " + grouped(kind_.mostEntries),
                     "Export it again");
   }
   std::vector<char> name(std::size_t{1} << 16);
@@ -152,32 +152,52 @@ void ZipArchive::listEntries() {
     check(unzGetFilePos64(reader_->handle, &position), damaged);
     const std::size_t length = std::min<std::size_t>(info.size_filename, name.size());
     const std::string entryName(name.data(), length);
-    entries_.emplace(
-        keyOf(entryName),
-        Entry{entryName, info.uncompressed_size, position.pos_in_zip_directory,
-              position.num_of_file, info.compression_method, (info.flag & encryptedFlag) != 0});
+    byName_.emplace(keyOf(entryName), entries_.size());
+    entries_.push_back({entryName, info.compressed_size, info.uncompressed_size,
+                        static_cast<std::uint32_t>(info.crc), position.pos_in_zip_directory,
+                        position.num_of_file, info.compression_method,
+                        (info.flag & encryptedFlag) != 0});
   }
 }
 
 const ZipArchive::Entry* ZipArchive::find(const std::string& partName) const {
   const std::string key = keyOf(partName);
-  auto found = entries_.find(key);
-  if (found == entries_.end()) found = entries_.find(decoded(key));
-  return found == entries_.end() ? nullptr : &found->second;
+  auto found = byName_.find(key);
+  if (found == byName_.end()) found = byName_.find(decoded(key));
+  return found == byName_.end() ? nullptr : &entries_[found->second];
+}
+
+std::string ZipArchive::describe(const Entry& entry) const {
+  return kind_.entry + " " + inQuotes(entry.name) + " of " + kind_.archive;
+}
+
+void ZipArchive::goTo(const Entry& entry) {
+  const std::string part = describe(entry);
+  if (entry.isEncrypted) throw FileError(part + " is encrypted", "Export it without a password");
+  if (!entry.isStored() && entry.method != Z_DEFLATED) {
+    throw FileError(part + " is packed by method " + std::to_string(entry.method) +
+                        "; stored and deflated ones are read",
+                    "Export it again");
+  }
+  unz64_file_pos position{entry.directoryOffset, entry.number};
+  check(unzGoToFilePos64(reader_->handle, &position), part + " is damaged: it can't be unpacked");
+}
+
+std::uint64_t ZipArchive::packedBytesAt(const Entry& entry) {
+  goTo(entry);
+  constexpr int isRaw = 1;
+  check(unzOpenCurrentFile2(reader_->handle, nullptr, nullptr, isRaw),
+        describe(entry) + " is damaged: what stands before it contradicts the directory");
+  const std::uint64_t offset = unzGetCurrentFileZStreamPos64(reader_->handle);
+  unzCloseCurrentFile(reader_->handle);
+  return offset;
 }
 
 void ZipArchive::unpack(const Entry& entry,
                         const std::function<void(std::span<const char>)>& take) {
-  const std::string part = "the part " + inQuotes(entry.name) + " of the 3MF archive";
-  if (entry.isEncrypted) throw MeshError(part + " is encrypted", "Export it without a password");
-  if (entry.method != 0 && entry.method != Z_DEFLATED) {
-    throw MeshError(part + " is packed by method " + std::to_string(entry.method) +
-                        "; 3MF allows stored and deflated parts",
-                    "Export it again");
-  }
+  goTo(entry);
+  const std::string part = describe(entry);
   const std::string damaged = part + " is damaged: it can't be unpacked";
-  unz64_file_pos position{entry.directoryOffset, entry.number};
-  check(unzGoToFilePos64(reader_->handle, &position), damaged);
   check(unzOpenCurrentFile(reader_->handle), damaged);
   struct Closing {
     unzFile handle;
@@ -197,7 +217,7 @@ void ZipArchive::unpack(const Entry& entry,
   }
   closing.handle = nullptr;
   check(unzCloseCurrentFile(reader_->handle), part + " is damaged: its checksum (CRC) is wrong");
-  if (unpacked != entry.unpackedSize) throw MeshError(damaged, copyAgain);
+  if (unpacked != entry.unpackedSize) throw FileError(damaged, copyAgain);
 }
 
-}  // namespace stiltforge::mesh
+}  // namespace stiltforge::files

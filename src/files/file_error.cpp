@@ -1,6 +1,6 @@
-#include "mesh/mesh_error.h"
+#include "files/file_error.h"
 
-namespace stiltforge::mesh {
+namespace stiltforge::files {
 
 std::string inQuotes(std::string_view text) {
   constexpr std::size_t longest = 40;
@@ -28,4 +28,4 @@ std::string counted(unsigned long long count, const std::string& noun) {
   return grouped(count) + " " + noun + (count == 1 ? "" : "s");
 }
 
-}  // namespace stiltforge::mesh
+}  // namespace stiltforge::files
