@@ -1,6 +1,7 @@
 #include "runtime/thread_pool.h"
 
 namespace ctpl {
+inline namespace stiltforge_pool {
 
 namespace {
 constexpr std::size_t initialQueueNodes = 100;
@@ -84,4 +85,5 @@ void thread_pool::stop(bool wait) {
   stopFlags.clear();
 }
 
+}  // namespace stiltforge_pool
 }  // namespace ctpl

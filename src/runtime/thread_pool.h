@@ -13,6 +13,9 @@
 #include <vector>
 
 namespace ctpl {
+// A name of its own for the linker: a host that links the static library may have a pool of the
+// same name.
+inline namespace stiltforge_pool {
 
 /// A fixed number of worker threads that run callables taking the worker's index.
 ///
@@ -64,4 +67,5 @@ class thread_pool {
   std::condition_variable condition;
 };
 
+}  // namespace stiltforge_pool
 }  // namespace ctpl
