@@ -3,17 +3,13 @@
 #include <algorithm>
 #include <cmath>
 
+#include "print/rounding.h"
+
 namespace stiltforge {
 
 namespace {
 
 constexpr double largestGhostRadius = 4096;  // pixels
-
-// To the nearest whole number, halves upwards.
-double rounded(double value) {
-  const double below = std::floor(value);
-  return value - below >= 0.5 ? below + 1 : below;
-}
 
 }  // namespace
 
@@ -21,10 +17,10 @@ std::vector<ParameterValue> analysisParameters(const PrintSettings& print, uint3
                                                uint32_t height, uint32_t layers) {
   const auto pixels = [&](double millimetres) { return millimetres / print.pixelSize; };
   const auto pixelArea = [&](double squareMillimetres) {
-    return rounded(squareMillimetres / (print.pixelSize * print.pixelSize));
+    return roundedHalfUp(squareMillimetres / (print.pixelSize * print.pixelSize));
   };
   const auto layersIn = [&](double millimetres) {
-    return rounded(millimetres / print.layerHeight);
+    return roundedHalfUp(millimetres / print.layerHeight);
   };
   const double spacing = std::sqrt(print.supportArea);
   return {
@@ -48,7 +44,7 @@ std::vector<ParameterValue> analysisParameters(const PrintSettings& print, uint3
       {"strengthOfPlatePixel", 1},
       {"maxZGhost", layersIn(10)},
       {"maxGhost", 10000},
-      {"ghostRadius", std::min(largestGhostRadius, rounded(pixels(0.8 * spacing)))},
+      {"ghostRadius", std::min(largestGhostRadius, roundedHalfUp(pixels(0.8 * spacing)))},
       {"maxVoronoiIteration", 20},
       {"validationDistanceFormVoronoi", std::max(1.0, pixels(0.1))},
       {"distCloseToIsland", std::max(1.0, layersIn(0.1))},

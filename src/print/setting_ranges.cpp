@@ -23,6 +23,11 @@ constexpr double leastSupportArea = 16;  // pixels
 // Beyond it every region of the largest screen is held by one support.
 constexpr double mostSupportArea = 4294967296.0;  // pixels
 
+// What no printer comes near. Within them no bound below is infinite, nor rounded to nothing.
+constexpr double shortestLength = 1e-6;  // mm
+constexpr double longestLength = 1e6;    // mm
+constexpr double smallestAngle = 1e-6;   // degrees
+
 // An area of exactly so many pixels must not fail by the rounding of its digits.
 constexpr double slack = 1e-9;
 
@@ -56,25 +61,24 @@ std::string roundedDown(double bound) {
 }
 
 std::optional<SettingConflict> findSenseless(const PrintSettings& print) {
-  const auto isPositive = [](double value) { return std::isfinite(value) && value > 0; };
-  const auto isDistance = [](double value) { return std::isfinite(value) && value >= 0; };
-  const char* const positive = "it must be a positive number of millimetres";
+  const auto isLength = [](double value) {
+    return value >= shortestLength && value <= longestLength;
+  };
+  const char* const length = "it must be from 0.000001 to 1,000,000 mm";
   const char* const distance = "it must be a number of millimetres from 0";
-  if (!isPositive(print.layerHeight)) {
-    return SettingConflict{"layerHeight", print.layerHeight, positive};
+  if (!isLength(print.layerHeight)) {
+    return SettingConflict{"layerHeight", print.layerHeight, length};
   }
-  if (!isPositive(print.pixelSize)) {
-    return SettingConflict{"pixelSize", print.pixelSize, positive};
-  }
-  if (!(print.criticalAngle > 0 && print.criticalAngle <= 90)) {
+  if (!isLength(print.pixelSize)) return SettingConflict{"pixelSize", print.pixelSize, length};
+  if (!(print.criticalAngle >= smallestAngle && print.criticalAngle <= 90)) {
     return SettingConflict{"criticalAngle", print.criticalAngle,
-                           "it must be a number of degrees above 0 and at most 90"};
+                           "it must be from 0.000001 to 90 degrees"};
   }
-  if (!isDistance(print.inset)) return SettingConflict{"inset", print.inset, distance};
-  if (print.fullOverhang && !isDistance(*print.fullOverhang)) {
+  if (!(print.inset >= 0)) return SettingConflict{"inset", print.inset, distance};
+  if (print.fullOverhang && !(*print.fullOverhang >= 0)) {
     return SettingConflict{"fullOverhang", *print.fullOverhang, distance};
   }
-  if (!isPositive(print.supportArea)) {
+  if (!(print.supportArea > 0)) {
     return SettingConflict{"supportArea", print.supportArea,
                            "it must be a positive number of square millimetres"};
   }

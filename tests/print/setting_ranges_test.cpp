@@ -69,6 +69,26 @@ TEST(SettingRanges, RefuseWhatIsNoLengthAngleOrArea) {
   }
 }
 
+TEST(SettingRanges, NoBoundIsInfiniteOrNothing) {
+  for (const double extreme : {1e-320, 1e-200, 1e-7, 1e-6, 1e-3, 1e3, 1e6, 1e7, 1e200, 1e308}) {
+    for (double PrintSettings::*first :
+         {&PrintSettings::layerHeight, &PrintSettings::pixelSize, &PrintSettings::criticalAngle}) {
+      for (double PrintSettings::*second :
+           {&PrintSettings::layerHeight, &PrintSettings::criticalAngle, &PrintSettings::inset,
+            &PrintSettings::supportArea}) {
+        for (const double other : {1e-320, 1e-6, 1.0, 90.0, 1e6, 1e308}) {
+          PrintSettings print;
+          print.*first = extreme;
+          print.*second = other;
+          const std::string conflict = conflictOf(print);
+          EXPECT_EQ(conflict.find("inf"), std::string::npos) << conflict;
+          EXPECT_EQ(conflict.find("least 0 "), std::string::npos) << conflict;
+        }
+      }
+    }
+  }
+}
+
 TEST(SettingRanges, ABoundThatIsToldWorks) {
   PrintSettings print;
   print.supportArea = 0.04;
