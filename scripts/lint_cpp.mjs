@@ -18,7 +18,8 @@ const { values, positionals } = parseArgs({
 });
 
 function trackedFiles() {
-  const listed = ['ls-files', '--cached', '--others', '--exclude-standard', '*.c', '*.cpp', '*.h'];
+  const names = ['*.c', '*.cpp', '*.h', '*.hpp'];
+  const listed = ['ls-files', '--cached', '--others', '--exclude-standard', ...names];
   return execFileSync('git', listed, { cwd: root, encoding: 'utf8' }).trim().split('\n');
 }
 

@@ -11,7 +11,7 @@ case $purpose in
   build) ;;
   test)
     packages="$packages libgtest-dev libgmock-dev libbenchmark-dev nlohmann-json3-dev"
-    packages="$packages clang-format clang-tidy pkgconf"
+    packages="$packages clang-format clang-tidy pkgconf make python3"
     ;;
   bench) packages="$packages libbenchmark-dev libopencv-dev" ;;
   sanitize | fuzz)

@@ -10,6 +10,8 @@ namespace stiltforge {
 namespace {
 
 constexpr double largestFloat = 3.4e38;
+// A count goes through single precision: the largest that stays below 2^31 there.
+constexpr double largestCount = 2147483520.0;
 
 // Hosts match on the texts that name a missing key, so the one for addSupport keeps naming its
 // neighbour.
@@ -50,7 +52,7 @@ constexpr Parameter table[] = {
      largestFloat, "factor", "Strength of each pixel of the first layer"},
     {"maxZGhost", "maxZGhost", &Settings::maxZGhost, 0, largestFloat, "layers",
      "Age at which a listed earlier support is retired"},
-    {"maxGhost", "maxGhost", &Settings::maxGhost, 0, 2147483647.0, "count",
+    {"maxGhost", "maxGhost", &Settings::maxGhost, 0, largestCount, "count",
      "Most earlier supports that a region remembers"},
     {"ghostRadius", "ghostRadius", &Settings::ghostRadius, 0, 4096, "pixels",
      "How far an earlier support discourages new ones"},

@@ -1,0 +1,751 @@
+/*
+ * stiltforge: decides where a resin print needs supports.
+ *
+ * The C interface of the library, for C99 and later and for every language that can call C.
+ * stiltforge.hpp wraps it for C++; docs/embedding.md shows both, and Python.
+ *
+ * The road of a model
+ *   mesh -> stiltforge_slicer -> stiltforge_model -> supports
+ * A host that slices by itself hands its layers over as pictures or as runs, in a stiltforge_slice.
+ *
+ * Words
+ *   slice       what a layer of the model shows to the printer: pixels of material, and how well
+ *               they are supported by the slice below.
+ *   layer       an analysed slice. Layers are counted from 0, the one on the plate.
+ *   group       a connected region of material of one layer, counted from 1.
+ *   support     a point at which a support is to touch the part: a pixel of a layer.
+ *   x, y        column and row of a pixel, from 0 at the top left of the slice.
+ * Lengths are in millimetres unless pixels or layers are said. All numbers are in the byte order
+ * and the floating-point format (IEEE 754) of the machine.
+ *
+ * Errors
+ *   Functions that can fail return a stiltforge_status and take a stiltforge_error, which may be
+ *   null, as their last argument. A failed call changes nothing unless its description says so, and
+ *   leaves what it would have returned as it was; handles that it would have created become null.
+ *   No exception leaves the library, nothing is printed, and no argument but a bad pointer or a
+ *   destroyed handle can crash it.
+ *
+ * Ownership
+ *   Who creates a handle destroys it. What is passed to a function is read during the call and not
+ *   kept, unless its description says so. Handles are independent of each other: a slicer does not
+ *   need its mesh any more, a layer not its model. Destroying null does nothing. The use of a
+ *   destroyed handle cannot be detected.
+ *
+ * Threads
+ *   Every function may be called from any thread. Different handles may be used at the same time.
+ *   Of one handle, functions that take it as const may run at the same time; any other call at the
+ *   same time is refused with STILTFORGE_BUSY. Calls spread their work over worker threads that
+ *   all share, see stiltforge_set_worker_count(). Results never depend on threads.
+ *
+ * Floats
+ *   The same input gives the same results to the bit on every platform. The host's compiler flags,
+ *   rounding mode and treatment of subnormal numbers have no influence.
+ *
+ * Growth
+ *   Structures that begin with struct_size may get fields at their end in later versions. Set
+ *   struct_size to the structure's size and the rest to zero, then let its init function fill in
+ *   the defaults:
+ *     stiltforge_print_settings print = {.struct_size = sizeof print};
+ *     stiltforge_print_settings_init(&print, NULL);
+ *   A library takes the structures of older headers, and those of newer ones as long as the fields
+ *   that it does not know are zero. Structures without struct_size never change. Functions and
+ *   constants are only added while the number in the library's soname stays.
+ */
+#ifndef STILTFORGE_H
+#define STILTFORGE_H
+
+#include <stddef.h>
+#include <stdint.h>
+
+#define STILTFORGE_VERSION_MAJOR 0
+#define STILTFORGE_VERSION_MINOR 1
+#define STILTFORGE_VERSION_PATCH 0
+
+#if defined(_WIN32) && defined(STILTFORGE_BUILD_SHARED)
+#define STILTFORGE_API __declspec(dllexport)
+#elif defined(_WIN32) && defined(STILTFORGE_SHARED)
+#define STILTFORGE_API __declspec(dllimport)
+#elif defined(__GNUC__)
+#define STILTFORGE_API __attribute__((visibility("default")))
+#else
+#define STILTFORGE_API
+#endif
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/* Status and errors */
+
+typedef int32_t stiltforge_status;
+enum {
+  STILTFORGE_OK = 0,
+  /** An argument makes no sense: the message names it and says what it must be. */
+  STILTFORGE_INVALID_ARGUMENT = 1,
+  /** A file is no usable mesh, or a mesh cannot be sliced with these settings. The message is for
+      the person who chose them. */
+  STILTFORGE_UNUSABLE_MESH = 2,
+  STILTFORGE_OUT_OF_MEMORY = 3,
+  /** The host asked for an end. */
+  STILTFORGE_CANCELLED = 4,
+  /** Another call is using the handle. */
+  STILTFORGE_BUSY = 5,
+  /** An earlier call on this model failed half-way: it takes no more slices. */
+  STILTFORGE_STOPPED = 6,
+  /** The library was built without this function. */
+  STILTFORGE_UNSUPPORTED = 7,
+  /** A fault of the library. Please report it. */
+  STILTFORGE_INTERNAL = 8
+};
+
+/** The name of a status, such as "STILTFORGE_OK"; "unknown" for any other number. */
+STILTFORGE_API const char* stiltforge_status_name(stiltforge_status status);
+
+/** What went wrong in a call. */
+typedef struct stiltforge_error {
+  /** A sentence or two in UTF-8, ended by a zero byte; empty after a call that went well. */
+  char message[1024];
+} stiltforge_error;
+
+/** The library's version, such as "0.1.0"; the macros above are the header's. */
+STILTFORGE_API const char* stiltforge_version(void);
+
+/* Worker threads */
+
+/** Number of worker threads, at least 1. The number of processors unless it was set. */
+STILTFORGE_API uint32_t stiltforge_worker_count(void);
+
+/**
+ * Sets the number of worker threads of this process, 1 to 1024. They are started by the first call
+ * that needs them and wait idly between calls.
+ *
+ * STILTFORGE_BUSY while any slicer, mask slicer, slice or model is at work.
+ */
+STILTFORGE_API stiltforge_status stiltforge_set_worker_count(uint32_t count,
+                                                             stiltforge_error* error);
+
+/**
+ * Ends the worker threads; the next call that needs them starts them again. A host that unloads the
+ * library, or forks, calls it before. STILTFORGE_BUSY as above.
+ */
+STILTFORGE_API stiltforge_status stiltforge_stop_workers(stiltforge_error* error);
+
+/* Cancelling */
+
+/** A request to end long calls early, made from any thread. */
+typedef struct stiltforge_cancel_token stiltforge_cancel_token;
+
+STILTFORGE_API stiltforge_status stiltforge_cancel_token_create(stiltforge_cancel_token** token,
+                                                                stiltforge_error* error);
+
+/**
+ * Calls that were given the token end with STILTFORGE_CANCELLED as soon as they can, and later ones
+ * at once. Safe at any time, also from a signal handler; null does nothing.
+ */
+STILTFORGE_API void stiltforge_cancel_token_cancel(stiltforge_cancel_token* token);
+
+/** No call that was given the token may be running. */
+STILTFORGE_API void stiltforge_cancel_token_destroy(stiltforge_cancel_token* token);
+
+/* The settings of a print */
+
+/** A print as a person describes it: the printer, how the part is cut for it, and where supports
+    are wanted. docs/parameters.md gives the reasons for the defaults. */
+typedef struct stiltforge_print_settings {
+  size_t struct_size;
+  double layer_height;    /**< mm; 0.05 */
+  double pixel_size;      /**< mm, side of the square pixels; 0.05 */
+  uint32_t screen_width;  /**< pixels, 1 to 65535; 3840 */
+  uint32_t screen_height; /**< pixels, 1 to 65535; 2400 */
+  double offset_x;        /**< mm from the screen's centre to the centre of the part's box; 0 */
+  double offset_y;        /**< mm, likewise; 0 */
+  uint32_t margin;        /**< pixels left free around the part where the screen has them; 2 */
+  /** Degrees between the plate and a surface that just carries itself, above 0, to 90; 45. */
+  double critical_angle;
+  /** mm beyond the material below from where on a pixel hangs free. Below 0: 0.5, or twice the
+      distance that carries itself at the critical angle, where that is more; -1. */
+  double full_overhang;
+  double inset;        /**< mm from the contour inwards where supports are avoided; 0.4 */
+  double support_area; /**< mm2 of a layer that one support holds; 15 */
+} stiltforge_print_settings;
+
+/** Fills in the defaults. */
+STILTFORGE_API stiltforge_status stiltforge_print_settings_init(stiltforge_print_settings* settings,
+                                                                stiltforge_error* error);
+
+/* The parameters of the analysis */
+
+enum {
+  STILTFORGE_FLAG = 0,  /**< 0 or 1 */
+  STILTFORGE_WHOLE = 1, /**< a whole number */
+  STILTFORGE_NUMBER = 2 /**< taken in single precision */
+};
+
+/** What is known of one of the parameters. The texts live as long as the library. */
+typedef struct stiltforge_parameter_info {
+  size_t struct_size;
+  const char* name;
+  /** "pixels", "layers", "area" (a number of pixels), "factor", "weight", "count", "blue", "flag"
+   */
+  const char* unit;
+  const char* summary; /**< one sentence without a full stop */
+  double least;        /**< values below are refused */
+  double most;         /**< values above are refused */
+  double default_value;
+  int32_t kind; /**< STILTFORGE_FLAG, STILTFORGE_WHOLE or STILTFORGE_NUMBER */
+} stiltforge_parameter_info;
+
+/** The number of parameters. */
+STILTFORGE_API size_t stiltforge_parameter_count(void);
+
+/** Fills in what is known of parameter `index`, from 0 to stiltforge_parameter_count() - 1. */
+STILTFORGE_API stiltforge_status stiltforge_get_parameter_info(size_t index,
+                                                               stiltforge_parameter_info* info,
+                                                               stiltforge_error* error);
+
+/** The parameters of one model, by name. docs/parameters.md describes each. */
+typedef struct stiltforge_parameters stiltforge_parameters;
+
+/** Creates a set with the defaults. Its width and height are 0: set them before a model is made. */
+STILTFORGE_API stiltforge_status stiltforge_parameters_create(stiltforge_parameters** parameters,
+                                                              stiltforge_error* error);
+
+/**
+ * Creates the set that a print asks for: what the stiltforge command uses for the same settings.
+ *
+ * width, height: pixels of every slice, 1 to 65535. layers: number of slices, 0 to 65535. The
+ * screen, offsets and margin of the settings have no influence.
+ */
+STILTFORGE_API stiltforge_status stiltforge_parameters_create_for_print(
+    const stiltforge_print_settings* settings, uint32_t width, uint32_t height, uint32_t layers,
+    stiltforge_parameters** parameters, stiltforge_error* error);
+
+/** Sets the parameter of that name. STILTFORGE_INVALID_ARGUMENT where there is none or the value
+    lies outside its range. */
+STILTFORGE_API stiltforge_status stiltforge_parameters_set(stiltforge_parameters* parameters,
+                                                           const char* name, double value,
+                                                           stiltforge_error* error);
+
+/** The value of the parameter of that name, as it was rounded when it was set. */
+STILTFORGE_API stiltforge_status stiltforge_parameters_get(const stiltforge_parameters* parameters,
+                                                           const char* name, double* value,
+                                                           stiltforge_error* error);
+
+STILTFORGE_API void stiltforge_parameters_destroy(stiltforge_parameters* parameters);
+
+/* Meshes */
+
+/** A triangle mesh in millimetres, z up. */
+typedef struct stiltforge_mesh stiltforge_mesh;
+
+/**
+ * Creates a mesh of triangles.
+ *
+ * positions: nine floats a triangle, x, y, z of its three corners, counter-clockwise as seen from
+ * outside; 9 * triangle_count entries, which are copied. triangle_count: 1 to 100,000,000. Whether
+ * they make a solid is left to the slicer's report.
+ */
+STILTFORGE_API stiltforge_status stiltforge_mesh_create(const float* positions,
+                                                        size_t triangle_count,
+                                                        stiltforge_mesh** mesh,
+                                                        stiltforge_error* error);
+
+/**
+ * Creates a mesh of triangles that share vertices.
+ *
+ * vertices: three floats each, x, y, z; 3 * vertex_count entries. indices: three a triangle, each
+ * below vertex_count; 3 * triangle_count entries.
+ */
+STILTFORGE_API stiltforge_status stiltforge_mesh_create_indexed(
+    const float* vertices, size_t vertex_count, const uint32_t* indices, size_t triangle_count,
+    stiltforge_mesh** mesh, stiltforge_error* error);
+
+/**
+ * Reads a mesh file: STL (binary or text), OBJ, PLY or 3MF; the content tells the format. Files
+ * without a unit are taken to be in millimetres.
+ *
+ * path: UTF-8, ended by a zero byte. cancel: may be null.
+ *
+ * STILTFORGE_UNUSABLE_MESH when there is no such file or it is no usable mesh: the message says
+ * what is wrong, where, and what to do. STILTFORGE_UNSUPPORTED when the library was built without
+ * the readers.
+ */
+STILTFORGE_API stiltforge_status stiltforge_mesh_read_file(const char* path,
+                                                           stiltforge_cancel_token* cancel,
+                                                           stiltforge_mesh** mesh,
+                                                           stiltforge_error* error);
+
+/** The same for a file that is in memory: `size` bytes. name: the file's, or null; its extension
+    counts where the content leaves the format open. */
+STILTFORGE_API stiltforge_status stiltforge_mesh_read_memory(const void* bytes, size_t size,
+                                                             const char* name,
+                                                             stiltforge_cancel_token* cancel,
+                                                             stiltforge_mesh** mesh,
+                                                             stiltforge_error* error);
+
+/** What was left out or mended when the file was read: sentences for the person who chose it. */
+STILTFORGE_API size_t stiltforge_mesh_warning_count(const stiltforge_mesh* mesh);
+/** Warning `index`, from 0; null when there is none. Valid until the mesh is destroyed. */
+STILTFORGE_API const char* stiltforge_mesh_warning(const stiltforge_mesh* mesh, size_t index);
+
+/** Turns a mesh whose y axis points up, so that its z axis does. */
+STILTFORGE_API stiltforge_status stiltforge_mesh_turn_y_up(stiltforge_mesh* mesh,
+                                                           stiltforge_error* error);
+
+/** Multiplies all coordinates by the factor, above 0. STILTFORGE_UNUSABLE_MESH, and no change, when
+    that makes the mesh too large or too small. */
+STILTFORGE_API stiltforge_status stiltforge_mesh_scale(stiltforge_mesh* mesh, double factor,
+                                                       stiltforge_error* error);
+
+/** The same, to a height in millimetres. */
+STILTFORGE_API stiltforge_status stiltforge_mesh_scale_to_height(stiltforge_mesh* mesh,
+                                                                 double height,
+                                                                 stiltforge_error* error);
+
+/** The corners of the mesh's box, mm: x, y, z each. */
+STILTFORGE_API stiltforge_status stiltforge_mesh_get_box(const stiltforge_mesh* mesh, double min[3],
+                                                         double max[3], stiltforge_error* error);
+
+/** Number of triangles; 0 for null. */
+STILTFORGE_API size_t stiltforge_mesh_triangle_count(const stiltforge_mesh* mesh);
+
+/** The triangles: nine floats each, as stiltforge_mesh_create() takes them. Null for null. Valid
+    until the mesh is changed or destroyed. */
+STILTFORGE_API const float* stiltforge_mesh_positions(const stiltforge_mesh* mesh);
+
+STILTFORGE_API void stiltforge_mesh_destroy(stiltforge_mesh* mesh);
+
+/* Slices */
+
+/** A slice of a model: its runs of material, and of pixels that overhang with the two values of
+    each. Empty, of 0 x 0 pixels, when it is created; every function that fills it replaces all. */
+typedef struct stiltforge_slice stiltforge_slice;
+
+STILTFORGE_API stiltforge_status stiltforge_slice_create(stiltforge_slice** slice,
+                                                         stiltforge_error* error);
+
+/**
+ * Fills a slice from a picture.
+ *
+ * rgba: width * height pixels of four bytes, row by row from the top; byte_count is that size. A
+ * pixel is material when its red byte is not 0. Its blue byte says how well the slice below
+ * supports it, 255 fully, its green byte how close it is to the contour, 255 on it. Alpha is not
+ * read. width, height: 1 to 65535, together at most 2,147,483,647 pixels.
+ */
+STILTFORGE_API stiltforge_status stiltforge_slice_set_rgba(stiltforge_slice* slice,
+                                                           const uint8_t* rgba, size_t byte_count,
+                                                           uint32_t width, uint32_t height,
+                                                           stiltforge_error* error);
+
+/** Runs of pixels, row by row, in arrays of the host. */
+typedef struct stiltforge_runs {
+  /** Row y has the runs from row_start[y] to row_start[y + 1], not included: height + 1 entries,
+      the first 0, the last run_count, never falling. */
+  const uint32_t* row_start;
+  const uint16_t* begin; /**< first column of each run; run_count entries */
+  const uint16_t* end;   /**< the column after its last, above begin, to the slice's width */
+  size_t run_count;
+} stiltforge_runs;
+
+/** Runs of the pixels that overhang, with the values of each. */
+typedef struct stiltforge_overhang {
+  stiltforge_runs runs;
+  /** How well the slice below supports each pixel, 0 to 254, in the order of the runs. Pixels with
+      255 are fully supported: leave them out. */
+  const uint8_t* blue;
+  const uint8_t* green; /**< how close it is to the contour, 255 on it */
+  size_t pixel_count;   /**< entries of both */
+} stiltforge_overhang;
+
+/**
+ * Fills a slice from runs.
+ *
+ * The runs of a row ascend and do not overlap; runs that touch are joined. overhang: each of its
+ * runs lies within one (joined) run of the material; null when all material is supported. width,
+ * height: as above.
+ */
+STILTFORGE_API stiltforge_status stiltforge_slice_set_runs(stiltforge_slice* slice, uint32_t width,
+                                                           uint32_t height,
+                                                           const stiltforge_runs* material,
+                                                           const stiltforge_overhang* overhang,
+                                                           stiltforge_error* error);
+
+/** The sizes of a slice. */
+typedef struct stiltforge_slice_info {
+  size_t struct_size;
+  uint32_t width;  /**< pixels */
+  uint32_t height; /**< pixels */
+  size_t material_runs;
+  size_t overhang_runs;
+  uint64_t material_pixels;
+  uint64_t overhang_pixels;
+} stiltforge_slice_info;
+
+STILTFORGE_API stiltforge_status stiltforge_slice_get_info(const stiltforge_slice* slice,
+                                                           stiltforge_slice_info* info,
+                                                           stiltforge_error* error);
+
+/**
+ * Copies the runs of material out. row_start: height + 1 entries, begin, end: run_capacity entries,
+ * at least stiltforge_slice_info::material_runs; see stiltforge_runs.
+ */
+STILTFORGE_API stiltforge_status stiltforge_slice_copy_material(const stiltforge_slice* slice,
+                                                                uint32_t* row_start,
+                                                                uint16_t* begin, uint16_t* end,
+                                                                size_t run_capacity,
+                                                                stiltforge_error* error);
+
+/**
+ * Copies the runs of overhang out, and the values of their pixels: pixel_capacity entries each, at
+ * least stiltforge_slice_info::overhang_pixels; see stiltforge_overhang.
+ */
+STILTFORGE_API stiltforge_status
+stiltforge_slice_copy_overhang(const stiltforge_slice* slice, uint32_t* row_start, uint16_t* begin,
+                               uint16_t* end, size_t run_capacity, uint8_t* blue, uint8_t* green,
+                               size_t pixel_capacity, stiltforge_error* error);
+
+STILTFORGE_API void stiltforge_slice_destroy(stiltforge_slice* slice);
+
+/* Supports */
+
+/** A support, in pixels and layers. */
+typedef struct stiltforge_support {
+  uint32_t layer;  /**< from 0, the layer on the plate */
+  uint32_t group;  /**< number of its group in the layer, from 1 */
+  uint32_t x;      /**< column of the slice */
+  uint32_t y;      /**< row of the slice */
+  uint32_t island; /**< 1: its group rests on nothing, or on a single pixel; 0: it overhangs */
+} stiltforge_support;
+
+/** A support, in millimetres too: what a line of the command's points.csv says. */
+typedef struct stiltforge_point {
+  double x;        /**< mm, in the coordinates of the mesh, to the micrometre */
+  double y;        /**< mm */
+  double z;        /**< mm: the lower face of the layer */
+  uint32_t column; /**< pixel of the whole screen */
+  uint32_t row;    /**< likewise */
+  uint32_t layer;  /**< as in stiltforge_support */
+  uint32_t group;
+  uint32_t island;
+} stiltforge_point;
+
+/* Slicing meshes */
+
+/** Cuts a mesh into slices. Layer i is cut through its middle, (i + 0.5) layer heights above the
+    model's lowest point, which stands on the plate. */
+typedef struct stiltforge_slicer stiltforge_slicer;
+
+/**
+ * Creates a slicer. It keeps what it needs of the mesh.
+ *
+ * STILTFORGE_INVALID_ARGUMENT when a setting cannot be used, alone or with the others;
+ * STILTFORGE_UNUSABLE_MESH when the mesh cannot be sliced or does not fit on the screen.
+ */
+STILTFORGE_API stiltforge_status stiltforge_slicer_create(const stiltforge_mesh* mesh,
+                                                          const stiltforge_print_settings* settings,
+                                                          stiltforge_slicer** slicer,
+                                                          stiltforge_error* error);
+
+/**
+ * Where the slices lie on the screen and in the mesh. The centre of pixel (x, y) of a slice has in
+ * the mesh's coordinates
+ *   origin_x + (crop_x + x + 0.5) * pixel_size, origin_y - (crop_y + y + 0.5) * pixel_size,
+ * since rows run against the y axis. Layer i reaches from plate_z + i * layer_height one layer up.
+ */
+typedef struct stiltforge_slicer_info {
+  size_t struct_size;
+  uint32_t layer_count; /**< 1 to 65535 */
+  uint32_t width;       /**< pixels of the slices, 1 to 65535: the screen around the part */
+  uint32_t height;      /**< likewise */
+  int32_t crop_x;       /**< column of the screen that is column 0 of the slices */
+  int32_t crop_y;       /**< row of the screen that is row 0 of the slices */
+  double origin_x;      /**< mm, of the screen's corner at column 0, row 0 */
+  double origin_y;      /**< mm */
+  double plate_z;       /**< mm, the lowest point of the model */
+  double pixel_size;    /**< mm */
+  double layer_height;  /**< mm */
+} stiltforge_slicer_info;
+
+STILTFORGE_API stiltforge_status stiltforge_slicer_get_info(const stiltforge_slicer* slicer,
+                                                            stiltforge_slicer_info* info,
+                                                            stiltforge_error* error);
+
+/** What a person should know of a mesh before trusting its slices. A part is a set of triangles
+    that hang together by vertices; it is closed when each of its edges is used equally often in
+    both directions. */
+typedef struct stiltforge_mesh_report {
+  size_t struct_size;
+  uint32_t triangles;
+  uint32_t vertices;             /**< distinct positions */
+  uint32_t degenerate_triangles; /**< of zero area */
+  uint32_t open_edges;           /**< edges of one triangle only */
+  uint32_t non_manifold_edges;   /**< edges of more than two triangles */
+  uint32_t misoriented_edges;    /**< edges along which two triangles run the same way */
+  uint32_t parts;
+  uint32_t open_parts;
+  uint32_t flipped_parts; /**< closed parts inside out, cavities not counted */
+  uint32_t cavities;      /**< closed parts that hollow a closed part around them */
+  double signed_volume;   /**< mm3, the sum over the parts as they are oriented */
+  double expected_volume; /**< mm3 of material; an estimate where parts are open or overlap */
+  double min[3];          /**< mm: corner of the mesh's box, x, y, z */
+  double max[3];          /**< mm: the opposite corner */
+} stiltforge_mesh_report;
+
+STILTFORGE_API stiltforge_status stiltforge_slicer_get_report(const stiltforge_slicer* slicer,
+                                                              stiltforge_mesh_report* report,
+                                                              stiltforge_error* error);
+
+/** The parameters for a model of these slices: what the command uses for the same settings. */
+STILTFORGE_API stiltforge_status stiltforge_slicer_create_parameters(
+    const stiltforge_slicer* slicer, stiltforge_parameters** parameters, stiltforge_error* error);
+
+/**
+ * Cuts `count` layers from `first` on: slices[i] is filled with layer first + i. A few layers for
+ * each worker thread keep all of them busy, and calls that go on where the last one ended are the
+ * cheapest. The slices are different ones; they are empty after a failure.
+ */
+STILTFORGE_API stiltforge_status stiltforge_slicer_slice(stiltforge_slicer* slicer, uint32_t first,
+                                                         uint32_t count,
+                                                         stiltforge_slice* const* slices,
+                                                         stiltforge_error* error);
+
+/** Where supports lie in the mesh: points[i] is made of supports[i], for `count` of them. They must
+    lie within the slicer's slices and layers. */
+STILTFORGE_API stiltforge_status stiltforge_slicer_locate(const stiltforge_slicer* slicer,
+                                                          const stiltforge_support* supports,
+                                                          size_t count, stiltforge_point* points,
+                                                          stiltforge_error* error);
+
+STILTFORGE_API void stiltforge_slicer_destroy(stiltforge_slicer* slicer);
+
+/* Slicing masks */
+
+/** Makes slices of layers that are pictures in grey already, bottom first. */
+typedef struct stiltforge_mask_slicer stiltforge_mask_slicer;
+
+typedef struct stiltforge_mask_settings {
+  size_t struct_size;
+  uint32_t mask_width;  /**< pixels of the masks */
+  uint32_t mask_height; /**< pixels */
+  uint32_t crop_x;      /**< column of the masks with which the slices begin; 0 */
+  uint32_t crop_y;      /**< row; 0 */
+  uint32_t width;       /**< pixels of the slices, 1 to 65535; 0 for up to the end of the masks */
+  uint32_t height;      /**< likewise */
+  uint32_t threshold;   /**< the lowest grey that is material, 1 to 255; 128 */
+} stiltforge_mask_settings;
+
+/** Fills in the defaults; the masks' width and height have none. */
+STILTFORGE_API stiltforge_status stiltforge_mask_settings_init(stiltforge_mask_settings* settings,
+                                                               stiltforge_error* error);
+
+/** Creates a mask slicer. The screen, offsets and margin of the print have no influence. */
+STILTFORGE_API stiltforge_status stiltforge_mask_slicer_create(
+    const stiltforge_mask_settings* masks, const stiltforge_print_settings* print,
+    stiltforge_mask_slicer** slicer, stiltforge_error* error);
+
+/**
+ * Makes the next `count` slices, the first call's the ones on the plate: slices[i] of masks[i],
+ * each mask_size = mask_width * mask_height grey bytes, row by row. A call that fails counts as
+ * none; its slices are empty then.
+ */
+STILTFORGE_API stiltforge_status stiltforge_mask_slicer_next(stiltforge_mask_slicer* slicer,
+                                                             const uint8_t* const* masks,
+                                                             size_t mask_size, uint32_t count,
+                                                             stiltforge_slice* const* slices,
+                                                             stiltforge_error* error);
+
+STILTFORGE_API void stiltforge_mask_slicer_destroy(stiltforge_mask_slicer* slicer);
+
+/* Analysed layers */
+
+/** The result of one slice. It never changes and does not need its model. */
+typedef struct stiltforge_layer stiltforge_layer;
+
+typedef struct stiltforge_group {
+  uint32_t pixels;           /**< of the group */
+  uint32_t supported_pixels; /**< of them over material of the layer below; 0 for an island */
+  uint32_t x_min;            /**< its box: columns from x_min to x_max, not included */
+  uint32_t y_min;
+  uint32_t x_max;
+  uint32_t y_max;
+  uint32_t first_support; /**< place of its first support among those of the layer */
+  uint32_t support_count;
+} stiltforge_group;
+
+/** Number of the layer, from 0; 0 for null. */
+STILTFORGE_API uint32_t stiltforge_layer_index(const stiltforge_layer* layer);
+
+/** Pixels of material; 0 for null. */
+STILTFORGE_API uint32_t stiltforge_layer_pixels(const stiltforge_layer* layer);
+
+/** The groups of the layer in the order of their numbers: groups[0] is group 1. Valid until the
+    layer is destroyed. `count`, which may be null, becomes their number. Null when there are none,
+    or for null. */
+STILTFORGE_API const stiltforge_group* stiltforge_layer_groups(const stiltforge_layer* layer,
+                                                               size_t* count);
+
+/** The supports of the layer, group by group; otherwise as above. */
+STILTFORGE_API const stiltforge_support* stiltforge_layer_supports(const stiltforge_layer* layer,
+                                                                   size_t* count);
+
+STILTFORGE_API void stiltforge_layer_destroy(stiltforge_layer* layer);
+
+/* Models */
+
+/** A model under analysis: takes its slices, bottom first, and keeps what the next ones need. */
+typedef struct stiltforge_model stiltforge_model;
+
+/** Creates a model. Later changes of the parameters do not reach it. */
+STILTFORGE_API stiltforge_status stiltforge_model_create(const stiltforge_parameters* parameters,
+                                                         stiltforge_model** model,
+                                                         stiltforge_error* error);
+
+typedef struct stiltforge_analysis_options {
+  size_t struct_size;
+  stiltforge_cancel_token* cancel; /**< may be null */
+  /** Three blocks for pictures of the slice, each null or with an entry for each of its pixels, row
+      by row; pixel_count is width * height then. To have all markers, ask from the first slice on
+      (the parameter needBuffer has no influence here). */
+  size_t pixel_count;
+  /** 0x80000000 + (group & 0xFFFFFF) for material, 0xFF000000 for background. */
+  uint32_t* labels;
+  /** 0xFE000000 + (n & 0xFFFFFF), n being the highest layer so far with material there; 0 without
+      any. */
+  uint32_t* markers;
+  /** How well the slice below supports the material, 0 to 255; 0 for background. */
+  uint8_t* support_values;
+} stiltforge_analysis_options;
+
+/** Fills in the defaults: no blocks, no cancelling. */
+STILTFORGE_API stiltforge_status
+stiltforge_analysis_options_init(stiltforge_analysis_options* options, stiltforge_error* error);
+
+/**
+ * Analyses the next slice, which has the model's width and height. It is not changed, and may be
+ * given to other models too.
+ *
+ * options: may be null. layer: may be null; otherwise the result, to be destroyed by the host.
+ *
+ * When it is cancelled or there is not enough memory, the model may have to stop there: the next
+ * call is STILTFORGE_STOPPED then. Otherwise the same slice can be given again.
+ */
+STILTFORGE_API stiltforge_status stiltforge_model_analyse(
+    stiltforge_model* model, const stiltforge_slice* slice,
+    const stiltforge_analysis_options* options, stiltforge_layer** layer, stiltforge_error* error);
+
+/**
+ * Called for each layer as soon as it is analysed, on the thread of the call. The layer is valid
+ * until the callback returns. Anything but 0 ends the call after this layer. The callback may use
+ * the model and ask the slicer for what it knows, but must not throw or jump out.
+ */
+typedef int32_t (*stiltforge_layer_callback)(void* context, const stiltforge_layer* layer);
+
+/**
+ * Cuts and analyses the next layers of a mesh: where the model has n layers, those from layer n of
+ * the slicer on, `count` of them or as many as there are. Slicing and analysis overlap.
+ *
+ * cancel, on_layer: may be null. context: handed to on_layer.
+ *
+ * STILTFORGE_CANCELLED when the callback or the token ended it. The layers until then stay
+ * analysed; a further call goes on after them, unless it is STILTFORGE_STOPPED as above.
+ */
+STILTFORGE_API stiltforge_status
+stiltforge_model_analyse_mesh(stiltforge_model* model, stiltforge_slicer* slicer, uint32_t count,
+                              stiltforge_cancel_token* cancel, stiltforge_layer_callback on_layer,
+                              void* context, stiltforge_error* error);
+
+/** Layers analysed so far; 0 for null. May be called while another call uses the model. */
+STILTFORGE_API uint32_t stiltforge_model_layer_count(const stiltforge_model* model);
+
+/** Groups that got no supports because there was not enough memory to place them; likewise. */
+STILTFORGE_API uint64_t stiltforge_model_failed_groups(const stiltforge_model* model);
+
+/**
+ * The supports of all layers so far, by layer, then by group. Copies up to `capacity` of them;
+ * `count`, which may be null, becomes the number that there are. supports may be null when capacity
+ * is 0.
+ */
+STILTFORGE_API stiltforge_status stiltforge_model_get_supports(const stiltforge_model* model,
+                                                               stiltforge_support* supports,
+                                                               size_t capacity, size_t* count,
+                                                               stiltforge_error* error);
+
+STILTFORGE_API void stiltforge_model_destroy(stiltforge_model* model);
+
+/* Pictures of a group */
+
+/** How a group was sampled, as eight pictures of its box. They do not need their model. */
+typedef struct stiltforge_group_images stiltforge_group_images;
+
+enum {
+  STILTFORGE_IMAGE_SAMPLE = 0,        /**< grey 255 where a sample was taken, else 100 */
+  STILTFORGE_IMAGE_GHOST = 1,         /**< red: nearness of earlier supports */
+  STILTFORGE_IMAGE_ANGLE = 2,         /**< blue: support value */
+  STILTFORGE_IMAGE_SCORE = 3,         /**< red: score, low where a support is needed most */
+  STILTFORGE_IMAGE_SCORE_SUPPORT = 4, /**< the same, with the supports in green and blue */
+  STILTFORGE_IMAGE_SUPPORT = 5,       /**< grey 255 where a support is, else 100 */
+  STILTFORGE_IMAGE_STROKE = 6,        /**< green: nearness of the contour */
+  STILTFORGE_IMAGE_COMBINED = 7,      /**< ghost, stroke and angle together */
+  STILTFORGE_IMAGE_COUNT = 8
+};
+
+/** Renders a group of an analysed layer: layer from 0, group from 1. Those of a group that was
+    never sampled are all zeros. */
+STILTFORGE_API stiltforge_status
+stiltforge_model_create_group_images(stiltforge_model* model, uint32_t layer, uint32_t group,
+                                     stiltforge_group_images** images, stiltforge_error* error);
+
+/** Pixels of each picture, the size of the group's box; 0 for null. */
+STILTFORGE_API uint32_t stiltforge_group_images_width(const stiltforge_group_images* images);
+STILTFORGE_API uint32_t stiltforge_group_images_height(const stiltforge_group_images* images);
+
+/** One of the pictures: width * height RGBA pixels, row by row from the top. Valid until the images
+    are destroyed. Null for null, and when there is no such picture. */
+STILTFORGE_API const uint8_t* stiltforge_group_images_pixels(const stiltforge_group_images* images,
+                                                             int32_t image);
+
+STILTFORGE_API void stiltforge_group_images_destroy(stiltforge_group_images* images);
+
+/* Memory */
+
+/** What is expected of a model, rather too much than too little. */
+typedef struct stiltforge_model_size {
+  size_t struct_size;
+  uint32_t width;            /**< pixels of the slices, 1 to 65535 */
+  uint32_t height;           /**< likewise */
+  uint32_t layers;           /**< number of slices */
+  uint32_t buffers;          /**< 1 when the host asks for labels, markers or support values; 0 */
+  double ghost_radius;       /**< the parameter ghostRadius, pixels; 0 */
+  uint32_t queued_slices;    /**< made and not yet analysed, at any one time; 1 */
+  uint32_t groups_per_layer; /**< in the layers with the most; 20 */
+  uint64_t supports;         /**< in the whole model; 0 */
+  double pixels_per_support; /**< the parameter supportStrength; 0 */
+  double unsupported_share;  /**< of a layer's pixels, in the layer with the most; 0.1 */
+  uint32_t ghosts_per_group; /**< the parameter maxGhost; 10000 */
+} stiltforge_model_size;
+
+/** Fills in the defaults; the size and the number of layers have none. */
+STILTFORGE_API stiltforge_status stiltforge_model_size_init(stiltforge_model_size* size,
+                                                            stiltforge_error* error);
+
+/** Bytes that the analysis of a model takes at its peak, beyond what the process holds without it.
+    An upper bound for parts whose rows cross a region a few times. */
+typedef struct stiltforge_memory_estimate {
+  size_t struct_size;
+  uint64_t total;     /**< of the following */
+  uint64_t slices;    /**< slices in hand, and the blocks of one of them */
+  uint64_t groups;    /**< of two layers, and their relations */
+  uint64_t placement; /**< work space for placing supports */
+  uint64_t history;   /**< what stays of every layer */
+  uint64_t fixed;     /**< threads, tables, allocator */
+} stiltforge_memory_estimate;
+
+STILTFORGE_API stiltforge_status stiltforge_estimate_memory(const stiltforge_model_size* size,
+                                                            stiltforge_memory_estimate* estimate,
+                                                            stiltforge_error* error);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif

@@ -1,0 +1,393 @@
+/*
+ * The C interface of stiltforge for C++17 and later: objects that free themselves, and exceptions.
+ *
+ * All units, shapes, ranges and rules are those of stiltforge.h. Everything here is inline and goes
+ * through that interface, so that a host's compiler, flags and standard library need not be those
+ * of the library; nothing is computed here.
+ */
+#ifndef STILTFORGE_HPP
+#define STILTFORGE_HPP
+
+#include <cstddef>
+#include <cstdint>
+#include <exception>
+#include <functional>
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "stiltforge.h"
+
+namespace stiltforge {
+// Names of their own for the linker, beside those of the library's inside.
+inline namespace v0 {
+
+/// A call failed: what() is the library's message.
+class Error : public std::runtime_error {
+ public:
+  Error(stiltforge_status status, const char* message)
+      : std::runtime_error(message), status_(status) {}
+  stiltforge_status status() const { return status_; }
+
+ private:
+  stiltforge_status status_;
+};
+
+namespace detail {
+
+template <typename Function, typename... Arguments>
+void call(Function function, Arguments... arguments) {
+  stiltforge_error error;
+  const stiltforge_status status = function(arguments..., &error);
+  if (status != STILTFORGE_OK) throw Error(status, error.message);
+}
+
+/// Owns a handle.
+template <typename T, void (*destroy)(T*)>
+class Handle {
+ public:
+  explicit Handle(T* handle = nullptr) : handle_(handle) {}
+  /// For the functions of stiltforge.h.
+  T* get() const { return handle_.get(); }
+
+ protected:
+  template <typename Function, typename... Arguments>
+  static T* create(Function function, Arguments... arguments) {
+    T* handle = nullptr;
+    call(function, arguments..., &handle);
+    return handle;
+  }
+
+ private:
+  struct Destroy {
+    void operator()(T* handle) const { destroy(handle); }
+  };
+  std::unique_ptr<T, Destroy> handle_;
+};
+
+/// A structure with its size, filled by `function` from `arguments` and itself.
+template <typename T, typename Function, typename... Arguments>
+T filled(Function function, Arguments... arguments) {
+  T structure{};
+  structure.struct_size = sizeof structure;
+  call(function, arguments..., &structure);
+  return structure;
+}
+
+}  // namespace detail
+
+using Support = stiltforge_support;
+using Point = stiltforge_point;
+using Group = stiltforge_group;
+using SlicerInfo = stiltforge_slicer_info;
+using SliceInfo = stiltforge_slice_info;
+using MeshReport = stiltforge_mesh_report;
+using ParameterInfo = stiltforge_parameter_info;
+using MemoryEstimate = stiltforge_memory_estimate;
+
+/// The library's version.
+inline std::string version() {
+  return stiltforge_version();
+}
+
+inline std::uint32_t workerCount() {
+  return stiltforge_worker_count();
+}
+inline void setWorkerCount(std::uint32_t count) {
+  detail::call(stiltforge_set_worker_count, count);
+}
+inline void stopWorkers() {
+  detail::call(stiltforge_stop_workers);
+}
+
+/// Settings with their defaults.
+struct PrintSettings : stiltforge_print_settings {
+  PrintSettings()
+      : stiltforge_print_settings(
+            detail::filled<stiltforge_print_settings>(stiltforge_print_settings_init)) {}
+};
+struct MaskSettings : stiltforge_mask_settings {
+  MaskSettings()
+      : stiltforge_mask_settings(
+            detail::filled<stiltforge_mask_settings>(stiltforge_mask_settings_init)) {}
+};
+struct AnalysisOptions : stiltforge_analysis_options {
+  AnalysisOptions()
+      : stiltforge_analysis_options(
+            detail::filled<stiltforge_analysis_options>(stiltforge_analysis_options_init)) {}
+};
+struct ModelSize : stiltforge_model_size {
+  ModelSize()
+      : stiltforge_model_size(detail::filled<stiltforge_model_size>(stiltforge_model_size_init)) {}
+};
+
+inline MemoryEstimate estimateMemory(const ModelSize& size) {
+  return detail::filled<MemoryEstimate>(stiltforge_estimate_memory, &size);
+}
+
+/// A list that belongs to another object.
+template <typename T>
+class View {
+ public:
+  View(const T* data, std::size_t size) : data_(data), size_(size) {}
+  const T* begin() const { return data_; }
+  const T* end() const { return data_ + size_; }
+  std::size_t size() const { return size_; }
+  bool empty() const { return size_ == 0; }
+  const T& operator[](std::size_t index) const { return data_[index]; }
+
+ private:
+  const T* data_;
+  std::size_t size_;
+};
+
+class CancelToken
+    : public detail::Handle<stiltforge_cancel_token, stiltforge_cancel_token_destroy> {
+ public:
+  CancelToken() : Handle(create(stiltforge_cancel_token_create)) {}
+  void cancel() { stiltforge_cancel_token_cancel(get()); }
+};
+
+/// Everything that is known of the parameters.
+inline std::vector<ParameterInfo> parameterTable() {
+  std::vector<ParameterInfo> table;
+  for (std::size_t i = 0; i < stiltforge_parameter_count(); ++i) {
+    table.push_back(detail::filled<ParameterInfo>(stiltforge_get_parameter_info, i));
+  }
+  return table;
+}
+
+class Parameters : public detail::Handle<stiltforge_parameters, stiltforge_parameters_destroy> {
+ public:
+  using Handle::Handle;
+  Parameters() : Handle(create(stiltforge_parameters_create)) {}
+  Parameters(const PrintSettings& print, std::uint32_t width, std::uint32_t height,
+             std::uint32_t layers)
+      : Handle(create(stiltforge_parameters_create_for_print, &print, width, height, layers)) {}
+
+  void set(const std::string& name, double value) {
+    detail::call(stiltforge_parameters_set, get(), name.c_str(), value);
+  }
+  double operator[](const std::string& name) const {
+    double value = 0;
+    detail::call(stiltforge_parameters_get, get(), name.c_str(), &value);
+    return value;
+  }
+};
+
+class Mesh : public detail::Handle<stiltforge_mesh, stiltforge_mesh_destroy> {
+ public:
+  /// Nine floats a triangle.
+  explicit Mesh(const std::vector<float>& positions)
+      : Handle(create(stiltforge_mesh_create, positions.data(), positions.size() / 9)) {}
+  /// Three floats a vertex, three indices a triangle.
+  Mesh(const std::vector<float>& vertices, const std::vector<std::uint32_t>& indices)
+      : Handle(create(stiltforge_mesh_create_indexed, vertices.data(), vertices.size() / 3,
+                      indices.data(), indices.size() / 3)) {}
+  /// path: UTF-8.
+  static Mesh read(const std::string& path, CancelToken* cancel = nullptr) {
+    return Mesh(create(stiltforge_mesh_read_file, path.c_str(), cancel ? cancel->get() : nullptr));
+  }
+  static Mesh read(const void* bytes, std::size_t size, const std::string& name = {},
+                   CancelToken* cancel = nullptr) {
+    return Mesh(create(stiltforge_mesh_read_memory, bytes, size, name.c_str(),
+                       cancel ? cancel->get() : nullptr));
+  }
+
+  std::vector<std::string> warnings() const {
+    std::vector<std::string> list;
+    for (std::size_t i = 0; i < stiltforge_mesh_warning_count(get()); ++i) {
+      list.emplace_back(stiltforge_mesh_warning(get(), i));
+    }
+    return list;
+  }
+  std::size_t triangleCount() const { return stiltforge_mesh_triangle_count(get()); }
+  /// Valid until the mesh is changed or destroyed.
+  View<float> positions() const { return {stiltforge_mesh_positions(get()), 9 * triangleCount()}; }
+
+  void turnYUp() { detail::call(stiltforge_mesh_turn_y_up, get()); }
+  void scale(double factor) { detail::call(stiltforge_mesh_scale, get(), factor); }
+  void scaleToHeight(double height) {
+    detail::call(stiltforge_mesh_scale_to_height, get(), height);
+  }
+
+ private:
+  explicit Mesh(stiltforge_mesh* mesh) : Handle(mesh) {}
+};
+
+class Slice : public detail::Handle<stiltforge_slice, stiltforge_slice_destroy> {
+ public:
+  Slice() : Handle(create(stiltforge_slice_create)) {}
+  void setRgba(const std::uint8_t* rgba, std::size_t byteCount, std::uint32_t width,
+               std::uint32_t height) {
+    detail::call(stiltforge_slice_set_rgba, get(), rgba, byteCount, width, height);
+  }
+  void setRuns(std::uint32_t width, std::uint32_t height, const stiltforge_runs& material,
+               const stiltforge_overhang* overhang = nullptr) {
+    detail::call(stiltforge_slice_set_runs, get(), width, height, &material, overhang);
+  }
+  SliceInfo info() const { return detail::filled<SliceInfo>(stiltforge_slice_get_info, get()); }
+};
+
+namespace detail {
+
+inline std::vector<stiltforge_slice*> handlesOf(const std::vector<Slice>& slices) {
+  std::vector<stiltforge_slice*> handles;
+  for (const Slice& slice : slices) handles.push_back(slice.get());
+  return handles;
+}
+
+}  // namespace detail
+
+class Slicer : public detail::Handle<stiltforge_slicer, stiltforge_slicer_destroy> {
+ public:
+  Slicer(const Mesh& mesh, const PrintSettings& print)
+      : Handle(create(stiltforge_slicer_create, mesh.get(), &print)) {}
+
+  SlicerInfo info() const { return detail::filled<SlicerInfo>(stiltforge_slicer_get_info, get()); }
+  MeshReport report() const {
+    return detail::filled<MeshReport>(stiltforge_slicer_get_report, get());
+  }
+  /// For a model of these slices.
+  Parameters parameters() const {
+    stiltforge_parameters* parameters = nullptr;
+    detail::call(stiltforge_slicer_create_parameters, get(), &parameters);
+    return Parameters(parameters);
+  }
+  /// Fills the slices with the layers from `first` on.
+  void slice(std::uint32_t first, std::vector<Slice>& slices) {
+    const auto handles = detail::handlesOf(slices);
+    detail::call(stiltforge_slicer_slice, get(), first, static_cast<std::uint32_t>(handles.size()),
+                 handles.data());
+  }
+  /// Where supports lie in the mesh.
+  std::vector<Point> locate(const std::vector<Support>& supports) const {
+    std::vector<Point> points(supports.size());
+    detail::call(stiltforge_slicer_locate, get(), supports.data(), supports.size(), points.data());
+    return points;
+  }
+};
+
+class MaskSlicer : public detail::Handle<stiltforge_mask_slicer, stiltforge_mask_slicer_destroy> {
+ public:
+  MaskSlicer(const MaskSettings& masks, const PrintSettings& print)
+      : Handle(create(stiltforge_mask_slicer_create, &masks, &print)) {}
+  /// Fills the slices with the next layers: one for each mask of maskSize bytes.
+  void next(const std::vector<const std::uint8_t*>& masks, std::size_t maskSize,
+            std::vector<Slice>& slices) {
+    if (masks.size() != slices.size()) throw std::invalid_argument("one slice for each mask");
+    const auto handles = detail::handlesOf(slices);
+    detail::call(stiltforge_mask_slicer_next, get(), masks.data(), maskSize,
+                 static_cast<std::uint32_t>(handles.size()), handles.data());
+  }
+};
+
+/// An analysed layer that belongs to another object, or to the call of a callback.
+class LayerView {
+ public:
+  explicit LayerView(const stiltforge_layer* layer) : layer_(layer) {}
+  std::uint32_t index() const { return stiltforge_layer_index(layer_); }
+  std::uint32_t pixels() const { return stiltforge_layer_pixels(layer_); }
+  /// groups()[0] is group 1.
+  View<Group> groups() const { return list<Group>(stiltforge_layer_groups); }
+  View<Support> supports() const { return list<Support>(stiltforge_layer_supports); }
+
+ private:
+  template <typename T, typename Function>
+  View<T> list(Function function) const {
+    std::size_t count = 0;
+    const T* const data = function(layer_, &count);
+    return {data, count};
+  }
+
+  const stiltforge_layer* layer_;
+};
+
+class Layer : public detail::Handle<stiltforge_layer, stiltforge_layer_destroy>, public LayerView {
+ public:
+  explicit Layer(stiltforge_layer* layer) : Handle(layer), LayerView(layer) {}
+};
+
+class GroupImages
+    : public detail::Handle<stiltforge_group_images, stiltforge_group_images_destroy> {
+ public:
+  using Handle::Handle;
+  std::uint32_t width() const { return stiltforge_group_images_width(get()); }
+  std::uint32_t height() const { return stiltforge_group_images_height(get()); }
+  /// image: STILTFORGE_IMAGE_SAMPLE and so on.
+  View<std::uint8_t> pixels(std::int32_t image) const {
+    const std::uint8_t* const data = stiltforge_group_images_pixels(get(), image);
+    return {data, data ? std::size_t{4} * width() * height() : 0};
+  }
+};
+
+class Model : public detail::Handle<stiltforge_model, stiltforge_model_destroy> {
+ public:
+  static constexpr std::uint32_t allLayers = UINT32_MAX;
+
+  explicit Model(const Parameters& parameters)
+      : Handle(create(stiltforge_model_create, parameters.get())) {}
+
+  /// Analyses the next slice.
+  Layer analyse(const Slice& slice, const AnalysisOptions& options = {}) {
+    stiltforge_layer* layer = nullptr;
+    detail::call(stiltforge_model_analyse, get(), slice.get(), &options, &layer);
+    return Layer(layer);
+  }
+  /// Cuts and analyses the next layers of a mesh. onLayer is called for each and may throw, which
+  /// ends the call with that exception, or may be null.
+  void analyse(Slicer& slicer, const std::function<void(const LayerView&)>& onLayer = {},
+               CancelToken* cancel = nullptr, std::uint32_t count = allLayers) {
+    Watcher watcher{onLayer, {}};
+    const stiltforge_layer_callback callback = onLayer ? &Watcher::tell : nullptr;
+    try {
+      detail::call(stiltforge_model_analyse_mesh, get(), slicer.get(), count,
+                   cancel ? cancel->get() : nullptr, callback, static_cast<void*>(&watcher));
+    } catch (const Error&) {
+      if (watcher.failure) std::rethrow_exception(watcher.failure);
+      throw;
+    }
+  }
+
+  std::uint32_t layerCount() const { return stiltforge_model_layer_count(get()); }
+  std::uint64_t failedGroups() const { return stiltforge_model_failed_groups(get()); }
+  /// Those of all layers so far.
+  std::vector<Support> supports() const {
+    std::size_t count = 0;
+    detail::call(stiltforge_model_get_supports, get(), static_cast<Support*>(nullptr),
+                 std::size_t{0}, &count);
+    std::vector<Support> supports(count);
+    detail::call(stiltforge_model_get_supports, get(), supports.data(), count, &count);
+    return supports;
+  }
+  /// layer from 0, group from 1.
+  GroupImages groupImages(std::uint32_t layer, std::uint32_t group) {
+    stiltforge_group_images* images = nullptr;
+    detail::call(stiltforge_model_create_group_images, get(), layer, group, &images);
+    return GroupImages(images);
+  }
+
+ private:
+  struct Watcher {
+    const std::function<void(const LayerView&)>& onLayer;
+    std::exception_ptr failure;
+
+    static std::int32_t tell(void* context, const stiltforge_layer* layer) {
+      auto& watcher = *static_cast<Watcher*>(context);
+      try {
+        watcher.onLayer(LayerView(layer));
+        return 0;
+      } catch (...) {
+        watcher.failure = std::current_exception();
+        return 1;
+      }
+    }
+  };
+};
+
+}  // namespace v0
+}  // namespace stiltforge
+
+#endif

@@ -1,0 +1,86 @@
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "analysis/slice.h"
+#include "capi/handle.h"
+#include "model/model.h"
+#include "model/parameters.h"
+#include "print/print_settings.h"
+#include "slicing/mask_slicer.h"
+#include "slicing/slicer.h"
+#include "stiltforge/stiltforge.h"
+#include "support/group_images.h"
+
+// What the opaque types of the header are. Those without a comment hold what their name says.
+
+struct stiltforge_cancel_token : stiltforge::capi::Handle {
+  static constexpr uint32_t kind = 0x4C434E43;
+  stiltforge_cancel_token() : Handle(kind) {}
+  std::atomic<bool> isCancelled{false};
+};
+
+struct stiltforge_parameters : stiltforge::capi::Handle {
+  static constexpr uint32_t kind = 0x4D524150;
+  stiltforge_parameters() : Handle(kind) {}
+  stiltforge::ModelParameters values;
+};
+
+struct stiltforge_mesh : stiltforge::capi::Handle {
+  static constexpr uint32_t kind = 0x4853454D;
+  stiltforge_mesh() : Handle(kind) {}
+  std::vector<float> positions;  // nine floats a triangle
+  std::vector<std::string> warnings;
+};
+
+struct stiltforge_slice : stiltforge::capi::Handle {
+  static constexpr uint32_t kind = 0x43494C53;
+  stiltforge_slice() : Handle(kind) {}
+  stiltforge::Slice slice;
+};
+
+struct stiltforge_slicer : stiltforge::capi::Handle {
+  static constexpr uint32_t kind = 0x52434C53;
+  stiltforge_slicer(const std::vector<float>& positions, const stiltforge::PrintSettings& settings)
+      : Handle(kind), print(settings), slicer(positions, stiltforge::slicerSettings(settings)) {}
+  const stiltforge::PrintSettings print;
+  stiltforge::slicing::Slicer slicer;
+};
+
+struct stiltforge_mask_slicer : stiltforge::capi::Handle {
+  static constexpr uint32_t kind = 0x4B53414D;
+  explicit stiltforge_mask_slicer(const stiltforge::slicing::MaskSettings& settings)
+      : Handle(kind), slicer(settings) {}
+  stiltforge::slicing::MaskSlicer slicer;
+};
+
+struct stiltforge_layer : stiltforge::capi::Handle {
+  static constexpr uint32_t kind = 0x5259414C;
+  stiltforge_layer() : Handle(kind) {}
+  uint32_t index = 0;
+  uint32_t pixels = 0;
+  std::vector<stiltforge_group> groups;
+  std::vector<stiltforge_support> supports;
+};
+
+struct stiltforge_model : stiltforge::capi::Handle {
+  static constexpr uint32_t kind = 0x4C444F4D;
+  explicit stiltforge_model(const stiltforge::ModelParameters& given)
+      : Handle(kind),
+        parameters(given),
+        model(given.settings, std::size_t{given.width} * given.height) {}
+  const stiltforge::ModelParameters parameters;
+  stiltforge::Model model;
+  std::atomic<uint32_t> layerCount{0};  // whole ones
+  bool isStopped = false;               // a slice failed when it was in the history already
+};
+
+struct stiltforge_group_images : stiltforge::capi::Handle {
+  static constexpr uint32_t kind = 0x53474D49;
+  explicit stiltforge_group_images(stiltforge::GroupImages rendered)
+      : Handle(kind), images(std::move(rendered)) {}
+  const stiltforge::GroupImages images;
+};

@@ -1,0 +1,65 @@
+#include "capi/layer.h"
+
+#include <cstddef>
+
+namespace stiltforge::capi {
+
+stiltforge_support toSupport(const Voxel& voxel, uint32_t group) {
+  return {voxel.z - 1u, group, voxel.x, voxel.y, voxel.isMinima ? 1u : 0u};
+}
+
+std::unique_ptr<stiltforge_layer> layerResult(const Layer& layer, uint32_t index) {
+  auto result = std::make_unique<stiltforge_layer>();
+  result->index = index;
+  result->pixels = layer.pixelCount;
+  result->groups.reserve(layer.groupCount);
+  for (std::size_t i = 1; i < layer.groups.size(); ++i) {
+    const Group& group = layer.groups[i];
+    const auto first = static_cast<uint32_t>(result->supports.size());
+    if (group.placement) {
+      for (const Voxel& voxel : group.placement->supports) {
+        result->supports.push_back(toSupport(voxel, static_cast<uint32_t>(i)));
+      }
+    }
+    const auto count = static_cast<uint32_t>(result->supports.size()) - first;
+    result->groups.push_back({group.numPixel, group.supportedPixel, group.xMin, group.yMin,
+                              group.xMax, group.yMax, first, count});
+  }
+  return result;
+}
+
+}  // namespace stiltforge::capi
+
+namespace {
+
+const stiltforge_layer* checked(const stiltforge_layer* layer) {
+  return layer && layer->isOf(stiltforge_layer::kind) ? layer : nullptr;
+}
+
+template <typename T>
+const T* listOf(const std::vector<T>* list, size_t* count) {
+  if (count) *count = list ? list->size() : 0;
+  return list && !list->empty() ? list->data() : nullptr;
+}
+
+}  // namespace
+
+uint32_t stiltforge_layer_index(const stiltforge_layer* layer) {
+  return checked(layer) ? layer->index : 0;
+}
+
+uint32_t stiltforge_layer_pixels(const stiltforge_layer* layer) {
+  return checked(layer) ? layer->pixels : 0;
+}
+
+const stiltforge_group* stiltforge_layer_groups(const stiltforge_layer* layer, size_t* count) {
+  return listOf(checked(layer) ? &layer->groups : nullptr, count);
+}
+
+const stiltforge_support* stiltforge_layer_supports(const stiltforge_layer* layer, size_t* count) {
+  return listOf(checked(layer) ? &layer->supports : nullptr, count);
+}
+
+void stiltforge_layer_destroy(stiltforge_layer* layer) {
+  stiltforge::capi::destroy(layer);
+}

@@ -1,0 +1,15 @@
+#pragma once
+
+#include <memory>
+
+#include "capi/handles.h"
+
+namespace stiltforge::capi {
+
+/// The result of a layer that is analysed and not yet archived.
+std::unique_ptr<stiltforge_layer> layerResult(const Layer& layer, uint32_t index);
+
+/// A support of the group, as hosts see it.
+stiltforge_support toSupport(const Voxel& voxel, uint32_t group);
+
+}  // namespace stiltforge::capi

@@ -1,0 +1,75 @@
+#include "capi/print_settings.h"
+
+#include <string>
+
+#include "capi/boundary.h"
+#include "print/setting_ranges.h"
+#include "slicing/slicing_error.h"
+
+namespace stiltforge::capi {
+
+namespace {
+
+constexpr uint32_t longestScreenSide = 65535;
+
+// "layerHeight" to "layer_height".
+std::string fieldName(const std::string& setting) {
+  std::string name;
+  for (const char c : setting) {
+    const bool isUpper = c >= 'A' && c <= 'Z';
+    if (isUpper) name += '_';
+    name += isUpper ? static_cast<char>(c - 'A' + 'a') : c;
+  }
+  return name;
+}
+
+}  // namespace
+
+PrintSettings readPrintSettings(const stiltforge_print_settings* settings, const char* name) {
+  const stiltforge_print_settings given = readStructure(settings, name);
+  PrintSettings print;
+  print.layerHeight = given.layer_height;
+  print.pixelSize = given.pixel_size;
+  print.screenWidth = given.screen_width;
+  print.screenHeight = given.screen_height;
+  print.offsetX = given.offset_x;
+  print.offsetY = given.offset_y;
+  print.margin = given.margin;
+  print.criticalAngle = given.critical_angle;
+  if (!(given.full_overhang < 0)) print.fullOverhang = given.full_overhang;
+  print.inset = given.inset;
+  print.supportArea = given.support_area;
+
+  const std::string prefix = std::string(name) + "->";
+  requireRange(print.screenWidth, (prefix + "screen_width").c_str(), 1, longestScreenSide);
+  requireRange(print.screenHeight, (prefix + "screen_height").c_str(), 1, longestScreenSide);
+  if (const auto conflict = findConflict(print)) {
+    throw InvalidArgument(prefix + fieldName(conflict->setting) + " is " +
+                          slicing::numberText(conflict->value) + ": " + conflict->range);
+  }
+  return print;
+}
+
+}  // namespace stiltforge::capi
+
+namespace capi = stiltforge::capi;
+
+stiltforge_status stiltforge_print_settings_init(stiltforge_print_settings* settings,
+                                                 stiltforge_error* error) {
+  return capi::guarded(__func__, error, [&] {
+    const stiltforge::PrintSettings defaults;
+    stiltforge_print_settings filled{};
+    filled.layer_height = defaults.layerHeight;
+    filled.pixel_size = defaults.pixelSize;
+    filled.screen_width = defaults.screenWidth;
+    filled.screen_height = defaults.screenHeight;
+    filled.offset_x = defaults.offsetX;
+    filled.offset_y = defaults.offsetY;
+    filled.margin = defaults.margin;
+    filled.critical_angle = defaults.criticalAngle;
+    filled.full_overhang = -1;
+    filled.inset = defaults.inset;
+    filled.support_area = defaults.supportArea;
+    capi::writeStructure(settings, filled, "settings");
+  });
+}

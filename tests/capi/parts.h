@@ -1,0 +1,34 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <tuple>
+#include <vector>
+
+#include "stiltforge/stiltforge.hpp"
+
+// The interface as hosts see it. What is behind it has the same names, so no file includes both.
+namespace host = stiltforge::v0;
+
+namespace stiltforge::capi_test {
+
+/// A plate, a post and a wide table on top: nine floats a triangle, mm. It gets supports.
+std::vector<float> table();
+
+/// Coarse, so that a part takes no time.
+host::PrintSettings coarsePrint();
+
+/// All that tells supports apart.
+using Place = std::tuple<uint32_t, uint32_t, uint32_t, uint32_t, uint32_t>;
+std::vector<Place> places(const std::vector<host::Support>& supports);
+
+/// Of the part by the shortest road.
+std::vector<Place> placesOf(const std::vector<float>& part, const host::PrintSettings& print);
+
+/// A slice of that size, all material, of which `overhanging` columns at the right hang free.
+host::Slice fullSlice(uint32_t width, uint32_t height, uint32_t overhanging = 0);
+
+/// A model of 40 x 30 pixels with small supports.
+host::Parameters smallParameters();
+
+}  // namespace stiltforge::capi_test
