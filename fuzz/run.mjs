@@ -17,7 +17,7 @@ const root = fileURLToPath(new URL('..', import.meta.url));
 const buildFolder = `${root}build/asan`;
 const workFolder = `${root}build/fuzz`;
 const libFuzzerTargets = [
-  ...['analysis', 'byte_pairs', 'candidate_sort', 'slicer'],
+  ...['analysis', 'byte_pairs', 'candidate_sort', 'slicer', 'capi'],
   ...['stl', 'obj', 'ply', '3mf'],
 ];
 const scripts = ['protocol'];

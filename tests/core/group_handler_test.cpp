@@ -171,12 +171,10 @@ TEST_F(GroupHandlerTest, TakesBackTheFirstPassOfAnIslandWhoseSecondPassFails) {
   Picture layer = emptyPicture(100, 100);
   std::fill_n(layer.pixels.data(), layer.pixels.size(), materialPixel());
   segment(layer);
-  // The first pass looks at every ninth pixel, the second, for some fifty supports, at every other:
-  // its samples are the first block that does not fit.
-  settings.numberOfSamplePerSupport = 100.0f;
+  settings.numberOfSamplePerSupport = 1e6f;
   settings.supportStrength = 10000.0f;
-  settings.maxSupportRadiusInIsland = 2.8f;
-  EXPECT_EQ(failuresWithoutBlocksOf(15000), 1u);
+  settings.maxSupportRadiusInIsland = 0.01f;  // thousands of supports in the second pass
+  EXPECT_EQ(failuresWithoutBlocksOf(150000), 1u);
   EXPECT_EQ(placed, 0u);
   const Group& island = layers.back().groups[1];
   ASSERT_NE(island.placement, nullptr);
