@@ -176,7 +176,8 @@ TEST_P(GeneratedStack, OfRunsGivesThePlainResults) {
   }
 }
 
-INSTANTIATE_TEST_SUITE_P(Batch, GeneratedStack, testing::Range(0, 6));
+INSTANTIATE_TEST_SUITE_P(Batch, GeneratedStack, testing::Range(0, 6),
+                         [](const auto& batch) { return "No" + std::to_string(batch.param); });
 
 TEST(Model, GivesBlocksOneByOne) {
   const host::Slice slice = fullSlice(40, 30, 10);
