@@ -1,6 +1,13 @@
 import type { AnalysisParameters, Bytes, SliceResult } from 'stiltforge';
 import { loadBinary } from 'stiltforge/load';
 import { fromNative } from './errors.js';
+import type {
+  FinishedSupports,
+  FinishOptions,
+  JudgeOptions,
+  SurveyOptions,
+  Verdict,
+} from './hold.js';
 import type { LayerSource } from './layer_source.js';
 import type { MemoryEstimate, ModelSize } from './memory_estimate.js';
 import type { SliceRuns } from './slice_runs.js';
@@ -37,13 +44,41 @@ export interface NativeModel {
     layer: number,
     group: number,
   ): Promise<{ width: number; height: number; images: Bytes[] }>;
+  /** Of a model with a survey; no slice may follow. */
+  judge(options: JudgeOptions): Promise<Verdict>;
+  finish(options: FinishOptions): Promise<FinishedSupports>;
   /** Frees the model when all jobs before are done. May be called again. */
   close(): Promise<void>;
 }
 
+interface NativePoint {
+  x: number;
+  y: number;
+  isIsland?: boolean;
+}
+
+/** A part with given points. Refuses and rejects like NativeModel. */
+export interface NativeSurvey {
+  /** Not of shared memory. The promises resolve to the number of layers so far. */
+  addPixels(
+    pixels: ArrayBuffer | Uint8Array | Uint8ClampedArray,
+    points: readonly NativePoint[],
+  ): Promise<number>;
+  addRuns(runs: SliceRuns, points: readonly NativePoint[]): Promise<number>;
+  /** As many layers of a Slicer, from `first` on, as there are lists of points. */
+  addSlicer(
+    slicer: LayerSource,
+    first: number,
+    points: readonly (readonly NativePoint[])[],
+  ): Promise<number>;
+  judge(options: JudgeOptions): Promise<Verdict>;
+  finish(options: FinishOptions): Promise<FinishedSupports>;
+}
+
 /** What binding.node, src/binding, offers to this package. */
 export interface Binding {
-  Model: new (parameters: Readonly<AnalysisParameters>) => NativeModel;
+  Model: new (parameters: Readonly<AnalysisParameters>, survey?: SurveyOptions) => NativeModel;
+  Survey: new (width: number, height: number, options: SurveyOptions) => NativeSurvey;
   estimateMemory(model: ModelSize): MemoryEstimate;
   parameterTable: readonly Readonly<ParameterRow>[];
 }
