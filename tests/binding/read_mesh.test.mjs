@@ -130,6 +130,7 @@ test('a thread may end while it reads', async () => {
     const { loadBinary } = require('stiltforge/load');
     const { parentPort, workerData } = require('node:worker_threads');
     for (let i = 0; i < 20; ++i) loadBinary('binding.node').readMesh(workerData);
+    parentPort.on('message', () => {}); // so that it does not end by itself
     parentPort.postMessage('reading');`;
   const worker = new Worker(load, { eval: true, workerData: file });
   await new Promise((resolve) => worker.once('message', resolve));
