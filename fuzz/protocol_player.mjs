@@ -430,6 +430,21 @@ function startModelRuns() {
   callModel('analyseRuns', entry, () => entry.model.analyseRuns(runs), check);
 }
 
+/** Masks of a size of their own are refused; the size of a model is anybody's. */
+function startModelMask() {
+  const entry = modelAtHand();
+  if (!entry) return;
+  const [maskWidth, maskHeight] = chance(0.9) ? [entry.size.width, entry.size.height] : [3, 5];
+  entry.masks ??= new MaskSlicer({ maskWidth, maskHeight, layerHeight: 1, pixelSize: 1 });
+  const slicer = chance(0.9) ? entry.masks : pick(entry.model, ...oddValues);
+  const buffer = randomBuffer(maskWidth * maskHeight);
+  const mask = new Uint8Array(buffer).fill(pick(0, 127, 255));
+  const given = chance(0.95) ? mask : pick(buffer, ...oddValues);
+  const check = (result) => checkSlices([result]);
+  callModel('analyseMask', entry, () => entry.model.analyseMask(slicer, given), check);
+  mistreat(buffer);
+}
+
 function startModelLayers() {
   const entry = modelAtHand();
   const box = slicers[below(slicers.length)];
@@ -472,6 +487,7 @@ const actions = [
   [4, startBindingModel],
   [5, startModelPixels],
   [8, startModelRuns],
+  [5, startModelMask],
   [5, startModelLayers],
   [2, startModelImages],
   [1, closeModel],

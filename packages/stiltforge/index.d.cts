@@ -19,10 +19,7 @@ declare namespace stiltforge {
     needBuffer: boolean;
     /** Supports are placed. Without them only regions and their relations are found. */
     addSupport: boolean;
-    /**
-     * Pixels of unsupported material that one support carries, at least 1: with less no region gets any
-     * support. A region that is owed more supports than it has overhanging pixels gets none, either.
-     */
+    /** Pixels of unsupported material that one support carries; above 0. */
     supportStrength: number;
     /** Divides the strength passed up from below before it is compared with what is unsupported. */
     growthStrength: number;

@@ -13,7 +13,7 @@ namespace stiltforge {
 void CleanPointer(const Napi::CallbackInfo& info) {
   const Environment& environment = *Environment::of(info.Env());
   AnalysisClaim claim(info.Env(), environment);
-  environment.jobs.requireIdle(info.Env(), "CleanPointer");
+  environment.requireIdle(info.Env(), "CleanPointer");
   processModel().close();
   claim.giveUp();
 }
@@ -23,7 +23,7 @@ void CleanSlicePointer(const Napi::CallbackInfo& info) {
   const auto index = static_cast<uint16_t>(info[0].As<Napi::Number>().Uint32Value());
   const Environment& environment = *Environment::of(env);
   const AnalysisClaim claim(env, environment);
-  environment.jobs.requireIdle(env, "CleanSlicePointer");
+  environment.requireIdle(env, "CleanSlicePointer");
   const std::size_t layers = processModel().model.layers().size();
   if (index >= layers) {
     throw refusal(env, codes::index,

@@ -2,6 +2,7 @@
 
 #include "addon/analysis_owner.h"
 #include "node_api/pool_users.h"
+#include "node_api/refusal.h"
 
 namespace stiltforge {
 
@@ -40,6 +41,17 @@ void Environment::open(Napi::Env env) {
 
 const std::shared_ptr<Environment>& Environment::of(Napi::Env env) {
   return env.GetInstanceData<InstanceData>()->environment;
+}
+
+void Environment::requireIdle(Napi::Env env, const char* function) const {
+  if (jobs.running() == nullptr) return;
+  std::string message = std::string(function) + " cannot run while " + jobs.running()->subject() +
+                        " is being worked on";
+  if (const std::size_t waiting = jobs.waitingCount(); waiting > 0) {
+    message += " and " + std::to_string(waiting) + " more " +
+               (waiting == 1 ? "job waits" : "jobs wait") + " behind it";
+  }
+  throw refusal(env, codes::busy, message + ". Call it in the last callback or later.");
 }
 
 void Environment::close() {

@@ -22,7 +22,7 @@ class ModelStart {
  public:
   ModelStart(Napi::Env napiEnv, Environment& owner) : env(napiEnv), environment(owner) {
     const AnalysisClaim claim(env, environment);
-    environment.jobs.requireIdle(env, "InitAnalyseSlice");
+    environment.requireIdle(env, "InitAnalyseSlice");
   }
 
   void read(const Napi::Object& parameters) {
@@ -36,7 +36,7 @@ class ModelStart {
 
   void commit() {
     AnalysisClaim claim(env, environment);
-    environment.jobs.requireIdle(env, "InitAnalyseSlice");
+    environment.requireIdle(env, "InitAnalyseSlice");
     const float radius = pending.applied({}).settings.ghostRadius;
     reserveGhostSpread(env, radius, [&] { processModel().model.prepareGhostSpread(radius); });
     startModel();
@@ -53,7 +53,7 @@ class ModelStart {
       pending.read(parameters, part);
     } catch (const Napi::Error&) {
       const AnalysisClaim claim(env, environment);
-      environment.jobs.requireIdle(env, "InitAnalyseSlice");
+      environment.requireIdle(env, "InitAnalyseSlice");
       before();
       store();
       throw;

@@ -19,6 +19,18 @@ Job::~Job() {
   finished();
 }
 
+bool Job::start(std::unique_ptr<Job> job) {
+  try {
+    job->Queue();
+  } catch (const Napi::Error&) {
+    // The host accepts no work any more, which means that it is going down: no callback either.
+    return false;
+  }
+  // AsyncWorker deletes it when it completes.
+  static_cast<void>(job.release());
+  return true;
+}
+
 void Job::finished() {
   environment->jobs.finished(this);
 }

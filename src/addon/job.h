@@ -16,6 +16,9 @@ class Job : public Napi::AsyncWorker {
   Job(const Napi::Function& callback, std::shared_ptr<Environment> owner);
   ~Job() override;
 
+  /// For the JobQueue.
+  static bool start(std::unique_ptr<Job> job);
+
   /// What it works on, as the subject of a sentence: "the slice with layerIndex 7".
   virtual std::string subject() const = 0;
 

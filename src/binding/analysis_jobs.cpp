@@ -57,7 +57,6 @@ SliceAnalysisJob::~SliceAnalysisJob() {
 
 void SliceAnalysisJob::work() {
   result_ = model_->analyse(std::move(slice_), std::move(buffers_), hasPicture_);
-  model_->survey(model_->takeUnsurveyed());
   modelBytes_ = model_->bytes();
 }
 
@@ -69,6 +68,45 @@ napi_status SliceAnalysisJob::result(napi_env env, napi_value* value) {
 }
 
 const char* SliceAnalysisJob::withoutMemory() const {
+  return withoutMemoryForSlice;
+}
+
+MaskAnalysisJob::MaskAnalysisJob(Napi::Env env, std::shared_ptr<ModelInWork> model,
+                                 std::shared_ptr<SharedMaskSlicer> slicer,
+                                 std::vector<uint8_t> mask,
+                                 std::optional<SliceResultBuffers> buffers)
+    : Job(env),
+      model_(std::move(model)),
+      slicer_(std::move(slicer)),
+      mask_(std::move(mask)),
+      buffers_(std::move(buffers)) {
+  Napi::MemoryManagement::AdjustExternalMemory(env, static_cast<int64_t>(mask_.size()));
+}
+
+MaskAnalysisJob::~MaskAnalysisJob() {
+  int64_t total = 0;
+  napi_adjust_external_memory(env(), -static_cast<int64_t>(mask_.size()), &total);
+}
+
+void MaskAnalysisJob::work() {
+  Slice slice;
+  {
+    const std::span<const uint8_t> mask = mask_;
+    const std::lock_guard<std::mutex> lock(slicer_->mutex);
+    slicer_->slicer.next({&mask, 1}, {&slice, 1});
+  }
+  result_ = model_->analyse(std::move(slice), std::move(buffers_), false);
+  modelBytes_ = model_->bytes();
+}
+
+napi_status MaskAnalysisJob::result(napi_env env, napi_value* value) {
+  model_->tellBytes(env, modelBytes_);
+  ValueMaker make(env);
+  *value = SliceConverter(make).convert(result_);
+  return make.status();
+}
+
+const char* MaskAnalysisJob::withoutMemory() const {
   return withoutMemoryForSlice;
 }
 
@@ -126,12 +164,13 @@ void SlicerAnalysisJob::work() {
   model_->ahead = {};
   const uint32_t next = first_ + static_cast<uint32_t>(slices.size());
   const bool isLast = next == slicer_->slicer.layerCount();
-  const std::vector<SurveyedLayer> earlier = model_->takeUnsurveyed();
   results_.reserve(slices.size());
-  workers::parallelFor(3, [&](std::size_t task) {
-    if (task == 0) analyse(slices);
-    if (task == 1) model_->survey(earlier);
-    if (task == 2 && !isLast) sliceAhead(next);
+  workers::parallelFor(isLast ? 1 : 2, [&](std::size_t task) {
+    if (task == 1) {
+      sliceAhead(next);
+      return;
+    }
+    analyse(slices);
   });
   model_->secondsPerLayer = secondsSince(start) / static_cast<double>(slices.size());
   modelBytes_ = model_->bytes();

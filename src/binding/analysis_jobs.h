@@ -37,8 +37,31 @@ class SliceAnalysisJob : public Job {
   SliceResult result_;
 };
 
+/// Makes a slice of a mask, analyses it and promises its SliceResult.
+class MaskAnalysisJob : public Job {
+ public:
+  /// mask: of the slicer's size. buffers: of a model with buffers.
+  MaskAnalysisJob(Napi::Env env, std::shared_ptr<ModelInWork> model,
+                  std::shared_ptr<SharedMaskSlicer> slicer, std::vector<uint8_t> mask,
+                  std::optional<SliceResultBuffers> buffers);
+  ~MaskAnalysisJob() override;
+
+ protected:
+  void work() override;
+  napi_status result(napi_env env, napi_value* value) override;
+  const char* withoutMemory() const override;
+
+ private:
+  std::shared_ptr<ModelInWork> model_;
+  std::shared_ptr<SharedMaskSlicer> slicer_;
+  std::vector<uint8_t> mask_;
+  int64_t modelBytes_ = 0;
+  std::optional<SliceResultBuffers> buffers_;
+  SliceResult result_;
+};
+
 /// Slices some layers, analyses them and promises an array of their results. While they are
-/// analysed the layers that follow are sliced, for the next such job, and those before surveyed.
+/// analysed the layers that follow are sliced, for the next such job.
 class SlicerAnalysisJob : public Job {
  public:
   /// Of layers from `first` on at most `most`, at least one; which number makes a short job is its

@@ -25,16 +25,31 @@ Napi::Promise Job::promise() {
   return {env_, promise};
 }
 
-void Job::start(std::unique_ptr<Job> job, std::function<void()> ended) {
-  job->ended_ = std::move(ended);
+Napi::Promise Job::add(std::unique_ptr<Job> job, JobQueue<Job>& queue, const Napi::Object& owner) {
+  Napi::Promise promise = job->promise();
+  job->queue_ = &queue;
+  job->owner_ = Napi::Persistent(owner);
+  queue.add(std::move(job));
+  return promise;
+}
+
+Napi::Promise Job::startAtOnce(std::unique_ptr<Job> job) {
+  Napi::Promise promise = job->promise();
+  start(std::move(job));
+  return promise;
+}
+
+bool Job::start(std::unique_ptr<Job> job) {
   if (napi_queue_async_work(job->env_, job->asyncWork_) == napi_ok) {
     // complete() takes it back.
     static_cast<void>(job.release());
-  } else if (canRunScript(job->env_)) {
+    return true;
+  }
+  if (canRunScript(job->env_)) {
     job->failure_ = {"The work could not be started on a thread."};
-    job->ended_();
     job->reject(job->env_);
   }
+  return false;
 }
 
 void Job::run(napi_env, void* data) {
@@ -54,7 +69,8 @@ void Job::complete(napi_env env, napi_status status, void* data) {
   const std::unique_ptr<Job> job(static_cast<Job*>(data));
   // The completion runs during the environment's shutdown, too; no further job may start then.
   if (status != napi_ok || !canRunScript(env)) return;
-  job->ended_();
+  // Before the promise is settled: the next job need not wait for its result.
+  if (job->queue_ != nullptr) job->queue_->finished(job.get());
   job->settle(env);
 }
 

@@ -2,10 +2,11 @@
 
 #include <napi.h>
 
-#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
+
+#include "node_api/job_queue.h"
 
 namespace stiltforge::binding {
 
@@ -19,11 +20,14 @@ class Job {
   Job(const Job&) = delete;
   Job& operator=(const Job&) = delete;
 
-  /// The promise that the job settles; made once, before the start.
-  Napi::Promise promise();
-  /// Starts the job, which then owns itself. `ended` runs on the environment's own thread when the
-  /// work is done and before the promise is settled, unless the environment shuts down before.
-  static void start(std::unique_ptr<Job> job, std::function<void()> ended);
+  /// Queues the job and returns the promise that it settles. `owner`, the object that holds the
+  /// queue and what the job uses, stays alive until then.
+  static Napi::Promise add(std::unique_ptr<Job> job, JobQueue<Job>& queue,
+                           const Napi::Object& owner);
+  /// The same without a queue: the job starts at once, beside any others.
+  static Napi::Promise startAtOnce(std::unique_ptr<Job> job);
+  /// For the JobQueue.
+  static bool start(std::unique_ptr<Job> job);
 
  protected:
   Napi::Env env() const { return env_; }
@@ -44,6 +48,7 @@ class Job {
     const char* code = nullptr;
   };
 
+  Napi::Promise promise();
   static void run(napi_env env, void* data);
   static void complete(napi_env env, napi_status status, void* data);
   void settle(napi_env env);
@@ -52,7 +57,8 @@ class Job {
   napi_env env_;
   napi_deferred deferred_ = nullptr;
   napi_async_work asyncWork_ = nullptr;
-  std::function<void()> ended_;
+  JobQueue<Job>* queue_ = nullptr;
+  Napi::ObjectReference owner_;  // of the queue
   std::optional<Failure> failure_;
 };
 

@@ -15,6 +15,8 @@ namespace stiltforge::binding {
 
 namespace {
 
+constexpr napi_type_tag typeTag = {0x3b7a15c09d2e4f68, 0x94e1d07c6a5b2f83};
+
 slicing::MaskSettings readSettings(Napi::Env env, const Options& options) {
   slicing::MaskSettings settings;
   settings.maskWidth = options.whole("maskWidth");
@@ -34,15 +36,6 @@ slicing::MaskSettings readSettings(Napi::Env env, const Options& options) {
   return settings;
 }
 
-std::vector<uint8_t> copyOf(const Napi::Uint8Array& mask) {
-  try {
-    return {mask.Data(), mask.Data() + mask.ElementLength()};
-  } catch (const std::bad_alloc&) {
-    throw Napi::Error::New(mask.Env(), "There is not enough memory for a copy of the mask (" +
-                                           std::to_string(mask.ElementLength()) + " bytes).");
-  }
-}
-
 }  // namespace
 
 Napi::Function MaskSlicerObject::define(Napi::Env env) {
@@ -57,35 +50,53 @@ MaskSlicerObject::MaskSlicerObject(const Napi::CallbackInfo& info)
              "pixelSize", "layerHeight", "criticalAngle", "fullOverhang", "inset"});
   const slicing::MaskSettings settings = readSettings(env, options);
   try {
-    slicer_ = std::make_unique<slicing::MaskSlicer>(settings);
+    shared_ = std::make_shared<SharedMaskSlicer>(settings);
   } catch (const slicing::SlicingError& failure) {
     throw Napi::Error::New(env, failure.what());
   } catch (const std::bad_alloc&) {
     throw Napi::Error::New(env, "There is not enough memory for slices of this size.");
   }
-  width_ = static_cast<int>(settings.width);
-  height_ = static_cast<int>(settings.height);
+  info.This().As<Napi::Object>().TypeTag(&typeTag);
+}
+
+std::shared_ptr<SharedMaskSlicer> MaskSlicerObject::slicerOf(Napi::Value value) {
+  if (!value.IsObject() || !value.As<Napi::Object>().CheckTypeTag(&typeTag)) return nullptr;
+  return Unwrap(value.As<Napi::Object>())->shared_;
+}
+
+std::vector<uint8_t> MaskSlicerObject::readMask(const SharedMaskSlicer& shared, Napi::Value value) {
+  const Napi::Env env = value.Env();
+  if (!value.IsTypedArray() || value.As<Napi::TypedArray>().TypedArrayType() != napi_uint8_array) {
+    throw Napi::TypeError::New(env, "The mask must be a Uint8Array.");
+  }
+  const auto mask = value.As<Napi::Uint8Array>();
+  if (mask.ElementLength() != shared.slicer.maskBytes()) {
+    throw Napi::RangeError::New(env, "The mask has " + std::to_string(mask.ElementLength()) +
+                                         " bytes; " + std::to_string(shared.slicer.maskBytes()) +
+                                         " are needed, one for each pixel.");
+  }
+  // A mask that the host transfers, shrinks or changes after the call is not read any more.
+  return {mask.Data(), mask.Data() + mask.ElementLength()};
 }
 
 Napi::Value MaskSlicerObject::next(const Napi::CallbackInfo& info) {
   const Napi::Env env = info.Env();
   return rejectOnError(env, [&] {
-    if (!info[0].IsTypedArray() ||
-        info[0].As<Napi::TypedArray>().TypedArrayType() != napi_uint8_array) {
-      throw Napi::TypeError::New(env, "The mask must be a Uint8Array.");
+    std::vector<uint8_t> mask;
+    try {
+      mask = readMask(*shared_, info[0]);
+    } catch (const std::bad_alloc&) {
+      throw Napi::Error::New(env, "There is not enough memory for a copy of the mask (" +
+                                      std::to_string(shared_->slicer.maskBytes()) + " bytes).");
     }
-    const Napi::Uint8Array mask = info[0].As<Napi::Uint8Array>();
-    if (mask.ElementLength() != slicer_->maskBytes()) {
-      throw Napi::RangeError::New(env, "The mask has " + std::to_string(mask.ElementLength()) +
-                                           " bytes; " + std::to_string(slicer_->maskBytes()) +
-                                           " are needed, one for each pixel.");
-    }
-    // A mask that the host transfers, shrinks or changes after this call is not read any more.
-    auto fill = [slicer = slicer_.get(), grey = copyOf(mask)](uint8_t* rgba) {
-      return slicer->next(grey, rgba);
+    auto fill = [shared = shared_, grey = std::move(mask)](uint8_t* rgba) {
+      const std::lock_guard<std::mutex> lock(shared->mutex);
+      return shared->slicer.next(grey, rgba);
     };
-    return queue_.add(info.This().As<Napi::Object>(),
-                      std::make_unique<SliceJob>(env, width_, height_, info[1], std::move(fill)));
+    const auto width = static_cast<int>(shared_->width);
+    const auto height = static_cast<int>(shared_->height);
+    return Job::add(std::make_unique<SliceJob>(env, width, height, info[1], std::move(fill)),
+                    queue_, info.This().As<Napi::Object>());
   });
 }
 

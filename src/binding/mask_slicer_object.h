@@ -2,16 +2,18 @@
 
 #include <napi.h>
 
+#include <cstdint>
 #include <memory>
+#include <vector>
 
-#include "binding/job_queue.h"
-#include "slicing/mask_slicer.h"
+#include "binding/job.h"
+#include "binding/shared_slicer.h"
 
 namespace stiltforge::binding {
 
 /// The JavaScript class MaskSlicer: a stiltforge::slicing::MaskSlicer whose slices are computed on
-/// worker threads, one at a time. packages/cli/src/slicer.ts declares it. Refused arguments throw
-/// Napi::Error or reject the promise.
+/// worker threads, one at a time. packages/stiltforge/src/slicing.ts declares it. Refused arguments
+/// throw Napi::Error or reject the promise.
 class MaskSlicerObject : public Napi::ObjectWrap<MaskSlicerObject> {
  public:
   /// The class, for the module's exports.
@@ -19,15 +21,18 @@ class MaskSlicerObject : public Napi::ObjectWrap<MaskSlicerObject> {
 
   /// One argument, MaskSlicerOptions.
   explicit MaskSlicerObject(const Napi::CallbackInfo& info);
+  /// The slicer of a script value that is a MaskSlicer; null for any other.
+  static std::shared_ptr<SharedMaskSlicer> slicerOf(Napi::Value value);
+  /// A copy of a mask for the slicer. Throws a TypeError or a RangeError when it is none,
+  /// std::bad_alloc.
+  static std::vector<uint8_t> readMask(const SharedMaskSlicer& shared, Napi::Value mask);
 
  private:
   // (mask, recycled?) => Promise<Slice>
   Napi::Value next(const Napi::CallbackInfo& info);
 
-  std::unique_ptr<slicing::MaskSlicer> slicer_;
-  JobQueue queue_;
-  int width_ = 0;
-  int height_ = 0;
+  std::shared_ptr<SharedMaskSlicer> shared_;
+  JobQueue<Job> queue_;
 };
 
 }  // namespace stiltforge::binding

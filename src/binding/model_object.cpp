@@ -10,10 +10,8 @@
 #include "analysis/run_extraction.h"
 #include "binding/analysis_jobs.h"
 #include "binding/environment.h"
-#include "binding/hold_jobs.h"
-#include "binding/hold_options.h"
 #include "binding/host_runs.h"
-#include "binding/host_slices.h"
+#include "binding/mask_slicer_object.h"
 #include "binding/model_parameters.h"
 #include "binding/slicer_object.h"
 #include "node_api/refusal.h"
@@ -21,6 +19,69 @@
 namespace stiltforge::binding {
 
 namespace {
+
+std::string sizeText(std::size_t width, std::size_t height) {
+  return std::to_string(width) + " x " + std::to_string(height) + " pixels";
+}
+
+uint32_t wholeNumber(const Napi::Value& value, const char* code, const std::string& what,
+                     double least, double most) {
+  const double number = value.IsNumber() ? value.As<Napi::Number>().DoubleValue() : NAN;
+  if (number >= least && number <= most && number == std::floor(number)) {
+    return static_cast<uint32_t>(number);
+  }
+  const std::string given = value.IsNumber() ? value.ToString().Utf8Value() : "no number";
+  throw refusal(value.Env(), code,
+                what + " is " + given + ", not a whole number from " +
+                    std::to_string(static_cast<uint64_t>(least)) + " to " +
+                    std::to_string(static_cast<uint64_t>(most)) + ".");
+}
+
+// Empty for what holds no pixels.
+std::optional<std::span<const uint8_t>> bytesOf(const Napi::Value& value) {
+  if (value.IsArrayBuffer()) {
+    auto buffer = value.As<Napi::ArrayBuffer>();
+    return std::span(static_cast<const uint8_t*>(buffer.Data()), buffer.ByteLength());
+  }
+  if (!value.IsTypedArray()) return std::nullopt;
+  const napi_typedarray_type type = value.As<Napi::TypedArray>().TypedArrayType();
+  if (type != napi_uint8_array && type != napi_uint8_clamped_array) return std::nullopt;
+  const auto array = value.As<Napi::TypedArrayOf<uint8_t>>();
+  // Shared memory could change while it is read.
+  if (!array.ArrayBuffer().IsArrayBuffer()) return std::nullopt;
+  return std::span<const uint8_t>(array.Data(), array.ByteLength());
+}
+
+std::span<const uint8_t> pixelsOf(const Napi::Value& value, const SliceSize& size) {
+  const Napi::Env env = value.Env();
+  const auto bytes = bytesOf(value);
+  if (!bytes) {
+    throw refusal(env, codes::slice,
+                  "The pixels of a slice are an ArrayBuffer, a Buffer, a Uint8Array or a "
+                  "Uint8ClampedArray, and not shared with other threads.");
+  }
+  const std::size_t needed = 4 * size.pixels();
+  if (bytes->size() == needed) return *bytes;
+  throw refusal(env, codes::slice,
+                "A slice of " + sizeText(size.width, size.height) + " is " +
+                    std::to_string(needed) + " bytes, 4 a pixel, but this one holds " +
+                    std::to_string(bytes->size()) + ".");
+}
+
+void requireSameSize(Napi::Env env, std::size_t width, std::size_t height, const SliceSize& model) {
+  if (width == model.width && height == model.height) return;
+  throw refusal(env, codes::slice,
+                "The slices of this model are " + sizeText(model.width, model.height) +
+                    ", but those of the slicer are " + sizeText(width, height) + ".");
+}
+
+std::vector<uint8_t> readMask(const SharedMaskSlicer& slicer, const Napi::Value& value) {
+  try {
+    return MaskSlicerObject::readMask(slicer, value);
+  } catch (const Napi::Error& failure) {
+    throw refusal(value.Env(), codes::slice, failure.Message());
+  }
+}
 
 Napi::Error withoutMemory(Napi::Env env, const SliceSize& size, bool needBuffer) {
   return refusal(env, codes::memory,
@@ -33,14 +94,13 @@ Napi::Error withoutMemory(Napi::Env env, const SliceSize& size, bool needBuffer)
 }  // namespace
 
 Napi::Function ModelObject::define(Napi::Env env) {
-  return DefineClass(
-      env, "Model",
-      {InstanceMethod("analysePixels", &ModelObject::analysePixels),
-       InstanceMethod("analyseRuns", &ModelObject::analyseRuns),
-       InstanceMethod("analyseSlicer", &ModelObject::analyseSlicer),
-       InstanceMethod("groupImages", &ModelObject::groupImages),
-       InstanceMethod("judge", &ModelObject::judge), InstanceMethod("finish", &ModelObject::finish),
-       InstanceMethod("close", &ModelObject::close)});
+  return DefineClass(env, "Model",
+                     {InstanceMethod("analysePixels", &ModelObject::analysePixels),
+                      InstanceMethod("analyseRuns", &ModelObject::analyseRuns),
+                      InstanceMethod("analyseMask", &ModelObject::analyseMask),
+                      InstanceMethod("analyseSlicer", &ModelObject::analyseSlicer),
+                      InstanceMethod("groupImages", &ModelObject::groupImages),
+                      InstanceMethod("close", &ModelObject::close)});
 }
 
 ModelObject::ModelObject(const Napi::CallbackInfo& info) : Napi::ObjectWrap<ModelObject>(info) {
@@ -48,12 +108,10 @@ ModelObject::ModelObject(const Napi::CallbackInfo& info) : Napi::ObjectWrap<Mode
   const ModelParameters parameters = readParameters(info[0]);
   const SliceSize size{parameters.width, parameters.height};
   requireCountable(env, size);
-  std::optional<hold::SurveySettings> survey;
-  if (!info[1].IsUndefined()) survey = readSurveySettings(info[1]);
   Plane<uint32_t> markers;
   if (parameters.needBuffer) markers = reserveMarkers(env, size);
   reserveGhostSpread(env, parameters.settings.ghostRadius, [&] {
-    model_ = std::make_shared<ModelInWork>(parameters, std::move(markers), survey);
+    model_ = std::make_shared<ModelInWork>(parameters, std::move(markers));
   });
   model_->tellBytes(env, model_->bytes());
 }
@@ -79,9 +137,9 @@ Napi::Promise ModelObject::queueSlice(const Napi::CallbackInfo& info, bool hasPi
     std::optional<SliceResultBuffers> buffers;
     if (needBuffer) buffers.emplace(env, Environment::of(env).memory, size().pixels());
     Slice slice = take(buffers ? buffers->pixel.data() : nullptr);
-    return queue_.add(info.This().As<Napi::Object>(),
-                      std::make_unique<SliceAnalysisJob>(env, model_, std::move(slice),
-                                                         std::move(buffers), hasPicture));
+    return Job::add(std::make_unique<SliceAnalysisJob>(env, model_, std::move(slice),
+                                                       std::move(buffers), hasPicture),
+                    queue_, info.This().As<Napi::Object>());
   } catch (const std::bad_alloc&) {
     throw withoutMemory(env, size(), needBuffer);
   }
@@ -103,13 +161,36 @@ Napi::Value ModelObject::analyseRuns(const Napi::CallbackInfo& info) {
                     [&](uint8_t*) { return readRuns(info[0], size().width, size().height); });
 }
 
+Napi::Value ModelObject::analyseMask(const Napi::CallbackInfo& info) {
+  const Napi::Env env = info.Env();
+  requireOpen(env);
+  std::shared_ptr<SharedMaskSlicer> slicer = MaskSlicerObject::slicerOf(info[0]);
+  if (!slicer)
+    throw refusal(env, codes::slice,
+                  "The slicer of a mask must be a MaskSlicer of the same binary.");
+  requireSameSize(env, slicer->width, slicer->height, size());
+  const bool needBuffer = model_->parameters().needBuffer;
+  try {
+    std::vector<uint8_t> mask = readMask(*slicer, info[1]);
+    std::optional<SliceResultBuffers> buffers;
+    if (needBuffer) buffers.emplace(env, Environment::of(env).memory, size().pixels());
+    return Job::add(std::make_unique<MaskAnalysisJob>(env, model_, std::move(slicer),
+                                                      std::move(mask), std::move(buffers)),
+                    queue_, info.This().As<Napi::Object>());
+  } catch (const std::bad_alloc&) {
+    throw withoutMemory(env, size(), needBuffer);
+  }
+}
+
 Napi::Value ModelObject::analyseSlicer(const Napi::CallbackInfo& info) {
   const Napi::Env env = info.Env();
   requireOpen(env);
   const std::shared_ptr<SharedSlicer> slicer = SlicerObject::slicerOf(info[0]);
   if (!slicer)
     throw refusal(env, codes::slice, "The layers must come from a Slicer of the same binary.");
-  requireSameSize(env, slicer->slicer.placement(), size());
+  const slicing::ScreenPlacement& slices = slicer->slicer.placement();
+  requireSameSize(env, static_cast<std::size_t>(slices.width),
+                  static_cast<std::size_t>(slices.height), size());
   const uint32_t layers = slicer->slicer.layerCount();
   const uint32_t first =
       wholeNumber(info[1], codes::index, "The first layer of the slicer", 0, layers - 1.0);
@@ -124,9 +205,9 @@ Napi::Value ModelObject::analyseSlicer(const Napi::CallbackInfo& info) {
       most = 1;
       buffers.emplace(env, Environment::of(env).memory, size().pixels());
     }
-    return queue_.add(
-        info.This().As<Napi::Object>(),
-        std::make_unique<SlicerAnalysisJob>(env, model_, slicer, first, most, std::move(buffers)));
+    return Job::add(
+        std::make_unique<SlicerAnalysisJob>(env, model_, slicer, first, most, std::move(buffers)),
+        queue_, info.This().As<Napi::Object>());
   } catch (const std::bad_alloc&) {
     throw withoutMemory(env, size(), needBuffer);
   }
@@ -138,32 +219,14 @@ Napi::Value ModelObject::groupImages(const Napi::CallbackInfo& info) {
   constexpr double most = 4294967294.0;
   const uint32_t layer = wholeNumber(info[0], codes::index, "The layer index", 0, most);
   const uint32_t group = wholeNumber(info[1], codes::index, "The group index", 0, most);
-  return queue_.add(info.This().As<Napi::Object>(),
-                    std::make_unique<GroupImagesJob>(env, model_, layer, group));
-}
-
-Napi::Value ModelObject::judge(const Napi::CallbackInfo& info) {
-  const Napi::Env env = info.Env();
-  requireOpen(env);
-  return queue_.add(info.This().As<Napi::Object>(),
-                    std::make_unique<JudgeJob>(
-                        env, [model = model_]() -> SurveyedPart& { return model->surveyed(); },
-                        readJudgeSettings(info[0])));
-}
-
-Napi::Value ModelObject::finish(const Napi::CallbackInfo& info) {
-  const Napi::Env env = info.Env();
-  requireOpen(env);
-  return queue_.add(info.This().As<Napi::Object>(),
-                    std::make_unique<FinishJob>(
-                        env, [model = model_]() -> SurveyedPart& { return model->surveyed(); },
-                        readFinishSettings(info[0]), readFinishJudgeSettings(info[0])));
+  return Job::add(std::make_unique<GroupImagesJob>(env, model_, layer, group), queue_,
+                  info.This().As<Napi::Object>());
 }
 
 Napi::Value ModelObject::close(const Napi::CallbackInfo& info) {
   const Napi::Env env = info.Env();
   Napi::Promise closed =
-      queue_.add(info.This().As<Napi::Object>(), std::make_unique<CloseJob>(env, model_));
+      Job::add(std::make_unique<CloseJob>(env, model_), queue_, info.This().As<Napi::Object>());
   isClosed_ = true;
   return closed;
 }

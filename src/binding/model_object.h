@@ -6,7 +6,7 @@
 #include <functional>
 #include <memory>
 
-#include "binding/job_queue.h"
+#include "binding/job.h"
 #include "binding/model_in_work.h"
 #include "node_api/model_limits.h"
 
@@ -21,7 +21,7 @@ class ModelObject : public Napi::ObjectWrap<ModelObject> {
   /// The class, for the module's exports.
   static Napi::Function define(Napi::Env env);
 
-  /// The 28 parameters and, optional, SurveyOptions.
+  /// One argument, the 28 parameters.
   explicit ModelObject(const Napi::CallbackInfo& info);
   void Finalize(Napi::BasicEnv env) override;
 
@@ -30,14 +30,12 @@ class ModelObject : public Napi::ObjectWrap<ModelObject> {
   Napi::Value analysePixels(const Napi::CallbackInfo& info);
   // (runs: SliceRuns) => Promise<SliceResult>
   Napi::Value analyseRuns(const Napi::CallbackInfo& info);
+  // (slicer: MaskSlicer, mask: Uint8Array) => Promise<SliceResult>
+  Napi::Value analyseMask(const Napi::CallbackInfo& info);
   // (slicer: Slicer, first: number, most?: number) => Promise<SliceResult[]>
   Napi::Value analyseSlicer(const Napi::CallbackInfo& info);
   // (layer: number, group: number) => Promise<{ width, height, images }>
   Napi::Value groupImages(const Napi::CallbackInfo& info);
-  // (settings: JudgeOptions) => Promise<Verdict>
-  Napi::Value judge(const Napi::CallbackInfo& info);
-  // (settings: FinishOptions) => Promise<FinishedSupports>
-  Napi::Value finish(const Napi::CallbackInfo& info);
   // () => Promise<undefined>
   Napi::Value close(const Napi::CallbackInfo& info);
 
@@ -48,7 +46,7 @@ class ModelObject : public Napi::ObjectWrap<ModelObject> {
                            const std::function<Slice(uint8_t* copy)>& take);
 
   std::shared_ptr<ModelInWork> model_;
-  JobQueue queue_;
+  JobQueue<Job> queue_;
   bool isClosed_ = false;
 };
 

@@ -200,10 +200,8 @@ Napi::Value readMesh(const Napi::CallbackInfo& info) {
     const Napi::Object options =
         info[1].IsUndefined() ? Napi::Object::New(env) : info[1].As<Napi::Object>();
     Cancelled cancelled = cancelledBy(env, options.Get("signal"));
-    auto job = std::make_unique<ReadMeshJob>(env, sourceOf(info, options), std::move(cancelled));
-    Napi::Promise promise = job->promise();
-    Job::start(std::move(job), [] {});
-    return promise;
+    return Job::startAtOnce(
+        std::make_unique<ReadMeshJob>(env, sourceOf(info, options), std::move(cancelled)));
   });
 }
 

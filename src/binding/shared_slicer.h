@@ -1,7 +1,10 @@
 #pragma once
 
+#include <cstdint>
 #include <mutex>
+#include <span>
 
+#include "slicing/mask_slicer.h"
 #include "slicing/slicer.h"
 
 namespace stiltforge::binding {
@@ -14,6 +17,17 @@ struct SharedSlicer {
 
   std::mutex mutex;
   slicing::Slicer slicer;
+};
+
+/// The same of masks.
+struct SharedMaskSlicer {
+  explicit SharedMaskSlicer(const slicing::MaskSettings& settings)
+      : width(settings.width), height(settings.height), slicer(settings) {}
+
+  const uint32_t width;   ///< pixels of the slices
+  const uint32_t height;  ///< pixels
+  std::mutex mutex;
+  slicing::MaskSlicer slicer;
 };
 
 }  // namespace stiltforge::binding

@@ -130,9 +130,9 @@ Napi::Value SlicerObject::slice(const Napi::CallbackInfo& info) {
       const std::lock_guard<std::mutex> lock(shared->mutex);
       return shared->slicer.slice(layer, rgba);
     };
-    return queue_.add(
-        info.This().As<Napi::Object>(),
-        std::make_unique<SliceJob>(env, placement.width, placement.height, info[1], fill));
+    return Job::add(
+        std::make_unique<SliceJob>(env, placement.width, placement.height, info[1], fill), queue_,
+        info.This().As<Napi::Object>());
   });
 }
 

@@ -4,13 +4,13 @@
 
 #include <memory>
 
-#include "binding/job_queue.h"
+#include "binding/job.h"
 #include "binding/shared_slicer.h"
 
 namespace stiltforge::binding {
 
 /// The JavaScript class Slicer: a stiltforge::slicing::Slicer whose slices are computed on worker
-/// threads, one at a time. packages/cli/src/slicer.ts declares it. Refused arguments throw
+/// threads, one at a time. packages/stiltforge/src/slicing.ts declares it. Refused arguments throw
 /// Napi::Error or reject the promise; the mesh's memory is told to the garbage collector.
 class SlicerObject : public Napi::ObjectWrap<SlicerObject> {
  public:
@@ -31,7 +31,7 @@ class SlicerObject : public Napi::ObjectWrap<SlicerObject> {
   int64_t meshBytes() const;
 
   std::shared_ptr<SharedSlicer> shared_;
-  JobQueue queue_;
+  JobQueue<Job> queue_;
 };
 
 }  // namespace stiltforge::binding

@@ -1,8 +1,15 @@
 import { basename } from 'node:path';
 import { Analysis, type AnalysisParameters } from 'stiltforge/analysis';
+import type { Triangles } from 'stiltforge/slicing';
+import {
+  analysisParameters,
+  createSlicer,
+  type PrintSettings,
+  type Slicer,
+  type SupportSettings,
+} from 'stiltforge/slicing';
 import { ExitCode, Interrupted, messageOf, UserError } from './errors.js';
 import { isLackOfMemory, outOfMemory, requireMemory } from './memory.js';
-import type { Triangles } from './mesh/triangles.js';
 import {
   pointsCsv,
   type SupportRecord,
@@ -14,8 +21,6 @@ import { pictureNames } from './picture_names.js';
 import type { Progress } from './progress.js';
 import { regionPictures } from './region_pictures.js';
 import { checkSettings } from './setting_ranges.js';
-import { analysisParameters, type PrintSettings, type SupportSettings } from './settings.js';
-import { loadBinding, type Slicer } from './slicer.js';
 import type { Summary } from './summary.js';
 import { type PlacedSupport, Tally } from './tally.js';
 import { version } from './version.js';
@@ -90,9 +95,8 @@ export async function analyseMesh(job: Job, watcher: JobWatcher): Promise<Summar
 }
 
 function makeSlicer({ name, mesh, print, support }: Job): Slicer {
-  const { Slicer } = loadBinding();
   try {
-    return new Slicer({
+    return createSlicer({
       positions: mesh,
       ...print,
       margin,

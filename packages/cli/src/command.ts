@@ -1,12 +1,13 @@
 import { basename, extname } from 'node:path';
 import { Command, CommanderError, InvalidArgumentError, Option } from 'commander';
+import type { Triangles } from 'stiltforge/slicing';
+import { defaultPrint, defaultSupport } from 'stiltforge/slicing';
 import { analyseMesh, type RegionToInspect } from './analyse_mesh.js';
 import { codeOf, ExitCode, Interrupted, messageOf, UserError } from './errors.js';
 import { loadMesh } from './mesh/load.js';
-import { boundingBox, scaled, type Triangles, turnedFromYUp } from './mesh/triangles.js';
+import { boundingBox, scaled, turnedFromYUp } from './mesh/triangles.js';
 import { noProgress, type Progress, progressLines } from './progress.js';
 import { checkSettings } from './setting_ranges.js';
-import { defaultPrint, defaultSupport } from './settings.js';
 import { summaryText } from './summary.js';
 import { version } from './version.js';
 

@@ -1,19 +1,18 @@
 // The declarations name types of Node, which this package depends on.
 /// <reference types="node" preserve="true" />
 
-export { analyseMesh, type Job, type JobWatcher, type RegionToInspect } from './analyse_mesh.js';
-export { ExitCode, Interrupted, UserError } from './errors.js';
-export { loadMesh } from './mesh/load.js';
-export type { Triangles } from './mesh/triangles.js';
-export type { SupportRecord, SupportsDocument } from './output/documents.js';
-export { noProgress, type Progress } from './progress.js';
-export { type RegionPictures, regionPictures } from './region_pictures.js';
+export type { MeshFile, MeshObject, Triangles } from 'stiltforge/slicing';
 export {
   analysisParameters,
   defaultPrint,
   defaultSupport,
   type PrintSettings,
   type SupportSettings,
-} from './settings.js';
-export type { MeshFile, MeshObject } from './slicer.js';
+} from 'stiltforge/slicing';
+export { analyseMesh, type Job, type JobWatcher, type RegionToInspect } from './analyse_mesh.js';
+export { ExitCode, Interrupted, UserError } from './errors.js';
+export { loadMesh } from './mesh/load.js';
+export type { SupportRecord, SupportsDocument } from './output/documents.js';
+export { noProgress, type Progress } from './progress.js';
+export { type RegionPictures, regionPictures } from './region_pictures.js';
 export type { Summary } from './summary.js';

@@ -1,14 +1,13 @@
 import { basename } from 'node:path';
 import { setImmediate } from 'node:timers/promises';
 import type { AnalysisParameters } from 'stiltforge';
-import { boundingBox, type Triangles } from './mesh/triangles.js';
+import type { PrintSettings, Slicer, SupportSettings, Triangles } from 'stiltforge/slicing';
+import { boundingBox } from './mesh/triangles.js';
 import type { SupportRecord } from './output/documents.js';
 import { sidesName, undersideName } from './picture_names.js';
 import { sidesPicture, undersidePicture, viewCount } from './pictures/part_picture.js';
 import { partScene } from './pictures/part_scene.js';
-import type { PrintSettings, SupportSettings } from './settings.js';
 import { type NamedPicture, slicePictures } from './slice_pictures.js';
-import type { Slicer } from './slicer.js';
 import type { Tally } from './tally.js';
 
 export interface AnalysedPart {

@@ -1,9 +1,13 @@
+import {
+  findSettingConflict,
+  type PrintSettings,
+  type SettingConflict,
+  type SupportSettings,
+} from 'stiltforge/slicing';
 import { ExitCode, UserError } from './errors.js';
-import { nativeSettings, type PrintSettings, type SupportSettings } from './settings.js';
-import { loadBinding } from './slicer.js';
 
 /** How the command calls the settings. */
-const options: Record<keyof PrintSettings | keyof SupportSettings, string> = {
+const options: Record<SettingConflict['setting'], string> = {
   layerHeight: '--layer-height',
   pixelSize: '--pixel-size',
   screenWidth: '--screen',
@@ -18,7 +22,7 @@ const options: Record<keyof PrintSettings | keyof SupportSettings, string> = {
  * with the others.
  */
 export function checkSettings(print: PrintSettings, support: SupportSettings): void {
-  const conflict = loadBinding().findSettingConflict(nativeSettings(print, support));
+  const conflict = findSettingConflict(print, support);
   if (conflict === undefined) return;
   const { setting, value, range } = conflict;
   throw new UserError(ExitCode.usage, `${options[setting]} ${value}: ${range}.`);

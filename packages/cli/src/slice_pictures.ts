@@ -1,11 +1,10 @@
 import type { AnalysisParameters, SliceResult } from 'stiltforge';
 import { Analysis } from 'stiltforge/analysis';
+import type { PrintSettings, Slicer } from 'stiltforge/slicing';
 import { mostSlices, sliceName, sliceSheetName } from './picture_names.js';
 import { sliceSheet } from './pictures/slice_sheet.js';
 import type { SlicePicture } from './pictures/slice_tile.js';
 import { tellingLayers } from './pictures/telling_layers.js';
-import type { PrintSettings } from './settings.js';
-import type { Slicer } from './slicer.js';
 import type { Tally } from './tally.js';
 import { counted } from './wording.js';
 

@@ -1,4 +1,4 @@
-import type { MeshReport } from './slicer.js';
+import type { MeshReport } from 'stiltforge/slicing';
 import type { LayerTally } from './tally.js';
 import { counted, volumeText } from './wording.js';
 

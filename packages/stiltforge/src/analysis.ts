@@ -5,16 +5,10 @@
 import type { AnalysisParameters, Bytes, SliceResult } from 'stiltforge';
 import { binding, type NativeModel } from './binding.js';
 import { AnalysisError, fromNative } from './errors.js';
-import type {
-  FinishedSupports,
-  FinishOptions,
-  JudgeOptions,
-  SurveyOptions,
-  Verdict,
-} from './hold.js';
 import { isLayerSource, type LayerSource } from './layer_source.js';
 import { checkedParameters } from './parameters.js';
 import { type SliceImage, slicePixels } from './slice_image.js';
+import { isSliceMask, type SliceMask } from './slice_mask.js';
 import { isSliceRuns, type SliceRuns } from './slice_runs.js';
 import { type AbortSignalLike, abortable, ignoreUntilAwaited } from './waiting.js';
 
@@ -28,19 +22,6 @@ export type {
 } from 'stiltforge';
 export type { ParameterRow } from './binding.js';
 export { AnalysisError, type AnalysisErrorCode } from './errors.js';
-export type {
-  DroppedSupport,
-  FinishedSupport,
-  FinishedSupports,
-  FinishOptions,
-  IslandVerdict,
-  JudgeOptions,
-  Place,
-  RegionRecord,
-  Surface,
-  SurveyOptions,
-  Verdict,
-} from './hold.js';
 export type { LayerSource } from './layer_source.js';
 export {
   estimateMemory,
@@ -50,8 +31,8 @@ export {
 } from './memory_estimate.js';
 export { parameterTable } from './parameters.js';
 export type { ImageLike, SliceImage } from './slice_image.js';
+export type { SliceMask } from './slice_mask.js';
 export type { Overhang, RunArrays, SliceRuns } from './slice_runs.js';
-export { type PointInStack, type PointOnSlice, Survey } from './survey.js';
 export type { AbortSignalLike } from './waiting.js';
 
 /** The images that groupImages() renders, in the addon's order. */
@@ -82,24 +63,16 @@ export interface GroupImages {
   images: Record<GroupImageName, Bytes>;
 }
 
-export interface AnalysisOptions {
-  /**
-   * Keeps of the part what judgeSupports() and finishSupports() need, in memory that follows its
-   * contours and overhangs, and about the time of the analysis once more. Results stay the same.
-   */
-  survey?: SurveyOptions;
-}
-
 export interface RunOptions {
   /** Ends the wait with the signal's reason. A slice that was handed over is still analysed and counts. */
   signal?: AbortSignalLike;
 }
 
-/**
- * Slices, bottom first, as pictures or as runs. An asynchronous source may prepare them while earlier
- * ones are analysed.
- */
-export type SliceSource = AsyncIterable<SliceImage | SliceRuns> | Iterable<SliceImage | SliceRuns>;
+/** A slice as a picture with its channels, as runs, or as a mask of which a slicer makes them. */
+export type SliceInput = SliceImage | SliceRuns | SliceMask;
+
+/** Slices, bottom first. An asynchronous source may prepare them while earlier ones are analysed. */
+export type SliceSource = AsyncIterable<SliceInput> | Iterable<SliceInput>;
 
 /** Node knows the symbol from 20.4 on; programs compiled for an older one look under this name. */
 const asyncDispose: typeof Symbol.asyncDispose =
@@ -130,15 +103,12 @@ export class Analysis {
     this.#model = model;
   }
 
-  /**
-   * Starts a model. Throws an AnalysisError when a parameter or an option is wrong or memory is
-   * short.
-   */
-  static create(parameters: AnalysisParameters, { survey }: AnalysisOptions = {}): Analysis {
+  /** Starts a model. Throws an AnalysisError when a parameter is wrong or memory is short. */
+  static create(parameters: AnalysisParameters): Analysis {
     const checked = checkedParameters(parameters);
     const { Model } = binding();
     try {
-      return new Analysis(checked, new Model(checked, survey));
+      return new Analysis(checked, new Model(checked));
     } catch (error) {
       throw fromNative(error);
     }
@@ -150,11 +120,11 @@ export class Analysis {
   }
 
   /**
-   * Analyses the next slice of the model, bottom first: a picture or its runs, which are read before
-   * this returns. Calls need not wait for each other: slices are analysed one at a time, in the order of
+   * Analyses the next slice of the model, bottom first: a picture, its runs or a mask, which are read
+   * before this returns. Calls need not wait for each other: slices are analysed one at a time, in the order of
    * the calls.
    */
-  async analyse(slice: SliceImage | SliceRuns, { signal }: RunOptions = {}): Promise<SliceResult> {
+  async analyse(slice: SliceInput, { signal }: RunOptions = {}): Promise<SliceResult> {
     signal?.throwIfAborted();
     return abortable(this.#handOver(slice), signal);
   }
@@ -215,23 +185,6 @@ export class Analysis {
     );
     const named = groupImageNames.map((name, i) => [name, images[i]]);
     return { width, height, images: Object.fromEntries(named) };
-  }
-
-  /**
-   * What the supports of the slices so far hold. Needs the option `survey`; no slice may follow, and it
-   * may be asked again, with other options.
-   */
-  async judgeSupports(options: JudgeOptions = {}): Promise<Verdict> {
-    return this.#job(() => this.#model.judge(options));
-  }
-
-  /**
-   * Makes of the supports of the slices so far what an experienced person would leave: none where no
-   * support fits, one for specks that grow together, some where overhang would be left alone. Needs
-   * the option `survey`; no slice may follow, and it may be asked again, with other options.
-   */
-  async finishSupports(options: FinishOptions = {}): Promise<FinishedSupports> {
-    return this.#job(() => this.#model.finish(options));
   }
 
   /**
@@ -330,13 +283,13 @@ export class Analysis {
   }
 
   /** Queues the next slice. Throws when it is refused: it is none of the model's then. */
-  #handOver(slice: SliceImage | SliceRuns): Promise<SliceResult> {
+  #handOver(slice: SliceInput): Promise<SliceResult> {
     const { width, height } = this.parameters;
-    const result = this.#job(() =>
-      isSliceRuns(slice)
-        ? this.#model.analyseRuns(slice)
-        : this.#model.analysePixels(slicePixels(slice, width, height)),
-    );
+    const result = this.#job(() => {
+      if (isSliceRuns(slice)) return this.#model.analyseRuns(slice);
+      if (isSliceMask(slice)) return this.#model.analyseMask(slice.slicer, slice.mask);
+      return this.#model.analysePixels(slicePixels(slice, width, height));
+    });
     this.#slices += 1;
     return result;
   }
@@ -376,13 +329,11 @@ interface RunSource {
 
 const oneOf = (result: SliceResult): SliceResult[] => [result];
 
-type SliceIterator = AsyncIterator<SliceImage | SliceRuns> | Iterator<SliceImage | SliceRuns>;
+type SliceIterator = AsyncIterator<SliceInput> | Iterator<SliceInput>;
 
 function iterate(slices: SliceSource): SliceIterator {
   // A program without types may pass anything.
-  const source = Object(slices) as Partial<
-    AsyncIterable<SliceImage | SliceRuns> & Iterable<SliceImage | SliceRuns>
-  >;
+  const source = Object(slices) as Partial<AsyncIterable<SliceInput> & Iterable<SliceInput>>;
   const iterator = source[Symbol.asyncIterator]?.() ?? source[Symbol.iterator]?.();
   if (iterator) return iterator;
   throw new AnalysisError(

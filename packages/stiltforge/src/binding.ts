@@ -1,16 +1,18 @@
 import type { AnalysisParameters, Bytes, SliceResult } from 'stiltforge';
 import { loadBinary } from 'stiltforge/load';
 import { fromNative } from './errors.js';
-import type {
-  FinishedSupports,
-  FinishOptions,
-  JudgeOptions,
-  SurveyOptions,
-  Verdict,
-} from './hold.js';
 import type { LayerSource } from './layer_source.js';
 import type { MemoryEstimate, ModelSize } from './memory_estimate.js';
+import type { PrintSettings, SettingConflict, SupportSettings } from './print.js';
 import type { SliceRuns } from './slice_runs.js';
+import type {
+  MaskSlicer,
+  MaskSlicerOptions,
+  MeshFile,
+  ReadMeshOptions,
+  Slicer,
+  SlicerOptions,
+} from './slicing.js';
 
 /** A row of the table of parameters, which the native side keeps. */
 export interface ParameterRow {
@@ -34,6 +36,8 @@ export interface NativeModel {
   /** Not of shared memory. */
   analysePixels(pixels: ArrayBuffer | Uint8Array | Uint8ClampedArray): Promise<SliceResult>;
   analyseRuns(runs: SliceRuns): Promise<SliceResult>;
+  /** Makes the next slice of the slicer of a mask, which is copied, and analyses it. */
+  analyseMask(slicer: MaskSlicer, mask: Uint8Array): Promise<SliceResult>;
   /**
    * Layers of a Slicer from `first` on: as many as are analysed in a short time, but not more than
    * `most`; with buffers one.
@@ -44,41 +48,24 @@ export interface NativeModel {
     layer: number,
     group: number,
   ): Promise<{ width: number; height: number; images: Bytes[] }>;
-  /** Of a model with a survey; no slice may follow. */
-  judge(options: JudgeOptions): Promise<Verdict>;
-  finish(options: FinishOptions): Promise<FinishedSupports>;
   /** Frees the model when all jobs before are done. May be called again. */
   close(): Promise<void>;
 }
 
-interface NativePoint {
-  x: number;
-  y: number;
-  isIsland?: boolean;
-}
-
-/** A part with given points. Refuses and rejects like NativeModel. */
-export interface NativeSurvey {
-  /** Not of shared memory. The promises resolve to the number of layers so far. */
-  addPixels(
-    pixels: ArrayBuffer | Uint8Array | Uint8ClampedArray,
-    points: readonly NativePoint[],
-  ): Promise<number>;
-  addRuns(runs: SliceRuns, points: readonly NativePoint[]): Promise<number>;
-  /** As many layers of a Slicer, from `first` on, as there are lists of points. */
-  addSlicer(
-    slicer: LayerSource,
-    first: number,
-    points: readonly (readonly NativePoint[])[],
-  ): Promise<number>;
-  judge(options: JudgeOptions): Promise<Verdict>;
-  finish(options: FinishOptions): Promise<FinishedSupports>;
-}
-
-/** What binding.node, src/binding, offers to this package. */
+/** What binding.node, src/binding, exports. */
 export interface Binding {
-  Model: new (parameters: Readonly<AnalysisParameters>, survey?: SurveyOptions) => NativeModel;
-  Survey: new (width: number, height: number, options: SurveyOptions) => NativeSurvey;
+  Model: new (parameters: Readonly<AnalysisParameters>) => NativeModel;
+  Slicer: new (options: SlicerOptions) => Slicer;
+  MaskSlicer: new (options: MaskSlicerOptions) => MaskSlicer;
+  readMesh(
+    source: string | ArrayBuffer | ArrayBufferView,
+    options?: ReadMeshOptions,
+  ): Promise<MeshFile>;
+  analysisParameters(
+    settings: PrintSettings & SupportSettings,
+    slices: { width: number; height: number; layerCount: number },
+  ): AnalysisParameters;
+  findSettingConflict(settings: PrintSettings & SupportSettings): SettingConflict | undefined;
   estimateMemory(model: ModelSize): MemoryEstimate;
   parameterTable: readonly Readonly<ParameterRow>[];
 }

@@ -34,7 +34,8 @@ function pixelsOf(slice: SliceImage, width: number, height: number) {
   if (!isByteArray(data)) {
     throw wrongSlice(
       'A slice is an ArrayBuffer, a Buffer, a Uint8Array or a Uint8ClampedArray of RGBA pixels, an' +
-        ' image with width, height and such data, or an object with rowStart, begin and end of runs.',
+        ' image with width, height and such data, an object with rowStart, begin and end of runs, or one' +
+        ' with a mask and its slicer.',
     );
   }
   if (image.width !== width || image.height !== height) {

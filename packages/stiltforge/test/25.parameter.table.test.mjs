@@ -25,9 +25,7 @@ test('the defaults lie in their ranges; only the size has none', () => {
     ['width', 'height'],
   );
   const defaults = Object.fromEntries(table.map((row) => [row.name, row.default]));
-  // What a support holds depends on the size of pixels: the default, 0, places none.
-  assert.equal(defaults.supportStrength, 0);
-  return Analysis.create({ ...defaults, width: 8, height: 6, addSupport: false }).close();
+  return Analysis.create({ ...defaults, width: 8, height: 6 }).close();
 });
 
 test('the declarations name the parameters of the table, flags as booleans', () => {

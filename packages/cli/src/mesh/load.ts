@@ -1,5 +1,5 @@
+import { type MeshFile, readMesh } from 'stiltforge/slicing';
 import { codeOf, ExitCode, messageOf, UserError } from '../errors.js';
-import { loadBinding, type MeshFile } from '../slicer.js';
 
 /**
  * Reads an STL (binary or text), OBJ, PLY or 3MF file off the main thread. The content decides over the
@@ -8,7 +8,7 @@ import { loadBinding, type MeshFile } from '../slicer.js';
  */
 export async function loadMesh(path: string, signal?: AbortSignal): Promise<MeshFile> {
   try {
-    return await loadBinding().readMesh(path, { signal });
+    return await readMesh(path, { signal });
   } catch (error) {
     signal?.throwIfAborted();
     const exitCode = exitCodes.get(codeOf(error));

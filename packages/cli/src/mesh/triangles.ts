@@ -1,12 +1,4 @@
-/** Nine floats a triangle: x, y, z of its three corners, in millimetres, z pointing up. */
-export type Triangles = Float32Array<ArrayBuffer>;
-
-export type Point = [x: number, y: number, z: number];
-
-export interface Box {
-  min: Point;
-  max: Point;
-}
+import type { Box, Point, Triangles } from 'stiltforge/slicing';
 
 export function triangleCount(triangles: Triangles): number {
   return triangles.length / 9;

@@ -1,6 +1,5 @@
 import type { AnalysisParameters } from 'stiltforge';
-import type { PrintSettings, SupportSettings } from '../settings.js';
-import type { MeshReport } from '../slicer.js';
+import type { MeshReport, PrintSettings, SupportSettings } from 'stiltforge/slicing';
 import type { SupportKind } from '../tally.js';
 
 /** A support point in all the coordinates that a reader may want. */

@@ -1,4 +1,5 @@
-import { boundingBox, type Triangles } from '../mesh/triangles.js';
+import type { Triangles } from 'stiltforge/slicing';
+import { boundingBox } from '../mesh/triangles.js';
 import type { Vector } from './camera.js';
 import { pillarFeet, pillarSurface, type Surface } from './pillars.js';
 import { type PlateShadow, plateShadow } from './plate_shadow.js';

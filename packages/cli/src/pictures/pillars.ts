@@ -1,4 +1,4 @@
-import type { Triangles } from '../mesh/triangles.js';
+import type { Triangles } from 'stiltforge/slicing';
 import { firstFrom } from './ascending.js';
 
 /** Surfaces nearer than this below a point are the overhang itself, not something to stand on. */

@@ -1,4 +1,4 @@
-import type { Triangles } from '../mesh/triangles.js';
+import type { Triangles } from 'stiltforge/slicing';
 
 const finestCell = 0.5; // mm
 const mostCells = 1000; // along a side

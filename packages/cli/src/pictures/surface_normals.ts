@@ -1,4 +1,4 @@
-import type { Triangles } from '../mesh/triangles.js';
+import type { Triangles } from 'stiltforge/slicing';
 
 /** Edges sharper than this stay edges. */
 const creaseAngle = (40 * Math.PI) / 180;

@@ -1,4 +1,4 @@
-import type { Triangles } from '../mesh/triangles.js';
+import type { Triangles } from 'stiltforge/slicing';
 import { firstFrom } from './ascending.js';
 import type { Vector } from './camera.js';
 

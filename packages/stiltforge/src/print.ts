@@ -1,5 +1,5 @@
 import type { AnalysisParameters } from 'stiltforge';
-import { loadBinding } from './slicer.js';
+import { binding } from './binding.js';
 
 /** The printer, and how the part is cut for it. */
 export interface PrintSettings {
@@ -12,7 +12,7 @@ export interface PrintSettings {
   screenHeight: number;
 }
 
-/** Where supports are wanted, in physical units. docs/parameters.md gives the reasons. */
+/** Where supports are wanted, in physical units. The repository's docs/parameters.md gives the reasons. */
 export interface SupportSettings {
   /** Degrees between the plate and a surface that just carries itself. */
   criticalAngle: number;
@@ -22,33 +22,50 @@ export interface SupportSettings {
   supportArea: number;
 }
 
-export const defaultPrint: PrintSettings = {
+export const defaultPrint: Readonly<PrintSettings> = {
   layerHeight: 0.05,
   pixelSize: 0.05,
   screenWidth: 3840,
   screenHeight: 2400,
 };
 
-export const defaultSupport: SupportSettings = {
+export const defaultSupport: Readonly<SupportSettings> = {
   criticalAngle: 45,
   inset: 0.4,
   supportArea: 15,
 };
 
+/** A setting that can't be used, alone or together with the others. */
+export interface SettingConflict {
+  setting: keyof PrintSettings | keyof SupportSettings;
+  value: number;
+  /** What it must be, with the range; no sentence of its own. */
+  range: string;
+}
+
 /**
- * The 28 parameters of the analysis for slices of the given size. Lengths and areas are physical here
- * and turned into pixels and layers, so that a part gets about the same supports on any printer.
+ * The 28 parameters of the analysis for slices of the given size, such as a slicer. Lengths and areas
+ * are physical here and turned into pixels and layers, so that a part gets about the same supports on
+ * any printer.
  */
 export function analysisParameters(
   print: PrintSettings,
   support: SupportSettings,
   slices: { width: number; height: number; layerCount: number },
 ): AnalysisParameters {
-  return loadBinding().analysisParameters(nativeSettings(print, support), slices);
+  return binding().analysisParameters(nativeSettings(print, support), slices);
+}
+
+/** The first setting that makes no sense or can't work with the others; undefined when all are well. */
+export function findSettingConflict(
+  print: PrintSettings,
+  support: SupportSettings,
+): SettingConflict | undefined {
+  return binding().findSettingConflict(nativeSettings(print, support));
 }
 
 /** What the native side takes, which refuses anything else. */
-export function nativeSettings(
+function nativeSettings(
   { layerHeight, pixelSize, screenWidth, screenHeight }: PrintSettings,
   { criticalAngle, inset, supportArea }: SupportSettings,
 ): PrintSettings & SupportSettings {

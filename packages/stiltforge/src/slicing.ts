@@ -1,7 +1,27 @@
-import type { AnalysisParameters } from 'stiltforge';
-import { loadBinary } from 'stiltforge/load';
-import type { Box, Triangles } from './mesh/triangles.js';
-import type { PrintSettings, SupportSettings } from './settings.js';
+// From a mesh, or from masks, to slices: what a host needs before the analysis and does not have.
+
+import { binding } from './binding.js';
+import type { AbortSignalLike } from './waiting.js';
+
+export {
+  analysisParameters,
+  defaultPrint,
+  defaultSupport,
+  findSettingConflict,
+  type PrintSettings,
+  type SettingConflict,
+  type SupportSettings,
+} from './print.js';
+
+/** Nine floats a triangle: x, y, z of its three corners, in millimetres, z pointing up. */
+export type Triangles = Float32Array<ArrayBuffer>;
+
+export type Point = [x: number, y: number, z: number];
+
+export interface Box {
+  min: Point;
+  max: Point;
+}
 
 /** What the green and the blue byte of a pixel mean. */
 export interface ChannelOptions {
@@ -156,45 +176,36 @@ export interface MeshFile {
 export interface ReadMeshOptions {
   /** Of bytes: their file, for messages; its extension counts where the content leaves it open. */
   name?: string;
-  signal?: AbortSignal;
-}
-
-/** A setting that can't be used, alone or together with the others. */
-export interface SettingConflict {
-  setting: keyof PrintSettings | keyof SupportSettings;
-  value: number;
-  /** What it must be, with the range; no sentence of its own. */
-  range: string;
+  signal?: AbortSignalLike;
 }
 
 /**
- * What the addon, src/binding, exports. The constructors throw a TypeError for an option that
- * is missing, unknown or of another type, a RangeError for one that has to be whole and is not, and
- * an Error for what cannot be sliced: its message says what is wrong, by how much, and what to do.
+ * Reads a mesh in STL, OBJ, PLY or 3MF off the main thread: the file of a path, or bytes, which the
+ * call copies. The content tells the format.
+ *
+ * Rejects with an Error that names the file, what is wrong with it and where, and what to do, with the
+ * code ERR_STILTFORGE_MESH; ERR_STILTFORGE_MEMORY when memory runs out, ABORT_ERR when the signal is
+ * aborted; with a TypeError for arguments that are none.
  */
-interface Binding {
-  Slicer: new (options: SlicerOptions) => Slicer;
-  MaskSlicer: new (options: MaskSlicerOptions) => MaskSlicer;
-  /**
-   * Reads a mesh in STL, OBJ, PLY or 3MF off the main thread: the file of a path, or bytes, which the
-   * call copies. Rejects with an Error that names the file, what is wrong with it and where, and what
-   * to do, with the code ERR_STILTFORGE_MESH; ERR_STILTFORGE_MEMORY when memory runs out, ABORT_ERR
-   * when the signal is aborted; with a TypeError for arguments that are none.
-   */
-  readMesh(
-    source: string | ArrayBuffer | ArrayBufferView,
-    options?: ReadMeshOptions,
-  ): Promise<MeshFile>;
-  /** The parameters of the analysis for slices of that size. */
-  analysisParameters(
-    settings: PrintSettings & SupportSettings,
-    slices: { width: number; height: number; layerCount: number },
-  ): AnalysisParameters;
-  /** The first setting that can't be used. */
-  findSettingConflict(settings: PrintSettings & SupportSettings): SettingConflict | undefined;
+export function readMesh(
+  source: string | ArrayBuffer | ArrayBufferView,
+  options?: ReadMeshOptions,
+): Promise<MeshFile> {
+  return binding().readMesh(source, options);
 }
 
-/** Throws an Error with code ERR_STILTFORGE_BINARY, a sentence, where there is no binary to load. */
-export function loadBinding(): Binding {
-  return loadBinary('binding.node') as Binding;
+/**
+ * Prepares a mesh for slicing, on the calling thread. Throws a TypeError for an option that is missing,
+ * unknown or of another type, a RangeError for one that has to be whole and is not, and an Error for
+ * what cannot be sliced: its message says what is wrong, by how much, and what to do.
+ */
+export function createSlicer(options: SlicerOptions): Slicer {
+  const { Slicer } = binding();
+  return new Slicer(options);
+}
+
+/** Throws as createSlicer() does. */
+export function createMaskSlicer(options: MaskSlicerOptions): MaskSlicer {
+  const { MaskSlicer } = binding();
+  return new MaskSlicer(options);
 }
