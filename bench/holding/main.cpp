@@ -12,6 +12,7 @@
 #include <utility>
 #include <vector>
 
+#include "generated_parts.h"
 #include "hold/cover.h"
 #include "hold/finisher.h"
 #include "hold/judge.h"
@@ -26,9 +27,9 @@ constexpr uint32_t screenSide = 60000;
 
 const char* const usage =
     "use: stiltforge_holding [--tilt=DEGREES,...] [--pixel-size=MM,...] [--layer-height=MM,...]\n"
-    "                        [--box] MESH or FOLDER ...\n"
+    "                        [--box] [--generated] MESH or FOLDER ...\n"
     "  Each mesh is analysed at each tilt (about y), pixel size and layer height.\n"
-    "  --box adds a box of 40 x 40 x 10 mm.";
+    "  --box adds a box of 40 x 40 x 10 mm, --generated that and other parts.";
 
 struct Options {
   std::vector<std::string> paths;
@@ -36,6 +37,7 @@ struct Options {
   std::vector<double> pixelSizes{PrintSettings().pixelSize};
   std::vector<double> layerHeights{PrintSettings().layerHeight};
   bool box = false;
+  bool generated = false;
 };
 
 std::vector<double> numbersOf(const std::string& argument) {
@@ -66,13 +68,15 @@ Options optionsFrom(int argc, char** argv) {
       options.layerHeights = numbersOf(argument);
     } else if (argument == "--box") {
       options.box = true;
+    } else if (argument == "--generated") {
+      options.generated = true;
     } else if (argument.rfind("--", 0) == 0) {
       throw std::runtime_error("unknown option " + argument + "\n" + usage);
     } else {
       options.paths.push_back(argument);
     }
   }
-  if (options.paths.empty() && !options.box) throw std::runtime_error(usage);
+  if (options.paths.empty() && !options.box && !options.generated) throw std::runtime_error(usage);
   return options;
 }
 
@@ -104,10 +108,11 @@ void printRow(const std::vector<std::string>& cells) {
 
 void printHeading() {
   const std::vector<std::string> heading{
-      "mesh",        "tilt",        "pixel",       "layer",          "set",
-      "points",      "islands",     "unheld 1 px", "unheld 2+ px",   "overhang mm2",
-      "beyond 3 mm", "beyond 5 mm", "worst mm",    "pairs < 1 mm",   "separate",
-      "no room",     "sealed",      "cover",       "points / cover", "points / mm2"};
+      "mesh",         "tilt",        "pixel",       "layer",       "set",
+      "points",       "added",       "islands",     "unheld 1 px", "unheld 2+ px",
+      "overhang mm2", "beyond 3 mm", "beyond 5 mm", "worst mm",    "pairs < 1 mm",
+      "separate",     "no room",     "sealed",      "cover",       "points / cover",
+      "points / mm2"};
   printRow(heading);
   printRow(std::vector<std::string>(heading.size(), "---"));
 }
@@ -121,7 +126,7 @@ struct Row {
 };
 
 void printVerdict(const Row& row, const char* whose, std::size_t points,
-                  const hold::Verdict& verdict) {
+                  const hold::Verdict& verdict, std::ptrdiff_t added) {
   // All surface counts here, also where no support fits.
   hold::Surface whole;
   for (const hold::Surface& s : {verdict.supportable, verdict.withoutRoom, verdict.sealed}) {
@@ -147,6 +152,7 @@ void printVerdict(const Row& row, const char* whose, std::size_t points,
             text(print.layerHeight),
             whose,
             std::to_string(points),
+            std::to_string(added),
             std::to_string(verdict.islands.size()),
             std::to_string(lone),
             std::to_string(larger),
@@ -168,10 +174,14 @@ void judgePart(const Part& part, double tilt, const PrintSettings& print) {
   const hold::JudgeSettings limits;
   const Row row{part.name, tilt, print, hold::coverSize(survey, limits.nearReach, coverShare)};
   printVerdict(row, "analysed", survey.points().size(),
-               hold::judge(survey, survey.points(), limits));
-  const std::vector<hold::Site> finished =
-      hold::finish(survey, hold::FinishSettings::forSupportArea(print.supportArea)).sites();
-  printVerdict(row, "finished", finished.size(), hold::judge(survey, finished, limits));
+               hold::judge(survey, survey.points(), limits), 0);
+  const hold::Finished result =
+      hold::finish(survey, hold::FinishSettings::forSupportArea(print.supportArea));
+  const std::vector<hold::Site> finished = result.sites();
+  const auto added = std::count_if(
+      result.points.begin(), result.points.end(),
+      [](const hold::FinishedPoint& p) { return p.analysed == hold::FinishedPoint::none; });
+  printVerdict(row, "finished", finished.size(), hold::judge(survey, finished, limits), added);
 }
 
 void run(int argc, char** argv) {
@@ -180,7 +190,11 @@ void run(int argc, char** argv) {
   for (const std::string& path : options.paths) {
     for (Part& part : readParts(path)) parts.push_back(std::move(part));
   }
-  if (options.box) parts.push_back(boxPart());
+  if (options.generated) {
+    for (Part& part : generatedParts()) parts.push_back(std::move(part));
+  } else if (options.box) {
+    parts.push_back(boxPart());
+  }
   printHeading();
   PrintSettings print;
   print.screenWidth = print.screenHeight = screenSide;

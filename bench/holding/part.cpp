@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <limits>
 #include <numbers>
 #include <stdexcept>
 
@@ -28,6 +29,33 @@ std::vector<hold::SupportPoint> pointsOf(const Layer& layer) {
   return points;
 }
 
+using Corner = std::array<float, 3>;
+
+void addBox(const Corner& low, const Corner& high, std::vector<float>& positions) {
+  constexpr std::array<std::array<std::size_t, 4>, 6> faces{
+      {{0, 2, 3, 1}, {4, 5, 7, 6}, {0, 1, 5, 4}, {2, 6, 7, 3}, {0, 4, 6, 2}, {1, 3, 7, 5}}};
+  for (const auto& [a, b, c, d] : faces) {
+    for (const std::size_t i : {a, b, c, a, c, d}) {
+      for (std::size_t axis = 0; axis < 3; ++axis) {
+        positions.push_back((i >> axis & 1) != 0 ? high[axis] : low[axis]);
+      }
+    }
+  }
+}
+
+// Puts a foot on the plate under which the part then stands free.
+std::vector<float> liftedPositions(const Part& part) {
+  std::vector<float> positions = part.positions;
+  if (part.lift == 0) return positions;
+  Corner low{};
+  low.fill(std::numeric_limits<float>::max());
+  for (std::size_t i = 0; i < positions.size(); ++i)
+    low[i % 3] = std::min(low[i % 3], positions[i]);
+  const float plate = low[2] - static_cast<float>(part.lift);
+  addBox({low[0] - 2, low[1] - 2, plate}, {low[0] - 1, low[1] - 1, plate + 1}, positions);
+  return positions;
+}
+
 }  // namespace
 
 std::vector<Part> readParts(const std::filesystem::path& path) {
@@ -47,7 +75,7 @@ std::vector<Part> readParts(const std::filesystem::path& path) {
   std::vector<Part> parts;
   for (const std::filesystem::path& file : files) {
     try {
-      parts.push_back({file.stem().string(), mesh::readMeshFile(file).positions});
+      parts.push_back({file.stem().string(), mesh::readMeshFile(file).positions, 0});
     } catch (const mesh::MeshError& error) {
       throw std::runtime_error(file.string() + ": " + error.what());
     }
@@ -56,17 +84,8 @@ std::vector<Part> readParts(const std::filesystem::path& path) {
 }
 
 Part boxPart() {
-  Part box{"box of 40 mm", {}};
-  const auto corner = [&](int i) {
-    box.positions.push_back((i & 1) != 0 ? 40.0f : 0.0f);
-    box.positions.push_back((i & 2) != 0 ? 40.0f : 0.0f);
-    box.positions.push_back((i & 4) != 0 ? 10.0f : 0.0f);
-  };
-  constexpr std::array<std::array<int, 4>, 6> faces{
-      {{0, 2, 3, 1}, {4, 5, 7, 6}, {0, 1, 5, 4}, {2, 6, 7, 3}, {0, 4, 6, 2}, {1, 3, 7, 5}}};
-  for (const auto& [a, b, c, d] : faces) {
-    for (const int i : {a, b, c, a, c, d}) corner(i);
-  }
+  Part box{"box of 40 mm", {}, 0};
+  addBox({0, 0, 0}, {40, 40, 10}, box.positions);
   return box;
 }
 
@@ -84,7 +103,7 @@ Part tilted(Part part, double degrees) {
 }
 
 hold::Survey surveyOf(const Part& part, const PrintSettings& print) {
-  slicing::Slicer slicer(part.positions, slicerSettings(print));
+  slicing::Slicer slicer(liftedPositions(part), slicerSettings(print));
   const auto width = static_cast<uint32_t>(slicer.placement().width);
   const auto height = static_cast<uint32_t>(slicer.placement().height);
   const uint32_t layers = slicer.layerCount();
@@ -92,7 +111,7 @@ hold::Survey surveyOf(const Part& part, const PrintSettings& print) {
   hold::SurveySettings settings;
   settings.pixelSize = print.pixelSize;
   settings.layerHeight = print.layerHeight;
-  settings.steepness = 1.1 / slicing::tangentOfDegrees(print.criticalAngle);
+  settings.steepness = 1 / slicing::tangentOfDegrees(print.criticalAngle);
   hold::Survey survey(settings);
   std::vector<Slice> slices;
   for (uint32_t layer = 0; layer < layers; layer += batch) {

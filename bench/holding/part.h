@@ -14,6 +14,7 @@ namespace stiltforge::bench {
 struct Part {
   std::string name;
   std::vector<float> positions;
+  double lift = 0;  // mm above the plate, on which a small foot below it stands
 };
 
 // A mesh file, or all of a folder in the order of their names.
@@ -25,7 +26,7 @@ Part boxPart();
 // Turned about the y axis.
 Part tilted(Part part, double degrees);
 
-// The part's slices, with the points of the analysis, as the command makes them.
+// The slices of the lifted part, with the points of the analysis, as the command makes them.
 hold::Survey surveyOf(const Part& part, const PrintSettings& print);
 
 }  // namespace stiltforge::bench

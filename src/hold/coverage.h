@@ -26,8 +26,9 @@ class Bodies {
   uint32_t layersAbove_;
 };
 
-/// The samples of a part's overhang, and which of them some points reach. Those in sealed voids are
-/// left out.
+/// The samples of a part's overhang, and which of them some points reach. What no support could
+/// reach counts neither way: samples in sealed voids, and those without room that have none with
+/// room within reach.
 class Coverage {
  public:
   /// All by reference. reach: mm.
@@ -37,21 +38,27 @@ class Coverage {
   uint64_t gainOf(const Place& place) const;
   void add(const Place& place);
 
-  bool isReached(uint32_t sample) const { return reached_[sample] != 0; }
+  /// Whether the sample counts, and whether no point reaches it yet.
+  bool counts(std::size_t sample) const { return state_[sample] != State::ignored; }
+  bool isOpen(std::size_t sample) const { return state_[sample] == State::open; }
   /// Of all samples that count, and of those that a point reaches.
   uint64_t pixels() const { return pixels_; }
   uint64_t reachedPixels() const { return reachedPixels_; }
 
  private:
-  template <class Fn>
-  void forEachUnreached(const Place& place, Fn&& fn) const;
+  enum class State : uint8_t { open, reached, ignored };
+
+  // Calls fn(sample) for those of the same body within reach that `wanted` accepts.
+  template <class Wanted, class Fn>
+  void forEachHeld(const Place& place, Wanted&& wanted, Fn&& fn) const;
+  bool canBeReached(const Place& place) const;
 
   const Survey& survey_;
   const PointGrid& samples_;
   Bodies& bodies_;
   Scale scale_;
   double reach_;
-  std::vector<uint8_t> reached_;
+  std::vector<State> state_;
   uint64_t pixels_ = 0;
   uint64_t reachedPixels_ = 0;
 };

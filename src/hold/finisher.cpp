@@ -2,16 +2,16 @@
 
 #include <algorithm>
 #include <cmath>
+#include <numbers>
 #include <optional>
 #include <queue>
-#include <span>
 #include <stdexcept>
 #include <string>
 #include <tuple>
 #include <utility>
 
 #include "hold/coverage.h"
-#include "hold/disjoint_sets.h"
+#include "hold/floating_bodies.h"
 
 namespace stiltforge::hold {
 
@@ -20,18 +20,19 @@ namespace {
 constexpr double roundingSlack = 1e-9;
 
 FinishSettings checked(const FinishSettings& settings) {
-  const auto require = [](double value, const char* what) {
-    if (std::isfinite(value) && value >= 0) return;
-    throw std::invalid_argument(std::string(what) + " must be 0 or more, not " +
-                                std::to_string(value));
+  const auto require = [](double value, double least, const char* what) {
+    if (std::isfinite(value) && value >= least) return;
+    throw std::invalid_argument(std::string(what) + " must be " + (least > 0 ? "1" : "0") +
+                                " or more, not " + std::to_string(value));
   };
-  require(settings.spacing, "the spacing of points");
-  require(settings.ownReach, "the own reach of a point");
-  require(settings.leastOwnArea, "the least area of a point");
-  require(settings.reach, "the reach of a point");
-  require(settings.farReach, "the far reach of a point");
-  require(settings.leastGap, "the least gap");
-  require(settings.islandHeight, "the height that an island may grow alone");
+  require(settings.spacing, 0, "the spacing of points");
+  require(settings.reach, 0, "the reach of a point");
+  require(settings.farReach, 0, "the far reach of a point");
+  require(settings.ownReach, 0, "the own reach of a point");
+  require(settings.leastOwnArea, 0, "the least area of a point");
+  require(settings.leastGap, 0, "the least gap");
+  require(settings.preference, 1, "the preference of the analysis's points");
+  require(settings.islandHeight, 0, "the height that an island may grow alone");
   if (!(settings.share >= 0 && settings.share <= 1)) {
     throw std::invalid_argument("the share of overhang within reach must be from 0 to 1, not " +
                                 std::to_string(settings.share));
@@ -63,63 +64,70 @@ class Finisher {
         bodies_(survey.tracks(), islandLayers_),
         samples_(gridOfSamples(survey, settings.reach)),
         kept_(gridOf(survey, settings.reach)),
-        own_(survey, samples_, bodies_, settings.ownReach),
         near_(survey, samples_, bodies_, settings.reach),
         far_(survey, samples_, bodies_, settings.farReach),
-        isKept_(survey.points().size(), 0),
+        own_(survey, samples_, bodies_, settings.ownReach),
+        isOpen_(survey.points().size(), 0),
         dropReason_(survey.points().size()) {}
 
   Finished finished() {
     dropImpossible();
     holdIslands();
-    keepAnalysed();
-    addPlaces();
+    cover();
+    closeFarGaps();
+    keepStrength();
     mergeRest();
     sortPoints();
+    measureLeftAlone();
     return std::move(result_);
   }
 
  private:
-  // A candidate and the overhang that it gains, the most first, of equal ones the first.
-  using Gain = std::pair<uint64_t, int64_t>;
-
+  const std::vector<Site>& points() const { return survey_.points(); }
+  const std::vector<OverhangSample>& samples() const { return survey_.samples(); }
+  bool isSupportable(const Place& place) const {
+    return place.hasRoom && !survey_.isSealed(place.space);
+  }
   uint64_t pixelsOf(double area) const {
-    return static_cast<uint64_t>(std::ceil(area / (scale_.pixelSize * scale_.pixelSize)));
+    return static_cast<uint64_t>(
+        std::min(std::ceil(area / (scale_.pixelSize * scale_.pixelSize)), 1e18));
   }
 
   void dropImpossible() {
-    for (uint32_t i = 0; i < survey_.points().size(); ++i) {
-      const Site& point = survey_.points()[i];
+    for (uint32_t i = 0; i < points().size(); ++i) {
+      const Site& point = points()[i];
       if (point.touches != Site::Touches::overhang) {
         dropReason_[i] = DropReason::holdsNothing;
       } else if (!point.place.hasRoom) {
         dropReason_[i] = DropReason::noRoom;
       } else if (survey_.isSealed(point.place.space)) {
         dropReason_[i] = DropReason::sealedVoid;
+      } else {
+        isOpen_[i] = 1;
       }
     }
   }
 
   bool isSpaced(const Place& place) {
     bool spaced = true;
+    const double least = settings_.spacing * settings_.spacing;
     const Run pixel{place.x, static_cast<uint16_t>(place.x + 1)};
     kept_.forEachNear(pixel, place.y, place.layer, settings_.spacing, [&](uint32_t i) {
-      if (!spaced) return;
-      spaced = scale_.squaredDistance(place, kept_[i]) >= settings_.spacing * settings_.spacing ||
-               !bodies_.areOne(place, kept_[i]);
+      spaced = spaced && (scale_.squaredDistance(place, kept_[i]) >= least ||
+                          !bodies_.areOne(place, kept_[i]));
     });
     return spaced;
   }
 
   void keep(const Site& site, Reason reason, uint32_t analysed = FinishedPoint::none) {
-    own_.add(site.place);
     near_.add(site.place);
     far_.add(site.place);
+    own_.add(site.place);
     kept_.add(site.place);
-    if (analysed != FinishedPoint::none) isKept_[analysed] = 1;
+    if (analysed != FinishedPoint::none) isOpen_[analysed] = 0;
     result_.points.push_back({site, reason, analysed, {}});
   }
-
+  void keepAnalysed(uint32_t point) { keep(points()[point], Reason::analysed, point); }
   void addAt(const Place& place, Reason reason) {
     Site site;
     site.place = place;
@@ -128,172 +136,117 @@ class Finisher {
     keep(site, reason);
   }
 
-  // What hangs together, as the part grows, until something holds it.
-  struct Floating {
-    std::vector<uint32_t> islands;  // not taken yet
-    std::vector<uint32_t> points;   // of the analysis, that could take them
-    bool isHeld = false;
-  };
-
   void holdIslands() {
+    FloatingBodies floating(survey_, isOpen_);
+    floating.forEachDue(islandLayers_, [&](FloatingBody& body) { return takeBody(body); });
+  }
+
+  bool takeBody(FloatingBody& body) {
+    if (!body.points.empty()) {
+      keepAnalysed(
+          bestOf(body.points, [&](uint32_t point) { return near_.gainOf(points()[point].place); }));
+      return true;
+    }
     const std::vector<Island>& islands = survey_.islands();
-    const std::vector<RegionTracks::Track>& tracks = survey_.tracks().tracks();
-    std::vector<uint32_t> points(survey_.points().size());
-    for (uint32_t i = 0; i < points.size(); ++i) points[i] = i;
-    std::stable_sort(points.begin(), points.end(), [&](uint32_t a, uint32_t b) {
-      return survey_.points()[a].place.layer < survey_.points()[b].place.layer;
-    });
-    auto point = points.begin();
-    auto born = islands.begin();
-    auto due = islands.begin();
-    auto link = survey_.tracks().links().begin();
-    uint32_t track = 0;
-    const uint32_t end = survey_.layerCount() + islandLayers_;
-    for (uint32_t layer = 0; layer < end && due != islands.end(); ++layer) {
-      for (; track < tracks.size() && tracks[track].firstLayer == layer; ++track) {
-        sets_.add();
-        floating_.emplace_back();
-        floating_.back().isHeld = layer == 0;
-        for (; link != survey_.tracks().links().end() && link->upper == track; ++link) {
-          join(link->lower, track);
-        }
-      }
-      for (; born != islands.end() && born->place.layer == layer; ++born) {
-        floatingOf(born->place.track)
-            .islands.push_back(static_cast<uint32_t>(born - islands.begin()));
-      }
-      for (; point != points.end() && survey_.points()[*point].place.layer == layer; ++point) {
-        const uint32_t at = survey_.points()[*point].place.track;
-        if (dropReason_[*point] || at == Place::none) continue;
-        Floating& body = floatingOf(at);
-        if (!body.isHeld) body.points.push_back(*point);
-      }
-      for (; due != islands.end() && due->place.layer + islandLayers_ <= layer; ++due) {
-        takeIslands(floatingOf(due->place.track));
-      }
+    std::vector<uint32_t> supportable;
+    for (const uint32_t island : body.islands) {
+      if (isSupportable(islands[island].place)) supportable.push_back(island);
     }
+    if (supportable.empty()) {
+      result_.islandsLeft.insert(result_.islandsLeft.end(), body.islands.begin(),
+                                 body.islands.end());
+      body.islands.clear();
+      return false;
+    }
+    const uint32_t largest =
+        bestOf(supportable, [&](uint32_t island) { return uint64_t{islands[island].pixels}; });
+    addAt(islands[largest].place, Reason::addedForIsland);
+    return true;
   }
 
-  Floating& floatingOf(uint32_t track) { return floating_[sets_.root(track)]; }
+  // The number of the highest value, of equal ones the lowest number.
+  template <class Value>
+  static uint32_t bestOf(const std::vector<uint32_t>& numbers, Value&& value) {
+    uint32_t best = numbers.front();
+    uint64_t most = value(best);
+    for (std::size_t i = 1; i < numbers.size(); ++i) {
+      const uint64_t own = value(numbers[i]);
+      if (own < most || (own == most && numbers[i] > best)) continue;
+      best = numbers[i];
+      most = own;
+    }
+    return best;
+  }
 
-  void join(uint32_t a, uint32_t b) {
-    a = sets_.root(a);
-    b = sets_.root(b);
-    if (a == b) return;
-    Floating& one = floating_[a];
-    Floating& other = floating_[b];
-    if (one.isHeld || other.isHeld) {
-      one = other = Floating();
-      one.isHeld = other.isHeld = true;
+  // Candidates are the points of the analysis that are left, then a place for each sample.
+  std::size_t candidateCount() const { return points().size() + samples().size(); }
+  bool isAnalysed(std::size_t candidate) const { return candidate < points().size(); }
+  const Place* placeOf(std::size_t candidate) const {
+    if (isAnalysed(candidate)) {
+      return isOpen_[candidate] != 0 ? &points()[candidate].place : nullptr;
+    }
+    const Place& place = samples()[candidate - points().size()].place;
+    return isSupportable(place) ? &place : nullptr;
+  }
+  void take(std::size_t candidate) {
+    if (isAnalysed(candidate)) {
+      keepAnalysed(static_cast<uint32_t>(candidate));
     } else {
-      const auto move = [](std::vector<uint32_t>& from, std::vector<uint32_t>& to) {
-        if (from.size() > to.size()) std::swap(from, to);
-        to.insert(to.end(), from.begin(), from.end());
-        std::vector<uint32_t>().swap(from);
-      };
-      move(other.islands, one.islands);
-      move(other.points, one.points);
+      addAt(samples()[candidate - points().size()].place, Reason::addedForOverhang);
     }
-    const uint32_t root = sets_.unite(a, b);
-    if (root != a) std::swap(floating_[a], floating_[root]);
   }
 
-  void takeIslands(Floating& body) {
-    if (body.isHeld) return;
-    std::optional<std::pair<Gain, uint32_t>> best;
-    for (const uint32_t i : body.points) {
-      const Gain gain{own_.gainOf(survey_.points()[i].place), -int64_t{i}};
-      if (!best || gain > best->first) best = {gain, i};
-    }
-    if (best) {
-      keep(survey_.points()[best->second], Reason::analysed, best->second);
-    } else {
-      const Island* largest = nullptr;
-      std::sort(body.islands.begin(), body.islands.end());
-      for (const uint32_t i : body.islands) {
-        const Island& island = survey_.islands()[i];
-        if (!island.place.hasRoom || survey_.isSealed(island.place.space)) continue;
-        if (!largest || island.pixels > largest->pixels) largest = &island;
-      }
-      if (!largest) {
-        // A point may still come where the body has grown.
-        result_.islandsLeft.insert(result_.islandsLeft.end(), body.islands.begin(),
-                                   body.islands.end());
-        body.islands.clear();
-        return;
-      }
-      addAt(largest->place, Reason::addedForIsland);
-    }
-    body = Floating();
-    body.isHeld = true;
-  }
-
-  // Takes candidates in the order of what they gain, which only falls as others are taken, so that
-  // an earlier figure is a bound.
-  template <class PlaceOf, class Take>
-  void takeGreedily(std::size_t count, const Coverage& coverage, uint64_t least, PlaceOf placeOf,
-                    Take take) {
-    std::priority_queue<Gain> bounds;
-    const auto offer = [&](std::size_t candidate) {
-      const Place* const place = placeOf(candidate);
-      if (!place) return;
-      const uint64_t gain = coverage.gainOf(*place);
-      if (gain >= least) bounds.push({gain, -static_cast<int64_t>(candidate)});
+  // Takes the candidate that gains most, of equal ones the first, until none gains `least` pixels
+  // or isEnough(); only those that mayCome(). What a candidate gains only falls as others are
+  // taken, so that an earlier figure is a bound (M. Minoux, "Accelerated greedy algorithms for
+  // maximizing submodular set functions", 1978).
+  template <class MayCome, class IsEnough>
+  void takeGreedily(const Coverage& coverage, uint64_t least, MayCome&& mayCome,
+                    IsEnough&& isEnough) {
+    using Bound = std::pair<double, int64_t>;  // weight, and the negative number of the candidate
+    std::priority_queue<Bound> bounds;
+    const auto weigh = [&](std::size_t candidate) {
+      const Place* const place = mayCome(candidate) ? placeOf(candidate) : nullptr;
+      const uint64_t gain = place ? coverage.gainOf(*place) : 0;
+      if (gain < std::max<uint64_t>(least, 1)) return 0.0;
+      return static_cast<double>(gain) * (isAnalysed(candidate) ? settings_.preference : 1);
     };
-    least = std::max<uint64_t>(least, 1);
-    for (std::size_t i = 0; i < count; ++i) offer(i);
-    while (!bounds.empty()) {
+    const auto offer = [&](std::size_t candidate, double weight) {
+      if (weight > 0) bounds.push({weight, -static_cast<int64_t>(candidate)});
+    };
+    for (std::size_t i = 0; i < candidateCount(); ++i) offer(i, weigh(i));
+    while (!bounds.empty() && !isEnough()) {
       const auto [bound, number] = bounds.top();
       bounds.pop();
       const auto candidate = static_cast<std::size_t>(-number);
-      const Place* const place = placeOf(candidate);
-      if (!place) continue;
-      if (coverage.gainOf(*place) < bound) {
-        offer(candidate);
-      } else if (isSpaced(*place) && !take(candidate)) {
-        return;
+      const double weight = weigh(candidate);
+      if (weight < bound) {
+        offer(candidate, weight);
+      } else if (isSpaced(*placeOf(candidate))) {
+        take(candidate);
       }
     }
   }
 
-  void keepAnalysed() {
-    const std::vector<Site>& points = survey_.points();
-    takeGreedily(
-        points.size(), own_, pixelsOf(settings_.leastOwnArea),
-        [&](std::size_t i) {
-          return isKept_[i] == 0 && !dropReason_[i] ? &points[i].place : nullptr;
-        },
-        [&](std::size_t i) {
-          keep(points[i], Reason::analysed, static_cast<uint32_t>(i));
-          return true;
-        });
-  }
-
-  void addPlaces() {
-    const std::vector<OverhangSample>& samples = survey_.samples();
-    const auto add = [&](std::size_t i) {
-      addAt(samples[i].place, Reason::addedForOverhang);
-      return true;
-    };
-    takeGreedily(
-        samples.size(), far_, 1,
-        [&](std::size_t i) {
-          const bool isFar = !far_.isReached(static_cast<uint32_t>(i));
-          return isFar ? &samples[i].place : nullptr;
-        },
-        add);
+  void cover() {
     const double wanted = settings_.share * static_cast<double>(near_.pixels());
-    const auto isEnough = [&] { return static_cast<double>(near_.reachedPixels()) >= wanted; };
-    if (isEnough()) return;
     takeGreedily(
-        samples.size(), near_, pixelsOf(settings_.leastGap),
-        [&](std::size_t i) {
-          return survey_.isSealed(samples[i].place.space) ? nullptr : &samples[i].place;
-        },
-        [&](std::size_t i) { return add(i) && !isEnough(); });
+        near_, 1, [](std::size_t) { return true; },
+        [&] { return static_cast<double>(near_.reachedPixels()) >= wanted; });
+  }
+  void closeFarGaps() {
+    const auto standsInGap = [&](std::size_t candidate) {
+      return !isAnalysed(candidate) && far_.isOpen(candidate - points().size());
+    };
+    takeGreedily(far_, pixelsOf(settings_.leastGap), standsInGap, [] { return false; });
+  }
+  void keepStrength() {
+    takeGreedily(
+        own_, pixelsOf(settings_.leastOwnArea),
+        [&](std::size_t candidate) { return isAnalysed(candidate); }, [] { return false; });
   }
 
-  // The nearest kept point of the same body within reach.
+  // The nearest kept point of the same body within reach, of equally near ones the first.
   std::optional<uint32_t> heirOf(const Place& place) {
     std::optional<uint32_t> heir;
     double nearest = settings_.reach * settings_.reach;
@@ -309,12 +262,16 @@ class Finisher {
   }
 
   void mergeRest() {
-    for (uint32_t i = 0; i < survey_.points().size(); ++i) {
-      if (isKept_[i] != 0) continue;
+    std::vector<uint8_t> isKept(points().size(), 0);
+    for (const FinishedPoint& point : result_.points) {
+      if (point.analysed != FinishedPoint::none) isKept[point.analysed] = 1;
+    }
+    for (uint32_t i = 0; i < points().size(); ++i) {
+      if (isKept[i] != 0) continue;
       DroppedPoint dropped{i, dropReason_[i].value_or(DropReason::holdsLittle),
                            FinishedPoint::none};
       if (!dropReason_[i]) {
-        if (const std::optional<uint32_t> heir = heirOf(survey_.points()[i].place)) {
+        if (const std::optional<uint32_t> heir = heirOf(points()[i].place)) {
           dropped.reason = DropReason::merged;
           dropped.into = *heir;
           FinishedPoint& point = result_.points[*heir];
@@ -347,6 +304,32 @@ class Finisher {
     std::sort(result_.islandsLeft.begin(), result_.islandsLeft.end());
   }
 
+  // Layers between the plate and the place that a support there lacks.
+  uint32_t missingLayers(const Place& place) const {
+    return survey_.roomLayers() - std::min(survey_.roomLayers(), place.layer);
+  }
+
+  void measureLeftAlone() {
+    LeftAlone& left = result_.leftAlone;
+    uint32_t lift = 0;
+    const auto liftFor = [&](const Place& place) {
+      if (!place.hasRoom) lift = std::max(lift, missingLayers(place));
+    };
+    for (uint32_t i = 0; i < samples().size(); ++i) {
+      const OverhangSample& sample = samples()[i];
+      if (near_.counts(i)) continue;
+      const double area = sample.pixels * (scale_.pixelSize * scale_.pixelSize);
+      if (survey_.isSealed(sample.place.space)) {
+        left.sealedArea += area;
+      } else {
+        (missingLayers(sample.place) > 0 ? left.areaNearPlate : left.areaNearPart) += area;
+        liftFor(sample.place);
+      }
+    }
+    for (const uint32_t island : result_.islandsLeft) liftFor(survey_.islands()[island].place);
+    left.lift = lift * scale_.layerHeight;
+  }
+
   const Survey& survey_;
   const FinishSettings settings_;
   const Scale scale_;
@@ -354,13 +337,11 @@ class Finisher {
   Bodies bodies_;
   const PointGrid samples_;
   PointGrid kept_;
-  Coverage own_;
   Coverage near_;
   Coverage far_;
-  std::vector<uint8_t> isKept_;
+  Coverage own_;
+  std::vector<uint8_t> isOpen_;  // points of the analysis that may still be taken
   std::vector<std::optional<DropReason>> dropReason_;
-  DisjointSets sets_;
-  std::vector<Floating> floating_;  // by root
   Finished result_;
 };
 
@@ -370,11 +351,11 @@ FinishSettings FinishSettings::forSupportArea(double area) {
   FinishSettings settings;
   const double side = std::sqrt(area);
   settings.spacing = 0.4 * side;
-  settings.ownReach = 0.7 * side;
-  settings.leastOwnArea = 0.1 * area;
   settings.reach = 0.775 * side;
   settings.farReach = 1.29 * side;
-  settings.leastGap = area / 300;
+  settings.ownReach = std::sqrt(area / std::numbers::pi);
+  settings.leastOwnArea = area / 2;
+  settings.leastGap = area / 120;
   return settings;
 }
 
@@ -382,6 +363,12 @@ std::vector<Site> Finished::sites() const {
   std::vector<Site> sites;
   for (const FinishedPoint& point : points) sites.push_back(point.site);
   return sites;
+}
+
+std::size_t Finished::dropCount(DropReason reason) const {
+  return static_cast<std::size_t>(
+      std::count_if(dropped.begin(), dropped.end(),
+                    [&](const DroppedPoint& point) { return point.reason == reason; }));
 }
 
 Finished finish(const Survey& survey, const FinishSettings& settings) {

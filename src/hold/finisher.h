@@ -10,12 +10,14 @@ namespace stiltforge::hold {
 
 struct FinishSettings {
   double spacing = 0;       ///< mm between points of one body, at least
-  double ownReach = 0;      ///< mm around a point of the analysis whose overhang is its own
-  double leastOwnArea = 0;  ///< mm2 of overhang that a point of the analysis must hold alone
   double reach = 0;         ///< mm around a point within which it holds overhang
-  double farReach = 0;      ///< mm beyond which overhang of any size gets a point
-  double share = 0.99;      ///< of the overhang that is to lie within reach, 0 to 1
-  double leastGap = 0;      ///< mm2 of overhang for which a point is added
+  double farReach = 0;      ///< mm beyond which overhang gets a point wherever it is
+  double ownReach = 0;      ///< mm around a point of the analysis whose overhang is its own
+  double leastOwnArea = 0;  ///< mm2 that such a point must hold alone to stay in any case
+  double leastGap = 0;      ///< mm2 of overhang beyond farReach for which a point is added
+  double share = 0.985;     ///< of the overhang that is to lie within reach, 0 to 1
+  /// An added point must gain so many times more than a point of the analysis, 1 or more.
+  double preference = 1.5;
   /// mm that an island may grow before something takes it, and within which regions must stay
   /// separate so that each may have a point of its own.
   double islandHeight = 0.2;
@@ -28,7 +30,7 @@ struct FinishSettings {
 enum class Reason : uint8_t {
   analysed,          ///< the analysis placed it
   merged,            ///< the same, and it stands for others, too
-  addedForIsland,    ///< nothing of the analysis held an island
+  addedForIsland,    ///< nothing of the analysis could hold an island
   addedForOverhang,  ///< it closes a gap between the points
 };
 
@@ -56,13 +58,23 @@ struct DroppedPoint {
   uint32_t into = FinishedPoint::none;  ///< merged: the number of the finished point
 };
 
+/// Steep overhang that is left alone since no support can hold it.
+struct LeftAlone {
+  double areaNearPlate = 0;  ///< mm2 too close to the plate for a support
+  double areaNearPart = 0;   ///< mm2 too close to the part below
+  double sealedArea = 0;     ///< mm2 in sealed voids, whose supports could not be taken out
+  double lift = 0;           ///< mm to lift the part so that supports fit below all near the plate
+};
+
 struct Finished {
   std::vector<FinishedPoint> points;  ///< bottom first, within a layer by row, then column
   std::vector<DroppedPoint> dropped;  ///< by number
   /// Islands that get no point, because no support fits or none could be taken out; by number.
   std::vector<uint32_t> islandsLeft;
+  LeftAlone leftAlone;
 
   std::vector<Site> sites() const;
+  std::size_t dropCount(DropReason reason) const;
 };
 
 /// Makes of the points of the analysis what an experienced person would leave: none where no
@@ -72,14 +84,15 @@ struct Finished {
 /// 1. What has no room, lies in a sealed void or holds nothing is dropped.
 /// 2. Bottom up, each island that nothing has taken when it has grown by islandHeight gets a point:
 ///    of the analysis, if one stands on what it has grown together with by then, else an added one.
-/// 3. The other points of the analysis are kept in the order of the overhang that they hold alone,
-///    within ownReach, while that is leastOwnArea or more, and none closer than spacing to another
-///    of the same body.
-/// 4. Where overhang is left further than farReach from all, and then until `share` of it lies
-///    within reach, points are added where they gain most.
+/// 3. Until `share` of the overhang lies within reach of a point, the one that brings most of it
+///    there is taken: points of the analysis before others, by `preference`.
+/// 4. Where leastGap is left further than farReach from all points, one is added.
+/// 5. A point of the analysis that still holds leastOwnArea alone, within ownReach, stays, too: a
+///    flat underside is heavier than its extent tells.
 ///
-/// A point holds overhang of its own body only: what is joined to it by material between the two
-/// and islandHeight above. Throws std::invalid_argument when a setting is negative or no number.
+/// In steps 3 to 5 no point comes closer than spacing to another of its body. A point holds
+/// overhang of its own body only: what is joined to it by material between the two and islandHeight
+/// above. Throws std::invalid_argument when a setting is negative or no number.
 Finished finish(const Survey& survey, const FinishSettings& settings);
 
 }  // namespace stiltforge::hold

@@ -24,9 +24,11 @@ struct Island {
   uint32_t pixels = 0;
 };
 
-/// Steep overhang in one cell of a grid, where a support fits.
+/// Steep overhang in one cell of a grid.
 struct OverhangSample {
-  Place place;  ///< the pixel that hangs furthest out, of equal ones that deepest inside
+  /// The pixel that hangs furthest out, of equal ones that deepest inside; one with room if any
+  /// has.
+  Place place;
   uint32_t pixels = 0;
 };
 

@@ -21,13 +21,19 @@ uint32_t layersOf(double height, double layerHeight) {
   return static_cast<uint32_t>(std::ceil(height / layerHeight - roundingSlack));
 }
 
+// Steps lower than that follow the rounding to pixels more than the surface.
+constexpr double pixelsPerStep = 4;
+// Of what just carries itself, beyond which a surface is sampled.
+constexpr double steepnessMargin = 1.1;
+
 uint32_t sampledLayers(const SurveySettings& settings) {
-  return static_cast<uint32_t>(
-      std::max(1L, std::lround(settings.sampleHeight / settings.layerHeight)));
+  const double height = std::max(settings.sampleHeight, pixelsPerStep * settings.pixelSize);
+  return static_cast<uint32_t>(std::clamp(std::round(height / settings.layerHeight), 1.0, 65535.0));
 }
 
 double sampledReach(const SurveySettings& settings) {
-  return settings.steepness * sampledLayers(settings) * settings.layerHeight / settings.pixelSize;
+  return steepnessMargin * settings.steepness * sampledLayers(settings) * settings.layerHeight /
+         settings.pixelSize;
 }
 
 SurveySettings checked(const SurveySettings& settings) {
@@ -204,11 +210,17 @@ void Survey::addSamples(const Slice& slice) {
     roomy.clear();
     for (const Run& run : steep.row(y)) room_.findRoom(run, y, roomy);
     roomy.endRow();
-    for (const Run& run : roomy.row(0)) sample(run, y);
+    for (const Run& run : roomy.row(0)) sample(run, y, true);
+    std::span<const Run> room = roomy.row(0);
+    for (const Run& run : steep.row(y)) {
+      forEachUncovered(run, room, [&](int32_t begin, int32_t end) {
+        sample({static_cast<uint16_t>(begin), static_cast<uint16_t>(end)}, y, false);
+      });
+    }
   }
 }
 
-void Survey::sample(Run run, int y) {
+void Survey::sample(Run run, int y, bool hasRoom) {
   const double scale = settings_.pixelSize / settings_.sampleSize;
   Cell cell;
   cell.y = static_cast<int32_t>(y * scale);
@@ -222,11 +234,13 @@ void Survey::sample(Run run, int y) {
     }
     OverhangSample& sample = samples_[known->second];
     uint16_t& need = sampleNeed_[known->second];
-    if (sample.pixels++ > 0 && need_[static_cast<std::size_t>(x)] >= need) continue;
+    const bool isBetter =
+        hasRoom != sample.place.hasRoom ? hasRoom : need_[static_cast<std::size_t>(x)] < need;
+    if (sample.pixels++ > 0 && !isBetter) continue;
     need = need_[static_cast<std::size_t>(x)];
     sample.place = placeAt(x, y);
     sample.place.track = cell.track;
-    sample.place.hasRoom = true;
+    sample.place.hasRoom = hasRoom;
   }
 }
 

@@ -21,11 +21,12 @@ struct SurveySettings {
   double layerHeight = 0;      ///< mm
   double minimumHeight = 0.2;  ///< mm from the plate or the part to a place where a support fits
   double tipRadius = 0.2;      ///< mm around a point within which it must find an overhang
-  /// mm that a surface grows outwards for each mm upwards from which on it is sampled: a little
-  /// more than what just carries itself, 1 / tan(critical angle).
-  double steepness = 1.1;
-  double sampleHeight = 0.2;  ///< mm, height of the steps in which that is measured
-  double sampleSize = 0.5;    ///< mm, side of the cells of samples
+  /// mm that a surface grows outwards for each mm upwards that just carries itself: 1 /
+  /// tan(critical angle). What grows a tenth faster is sampled.
+  double steepness = 1;
+  /// mm, height of the steps in which that is measured; they are never lower than four pixels.
+  double sampleHeight = 0.2;
+  double sampleSize = 0.5;  ///< mm, side of the cells of samples
 };
 
 /// Overhanging pixels of one layer side by side: columns [begin, end) of row y.
@@ -62,12 +63,14 @@ class Survey {
   uint32_t layerCount() const { return static_cast<uint32_t>(firstRun_.size()) - 1; }
   uint16_t width() const { return width_; }
   uint16_t height() const { return height_; }
+  /// Layers of empty space that a support needs below its point.
+  uint32_t roomLayers() const { return room_.layers(); }
 
   const std::vector<Island>& islands() const { return islands_; }
   std::span<const OverhangRun> overhang(uint32_t layer) const {
     return {overhang_.data() + firstRun_[layer], firstRun_[layer + 1] - firstRun_[layer]};
   }
-  /// Steep overhang with room for a support, measured so that it hardly depends on layers and
+  /// Steep overhang, measured so that it hardly depends on layers and
   /// pixels.
   const std::vector<OverhangSample>& samples() const { return samples_; }
   const RegionTracks& tracks() const { return tracks_; }
@@ -91,7 +94,7 @@ class Survey {
   void addIslands();
   void addOverhang(const Slice& slice);
   void addSamples(const Slice& slice);
-  void sample(Run run, int y);
+  void sample(Run run, int y, bool hasRoom);
   Site::Touches touchedAt(const Slice& slice, int x, int y) const;
 
   SurveySettings settings_;

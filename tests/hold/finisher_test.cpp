@@ -17,7 +17,7 @@ FinishSettings unitFinish() {
   FinishSettings settings;
   settings.spacing = 3;
   settings.ownReach = 5;
-  settings.leastOwnArea = 2;
+  settings.leastOwnArea = 20;
   settings.reach = 6;
   settings.farReach = 10;
   settings.leastGap = 1;
@@ -27,7 +27,7 @@ FinishSettings unitFinish() {
 
 SurveySettings finishedSurvey() {
   SurveySettings settings = unitSettings();
-  settings.sampleHeight = 1;
+  settings.steepness = 0.25;  // over steps of four layers: one pixel carries itself
   settings.sampleSize = 1;
   return settings;
 }
