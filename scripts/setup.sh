@@ -6,16 +6,17 @@ cd "$(dirname "$0")/.."
 
 purpose=${1:-build}
 packages="g++ cmake ninja-build libboost-dev"
-packages="$packages libexpat1-dev libfast-float-dev libminizip-dev zlib1g-dev"
+packages="$packages libdeflate-dev libexpat1-dev libfast-float-dev libminizip-dev zlib1g-dev"
+packages="$packages nlohmann-json3-dev"
 case $purpose in
   build) ;;
   test)
-    packages="$packages libgtest-dev libgmock-dev libbenchmark-dev nlohmann-json3-dev"
+    packages="$packages libgtest-dev libgmock-dev libbenchmark-dev libpng-dev"
     packages="$packages clang-format clang-tidy pkgconf make python3"
     ;;
-  bench) packages="$packages libbenchmark-dev libopencv-dev" ;;
+  bench) packages="$packages libbenchmark-dev libopencv-dev libpng-dev" ;;
   sanitize | fuzz)
-    packages="$packages clang libclang-rt-dev libgtest-dev libgmock-dev nlohmann-json3-dev"
+    packages="$packages clang libclang-rt-dev libgtest-dev libgmock-dev libpng-dev"
     ;;
   digest)
     packages="$packages clang libc++-dev libc++abi-dev g++-aarch64-linux-gnu qemu-user"

@@ -3,8 +3,8 @@
 #include <string>
 #include <utility>
 
+#include "analysis/mask_runs.h"
 #include "runtime/worker_pool.h"
-#include "slicing/mask_runs.h"
 #include "slicing/overhang_channels.h"
 #include "slicing/screen_placement.h"
 #include "slicing/slicing_error.h"

@@ -5,6 +5,7 @@
 #include <string_view>
 #include <vector>
 
+#include "files/zip_writer.h"
 #include "mesh/mesh.h"
 
 namespace stiltforge::mesh {
@@ -36,21 +37,9 @@ std::string modelXml(const std::string& resources, const std::string& build,
 /// An object with id 1 and the mesh.
 std::string objectXml(const std::string& content, const std::string& attributes = "id=\"1\"");
 
-struct ZipEntry {
-  ZipEntry(std::string entryName, std::string entryContent)
-      : name(std::move(entryName)), content(std::move(entryContent)) {}
+using files::zipArchive;
+using files::ZipEntry;
 
-  std::string name;
-  std::string content;
-  bool isDeflated = true;
-  // What its headers say instead of the truth, where they are set.
-  std::uint16_t flags = 0;
-  int method = -1;
-  std::int64_t unpackedSize = -1;
-  std::int64_t checksum = -1;
-};
-
-std::string zipArchive(const std::vector<ZipEntry>& entries);
 /// An archive with this model as its root.
 std::string packed(const std::string& model);
 /// The list that names the root model.

@@ -5,8 +5,8 @@
 #include <new>
 #include <random>
 
+#include "analysis/mask_runs.h"
 #include "core/failing_allocation.h"
-#include "slicing/mask_runs.h"
 #include "slicing/shapes.h"
 #include "slicing/slicer.h"
 #include "slicing/slicing_error.h"
