@@ -5,6 +5,7 @@
 #include <new>
 #include <string>
 
+#include "binding/layer_runs_job.h"
 #include "binding/options.h"
 #include "binding/rejection.h"
 #include "binding/slice_job.h"
@@ -58,10 +59,25 @@ slicing::SlicerSettings readSettings(const Options& options) {
   return settings;
 }
 
+uint32_t layerIndex(const Napi::Value& value, uint32_t layerCount) {
+  const Napi::Env env = value.Env();
+  if (!value.IsNumber()) throw Napi::TypeError::New(env, "The layer's index must be a number.");
+  const double index = value.As<Napi::Number>().DoubleValue();
+  const double last = layerCount - 1.0;
+  if (index >= 0 && index <= last && index == std::floor(index)) {
+    return static_cast<uint32_t>(index);
+  }
+  throw Napi::RangeError::New(env, "There is no layer " + slicing::numberText(index) +
+                                       ": layers are numbered 0 to " + slicing::numberText(last) +
+                                       ".");
+}
+
 }  // namespace
 
 Napi::Function SlicerObject::define(Napi::Env env) {
-  return DefineClass(env, "Slicer", {InstanceMethod("slice", &SlicerObject::slice)});
+  return DefineClass(
+      env, "Slicer",
+      {InstanceMethod("slice", &SlicerObject::slice), InstanceMethod("runs", &SlicerObject::runs)});
 }
 
 SlicerObject::SlicerObject(const Napi::CallbackInfo& info) : Napi::ObjectWrap<SlicerObject>(info) {
@@ -115,23 +131,35 @@ int64_t SlicerObject::meshBytes() const {
 Napi::Value SlicerObject::slice(const Napi::CallbackInfo& info) {
   const Napi::Env env = info.Env();
   return rejectOnError(env, [&] {
-    const double last = shared_->slicer.layerCount() - 1.0;
-    if (!info[0].IsNumber()) {
-      throw Napi::TypeError::New(env, "The layer's index must be a number.");
-    }
-    const double index = info[0].As<Napi::Number>().DoubleValue();
-    if (!(index >= 0 && index <= last) || index != std::floor(index)) {
-      throw Napi::RangeError::New(env, "There is no layer " + slicing::numberText(index) +
-                                           ": layers are numbered 0 to " +
-                                           slicing::numberText(last) + ".");
-    }
+    const uint32_t index = layerIndex(info[0], shared_->slicer.layerCount());
     const slicing::ScreenPlacement& placement = shared_->slicer.placement();
-    const auto fill = [shared = shared_, layer = static_cast<uint32_t>(index)](uint8_t* rgba) {
+    const auto fill = [shared = shared_, index](uint8_t* rgba) {
       const std::lock_guard<std::mutex> lock(shared->mutex);
-      return shared->slicer.slice(layer, rgba);
+      return shared->slicer.slice(index, rgba);
     };
     return Job::add(
         std::make_unique<SliceJob>(env, placement.width, placement.height, info[1], fill), queue_,
+        info.This().As<Napi::Object>());
+  });
+}
+
+Napi::Value SlicerObject::runs(const Napi::CallbackInfo& info) {
+  const Napi::Env env = info.Env();
+  return rejectOnError(env, [&] {
+    const uint32_t layers = shared_->slicer.layerCount();
+    const uint32_t first = layerIndex(info[0], layers);
+    double count = 1;
+    if (!info[1].IsUndefined()) {
+      count = info[1].IsNumber() ? info[1].As<Napi::Number>().DoubleValue() : NAN;
+    }
+    if (!(count >= 1 && count <= layers - first && count == std::floor(count))) {
+      throw Napi::RangeError::New(env, "The number of layers must be a whole number from 1 to " +
+                                           slicing::numberText(layers - first) +
+                                           ", those from layer " + slicing::numberText(first) +
+                                           " on.");
+    }
+    return Job::add(
+        std::make_unique<LayerRunsJob>(env, shared_, first, static_cast<uint32_t>(count)), queue_,
         info.This().As<Napi::Object>());
   });
 }

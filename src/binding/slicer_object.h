@@ -28,6 +28,8 @@ class SlicerObject : public Napi::ObjectWrap<SlicerObject> {
  private:
   // (index, recycled?) => Promise<Slice>
   Napi::Value slice(const Napi::CallbackInfo& info);
+  // (first, count?) => Promise<LabelledRuns[]>
+  Napi::Value runs(const Napi::CallbackInfo& info);
   int64_t meshBytes() const;
 
   std::shared_ptr<SharedSlicer> shared_;

@@ -1,6 +1,7 @@
 // From a mesh, or from masks, to slices: what a host needs before the analysis and does not have.
 
 import { binding } from './binding.js';
+import type { Overhang, RunArrays } from './slice_runs.js';
 import type { AbortSignalLike } from './waiting.js';
 
 export {
@@ -103,6 +104,13 @@ export interface Slice {
   z: number;
 }
 
+/** A slice as runs, and the region that each belongs to. */
+export interface LabelledRuns extends RunArrays {
+  /** Number of each run's region, from 1, in reading order of the regions' first pixels. */
+  readonly region: Uint32Array;
+  readonly overhang: Overhang;
+}
+
 /** Cuts a triangle mesh into slices, off the main thread. */
 export interface Slicer {
   /** 1 to 65535. */
@@ -130,6 +138,11 @@ export interface Slicer {
    * with a DataCloneError when it can't be transferred, with an Error when there is not enough memory.
    */
   slice(index: number, recycled?: ArrayBuffer): Promise<Slice>;
+  /**
+   * The `count` layers from `first` on, one unless set, as runs of the same pixels; several at once are
+   * sliced side by side. Rejects as slice() does.
+   */
+  runs(first: number, count?: number): Promise<LabelledRuns[]>;
 }
 
 export interface MaskSlicerOptions extends ChannelOptions {
