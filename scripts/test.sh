@@ -8,6 +8,7 @@ build() {
   cmake --preset release -DSTILTFORGE_TESTS=ON >/dev/null
   cmake --build build
   npx tsc -b
+  npm run --silent build -w stiltforge-viewer
 }
 
 stage 'Set-up' sh scripts/setup.sh test

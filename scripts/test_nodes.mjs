@@ -7,7 +7,7 @@ import { fileURLToPath } from 'node:url';
 import { parseArgs } from 'node:util';
 
 const root = fileURLToPath(new URL('..', import.meta.url));
-const packages = ['packages/stiltforge', 'packages/cli'];
+const packages = ['packages/stiltforge', 'packages/viewer', 'packages/cli'];
 const newest = 'latest';
 
 const { values, positionals } = parseArgs({

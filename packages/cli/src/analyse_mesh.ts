@@ -17,6 +17,7 @@ import {
   supportsJson,
 } from './output/documents.js';
 import { OutputFolder } from './output/output_folder.js';
+import { reportName } from './output/report_name.js';
 import { pictureNames } from './picture_names.js';
 import type { Progress } from './progress.js';
 import { regionPictures } from './region_pictures.js';
@@ -51,6 +52,8 @@ export interface Job {
   /** Overwrite files that stand in the way and were not written by an earlier run. */
   force?: boolean;
   pictures: boolean;
+  /** A page with the part, its slices and its points; none unless set. */
+  report?: boolean;
   inspect: readonly RegionToInspect[];
   /** Bytes that the run may take; what the machine has unless set. */
   memory?: number;
@@ -108,11 +111,12 @@ function makeSlicer({ name, mesh, print, support }: Job): Slicer {
   }
 }
 
-function expectedFiles({ pictures, inspect }: Job): string[] {
+function expectedFiles({ pictures, report, inspect }: Job): string[] {
   return [
     'supports.json',
     'points.csv',
     ...(pictures ? pictureNames : []),
+    ...(report ? [reportName] : []),
     ...inspect.map((region) => `${inspectName(region)}.png`),
   ];
 }
@@ -194,6 +198,13 @@ async function writeOutputs(
     };
     await folder.write('supports.json', supportsJson(document));
     await folder.write('points.csv', pointsCsv(supports));
+    if (job.report) {
+      const { reportPage } = await import('./output/report.js');
+      await folder.write(
+        reportName,
+        await reportPage({ document, mesh: job.mesh, slicer }, signal),
+      );
+    }
     if (pictures !== undefined) {
       progress.pictures(0);
       const { drawPictures } = await pictures;

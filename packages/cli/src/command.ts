@@ -25,6 +25,7 @@ interface Options {
   supportArea: number;
   memory?: number;
   pictures: boolean;
+  report?: boolean;
   inspect: RegionToInspect[];
   quiet?: boolean;
 }
@@ -107,6 +108,7 @@ function buildCommand(run: (meshFile: string, options: Options) => Promise<void>
     .option('-o, --out <folder>', 'where they go (default: "<mesh>-supports")', folderName)
     .option('--force', 'overwrite files there that no earlier run wrote')
     .option('--no-pictures', 'write the points only')
+    .option('--report', 'also write report.html, a page to look at it all, layer by layer')
     .addOption(
       new Option(
         '--inspect <layer:region>',
@@ -176,6 +178,7 @@ async function analyse(meshFile: string, options: Options): Promise<void> {
         folder: options.out ?? `${basename(meshFile, extname(meshFile))}-supports`,
         force: options.force,
         pictures: options.pictures,
+        report: options.report,
         inspect: options.inspect,
         memory: options.memory === undefined ? undefined : 1e9 * options.memory,
       },

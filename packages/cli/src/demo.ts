@@ -27,6 +27,7 @@ const summary = await untilInterrupted(async (signal) =>
       folder: 'out/demo',
       force: true,
       pictures: true,
+      report: true,
       inspect: [],
     },
     {

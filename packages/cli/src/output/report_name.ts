@@ -1,0 +1,2 @@
+/** The page that --report writes. */
+export const reportName = 'report.html';

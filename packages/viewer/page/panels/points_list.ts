@@ -1,0 +1,90 @@
+import { button, element } from '../dom.js';
+import type { ViewedPart } from '../part.js';
+import type { ViewModel } from '../view_state.js';
+import { counted, millimetres } from '../words.js';
+import { markIcon } from './mark_icon.js';
+import { whyOf } from './why.js';
+
+/** Rows that are made at once; more come when asked for. */
+const rowsAtOnce = 400;
+
+/** All points, bottom first, and why each is there; a press goes to the point. */
+export function pointsList(
+  part: ViewedPart,
+  model: ViewModel,
+  goTo: (point: number) => void,
+): HTMLElement {
+  const list = element('ul', { class: 'entries points' });
+  const more = element('div', { class: 'more' });
+  const count = element('p', { class: 'caption' });
+  const filter = element('select', { attributes: { 'aria-label': 'Which points' } });
+  for (const [value, text] of [
+    ['all', 'All points'],
+    ['island', 'Under islands'],
+    ['overhang', 'Under overhangs'],
+  ]) {
+    filter.append(element('option', { text, attributes: { value } }));
+  }
+  const order = part.points
+    .map((_, index) => index)
+    .sort((a, b) => part.points[a].layer - part.points[b].layer || a - b);
+  const rows = new Map<number, HTMLElement>();
+  let wanted: number[] = [];
+
+  const rowOf = (index: number): HTMLElement => {
+    const point = part.points[index];
+    const { title, detail } = whyOf(part, point);
+    const row = element(
+      'button',
+      { class: 'entry', attributes: { type: 'button' }, on: { click: () => goTo(index) } },
+      markIcon(point.kind),
+      element(
+        'span',
+        { class: 'text' },
+        element('strong', { text: title }),
+        element('span', { text: detail }),
+        element('span', {
+          class: 'figures',
+          text: `x ${point.x.toFixed(2)}   y ${point.y.toFixed(2)}   z ${millimetres(point.z)}`,
+        }),
+      ),
+      element('span', { class: 'where', text: `layer ${point.layer}` }),
+    );
+    rows.set(index, row);
+    if (model.state.point === index) row.setAttribute('aria-current', 'true');
+    return row;
+  };
+  const showMore = (): void => {
+    const from = list.childElementCount;
+    const next = wanted.slice(from, from + rowsAtOnce);
+    list.append(...next.map((index) => element('li', {}, rowOf(index))));
+    const rest = wanted.length - list.childElementCount;
+    more.replaceChildren(
+      ...(rest === 0
+        ? []
+        : [button(`Show more of ${counted(rest, 'point')}`, 'Show more', showMore)]),
+    );
+  };
+  const refill = (): void => {
+    wanted = order.filter(
+      (index) => filter.value === 'all' || part.points[index].kind === filter.value,
+    );
+    count.textContent = counted(wanted.length, 'point');
+    rows.clear();
+    list.replaceChildren();
+    showMore();
+  };
+  filter.addEventListener('change', refill);
+  refill();
+
+  model.listen(({ point }, before) => {
+    if (point === before.point) return;
+    for (const row of rows.values()) row.removeAttribute('aria-current');
+    if (point === null) return;
+    while (!rows.has(point) && list.childElementCount < wanted.length) showMore();
+    const row = rows.get(point);
+    row?.setAttribute('aria-current', 'true');
+    row?.scrollIntoView({ block: 'nearest' });
+  });
+  return element('div', {}, element('div', { class: 'filter' }, filter, count), list, more);
+}

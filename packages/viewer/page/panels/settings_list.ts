@@ -1,0 +1,88 @@
+import { element } from '../dom.js';
+import type { ViewedPart } from '../part.js';
+import { countText, millimetres } from '../words.js';
+
+type Row = [name: string, value: string];
+
+/** What the part was analysed with, and what this page leaves out. */
+export function settingsList(part: ViewedPart): HTMLElement {
+  const { document } = part;
+  const { print, settings = {}, parameters = {}, generator } = document.part;
+  const { crop } = print;
+  const printRows: Row[] = [
+    ['Layer height', millimetres(print.layerHeight, 3)],
+    ['Pixel size', millimetres(print.pixelSize, 3)],
+    ['Screen', `${countText(print.screenWidth)} × ${countText(print.screenHeight)} pixels`],
+    ['Layers', countText(print.layers)],
+    [
+      'Analysed part of it',
+      `${crop.width} × ${crop.height} from column ${crop.column}, row ${crop.row}`,
+    ],
+  ];
+  return element(
+    'div',
+    { class: 'settings' },
+    group('Print', printRows),
+    group('Supports', Object.entries(settings).map(settingRow)),
+    group('This report', [['Made by', generator], ...leftOut(part)]),
+    element(
+      'details',
+      {},
+      element('summary', { text: 'Parameters of the analysis' }),
+      table(
+        Object.entries(parameters).map(([name, value]): Row => [name, valueText(value)]),
+        'parameters',
+      ),
+    ),
+  );
+}
+
+const known: Record<string, [name: string, unit: string]> = {
+  criticalAngle: ['Critical angle', '°'],
+  inset: ['Inset from the contour', ' mm'],
+  supportArea: ['Area that a support holds', ' mm²'],
+};
+
+function settingRow([key, value]: [string, unknown]): Row {
+  const [name, unit] = known[key] ?? [key, ''];
+  return [name, `${valueText(value)}${unit}`];
+}
+
+function valueText(value: unknown): string {
+  return typeof value === 'number' ? String(Number(value.toPrecision(6))) : String(value);
+}
+
+/** A word about what is not shown as it is. */
+function leftOut(part: ViewedPart): Row[] {
+  const { mesh, slices } = part.document;
+  const rows: Row[] = [];
+  const shown = `${countText(mesh.triangles)} triangles`;
+  rows.push([
+    'Mesh shown',
+    mesh.triangles === mesh.sourceTriangles
+      ? shown
+      : `${shown} of ${countText(mesh.sourceTriangles)}, within ${mesh.tolerance.toPrecision(1)} mm; the analysis saw all`,
+  ]);
+  const kept = slices.layers.length;
+  rows.push([
+    'Slices shown',
+    kept === part.layerCount
+      ? 'all'
+      : `${countText(kept)} of ${countText(part.layerCount)}: all with points or islands, and some between, to keep the file small`,
+  ]);
+  return rows;
+}
+
+function group(title: string, rows: readonly Row[]): HTMLElement {
+  return element('section', {}, element('h3', { text: title }), table(rows));
+}
+
+function table(rows: readonly Row[], className = ''): HTMLElement {
+  return element(
+    'dl',
+    { class: className },
+    ...rows.map(([name, value]) =>
+      element('div', {}, element('dt', { text: name }), element('dd', { text: value })),
+    ),
+  );
+}

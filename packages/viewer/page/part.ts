@@ -1,0 +1,119 @@
+import { inflated } from '../src/compression.js';
+import type { PackedPart, PointRecord, ViewerDocument } from '../src/document.js';
+import { decodeMesh, type GridMesh } from '../src/mesh_codec.js';
+import { decodeSlice, type ViewerSlice } from '../src/slice_codec.js';
+
+/** Slices that stay decoded: those around the slider are asked for again and again. */
+const mostDecoded = 48;
+
+/** A part as the viewer asks for it; where its bytes come from is not the viewer's concern. */
+export class ViewedPart {
+  readonly document: ViewerDocument;
+  /** Indices of the points of each layer. */
+  readonly pointsOfLayer: readonly (readonly number[])[];
+  /** Regions of each layer that rest on nothing. */
+  readonly islandsOfLayer: readonly ReadonlySet<number>[];
+  /** Corners of the model's box, mm. */
+  readonly min: readonly number[];
+  readonly max: readonly number[];
+  private readonly binary: Uint8Array;
+  /** Place of each kept layer in the index. */
+  private readonly kept: readonly number[];
+  private readonly offsets: readonly number[];
+  private readonly decoded = new Map<number, Promise<ViewerSlice>>();
+
+  constructor({ document, binary }: PackedPart) {
+    this.document = document;
+    this.binary = binary;
+    const { part, islands, slices } = document;
+    this.min = part.model.min;
+    this.max = part.model.max;
+    const layers = { length: part.print.layers };
+    const points: number[][] = Array.from(layers, () => []);
+    for (const [index, { layer }] of part.supports.entries()) points[layer]?.push(index);
+    this.pointsOfLayer = points;
+    const regions: Set<number>[] = Array.from(layers, () => new Set());
+    for (const { layer, region } of islands) regions[layer].add(region);
+    this.islandsOfLayer = regions;
+    this.kept = slices.layers;
+    let offset = slices.offset;
+    this.offsets = slices.lengths.map((length) => {
+      offset += length;
+      return offset - length;
+    });
+  }
+
+  get points(): readonly PointRecord[] {
+    return this.document.part.supports;
+  }
+
+  get layerCount(): number {
+    return this.document.part.print.layers;
+  }
+
+  /** mm above the plate: the lower and the upper face of a layer. */
+  bottomOf(layer: number): number {
+    return layer * this.document.part.print.layerHeight;
+  }
+
+  topOf(layer: number): number {
+    return (layer + 1) * this.document.part.print.layerHeight;
+  }
+
+  /** mm of the middle of a column or row of the screen, in the coordinates of the model. */
+  xOf(column: number): number {
+    const { screenWidth, pixelSize } = this.document.part.print;
+    return (this.min[0] + this.max[0]) / 2 + (column + 0.5 - screenWidth / 2) * pixelSize;
+  }
+
+  yOf(row: number): number {
+    const { screenHeight, pixelSize } = this.document.part.print;
+    return (this.min[1] + this.max[1]) / 2 - (row + 0.5 - screenHeight / 2) * pixelSize;
+  }
+
+  /** The nearest layer at or below this one whose slice is kept. */
+  keptLayer(layer: number): number {
+    return this.kept[this.keptPlace(layer)];
+  }
+
+  /** The slice of keptLayer(layer). Rejects when its bytes are damaged. */
+  slice(layer: number): Promise<ViewerSlice> {
+    const place = this.keptPlace(layer);
+    const known = this.decoded.get(place);
+    // The last one used is the last to go.
+    this.decoded.delete(place);
+    const slice = known ?? this.decode(place);
+    this.decoded.set(place, slice);
+    for (const oldest of this.decoded.keys()) {
+      if (this.decoded.size <= mostDecoded) break;
+      this.decoded.delete(oldest);
+    }
+    return slice;
+  }
+
+  async mesh(): Promise<GridMesh> {
+    const { offset, length, vertices, triangles } = this.document.mesh;
+    return decodeMesh(
+      await inflated(this.binary.slice(offset, offset + length)),
+      vertices,
+      triangles,
+    );
+  }
+
+  private keptPlace(layer: number): number {
+    let low = 0;
+    let high = this.kept.length - 1;
+    while (low < high) {
+      const middle = (low + high + 1) >> 1;
+      if (this.kept[middle] <= layer) low = middle;
+      else high = middle - 1;
+    }
+    return low;
+  }
+
+  private async decode(place: number): Promise<ViewerSlice> {
+    const offset = this.offsets[place];
+    const code = this.binary.slice(offset, offset + this.document.slices.lengths[place]);
+    return decodeSlice(await inflated(code), this.document.part.print.crop.height);
+  }
+}

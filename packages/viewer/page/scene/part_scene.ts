@@ -1,0 +1,156 @@
+import {
+  BufferAttribute,
+  BufferGeometry,
+  CircleGeometry,
+  Color,
+  DirectionalLight,
+  DoubleSide,
+  FrontSide,
+  Group,
+  HemisphereLight,
+  LineBasicMaterial,
+  LineSegments,
+  Mesh,
+  MeshBasicMaterial,
+  MeshLambertMaterial,
+  Plane,
+  Scene,
+  Vector3,
+} from 'three';
+import type { GridMesh } from '../../src/mesh_codec.js';
+import type { Palette } from '../palette.js';
+import type { ViewedPart } from '../part.js';
+import { CutFace } from './cut_face.js';
+import { PointMarks } from './point_marks.js';
+import { shadedSurface } from './surface.js';
+
+const gridSteps = 65_535;
+
+/** How dense what lies above the cut is. */
+const ghost = 0.13;
+
+/**
+ * The part on its plate in three dimensions, in mm, its box centred on x = y = 0 with z = 0 on the plate.
+ */
+export class PartScene {
+  readonly scene = new Scene();
+  readonly size: Vector3;
+  readonly marks: PointMarks;
+  readonly cutFace: CutFace;
+  private readonly below = new Plane(new Vector3(0, 0, -1), 0);
+  private readonly above = new Plane(new Vector3(0, 0, 1), 0);
+  private readonly solid = new MeshLambertMaterial({ side: DoubleSide, vertexColors: true });
+  private readonly hint = new MeshLambertMaterial({
+    transparent: true,
+    opacity: ghost,
+    depthWrite: false,
+    side: FrontSide,
+  });
+  private readonly hintMesh = new Mesh(new BufferGeometry(), this.hint);
+  private readonly plateFace = new MeshBasicMaterial({ side: FrontSide });
+  private readonly plateLines = new LineBasicMaterial();
+  private readonly light = new DirectionalLight(0xffffff, 1.9);
+  private readonly sky = new HemisphereLight(0xffffff, 0x8a94a0, 1.5);
+  private tints: Float32Array = new Float32Array();
+  private colours: BufferAttribute | null = null;
+  private palette: Palette | null = null;
+  private isTinted = true;
+
+  constructor(private readonly part: ViewedPart) {
+    const { min, max } = part;
+    this.size = new Vector3(max[0] - min[0], max[1] - min[1], max[2] - min[2]);
+    this.marks = new PointMarks(part, this.size.length());
+    this.cutFace = new CutFace(part);
+    this.scene.add(this.light, this.light.target, this.sky, this.plate());
+    this.scene.add(this.marks.group, this.cutFace.mesh);
+  }
+
+  /** Takes the mesh in, which comes later than the rest. */
+  setMesh(mesh: GridMesh): void {
+    const { settings } = this.part.document.part;
+    const { criticalAngle = 45 } = (settings ?? {}) as { criticalAngle?: number };
+    const scale = this.size.toArray().map((length) => length / gridSteps);
+    const { positions, normals, tints } = shadedSurface(mesh, scale, criticalAngle);
+    for (let i = 0; i < positions.length; i += 3) {
+      positions[i] -= this.size.x / 2;
+      positions[i + 1] -= this.size.y / 2;
+    }
+    this.tints = tints;
+    this.colours = new BufferAttribute(new Float32Array(positions.length), 3);
+    const geometry = new BufferGeometry()
+      .setAttribute('position', new BufferAttribute(positions, 3))
+      .setAttribute('normal', new BufferAttribute(normals, 3))
+      .setAttribute('color', this.colours);
+    this.hintMesh.geometry = geometry;
+    this.scene.add(new Mesh(geometry, this.solid), this.hintMesh);
+    this.paint();
+  }
+
+  /** Cuts the part open above `z`, mm above the plate; null leaves it whole. */
+  cut(z: number | null): void {
+    this.solid.clippingPlanes = z === null ? [] : [this.below];
+    this.hint.clippingPlanes = [this.above];
+    this.hintMesh.visible = z !== null;
+    this.cutFace.mesh.visible = z !== null;
+    if (z === null) return;
+    this.below.constant = z;
+    this.above.constant = -z;
+    this.cutFace.mesh.position.z = z;
+  }
+
+  setPalette(palette: Palette): void {
+    this.palette = palette;
+    this.plateFace.color.set(palette.plate);
+    this.plateLines.color.set(palette.plateLines);
+    this.hint.color.set(palette.part);
+    this.marks.setPalette(palette);
+    this.paint();
+  }
+
+  setTinted(isTinted: boolean): void {
+    if (isTinted === this.isTinted) return;
+    this.isTinted = isTinted;
+    this.paint();
+  }
+
+  /** The light comes from beside who looks. */
+  lightFrom(direction: Vector3, right: Vector3, up: Vector3): void {
+    this.light.position.copy(direction).addScaledVector(right, -0.45).addScaledVector(up, 0.55);
+  }
+
+  private paint(): void {
+    if (this.palette === null || this.colours === null) return;
+    const plain = new Color(this.palette.part);
+    const tint = this.isTinted ? new Color(this.palette.tint) : plain;
+    const colours = this.colours.array;
+    for (let corner = 0; corner < this.tints.length; corner++) {
+      const { r, g, b } = this.tints[corner] > 0 ? tint : plain;
+      colours[3 * corner] = r;
+      colours[3 * corner + 1] = g;
+      colours[3 * corner + 2] = b;
+    }
+    this.colours.needsUpdate = true;
+  }
+
+  /** A disc with lines every 10 mm, to be seen from above only. */
+  private plate(): Group {
+    const radius = 0.72 * Math.hypot(this.size.x, this.size.y);
+    const disc = new Mesh(new CircleGeometry(radius, 96), this.plateFace);
+    disc.position.z = -0.002 * radius;
+    const ends: number[] = [];
+    const step = radius > 200 ? 50 : 10;
+    for (let at = -Math.floor(radius / step) * step; at <= radius; at += step) {
+      const half = Math.sqrt(Math.max(0, radius ** 2 - at ** 2));
+      ends.push(at, -half, 0, at, half, 0, -half, at, 0, half, at, 0);
+    }
+    const lines = new LineSegments(
+      new BufferGeometry().setAttribute(
+        'position',
+        new BufferAttribute(Float32Array.from(ends), 3),
+      ),
+      this.plateLines,
+    );
+    lines.position.z = -0.001 * radius;
+    return new Group().add(disc, lines);
+  }
+}

@@ -1,0 +1,123 @@
+import {
+  type BufferGeometry,
+  CylinderGeometry,
+  Group,
+  InstancedMesh,
+  Matrix4,
+  Mesh,
+  MeshBasicMaterial,
+  MeshLambertMaterial,
+  OctahedronGeometry,
+  SphereGeometry,
+  TorusGeometry,
+  Vector3,
+} from 'three';
+import type { Kind } from '../marks.js';
+import type { Palette } from '../palette.js';
+import type { ViewedPart } from '../part.js';
+
+const kinds: readonly Kind[] = ['island', 'overhang'];
+
+/** The points in the scene: rhombs under islands, balls under overhangs, and what they would stand on. */
+export class PointMarks {
+  readonly group = new Group();
+  /** Of each point, in mm of the scene. */
+  readonly places: readonly Vector3[];
+  readonly radius: number;
+  private readonly materials = {
+    island: new MeshLambertMaterial(),
+    overhang: new MeshLambertMaterial(),
+  };
+  private readonly pillarMaterial = new MeshLambertMaterial();
+  private readonly ringMaterial = new MeshBasicMaterial({ depthTest: false, transparent: true });
+  private readonly meshes: Record<Kind, InstancedMesh>;
+  private readonly indices: Record<Kind, number[]> = { island: [], overhang: [] };
+  private readonly pillars: InstancedMesh | null;
+  private readonly ring: Mesh;
+  private readonly order: number[];
+
+  constructor(
+    private readonly part: ViewedPart,
+    diagonal: number,
+  ) {
+    const { points, min, max } = part;
+    const [middleX, middleY] = [(min[0] + max[0]) / 2, (min[1] + max[1]) / 2];
+    this.places = points.map(({ x, y, z }) => new Vector3(x - middleX, y - middleY, z - min[2]));
+    this.radius = Math.max(0.007 * diagonal, 0.05);
+    // By layer, so that those up to one are the first ones.
+    this.order = points.map((_, index) => index).sort((a, b) => points[a].layer - points[b].layer);
+    for (const index of this.order) this.indices[points[index].kind]?.push(index);
+    const shapes: Record<Kind, BufferGeometry> = {
+      island: new OctahedronGeometry(1.45 * this.radius),
+      overhang: new SphereGeometry(this.radius, 20, 14),
+    };
+    const [island, overhang] = kinds.map((kind) => {
+      const list = this.indices[kind];
+      const mesh = new InstancedMesh(shapes[kind], this.materials[kind], list.length);
+      list.forEach((index, i) => {
+        const { x, y, z } = this.places[index];
+        mesh.setMatrixAt(i, new Matrix4().makeTranslation(x, y, z));
+      });
+      // Their box is that of the part.
+      mesh.frustumCulled = false;
+      this.group.add(mesh);
+      return mesh;
+    });
+    this.meshes = { island, overhang };
+    this.pillars = this.makePillars();
+    this.ring = new Mesh(
+      new TorusGeometry(2.2 * this.radius, 0.28 * this.radius, 10, 40),
+      this.ringMaterial,
+    );
+    this.ring.visible = false;
+    this.ring.renderOrder = 10;
+    this.group.add(this.ring);
+  }
+
+  setPalette(palette: Palette): void {
+    this.materials.island.color.set(palette.pointIsland);
+    this.materials.overhang.color.set(palette.pointOverhang);
+    this.pillarMaterial.color.set(palette.pillar);
+    this.ringMaterial.color.set(palette.accent);
+  }
+
+  /** Shows the points up to a layer, and pillars if they are wanted. */
+  showUpTo(layer: number, hasPillars: boolean): void {
+    const { points } = this.part;
+    const countUpTo = (list: readonly number[]): number => {
+      const end = list.findIndex((index) => points[index].layer > layer);
+      return end < 0 ? list.length : end;
+    };
+    for (const kind of kinds) this.meshes[kind].count = countUpTo(this.indices[kind]);
+    if (this.pillars === null) return;
+    this.pillars.count = countUpTo(this.order);
+    this.pillars.visible = hasPillars;
+  }
+
+  choose(point: number | null): void {
+    this.ring.visible = point !== null;
+    if (point !== null) this.ring.position.copy(this.places[point]);
+  }
+
+  /** The ring looks at who looks at it. */
+  face(eye: Vector3): void {
+    this.ring.lookAt(eye);
+  }
+
+  private makePillars(): InstancedMesh | null {
+    const { feet } = this.part.document;
+    if (feet === undefined) return null;
+    const radius = 0.32 * this.radius;
+    const shape = new CylinderGeometry(radius, radius, 1, 8).rotateX(Math.PI / 2);
+    const mesh = new InstancedMesh(shape, this.pillarMaterial, this.order.length);
+    mesh.frustumCulled = false;
+    this.order.forEach((index, i) => {
+      const { x, y, z } = this.places[index];
+      const foot = feet[index] - this.part.min[2];
+      const matrix = new Matrix4().makeScale(1, 1, Math.max(z - foot, 1e-3));
+      mesh.setMatrixAt(i, matrix.setPosition(x, y, (z + foot) / 2));
+    });
+    this.group.add(mesh);
+    return mesh;
+  }
+}

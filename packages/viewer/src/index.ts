@@ -1,0 +1,12 @@
+export type {
+  IslandRecord,
+  LayerColumns,
+  PackedPart,
+  PartDocument,
+  PointRecord,
+  ViewerDocument,
+} from './document.js';
+export { decodeMesh, type GridMesh } from './mesh_codec.js';
+export { type PackOptions, type PartSource, packPart } from './pack.js';
+export { reportHtml } from './report_html.js';
+export { decodeSlice, type LabelledRuns, type ViewerSlice } from './slice_codec.js';

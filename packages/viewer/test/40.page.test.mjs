@@ -1,0 +1,227 @@
+import assert from 'node:assert/strict';
+import { test } from 'node:test';
+import { openPage, pixelsOf, reportOf, sliceShown, withoutBrowser } from './browser.mjs';
+import { runsOf, smallPart } from './parts.mjs';
+
+const skip = withoutBrowser;
+const slice = '.slice canvas';
+
+const open = async (t, source, options) => openPage(t, await reportOf(source), options);
+
+test('the page opens from disk, asks for nothing and complains of nothing', { skip }, async (t) => {
+  const { page, asked, complaints } = await open(t, smallPart());
+  assert.equal(await page.title(), 'post.stl: support report');
+  await page.getByRole('heading', { name: 'post.stl', exact: true }).waitFor();
+  // The layer with the most points is shown first.
+  await sliceShown(page, 4);
+  await page.getByText('2 regions · 1 island · 4.00 mm² overhang · 1 new point').waitFor();
+  await page.waitForTimeout(300);
+  assert.deepEqual(asked, []);
+  assert.deepEqual(complaints, []);
+});
+
+test('the page may ask for nothing: its policy says so', { skip }, async (t) => {
+  const { page } = await open(t, smallPart());
+  const isRefused = await page.evaluate(() =>
+    fetch('https://example.org/').then(
+      () => false,
+      () => true,
+    ),
+  );
+  assert.ok(isRefused);
+  const ran = await page.evaluate(() => {
+    const script = document.createElement('script');
+    script.textContent = 'globalThis.ran = true';
+    document.body.append(script);
+    return globalThis.ran ?? false;
+  });
+  assert.equal(ran, false);
+});
+
+test('a slice shows regions, islands, overhang and points', { skip }, async (t) => {
+  const { page } = await open(t, smallPart());
+  await sliceShown(page, 4);
+  assert.ok((await pixelsOf(page, slice, '#aed6b4')) > 1000, 'the region');
+  assert.ok((await pixelsOf(page, slice, '#c40f1a')) > 30, 'the point under the island');
+  const box = await page.locator(slice).boundingBox();
+  await page.mouse.move(box.x + 2, box.y + 2);
+  await page.getByText(/^x -?\d+\.\d\d, y -?\d+\.\d\d mm$/).waitFor();
+  await page.mouse.move(box.x + box.width * 0.25, box.y + box.height / 2);
+  await page.getByText(/ · region 1$/).waitFor();
+});
+
+test('the slider and the keys change the layer', { skip }, async (t) => {
+  const { page } = await open(t, smallPart());
+  await sliceShown(page, 4);
+  await page.keyboard.press('ArrowRight');
+  await sliceShown(page, 5);
+  await page.keyboard.press('ArrowLeft');
+  await page.keyboard.press('ArrowLeft');
+  await sliceShown(page, 3);
+  await page.keyboard.press('End');
+  await sliceShown(page, 7);
+  await page.keyboard.press('Shift+ArrowLeft');
+  await sliceShown(page, 0);
+  const slider = page.getByRole('slider', { name: 'Layer' });
+  await slider.focus();
+  await page.keyboard.press('ArrowRight');
+  await sliceShown(page, 1);
+  assert.equal(
+    await slider.getAttribute('aria-valuetext'),
+    'layer 1 of 7, 1.00 mm above the plate',
+  );
+});
+
+test('a press on the charts goes to the layer', { skip }, async (t) => {
+  const { page } = await open(t, smallPart());
+  await sliceShown(page, 4);
+  const box = await page.locator('.plots canvas').first().boundingBox();
+  await page.mouse.click(box.x + box.width - 10, box.y + box.height / 2);
+  await sliceShown(page, 7);
+});
+
+test('a point in the list is shown in its place, and says why it is there', { skip }, async (t) => {
+  const { page } = await open(t, smallPart());
+  await page.getByRole('tab', { name: /^Points/ }).click();
+  const row = page.getByRole('button', { name: /Overhang of region 1/ });
+  await row.click();
+  await sliceShown(page, 6);
+  assert.equal(await row.getAttribute('aria-current'), 'true');
+  assert.ok((await pixelsOf(page, slice, '#1f5fd1')) > 30, 'a ring round it');
+  await page.keyboard.press('p');
+  await sliceShown(page, 4);
+  await page.getByRole('button', { name: /Island, region 2.*begins here in the air/ }).waitFor();
+});
+
+test('a point in the picture of a slice can be chosen', { skip }, async (t) => {
+  const { page } = await open(t, smallPart());
+  await sliceShown(page, 4);
+  const box = await page.locator(slice).boundingBox();
+  // The island's point is in column 8 of 12 and row 2 of 6, and the picture is as wide as the slice.
+  const scale = (0.94 * box.width) / 12;
+  const [x, y] = [(8.5 - 6) * scale, (2.5 - 3) * scale];
+  await page.mouse.click(box.x + box.width / 2 + x, box.y + box.height / 2 + y);
+  const row = page.getByRole('button', { name: /Island, region 2/ });
+  await row.waitFor();
+  assert.equal(await row.getAttribute('aria-current'), 'true');
+});
+
+test('a press on a finding goes to its place', { skip }, async (t) => {
+  const warnings = ['layer 2 floats above nothing'];
+  const part = smallPart({ warnings });
+  part.part.supports = part.part.supports.slice(1);
+  const { page } = await open(t, part);
+  const place = page.getByRole('button', { name: 'layer 4', exact: true }).first();
+  await place.click();
+  await sliceShown(page, 4);
+  assert.equal(await place.getAttribute('aria-current'), 'true');
+  await page.getByText('1 island without a point of its own').waitFor();
+  await page.getByText(warnings[0]).click();
+  await sliceShown(page, 2);
+  await page.keyboard.press('f');
+  await sliceShown(page, 4);
+});
+
+test('tabs, settings and help work with keys alone', { skip }, async (t) => {
+  const { page } = await open(t, smallPart());
+  await page.getByRole('tab', { name: /^Findings/ }).focus();
+  await page.keyboard.press('ArrowRight');
+  await page.keyboard.press('ArrowRight');
+  await page.getByText('Area that a support holds').waitFor();
+  assert.equal(await page.getByRole('tab', { selected: true }).textContent(), 'Settings');
+  await page.keyboard.press('?');
+  await page.getByRole('dialog').waitFor();
+  await page.keyboard.press('Escape');
+  await page.getByRole('dialog').waitFor({ state: 'hidden' });
+});
+
+test('it is light or dark as the system is, until somebody chooses', { skip }, async (t) => {
+  const { page } = await open(t, smallPart(), { colorScheme: 'dark' });
+  const groundIs = (colour) =>
+    page.waitForFunction(
+      (wanted) => getComputedStyle(document.documentElement).backgroundColor === wanted,
+      colour,
+    );
+  const [light, dark] = ['rgb(238, 241, 244)', 'rgb(13, 18, 23)'];
+  await groundIs(dark);
+  await page.emulateMedia({ colorScheme: 'light' });
+  await groundIs(light);
+  await page.keyboard.press('t');
+  await groundIs(dark);
+});
+
+test('a narrow window shows all, one below the other', { skip }, async (t) => {
+  const { page } = await open(t, smallPart(), { viewport: { width: 390, height: 800 } });
+  await sliceShown(page, 4);
+  const { scroll, inner } = await page.evaluate(() => ({
+    scroll: document.documentElement.scrollWidth,
+    inner: innerWidth,
+  }));
+  assert.ok(scroll <= inner, `${scroll} pixels of ${inner}`);
+  await page.getByRole('slider', { name: 'Layer' }).isVisible();
+});
+
+test('names that are HTML stay text', { skip }, async (t) => {
+  const file = '</script><script>globalThis.hacked = 1</script><img src=x onerror="hacked=2">.stl';
+  const warnings = ['<b id="bold">layer 3</b> &amp; $& </title>'];
+  const { page, asked, complaints } = await open(t, smallPart({ file, warnings }));
+  await page.getByRole('heading', { name: file, exact: true }).waitFor();
+  await page.getByText(warnings[0]).waitFor();
+  assert.equal(await page.evaluate(() => globalThis.hacked), undefined);
+  assert.equal(await page.locator('#bold').count(), 0);
+  assert.deepEqual([...asked, ...complaints], []);
+});
+
+test('without WebGL a sentence stands for the part, and the rest works', { skip }, async (t) => {
+  const { page } = await open(t, smallPart(), { webgl: false });
+  await page.getByText('This browser draws no 3D here').waitFor();
+  await page.keyboard.press('ArrowRight');
+  await sliceShown(page, 5);
+  await page.keyboard.press('n');
+  await sliceShown(page, 6);
+});
+
+test('the part is drawn, and cut open on demand', { skip }, async (t) => {
+  const { page } = await open(t, smallPart());
+  await page.waitForTimeout(500);
+  const picture = () => page.locator('.scene canvas').screenshot();
+  const cut = await picture();
+  await page.keyboard.press('c');
+  await page.waitForTimeout(500);
+  assert.ok(!cut.equals(await picture()));
+  assert.equal(
+    await page.getByRole('button', { name: /^Cut the part/ }).getAttribute('aria-pressed'),
+    'false',
+  );
+});
+
+test('a layer of a 12K screen is there at once', { skip }, async (t) => {
+  // A comb of 11,520 x 5,120 pixels: 40 teeth, one of which moves from layer to layer.
+  const [width, height, layers] = [11_520, 5120, 6];
+  const part = smallPart({ layers });
+  const slices = Array.from({ length: layers }, (_, layer) =>
+    runsOf(
+      Array.from({ length: height }, (_, y) =>
+        Array.from({ length: 40 }, (_, tooth) => {
+          const begin = 288 * tooth + ((y >> 4) % 60) + (tooth === 7 ? layer : 0);
+          return [begin, begin + 200, tooth + 1];
+        }),
+      ),
+    ),
+  );
+  part.part.print.crop = { column: 0, row: 0, width, height };
+  part.part.supports = [];
+  const { page } = await open(t, {
+    ...part,
+    runs: async (first, count) => slices.slice(first, first + count),
+  });
+  await sliceShown(page, 3);
+  for (const layer of [4, 5]) {
+    await page.keyboard.press('ArrowRight');
+    await sliceShown(page, layer);
+  }
+  const times = await page.evaluate(() =>
+    performance.getEntriesByName('layer shown').map(({ duration }) => Math.round(duration)),
+  );
+  t.diagnostic(`layers of 204,800 runs were shown in ${times.join(', ')} ms`);
+});

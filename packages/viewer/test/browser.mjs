@@ -1,0 +1,99 @@
+// Pages in Debian's Chromium, opened from disk.
+import { existsSync, mkdtempSync, rmSync, writeFileSync } from 'node:fs';
+import { readFile } from 'node:fs/promises';
+import { tmpdir } from 'node:os';
+import { join } from 'node:path';
+import { after } from 'node:test';
+import { fileURLToPath, pathToFileURL } from 'node:url';
+import { chromium } from 'playwright-core';
+import { packPart, reportHtml } from 'stiltforge-viewer';
+
+const program = process.env.STILTFORGE_CHROMIUM ?? '/usr/bin/chromium';
+
+/** Why no page can be opened here; false when all is well. */
+export const withoutBrowser =
+  !existsSync(program) && `${program} is missing: install the Debian package chromium`;
+
+/** Drawn in software, so that the tests need no graphics card. */
+const softwareGl = ['--use-gl=angle', '--use-angle=swiftshader', '--enable-unsafe-swiftshader'];
+const withoutGl = ['--disable-gpu', '--disable-3d-apis'];
+
+const template = fileURLToPath(import.meta.resolve('stiltforge-viewer/report.html'));
+
+/** The report of a part, as one text. */
+export async function reportOf(source) {
+  return reportHtml(await readFile(template, 'utf8'), await packPart(source));
+}
+
+/** Browsers of this process, by whether they have WebGL. */
+const browsers = new Map();
+
+function browserWith(webgl) {
+  // The sandbox of Chromium does not work for root, as whom containers run.
+  const args = ['--no-sandbox', ...(webgl ? softwareGl : withoutGl)];
+  if (!browsers.has(webgl)) {
+    browsers.set(webgl, chromium.launch({ executablePath: program, args }));
+  }
+  return browsers.get(webgl);
+}
+
+after(async () => {
+  for (const browser of browsers.values()) await (await browser).close();
+});
+
+/**
+ * Opens a file in a window that goes with the test. `asked` collects what the page requests beyond
+ * itself, `complaints` its errors and warnings.
+ */
+export async function openFile(t, file, { webgl = true, ...options } = {}) {
+  const browser = await browserWith(webgl);
+  const page = await browser.newPage({ viewport: { width: 1280, height: 800 }, ...options });
+  t.after(() => page.close());
+  const address = pathToFileURL(file).href;
+  const asked = [];
+  const complaints = [];
+  page.on('request', (request) => {
+    if (request.url() !== address && !request.url().startsWith('data:')) asked.push(request.url());
+  });
+  page.on('pageerror', ({ message }) => complaints.push(message));
+  page.on('console', (message) => {
+    // What the driver says of software drawing is not the page's.
+    if (
+      ['error', 'warning'].includes(message.type()) &&
+      !/GPU stall|GL Driver/.test(message.text())
+    )
+      complaints.push(message.text());
+  });
+  await page.goto(address);
+  return { page, asked, complaints };
+}
+
+/** The same for the text of a page. */
+export async function openPage(t, html, options) {
+  const folder = mkdtempSync(join(tmpdir(), 'stiltforge-page-'));
+  t.after(() => rmSync(folder, { recursive: true, force: true }));
+  const file = join(folder, 'report.html');
+  writeFileSync(file, html);
+  return openFile(t, file, options);
+}
+
+/** Resolves when the slice of that layer is shown. */
+export const sliceShown = (page, layer) =>
+  page.getByRole('heading', { name: `Slice of layer ${layer}`, exact: true }).waitFor();
+
+/** Of a canvas, how many pixels have about this colour, "#rrggbb". */
+export function pixelsOf(page, selector, hex) {
+  return page.locator(selector).evaluate((canvas, colour) => {
+    const { width, height } = canvas;
+    const copy = new OffscreenCanvas(width, height).getContext('2d');
+    copy.drawImage(canvas, 0, 0);
+    const { data } = copy.getImageData(0, 0, width, height);
+    const wanted = [1, 3, 5].map((at) => Number.parseInt(colour.slice(at, at + 2), 16));
+    let count = 0;
+    for (let i = 0; i < data.length; i += 4) {
+      const isNear = wanted.every((value, channel) => Math.abs(data[i + channel] - value) < 12);
+      if (isNear && data[i + 3] > 200) count += 1;
+    }
+    return count;
+  }, hex);
+}
