@@ -19,6 +19,7 @@ const workFolder = `${root}build/fuzz`;
 const libFuzzerTargets = [
   ...['analysis', 'byte_pairs', 'candidate_sort', 'slicer', 'capi'],
   ...['stl', 'obj', 'ply', '3mf'],
+  ...['goo', 'png', 'print'],
 ];
 const scripts = ['protocol'];
 const memoryLimitMb = 2048;

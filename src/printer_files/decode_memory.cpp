@@ -18,8 +18,8 @@ uint8_t* Buffer::reserve(std::size_t size) {
   return bytes_.get();
 }
 
-void DecodeMemory::FreeDecompressor::operator()(libdeflate_decompressor* decompressor) const {
-  libdeflate_free_decompressor(decompressor);
+void DecodeMemory::FreeDecompressor::operator()(libdeflate_decompressor* unused) const {
+  libdeflate_free_decompressor(unused);
 }
 
 DecodeMemory::DecodeMemory() : decompressor(libdeflate_alloc_decompressor()) {

@@ -26,7 +26,7 @@ class Buffer {
 /// for every few rows.
 struct DecodeMemory {
   struct FreeDecompressor {
-    void operator()(libdeflate_decompressor* decompressor) const;
+    void operator()(libdeflate_decompressor* unused) const;
   };
 
   DecodeMemory();

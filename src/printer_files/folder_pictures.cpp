@@ -46,6 +46,7 @@ FolderPictures::FolderPictures(const std::filesystem::path& folder,
     : folder_(folder), cancelled_(cancelled) {
   const std::vector<std::filesystem::path> all = filesIn(folder);
   std::vector<std::string> allNames;
+  allNames.reserve(all.size());
   for (const auto& file : all) allNames.push_back(nameIn(file));
   for (const std::size_t i : findNumberedPictures(allNames, "the folder")) {
     files_.push_back(all[i]);

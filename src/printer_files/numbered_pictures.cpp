@@ -93,10 +93,13 @@ void requireNoGaps(const std::vector<Numbered>& series, const std::vector<std::s
                       numberThem);
     }
     if (next.number != last.number + 1) {
-      const std::string range = next.number == last.number + 2
-                                    ? "number " + std::to_string(last.number + 1) + " is"
-                                    : "numbers " + std::to_string(last.number + 1) + " to " +
-                                          std::to_string(next.number - 1) + " are";
+      std::string range = "number";
+      if (next.number > last.number + 2) {
+        range += "s " + std::to_string(last.number + 1) + " to " + std::to_string(next.number - 1) +
+                 " are";
+      } else {
+        range += " " + std::to_string(last.number + 1) + " is";
+      }
       throw FileError("the layers of " + home + " have a gap: " + range + " missing before " +
                           inQuotes(names[next.position]),
                       "Export the print again; layers can't be left out");

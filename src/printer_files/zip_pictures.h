@@ -21,8 +21,9 @@ class PrintArchive {
   std::vector<std::string> names() const;
   /// The text of an entry in no folder; nothing when there is none. Throws FileError.
   std::optional<std::string> text(const std::string& name);
-  /// The bytes of an entry; they are in `memory`. For any number of threads. Throws Defect.
-  std::span<const uint8_t> read(std::size_t entry, DecodeMemory& memory);
+  /// The bytes of the entry at that position of names(); they are in `memory`. For any number of
+  /// threads. Throws Defect.
+  std::span<const uint8_t> read(std::size_t index, DecodeMemory& memory);
 
  private:
   std::unique_ptr<files::ByteSource> source_;

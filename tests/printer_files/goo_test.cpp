@@ -71,7 +71,8 @@ TEST(Goo, HasTheLayersThatAnotherWriterWrote) {
     std::vector<std::vector<uint8_t>> greys;
     std::vector<std::string> layers;
     for (int layer = 0; layer < 3; ++layer) {
-      greys.push_back(softPicture(static_cast<std::size_t>(width * height), random));
+      greys.push_back(
+          softPicture(static_cast<std::size_t>(width) * static_cast<std::size_t>(height), random));
       layers.push_back(gooLayer(greys.back()));
     }
     TestGoo goo = gooOf(width, height, layers);

@@ -70,7 +70,9 @@ RunRows expectedOf(const TestPicture& picture, const std::vector<uint16_t>& samp
   RunRows rows;
   for (int y = 0; y < picture.height; ++y) {
     for (int x = 0; x < picture.width; ++x) {
-      const auto at = static_cast<std::size_t>((y * picture.width + x) * picture.channels());
+      const int pixel = y * picture.width + x;
+      const auto at =
+          static_cast<std::size_t>(pixel) * static_cast<std::size_t>(picture.channels());
       if (greyOf(picture, &samples[at]) >= threshold) rows.add(x, x + 1);
     }
     rows.endRow();
@@ -135,7 +137,8 @@ class PictureMaker {
 
   void addRow(TestPicture& picture) {
     std::vector<uint16_t>& samples = picture.samples;
-    const auto size = static_cast<std::size_t>(picture.width * picture.channels());
+    const auto size =
+        static_cast<std::size_t>(picture.width) * static_cast<std::size_t>(picture.channels());
     const int kind = upTo(5);
     if (kind == 0 && samples.size() >= size) {
       const std::vector<uint16_t> last(samples.end() - static_cast<std::ptrdiff_t>(size),

@@ -103,7 +103,8 @@ int TestPicture::channels() const {
 }
 
 uint16_t TestPicture::sample(int x, int y, int channel) const {
-  return samples[static_cast<std::size_t>((y * width + x) * channels() + channel)];
+  const int at = (y * width + x) * channels() + channel;
+  return samples[static_cast<std::size_t>(at)];
 }
 
 std::string chunk(const std::string& name, const std::string& content) {
@@ -144,7 +145,8 @@ std::string greyPng(int width, int height, const std::vector<uint8_t>& grey, con
 
 std::string evenPng(int width, int height, uint8_t grey) {
   return greyPng(width, height,
-                 std::vector<uint8_t>(static_cast<std::size_t>(width * height), grey));
+                 std::vector<uint8_t>(
+                     static_cast<std::size_t>(width) * static_cast<std::size_t>(height), grey));
 }
 
 }  // namespace stiltforge::printer_files

@@ -47,7 +47,8 @@ RunRows runsOf(int width, int height, const std::vector<uint8_t>& grey) {
   RunRows rows;
   for (int y = 0; y < height; ++y) {
     for (int x = 0; x < width; ++x) {
-      if (grey[static_cast<std::size_t>(y * width + x)] >= 128) rows.add(x, x + 1);
+      const int at = y * width + x;
+      if (grey[static_cast<std::size_t>(at)] >= 128) rows.add(x, x + 1);
     }
     rows.endRow();
   }
