@@ -93,14 +93,11 @@ void requireNoGaps(const std::vector<Numbered>& series, const std::vector<std::s
                       numberThem);
     }
     if (next.number != last.number + 1) {
-      std::string range = "number";
-      if (next.number > last.number + 2) {
-        range += "s " + std::to_string(last.number + 1) + " to " + std::to_string(next.number - 1) +
-                 " are";
-      } else {
-        range += " " + std::to_string(last.number + 1) + " is";
-      }
-      throw FileError("the layers of " + home + " have a gap: " + range + " missing before " +
+      const bool isOne = next.number == last.number + 2;
+      std::string missing = std::to_string(last.number + 1);
+      if (!isOne) missing.append(" to ").append(std::to_string(next.number - 1));
+      throw FileError("the layers of " + home + " have a gap: " + (isOne ? "number " : "numbers ") +
+                          missing + (isOne ? " is" : " are") + " missing before " +
                           inQuotes(names[next.position]),
                       "Export the print again; layers can't be left out");
     }

@@ -14,6 +14,7 @@
 #include "slicing/mesh_report.h"
 #include "slicing/screen_placement.h"
 #include "slicing/slice_info.h"
+#include "slicing/slice_source.h"
 
 namespace stiltforge::slicing {
 
@@ -32,15 +33,15 @@ struct SlicerSettings {
 /// stands on the plate. The last layer is the last whose middle lies below the model's highest
 /// point. The same mesh and settings give the same slices on every platform, in any order of
 /// layers and for any number of workers. One call at a time.
-class Slicer {
+class Slicer : public SliceSource {
  public:
   /// positions: nine floats a triangle, mm, see TriangleMesh. Throws SlicingError when the mesh or
   /// a setting cannot be sliced: what is wrong, by how much, and what to do.
   Slicer(std::span<const float> positions, const SlicerSettings& settings);
-  Slicer(const Slicer&) = delete;
-  Slicer& operator=(const Slicer&) = delete;
 
-  uint32_t layerCount() const { return layerCount_; }
+  uint32_t layerCount() const override { return layerCount_; }
+  uint32_t width() const override { return static_cast<uint32_t>(placement_.width); }
+  uint32_t height() const override { return static_cast<uint32_t>(placement_.height); }
   const ScreenPlacement& placement() const { return placement_; }
   const MeshReport& report() const { return report_; }
 
@@ -51,11 +52,11 @@ class Slicer {
   /// SlicingError. The layers are spread over the worker pool: a few for each worker are enough to
   /// keep all busy. Needs memory for the contours of these layers, none for the screen's pixels.
   /// Calls that go on where the last ended are cheapest.
-  void slice(uint32_t first, std::span<Slice> slices);
+  void slice(uint32_t first, std::span<Slice> slices) override;
 
   /// The same layer as a picture: writes layer `index`, below layerCount, into width * height * 4
   /// bytes; see ChannelFiller for the pixels.
-  SliceInfo slice(uint32_t index, uint8_t* rgba);
+  SliceInfo slice(uint32_t index, uint8_t* rgba) override;
 
  private:
   Slicer(TriangleMesh mesh, const SlicerSettings& settings);
