@@ -4,16 +4,10 @@
 
 #include <chrono>
 #include <cstddef>
-#include <ctime>
+
+#include "processor_time.h"
 
 namespace stiltforge::bench {
-
-// CPU time of all threads of the process, seconds: what the work costs however busy the machine is.
-inline double processorSeconds() {
-  timespec now{};
-  clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &now);
-  return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec) / 1e9;
-}
 
 // Times measured() alone; prepare() runs before each call and is not counted. The counter
 // "processor_ms" is the mean CPU time of a call. What is reported is the share of one of `parts`

@@ -106,15 +106,24 @@ void printRow(const std::vector<std::string>& cells) {
   std::fflush(stdout);
 }
 
-void printHeading() {
-  const std::vector<std::string> heading{
-      "mesh",         "tilt",        "pixel",       "layer",       "set",
-      "points",       "added",       "islands",     "unheld 1 px", "unheld 2+ px",
-      "overhang mm2", "beyond 3 mm", "beyond 5 mm", "worst mm",    "pairs < 1 mm",
-      "separate",     "no room",     "sealed",      "cover",       "points / cover",
-      "points / mm2"};
+void printHeading(const std::vector<std::string>& heading) {
   printRow(heading);
   printRow(std::vector<std::string>(heading.size(), "---"));
+}
+
+void printTimes(const std::vector<std::vector<std::string>>& times) {
+  std::puts("\nCPU time of the whole part, ms:\n");
+  printHeading({"mesh", "tilt", "pixel", "layer", "layers", "analysis", "survey", "finishing",
+                "judging", "survey and finishing / analysis"});
+  for (const std::vector<std::string>& row : times) printRow(row);
+}
+
+void printVerdictHeading() {
+  printHeading({"mesh",         "tilt",        "pixel",       "layer",       "set",
+                "points",       "added",       "islands",     "unheld 1 px", "unheld 2+ px",
+                "overhang mm2", "beyond 3 mm", "beyond 5 mm", "worst mm",    "pairs < 1 mm",
+                "separate",     "no room",     "sealed",      "cover",       "points / cover",
+                "points / mm2"});
 }
 
 // A part at one tilt, pixel size and layer height.
@@ -169,19 +178,37 @@ void printVerdict(const Row& row, const char* whose, std::size_t points,
             quotient(area, 3)});
 }
 
-void judgePart(const Part& part, double tilt, const PrintSettings& print) {
-  const hold::Survey survey = surveyOf(tilted(part, tilt), print);
+// Prints the part's rows, and returns its row of times.
+std::vector<std::string> judgePart(const Part& part, double tilt, const PrintSettings& print) {
+  Times times;
+  const hold::Survey survey = surveyOf(tilted(part, tilt), print, times);
   const hold::JudgeSettings limits;
   const Row row{part.name, tilt, print, hold::coverSize(survey, limits.nearReach, coverShare)};
   printVerdict(row, "analysed", survey.points().size(),
                hold::judge(survey, survey.points(), limits), 0);
-  const hold::Finished result =
-      hold::finish(survey, hold::FinishSettings::forSupportArea(print.supportArea));
+  double finishing = 0;
+  const hold::Finished result = timed(finishing, [&] {
+    return hold::finish(survey, hold::FinishSettings::forSupportArea(print.supportArea));
+  });
   const std::vector<hold::Site> finished = result.sites();
   const auto added = std::count_if(
       result.points.begin(), result.points.end(),
       [](const hold::FinishedPoint& p) { return p.analysed == hold::FinishedPoint::none; });
-  printVerdict(row, "finished", finished.size(), hold::judge(survey, finished, limits), added);
+  double judging = 0;
+  const hold::Verdict verdict =
+      timed(judging, [&] { return hold::judge(survey, finished, limits); });
+  printVerdict(row, "finished", finished.size(), verdict, added);
+  const auto milliseconds = [](double seconds) { return text(1000 * seconds, 0); };
+  return {part.name,
+          text(tilt),
+          text(print.pixelSize),
+          text(print.layerHeight),
+          std::to_string(survey.layerCount()),
+          milliseconds(times.analysis),
+          milliseconds(times.survey),
+          milliseconds(finishing),
+          milliseconds(judging),
+          text((times.survey + finishing) / times.analysis, 2)};
 }
 
 void run(int argc, char** argv) {
@@ -195,7 +222,8 @@ void run(int argc, char** argv) {
   } else if (options.box) {
     parts.push_back(boxPart());
   }
-  printHeading();
+  printVerdictHeading();
+  std::vector<std::vector<std::string>> times;
   PrintSettings print;
   print.screenWidth = print.screenHeight = screenSide;
   for (const Part& part : parts) {
@@ -204,11 +232,12 @@ void run(int argc, char** argv) {
         for (const double layerHeight : options.layerHeights) {
           print.pixelSize = pixelSize;
           print.layerHeight = layerHeight;
-          judgePart(part, tilt, print);
+          times.push_back(judgePart(part, tilt, print));
         }
       }
     }
   }
+  printTimes(times);
 }
 
 }  // namespace

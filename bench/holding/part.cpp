@@ -102,7 +102,7 @@ Part tilted(Part part, double degrees) {
   return part;
 }
 
-hold::Survey surveyOf(const Part& part, const PrintSettings& print) {
+hold::Survey surveyOf(const Part& part, const PrintSettings& print, Times& times) {
   slicing::Slicer slicer(liftedPositions(part), slicerSettings(print));
   const auto width = static_cast<uint32_t>(slicer.placement().width);
   const auto height = static_cast<uint32_t>(slicer.placement().height);
@@ -118,12 +118,12 @@ hold::Survey surveyOf(const Part& part, const PrintSettings& print) {
     slices.assign(std::min(batch, layers - layer), Slice());
     slicer.slice(layer, slices);
     for (const Slice& slice : slices) {
-      survey.add(slice);
-      model.analyse(slice, {});
-      survey.addPoints(slice, pointsOf(model.layers().back()));
+      timed(times.survey, [&] { survey.add(slice); });
+      timed(times.analysis, [&] { model.analyse(slice, {}); });
+      timed(times.survey, [&] { survey.addPoints(slice, pointsOf(model.layers().back())); });
     }
   }
-  survey.finish();
+  timed(times.survey, [&] { survey.finish(); });
   return survey;
 }
 

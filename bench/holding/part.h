@@ -7,6 +7,7 @@
 
 #include "hold/survey.h"
 #include "print/print_settings.h"
+#include "processor_time.h"
 
 namespace stiltforge::bench {
 
@@ -26,7 +27,24 @@ Part boxPart();
 // Turned about the y axis.
 Part tilted(Part part, double degrees);
 
+// CPU time of all threads, seconds.
+struct Times {
+  double analysis = 0;
+  double survey = 0;
+};
+
+// Adds the CPU time that work() takes to `seconds`.
+template <class Work>
+auto timed(double& seconds, Work&& work) {
+  struct Clock {
+    double& seconds;
+    double start = processorSeconds();
+    ~Clock() { seconds += processorSeconds() - start; }
+  } clock{seconds};
+  return work();
+}
+
 // The slices of the lifted part, with the points of the analysis, as the command makes them.
-hold::Survey surveyOf(const Part& part, const PrintSettings& print);
+hold::Survey surveyOf(const Part& part, const PrintSettings& print, Times& times);
 
 }  // namespace stiltforge::bench

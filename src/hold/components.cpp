@@ -68,18 +68,4 @@ Components findComponents(RunRows pixels, Contact contact) {
   return components;
 }
 
-RunRows complementOf(const RunRows& pixels, int width) {
-  RunRows rest;
-  for (int y = 0; y < pixels.height(); ++y) {
-    int32_t at = 0;
-    for (const Run& run : pixels.row(y)) {
-      rest.add(at, run.begin);
-      at = run.end;
-    }
-    rest.add(at, width);
-    rest.endRow();
-  }
-  return rest;
-}
-
 }  // namespace stiltforge::hold

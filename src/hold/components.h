@@ -29,9 +29,6 @@ struct Components {
 
 Components findComponents(RunRows pixels, Contact contact);
 
-/// The pixels of `width` columns that are not among those.
-RunRows complementOf(const RunRows& pixels, int width);
-
 /// Position of the run that holds the pixel, Components::none without one.
 uint32_t findRun(const RunRows& rows, int x, int y);
 

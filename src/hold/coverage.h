@@ -1,30 +1,13 @@
 #pragma once
 
-#include <algorithm>
 #include <cstdint>
 #include <vector>
 
-#include "hold/joined_regions.h"
+#include "hold/bodies.h"
 #include "hold/point_grid.h"
 #include "hold/survey.h"
 
 namespace stiltforge::hold {
-
-/// Tells which places belong to one body, see finish().
-class Bodies {
- public:
-  Bodies(const RegionTracks& tracks, uint32_t layersAbove)
-      : regions_(tracks), layersAbove_(layersAbove) {}
-
-  bool areOne(const Place& a, const Place& b) {
-    return regions_.areJoined(a.track, b.track, std::min(a.layer, b.layer),
-                              std::max(a.layer, b.layer) + layersAbove_);
-  }
-
- private:
-  JoinedRegions regions_;
-  uint32_t layersAbove_;
-};
 
 /// The samples of a part's overhang, and which of them some points reach. What no support could
 /// reach counts neither way: samples in sealed voids, and those without room that have none with

@@ -13,17 +13,16 @@ namespace stiltforge::hold {
 /// sides of their layer, and above and below.
 ///
 /// Space that reaches the border of the slices, the plate or the top is outside. What never does is
-/// a sealed void, out of which nothing can be taken. Takes memory for the pieces, and for the runs
-/// of two layers.
+/// a sealed void, out of which nothing can be taken. Takes memory for the pieces, and for two
+/// layers.
 class EmptySpace {
  public:
   static constexpr uint32_t none = Components::none;
 
   EmptySpace() { spaces_.add(); }
 
-  /// Takes the next layer, bottom first: what is left free of it. `free` has a row for each row of
-  /// the slice, `width` columns.
-  void add(Components free, int width);
+  /// Takes the material of the next layer, bottom first; all have the same height.
+  void add(const RunRows& material);
 
   /// The piece that holds this pixel of the layer below the one last added, none where there is
   /// material or no such layer. Pieces that turn out to be one keep their numbers.
@@ -36,9 +35,16 @@ class EmptySpace {
   void finish();
 
  private:
+  // What lies left and right of a row's material reaches the border; only the gaps in between may
+  // not.
   struct Layer {
-    Components free;
+    std::vector<Run> extent;        // of each row's material; empty where there is none
+    Components gaps;                // between the runs of the rows
     std::vector<uint32_t> spaceOf;  // by component
+
+    bool isOpen(Run columns, std::size_t y) const {
+      return columns.begin < extent[y].begin || columns.end > extent[y].end;
+    }
   };
 
   DisjointSets spaces_;  // 0 is outside

@@ -12,9 +12,13 @@ using RegionPair = std::pair<uint32_t, uint32_t>;
 
 std::vector<RegionPair> contactsOf(const Components& regions, const Components& below) {
   std::vector<RegionPair> contacts;
+  // Of each region the one below that it touched last: mostly the one of the row before.
+  std::vector<uint32_t> last(regions.count, Components::none);
   forEachShared(regions.pixels, below.pixels, [&](uint32_t a, uint32_t b, uint16_t, uint16_t) {
     const RegionPair contact{regions.ofRun[a], below.ofRun[b]};
-    if (contacts.empty() || contacts.back() != contact) contacts.push_back(contact);
+    if (std::exchange(last[contact.first], contact.second) != contact.second) {
+      contacts.push_back(contact);
+    }
   });
   std::sort(contacts.begin(), contacts.end());
   contacts.erase(std::unique(contacts.begin(), contacts.end()), contacts.end());

@@ -1,8 +1,7 @@
 #include "hold/room_below.h"
 
-#include <algorithm>
 #include <span>
-#include <vector>
+#include <utility>
 
 #include "hold/components.h"
 
@@ -20,23 +19,21 @@ uint32_t RoomBelow::at(int x, int y) const {
   return room;
 }
 
-void RoomBelow::findRoom(Run run, int y, RunRows& roomy) const {
+void RoomBelow::findRoom(Run run, int y, RunRows& roomy) {
   if (layerCount_ <= layers_) return;
-  std::vector<Run> blocked;
-  for (std::size_t i = 1; i < below_.size(); ++i) {
-    const std::span<const Run> row = below_[i].row(y);
-    auto first = std::partition_point(row.begin(), row.end(),
-                                      [&](const Run& r) { return r.end <= run.begin; });
-    for (; first != row.end() && first->begin < run.end; ++first) blocked.push_back(*first);
+  rest_.assign(1, run);
+  for (std::size_t i = 1; i < below_.size() && !rest_.empty(); ++i) {
+    std::span<const Run> row = below_[i].row(y);
+    if (row.empty() || row.back().end <= run.begin || row.front().begin >= run.end) continue;
+    next_.clear();
+    for (const Run& rest : rest_) {
+      forEachUncovered(rest, row, [&](int32_t begin, int32_t end) {
+        next_.push_back({static_cast<uint16_t>(begin), static_cast<uint16_t>(end)});
+      });
+    }
+    std::swap(rest_, next_);
   }
-  std::sort(blocked.begin(), blocked.end(),
-            [](const Run& a, const Run& b) { return a.begin < b.begin; });
-  int32_t at = run.begin;
-  for (const Run& material : blocked) {
-    roomy.add(at, std::min(material.begin, run.end));
-    at = std::max<int32_t>(at, material.end);
-  }
-  roomy.add(at, run.end);
+  for (const Run& rest : rest_) roomy.add(rest.begin, rest.end);
 }
 
 }  // namespace stiltforge::hold

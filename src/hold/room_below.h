@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <deque>
+#include <vector>
 
 #include "analysis/run_rows.h"
 
@@ -25,12 +26,14 @@ class RoomBelow {
 
   /// Appends the parts of a run of row y of that layer that have room to the row of `roomy` that is
   /// not yet ended.
-  void findRoom(Run run, int y, RunRows& roomy) const;
+  void findRoom(Run run, int y, RunRows& roomy);
 
  private:
   uint32_t layers_;
   uint32_t layerCount_ = 0;
   std::deque<RunRows> below_;  // the last layers, the latest first
+  std::vector<Run> rest_;
+  std::vector<Run> next_;
 };
 
 }  // namespace stiltforge::hold

@@ -8,7 +8,6 @@
 #include <utility>
 
 #include "hold/overhang_rows.h"
-#include "runtime/worker_pool.h"
 
 namespace stiltforge::hold {
 
@@ -83,16 +82,9 @@ void Survey::add(const Slice& slice) {
                                 std::to_string(width_) + " x " + std::to_string(height_));
   }
   below_ = std::move(regions_);
-  Components free;
-  workers::parallelFor(2, [&](std::size_t i) {
-    if (i == 0) {
-      regions_ = findComponents(slice.material, Contact::sidesAndCorners);
-    } else {
-      free = findComponents(complementOf(slice.material, slice.width), Contact::sides);
-    }
-  });
+  regions_ = findComponents(slice.material, Contact::sidesAndCorners);
   tracks_.add(regions_, below_);
-  space_.add(std::move(free), slice.width);
+  space_.add(slice.material);
   room_.add(slice.material);
   if (layerCount() > 0) {
     addIslands();
@@ -192,7 +184,7 @@ void Survey::addSamples(const Slice& slice) {
       static_cast<int32_t>(layerCount() * (settings_.layerHeight / settings_.sampleSize));
   if (std::exchange(storey_, storey) != storey) cells_.clear();
   RunRows steep;
-  steep_.add(slice.material, steep);
+  steep_.add(slice.material, below_.pixels, steep);
   RunRows roomy;
   std::size_t pixel = 0;
   for (int y = 0; y < steep.height(); ++y) {
@@ -225,8 +217,11 @@ void Survey::sample(Run run, int y, bool hasRoom) {
   Cell cell;
   cell.y = static_cast<int32_t>(y * scale);
   cell.track = tracks_.trackOf(regions_.at(run.begin, y));
-  for (int32_t x = run.begin; x < run.end; ++x) {
-    cell.x = static_cast<int32_t>(x * scale);
+  int32_t end = run.begin;
+  for (int32_t begin = run.begin; begin < run.end; begin = end) {
+    cell.x = static_cast<int32_t>(begin * scale);
+    for (end = begin + 1; end < run.end && static_cast<int32_t>(end * scale) == cell.x;) ++end;
+    const auto neediest = std::min_element(need_.begin() + begin, need_.begin() + end);
     const auto [known, isNew] = cells_.try_emplace(cell, samples_.size());
     if (isNew) {
       samples_.emplace_back();
@@ -234,11 +229,11 @@ void Survey::sample(Run run, int y, bool hasRoom) {
     }
     OverhangSample& sample = samples_[known->second];
     uint16_t& need = sampleNeed_[known->second];
-    const bool isBetter =
-        hasRoom != sample.place.hasRoom ? hasRoom : need_[static_cast<std::size_t>(x)] < need;
-    if (sample.pixels++ > 0 && !isBetter) continue;
-    need = need_[static_cast<std::size_t>(x)];
-    sample.place = placeAt(x, y);
+    const bool isBetter = hasRoom != sample.place.hasRoom ? hasRoom : *neediest < need;
+    sample.pixels += static_cast<uint32_t>(end - begin);
+    if (!isNew && !isBetter) continue;
+    need = *neediest;
+    sample.place = placeAt(static_cast<int>(neediest - need_.begin()), y);
     sample.place.track = cell.track;
     sample.place.hasRoom = hasRoom;
   }

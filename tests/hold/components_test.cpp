@@ -33,12 +33,6 @@ TEST(Components, HaveNoNumberBesideTheirPixels) {
   EXPECT_EQ(found.at(1, 1), Components::none);
 }
 
-TEST(Components, OfTheComplementAreWhatIsLeftFree) {
-  const RunRows free = complementOf(rowsOf({"#.#", "...", "###"}), 3);
-  EXPECT_EQ(free.pixelCount(), 4u);
-  EXPECT_EQ(findComponents(free, Contact::sides).count, 1u);
-}
-
 Rows noise(Random& random) {
   const uint32_t width = 1 + random.below(20);
   Rows rows(1 + random.below(20), std::string(width, '.'));
