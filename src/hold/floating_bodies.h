@@ -26,10 +26,9 @@ class FloatingBodies {
   /// of its islands is due.
   template <class Hold>
   void forEachDue(uint32_t layers, Hold&& hold) {
-    const std::vector<Island>& islands = survey_.islands();
-    for (uint32_t due = 0; due < islands.size(); ++due) {
-      growTo(islands[due].place.layer + layers);
-      State& state = bodies_[sets_.root(islands[due].place.track)];
+    for (const Island& due : survey_.islands()) {
+      growTo(due.place.layer + layers);
+      State& state = bodies_[sets_.root(due.place.track)];
       if (state.isHeld || !hold(state.body)) continue;
       state = {{}, true};
     }

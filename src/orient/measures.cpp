@@ -1,0 +1,106 @@
+#include "orient/measures.h"
+
+#include <algorithm>
+#include <vector>
+
+#include "hold/finisher.h"
+#include "hold/floating_bodies.h"
+#include "hold/survey.h"
+#include "model/model.h"
+#include "orient/cup_volume.h"
+#include "print/analysis_parameters.h"
+#include "slicing/channel_falloff.h"
+#include "slicing/slicer.h"
+
+namespace stiltforge::orient {
+
+namespace {
+
+constexpr uint32_t batch = 16;
+constexpr double roundingSlack = 1e-9;
+// Slices are cropped to the part, so a screen on which any part stands takes no memory.
+constexpr uint32_t screenSide = 0x7FFFFFFF;
+
+std::vector<hold::SupportPoint> pointsOf(const Layer& layer) {
+  std::vector<hold::SupportPoint> points;
+  for (const Group& group : layer.groups) {
+    if (!group.placement) continue;
+    for (const Voxel& v : group.placement->supports) points.push_back({v.x, v.y, v.isMinima});
+  }
+  return points;
+}
+
+hold::SurveySettings surveySettings(const PrintSettings& print) {
+  hold::SurveySettings settings;
+  settings.pixelSize = print.pixelSize;
+  settings.layerHeight = print.layerHeight;
+  settings.steepness = 1 / slicing::tangentOfDegrees(print.criticalAngle);
+  return settings;
+}
+
+uint64_t overhangPixels(const hold::Survey& survey) {
+  uint64_t pixels = 0;
+  for (const hold::OverhangSample& sample : survey.samples()) pixels += sample.pixels;
+  return pixels;
+}
+
+uint32_t countIslands(const hold::Survey& survey, double height) {
+  const std::vector<uint8_t> usable(survey.points().size(), 1);
+  uint32_t count = 0;
+  hold::FloatingBodies(survey, usable)
+      .forEachDue(static_cast<uint32_t>(height / survey.settings().layerHeight + roundingSlack),
+                  [&](const hold::FloatingBody&) {
+                    ++count;
+                    return true;
+                  });
+  return count;
+}
+
+}  // namespace
+
+std::optional<Measures> measure(std::span<const float> positions, const MeasureSettings& settings,
+                                const std::atomic<bool>* cancelled) {
+  const PrintSettings& print = settings.print;
+  slicing::SlicerSettings onAnyScreen = slicerSettings(print);
+  onAnyScreen.screen.width = onAnyScreen.screen.height = screenSide;
+  slicing::Slicer slicer(positions, onAnyScreen);
+  const auto width = static_cast<uint32_t>(slicer.placement().width);
+  const auto height = static_cast<uint32_t>(slicer.placement().height);
+  const uint32_t layers = slicer.layerCount();
+  Model model(modelParameters(print, width, height, layers).settings, std::size_t{width} * height);
+  hold::Survey survey(surveySettings(print));
+  CupVolume cups;
+  uint64_t material = 0;
+  std::vector<Slice> slices(batch);
+  try {
+    for (uint32_t first = 0; first < layers; first += batch) {
+      slices.resize(std::min(batch, layers - first));
+      slicer.slice(first, slices);
+      for (Slice& slice : slices) {
+        if (cancelled != nullptr && *cancelled) throw Cancelled();
+        material += slice.material.pixelCount();
+        survey.add(slice);
+        cups.add(slice);
+        model.analyse(slice, {.cancelled = cancelled});
+        survey.addPoints(slice, pointsOf(model.layers().back()));
+      }
+    }
+  } catch (const AnalysisCancelled&) {
+    throw Cancelled();
+  }
+  if (material == 0) return std::nullopt;
+  survey.finish();
+  const double pixelArea = print.pixelSize * print.pixelSize;
+  const slicing::Bounds& bounds = slicer.report().bounds;
+  Measures measures;
+  measures.points = static_cast<uint32_t>(
+      hold::finish(survey, hold::FinishSettings::forSupportArea(print.supportArea)).points.size());
+  measures.overhang = static_cast<double>(overhangPixels(survey)) * pixelArea;
+  measures.islands = countIslands(survey, settings.islandHeight);
+  measures.height = static_cast<double>(bounds.max.z) - bounds.min.z;
+  measures.cups = static_cast<double>(cups.pixels()) * pixelArea * print.layerHeight;
+  measures.material = static_cast<double>(material) * pixelArea * print.layerHeight;
+  return measures;
+}
+
+}  // namespace stiltforge::orient
