@@ -9,12 +9,25 @@ namespace {
 
 constexpr uint32_t outside = 0;
 
+RunRows freeOf(const Slice& slice) {
+  RunRows free;
+  for (int y = 0; y < slice.material.height(); ++y) {
+    int32_t at = 0;
+    for (const Run& run : slice.material.row(y)) {
+      free.add(at, run.begin);
+      at = run.end;
+    }
+    free.add(at, slice.width);
+    free.endRow();
+  }
+  return free;
+}
+
 }  // namespace
 
 void CupVolume::add(const Slice& slice) {
   if (spaces_.size() == 0) spaces_.add();
-  hold::Components free =
-      hold::findComponents(hold::complementOf(slice.material, slice.width), hold::Contact::sides);
+  hold::Components free = hold::findComponents(freeOf(slice), hold::Contact::sides);
   std::vector<uint32_t> spaceOf(free.count, hold::Components::none);
   const auto join = [&](uint32_t component, uint32_t space) {
     uint32_t& known = spaceOf[component];
