@@ -36,6 +36,9 @@ struct Layer : Slice {
   };
   std::vector<Overlap> overlaps;  ///< per group ascending by lower label; see Group::firstOverlap
 
+  /// Pixels of the layer that nothing held before its own supports: what its groups were owed.
+  double owedPixels = 0;
+
   uint32_t pixelCount = 0;
   uint32_t groupCount = 0;              ///< placeholder not counted
   std::vector<Group> groups;            ///< index 0 is the placeholder; empty once archived

@@ -6,6 +6,7 @@
 #include <span>
 #include <utility>
 
+#include "binding/array_buffer.h"
 #include "binding/environment.h"
 #include "node_api/value_maker.h"
 #include "runtime/parallel_copy.h"
@@ -238,6 +239,28 @@ napi_status GroupImagesJob::result(napi_env env, napi_value* value) {
 
 const char* GroupImagesJob::withoutMemory() const {
   return withoutMemory_.c_str();
+}
+
+OwedPixelsJob::OwedPixelsJob(Napi::Env env, std::shared_ptr<ModelInWork> model)
+    : Job(env), model_(std::move(model)) {}
+
+void OwedPixelsJob::work() {
+  owed_ = model_->owedPixels();
+}
+
+napi_status OwedPixelsJob::result(napi_env env, napi_value* value) {
+  napi_value buffer = nullptr;
+  void* data = nullptr;
+  const std::size_t bytes = owed_.size() * sizeof(double);
+  napi_status status = newArrayBuffer(env, bytes, &buffer);
+  if (status == napi_ok) status = napi_get_arraybuffer_info(env, buffer, &data, nullptr);
+  if (status != napi_ok) return status;
+  std::copy(owed_.begin(), owed_.end(), static_cast<double*>(data));
+  return napi_create_typedarray(env, napi_float64_array, owed_.size(), buffer, 0, value);
+}
+
+const char* OwedPixelsJob::withoutMemory() const {
+  return "Not enough memory to tell what the layers were owed. Free memory and ask again.";
 }
 
 CloseJob::CloseJob(Napi::Env env, std::shared_ptr<ModelInWork> model)

@@ -111,6 +111,21 @@ class GroupImagesJob : public Job {
   std::string withoutMemory_;
 };
 
+/// Promises a Float64Array: what each layer so far was owed, in pixels.
+class OwedPixelsJob : public Job {
+ public:
+  OwedPixelsJob(Napi::Env env, std::shared_ptr<ModelInWork> model);
+
+ protected:
+  void work() override;
+  napi_status result(napi_env env, napi_value* value) override;
+  const char* withoutMemory() const override;
+
+ private:
+  std::shared_ptr<ModelInWork> model_;
+  std::vector<double> owed_;
+};
+
 /// Frees a model and promises undefined.
 class CloseJob : public Job {
  public:

@@ -103,6 +103,13 @@ GroupImages ModelInWork::renderGroup(uint32_t layer, uint32_t group) {
   return model_->renderGroup(layer, group + 1);
 }
 
+std::vector<double> ModelInWork::owedPixels() {
+  requireSound();
+  std::vector<double> owed;
+  for (const Layer& layer : model_->layers()) owed.push_back(layer.owedPixels);
+  return owed;
+}
+
 void ModelInWork::close() {
   ahead = {};
   bytes_ = 0;

@@ -44,6 +44,8 @@ class ModelInWork {
   void failNext(std::exception_ptr failure) { untold_ = std::move(failure); }
   /// Throws a JobRefusal when there is no such layer or group, both counted from 0.
   GroupImages renderGroup(uint32_t layer, uint32_t group);
+  /// Layer::owedPixels of every layer so far. Throws a JobRefusal when an earlier slice failed.
+  std::vector<double> owedPixels();
   /// Frees the model.
   void close();
 

@@ -100,6 +100,7 @@ Napi::Function ModelObject::define(Napi::Env env) {
                       InstanceMethod("analyseMask", &ModelObject::analyseMask),
                       InstanceMethod("analyseSlicer", &ModelObject::analyseSlicer),
                       InstanceMethod("groupImages", &ModelObject::groupImages),
+                      InstanceMethod("owedPixels", &ModelObject::owedPixels),
                       InstanceMethod("close", &ModelObject::close)});
 }
 
@@ -220,6 +221,13 @@ Napi::Value ModelObject::groupImages(const Napi::CallbackInfo& info) {
   const uint32_t layer = wholeNumber(info[0], codes::index, "The layer index", 0, most);
   const uint32_t group = wholeNumber(info[1], codes::index, "The group index", 0, most);
   return Job::add(std::make_unique<GroupImagesJob>(env, model_, layer, group), queue_,
+                  info.This().As<Napi::Object>());
+}
+
+Napi::Value ModelObject::owedPixels(const Napi::CallbackInfo& info) {
+  const Napi::Env env = info.Env();
+  requireOpen(env);
+  return Job::add(std::make_unique<OwedPixelsJob>(env, model_), queue_,
                   info.This().As<Napi::Object>());
 }
 

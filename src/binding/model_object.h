@@ -36,6 +36,8 @@ class ModelObject : public Napi::ObjectWrap<ModelObject> {
   Napi::Value analyseSlicer(const Napi::CallbackInfo& info);
   // (layer: number, group: number) => Promise<{ width, height, images }>
   Napi::Value groupImages(const Napi::CallbackInfo& info);
+  // () => Promise<Float64Array>
+  Napi::Value owedPixels(const Napi::CallbackInfo& info);
   // () => Promise<undefined>
   Napi::Value close(const Napi::CallbackInfo& info);
 

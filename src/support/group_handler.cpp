@@ -45,7 +45,9 @@ uint32_t GroupHandler::supportLayer() {
     }
   });
   std::vector<uint32_t> needy;
+  layer->owedPixels = 0;
   for (uint32_t i = 1; i < groupCount; ++i) {
+    layer->owedPixels += plans[i].remainingStrength;
     if (plans[i].islandCount != 0) needy.push_back(i);
   }
   if (needy.empty()) return 0;

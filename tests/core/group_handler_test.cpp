@@ -99,6 +99,17 @@ TEST_F(GroupHandlerTest, OnTheFirstSliceOnlySetsThePlatesStrength) {
   EXPECT_EQ(upper->placement, nullptr);
 }
 
+TEST_F(GroupHandlerTest, TellsWhatTheLayerWasOwed) {
+  standAlone();
+  run();
+  EXPECT_EQ(layers.back().owedPixels, 100.0) << "an island, its whole weight";
+  layers.clear();
+  segment(filledBox(10, 10));
+  upper = &layers[0].groups[1];
+  run();
+  EXPECT_EQ(layers.back().owedPixels, 0.0) << "the plate holds the first slice";
+}
+
 TEST_F(GroupHandlerTest, AnIslandNeedsItsWholeWeight) {
   standAlone();
   EXPECT_EQ(strength(), strengthOf(5, 0));

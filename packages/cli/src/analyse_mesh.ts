@@ -151,7 +151,7 @@ async function writeOutputs(
   try {
     progress.start(slicer.layerCount, job.pictures ? drawingSeconds(slicer) : 0);
     const begin = performance.now();
-    const { tally, materialPixels } = await analysed(
+    const { tally, materialPixels, owedPixels } = await analysed(
       job,
       progress,
       signal,
@@ -202,7 +202,7 @@ async function writeOutputs(
       const { reportPage } = await import('./output/report.js');
       await folder.write(
         reportName,
-        await reportPage({ document, mesh: job.mesh, slicer }, signal),
+        await reportPage({ document, mesh: job.mesh, slicer, owedPixels }, signal),
       );
     }
     if (pictures !== undefined) {
@@ -236,9 +236,10 @@ async function analysed(
   slicer: Slicer,
   parameters: AnalysisParameters,
   folder: OutputFolder,
-): Promise<{ tally: Tally; materialPixels: number }> {
+): Promise<{ tally: Tally; materialPixels: number; owedPixels: Float64Array }> {
   const tally = new Tally();
   let materialPixels = 0;
+  let owedPixels: Float64Array = new Float64Array();
   const analysis = Analysis.create(parameters);
   try {
     for await (const result of analysis.run(slicer, { signal })) {
@@ -249,10 +250,11 @@ async function analysed(
     if (materialPixels === 0) throw emptySlices(job, slicer);
     requireRegions(job, tally);
     for (const region of job.inspect) await writeRegion(region, analysis, folder);
+    owedPixels = await analysis.owedPixels();
   } finally {
     await analysis.close();
   }
-  return { tally, materialPixels };
+  return { tally, materialPixels, owedPixels };
 }
 
 function supportRecord(

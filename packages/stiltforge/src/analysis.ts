@@ -188,6 +188,18 @@ export class Analysis {
   }
 
   /**
+   * What each slice analysed so far was owed: pixels that nothing held before its own supports, summed
+   * over its groups. 0 for the first slice, which lies on the plate, and without `addSupport`.
+   */
+  async owedPixels({ signal }: RunOptions = {}): Promise<Float64Array> {
+    signal?.throwIfAborted();
+    return abortable(
+      this.#job(() => this.#model.owedPixels()),
+      signal,
+    );
+  }
+
+  /**
    * Waits for the work in hand and frees the model. May be called twice, and again after it failed: the
    * analysis is open until then.
    */

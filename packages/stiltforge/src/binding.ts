@@ -48,6 +48,8 @@ export interface NativeModel {
     layer: number,
     group: number,
   ): Promise<{ width: number; height: number; images: Bytes[] }>;
+  /** Of each layer analysed so far, the pixels that nothing held before its own supports. */
+  owedPixels(): Promise<Float64Array>;
   /** Frees the model when all jobs before are done. May be called again. */
   close(): Promise<void>;
 }

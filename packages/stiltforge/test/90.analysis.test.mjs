@@ -39,6 +39,17 @@ test('run() yields the results of a stack in order, the same as the five functio
   assert.equal(analysis.sliceCount, 8);
 });
 
+test('owedPixels() tells what each slice was owed before its own supports', async () => {
+  const analysis = create({ supportStrength: 12 });
+  const island = rectangle(8, 6, 4, 0, 8, 3);
+  for (const pixels of [rectangle(8, 6, 0, 0, 3, 6), island]) await analysis.analyse(pixels);
+  const owed = await analysis.owedPixels();
+  assert.ok(owed instanceof Float64Array);
+  assert.deepEqual([...owed], [0, 12]);
+  await analysis.close();
+  await assert.rejects(analysis.owedPixels(), isError('ERR_STILTFORGE_CLOSED', /closed/));
+});
+
 test('analyse() keeps the order of calls that do not wait for each other', async () => {
   const analysis = create();
   const results = await Promise.all(stack.map((pixels) => analysis.analyse(pixels)));

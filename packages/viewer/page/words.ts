@@ -8,10 +8,13 @@ export const counted = (count: number, noun: string, plural = `${noun}s`): strin
 
 export const millimetres = (value: number, digits = 2): string => `${value.toFixed(digits)} mm`;
 
-export function area(value: number): string {
-  const digits = value === 0 ? 0 : value < 1 ? 3 : value < 10 ? 2 : value < 1000 ? 1 : 0;
-  return `${digits === 0 ? countText(Math.round(value)) : value.toFixed(digits)} mm²`;
+/** To about three digits. */
+export function figure(value: number): string {
+  const digits = value === 0 ? 0 : value < 1 ? 3 : value < 10 ? 2 : value < 100 ? 1 : 0;
+  return digits === 0 ? countText(Math.round(value)) : value.toFixed(digits);
 }
+
+export const area = (value: number): string => `${figure(value)} mm²`;
 
 /** Of mm3. */
 export const volume = (value: number): string =>

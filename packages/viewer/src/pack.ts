@@ -43,8 +43,8 @@ export async function packPart(source: PartSource, options: PackOptions = {}): P
 
   const { columns, islands, layers, codes } = await packLayers(source, options);
   if (strength !== undefined) {
-    columns.owed = strength.owed.map(rounded);
-    columns.given = strength.given.map(rounded);
+    columns.owed = strength.owed.map(finite);
+    columns.given = strength.given.map(finite);
   }
   return {
     document: {
@@ -139,6 +139,9 @@ async function strideOf({ part, runs }: PartSource, sliceBytes: number): Promise
   }
   return Math.max(1, Math.ceil((bytes / sampleLayers) * (layers / sliceBytes)));
 }
+
+/** Sums of an analysis with extreme parameters may be no numbers. */
+const finite = (value: number): number => (Number.isFinite(value) ? rounded(value) : 0);
 
 /** To a thousandth: beyond it are only the digits of binary fractions. */
 function rounded(value: number): number {

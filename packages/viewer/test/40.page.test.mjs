@@ -88,6 +88,7 @@ test('a point in the list is shown in its place, and says why it is there', { sk
   await sliceShown(page, 6);
   assert.equal(await row.getAttribute('aria-current'), 'true');
   assert.ok((await pixelsOf(page, slice, '#1f5fd1')) > 30, 'a ring round it');
+  await page.getByRole('tab', { name: /^Settings/ }).click();
   await page.keyboard.press('p');
   await sliceShown(page, 4);
   await page.getByRole('button', { name: /Island, region 2.*begins here in the air/ }).waitFor();

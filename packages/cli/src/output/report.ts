@@ -9,6 +9,8 @@ export interface ReportedPart {
   document: SupportsDocument;
   mesh: Triangles;
   slicer: Slicer;
+  /** What nothing held of each layer before its points, pixels. */
+  owedPixels: Float64Array;
 }
 
 /**
@@ -16,7 +18,7 @@ export interface ReportedPart {
  * Throws the signal's reason.
  */
 export async function reportPage(
-  { document, mesh, slicer }: ReportedPart,
+  { document, mesh, slicer, owedPixels }: ReportedPart,
   signal: AbortSignal,
 ): Promise<string> {
   const places = Float32Array.from(document.supports.flatMap(({ x, y, z }) => [x, y, z]));
@@ -24,8 +26,22 @@ export async function reportPage(
     part: document,
     positions: mesh,
     runs: (first, count) => slicer.runs(first, count),
+    strength: strengthOf(document, owedPixels),
     feet: pillarFeet(places, mesh, document.model.min[2]),
   };
   const page = createRequire(import.meta.url).resolve('stiltforge-viewer/report.html');
   return reportHtml(await readFile(page, 'utf8'), await packPart(source, { signal }));
+}
+
+/** mm2 of each layer: what nothing held, and what its points hold. */
+function strengthOf(
+  { print, settings, parameters, supports }: SupportsDocument,
+  owedPixels: Float64Array,
+): PartSource['strength'] {
+  const given = new Array<number>(print.layers).fill(0);
+  for (const { layer, kind } of supports) {
+    const factor = kind === 'island' ? parameters.islandStrengthSupport : 1;
+    given[layer] += factor * settings.supportArea;
+  }
+  return { owed: Array.from(owedPixels, (pixels) => pixels * print.pixelSize ** 2), given };
 }

@@ -40,12 +40,12 @@ export function drawChart(
     unit: (height - ratio - roof) / most,
     ratio,
   };
-  if (stacked) drawBars(plot, sums, series.values[1], palette);
+  if (stacked) drawPoints(plot, sums, series.values[1], palette);
   else if (series.form === 'filled') drawCurve(plot, series.values[0], palette.overhang, 0.28, []);
   else if (series.form === 'steps') drawCurve(plot, series.values[0], palette.muted, 0.1, []);
   else {
     drawCurve(plot, series.values[0], palette.muted, 0.16, [3 * ratio, 2 * ratio]);
-    drawCurve(plot, series.values[1], palette.accent, 0, []);
+    drawBars(plot, series.values[1], palette.accent);
   }
 }
 
@@ -64,26 +64,41 @@ interface Plot {
 const columnOf = ({ columns, layers, left }: Plot, layer: number): number =>
   left + (layers < 2 ? 0 : (layer / (layers - 1)) * columns);
 
+const barWidth = ({ ratio, columns, layers }: Plot): number =>
+  Math.max(1.6 * ratio, Math.min(8 * ratio, (0.7 * columns) / layers));
+
+function drawBars(plot: Plot, values: readonly number[], colour: string): void {
+  const { context, floor, unit } = plot;
+  const width = barWidth(plot);
+  context.fillStyle = colour;
+  values.forEach((value, layer) => {
+    if (value > 0) {
+      context.fillRect(
+        columnOf(plot, layer) - width / 2,
+        floor - value * unit,
+        width,
+        value * unit,
+      );
+    }
+  });
+}
+
 /** Bars of all points; the share of islands is drawn over, and topped with a rhomb. */
-function drawBars(
+function drawPoints(
   plot: Plot,
   sums: readonly number[],
   islands: readonly number[],
   palette: Palette,
 ): void {
-  const { context, floor, unit, ratio, columns, layers } = plot;
-  const width = Math.max(1.6 * ratio, Math.min(8 * ratio, (0.7 * columns) / layers));
-  sums.forEach((sum, layer) => {
-    if (sum === 0) return;
-    const x = columnOf(plot, layer) - width / 2;
-    context.fillStyle = palette.pointOverhang;
-    context.fillRect(x, floor - sum * unit, width, sum * unit);
-    if (islands[layer] === 0) return;
-    const top = floor - islands[layer] * unit;
-    context.fillStyle = palette.pointIsland;
-    context.fillRect(x, top, width, floor - top);
+  const { context, floor, unit, ratio } = plot;
+  const width = barWidth(plot);
+  drawBars(plot, sums, palette.pointOverhang);
+  drawBars(plot, islands, palette.pointIsland);
+  islands.forEach((count, layer) => {
+    if (count === 0) return;
+    const top = floor - count * unit;
     const reach = Math.max(3 * ratio, width);
-    const middle = x + width / 2;
+    const middle = columnOf(plot, layer);
     context.beginPath();
     context.moveTo(middle, top - reach);
     context.lineTo(middle + reach, top);

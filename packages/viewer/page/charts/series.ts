@@ -1,10 +1,10 @@
 import type { ViewedPart } from '../part.js';
-import { area, counted, largest } from '../words.js';
+import { area, counted, figure, largest } from '../words.js';
 
 /** One chart over the layers. */
 export interface Series {
   name: string;
-  /** How it is drawn: as bars of two kinds, as a filled curve, as steps, or as two curves. */
+  /** How it is drawn: as bars of two kinds, as a filled curve, as steps, or as a curve and bars. */
   form: 'bars' | 'filled' | 'steps' | 'pair';
   /** One number a layer; of `bars` and `pair` there are two such lists. */
   values: readonly (readonly number[])[];
@@ -56,10 +56,10 @@ export function seriesOf(part: ViewedPart): Series[] {
   const { owed, given } = layers;
   if (owed !== undefined && given !== undefined) {
     series.push({
-      name: 'Strength',
+      name: 'Strength in mm²',
       form: 'pair',
       values: [owed, given],
-      tell: (layer) => `${area(owed[layer])} owed, ${area(given[layer])} given`,
+      tell: (layer) => `${figure(owed[layer])} owed, ${figure(given[layer])} given`,
       most: area(Math.max(largest(owed), largest(given))),
     });
   }

@@ -84,7 +84,8 @@ export function pointsList(
     while (!rows.has(point) && list.childElementCount < wanted.length) showMore();
     const row = rows.get(point);
     row?.setAttribute('aria-current', 'true');
-    row?.scrollIntoView({ block: 'nearest' });
+    // By then the list shows, if another tab did.
+    requestAnimationFrame(() => row?.scrollIntoView({ block: 'nearest' }));
   });
   return element('div', {}, element('div', { class: 'filter' }, filter, count), list, more);
 }

@@ -37,6 +37,8 @@ export class PartScene {
   readonly size: Vector3;
   readonly marks: PointMarks;
   readonly cutFace: CutFace;
+  /** To be seen from above only. */
+  readonly plate: Group;
   private readonly below = new Plane(new Vector3(0, 0, -1), 0);
   private readonly above = new Plane(new Vector3(0, 0, 1), 0);
   private readonly solid = new MeshLambertMaterial({ side: DoubleSide, vertexColors: true });
@@ -49,8 +51,8 @@ export class PartScene {
   private readonly hintMesh = new Mesh(new BufferGeometry(), this.hint);
   private readonly plateFace = new MeshBasicMaterial({ side: FrontSide });
   private readonly plateLines = new LineBasicMaterial();
-  private readonly light = new DirectionalLight(0xffffff, 1.9);
-  private readonly sky = new HemisphereLight(0xffffff, 0x8a94a0, 1.5);
+  private readonly light = new DirectionalLight(0xffffff, 1.7);
+  private readonly sky = new HemisphereLight(0xffffff, 0xb4bdc8, 1.6);
   private tints: Float32Array = new Float32Array();
   private colours: BufferAttribute | null = null;
   private palette: Palette | null = null;
@@ -61,7 +63,8 @@ export class PartScene {
     this.size = new Vector3(max[0] - min[0], max[1] - min[1], max[2] - min[2]);
     this.marks = new PointMarks(part, this.size.length());
     this.cutFace = new CutFace(part);
-    this.scene.add(this.light, this.light.target, this.sky, this.plate());
+    this.plate = this.makePlate();
+    this.scene.add(this.light, this.light.target, this.sky, this.plate);
     this.scene.add(this.marks.group, this.cutFace.mesh);
   }
 
@@ -132,8 +135,8 @@ export class PartScene {
     this.colours.needsUpdate = true;
   }
 
-  /** A disc with lines every 10 mm, to be seen from above only. */
-  private plate(): Group {
+  /** A disc with lines, every 10 mm mostly. */
+  private makePlate(): Group {
     const radius = 0.72 * Math.hypot(this.size.x, this.size.y);
     const disc = new Mesh(new CircleGeometry(radius, 96), this.plateFace);
     disc.position.z = -0.002 * radius;

@@ -75,8 +75,14 @@ export class PointMarks {
   }
 
   setPalette(palette: Palette): void {
-    this.materials.island.color.set(palette.pointIsland);
-    this.materials.overhang.color.set(palette.pointOverhang);
+    // They glow a little: most hang where the light does not reach.
+    for (const [kind, colour] of [
+      ['island', palette.pointIsland],
+      ['overhang', palette.pointOverhang],
+    ] as const) {
+      this.materials[kind].color.set(colour);
+      this.materials[kind].emissive.set(colour).multiplyScalar(0.45);
+    }
     this.pillarMaterial.color.set(palette.pillar);
     this.ringMaterial.color.set(palette.accent);
   }
@@ -94,9 +100,10 @@ export class PointMarks {
     this.pillars.visible = hasPillars;
   }
 
-  choose(point: number | null): void {
-    this.ring.visible = point !== null;
-    if (point !== null) this.ring.position.copy(this.places[point]);
+  /** Rings a place of the scene, or none. */
+  ringAt(place: Vector3 | null): void {
+    this.ring.visible = place !== null;
+    if (place !== null) this.ring.position.copy(place);
   }
 
   /** The ring looks at who looks at it. */

@@ -1,6 +1,7 @@
 import { MOUSE, PerspectiveCamera, TOUCH, Vector3, WebGLRenderer } from 'three';
 import { OrbitControls } from 'three/addons/controls/OrbitControls.js';
 import { button, element } from '../dom.js';
+import type { Place } from '../findings.js';
 import type { ViewedPart } from '../part.js';
 import type { ThemeChoice } from '../theme.js';
 import type { ViewModel } from '../view_state.js';
@@ -26,6 +27,10 @@ export class SceneView {
     attributes: { role: 'img', tabindex: '0', 'aria-label': 'The part in three dimensions' },
   });
   private readonly frame = element('div', { class: 'canvas' }, this.canvas);
+  private readonly views = element('select', {
+    title: 'Look from (1 to 6)',
+    attributes: { 'aria-label': 'Look from' },
+  });
   private readonly scene: PartScene;
   private readonly camera = new PerspectiveCamera(angleOfView, 1, 1, 1000);
   private readonly renderer: WebGLRenderer | null;
@@ -54,12 +59,8 @@ export class SceneView {
         ? []
         : [toggle('Pillars', 'Show what the points would stand on (l)', 'hasPillars')]),
     ];
-    const views = element('select', {
-      title: 'Look from (1 to 6)',
-      attributes: { 'aria-label': 'Look from' },
-      on: { change: () => this.lookFrom(views.value) },
-    });
-    views.append(
+    this.views.addEventListener('change', () => this.lookFrom(this.views.value));
+    this.views.append(
       ...directions.map(({ name, key }) =>
         element('option', { text: name, attributes: { value: key } }),
       ),
@@ -71,7 +72,7 @@ export class SceneView {
         'header',
         {},
         element('div', { class: 'panel-title' }, element('h2', { text: 'Part' }), this.caption()),
-        element('div', { class: 'tools' }, ...this.toggles.map(([made]) => made), views),
+        element('div', { class: 'tools' }, ...this.toggles.map(([made]) => made), this.views),
       ),
       this.frame,
       this.legend(),
@@ -114,6 +115,7 @@ export class SceneView {
   lookFrom(key: string): void {
     const found = directions.find((direction) => direction.key === key);
     if (found === undefined || this.controls === null) return;
+    this.views.value = key;
     const target = new Vector3(0, 0, this.scene.size.z / 2);
     const direction = new Vector3(...found.from).normalize();
     this.flyTo(target.clone().addScaledVector(direction, this.fittingDistance()), target);
@@ -178,12 +180,23 @@ export class SceneView {
   }
 
   private apply(): void {
-    const { layer, point, isCut, isTinted, hasPillars } = this.model.state;
+    const { layer, point, place, isCut, isTinted, hasPillars } = this.model.state;
     this.scene.cut(isCut ? this.part.topOf(layer) : null);
     this.scene.setTinted(isTinted);
     this.scene.marks.showUpTo(isCut ? layer : this.part.layerCount, hasPillars);
-    this.scene.marks.choose(point);
+    this.scene.marks.ringAt(point === null ? this.sceneOf(place) : this.scene.marks.places[point]);
     this.plan();
+  }
+
+  /** Where a place of a finding is in the scene; null for a whole layer. */
+  private sceneOf(place: Place | null): Vector3 | null {
+    if (place?.column === undefined || place.row === undefined) return null;
+    const { min, max } = this.part;
+    return new Vector3(
+      this.part.xOf(place.column) - (min[0] + max[0]) / 2,
+      this.part.yOf(place.row) - (min[1] + max[1]) / 2,
+      this.part.bottomOf(place.layer),
+    );
   }
 
   private async paintCut(): Promise<void> {
@@ -233,6 +246,7 @@ export class SceneView {
       new Vector3().setFromMatrixColumn(camera.matrixWorld, column);
     scene.lightFrom(axis(2), axis(0), axis(1));
     scene.marks.face(camera.position);
+    scene.plate.visible = camera.position.z > 0;
     this.renderer?.render(scene.scene, camera);
   }
 

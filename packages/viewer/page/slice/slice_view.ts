@@ -61,7 +61,7 @@ export class SliceView {
     new ResizeObserver(() => this.plan()).observe(this.canvas);
     model.listen((state, before) => {
       if (state.layer !== before.layer) void this.load();
-      else if (state.point !== before.point) this.plan();
+      else if (state.point !== before.point || state.place !== before.place) this.plan();
     });
     void this.load();
   }
@@ -201,9 +201,9 @@ export class SliceView {
       context.strokeStyle = palette.pointEdge;
       context.stroke();
     }
-    const { point } = this.model.state;
-    if (point === null) return;
-    const chosen = this.part.points[point];
+    const { point, place } = this.model.state;
+    const chosen = point === null ? place : this.part.points[point];
+    if (chosen?.column === undefined || chosen.row === undefined) return;
     if (chosen.layer > this.shown || chosen.layer < lowest) return;
     const [x, y] = this.placeOf(chosen.column, chosen.row, window);
     context.beginPath();
