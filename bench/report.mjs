@@ -204,6 +204,40 @@ function memoryRows({ many, perPixel, perPixelOfBunny, perPixelBuffers }) {
   ];
 }
 
+function fileRows(times) {
+  const screens = ['2k', '4k', '12k'];
+  const processor = (name) => {
+    const { processor: value } = times.get(name);
+    return [value, ms(value)];
+  };
+  const perSecond = (what, name) => ({
+    what,
+    value: 1000 / times.get(name).wall,
+    unit: ' layers/s',
+    bound: atLeast(300),
+    from: `${ms(times.get(name).wall)} a layer`,
+  });
+  return [
+    ...screens.map((screen) =>
+      quotient(
+        `SL1 at ${screen}: decoding and analysing a layer / libpng's decoding, processor time`,
+        processor(`sl1-analyse/${screen}`),
+        processor(`libpng/${screen}`),
+        atMost(0.5),
+      ),
+    ),
+    ...screens.map((screen) =>
+      quotient(
+        `SL1 at ${screen}: libpng / decoding to runs, on 1 thread`,
+        processor(`libpng/${screen}`),
+        processor(`sl1-decode/${screen}`),
+      ),
+    ),
+    perSecond('GOO at 12k: decoding on 1 thread', 'goo-decode/12k'),
+    perSecond('GOO at 12k: decoding and analysing', 'goo-analyse/12k'),
+  ];
+}
+
 function wholeRunRows(what, run, rival, { longest, timesAsFast }) {
   const rows = [
     { what, value: run.seconds, unit: ' s', bound: atMost(longest), from: 'whole process' },
@@ -257,22 +291,28 @@ function commandRows(measured) {
   ];
 }
 
+const nameOf = (entry) => entry.run_name.replace(/\/(iterations:|manual_time).*/, '');
+
+function timesOf(entries) {
+  return new Map(
+    entries.map((entry) => [
+      nameOf(entry),
+      { wall: entry.real_time, processor: entry.processor_ms },
+    ]),
+  );
+}
+
 /** All measurements as the rows of one table; what was not measured has none. */
-export function rowsOf({ native, sizes, models, memory, command }) {
+export function rowsOf({ native, sizes, models, memory, files, command }) {
   const rows = [];
   if (native) {
-    const nameOf = (entry) => entry.run_name.replace(/\/iterations:.*/, '');
-    const times = new Map(
-      native.map((entry) => [
-        nameOf(entry),
-        { wall: entry.real_time, processor: entry.processor_ms },
-      ]),
-    );
+    const times = timesOf(native);
     const plainLayers = native.find((entry) => nameOf(entry) === 'model-plain/bunny-4k').layers;
     rows.push(...segmentationRows(times), ...growthRows(times, sizes), ...placementRows(times));
     if (models) rows.push(...modelRows(times, plainLayers, models));
   }
   if (memory) rows.push(...memoryRows(memory));
+  if (files) rows.push(...fileRows(timesOf(files)));
   if (command) rows.push(...commandRows(command));
   return rows;
 }

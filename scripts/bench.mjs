@@ -2,7 +2,7 @@
 //   npm run bench                      everything, about ten minutes
 //   npm run bench -- --quick           small samples, about two minutes
 //   npm run bench -- --rival COMMIT    also the command as it was at that commit, built for this
-//   npm run bench -- --only PART       one of stages, models, memory, command; repeatable
+//   npm run bench -- --only PART       one of stages, models, memory, files, command; repeatable
 //   npm run bench -- --stack FILE      also slices of an archive (a zip of PNG layers); repeatable
 //   npm run bench -- --write           also puts the table into docs/performance.md
 // The variable STILTFORGE_BENCH_STACKS may name archives too, separated as in PATH.
@@ -38,7 +38,7 @@ const archives = [
   ...(process.env.STILTFORGE_BENCH_STACKS ?? '').split(delimiter).filter(Boolean),
 ];
 
-const parts = ['stages', 'models', 'memory', 'command'];
+const parts = ['stages', 'models', 'memory', 'files', 'command'];
 const stranger = options.only.find((part) => !parts.includes(part));
 if (stranger !== undefined) {
   console.error(`bench: there is no part "${stranger}": use ${parts.join(', ')}`);
@@ -57,7 +57,7 @@ function build() {
     return stdout;
   };
   run('npm', 'run', '--silent', 'build');
-  if (!wanted('stages') && !wanted('models')) return;
+  if (!wanted('stages') && !wanted('models') && !wanted('files')) return;
   const configured = run('cmake', '--preset', 'bench');
   if (configured.includes('OpenCV not found')) {
     say('OpenCV is missing (Debian: libopencv-dev), so its rows are left out');
@@ -65,24 +65,21 @@ function build() {
   run('cmake', '--build', buildFolder);
 }
 
-/** Runs the C++ benchmarks, their repetitions interleaved; entries of Google Benchmark's report. */
-function runNative({ soup, parameters, stacks }) {
-  const report = join(buildFolder, 'native.json');
-  const words = [
-    `--soup=${soup}`,
-    `--parameters=${parameters}`,
-    ...stacks.map((file) => `--stack=${file}`),
-    ...(quick ? ['--quick'] : []),
+/** Runs a program of C++ benchmarks, their repetitions interleaved; entries of Google Benchmark's report. */
+function runNative(name, words) {
+  const report = join(buildFolder, `${name}.json`);
+  const options = [
     `--benchmark_repetitions=${quick ? 5 : 9}`,
     '--benchmark_enable_random_interleaving=true',
     '--benchmark_report_aggregates_only=true',
     '--benchmark_out_format=json',
     `--benchmark_out=${report}`,
   ];
-  const program = join(buildFolder, 'bench/stiltforge_bench');
-  const { status, stderr } = spawnSync(program, words, { encoding: 'utf8' });
+  const program = join(buildFolder, 'bench', name);
+  const { status, stderr } = spawnSync(program, [...words, ...options], { encoding: 'utf8' });
   if (status !== 0) throw new Error(`${program} failed:\n${stderr}`);
-  return JSON.parse(readFileSync(report, 'utf8')).benchmarks;
+  const { benchmarks } = JSON.parse(readFileSync(report, 'utf8'));
+  return benchmarks.filter((entry) => entry.aggregate_name === 'median');
 }
 
 /** Runs a scenario in a process of its own, `rounds` times; gives the one of median duration. */
@@ -109,8 +106,13 @@ if (wanted('stages') || wanted('models')) {
   say('segmentation and placement');
   const stacks = [];
   for (const archive of archives) stacks.push(await writeStackPicture(archive, folder));
-  const native = runNative({ soup, ...writeParameters(folder), stacks });
-  measured.native = native.filter((entry) => entry.aggregate_name === 'median');
+  const { parameters } = writeParameters(folder);
+  measured.native = runNative('stiltforge_bench', [
+    `--soup=${soup}`,
+    `--parameters=${parameters}`,
+    ...stacks.map((file) => `--stack=${file}`),
+    ...(quick ? ['--quick'] : []),
+  ]);
 }
 if (wanted('models')) {
   say('whole models through Node');
@@ -142,6 +144,11 @@ if (wanted('memory')) {
     perPixelOfBunny: runScenario('bytesPerPixelOf', { ...packed, ...wide }),
     perPixelBuffers: runScenario('bytesPerPixel', { ...wide, needBuffer: true }),
   };
+}
+if (wanted('files')) {
+  say('printer files');
+  const shortly = '--benchmark_min_time=0.05';
+  measured.files = runNative('files/stiltforge_files_bench', [soup, shortly]);
 }
 if (wanted('command')) {
   const rival = options.rival && builtRival(root, options.rival, say);
