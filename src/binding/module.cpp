@@ -7,6 +7,7 @@
 #include "binding/mask_slicer_object.h"
 #include "binding/memory_estimate.h"
 #include "binding/model_object.h"
+#include "binding/orientation.h"
 #include "binding/parameter_table.h"
 #include "binding/print_settings.h"
 #include "binding/read_mesh.h"
@@ -20,6 +21,9 @@ Napi::Object initialize(Napi::Env env, Napi::Object exports) {
   exports.Set("Slicer", stiltforge::binding::SlicerObject::define(env));
   exports.Set("MaskSlicer", stiltforge::binding::MaskSlicerObject::define(env));
   exports.Set("readMesh", Napi::Function::New<&stiltforge::binding::readMesh>(env, "readMesh"));
+  exports.Set("startOrientation", Napi::Function::New<&stiltforge::binding::startOrientation>(
+                                      env, "startOrientation"));
+  exports.Set("turnMesh", Napi::Function::New<&stiltforge::binding::turnMesh>(env, "turnMesh"));
   exports.Set("estimateMemory",
               Napi::Function::New<&stiltforge::binding::estimateMemory>(env, "estimateMemory"));
   exports.Set("parameterTable", stiltforge::binding::parameterTable(env));

@@ -3,6 +3,7 @@ import { loadBinary } from 'stiltforge/load';
 import { fromNative } from './errors.js';
 import type { LayerSource } from './layer_source.js';
 import type { MemoryEstimate, ModelSize } from './memory_estimate.js';
+import type { OrientOptions, OrientResult, Turn } from './orientation.js';
 import type { PrintSettings, SettingConflict, SupportSettings } from './print.js';
 import type { SliceRuns } from './slice_runs.js';
 import type {
@@ -12,6 +13,7 @@ import type {
   ReadMeshOptions,
   Slicer,
   SlicerOptions,
+  Triangles,
 } from './slicing.js';
 
 /** A row of the table of parameters, which the native side keeps. */
@@ -54,6 +56,17 @@ export interface NativeModel {
   close(): Promise<void>;
 }
 
+/** Weights are plain options here. */
+export interface NativeOrientOptions
+  extends Omit<OrientOptions, 'weights' | 'progress' | 'signal'> {
+  pointsWeight: number;
+  overhangWeight: number;
+  islandsWeight: number;
+  heightWeight: number;
+  cupsWeight: number;
+  marksWeight: number;
+}
+
 /** What binding.node, src/binding, exports. */
 export interface Binding {
   Model: new (parameters: Readonly<AnalysisParameters>) => NativeModel;
@@ -68,6 +81,13 @@ export interface Binding {
     slices: { width: number; height: number; layerCount: number },
   ): AnalysisParameters;
   findSettingConflict(settings: PrintSettings & SupportSettings): SettingConflict | undefined;
+  /** Throws for options that are none; the result rejects for what fails at work. */
+  startOrientation(options: NativeOrientOptions): {
+    result: Promise<OrientResult>;
+    progress(): [done: number, total: number];
+    cancel(): void;
+  };
+  turnMesh(positions: Triangles, turn: Readonly<Turn>): Triangles;
   estimateMemory(model: ModelSize): MemoryEstimate;
   parameterTable: readonly Readonly<ParameterRow>[];
 }
