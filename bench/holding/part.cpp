@@ -111,7 +111,7 @@ hold::Survey surveyOf(const Part& part, const PrintSettings& print, Times& times
   hold::SurveySettings settings;
   settings.pixelSize = print.pixelSize;
   settings.layerHeight = print.layerHeight;
-  settings.steepness = 1 / slicing::tangentOfDegrees(print.criticalAngle);
+  settings.steepness = 1.1 / slicing::tangentOfDegrees(print.criticalAngle);
   hold::Survey survey(settings);
   std::vector<Slice> slices;
   for (uint32_t layer = 0; layer < layers; layer += batch) {

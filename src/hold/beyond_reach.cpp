@@ -16,8 +16,8 @@ constexpr double roundingSlack = 1e-9;
 
 BeyondReach::BeyondReach(double reach) {
   const double squared = reach * reach * (1 + roundingSlack);
-  for (int rows = 0; rows * rows <= squared; ++rows) {
-    half_.push_back(static_cast<int>(std::sqrt(squared - rows * rows)));
+  for (int rows = 0; static_cast<double>(rows) * rows <= squared; ++rows) {
+    half_.push_back(static_cast<int>(std::sqrt(squared - static_cast<double>(rows) * rows)));
   }
 }
 
@@ -47,14 +47,12 @@ void BeyondReach::keepBeyond(const RunRows& material, int y, int half) {
 
 void BeyondReach::find(Run run, int y, const RunRows& material, RunRows& beyond) {
   // The nearest rows first: most runs are a rim.
-  const auto rowAt = [&](std::size_t i) {
-    const auto rows = static_cast<int>((i + 1) / 2);
-    return i % 2 == 0 ? y + rows : y - rows;
-  };
-  const std::size_t count = 2 * half_.size() - 1;
+  const int furthest =
+      std::min(static_cast<int>(half_.size()) - 1, std::max(y, material.height() - 1 - y));
   rest_.assign(1, run);
-  for (std::size_t i = 0; i < count && !rest_.empty(); ++i) {
-    keepBeyond(material, rowAt(i), half_[(i + 1) / 2]);
+  for (int i = 0; i <= 2 * furthest && !rest_.empty(); ++i) {
+    const int rows = (i + 1) / 2;
+    keepBeyond(material, i % 2 == 0 ? y + rows : y - rows, half_[static_cast<std::size_t>(rows)]);
   }
   for (const Run& rest : rest_) beyond.add(rest.begin, rest.end);
 }

@@ -142,26 +142,41 @@ class Finisher {
   }
 
   bool takeBody(FloatingBody& body) {
-    if (!body.points.empty()) {
-      keepAnalysed(
-          bestOf(body.points, [&](uint32_t point) { return near_.gainOf(points()[point].place); }));
+    const std::vector<Island>& islands = survey_.islands();
+    std::vector<uint32_t> usable;  // islands
+    for (const uint32_t island : body.islands) {
+      if (isSupportable(islands[island].place)) usable.push_back(island);
+    }
+    const std::vector<uint32_t> spacedPoints =
+        spacedOf(body.points, [&](uint32_t i) { return points()[i].place; });
+    const std::vector<uint32_t> spacedIslands =
+        spacedOf(usable, [&](uint32_t i) { return islands[i].place; });
+    // To hold an island goes before the spacing.
+    const bool anySpaced = !spacedPoints.empty() || !spacedIslands.empty();
+    const std::vector<uint32_t>& fromPoints = anySpaced ? spacedPoints : body.points;
+    const std::vector<uint32_t>& fromIslands = anySpaced ? spacedIslands : usable;
+    if (!fromPoints.empty()) {
+      keepAnalysed(bestOf(fromPoints, [&](uint32_t i) { return near_.gainOf(points()[i].place); }));
       return true;
     }
-    const std::vector<Island>& islands = survey_.islands();
-    std::vector<uint32_t> supportable;
-    for (const uint32_t island : body.islands) {
-      if (isSupportable(islands[island].place)) supportable.push_back(island);
+    if (!fromIslands.empty()) {
+      const uint32_t largest =
+          bestOf(fromIslands, [&](uint32_t i) { return uint64_t{islands[i].pixels}; });
+      addAt(islands[largest].place, Reason::addedForIsland);
+      return true;
     }
-    if (supportable.empty()) {
-      result_.islandsLeft.insert(result_.islandsLeft.end(), body.islands.begin(),
-                                 body.islands.end());
-      body.islands.clear();
-      return false;
+    result_.islandsLeft.insert(result_.islandsLeft.end(), body.islands.begin(), body.islands.end());
+    body.islands.clear();
+    return false;
+  }
+
+  template <class PlaceOf>
+  std::vector<uint32_t> spacedOf(const std::vector<uint32_t>& numbers, PlaceOf&& placeOf) {
+    std::vector<uint32_t> spaced;
+    for (const uint32_t number : numbers) {
+      if (isSpaced(placeOf(number))) spaced.push_back(number);
     }
-    const uint32_t largest =
-        bestOf(supportable, [&](uint32_t island) { return uint64_t{islands[island].pixels}; });
-    addAt(islands[largest].place, Reason::addedForIsland);
-    return true;
+    return spaced;
   }
 
   // The number of the highest value, of equal ones the lowest number.

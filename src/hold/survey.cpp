@@ -22,17 +22,15 @@ uint32_t layersOf(double height, double layerHeight) {
 
 // Steps lower than that follow the rounding to pixels more than the surface.
 constexpr double pixelsPerStep = 4;
-// Of what just carries itself, beyond which a surface is sampled.
-constexpr double steepnessMargin = 1.1;
-
 uint32_t sampledLayers(const SurveySettings& settings) {
   const double height = std::max(settings.sampleHeight, pixelsPerStep * settings.pixelSize);
   return static_cast<uint32_t>(std::clamp(std::round(height / settings.layerHeight), 1.0, 65535.0));
 }
 
 double sampledReach(const SurveySettings& settings) {
-  return steepnessMargin * settings.steepness * sampledLayers(settings) * settings.layerHeight /
-         settings.pixelSize;
+  const double reach =
+      settings.steepness * sampledLayers(settings) * settings.layerHeight / settings.pixelSize;
+  return std::min(reach, 65535.0);
 }
 
 SurveySettings checked(const SurveySettings& settings) {
@@ -49,9 +47,7 @@ SurveySettings checked(const SurveySettings& settings) {
           "the tip's radius must be between 0 and 65535 pixels, not mm", settings.tipRadius);
   require(settings.sampleHeight >= 0 && settings.sampleHeight <= 65535 * settings.layerHeight,
           "the steps of samples must be between 0 and 65535 layers, not mm", settings.sampleHeight);
-  require(settings.steepness >= 0 && sampledReach(settings) <= 65535,
-          "the steepness must be between 0 and what 65535 pixels make of it, not",
-          settings.steepness);
+  require(settings.steepness >= 0, "the steepness must be 0 or more, not", settings.steepness);
   require(std::isfinite(settings.sampleSize) && settings.sampleSize >= settings.pixelSize / 65536,
           "the cells of samples must not be smaller than a fraction of a pixel, not mm",
           settings.sampleSize);

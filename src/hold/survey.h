@@ -21,9 +21,9 @@ struct SurveySettings {
   double layerHeight = 0;      ///< mm
   double minimumHeight = 0.2;  ///< mm from the plate or the part to a place where a support fits
   double tipRadius = 0.2;      ///< mm around a point within which it must find an overhang
-  /// mm that a surface grows outwards for each mm upwards that just carries itself: 1 /
-  /// tan(critical angle). What grows a tenth faster is sampled.
-  double steepness = 1;
+  /// mm that a surface grows outwards for each mm upwards from which on it is sampled: a little
+  /// more than what just carries itself, 1 / tan(critical angle).
+  double steepness = 1.1;
   /// mm, height of the steps in which that is measured; they are never lower than four pixels.
   double sampleHeight = 0.2;
   double sampleSize = 0.5;  ///< mm, side of the cells of samples

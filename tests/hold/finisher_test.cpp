@@ -16,19 +16,20 @@ namespace {
 FinishSettings unitFinish() {
   FinishSettings settings;
   settings.spacing = 3;
-  settings.ownReach = 5;
-  settings.leastOwnArea = 20;
   settings.reach = 6;
   settings.farReach = 10;
+  settings.ownReach = 5;
+  settings.leastOwnArea = 20;
   settings.leastGap = 1;
   settings.islandHeight = 2;
   return settings;
 }
 
+// One pixel of a step of four layers carries itself.
 SurveySettings finishedSurvey() {
   SurveySettings settings = unitSettings();
-  settings.steepness = 0.25;  // over steps of four layers: one pixel carries itself
   settings.sampleSize = 1;
+  settings.steepness = 0.25;
   return settings;
 }
 
@@ -135,14 +136,215 @@ TEST(Finisher, DropsPointsThatHoldNothing) {
   EXPECT_EQ(finished.dropped[0].reason, DropReason::holdsNothing);
 }
 
+TEST(Finisher, PutsThePointOfAnIslandWhereTheIslandBegins) {
+  Part part;
+  part.addLayers(3, {"......."});
+  part.addLayer({"###...."});
+  part.addLayers(2, {"#######"});
+  const Finished finished = finishedOf(part);
+  ASSERT_EQ(finished.points.size(), 1u);
+  EXPECT_EQ(finished.points[0].reason, Reason::addedForIsland);
+  EXPECT_EQ(finished.points[0].site.place.layer, 3u);
+  EXPECT_EQ(finished.points[0].site.place.x, 1);
+}
+
+TEST(Finisher, GivesSpecksThatStaySeparateAPointEach) {
+  Part part;
+  part.addLayers(3, {"..."});
+  part.addLayers(4, {"#.#"});
+  part.addLayer({"###"});
+  const Finished finished = finishedOf(part);
+  ASSERT_EQ(finished.points.size(), 2u);
+  EXPECT_EQ(finished.points[0].site.place.x, 0);
+  EXPECT_EQ(finished.points[1].site.place.x, 2);
+}
+
+TEST(Finisher, NeedsNoPointForAnIslandThatHeldMaterialTakesSoon) {
+  Part part;
+  part.addLayers(3, {"+....."});
+  part.addLayer({"+...#."});
+  part.addLayer({"+++++."});
+  EXPECT_TRUE(finish(part.survey(unitSettings()), unitFinish()).points.empty());
+}
+
+TEST(Finisher, LeavesIslandsAloneUnderWhichNoSupportFits) {
+  Part part;
+  part.addLayer({"+....."});
+  part.addLayers(4, {"+..##."});
+  const Finished finished = finishedOf(part);
+  EXPECT_TRUE(finished.points.empty());
+  EXPECT_EQ(finished.islandsLeft, std::vector<uint32_t>{0});
+}
+
+TEST(Finisher, HoldsAnIslandRatherThanKeepingPointsApart) {
+  Part part;
+  part.addLayers(3, {"....."});
+  part.addLayers(2, {"##..."});
+  part.addLayers(2, {"##.##"});
+  part.addLayer({"##.##"});
+  part.addLayer({"#####"});
+  part.addPoint(3, 1, 0);
+  const Finished finished = finishedOf(part);
+  ASSERT_EQ(finished.points.size(), 2u);
+  EXPECT_EQ(finished.points[1].site.place.x, 3);
+}
+
+TEST(Finisher, PrefersAPointOfTheAnalysisToABetterPlaceNextToIt) {
+  Part part = plank(20);
+  part.addPoint(4, 13, 0);
+  FinishSettings settings = unitFinish();
+  settings.share = 0.9;
+  const Finished finished = finishedOf(part, settings);
+  ASSERT_EQ(finished.points.size(), 2u);
+  EXPECT_EQ(finished.points[1].analysed, 0u);
+}
+
+TEST(Finisher, AddsAPlaceThatGainsFarMoreThanAPointOfTheAnalysis) {
+  Part part = plank(14);
+  part.addPoint(4, 2, 0);
+  const Finished finished = finishedOf(part);
+  ASSERT_EQ(finished.points.size(), 1u);
+  EXPECT_EQ(finished.points[0].reason, Reason::addedForOverhang);
+  ASSERT_EQ(finished.dropped.size(), 1u);
+  EXPECT_EQ(finished.dropped[0].reason, DropReason::merged);
+  EXPECT_EQ(finished.dropped[0].into, 0u);
+  EXPECT_EQ(finished.points[0].mergedIn, std::vector<uint32_t>{0});
+}
+
+TEST(Finisher, KeepsThePointsThatCarryAFlatUnderside) {
+  Part part;
+  part.addLayers(4, Rows(9, "+" + std::string(9, '.')));
+  part.addLayer(Rows(9, "+" + std::string(9, '#')));
+  part.addPoint(4, 5, 2);
+  part.addPoint(4, 5, 6);
+  FinishSettings settings = unitFinish();
+  settings.reach = settings.farReach = 20;
+  settings.ownReach = 3;
+  settings.leastOwnArea = 10;
+  EXPECT_EQ(finishedOf(part, settings).points.size(), 2u);
+  settings.leastOwnArea = 30;
+  EXPECT_EQ(finishedOf(part, settings).points.size(), 1u);
+}
+
+TEST(Finisher, ClosesAGapFarFromAllPointsWhateverItsShareOfTheWhole) {
+  const Part part = plank(9);
+  FinishSettings settings = unitFinish();
+  settings.share = 0;
+  settings.leastGap = 2;
+  const Finished finished = finishedOf(part, settings);
+  ASSERT_EQ(finished.points.size(), 1u);
+  EXPECT_EQ(finished.points[0].reason, Reason::addedForOverhang);
+  settings.leastGap = 100;
+  EXPECT_TRUE(finishedOf(part, settings).points.empty());
+}
+
+TEST(Finisher, LetsNoPointHoldTheOverhangOfAnotherBranch) {
+  Part part;
+  part.addLayers(5, {"+.........+"});
+  part.addLayers(4, {"+####.####+"});
+  part.addPoint(5, 4, 0);
+  const Finished finished = finishedOf(part);
+  ASSERT_EQ(finished.points.size(), 2u);
+  EXPECT_GT(finished.points[1].site.place.x, 5);
+}
+
+TEST(Finisher, HoldsWhatHasNoRoomFromBesideIt) {
+  Part part;
+  part.addLayers(3, {"+....+++++"});
+  part.addLayers(1, {"+........."});
+  part.addLayers(2, {"+#########"});
+  const Finished finished = finishedOf(part);
+  ASSERT_EQ(finished.points.size(), 1u);
+  EXPECT_TRUE(finished.points[0].site.place.hasRoom);
+  EXPECT_EQ(finished.leftAlone.areaNearPart, 0);
+}
+
+TEST(Finisher, TellsWhatNoSupportCanHold) {
+  Part nearPlate;
+  nearPlate.addLayer({"+......."});
+  nearPlate.addLayers(3, {"+#######"});
+  LeftAlone left = finishedOf(nearPlate).leftAlone;
+  EXPECT_EQ(left.areaNearPlate, 6);
+  EXPECT_EQ(left.lift, 1);
+
+  Part nearPart;
+  nearPart.addLayers(4, {"++++++++"});
+  nearPart.addLayer({"+......."});
+  nearPart.addLayers(2, {"+#######"});
+  left = finishedOf(nearPart).leftAlone;
+  EXPECT_EQ(left.areaNearPart, 6);
+  EXPECT_EQ(left.areaNearPlate, 0);
+  EXPECT_EQ(left.lift, 0);
+
+  Part withVoid;
+  withVoid.addLayer({"+++++", "+++++", "+++++"});
+  withVoid.addLayers(4, {"+++++", "+...+", "+++++"});
+  withVoid.addLayers(2, {"+++++", "+###+", "+++++"});
+  SurveySettings survey = finishedSurvey();
+  survey.steepness = 0;
+  left = finish(withVoid.survey(survey), unitFinish()).leftAlone;
+  EXPECT_EQ(left.sealedArea, 3);
+}
+
+TEST(Finisher, SortsItsPointsFromTheBottomUp) {
+  Part part;
+  part.addLayers(3, {".........", "........."});
+  part.addLayers(4, {".......##", "........."});
+  part.addLayers(4, {".......##", "##......."});
+  part.addLayers(4, {"...#...##", "##......."});
+  const Finished finished = finishedOf(part);
+  ASSERT_EQ(finished.points.size(), 3u);
+  EXPECT_EQ(finished.points[0].site.place.layer, 3u);
+  EXPECT_EQ(finished.points[1].site.place.layer, 7u);
+  EXPECT_EQ(finished.points[2].site.place.layer, 11u);
+}
+
+TEST(Finisher, CountsWhatWasDroppedForAReason) {
+  Part part = plank(8);
+  part.addPoint(1, 0, 0);
+  part.addPoint(1, 4, 0);
+  part.addPoint(4, 5, 0);
+  const Finished finished = finishedOf(part);
+  EXPECT_EQ(finished.dropCount(DropReason::holdsNothing), 2u);
+  EXPECT_EQ(finished.dropCount(DropReason::noRoom), 0u);
+  EXPECT_EQ(finished.sites().size(), 1u);
+}
+
+TEST(Finisher, SettlesLengthsByTheAreaOfASupport) {
+  const FinishSettings settings = FinishSettings::forSupportArea(15);
+  EXPECT_NEAR(settings.reach, 3, 0.01);
+  EXPECT_NEAR(settings.farReach, 5, 0.01);
+  EXPECT_NEAR(settings.spacing, 1.55, 0.01);
+  const FinishSettings larger = FinishSettings::forSupportArea(60);
+  EXPECT_DOUBLE_EQ(larger.reach, 2 * settings.reach);
+  EXPECT_DOUBLE_EQ(larger.leastOwnArea, 4 * settings.leastOwnArea);
+}
+
 TEST(Finisher, RefusesSettingsThatMakeNoSense) {
   const Part part = plank(8);
-  for (double FinishSettings::*setting : {&FinishSettings::spacing, &FinishSettings::reach,
-                                          &FinishSettings::islandHeight, &FinishSettings::share}) {
+  for (double FinishSettings::*setting :
+       {&FinishSettings::spacing, &FinishSettings::reach, &FinishSettings::farReach,
+        &FinishSettings::ownReach, &FinishSettings::leastOwnArea, &FinishSettings::leastGap,
+        &FinishSettings::share, &FinishSettings::preference, &FinishSettings::islandHeight}) {
     for (const double value : {-1.0, std::nan(""), std::numeric_limits<double>::infinity()}) {
       FinishSettings settings = unitFinish();
       settings.*setting = value;
       EXPECT_THROW(finishedOf(part, settings), std::invalid_argument);
+    }
+  }
+}
+
+TEST(Finisher, TakesSettingsOfAnySize) {
+  Part part = plank(8);
+  part.addPoint(4, 5, 0);
+  for (double FinishSettings::*setting :
+       {&FinishSettings::spacing, &FinishSettings::reach, &FinishSettings::farReach,
+        &FinishSettings::ownReach, &FinishSettings::leastOwnArea, &FinishSettings::leastGap,
+        &FinishSettings::preference, &FinishSettings::islandHeight}) {
+    for (const double value : {1.0, 1e300}) {
+      FinishSettings settings = unitFinish();
+      settings.*setting = value;
+      EXPECT_FALSE(finishedOf(part, settings).points.empty());
     }
   }
 }
