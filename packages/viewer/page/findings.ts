@@ -1,5 +1,6 @@
 import type { IslandRecord } from '../src/document.js';
 import type { ViewedPart } from './part.js';
+import { droppedFindings, verdictFindings } from './verdict_findings.js';
 import { area, counted, largest, millimetres } from './words.js';
 
 /** How much it matters: the print may fail, somebody should look, good to know. */
@@ -22,10 +23,11 @@ export interface Finding {
 
 /** What a person should look at, the gravest first, then bottom up. */
 export function findingsOf(part: ViewedPart): Finding[] {
-  const { model } = part.document.part;
+  const { model, verdict, dropped = [] } = part.document.part;
   const found = [
     ...(model.warnings ?? []).map(meshFinding),
-    ...islandFindings(part),
+    ...(verdict === undefined ? islandFindings(part) : verdictFindings(part, verdict)),
+    ...droppedFindings(dropped),
     ...telling(part),
   ];
   const order: Weight[] = ['fault', 'warning', 'note'];

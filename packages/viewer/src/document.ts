@@ -1,17 +1,79 @@
+/** How the analysis weighed the region that a point stands in. */
+export interface RegionWeight {
+  pixels: number;
+  /** Of them, those on material of the layer below. */
+  resting: number;
+  /** Of them, those with a support value below 255. */
+  overhanging: number;
+  /** Pixels that nothing held: what points were placed for. */
+  owed: number;
+  /** Points that the analysis placed in it. */
+  supports: number;
+}
+
+/** A place of the print. */
+export interface PixelPlace {
+  layer: number;
+  /** Pixel of the screen. */
+  column: number;
+  row: number;
+}
+
 /** A support point as supports.json has it. */
-export interface PointRecord {
+export interface PointRecord extends PixelPlace {
   /** Millimetres, in the coordinates of the model. */
   x: number;
   y: number;
   z: number;
-  /** Pixel of the screen. */
-  column: number;
-  row: number;
-  layer: number;
   region: number;
   kind: 'island' | 'overhang';
-  /** Why it is there, where the program knows more than its kind. */
-  reason?: string;
+  /**
+   * `analysed`: the analysis placed it; `merged`: the same, and it stands for others, too;
+   * `addedForIsland`: nothing held an island; `addedForOverhang`: it closes a gap between the points.
+   */
+  reason?: 'analysed' | 'merged' | 'addedForIsland' | 'addedForOverhang';
+  /** How many other points it stands for. */
+  standsFor?: number;
+  weight?: RegionWeight;
+}
+
+/** A point that the analysis placed and that is not among the supports. */
+export interface DroppedRecord extends PixelPlace {
+  kind: 'island' | 'overhang';
+  /**
+   * `merged`: another holds what it held; `holdsLittle`: it held next to nothing; `holdsNothing`:
+   * nothing overhangs there; `noRoom`: no support fits; `sealedVoid`: it could not be taken out.
+   */
+  reason: 'merged' | 'holdsLittle' | 'holdsNothing' | 'noRoom' | 'sealedVoid';
+  /** Index of the support that it was merged into. */
+  into?: number;
+}
+
+/** mm2 of overhang, and of it what is further than the reaches from every point. */
+export interface HeldSurface {
+  area: number;
+  beyondNear: number;
+  beyondFar: number;
+}
+
+/** What the supports hold of the part. */
+export interface VerdictRecord {
+  /** mm */
+  nearReach: number;
+  farReach: number;
+  /** Islands that nothing takes soon enough. */
+  islands: (PixelPlace & { pixels: number; hasRoom: boolean; isSealed: boolean })[];
+  overhang: HeldSurface;
+  overhangWithoutRoom: HeldSurface;
+  overhangInSealedVoids: HeldSurface;
+  /** Overhang furthest from a point, worst first; mm, none where there is no point at all. */
+  worst: (PixelPlace & { distance: number | null })[];
+  /** Indices of supports. */
+  inNoMaterial: number[];
+  onHeldMaterial: number[];
+  withoutRoom: number[];
+  inSealedVoids: number[];
+  closePairs: { first: number; second: number; distance: number; isSeparate: boolean }[];
 }
 
 /** What supports.json says of a part. A program may leave out what it does not know. */
@@ -41,16 +103,14 @@ export interface PartDocument {
   parameters?: object;
   summary?: object;
   supports: readonly PointRecord[];
+  dropped?: readonly DroppedRecord[];
+  verdict?: VerdictRecord;
 }
 
 /** A region above the first layer that rests on nothing. */
-export interface IslandRecord {
-  layer: number;
-  /** From 1. */
+export interface IslandRecord extends PixelPlace {
+  /** From 1; column and row are a pixel of it. */
   region: number;
-  /** A pixel of it, of the screen. */
-  column: number;
-  row: number;
   pixels: number;
   /** Support points that stand in it. */
   points: number;

@@ -1,9 +1,11 @@
 export type {
+  DroppedRecord,
   IslandRecord,
   LayerColumns,
   PackedPart,
   PartDocument,
   PointRecord,
+  VerdictRecord,
   ViewerDocument,
 } from './document.js';
 export { decodeMesh, type GridMesh } from './mesh_codec.js';

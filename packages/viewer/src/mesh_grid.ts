@@ -14,7 +14,7 @@ const fineSteps = 65_535;
 const coarseSteps = 1_023;
 
 /** Of the part's largest extent, how far the simplifier may move the surface. */
-const mostError = 0.005;
+const mostError = 0.02;
 
 /**
  * The triangles, nine numbers each, on a grid over `box`, fewer of them where there are many. Resolves to

@@ -1,11 +1,13 @@
+import type { VerdictRecord } from '../../src/document.js';
 import { button, drawing, element } from '../dom.js';
+import type { Weight } from '../findings.js';
 import type { ViewedPart } from '../part.js';
-import { area, countText, volume } from '../words.js';
-import { markIcon } from './mark_icon.js';
+import { area, counted, countText, volume } from '../words.js';
+import { markIcon, weightIcon } from './mark_icon.js';
 
 /** The first line: which part it is, and the figures that people ask for. */
 export function head(part: ViewedPart, toggleTheme: () => void, help: () => void): HTMLElement {
-  const { model, generator } = part.document.part;
+  const { model, generator, verdict } = part.document.part;
   const ofKind = (kind: string): number => part.points.filter((one) => one.kind === kind).length;
   const { layers, islands } = part.document;
   const overhang = layers.overhang.reduce((sum, value) => sum + value, 0);
@@ -27,6 +29,7 @@ export function head(part: ViewedPart, toggleTheme: () => void, help: () => void
       element('h1', { text: model.file }),
       element('p', { class: 'caption', text: `Support report · ${generator}` }),
     ),
+    verdict !== undefined && verdictMark(verdict),
     element('ul', { class: 'figures' }, ...figures),
     element(
       'div',
@@ -34,6 +37,43 @@ export function head(part: ViewedPart, toggleTheme: () => void, help: () => void
       button(themeIcon(), 'Light or dark (t)', toggleTheme),
       button('?', 'Keys and what the shapes mean (?)', help),
     ),
+  );
+}
+
+/** Whether it holds, in two words. */
+function verdictMark({ islands, overhang }: VerdictRecord): HTMLElement {
+  const unheld = islands.filter(({ pixels }) => pixels > 1).length;
+  const within =
+    overhang.area === 0 ? 100 : (100 * (overhang.area - overhang.beyondNear)) / overhang.area;
+  const [weight, told]: [Weight | 'good', string] =
+    unheld > 0
+      ? ['fault', counted(unheld, 'island unheld', 'islands unheld')]
+      : overhang.beyondFar > 0
+        ? ['warning', 'Gaps between points']
+        : ['good', 'Everything is held'];
+  return element(
+    'p',
+    { class: `verdict ${weight}` },
+    weight === 'good' ? goodIcon() : weightIcon(weight),
+    element(
+      'span',
+      {},
+      element('strong', { text: told }),
+      element('span', { text: `${within.toFixed(1)} % of the overhang within reach` }),
+    ),
+  );
+}
+
+function goodIcon(): SVGElement {
+  return drawing(
+    'svg',
+    { viewBox: '0 0 16 16', class: 'icon', 'aria-hidden': 'true' },
+    drawing('path', {
+      d: 'M2.5 8.5 6.3 12.3 13.5 4',
+      fill: 'none',
+      stroke: 'currentColor',
+      'stroke-width': 2.4,
+    }),
   );
 }
 

@@ -204,6 +204,8 @@ export class SceneView {
     this.asked = layer;
     if (!isCut) return;
     const slice = await this.part.slice(layer).catch(() => null);
+    // The slice beside it comes first, and while the slider runs there are newer ones.
+    await new Promise(requestAnimationFrame);
     if (slice === null || this.asked !== layer) return;
     const islands = this.part.islandsOfLayer[this.part.keptLayer(layer)];
     this.scene.cutFace.paint(slice, islands, this.theme.palette);

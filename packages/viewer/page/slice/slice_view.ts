@@ -201,6 +201,7 @@ export class SliceView {
       context.strokeStyle = palette.pointEdge;
       context.stroke();
     }
+    this.drawDropped(context, window, ratio);
     const { point, place } = this.model.state;
     const chosen = point === null ? place : this.part.points[point];
     if (chosen?.column === undefined || chosen.row === undefined) return;
@@ -211,6 +212,23 @@ export class SliceView {
     context.lineWidth = 2.5 * ratio;
     context.strokeStyle = palette.accent;
     context.stroke();
+  }
+
+  /** Crosses where the analysis had placed points that were left out. */
+  private drawDropped(context: CanvasRenderingContext2D, window: SliceWindow, ratio: number): void {
+    const reach = 4 * ratio;
+    context.strokeStyle = this.theme.palette.pointBelow;
+    context.lineWidth = 2 * ratio;
+    for (const { layer, column, row } of this.part.document.part.dropped ?? []) {
+      if (layer !== this.shown) continue;
+      const [x, y] = this.placeOf(column, row, window);
+      context.beginPath();
+      context.moveTo(x - reach, y - reach);
+      context.lineTo(x + reach, y + reach);
+      context.moveTo(x - reach, y + reach);
+      context.lineTo(x + reach, y - reach);
+      context.stroke();
+    }
   }
 
   private drawScale(
@@ -278,6 +296,7 @@ export class SliceView {
       entry('mark-island', 'new point under an island'),
       entry('mark-overhang', 'new point under an overhang'),
       entry('mark-below', `points up to ${memory} mm below`),
+      this.part.document.part.dropped !== undefined && entry('mark-dropped', 'point left out'),
     );
   }
 
