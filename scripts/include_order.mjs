@@ -15,15 +15,16 @@ export const order = {
   addon: ['node_api', 'model', 'support', 'analysis', 'runtime'],
   binding: [
     'node_api',
-    ...['orient', 'printer_files', 'print', 'slicing', 'mesh', 'files', 'hold'],
+    ...['orient', 'printer_files', 'print', 'slicing', 'mesh', 'files', 'check', 'hold'],
     ...['model', 'support', 'analysis', 'runtime'],
   ],
   capi: [
-    ...['orient', 'printer_files', 'print', 'slicing', 'mesh', 'files', 'hold'],
+    ...['orient', 'printer_files', 'print', 'slicing', 'mesh', 'files', 'check', 'hold'],
     ...['model', 'support', 'analysis', 'runtime'],
   ],
   node_api: ['model', 'support', 'analysis', 'runtime'],
   orient: ['hold', 'print', 'slicing', 'model', 'support', 'analysis', 'runtime'],
+  check: ['hold', 'model', 'support', 'analysis', 'runtime'],
   hold: ['model', 'support', 'analysis', 'runtime'],
   print: ['slicing', 'model', 'analysis', 'runtime'],
   printer_files: ['files', 'analysis', 'runtime'],
