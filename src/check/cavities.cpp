@@ -12,6 +12,21 @@ namespace {
 
 constexpr uint32_t outside = 0;
 
+// The pixels that are not among the material.
+RunRows freeOf(const RunRows& material, int width) {
+  RunRows free;
+  for (int y = 0; y < material.height(); ++y) {
+    int32_t at = 0;
+    for (const Run& run : material.row(y)) {
+      free.add(at, run.begin);
+      at = run.end;
+    }
+    free.add(at, width);
+    free.endRow();
+  }
+  return free;
+}
+
 std::vector<uint32_t> componentsAtBorder(const hold::Components& free, int width) {
   std::vector<uint32_t> found;
   const RunRows& rows = free.pixels;
@@ -33,7 +48,8 @@ void Cavities::end(Cavity& cavity, End how) {
   ended_(cavity);
 }
 
-void Cavities::add(hold::Components free, int width, uint32_t layer) {
+void Cavities::add(const RunRows& material, int width, uint32_t layer) {
+  hold::Components free = hold::findComponents(freeOf(material, width), hold::Contact::sides);
   const auto before = static_cast<uint32_t>(cavities_.size());
   const JoinedLayer joined =
       joinLayers(free, below_, cavityOf_, before, componentsAtBorder(free, width));

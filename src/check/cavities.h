@@ -4,6 +4,7 @@
 #include <functional>
 #include <vector>
 
+#include "analysis/run_rows.h"
 #include "check/extent.h"
 #include "hold/components.h"
 
@@ -33,9 +34,8 @@ class Cavities {
 
   explicit Cavities(Ended ended) : ended_(std::move(ended)) { cavities_.emplace_back(); }
 
-  /// Takes the next layer, bottom first: what is left free of it. `free` has a row for each row of
-  /// the slice, `width` columns.
-  void add(hold::Components free, int width, uint32_t layer);
+  /// Takes the material of the next layer, bottom first, of `width` columns.
+  void add(const RunRows& material, int width, uint32_t layer);
   /// Ends those that are open towards the film.
   void finish();
 

@@ -139,10 +139,7 @@ void PrintCheck::add(const RunRows& material, uint32_t width) {
     if (i == 0) {
       addRegions(material);
     } else {
-      const auto columns = static_cast<int>(width);
-      cavities_.add(
-          hold::findComponents(hold::complementOf(material, columns), hold::Contact::sides),
-          columns, layer_);
+      cavities_.add(material, static_cast<int>(width), layer_);
     }
   });
   noteCavities();
