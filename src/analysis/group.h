@@ -55,6 +55,8 @@ struct Group {
   uint32_t firstOverlap = 0;             ///< index in Layer::overlaps of the group's first entry
   uint32_t overlapEntries = 0;           ///< lower groups that this group touches
   float pixelStrength = 0;               ///< support strength per pixel, weighed by the layer above
+  float fromBelow = 0;                   ///< strength that the layer below passes up, pixels
+  float owed = 0;                        ///< weight that nothing held before its supports, pixels
   uint32_t unsupportedPixelCount = 0;    ///< pixels with blue below 255
   uint32_t almostNotBlueCount = 0;       ///< ... below Settings::almostNotBlueCounterLimit
   uint32_t islandBlueCount = 0;          ///< ... below Settings::islandMinBlue

@@ -58,6 +58,7 @@ SliceAnalysisJob::~SliceAnalysisJob() {
 
 void SliceAnalysisJob::work() {
   result_ = model_->analyse(std::move(slice_), std::move(buffers_), hasPicture_);
+  model_->survey(model_->takeUnsurveyed());
   modelBytes_ = model_->bytes();
 }
 
@@ -97,6 +98,7 @@ void MaskAnalysisJob::work() {
     slicer_->slicer.next({&mask, 1}, {&slice, 1});
   }
   result_ = model_->analyse(std::move(slice), std::move(buffers_), false);
+  model_->survey(model_->takeUnsurveyed());
   modelBytes_ = model_->bytes();
 }
 
@@ -165,13 +167,12 @@ void SlicerAnalysisJob::work() {
   model_->ahead = {};
   const uint32_t next = first_ + static_cast<uint32_t>(slices.size());
   const bool isLast = next == slicer_->slicer.layerCount();
+  const std::vector<SurveyedLayer> earlier = model_->takeUnsurveyed();
   results_.reserve(slices.size());
-  workers::parallelFor(isLast ? 1 : 2, [&](std::size_t task) {
-    if (task == 1) {
-      sliceAhead(next);
-      return;
-    }
-    analyse(slices);
+  workers::parallelFor(3, [&](std::size_t task) {
+    if (task == 0) analyse(slices);
+    if (task == 1) model_->survey(earlier);
+    if (task == 2 && !isLast) sliceAhead(next);
   });
   model_->secondsPerLayer = secondsSince(start) / static_cast<double>(slices.size());
   modelBytes_ = model_->bytes();

@@ -61,7 +61,7 @@ class MaskAnalysisJob : public Job {
 };
 
 /// Slices some layers, analyses them and promises an array of their results. While they are
-/// analysed the layers that follow are sliced, for the next such job.
+/// analysed the layers that follow are sliced, for the next such job, and those before surveyed.
 class SlicerAnalysisJob : public Job {
  public:
   /// Of layers from `first` on at most `most`, at least one; which number makes a short job is its

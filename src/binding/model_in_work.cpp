@@ -30,8 +30,10 @@ int64_t bytesOf(const Layer& layer) {
 
 }  // namespace
 
-ModelInWork::ModelInWork(const ModelParameters& parameters, Plane<uint32_t> markers)
+ModelInWork::ModelInWork(const ModelParameters& parameters, Plane<uint32_t> markers,
+                         const std::optional<hold::SurveySettings>& survey)
     : parameters_(parameters) {
+  if (survey) surveyed_.emplace(*survey);
   bytes_ = static_cast<int64_t>(markers.size() * sizeof(uint32_t));
   model_.emplace(parameters.settings, std::size_t{parameters.width} * parameters.height,
                  std::move(markers));
@@ -45,9 +47,17 @@ void ModelInWork::requireSound() {
                                       "analysis and start the model again.");
 }
 
+void ModelInWork::requireNotEnded() const {
+  if (!surveyed_ || !surveyed_->isEnded()) return;
+  throw JobRefusal(codes::closed,
+                   "The supports of this analysis were judged or finished, so no slice may follow. "
+                   "Hand all slices over before, or start the model again.");
+}
+
 SliceResult ModelInWork::analyse(Slice slice, std::optional<SliceResultBuffers> buffers,
                                  bool hasPicture) {
   requireSound();
+  requireNotEnded();
   Model::SliceOptions options;
   options.addSupport = parameters_.addSupport;
   SliceBuffers blocks;
@@ -58,8 +68,14 @@ SliceResult ModelInWork::analyse(Slice slice, std::optional<SliceResultBuffers> 
     options.buffers = &blocks;
   }
   try {
+    std::optional<SurveyedLayer> unsurveyed;
+    if (surveyed_) unsurveyed.emplace(slice);
     model_->analyse(std::move(slice), options);
     const std::vector<Layer>& layers = model_->layers();
+    if (unsurveyed) {
+      unsurveyed->addFindings(layers.back());
+      unsurveyed_.push_back(std::move(*unsurveyed));
+    }
     if (layers.size() > 1) bytes_ += bytesOf(layers[layers.size() - 2]);
     return {resultOf(layers.back()), parameters_.numLayer, static_cast<uint16_t>(layers.size() - 1),
             std::move(buffers)};
@@ -70,6 +86,26 @@ SliceResult ModelInWork::analyse(Slice slice, std::optional<SliceResultBuffers> 
     failure_ = failure.what();
     throw;
   }
+}
+
+void ModelInWork::survey(const std::vector<SurveyedLayer>& layers) {
+  if (surveyFailure_) return;
+  try {
+    for (const SurveyedLayer& layer : layers) surveyed_->add(layer);
+  } catch (const std::exception&) {
+    surveyFailure_ = std::current_exception();
+  }
+}
+
+SurveyedPart& ModelInWork::surveyed() {
+  requireSound();
+  survey(takeUnsurveyed());
+  if (surveyFailure_) std::rethrow_exception(surveyFailure_);
+  if (surveyed_) return *surveyed_;
+  throw JobRefusal(
+      codes::parameter,
+      "This analysis keeps no survey of the part, without which nothing can be judged. "
+      "Create it with the option survey.");
 }
 
 void ModelInWork::tellBytes(napi_env env, int64_t bytes) {
@@ -112,6 +148,8 @@ std::vector<double> ModelInWork::owedPixels() {
 
 void ModelInWork::close() {
   ahead = {};
+  unsurveyed_ = {};
+  surveyed_.reset();
   bytes_ = 0;
   if (!model_) return;
   model_->clear();

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "binding/shared_slicer.h"
+#include "binding/surveyed_part.h"
 #include "model/model.h"
 #include "model/parameters.h"
 #include "node_api/layer_result.h"
@@ -31,8 +32,10 @@ struct SlicesAhead {
 /// A model and what its jobs, of which one at a time is at work, hand on to each other.
 class ModelInWork {
  public:
-  /// Throws as the constructor of Model does.
-  ModelInWork(const ModelParameters& parameters, Plane<uint32_t> markers);
+  /// With a survey what is analysed can be finished and judged. Throws as the constructors of Model
+  /// and of SurveyedPart do.
+  ModelInWork(const ModelParameters& parameters, Plane<uint32_t> markers,
+              const std::optional<hold::SurveySettings>& survey);
 
   const ModelParameters& parameters() const { return parameters_; }
 
@@ -40,6 +43,13 @@ class ModelInWork {
   /// layer that is not its own. Throws what Model::analyse throws, and a JobRefusal when an earlier
   /// slice failed.
   SliceResult analyse(Slice slice, std::optional<SliceResultBuffers> buffers, bool hasPicture);
+  /// The layers that were analysed and not yet surveyed, bottom first; none without a survey.
+  std::vector<SurveyedLayer> takeUnsurveyed() { return std::exchange(unsurveyed_, {}); }
+  /// Surveys them, while others may be analysed. A failure is the survey's alone.
+  void survey(const std::vector<SurveyedLayer>& layers);
+  /// The survey of all layers so far, to be judged or finished: after that none may follow. Throws
+  /// a JobRefusal when there is none.
+  SurveyedPart& surveyed();
   /// Lets the next call fail with what a slice has failed with, since that was told to nobody.
   void failNext(std::exception_ptr failure) { untold_ = std::move(failure); }
   /// Throws a JobRefusal when there is no such layer or group, both counted from 0.
@@ -62,9 +72,13 @@ class ModelInWork {
 
  private:
   void requireSound();
+  void requireNotEnded() const;
 
   ModelParameters parameters_;
   std::optional<Model> model_;
+  std::optional<SurveyedPart> surveyed_;
+  std::exception_ptr surveyFailure_;
+  std::vector<SurveyedLayer> unsurveyed_;
   std::optional<std::string> failure_;
   std::exception_ptr untold_;
   int64_t bytes_ = 0;

@@ -10,7 +10,10 @@
 #include "analysis/run_extraction.h"
 #include "binding/analysis_jobs.h"
 #include "binding/environment.h"
+#include "binding/hold_jobs.h"
+#include "binding/hold_options.h"
 #include "binding/host_runs.h"
+#include "binding/host_slices.h"
 #include "binding/mask_slicer_object.h"
 #include "binding/model_parameters.h"
 #include "binding/slicer_object.h"
@@ -19,61 +22,6 @@
 namespace stiltforge::binding {
 
 namespace {
-
-std::string sizeText(std::size_t width, std::size_t height) {
-  return std::to_string(width) + " x " + std::to_string(height) + " pixels";
-}
-
-uint32_t wholeNumber(const Napi::Value& value, const char* code, const std::string& what,
-                     double least, double most) {
-  const double number = value.IsNumber() ? value.As<Napi::Number>().DoubleValue() : NAN;
-  if (number >= least && number <= most && number == std::floor(number)) {
-    return static_cast<uint32_t>(number);
-  }
-  const std::string given = value.IsNumber() ? value.ToString().Utf8Value() : "no number";
-  throw refusal(value.Env(), code,
-                what + " is " + given + ", not a whole number from " +
-                    std::to_string(static_cast<uint64_t>(least)) + " to " +
-                    std::to_string(static_cast<uint64_t>(most)) + ".");
-}
-
-// Empty for what holds no pixels.
-std::optional<std::span<const uint8_t>> bytesOf(const Napi::Value& value) {
-  if (value.IsArrayBuffer()) {
-    auto buffer = value.As<Napi::ArrayBuffer>();
-    return std::span(static_cast<const uint8_t*>(buffer.Data()), buffer.ByteLength());
-  }
-  if (!value.IsTypedArray()) return std::nullopt;
-  const napi_typedarray_type type = value.As<Napi::TypedArray>().TypedArrayType();
-  if (type != napi_uint8_array && type != napi_uint8_clamped_array) return std::nullopt;
-  const auto array = value.As<Napi::TypedArrayOf<uint8_t>>();
-  // Shared memory could change while it is read.
-  if (!array.ArrayBuffer().IsArrayBuffer()) return std::nullopt;
-  return std::span<const uint8_t>(array.Data(), array.ByteLength());
-}
-
-std::span<const uint8_t> pixelsOf(const Napi::Value& value, const SliceSize& size) {
-  const Napi::Env env = value.Env();
-  const auto bytes = bytesOf(value);
-  if (!bytes) {
-    throw refusal(env, codes::slice,
-                  "The pixels of a slice are an ArrayBuffer, a Buffer, a Uint8Array or a "
-                  "Uint8ClampedArray, and not shared with other threads.");
-  }
-  const std::size_t needed = 4 * size.pixels();
-  if (bytes->size() == needed) return *bytes;
-  throw refusal(env, codes::slice,
-                "A slice of " + sizeText(size.width, size.height) + " is " +
-                    std::to_string(needed) + " bytes, 4 a pixel, but this one holds " +
-                    std::to_string(bytes->size()) + ".");
-}
-
-void requireSameSize(Napi::Env env, std::size_t width, std::size_t height, const SliceSize& model) {
-  if (width == model.width && height == model.height) return;
-  throw refusal(env, codes::slice,
-                "The slices of this model are " + sizeText(model.width, model.height) +
-                    ", but those of the slicer are " + sizeText(width, height) + ".");
-}
 
 std::vector<uint8_t> readMask(const SharedMaskSlicer& slicer, const Napi::Value& value) {
   try {
@@ -94,14 +42,16 @@ Napi::Error withoutMemory(Napi::Env env, const SliceSize& size, bool needBuffer)
 }  // namespace
 
 Napi::Function ModelObject::define(Napi::Env env) {
-  return DefineClass(env, "Model",
-                     {InstanceMethod("analysePixels", &ModelObject::analysePixels),
-                      InstanceMethod("analyseRuns", &ModelObject::analyseRuns),
-                      InstanceMethod("analyseMask", &ModelObject::analyseMask),
-                      InstanceMethod("analyseSlicer", &ModelObject::analyseSlicer),
-                      InstanceMethod("groupImages", &ModelObject::groupImages),
-                      InstanceMethod("owedPixels", &ModelObject::owedPixels),
-                      InstanceMethod("close", &ModelObject::close)});
+  return DefineClass(
+      env, "Model",
+      {InstanceMethod("analysePixels", &ModelObject::analysePixels),
+       InstanceMethod("analyseRuns", &ModelObject::analyseRuns),
+       InstanceMethod("analyseMask", &ModelObject::analyseMask),
+       InstanceMethod("analyseSlicer", &ModelObject::analyseSlicer),
+       InstanceMethod("groupImages", &ModelObject::groupImages),
+       InstanceMethod("owedPixels", &ModelObject::owedPixels),
+       InstanceMethod("judge", &ModelObject::judge), InstanceMethod("finish", &ModelObject::finish),
+       InstanceMethod("close", &ModelObject::close)});
 }
 
 ModelObject::ModelObject(const Napi::CallbackInfo& info) : Napi::ObjectWrap<ModelObject>(info) {
@@ -109,10 +59,12 @@ ModelObject::ModelObject(const Napi::CallbackInfo& info) : Napi::ObjectWrap<Mode
   const ModelParameters parameters = readParameters(info[0]);
   const SliceSize size{parameters.width, parameters.height};
   requireCountable(env, size);
+  std::optional<hold::SurveySettings> survey;
+  if (!info[1].IsUndefined()) survey = readSurveySettings(info[1]);
   Plane<uint32_t> markers;
   if (parameters.needBuffer) markers = reserveMarkers(env, size);
   reserveGhostSpread(env, parameters.settings.ghostRadius, [&] {
-    model_ = std::make_shared<ModelInWork>(parameters, std::move(markers));
+    model_ = std::make_shared<ModelInWork>(parameters, std::move(markers), survey);
   });
   model_->tellBytes(env, model_->bytes());
 }
@@ -229,6 +181,24 @@ Napi::Value ModelObject::owedPixels(const Napi::CallbackInfo& info) {
   requireOpen(env);
   return Job::add(std::make_unique<OwedPixelsJob>(env, model_), queue_,
                   info.This().As<Napi::Object>());
+}
+
+Napi::Value ModelObject::judge(const Napi::CallbackInfo& info) {
+  const Napi::Env env = info.Env();
+  requireOpen(env);
+  return Job::add(std::make_unique<JudgeJob>(
+                      env, [model = model_]() -> SurveyedPart& { return model->surveyed(); },
+                      readJudgeSettings(info[0])),
+                  queue_, info.This().As<Napi::Object>());
+}
+
+Napi::Value ModelObject::finish(const Napi::CallbackInfo& info) {
+  const Napi::Env env = info.Env();
+  requireOpen(env);
+  return Job::add(std::make_unique<FinishJob>(
+                      env, [model = model_]() -> SurveyedPart& { return model->surveyed(); },
+                      readFinishSettings(info[0]), readFinishJudgeSettings(info[0])),
+                  queue_, info.This().As<Napi::Object>());
 }
 
 Napi::Value ModelObject::close(const Napi::CallbackInfo& info) {

@@ -21,7 +21,7 @@ class ModelObject : public Napi::ObjectWrap<ModelObject> {
   /// The class, for the module's exports.
   static Napi::Function define(Napi::Env env);
 
-  /// One argument, the 28 parameters.
+  /// The 28 parameters and, optional, SurveyOptions.
   explicit ModelObject(const Napi::CallbackInfo& info);
   void Finalize(Napi::BasicEnv env) override;
 
@@ -38,6 +38,10 @@ class ModelObject : public Napi::ObjectWrap<ModelObject> {
   Napi::Value groupImages(const Napi::CallbackInfo& info);
   // () => Promise<Float64Array>
   Napi::Value owedPixels(const Napi::CallbackInfo& info);
+  // (settings: JudgeOptions) => Promise<Verdict>
+  Napi::Value judge(const Napi::CallbackInfo& info);
+  // (settings: FinishOptions) => Promise<FinishedSupports>
+  Napi::Value finish(const Napi::CallbackInfo& info);
   // () => Promise<undefined>
   Napi::Value close(const Napi::CallbackInfo& info);
 

@@ -12,12 +12,14 @@
 #include "binding/print_settings.h"
 #include "binding/read_mesh.h"
 #include "binding/slicer_object.h"
+#include "binding/survey_object.h"
 
 namespace {
 
 Napi::Object initialize(Napi::Env env, Napi::Object exports) {
   stiltforge::binding::Environment::open(env);
   exports.Set("Model", stiltforge::binding::ModelObject::define(env));
+  exports.Set("Survey", stiltforge::binding::SurveyObject::define(env));
   exports.Set("Slicer", stiltforge::binding::SlicerObject::define(env));
   exports.Set("MaskSlicer", stiltforge::binding::MaskSlicerObject::define(env));
   exports.Set("readMesh", Napi::Function::New<&stiltforge::binding::readMesh>(env, "readMesh"));

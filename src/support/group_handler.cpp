@@ -40,8 +40,11 @@ uint32_t GroupHandler::supportLayer() {
   workers::parallelFor((groupCount - 2) / groupsPerTask + 1, [&](std::size_t t) {
     const std::size_t end = std::min(groupCount, 1 + (t + 1) * groupsPerTask);
     for (std::size_t i = 1 + t * groupsPerTask; i < end; ++i) {
-      plans[i] = planner.plan(layer->groups[i]);
-      if (plans[i].islandCount == 0) generatorFor(layer->groups[i], plans[i]).generateSupports();
+      Group& group = layer->groups[i];
+      plans[i] = planner.plan(group);
+      group.fromBelow = plans[i].transmittedStrength;
+      group.owed = plans[i].remainingStrength;
+      if (plans[i].islandCount == 0) generatorFor(group, plans[i]).generateSupports();
     }
   });
   std::vector<uint32_t> needy;

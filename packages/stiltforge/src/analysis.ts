@@ -5,6 +5,13 @@
 import type { AnalysisParameters, Bytes, SliceResult } from 'stiltforge';
 import { binding, type NativeModel } from './binding.js';
 import { AnalysisError, fromNative } from './errors.js';
+import type {
+  FinishedSupports,
+  FinishOptions,
+  JudgeOptions,
+  SurveyOptions,
+  Verdict,
+} from './hold.js';
 import { isLayerSource, type LayerSource } from './layer_source.js';
 import { checkedParameters } from './parameters.js';
 import { type SliceImage, slicePixels } from './slice_image.js';
@@ -22,6 +29,19 @@ export type {
 } from 'stiltforge';
 export type { ParameterRow } from './binding.js';
 export { AnalysisError, type AnalysisErrorCode } from './errors.js';
+export type {
+  DroppedSupport,
+  FinishedSupport,
+  FinishedSupports,
+  FinishOptions,
+  IslandVerdict,
+  JudgeOptions,
+  Place,
+  RegionRecord,
+  Surface,
+  SurveyOptions,
+  Verdict,
+} from './hold.js';
 export type { LayerSource } from './layer_source.js';
 export {
   estimateMemory,
@@ -33,6 +53,7 @@ export { parameterTable } from './parameters.js';
 export type { ImageLike, SliceImage } from './slice_image.js';
 export type { SliceMask } from './slice_mask.js';
 export type { Overhang, RunArrays, SliceRuns } from './slice_runs.js';
+export { type PointInStack, type PointOnSlice, Survey } from './survey.js';
 export type { AbortSignalLike } from './waiting.js';
 
 /** The images that groupImages() renders, in the addon's order. */
@@ -61,6 +82,14 @@ export interface GroupImages {
    * `scoreSupport` and `support` mark the supports.
    */
   images: Record<GroupImageName, Bytes>;
+}
+
+export interface AnalysisOptions {
+  /**
+   * Keeps of the part what judgeSupports() and finishSupports() need, in memory that follows its
+   * contours and overhangs, and about the time of the analysis once more. Results stay the same.
+   */
+  survey?: SurveyOptions;
 }
 
 export interface RunOptions {
@@ -103,12 +132,15 @@ export class Analysis {
     this.#model = model;
   }
 
-  /** Starts a model. Throws an AnalysisError when a parameter is wrong or memory is short. */
-  static create(parameters: AnalysisParameters): Analysis {
+  /**
+   * Starts a model. Throws an AnalysisError when a parameter or an option is wrong or memory is
+   * short.
+   */
+  static create(parameters: AnalysisParameters, { survey }: AnalysisOptions = {}): Analysis {
     const checked = checkedParameters(parameters);
     const { Model } = binding();
     try {
-      return new Analysis(checked, new Model(checked));
+      return new Analysis(checked, new Model(checked, survey));
     } catch (error) {
       throw fromNative(error);
     }
@@ -197,6 +229,23 @@ export class Analysis {
       this.#job(() => this.#model.owedPixels()),
       signal,
     );
+  }
+
+  /**
+   * What the supports of the slices so far hold. Needs the option `survey`; no slice may follow, and it
+   * may be asked again, with other options.
+   */
+  async judgeSupports(options: JudgeOptions = {}): Promise<Verdict> {
+    return this.#job(() => this.#model.judge(options));
+  }
+
+  /**
+   * Makes of the supports of the slices so far what an experienced person would leave: none where no
+   * support fits, one for specks that grow together, some where overhang would be left alone. Needs
+   * the option `survey`; no slice may follow, and it may be asked again, with other options.
+   */
+  async finishSupports(options: FinishOptions = {}): Promise<FinishedSupports> {
+    return this.#job(() => this.#model.finish(options));
   }
 
   /**

@@ -1,6 +1,13 @@
 import type { AnalysisParameters, Bytes, SliceResult } from 'stiltforge';
 import { loadBinary } from 'stiltforge/load';
 import { fromNative } from './errors.js';
+import type {
+  FinishedSupports,
+  FinishOptions,
+  JudgeOptions,
+  SurveyOptions,
+  Verdict,
+} from './hold.js';
 import type { LayerSource } from './layer_source.js';
 import type { MemoryEstimate, ModelSize } from './memory_estimate.js';
 import type { OrientOptions, OrientResult, Turn } from './orientation.js';
@@ -52,6 +59,9 @@ export interface NativeModel {
   ): Promise<{ width: number; height: number; images: Bytes[] }>;
   /** Of each layer analysed so far, the pixels that nothing held before its own supports. */
   owedPixels(): Promise<Float64Array>;
+  /** Of a model with a survey; no slice may follow. */
+  judge(options: JudgeOptions): Promise<Verdict>;
+  finish(options: FinishOptions): Promise<FinishedSupports>;
   /** Frees the model when all jobs before are done. May be called again. */
   close(): Promise<void>;
 }
@@ -67,9 +77,34 @@ export interface NativeOrientOptions
   marksWeight: number;
 }
 
+interface NativePoint {
+  x: number;
+  y: number;
+  isIsland?: boolean;
+}
+
+/** A part with given points. Refuses and rejects like NativeModel. */
+export interface NativeSurvey {
+  /** Not of shared memory. The promises resolve to the number of layers so far. */
+  addPixels(
+    pixels: ArrayBuffer | Uint8Array | Uint8ClampedArray,
+    points: readonly NativePoint[],
+  ): Promise<number>;
+  addRuns(runs: SliceRuns, points: readonly NativePoint[]): Promise<number>;
+  /** As many layers of a Slicer, from `first` on, as there are lists of points. */
+  addSlicer(
+    slicer: LayerSource,
+    first: number,
+    points: readonly (readonly NativePoint[])[],
+  ): Promise<number>;
+  judge(options: JudgeOptions): Promise<Verdict>;
+  finish(options: FinishOptions): Promise<FinishedSupports>;
+}
+
 /** What binding.node, src/binding, exports. */
 export interface Binding {
-  Model: new (parameters: Readonly<AnalysisParameters>) => NativeModel;
+  Model: new (parameters: Readonly<AnalysisParameters>, survey?: SurveyOptions) => NativeModel;
+  Survey: new (width: number, height: number, options: SurveyOptions) => NativeSurvey;
   Slicer: new (options: SlicerOptions) => Slicer;
   MaskSlicer: new (options: MaskSlicerOptions) => MaskSlicer;
   readMesh(

@@ -1,0 +1,116 @@
+#include "binding/hold_options.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <optional>
+#include <stdexcept>
+#include <string>
+
+#include "node_api/refusal.h"
+#include "print/print_settings.h"
+#include "slicing/channel_falloff.h"
+#include "slicing/slicing_error.h"
+
+namespace stiltforge::binding {
+
+namespace {
+
+using slicing::numberText;
+
+// A surface that grows by more in one step of the survey's samples is not steep for any angle that
+// a printer knows; looking that far takes time in proportion.
+constexpr double longestSteepReach = 1024;  // pixels
+// mm and mm2, beyond any printer.
+constexpr double longest = 1e6;
+
+// Surfaces just at the critical angle must not count by the rounding of their pixels.
+constexpr double steeperThanCritical = 1.1;
+
+class HoldOptions {
+ public:
+  HoldOptions(const Napi::Value& options, const char* what) : env_(options.Env()), what_(what) {
+    if (options.IsUndefined()) return;
+    if (!options.IsObject()) {
+      throw refusal(env_, codes::parameter,
+                    std::string("The options of ") + what + " are no object.");
+    }
+    object_ = options.As<Napi::Object>();
+  }
+
+  // Ends included.
+  double number(const char* name, std::optional<double> fallback, double least, double most,
+                const char* unit) const {
+    const Napi::Value value = get(name);
+    if (value.IsUndefined() && fallback) return *fallback;
+    const double given = value.IsNumber() ? value.As<Napi::Number>().DoubleValue() : NAN;
+    if (given >= least && given <= most) return given;
+    const std::string isWhat = value.IsUndefined() ? "missing"
+                               : value.IsNumber()  ? numberText(given)
+                                                   : "no number";
+    const std::string range = least > 0 && least < 1e-100
+                                  ? "above 0 to " + numberText(most)
+                                  : "from " + numberText(least) + " to " + numberText(most);
+    throw refusal(env_, codes::parameter,
+                  std::string("The option ") + name + " of " + what_ + " is " + isWhat +
+                      "; it must be a number of " + unit + " " + range + ".");
+  }
+  double positive(const char* name, std::optional<double> fallback, const char* unit) const {
+    return number(name, fallback, std::numeric_limits<double>::min(), longest, unit);
+  }
+
+  Napi::Value get(const char* name) const {
+    return object_.IsEmpty() ? env_.Undefined() : object_.Get(name);
+  }
+
+ private:
+  Napi::Env env_;
+  const char* what_;
+  Napi::Object object_;
+};
+
+}  // namespace
+
+hold::SurveySettings readSurveySettings(const Napi::Value& options) {
+  const HoldOptions given(options, "the survey");
+  hold::SurveySettings settings;
+  settings.pixelSize = given.positive("pixelSize", std::nullopt, "mm");
+  settings.layerHeight = given.positive("layerHeight", std::nullopt, "mm");
+  settings.minimumHeight = given.number("minimumHeight", settings.minimumHeight, 0, longest, "mm");
+  const double angle = given.number("criticalAngle", PrintSettings().criticalAngle,
+                                    std::numeric_limits<double>::min(), 90, "degrees");
+  const double step = std::max(settings.layerHeight, settings.sampleHeight + settings.layerHeight);
+  settings.steepness = std::min(steeperThanCritical / slicing::tangentOfDegrees(angle),
+                                longestSteepReach * settings.pixelSize / step);
+  try {
+    const hold::Survey usable(settings);
+  } catch (const std::invalid_argument& unusable) {
+    throw refusal(
+        options.Env(), codes::parameter,
+        std::string("The options of the survey can't be used together: ") + unusable.what() + ".");
+  }
+  return settings;
+}
+
+hold::JudgeSettings readJudgeSettings(const Napi::Value& options) {
+  const HoldOptions given(options, "the judge");
+  hold::JudgeSettings settings;
+  settings.nearReach = given.number("nearReach", settings.nearReach, 0, longest, "mm");
+  settings.farReach = given.number("farReach", settings.farReach, 0, longest, "mm");
+  settings.spacing = given.number("spacing", settings.spacing, 0, longest, "mm");
+  return settings;
+}
+
+hold::FinishSettings readFinishSettings(const Napi::Value& options) {
+  const HoldOptions given(options, "finishing");
+  const double area = given.positive("supportArea", PrintSettings().supportArea, "mm2");
+  hold::FinishSettings settings = hold::FinishSettings::forSupportArea(area);
+  settings.spacing = given.number("spacing", settings.spacing, 0, longest, "mm");
+  return settings;
+}
+
+hold::JudgeSettings readFinishJudgeSettings(const Napi::Value& options) {
+  return readJudgeSettings(HoldOptions(options, "finishing").get("judge"));
+}
+
+}  // namespace stiltforge::binding

@@ -1,0 +1,19 @@
+#pragma once
+
+#include <napi.h>
+
+#include "hold/finisher.h"
+#include "hold/judge.h"
+#include "hold/survey.h"
+
+namespace stiltforge::binding {
+
+/// SurveyOptions, JudgeOptions and FinishOptions of packages/stiltforge/src/hold.ts. Each throws a
+/// refusal that names the option and its range. Undefined options have their defaults.
+hold::SurveySettings readSurveySettings(const Napi::Value& options);
+hold::JudgeSettings readJudgeSettings(const Napi::Value& options);
+hold::FinishSettings readFinishSettings(const Napi::Value& options);
+/// What the finished points of those FinishOptions are judged by.
+hold::JudgeSettings readFinishJudgeSettings(const Napi::Value& options);
+
+}  // namespace stiltforge::binding

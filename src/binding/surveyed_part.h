@@ -1,0 +1,108 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <vector>
+
+#include "analysis/layer.h"
+#include "analysis/slice.h"
+#include "hold/finisher.h"
+#include "hold/judge.h"
+#include "hold/survey.h"
+
+namespace stiltforge::binding {
+
+/// A region as the analysis weighed it: why it got supports, or none.
+struct RegionRecord {
+  uint32_t layer = 0;
+  uint32_t region = 0;         ///< in its layer, from 1
+  uint32_t pixels = 0;         ///< of the region
+  uint32_t resting = 0;        ///< of them that lie on material of the layer below
+  uint32_t overhanging = 0;    ///< of them with a support value below 255
+  uint32_t layersBelow = 0;    ///< of material without a gap
+  uint32_t supportsBelow = 0;  ///< placed in lower layers, that it stands on
+  uint32_t supports = 0;       ///< placed in it
+  float fromBelow = 0;         ///< strength that the layer below passes up, pixels
+  float owed = 0;              ///< weight that nothing held, pixels
+};
+
+/// A layer with its points, for the survey, which may take it when the analysis has gone on.
+struct SurveyedLayer {
+  Slice slice;
+  std::vector<hold::SupportPoint> points;
+  // Of an analysed layer only.
+  std::vector<uint32_t> groupOfPoint;
+  ScratchVector<uint32_t> groupOfRun;
+  std::vector<RegionRecord> regions;  ///< by group, with the placeholder
+
+  /// With nothing but the slice.
+  explicit SurveyedLayer(Slice taken) : slice(std::move(taken)) {}
+  /// Adds what the analysis has found in the layer, which is the last of its model.
+  void addFindings(const Layer& layer);
+};
+
+/// A verdict, and what it does not tell by itself.
+struct JudgedPart {
+  hold::Verdict verdict;
+  std::size_t points = 0;
+  double pixelArea = 0;  ///< mm2
+  /// By island: the number of the point in its own branch that takes it; none where material does,
+  /// or nothing.
+  std::vector<uint32_t> takenBy;
+  std::vector<uint8_t> isSealed;  ///< by island: it lies in a sealed void
+};
+
+/// Points with the regions that they stand in, as far as the analysis has seen these.
+struct FinishedPart {
+  struct Point {
+    hold::FinishedPoint point;
+    std::optional<RegionRecord> region;
+  };
+  struct Dropped {
+    hold::DroppedPoint point;
+    hold::Site site;
+    std::optional<RegionRecord> region;
+  };
+  std::vector<Point> points;
+  std::vector<Dropped> dropped;
+  std::vector<uint32_t> islandsLeft;  ///< see hold::Finished
+  JudgedPart judged;
+};
+
+/// A survey that keeps, for the regions in which points stand or may be added, how the analysis
+/// weighed them. One thread at a time.
+class SurveyedPart {
+ public:
+  /// Throws as the constructor of hold::Survey does.
+  explicit SurveyedPart(const hold::SurveySettings& settings) : survey_(settings) {}
+
+  /// Takes the next layer, bottom first.
+  void add(const SurveyedLayer& layer);
+  uint32_t layerCount() const { return survey_.layerCount(); }
+
+  /// Ends the part: nothing may be added after one of these.
+  JudgedPart judge(const hold::JudgeSettings& settings);
+  FinishedPart finish(const hold::FinishSettings& finishing, const hold::JudgeSettings& judging);
+  bool isEnded() const { return isEnded_; }
+
+ private:
+  void end();
+  void noteRegions(const SurveyedLayer& layer, std::size_t islandsBefore);
+  uint32_t noteOf(const SurveyedLayer& layer, uint32_t group);
+  std::optional<RegionRecord> recordOf(uint32_t note) const;
+  JudgedPart judged(std::span<const hold::Site> points, const hold::JudgeSettings& settings) const;
+
+  hold::Survey survey_;
+  bool isEnded_ = false;
+  std::vector<RegionRecord> notes_;
+  std::vector<uint32_t> noteOfGroup_;  // of the layer last added; none where there is none yet
+  // In notes_, by number of the point, the island and the sample.
+  std::vector<uint32_t> ofPoint_;
+  std::vector<uint32_t> ofIsland_;
+  std::vector<uint32_t> ofSample_;
+  std::vector<std::size_t> samplesBelow_;  // samples so far, by layer
+};
+
+}  // namespace stiltforge::binding
