@@ -19,7 +19,10 @@ declare namespace stiltforge {
     needBuffer: boolean;
     /** Supports are placed. Without them only regions and their relations are found. */
     addSupport: boolean;
-    /** Pixels of unsupported material that one support carries; above 0. */
+    /**
+     * Pixels of unsupported material that one support carries, at least 1: with less no region gets any
+     * support. A region that is owed more supports than it has overhanging pixels gets none, either.
+     */
     supportStrength: number;
     /** Divides the strength passed up from below before it is compared with what is unsupported. */
     growthStrength: number;

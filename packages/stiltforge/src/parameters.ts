@@ -7,6 +7,9 @@ export function parameterTable(): readonly Readonly<ParameterRow>[] {
   return binding().parameterTable;
 }
 
+/** Pixels. Below it a region is owed more supports than it has pixels, and then it gets none. */
+const leastStrength = 1;
+
 /** A frozen copy of the parameters. Throws an AnalysisError that lists everything wrong with them. */
 export function checkedParameters(parameters: AnalysisParameters): Readonly<AnalysisParameters> {
   if (typeof parameters !== 'object' || parameters === null) {
@@ -23,6 +26,13 @@ export function checkedParameters(parameters: AnalysisParameters): Readonly<Anal
       value === undefined
         ? `${row.name} is missing`
         : `${row.name} is ${String(value)}, not ${expected(row)}`,
+    );
+  }
+  const { addSupport, supportStrength } = parameters;
+  if (addSupport && supportStrength >= 0 && supportStrength < leastStrength) {
+    wrong.push(
+      `supportStrength is ${supportStrength}, with which no region gets a support: a support holds at` +
+        ` least ${leastStrength} pixel (addSupport: false places none)`,
     );
   }
   if (wrong.length > 0) {

@@ -100,14 +100,13 @@ function pointsByLayer(points: readonly PointInStack[], layers: number): PointOn
   const lists: PointOnSlice[][] = Array.from({ length: layers }, () => []);
   points.forEach((point, i) => {
     const { layer } = Object(point) as PointInStack;
-    const list = lists[layer];
-    if (list === undefined) {
+    if (!(Number.isInteger(layer) && layer >= 0 && layer < layers)) {
       throw new AnalysisError(
         'ERR_STILTFORGE_PARAMETER',
         `layer of point ${i} is ${String(layer)}, not a whole number from 0 to ${layers - 1}.`,
       );
     }
-    list.push(point);
+    lists[layer].push(point);
   });
   return lists;
 }

@@ -161,6 +161,20 @@ test('a slice of another size or kind is refused, and the analysis goes on', asy
   assert.equal(analysis.sliceCount, 1);
 });
 
+test('a support that would hold less than a pixel is refused: it would never be placed', () => {
+  for (const supportStrength of [0, 0.5]) {
+    assert.throws(() => create({ supportStrength }), {
+      code: 'ERR_STILTFORGE_PARAMETER',
+      message:
+        /: supportStrength is 0(\.5)?, with which no region gets a support: .*at least 1 pixel/,
+    });
+  }
+  return Promise.all([
+    create({ supportStrength: 1 }).close(),
+    create({ supportStrength: 0, addSupport: false }).close(),
+  ]);
+});
+
 test('parameters are checked, all faults named at once', () => {
   const faults = { width: 0, height: 70000, needBuffer: 1, ghostRadius: NaN, maxGhost: '200' };
   const wrong = parameters(faults);

@@ -4,6 +4,7 @@ import {
   type AnalysisErrorCode,
   type AnalysisParameters,
   estimateMemory,
+  type FinishedSupports,
   type GroupImageName,
   type GroupImages,
   groupImageNames,
@@ -13,6 +14,8 @@ import {
   type SliceImage,
   type SliceResult,
   type SliceRuns,
+  Survey,
+  type Verdict,
 } from 'stiltforge/analysis';
 
 declare const parameters: AnalysisParameters;
@@ -69,6 +72,23 @@ export async function useAndDispose(): Promise<number> {
   return analysis.sliceCount;
 }
 
+export async function hold(): Promise<void> {
+  const scale = { pixelSize: 0.05, layerHeight: 0.05 };
+  await using analysis = Analysis.create(parameters, { survey: { ...scale, minimumHeight: 1 } });
+  const finished: FinishedSupports = await analysis.finishSupports({ supportArea: 10 });
+  const [{ reason, mergedIn, region }] = finished.supports;
+  console.log(reason === 'addedForIsland', mergedIn.length, region?.owed);
+  const survey = Survey.create({ width: 1, height: 1, ...scale });
+  await survey.add(runs, [{ x: 0, y: 0 }]);
+  await survey.addLayers(slicer, [{ layer: 0, x: 0, y: 0, isIsland: true }]);
+  const verdict: Verdict = await survey.judge({ nearReach: 2 });
+  console.log(verdict.islands[0].heldBy, verdict.overhang.area);
+}
+
+// @ts-expect-error made by create()
+new Survey(1, 1);
+// @ts-expect-error the size of a pixel has no default
+export const wrongSurvey = () => Analysis.create(parameters, { survey: { layerHeight: 0.05 } });
 // @ts-expect-error made by create()
 new Analysis(parameters);
 // @ts-expect-error runs of another kind of array
