@@ -24,9 +24,6 @@ constexpr double longestSteepReach = 1024;  // pixels
 // mm and mm2, beyond any printer.
 constexpr double longest = 1e6;
 
-// Surfaces just at the critical angle must not count by the rounding of their pixels.
-constexpr double steeperThanCritical = 1.1;
-
 class HoldOptions {
  public:
   HoldOptions(const Napi::Value& options, const char* what) : env_(options.Env()), what_(what) {
@@ -79,9 +76,10 @@ hold::SurveySettings readSurveySettings(const Napi::Value& options) {
   settings.minimumHeight = given.number("minimumHeight", settings.minimumHeight, 0, longest, "mm");
   const double angle = given.number("criticalAngle", PrintSettings().criticalAngle,
                                     std::numeric_limits<double>::min(), 90, "degrees");
-  const double step = std::max(settings.layerHeight, settings.sampleHeight + settings.layerHeight);
-  settings.steepness = std::min(steeperThanCritical / slicing::tangentOfDegrees(angle),
-                                longestSteepReach * settings.pixelSize / step);
+  const double step =
+      std::max(settings.sampleHeight, 4 * settings.pixelSize) + settings.layerHeight;
+  settings.steepness =
+      std::min(1 / slicing::tangentOfDegrees(angle), longestSteepReach * settings.pixelSize / step);
   try {
     const hold::Survey usable(settings);
   } catch (const std::invalid_argument& unusable) {
