@@ -112,6 +112,17 @@ class SearchJob : public Job {
     setNumber(make, measures, "height", m.height);
     setNumber(make, measures, "cups", m.cups);
     setNumber(make, measures, "marks", m.marks);
+    napi_value supports = make.array(orientation.supports.size());
+    for (std::size_t i = 0; i < orientation.supports.size(); ++i) {
+      const ValueScope scope(make);
+      const orient::Support& at = orientation.supports[i];
+      napi_value support = make.object();
+      setNumber(make, support, "x", at.x);
+      setNumber(make, support, "y", at.y);
+      setNumber(make, support, "z", at.z);
+      make.set(support, make.string("kind"), make.string(at.isIsland ? "island" : "overhang"));
+      make.set(supports, static_cast<uint32_t>(i), support);
+    }
     napi_value turn = make.array(3);
     make.set(turn, 0U, make.number(orientation.turn.x));
     make.set(turn, 1U, make.number(orientation.turn.y));
@@ -120,6 +131,7 @@ class SearchJob : public Job {
     make.set(object, make.string("turn"), turn);
     make.set(object, make.string("origin"), make.string(nameOf(orientation.origin)));
     make.set(object, make.string("measures"), measures);
+    make.set(object, make.string("supports"), supports);
     setNumber(make, object, "cost", orientation.cost);
     return object;
   }

@@ -9,6 +9,7 @@
 #include "model/model.h"
 #include "orient/cup_volume.h"
 #include "print/analysis_parameters.h"
+#include "print/support_position.h"
 #include "slicing/channel_falloff.h"
 #include "slicing/slicer.h"
 
@@ -38,6 +39,18 @@ hold::SurveySettings surveySettings(const PrintSettings& print) {
   return settings;
 }
 
+std::vector<Support> supportsOf(const hold::Finished& finished, const slicing::Slicer& slicer,
+                                double layerHeight) {
+  std::vector<Support> supports;
+  for (const hold::FinishedPoint& point : finished.points) {
+    const hold::Place& place = point.site.place;
+    const SupportPosition at = positionOf(place.x, place.y, place.layer, slicer.placement(),
+                                          slicer.report().bounds.min.z, layerHeight);
+    supports.push_back({at.x, at.y, at.z, point.site.isIsland});
+  }
+  return supports;
+}
+
 uint64_t overhangPixels(const hold::Survey& survey) {
   uint64_t pixels = 0;
   for (const hold::OverhangSample& sample : survey.samples()) pixels += sample.pixels;
@@ -58,7 +71,7 @@ uint32_t countIslands(const hold::Survey& survey, double height) {
 
 }  // namespace
 
-std::optional<Measures> measure(std::span<const float> positions, const MeasureSettings& settings,
+std::optional<Measured> measure(std::span<const float> positions, const MeasureSettings& settings,
                                 const std::atomic<bool>* cancelled) {
   const PrintSettings& print = settings.print;
   slicing::SlicerSettings onAnyScreen = slicerSettings(print);
@@ -92,15 +105,18 @@ std::optional<Measures> measure(std::span<const float> positions, const MeasureS
   survey.finish();
   const double pixelArea = print.pixelSize * print.pixelSize;
   const slicing::Bounds& bounds = slicer.report().bounds;
-  Measures measures;
-  measures.points = static_cast<uint32_t>(
-      hold::finish(survey, hold::FinishSettings::forSupportArea(print.supportArea)).points.size());
+  Measured result;
+  result.supports =
+      supportsOf(hold::finish(survey, hold::FinishSettings::forSupportArea(print.supportArea)),
+                 slicer, print.layerHeight);
+  Measures& measures = result.measures;
+  measures.points = static_cast<uint32_t>(result.supports.size());
   measures.overhang = static_cast<double>(overhangPixels(survey)) * pixelArea;
   measures.islands = countIslands(survey, settings.islandHeight);
   measures.height = static_cast<double>(bounds.max.z) - bounds.min.z;
   measures.cups = static_cast<double>(cups.pixels()) * pixelArea * print.layerHeight;
   measures.material = static_cast<double>(material) * pixelArea * print.layerHeight;
-  return measures;
+  return result;
 }
 
 }  // namespace stiltforge::orient

@@ -5,6 +5,7 @@
 #include <optional>
 #include <span>
 #include <stdexcept>
+#include <vector>
 
 #include "print/print_settings.h"
 
@@ -21,6 +22,19 @@ struct Measures {
   double material = 0;   ///< mm3 of the slices
 };
 
+/// A support after finishing, mm in the coordinates of the measured mesh.
+struct Support {
+  double x = 0;
+  double y = 0;
+  double z = 0;
+  bool isIsland = false;
+};
+
+struct Measured {
+  Measures measures;
+  std::vector<Support> supports;  ///< bottom first
+};
+
 /// Thrown when the `cancelled` flag was raised.
 struct Cancelled : std::runtime_error {
   Cancelled() : std::runtime_error("the search was cancelled") {}
@@ -34,7 +48,7 @@ struct MeasureSettings {
 /// Slices, analyses and finishes the part as it stands, on a screen of any size. Leaves marks at 0.
 /// Nothing when no pixel of it would be printed. The print must be usable, see findConflict().
 /// Throws SlicingError as the slicer does, Cancelled and std::bad_alloc.
-std::optional<Measures> measure(std::span<const float> positions, const MeasureSettings& settings,
+std::optional<Measured> measure(std::span<const float> positions, const MeasureSettings& settings,
                                 const std::atomic<bool>* cancelled = nullptr);
 
 }  // namespace stiltforge::orient

@@ -141,14 +141,15 @@ class Search {
     if (!fitting) return std::nullopt;
     anyFits_ = true;
     const bool isSpun = candidate.origin == Origin::asItIs && *fitting != turn;
-    return measured({*fitting, isSpun ? Origin::nearby : candidate.origin, {}, 0}, print);
+    return measured({*fitting, isSpun ? Origin::nearby : candidate.origin, {}, {}, 0}, print);
   }
 
   std::optional<Orientation> measured(Orientation orientation, const PrintSettings& print) const {
-    const auto measures =
+    auto measured =
         measure(turned(positions_, orientation.turn), {print, islandHeight()}, cancelled_);
-    if (!measures) return std::nullopt;
-    orientation.measures = *measures;
+    if (!measured) return std::nullopt;
+    orientation.measures = measured->measures;
+    orientation.supports = std::move(measured->supports);
     if (side_) orientation.measures.marks = side_->areaFor(Rotation(orientation.turn).down());
     return orientation;
   }

@@ -46,6 +46,7 @@ struct Orientation {
   Turn turn;
   Origin origin = Origin::asItIs;
   Measures measures;
+  std::vector<Support> supports;  ///< in the coordinates of the turned mesh
   double cost = 0;  ///< the weighted mean of the measures; 1 is about an average orientation
 };
 

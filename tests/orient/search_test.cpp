@@ -114,9 +114,9 @@ TEST(Orient, LeavesWhatStandsWell) {
 TEST(Orient, MeasuresTheCupsOfABowl) {
   const PrintSettings print = quick().print;
   const double held = 16 * 16 * 10;
-  EXPECT_NEAR(measure(bowl(), {print})->cups, held, 0.05 * held);
-  EXPECT_NEAR(measure(turned(bowl(), {180, 0, 0}), {print})->cups, held, 0.05 * held);
-  EXPECT_EQ(measure(turned(bowl(), {90, 0, 0}), {print})->cups, 0);
+  EXPECT_NEAR(measure(bowl(), {print})->measures.cups, held, 0.05 * held);
+  EXPECT_NEAR(measure(turned(bowl(), {180, 0, 0}), {print})->measures.cups, held, 0.05 * held);
+  EXPECT_EQ(measure(turned(bowl(), {90, 0, 0}), {print})->measures.cups, 0);
 }
 
 TEST(Orient, TiltsABowlWhenCupsWeighMost) {
@@ -170,8 +170,19 @@ TEST(Orient, ConfirmsWhatThePrintWillBe) {
   const SearchResult result = search(part, settings);
   EXPECT_GT(result.pixelSize, 0.05);
   const auto printed = measure(standing(part, bestOf(result)), {settings.print});
-  EXPECT_EQ(bestOf(result).measures.points, printed->points);
-  EXPECT_EQ(bestOf(result).measures.overhang, printed->overhang);
+  EXPECT_EQ(bestOf(result).measures.points, printed->measures.points);
+  EXPECT_EQ(bestOf(result).measures.overhang, printed->measures.overhang);
+}
+
+TEST(Orient, TellsWhereTheSupportsAre) {
+  const auto measured = measure(table(), {quick().print});
+  EXPECT_EQ(measured->supports.size(), measured->measures.points);
+  for (const Support& support : measured->supports) {
+    EXPECT_NEAR(support.z, 10, 0.2) << "under the slab";
+    EXPECT_TRUE(support.x > 0 && support.x < 20 && support.y > 0 && support.y < 20);
+  }
+  const SearchResult result = search(table(), quick());
+  EXPECT_EQ(result.asItIs->supports.size(), result.asItIs->measures.points);
 }
 
 TEST(Orient, KeepsToTheScreen) {

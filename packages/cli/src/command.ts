@@ -1,28 +1,28 @@
 import { basename, extname } from 'node:path';
 import { Command, CommanderError, InvalidArgumentError, Option } from 'commander';
-import type { Triangles } from 'stiltforge/slicing';
-import { defaultPrint, defaultSupport } from 'stiltforge/slicing';
+import type { SupportSettings } from 'stiltforge/slicing';
 import { analyseMesh, type RegionToInspect } from './analyse_mesh.js';
 import { codeOf, ExitCode, Interrupted, messageOf, UserError } from './errors.js';
 import { loadMesh } from './mesh/load.js';
-import { boundingBox, scaled, turnedFromYUp } from './mesh/triangles.js';
+import { folderName, positive } from './option_values.js';
+import {
+  addPartOptions,
+  addPrinterOptions,
+  addSupportOptions,
+  type PartOptions,
+  type PrinterOptions,
+  printSettings,
+  supportSettings,
+} from './part_options.js';
+import { placedMesh } from './placement.js';
 import { noProgress, type Progress, progressLines } from './progress.js';
 import { checkSettings } from './setting_ranges.js';
 import { summaryText } from './summary.js';
 import { version } from './version.js';
 
-interface Options {
+interface Options extends PartOptions, PrinterOptions, SupportSettings {
   out?: string;
   force?: boolean;
-  layerHeight: number;
-  pixelSize: number;
-  screen: [width: number, height: number];
-  up: 'z' | 'y';
-  height?: number;
-  scale?: number;
-  criticalAngle: number;
-  inset: number;
-  supportArea: number;
   memory?: number;
   pictures: boolean;
   report?: boolean;
@@ -60,50 +60,14 @@ Examples:
   stiltforge statue.obj --up y --height 80 --out statue-supports`;
 
 function buildCommand(run: (meshFile: string, options: Options) => Promise<void>): Command {
-  return new Command('stiltforge')
+  const command = new Command('stiltforge')
     .usage('<mesh> [options]')
     .description(description)
-    .argument('<mesh>', 'the part: an STL, OBJ, PLY or 3MF file')
-    .optionsGroup('The part:')
-    .addOption(
-      new Option('--up <axis>', 'axis of the mesh that points up').choices(['z', 'y']).default('z'),
-    )
-    .addOption(
-      new Option('--height <mm>', 'scale the part to this height')
-        .argParser(positive)
-        .conflicts('scale'),
-    )
-    .option('--scale <factor>', 'scale the part by this factor', positive)
-    .optionsGroup('The printer:')
-    .option('--layer-height <mm>', 'height of a layer', positive, defaultPrint.layerHeight)
-    .option('--pixel-size <mm>', 'side of a pixel of the screen', positive, defaultPrint.pixelSize)
-    .addOption(
-      new Option('--screen <WxH>', 'pixels of the screen, across and up')
-        .argParser(screenSize)
-        .default(
-          [defaultPrint.screenWidth, defaultPrint.screenHeight],
-          `${defaultPrint.screenWidth}x${defaultPrint.screenHeight}`,
-        ),
-    )
-    .optionsGroup('The supports:')
-    .option(
-      '--support-area <mm2>',
-      'area of a layer that one support holds: less gives more supports',
-      positive,
-      defaultSupport.supportArea,
-    )
-    .option(
-      '--critical-angle <degrees>',
-      'surfaces that lie flatter than this, measured from the plate, need supports',
-      angle,
-      defaultSupport.criticalAngle,
-    )
-    .option(
-      '--inset <mm>',
-      'keep supports this far from the contour where there is a choice',
-      distance,
-      defaultSupport.inset,
-    )
+    .argument('<mesh>', 'the part: an STL, OBJ, PLY or 3MF file');
+  addPartOptions(command);
+  addPrinterOptions(command);
+  addSupportOptions(command);
+  return command
     .optionsGroup('The results:')
     .option('-o, --out <folder>', 'where they go (default: "<mesh>-supports")', folderName)
     .option('--force', 'overwrite files there that no earlier run wrote')
@@ -159,20 +123,18 @@ export async function runCommand(words: readonly string[]): Promise<ExitCode> {
 }
 
 async function analyse(meshFile: string, options: Options): Promise<void> {
-  const { layerHeight, pixelSize, criticalAngle, inset, supportArea } = options;
-  const [screenWidth, screenHeight] = options.screen;
-  const print = { layerHeight, pixelSize, screenWidth, screenHeight };
-  const support = { criticalAngle, inset, supportArea };
+  const print = printSettings(options);
+  const support = supportSettings(options);
   // Before a large mesh is read.
   checkSettings(print, support);
-  const { positions, warnings } = await loadMesh(meshFile);
-  const mesh = transformed(positions, options);
+  const file = await loadMesh(meshFile);
+  const mesh = placedMesh(file, meshFile, options);
   const summary = await untilInterrupted(async (signal) =>
     analyseMesh(
       {
         name: meshFile,
         mesh,
-        meshWarnings: warnings,
+        meshWarnings: file.warnings,
         print,
         support,
         folder: options.out ?? `${basename(meshFile, extname(meshFile))}-supports`,
@@ -199,26 +161,6 @@ export async function progressOn(stream: NodeJS.WriteStream): Promise<Progress> 
   return progressBar(stream);
 }
 
-function transformed(mesh: Triangles, { up, height, scale }: Options): Triangles {
-  const standing = up === 'y' ? turnedFromYUp(mesh) : mesh;
-  if (height !== undefined) {
-    const { min, max } = boundingBox(standing);
-    return resized(standing, height / (max[2] - min[2]), `--height ${height}`);
-  }
-  return scale === undefined ? standing : resized(standing, scale, `--scale ${scale}`);
-}
-
-function resized(mesh: Triangles, factor: number, option: string): Triangles {
-  const result = scaled(mesh, factor);
-  const { min, max } = boundingBox(result);
-  const size = max.map((value, axis) => value - min[axis]);
-  if (size.every((length) => Number.isFinite(length) && length > 0)) return result;
-  throw new UserError(
-    ExitCode.usage,
-    `${option}: it makes the part too ${factor > 1 ? 'large' : 'small'} to be sliced.`,
-  );
-}
-
 /** Ctrl-C ends the work at the next layer; a second one ends the process at once. */
 export async function untilInterrupted<T>(work: (signal: AbortSignal) => Promise<T>): Promise<T> {
   const controller = new AbortController();
@@ -232,48 +174,6 @@ export async function untilInterrupted<T>(work: (signal: AbortSignal) => Promise
   } finally {
     process.off('SIGINT', interrupt).off('SIGTERM', interrupt);
   }
-}
-
-function folderName(text: string): string {
-  if (text.trim() === '') throw new InvalidArgumentError('It must be the name of a folder.');
-  return text;
-}
-
-/** Digits with a decimal point, if any: no other notation, so that "0x10" or "5e" is no length. */
-const plainNumber = /^(\d+\.?\d*|\.\d+)$/;
-
-function numberFrom(text: string, accepts: (value: number) => boolean, wanted: string): number {
-  const value = plainNumber.test(text) ? Number(text) : Number.NaN;
-  if (!Number.isFinite(value) || !accepts(value))
-    throw new InvalidArgumentError(`It must be ${wanted}.`);
-  return value;
-}
-
-function positive(text: string): number {
-  return numberFrom(text, (value) => value > 0, 'a plain number above 0, like 0.05');
-}
-
-function distance(text: string): number {
-  return numberFrom(text, (value) => value >= 0, 'a plain number from 0, like 0.4');
-}
-
-function angle(text: string): number {
-  return numberFrom(
-    text,
-    (value) => value > 0 && value < 90,
-    'a plain number of degrees between 0 and 90, like 45',
-  );
-}
-
-function screenSize(text: string): [number, number] {
-  const match = /^(\d{1,5})x(\d{1,5})$/i.exec(text);
-  const size = match === null ? [0, 0] : [Number(match[1]), Number(match[2])];
-  if (size.some((side) => side < 1 || side > 65535)) {
-    throw new InvalidArgumentError(
-      'It must be two numbers of pixels from 1 to 65535, like 3840x2400.',
-    );
-  }
-  return size as [number, number];
 }
 
 function regionToInspect(text: string, earlier: RegionToInspect[]): RegionToInspect[] {

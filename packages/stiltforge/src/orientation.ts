@@ -27,11 +27,20 @@ export interface OrientationMeasures {
   marks: number;
 }
 
+export interface OrientationSupport {
+  x: number;
+  y: number;
+  z: number;
+  kind: 'island' | 'overhang';
+}
+
 export interface Orientation {
   turn: Turn;
   /** Where it comes from: the file, a flat side, the spread over the sphere, or near a better one. */
   origin: 'asItIs' | 'flatSide' | 'spread' | 'nearby';
   measures: OrientationMeasures;
+  /** Bottom first; mm in the coordinates of the turned mesh. */
+  supports: OrientationSupport[];
   /** The weighted mean of the measures, each as a multiple of an average orientation's; less is better. */
   cost: number;
 }

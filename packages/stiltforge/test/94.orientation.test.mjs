@@ -32,6 +32,11 @@ test('a table is turned upside down', async () => {
   assert.ok(tried > 30);
   assert.ok(asItIs.measures.points > 0);
   assert.deepEqual(asItIs.turn, [0, 0, 0]);
+  assert.equal(asItIs.supports.length, asItIs.measures.points);
+  for (const { z, kind } of asItIs.supports) {
+    assert.ok(z >= 9.5 && z <= 10.5, String(z));
+    assert.ok(['island', 'overhang'].includes(kind));
+  }
   assert.equal(best[0].measures.points, 0);
   assert.equal(best[0].origin, 'flatSide');
   assert.ok(best[0].cost < asItIs.cost);
