@@ -75,7 +75,7 @@ export async function analyseMesh(job: Job, watcher: JobWatcher): Promise<Summar
   const slicer = makeSlicer(job);
   requireLayers(job, slicer.layerCount);
   const parameters = analysisParameters(job.print, job.support, slicer);
-  requireMemory(parameters, slicer.report.triangles, job.pictures, job.memory);
+  requireMemory(parameters, slicer.report.triangles, job, job.memory);
   const folder = OutputFolder.open(job.folder, {
     expected: expectedFiles(job),
     force: job.force ?? false,
@@ -200,10 +200,8 @@ async function writeOutputs(
     await folder.write('points.csv', pointsCsv(supports));
     if (job.report) {
       const { reportPage } = await import('./output/report.js');
-      await folder.write(
-        reportName,
-        await reportPage({ document, mesh: job.mesh, slicer, owedPixels }, signal),
-      );
+      const part = { document, mesh: job.mesh, slicer, owedPixels };
+      await folder.write(reportName, await reportPage(part, progress.report, signal));
     }
     if (pictures !== undefined) {
       progress.pictures(0);

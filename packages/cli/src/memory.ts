@@ -12,6 +12,10 @@ const bytesPerTriangle = 200;
 /** What draws, and what it draws on, bytes. */
 const drawingBytes = 150e6;
 
+/** What makes a report, bytes, and of it what follows the mesh, bytes a triangle. */
+const reportBytes = 200e6;
+const reportBytesPerTriangle = 120;
+
 /** Slices in memory at once, as runs: those of a job, and those cut meanwhile for the next. */
 const slicesInHand = 8;
 
@@ -21,11 +25,17 @@ const picturesInHand = 3;
 /** Most pixels of a slice that the analysis takes. */
 const mostPixels = 2 ** 31 - 1;
 
+/** What a run makes of the part. */
+export interface Making {
+  pictures: boolean;
+  report?: boolean;
+}
+
 /** Bytes that the process takes at its peak. */
 export function predictedMemory(
   parameters: AnalysisParameters,
   triangles: number,
-  pictures: boolean,
+  { pictures, report }: Making,
 ): number {
   const pixels = parameters.width * parameters.height;
   const analysis = estimateMemory(parameters, { queuedSlices: slicesInHand }).total;
@@ -34,11 +44,12 @@ export function predictedMemory(
       estimateMemory({ ...parameters, needBuffer: true, addSupport: false }, { heldResults: 2 })
         .total
     : 0;
+  const reporting = report ? reportBytes + reportBytesPerTriangle * triangles : 0;
   return (
     processBytes +
     bytesPerTriangle * triangles +
     (pictures ? drawingBytes : 0) +
-    Math.max(analysis, painting)
+    Math.max(analysis, painting, reporting)
   );
 }
 
@@ -55,7 +66,7 @@ export function memoryOfMachine(): number {
 export function requireMemory(
   parameters: AnalysisParameters,
   triangles: number,
-  pictures: boolean,
+  making: Making,
   most = memoryOfMachine(),
 ): void {
   const { width, height } = parameters;
@@ -68,7 +79,7 @@ export function requireMemory(
       `${slices}, and the analysis takes at most ${limit} of them. ${remedy}.`,
     );
   }
-  const predicted = predictedMemory(parameters, triangles, pictures);
+  const predicted = predictedMemory(parameters, triangles, making);
   if (predicted <= most) return;
   const enough = ((1.01 * predicted) / 1e9).toPrecision(3);
   throw new UserError(

@@ -6,12 +6,20 @@ export interface Progress {
   start(layers: number, pictureSeconds: number): void;
   /** So many layers are analysed. */
   layers(done: number): void;
-  /** All are, and of the pictures the share is drawn. */
+  /** All are, and of the report the share is made. */
+  report(share: number): void;
+  /** It is, too, and of the pictures the share is drawn. */
   pictures(share: number): void;
   stop(): void;
 }
 
-export const noProgress: Progress = { start() {}, layers() {}, pictures() {}, stop() {} };
+export const noProgress: Progress = {
+  start() {},
+  layers() {},
+  report() {},
+  pictures() {},
+  stop() {},
+};
 
 /** Milliseconds between lines where no bar can be drawn. */
 const linePause = 5000;
@@ -31,6 +39,7 @@ export function progressLines(stream: NodeJS.WritableStream): Progress {
       course.start(layers, pictureSeconds);
     },
     layers: (done) => write(course.layers(done)),
+    report: (share) => write(course.report(share)),
     pictures: (share) => write(course.pictures(share)),
     stop() {},
   };
@@ -50,6 +59,7 @@ export class Course {
   private pictureSeconds = 0;
   private began = 0;
   private drawingBegan = 0;
+  private reportBegan = 0;
   private shown = 0;
 
   start(layers: number, pictureSeconds: number): State {
@@ -58,6 +68,7 @@ export class Course {
     this.began = performance.now();
     this.shown = 0;
     this.drawingBegan = 0;
+    this.reportBegan = 0;
     this.marks = [{ time: this.began, done: 0 }];
     return this.layers(0);
   }
@@ -72,6 +83,13 @@ export class Course {
     if (!(rate > 0)) return { share: this.shown, parts: [layer, '- layers/s', '- left'] };
     const left = (this.total - done) / rate + this.pictureSeconds;
     return this.state(left, [layer, `${rateText(rate)} layers/s`]);
+  }
+
+  report(share: number): State {
+    this.reportBegan ||= performance.now();
+    const elapsed = (performance.now() - this.reportBegan) / 1000;
+    const rest = share > 0 ? (elapsed / share) * (1 - share) : 0;
+    return this.state(rest + this.pictureSeconds, ['writing the report']);
   }
 
   pictures(share: number): State {

@@ -56,6 +56,17 @@ test('while pictures are drawn the time left follows how long they take', (t) =>
   assert.equal(course.pictures(1).share, 1);
 });
 
+test('while the report is made the time left follows how long it takes', (t) => {
+  const clock = clockOf(t);
+  const course = new Course();
+  course.start(100, 1);
+  clock.seconds = 1;
+  course.layers(100);
+  course.report(0);
+  clock.seconds = 3;
+  assert.deepEqual(course.report(0.5).parts, ['writing the report', '3 s left']);
+});
+
 test('the bar never goes back', (t) => {
   const clock = clockOf(t);
   const course = new Course();

@@ -48,16 +48,14 @@ export function button(
   act: () => void,
   options: { class?: string; pressed?: boolean } = {},
 ): HTMLButtonElement {
+  const attributes = { type: 'button' };
   const made = element(
     'button',
-    {
-      class: options.class,
-      title,
-      attributes: { type: 'button', 'aria-label': title },
-      on: { click: act },
-    },
+    { class: options.class, title, attributes, on: { click: act } },
     label,
   );
+  // A word is its name; a sign or a picture has none.
+  if (typeof label !== 'string' || label.length < 2) made.setAttribute('aria-label', title);
   if (options.pressed !== undefined) made.setAttribute('aria-pressed', String(options.pressed));
   return made;
 }

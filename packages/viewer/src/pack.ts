@@ -21,7 +21,7 @@ export interface PartSource {
 export interface PackOptions {
   /** Told the share that is done, from 0 to 1. */
   progress?(share: number): void;
-  signal?: AbortSignal;
+  signal?: { throwIfAborted(): void };
   /**
    * About so many bytes of slices are kept, 40 million unless set: of a part with more, layers without
    * points and islands are left out.

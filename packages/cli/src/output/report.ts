@@ -15,10 +15,11 @@ export interface ReportedPart {
 
 /**
  * A page with all that there is to see of a part, in one file. The same part gives the same page.
- * Throws the signal's reason.
+ * `progress` is told the share that is done, from 0 to 1. Throws the signal's reason.
  */
 export async function reportPage(
   { document, mesh, slicer, owedPixels }: ReportedPart,
+  progress: (share: number) => void,
   signal: AbortSignal,
 ): Promise<string> {
   const places = Float32Array.from(document.supports.flatMap(({ x, y, z }) => [x, y, z]));
@@ -30,7 +31,7 @@ export async function reportPage(
     feet: pillarFeet(places, mesh, document.model.min[2]),
   };
   const page = createRequire(import.meta.url).resolve('stiltforge-viewer/report.html');
-  return reportHtml(await readFile(page, 'utf8'), await packPart(source, { signal }));
+  return reportHtml(await readFile(page, 'utf8'), await packPart(source, { progress, signal }));
 }
 
 /** mm2 of each layer: what nothing held, and what its points hold. */

@@ -28,10 +28,11 @@ export function seriesOf(part: ViewedPart): Series[] {
       name: 'New points',
       form: 'bars',
       values: [overhangs, islands],
-      tell: (layer) =>
-        islands[layer] === 0
-          ? `${overhangs[layer]}`
-          : `${overhangs[layer] + islands[layer]}, ${islands[layer]} under islands`,
+      tell: (layer) => {
+        const [all, alone] = [overhangs[layer] + islands[layer], islands[layer]];
+        if (alone === 0) return `${all}`;
+        return alone === all ? `${all} under islands` : `${all}, ${alone} under islands`;
+      },
       most: `${mostPoints}`,
     },
     {

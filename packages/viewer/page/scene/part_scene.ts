@@ -27,7 +27,7 @@ import { shadedSurface } from './surface.js';
 const gridSteps = 65_535;
 
 /** How dense what lies above the cut is. */
-const ghost = 0.13;
+const ghost = 0.2;
 
 /**
  * The part on its plate in three dimensions, in mm, its box centred on x = y = 0 with z = 0 on the plate.
@@ -48,7 +48,14 @@ export class PartScene {
     depthWrite: false,
     side: FrontSide,
   });
+  /** Lets only the nearest surface of the hint be seen, not all that lie behind each other. */
+  private readonly hintDepth = new MeshBasicMaterial({
+    transparent: true,
+    colorWrite: false,
+    side: FrontSide,
+  });
   private readonly hintMesh = new Mesh(new BufferGeometry(), this.hint);
+  private readonly hintDepthMesh = new Mesh(new BufferGeometry(), this.hintDepth);
   private readonly plateFace = new MeshBasicMaterial({ side: FrontSide });
   private readonly plateLines = new LineBasicMaterial();
   private readonly light = new DirectionalLight(0xffffff, 1.7);
@@ -85,7 +92,10 @@ export class PartScene {
       .setAttribute('normal', new BufferAttribute(normals, 3))
       .setAttribute('color', this.colours);
     this.hintMesh.geometry = geometry;
-    this.scene.add(new Mesh(geometry, this.solid), this.hintMesh);
+    this.hintDepthMesh.geometry = geometry;
+    this.hintDepthMesh.renderOrder = 1;
+    this.hintMesh.renderOrder = 2;
+    this.scene.add(new Mesh(geometry, this.solid), this.hintDepthMesh, this.hintMesh);
     this.paint();
   }
 
@@ -93,7 +103,9 @@ export class PartScene {
   cut(z: number | null): void {
     this.solid.clippingPlanes = z === null ? [] : [this.below];
     this.hint.clippingPlanes = [this.above];
+    this.hintDepth.clippingPlanes = [this.above];
     this.hintMesh.visible = z !== null;
+    this.hintDepthMesh.visible = z !== null;
     this.cutFace.mesh.visible = z !== null;
     if (z === null) return;
     this.below.constant = z;

@@ -242,6 +242,11 @@ export class SliceView {
     const power = 10 ** Math.floor(Math.log10(most));
     const length = [5, 2, 1].map((digit) => digit * power).find((value) => value <= most) ?? power;
     const [x, y] = [14 * ratio, this.canvas.height - 14 * ratio];
+    context.globalAlpha = 0.75;
+    context.fillStyle = palette.surface;
+    const room = [x - 6 * ratio, y - 22 * ratio] as const;
+    context.fillRect(...room, length * perMillimetre + 12 * ratio, 28 * ratio);
+    context.globalAlpha = 1;
     context.lineWidth = 2 * ratio;
     context.strokeStyle = palette.muted;
     context.beginPath();
