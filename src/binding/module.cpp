@@ -3,6 +3,7 @@
 
 #include <napi.h>
 
+#include "binding/check_object.h"
 #include "binding/environment.h"
 #include "binding/mask_slicer_object.h"
 #include "binding/memory_estimate.h"
@@ -22,6 +23,7 @@ Napi::Object initialize(Napi::Env env, Napi::Object exports) {
   exports.Set("Survey", stiltforge::binding::SurveyObject::define(env));
   exports.Set("Slicer", stiltforge::binding::SlicerObject::define(env));
   exports.Set("MaskSlicer", stiltforge::binding::MaskSlicerObject::define(env));
+  exports.Set("PrintCheck", stiltforge::binding::CheckObject::define(env));
   exports.Set("readMesh", Napi::Function::New<&stiltforge::binding::readMesh>(env, "readMesh"));
   exports.Set("startOrientation", Napi::Function::New<&stiltforge::binding::startOrientation>(
                                       env, "startOrientation"));

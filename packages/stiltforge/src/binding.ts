@@ -1,5 +1,6 @@
 import type { AnalysisParameters, Bytes, SliceResult } from 'stiltforge';
 import { loadBinary } from 'stiltforge/load';
+import type { CheckOptions, CheckReport, Finding } from './check.js';
 import { fromNative } from './errors.js';
 import type {
   FinishedSupports,
@@ -101,12 +102,52 @@ export interface NativeSurvey {
   finish(options: FinishOptions): Promise<FinishedSupports>;
 }
 
+/** A finding in pixels of the layers; without left there is no place to tell. */
+export interface NativeFinding extends Omit<Finding, 'place' | 'box'> {
+  left?: number;
+  right: number;
+  top: number;
+  bottom: number;
+  layer: number;
+  column: number;
+  row: number;
+}
+
+/** A print under check. */
+export interface NativeCheck {
+  /** Takes layers from `first` on, some at a time. Resolves to how many. */
+  add(slicer: LayerSource, first: number): Promise<number>;
+  finish(): Promise<Omit<CheckReport, 'findings'> & { findings: NativeFinding[] }>;
+}
+
+export interface NativeCheckOptions
+  extends Pick<
+    CheckOptions,
+    | 'layerHeight'
+    | 'pixelWidth'
+    | 'screenWidth'
+    | 'screenHeight'
+    | 'criticalAngle'
+    | 'nearReach'
+    | 'farReach'
+    | 'islandHeight'
+  > {
+  pixelHeight: number;
+  cropX: number;
+  cropY: number;
+}
+
 /** What binding.node, src/binding, exports. */
 export interface Binding {
   Model: new (parameters: Readonly<AnalysisParameters>, survey?: SurveyOptions) => NativeModel;
   Survey: new (width: number, height: number, options: SurveyOptions) => NativeSurvey;
   Slicer: new (options: SlicerOptions) => Slicer;
   MaskSlicer: new (options: MaskSlicerOptions) => MaskSlicer;
+  /** points: layer, column and row of each, of the layers. */
+  PrintCheck: new (
+    options: NativeCheckOptions,
+    points?: Uint32Array,
+  ) => NativeCheck;
   readMesh(
     source: string | ArrayBuffer | ArrayBufferView,
     options?: ReadMeshOptions,

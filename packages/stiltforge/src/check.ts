@@ -1,0 +1,220 @@
+// Does a print hold as it is? docs/check.md tells what is found, and how.
+
+import { binding, type NativeFinding } from './binding.js';
+import type { LayerSource } from './layer_source.js';
+import type { Box } from './slicing.js';
+import { type AbortSignalLike, abortable } from './waiting.js';
+
+export type { Box, Point } from './slicing.js';
+export type { AbortSignalLike } from './waiting.js';
+
+export type FindingKind =
+  /** Layers without material. */
+  | 'emptyLayers'
+  /** Material that never hangs together with the plate or a support. */
+  | 'floatingPart'
+  /** Material that begins in the air and is taken later by what is held. */
+  | 'island'
+  /** Material too far from what carries it. */
+  | 'overhang'
+  /** Material in the first or last column or row of the screen. */
+  | 'screenEdge'
+  /** A cavity without an opening. */
+  | 'resinTrap'
+  /** A cavity that is open towards the film alone while it is printed. */
+  | 'suctionCup'
+  /** Small things that float, all of a print. */
+  | 'specks'
+  /** Support points that touch no material, all of a print. */
+  | 'idlePoints';
+
+/** `fails`: what is printed is lost or useless; `risk`: it may go wrong; `note`: good to know. */
+export type Severity = 'fails' | 'risk' | 'note';
+
+/** Something wrong with a print: one for each cause, without what follows from it. */
+export interface Finding {
+  kind: FindingKind;
+  severity: Severity;
+  /** What is wrong, for people; no capital, no full stop. */
+  what: string;
+  /** What to do about it, a sentence. */
+  remedy: string;
+  /** Counted from 0, the layer on the plate; both among them. */
+  firstLayer: number;
+  lastLayer: number;
+  /** A pixel of the screen in it, and its middle in mm; none for empty layers and points. */
+  place?: { layer: number; column: number; row: number; x: number; y: number; z: number };
+  /** mm, around all of it; none for empty layers and points. */
+  box?: Box;
+  /** Of a floating part, the islands that it begins with; of specks and points, how many; else 1. */
+  count: number;
+  /** mm3 of material; of a cavity, of resin; 0 where there is none to tell. */
+  volume: number;
+  /** mm2 of its largest piece in a layer; of a cavity, of its opening to the film; 0 where there is none. */
+  area: number;
+  /** Of an island: the layer in which it is taken. */
+  takenIn?: number;
+}
+
+export interface CheckReport {
+  layers: number;
+  /** mm3 of material. */
+  volume: number;
+  /** How many findings there are; of more than 1,000 of a kind, some are not listed. */
+  counts: Record<Severity, number>;
+  /** Those that fail first, then bottom first. */
+  findings: Finding[];
+}
+
+/** A pixel of the screen in a layer. */
+export interface CheckPoint {
+  layer: number;
+  column: number;
+  row: number;
+}
+
+/** A slicer of a mesh or of a printer file. */
+export interface CheckedLayers extends LayerSource {
+  /** Screen column and row of the layers' first pixel; 0 unless set. */
+  readonly cropX?: number;
+  readonly cropY?: number;
+  /**
+   * mm: the screen's outer corner at column 0, row 0. Unless set, x is 0 at the left and y is 0 at the
+   * bottom of the screen.
+   */
+  readonly originX?: number;
+  readonly originY?: number;
+}
+
+export interface CheckOptions {
+  /** mm. */
+  layerHeight: number;
+  /** mm, of a pixel; pixelHeight is pixelWidth unless set. */
+  pixelWidth: number;
+  pixelHeight?: number;
+  /** Pixels. */
+  screenWidth: number;
+  screenHeight: number;
+  /** mm, z of the plate; 0 unless set. */
+  plateZ?: number;
+  /** The supports of layers that show none. */
+  points?: Iterable<CheckPoint>;
+  /** Degrees between the plate and a surface that just carries itself; default 45. */
+  criticalAngle?: number;
+  /** mm from what carries it, beyond which an overhang is at risk, and fails; default 3 and 5. */
+  nearReach?: number;
+  farReach?: number;
+  /** mm that an island may grow before something takes it; default 0.2. */
+  islandHeight?: number;
+  /** Called about ten times a second. */
+  progress?: (layers: number, total: number) => void;
+  signal?: AbortSignalLike;
+}
+
+/**
+ * Tells what will go wrong with a print, off the main thread and on all cores. The same findings for
+ * any number of workers.
+ *
+ * Rejects with a TypeError or a RangeError for options that are none, with the code
+ * ERR_STILTFORGE_MEMORY when memory runs out, with the signal's reason when it is aborted, and with
+ * what the layers reject with.
+ */
+export async function checkPrint(
+  layers: CheckedLayers,
+  options: CheckOptions,
+): Promise<CheckReport> {
+  const {
+    plateZ = 0,
+    points,
+    progress,
+    signal,
+    pixelHeight = options.pixelWidth,
+    ...rest
+  } = options;
+  signal?.throwIfAborted();
+  const { cropX = 0, cropY = 0, layerCount } = layers;
+  const { PrintCheck } = binding();
+  const check = new PrintCheck(
+    { ...rest, pixelHeight, cropX, cropY },
+    points && packed(points, layers),
+  );
+  for (let done = 0; done < layerCount; ) {
+    done += await abortable(check.add(layers, done), signal);
+    progress?.(done, layerCount);
+    signal?.throwIfAborted();
+  }
+  const { findings, ...report } = await check.finish();
+  const screen: Screen = {
+    cropX,
+    cropY,
+    originX: layers.originX ?? 0,
+    originY: layers.originY ?? options.screenHeight * pixelHeight,
+    originZ: plateZ,
+    pixelWidth: options.pixelWidth,
+    pixelHeight,
+    layerHeight: options.layerHeight,
+  };
+  return { ...report, findings: findings.map((finding) => placed(finding, screen)) };
+}
+
+const beyond = 65535;
+
+/** Layer, column and row of the layers of each point; those beside the layers touch none. */
+function packed(points: Iterable<CheckPoint>, layers: CheckedLayers): Uint32Array {
+  const { cropX = 0, cropY = 0, width, height } = layers;
+  const numbers: number[] = [];
+  for (const { layer, column, row } of points) {
+    const x = column - cropX;
+    const y = row - cropY;
+    if (![layer, x, y].every(Number.isInteger)) {
+      throw new TypeError(
+        'The layer, column and row of a point must be whole numbers, not ' +
+          `${layer}, ${column} and ${row}.`,
+      );
+    }
+    const isInside = x >= 0 && x < width && y >= 0 && y < height && layer >= 0;
+    numbers.push(Math.max(layer, 0), isInside ? x : beyond, isInside ? y : beyond);
+  }
+  return Uint32Array.from(numbers);
+}
+
+interface Screen {
+  cropX: number;
+  cropY: number;
+  originX: number;
+  originY: number;
+  originZ: number;
+  pixelWidth: number;
+  pixelHeight: number;
+  layerHeight: number;
+}
+
+function placed(finding: NativeFinding, screen: Screen): Finding {
+  const { left, right, top, bottom, layer, column, row, ...told } = finding;
+  if (left === undefined || finding.kind === 'idlePoints') return told;
+  const x = (pixels: number): number =>
+    rounded(screen.originX + (screen.cropX + pixels) * screen.pixelWidth);
+  const y = (pixels: number): number =>
+    rounded(screen.originY - (screen.cropY + pixels) * screen.pixelHeight);
+  const z = (layers: number): number => rounded(screen.originZ + layers * screen.layerHeight);
+  return {
+    ...told,
+    place: {
+      layer,
+      column: screen.cropX + column,
+      row: screen.cropY + row,
+      x: x(column + 0.5),
+      y: y(row + 0.5),
+      z: z(layer),
+    },
+    box: {
+      min: [x(left), y(bottom + 1), z(told.firstLayer)],
+      max: [x(right + 1), y(top), z(told.lastLayer + 1)],
+    },
+  };
+}
+
+/** To the micrometre: beyond it are only the digits of binary fractions. */
+function rounded(millimetres: number): number {
+  return Math.round(1000 * millimetres) / 1000;
+}
