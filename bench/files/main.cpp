@@ -60,8 +60,8 @@ void analyse(PrinterFile& file, ScreenSize screen) {
   const uint32_t layers = file.info().layerCount;
   slicing::LayerSettings settings;
   settings.layerCount = layers;
-  settings.width = screen.width;
-  settings.height = screen.height;
+  settings.layerWidth = settings.width = screen.width;
+  settings.layerHeight = settings.height = screen.height;
   settings.channels = slicerSettings(print).channels;
   settings.channels.pixelSize = print.pixelSize;
   slicing::LayerSlicer slicer(

@@ -16,7 +16,7 @@
 #include "binding/host_slices.h"
 #include "binding/mask_slicer_object.h"
 #include "binding/model_parameters.h"
-#include "binding/slicer_object.h"
+#include "binding/slicer_calls.h"
 #include "node_api/refusal.h"
 
 namespace stiltforge::binding {
@@ -138,12 +138,12 @@ Napi::Value ModelObject::analyseMask(const Napi::CallbackInfo& info) {
 Napi::Value ModelObject::analyseSlicer(const Napi::CallbackInfo& info) {
   const Napi::Env env = info.Env();
   requireOpen(env);
-  const std::shared_ptr<SharedSlicer> slicer = SlicerObject::slicerOf(info[0]);
-  if (!slicer)
-    throw refusal(env, codes::slice, "The layers must come from a Slicer of the same binary.");
-  const slicing::ScreenPlacement& slices = slicer->slicer.placement();
-  requireSameSize(env, static_cast<std::size_t>(slices.width),
-                  static_cast<std::size_t>(slices.height), size());
+  const std::shared_ptr<SharedSlicer> slicer = sharedSlicerOf(info[0]);
+  if (!slicer) {
+    throw refusal(env, codes::slice,
+                  "The layers must come from a Slicer or a LayerSlicer of the same binary.");
+  }
+  requireSameSize(env, slicer->slicer.width(), slicer->slicer.height(), size());
   const uint32_t layers = slicer->slicer.layerCount();
   const uint32_t first =
       wholeNumber(info[1], codes::index, "The first layer of the slicer", 0, layers - 1.0);

@@ -5,12 +5,14 @@
 
 #include "binding/check_object.h"
 #include "binding/environment.h"
+#include "binding/layer_slicer_object.h"
 #include "binding/mask_slicer_object.h"
 #include "binding/memory_estimate.h"
 #include "binding/model_object.h"
 #include "binding/orientation.h"
 #include "binding/parameter_table.h"
 #include "binding/print_settings.h"
+#include "binding/printer_file.h"
 #include "binding/read_mesh.h"
 #include "binding/slicer_object.h"
 #include "binding/survey_object.h"
@@ -24,9 +26,14 @@ Napi::Object initialize(Napi::Env env, Napi::Object exports) {
   exports.Set("Slicer", stiltforge::binding::SlicerObject::define(env));
   exports.Set("MaskSlicer", stiltforge::binding::MaskSlicerObject::define(env));
   exports.Set("PrintCheck", stiltforge::binding::CheckObject::define(env));
+  exports.Set("LayerSlicer", stiltforge::binding::LayerSlicerObject::define(env));
+  exports.Set("openPrinterFile",
+              Napi::Function::New<&stiltforge::binding::openPrinterFile>(env, "openPrinterFile"));
+  exports.Set("isPrinterFile",
+              Napi::Function::New<&stiltforge::binding::isPrinterFile>(env, "isPrinterFile"));
   exports.Set("readMesh", Napi::Function::New<&stiltforge::binding::readMesh>(env, "readMesh"));
-  exports.Set("startOrientation", Napi::Function::New<&stiltforge::binding::startOrientation>(
-                                      env, "startOrientation"));
+  exports.Set("startOrientation",
+              Napi::Function::New<&stiltforge::binding::startOrientation>(env, "startOrientation"));
   exports.Set("turnMesh", Napi::Function::New<&stiltforge::binding::turnMesh>(env, "turnMesh"));
   exports.Set("estimateMemory",
               Napi::Function::New<&stiltforge::binding::estimateMemory>(env, "estimateMemory"));

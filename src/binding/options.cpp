@@ -25,11 +25,13 @@ uint32_t toWhole(Napi::Env env, const char* name, double value) {
 
 }  // namespace
 
-Options::Options(const Napi::CallbackInfo& info, std::initializer_list<const char*> known) {
-  if (info.Length() < 1 || !info[0].IsObject()) {
-    throw Napi::TypeError::New(info.Env(), "The first argument must be an object with options.");
+Options::Options(const Napi::CallbackInfo& info, std::size_t index,
+                 std::initializer_list<const char*> known) {
+  if (!info[index].IsObject()) {
+    throw Napi::TypeError::New(info.Env(), std::string("The ") + (index == 0 ? "first" : "second") +
+                                               " argument must be an object with options.");
   }
-  object_ = info[0].As<Napi::Object>();
+  object_ = info[index].As<Napi::Object>();
   const Napi::Array names = object_.GetPropertyNames();
   for (uint32_t i = 0; i < names.Length(); ++i) {
     const std::string name = names.Get(i).ToString();
@@ -67,6 +69,16 @@ std::optional<uint32_t> Options::optionalWhole(const char* name) const {
   const std::optional<double> value = optionalNumber(name);
   if (!value) return std::nullopt;
   return toWhole(object_.Env(), name, *value);
+}
+
+bool Options::flag(const char* name) const {
+  const Napi::Value value = object_.Get(name);
+  if (value.IsUndefined()) return false;
+  if (!value.IsBoolean()) {
+    throw Napi::TypeError::New(object_.Env(),
+                               "The option " + quoted(name) + " must be true or false.");
+  }
+  return value.As<Napi::Boolean>();
 }
 
 Napi::Float32Array Options::floats(const char* name) const {

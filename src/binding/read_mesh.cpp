@@ -1,7 +1,6 @@
 #include "binding/read_mesh.h"
 
 #include <algorithm>
-#include <atomic>
 #include <cstring>
 #include <filesystem>
 #include <memory>
@@ -10,6 +9,7 @@
 #include <vector>
 
 #include "binding/array_buffer.h"
+#include "binding/cancelled.h"
 #include "binding/job.h"
 #include "binding/rejection.h"
 #include "mesh/mesh_error.h"
@@ -20,8 +20,6 @@
 namespace stiltforge::binding {
 
 namespace {
-
-using Cancelled = std::shared_ptr<std::atomic<bool>>;
 
 struct Source {
   std::string name;         ///< as the host gave it, UTF-8
@@ -170,23 +168,6 @@ Source sourceOf(const Napi::CallbackInfo& info, const Napi::Object& options) {
   // Last, so that no getter can take the memory away between the check and the copy.
   source.bytes = bytesOf(env, info[0]);
   return source;
-}
-
-/// Follows an AbortSignal from now on.
-Cancelled cancelledBy(Napi::Env env, const Napi::Value& signal) {
-  auto cancelled = std::make_shared<std::atomic<bool>>(false);
-  if (signal.IsUndefined()) return cancelled;
-  const Napi::Value listen =
-      signal.IsObject() ? signal.As<Napi::Object>().Get("addEventListener") : env.Undefined();
-  if (!listen.IsFunction()) {
-    throw Napi::TypeError::New(env, "The option \"signal\" must be an AbortSignal.");
-  }
-  *cancelled = signal.As<Napi::Object>().Get("aborted").ToBoolean();
-  listen.As<Napi::Function>().Call(
-      signal,
-      {Napi::String::New(env, "abort"),
-       Napi::Function::New(env, [cancelled](const Napi::CallbackInfo&) { *cancelled = true; })});
-  return cancelled;
 }
 
 }  // namespace

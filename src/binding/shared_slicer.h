@@ -1,22 +1,26 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <mutex>
-#include <span>
+#include <utility>
 
 #include "slicing/mask_slicer.h"
-#include "slicing/slicer.h"
+#include "slicing/slice_source.h"
 
 namespace stiltforge::binding {
 
 /// A slicer that the jobs of its own object and of several models use, each with the lock held
 /// while it slices. No thread waits for more than the slices of another's job.
 struct SharedSlicer {
-  SharedSlicer(std::span<const float> positions, const slicing::SlicerSettings& settings)
-      : slicer(positions, settings) {}
+  explicit SharedSlicer(std::unique_ptr<slicing::SliceSource> source)
+      : slicer(*source), source_(std::move(source)) {}
 
   std::mutex mutex;
-  slicing::Slicer slicer;
+  slicing::SliceSource& slicer;
+
+ private:
+  std::unique_ptr<slicing::SliceSource> source_;
 };
 
 /// The same of masks.

@@ -1,14 +1,13 @@
 #include "binding/slicer_object.h"
 
-#include <cmath>
 #include <cstdint>
 #include <new>
+#include <span>
 #include <string>
+#include <utility>
 
-#include "binding/layer_runs_job.h"
 #include "binding/options.h"
-#include "binding/rejection.h"
-#include "binding/slice_job.h"
+#include "binding/slicer_calls.h"
 #include "slicing/slicing_error.h"
 
 namespace stiltforge::binding {
@@ -59,19 +58,6 @@ slicing::SlicerSettings readSettings(const Options& options) {
   return settings;
 }
 
-uint32_t layerIndex(const Napi::Value& value, uint32_t layerCount) {
-  const Napi::Env env = value.Env();
-  if (!value.IsNumber()) throw Napi::TypeError::New(env, "The layer's index must be a number.");
-  const double index = value.As<Napi::Number>().DoubleValue();
-  const double last = layerCount - 1.0;
-  if (index >= 0 && index <= last && index == std::floor(index)) {
-    return static_cast<uint32_t>(index);
-  }
-  throw Napi::RangeError::New(env, "There is no layer " + slicing::numberText(index) +
-                                       ": layers are numbered 0 to " + slicing::numberText(last) +
-                                       ".");
-}
-
 }  // namespace
 
 Napi::Function SlicerObject::define(Napi::Env env) {
@@ -88,8 +74,10 @@ SlicerObject::SlicerObject(const Napi::CallbackInfo& info) : Napi::ObjectWrap<Sl
   const slicing::SlicerSettings settings = readSettings(options);
   const Napi::Float32Array positions = options.floats("positions");
   try {
-    shared_ = std::make_shared<SharedSlicer>(
+    auto slicer = std::make_unique<slicing::Slicer>(
         std::span<const float>(positions.Data(), positions.ElementLength()), settings);
+    slicer_ = slicer.get();
+    shared_ = std::make_shared<SharedSlicer>(std::move(slicer));
   } catch (const slicing::SlicingError& failure) {
     throw Napi::Error::New(env, failure.what());
   } catch (const std::bad_alloc&) {
@@ -100,7 +88,7 @@ SlicerObject::SlicerObject(const Napi::CallbackInfo& info) : Napi::ObjectWrap<Sl
   Napi::MemoryManagement::AdjustExternalMemory(env, meshBytes());
   info.This().As<Napi::Object>().TypeTag(&typeTag);
 
-  const slicing::Slicer& slicer = shared_->slicer;
+  const slicing::Slicer& slicer = *slicer_;
   const slicing::ScreenPlacement& placement = slicer.placement();
   const auto constant = [&](const char* name, double value) {
     return Napi::PropertyDescriptor::Value(name, Napi::Number::New(env, value), napi_enumerable);
@@ -123,45 +111,17 @@ void SlicerObject::Finalize(Napi::BasicEnv env) {
 }
 
 int64_t SlicerObject::meshBytes() const {
-  return static_cast<int64_t>(shared_->slicer.report().triangles) *
+  return static_cast<int64_t>(slicer_->report().triangles) *
          static_cast<int64_t>(sizeof(slicing::Triangle) + sizeof(slicing::ZSweep::Interval) +
                               sizeof(uint32_t));
 }
 
 Napi::Value SlicerObject::slice(const Napi::CallbackInfo& info) {
-  const Napi::Env env = info.Env();
-  return rejectOnError(env, [&] {
-    const uint32_t index = layerIndex(info[0], shared_->slicer.layerCount());
-    const slicing::ScreenPlacement& placement = shared_->slicer.placement();
-    const auto fill = [shared = shared_, index](uint8_t* rgba) {
-      const std::lock_guard<std::mutex> lock(shared->mutex);
-      return shared->slicer.slice(index, rgba);
-    };
-    return Job::add(
-        std::make_unique<SliceJob>(env, placement.width, placement.height, info[1], fill), queue_,
-        info.This().As<Napi::Object>());
-  });
+  return callSlice(info, shared_, queue_);
 }
 
 Napi::Value SlicerObject::runs(const Napi::CallbackInfo& info) {
-  const Napi::Env env = info.Env();
-  return rejectOnError(env, [&] {
-    const uint32_t layers = shared_->slicer.layerCount();
-    const uint32_t first = layerIndex(info[0], layers);
-    double count = 1;
-    if (!info[1].IsUndefined()) {
-      count = info[1].IsNumber() ? info[1].As<Napi::Number>().DoubleValue() : NAN;
-    }
-    if (!(count >= 1 && count <= layers - first && count == std::floor(count))) {
-      throw Napi::RangeError::New(env, "The number of layers must be a whole number from 1 to " +
-                                           slicing::numberText(layers - first) +
-                                           ", those from layer " + slicing::numberText(first) +
-                                           " on.");
-    }
-    return Job::add(
-        std::make_unique<LayerRunsJob>(env, shared_, first, static_cast<uint32_t>(count)), queue_,
-        info.This().As<Napi::Object>());
-  });
+  return callRuns(info, shared_, queue_);
 }
 
 }  // namespace stiltforge::binding

@@ -6,6 +6,7 @@
 
 #include "binding/job.h"
 #include "binding/shared_slicer.h"
+#include "slicing/slicer.h"
 
 namespace stiltforge::binding {
 
@@ -33,6 +34,7 @@ class SlicerObject : public Napi::ObjectWrap<SlicerObject> {
   int64_t meshBytes() const;
 
   std::shared_ptr<SharedSlicer> shared_;
+  const slicing::Slicer* slicer_ = nullptr;  // the shared one
   JobQueue<Job> queue_;
 };
 

@@ -12,7 +12,7 @@
 #include "binding/hold_options.h"
 #include "binding/host_runs.h"
 #include "binding/host_slices.h"
-#include "binding/slicer_object.h"
+#include "binding/slicer_calls.h"
 #include "node_api/refusal.h"
 
 namespace stiltforge::binding {
@@ -130,13 +130,12 @@ Napi::Value SurveyObject::addRuns(const Napi::CallbackInfo& info) {
 
 Napi::Value SurveyObject::addSlicer(const Napi::CallbackInfo& info) {
   const Napi::Env env = info.Env();
-  const std::shared_ptr<SharedSlicer> slicer = SlicerObject::slicerOf(info[0]);
+  const std::shared_ptr<SharedSlicer> slicer = sharedSlicerOf(info[0]);
   if (!slicer) {
-    throw refusal(env, codes::slice, "The layers must come from a Slicer of the same binary.");
+    throw refusal(env, codes::slice,
+                  "The layers must come from a Slicer or a LayerSlicer of the same binary.");
   }
-  const slicing::ScreenPlacement& placement = slicer->slicer.placement();
-  requireSameSize(env, static_cast<std::size_t>(placement.width),
-                  static_cast<std::size_t>(placement.height), size_);
+  requireSameSize(env, slicer->slicer.width(), slicer->slicer.height(), size_);
   const uint32_t first = wholeNumber(info[1], codes::index, "The first layer of the slicer", 0,
                                      slicer->slicer.layerCount() - 1.0);
   if (!info[2].IsArray()) {

@@ -16,6 +16,7 @@ inline constexpr const char* parameter = "ERR_STILTFORGE_PARAMETER";
 inline constexpr const char* slice = "ERR_STILTFORGE_SLICE";
 inline constexpr const char* index = "ERR_STILTFORGE_INDEX";
 inline constexpr const char* mesh = "ERR_STILTFORGE_MESH";
+inline constexpr const char* file = "ERR_STILTFORGE_FILE";
 inline constexpr const char* memory = "ERR_STILTFORGE_MEMORY";
 }  // namespace codes
 

@@ -1,5 +1,6 @@
 #include "slicing/layer_slicer.h"
 
+#include <algorithm>
 #include <cstring>
 #include <string>
 #include <utility>
@@ -15,16 +16,79 @@ namespace {
 
 constexpr std::size_t bytesPerPixel = 4;
 
+std::string sizeText(uint32_t width, uint32_t height) {
+  return std::to_string(width) + " x " + std::to_string(height) + " pixels";
+}
+
+bool isSide(uint32_t pixels) {
+  return pixels >= 1 && pixels <= longestCropSide;
+}
+
 const LayerSettings& checked(const LayerSettings& settings) {
-  if (settings.width == 0 || settings.height == 0 || settings.width > longestCropSide ||
-      settings.height > longestCropSide) {
-    throw SlicingError("The layers are " + std::to_string(settings.width) + " x " +
-                       std::to_string(settings.height) +
-                       " pixels; both sides must be between 1 and " +
-                       std::to_string(longestCropSide) + ".");
+  if (!isSide(settings.layerWidth) || !isSide(settings.layerHeight)) {
+    throw SlicingError("The layers are " + sizeText(settings.layerWidth, settings.layerHeight) +
+                       "; both sides must be between 1 and " + std::to_string(longestCropSide) +
+                       ".");
+  }
+  const uint64_t right = uint64_t{settings.cropX} + settings.width;
+  const uint64_t bottom = uint64_t{settings.cropY} + settings.height;
+  if (settings.width == 0 || settings.height == 0 || right > settings.layerWidth ||
+      bottom > settings.layerHeight) {
+    throw SlicingError("The slices show " + sizeText(settings.width, settings.height) +
+                       " from column " + std::to_string(settings.cropX) + " and row " +
+                       std::to_string(settings.cropY) + ", but the layers have only " +
+                       sizeText(settings.layerWidth, settings.layerHeight) + ".");
   }
   return settings;
 }
+
+/// Cuts a part out of a layer.
+class Crop {
+ public:
+  explicit Crop(const LayerSettings& settings)
+      : left_(static_cast<int32_t>(settings.cropX)),
+        top_(static_cast<int32_t>(settings.cropY)),
+        width_(static_cast<int32_t>(settings.width)),
+        height_(static_cast<int32_t>(settings.height)) {}
+
+  void cut(const Slice& whole, Slice& slice) const {
+    slice.material.clear();
+    slice.overhang.clear();
+    slice.blue.clear();
+    slice.green.clear();
+    cutRows(whole.material, slice.material, [](std::size_t) {});
+    cutRows(whole.overhang, slice.overhang, [&](std::size_t pixel) {
+      slice.blue.push_back(whole.blue[pixel]);
+      slice.green.push_back(whole.green[pixel]);
+    });
+  }
+
+ private:
+  // Calls keep(i) for each pixel that stays, the i-th of all in raster order.
+  template <class Keep>
+  void cutRows(const RunRows& rows, RunRows& part, const Keep& keep) const {
+    std::size_t before = 0;
+    for (int y = 0; y < std::min(rows.height(), top_ + height_); ++y) {
+      for (const Run& run : rows.row(y)) {
+        const int32_t begin = std::max<int32_t>(run.begin, left_);
+        const int32_t end = std::min<int32_t>(run.end, left_ + width_);
+        if (y >= top_ && begin < end) {
+          part.add(begin - left_, end - left_);
+          for (int32_t x = begin; x < end; ++x) {
+            keep(before + static_cast<std::size_t>(x - run.begin));
+          }
+        }
+        before += run.length();
+      }
+      if (y >= top_) part.endRow();
+    }
+  }
+
+  const int32_t left_;
+  const int32_t top_;
+  const int32_t width_;
+  const int32_t height_;
+};
 
 // Material that is fully supported, in the colours of ChannelFiller; its stroke value is not kept.
 constexpr uint8_t supportedPixel[bytesPerPixel] = {255, 0, 255, 255};
@@ -60,7 +124,15 @@ LayerSlicer::LayerSlicer(const LayerSettings& settings, Read read)
 void LayerSlicer::read(uint32_t layer, Slice& slice) const {
   slice.width = static_cast<uint16_t>(settings_.width);
   slice.height = static_cast<uint16_t>(settings_.height);
-  read_(layer, slice);
+  if (settings_.width == settings_.layerWidth && settings_.height == settings_.layerHeight) {
+    read_(layer, slice);
+    return;
+  }
+  Slice whole;
+  whole.width = static_cast<uint16_t>(settings_.layerWidth);
+  whole.height = static_cast<uint16_t>(settings_.layerHeight);
+  read_(layer, whole);
+  Crop(settings_).cut(whole, slice);
 }
 
 const RunRows* LayerSlicer::below(uint32_t layer) {

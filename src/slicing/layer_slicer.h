@@ -15,8 +15,12 @@ namespace stiltforge::slicing {
 
 struct LayerSettings {
   uint32_t layerCount = 0;
-  uint32_t width = 0;   ///< pixels, 1 to longestCropSide
-  uint32_t height = 0;  ///< pixels, 1 to longestCropSide
+  uint32_t layerWidth = 0;   ///< pixels, 1 to longestCropSide
+  uint32_t layerHeight = 0;  ///< pixels, 1 to longestCropSide
+  uint32_t cropX = 0;        ///< first column of the layers that the slices show
+  uint32_t cropY = 0;        ///< first row
+  uint32_t width = 0;        ///< pixels of the slices
+  uint32_t height = 0;       ///< pixels of the slices
   ChannelSettings channels;
   /// Whether the layers bring the channels of what overhangs; they are found from the layer below
   /// otherwise.
@@ -26,11 +30,11 @@ struct LayerSettings {
 /// Makes slices of layers that are there already, in a printer file for example.
 class LayerSlicer : public SliceSource {
  public:
-  /// Replaces all but the size of a slice by a layer: its material, and its overhang where the
-  /// layers have channels. Called by several threads at once; what it throws ends the call.
+  /// Replaces all but the size of a slice by a whole layer: its material, and its overhang where
+  /// the layers have channels. Called by several threads at once; what it throws ends the call.
   using Read = std::function<void(uint32_t layer, Slice& slice)>;
 
-  /// Throws SlicingError when a setting is out of range.
+  /// Throws SlicingError when a setting is out of range or the crop reaches out of the layers.
   LayerSlicer(const LayerSettings& settings, Read read);
 
   uint32_t layerCount() const override { return settings_.layerCount; }

@@ -277,7 +277,7 @@ if (isMainThread) {
     for (const other of [undefined, null, {}, model, new Map()]) {
       assert.throws(() => model.analyseSlicer(other, 0), {
         code: 'ERR_STILTFORGE_SLICE',
-        message: 'The layers must come from a Slicer of the same binary.',
+        message: 'The layers must come from a Slicer or a LayerSlicer of the same binary.',
       });
     }
     assert.throws(() => small().analyseSlicer(slicer, 0), {

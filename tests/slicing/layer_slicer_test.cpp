@@ -40,8 +40,8 @@ std::vector<Mask> masks() {
 LayerSettings settings() {
   LayerSettings settings;
   settings.layerCount = layerCount;
-  settings.width = width;
-  settings.height = height;
+  settings.layerWidth = settings.width = width;
+  settings.layerHeight = settings.height = height;
   settings.channels.layerHeight = 0.05;
   settings.channels.pixelSize = 0.05;
   return settings;
@@ -133,6 +133,36 @@ TEST(LayerSlicer, KeepsTheChannelsThatTheLayersBring) {
   EXPECT_EQ(pixelAt(4), (std::vector{255, 10, 8, 255}));
 }
 
+TEST(LayerSlicer, ShowsThePartOfTheLayersThatIsAskedFor) {
+  LayerSettings part = settings();
+  part.haveChannels = true;
+  part.cropX = 2;
+  part.cropY = 3;
+  part.width = 4;
+  part.height = 2;
+  LayerSlicer slicer(part, [](uint32_t, Slice& slice) {
+    for (uint32_t y = 0; y < height; ++y) {
+      slice.material.add(0, 5);
+      slice.material.endRow();
+      slice.overhang.add(1, 4);
+      slice.overhang.endRow();
+      for (uint32_t x = 1; x < 4; ++x) {
+        slice.blue.push_back(static_cast<uint8_t>(10 * y + x));
+        slice.green.push_back(static_cast<uint8_t>(y));
+      }
+    }
+  });
+  std::vector<Slice> slices(1);
+  slicer.slice(0, slices);
+  EXPECT_EQ(slices[0].width, 4);
+  EXPECT_EQ(slices[0].height, 2);
+  EXPECT_EQ(slices[0].material.height(), 2);
+  EXPECT_EQ(slices[0].material.row(1).front(), (stiltforge::Run{0, 3}));
+  EXPECT_EQ(slices[0].overhang.row(0).front(), (stiltforge::Run{0, 2}));
+  EXPECT_EQ(slices[0].blue, (ScratchVector<uint8_t>{32, 33, 42, 43}));
+  EXPECT_EQ(slices[0].green, (ScratchVector<uint8_t>{3, 3, 4, 4}));
+}
+
 TEST(LayerSlicer, ALayerThatCannotBeReadEndsTheCallAndNoMore) {
   const std::vector<Mask> layers = masks();
   const std::vector<Slice> expected = expectedOf(layers);
@@ -151,8 +181,11 @@ TEST(LayerSlicer, ALayerThatCannotBeReadEndsTheCallAndNoMore) {
 
 TEST(LayerSlicer, RefusesSettingsThatMakeNoSlices) {
   LayerSettings none = settings();
-  none.width = 0;
+  none.layerWidth = none.width = 0;
   EXPECT_THROW(LayerSlicer(none, {}), SlicingError);
+  LayerSettings wide = settings();
+  wide.cropX = 1;
+  EXPECT_THROW(LayerSlicer(wide, {}), SlicingError);
   LayerSettings flat = settings();
   flat.channels.layerHeight = 0;
   EXPECT_THROW(LayerSlicer(flat, {}), SlicingError);

@@ -13,6 +13,7 @@ import type { LayerSource } from './layer_source.js';
 import type { MemoryEstimate, ModelSize } from './memory_estimate.js';
 import type { OrientOptions, OrientResult, Turn } from './orientation.js';
 import type { PrintSettings, SettingConflict, SupportSettings } from './print.js';
+import type { LayerSlicer, LayerSlicerOptions, OpenOptions, PrinterFile } from './printer_file.js';
 import type { SliceRuns } from './slice_runs.js';
 import type {
   MaskSlicer,
@@ -148,6 +149,9 @@ export interface Binding {
     options: NativeCheckOptions,
     points?: Uint32Array,
   ) => NativeCheck;
+  LayerSlicer: new (file: PrinterFile, options: LayerSlicerOptions) => LayerSlicer;
+  openPrinterFile(path: string, options?: OpenOptions): Promise<PrinterFile>;
+  isPrinterFile(path: string): boolean;
   readMesh(
     source: string | ArrayBuffer | ArrayBufferView,
     options?: ReadMeshOptions,

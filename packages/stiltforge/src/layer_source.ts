@@ -1,4 +1,4 @@
-/** A Slicer: its layers are sliced and analysed natively, without becoming pictures. */
+/** A Slicer or a LayerSlicer: its layers are sliced and analysed natively, without becoming pictures. */
 export interface LayerSource {
   readonly layerCount: number;
   /** Pixels of the layers, which must be those of the model. */

@@ -1,4 +1,4 @@
-// From a mesh, or from masks, to slices: what a host needs before the analysis and does not have.
+// From a mesh, a printer file or masks to slices: what a host needs before the analysis and does not have.
 
 import { binding } from './binding.js';
 import type { Overhang, RunArrays } from './slice_runs.js';
@@ -13,6 +13,15 @@ export {
   type SettingConflict,
   type SupportSettings,
 } from './print.js';
+export {
+  createLayerSlicer,
+  isPrinterFile,
+  type LayerSlicer,
+  type LayerSlicerOptions,
+  type OpenOptions,
+  openPrinterFile,
+  type PrinterFile,
+} from './printer_file.js';
 
 /** Nine floats a triangle: x, y, z of its three corners, in millimetres, z pointing up. */
 export type Triangles = Float32Array<ArrayBuffer>;
