@@ -16,7 +16,7 @@
 #include "binding/options.h"
 #include "binding/rejection.h"
 #include "binding/shared_slicer.h"
-#include "binding/slicer_object.h"
+#include "binding/slicer_calls.h"
 #include "check/sentences.h"
 #include "node_api/refusal.h"
 #include "node_api/value_maker.h"
@@ -207,7 +207,7 @@ CheckObject::CheckObject(const Napi::CallbackInfo& info) : Napi::ObjectWrap<Chec
 Napi::Value CheckObject::add(const Napi::CallbackInfo& info) {
   const Napi::Env env = info.Env();
   return rejectOnError(env, [&] {
-    std::shared_ptr<SharedSlicer> slicer = SlicerObject::slicerOf(info[0]);
+    std::shared_ptr<SharedSlicer> slicer = sharedSlicerOf(info[0]);
     if (!slicer) {
       throw Napi::TypeError::New(env, "The layers must come from a slicer of the same binary.");
     }
