@@ -16,6 +16,7 @@ import {
   type SupportsDocument,
   supportsJson,
 } from './output/documents.js';
+import { defaultFormats, formatFiles, type OutputFormat } from './output/formats.js';
 import { OutputFolder } from './output/output_folder.js';
 import { reportName } from './output/report_name.js';
 import { pictureNames } from './picture_names.js';
@@ -51,6 +52,8 @@ export interface Job {
   folder: string;
   /** Overwrite files that stand in the way and were not written by an earlier run. */
   force?: boolean;
+  /** What the points are written to; supports.json and points.csv unless set. */
+  formats?: readonly OutputFormat[];
   pictures: boolean;
   /** A page with the part, its slices and its points; none unless set. */
   report?: boolean;
@@ -111,10 +114,9 @@ function makeSlicer({ name, mesh, print, support }: Job): Slicer {
   }
 }
 
-function expectedFiles({ pictures, report, inspect }: Job): string[] {
+function expectedFiles({ formats = defaultFormats, pictures, report, inspect }: Job): string[] {
   return [
-    'supports.json',
-    'points.csv',
+    ...formats.map((format) => formatFiles[format]),
     ...(pictures ? pictureNames : []),
     ...(report ? [reportName] : []),
     ...inspect.map((region) => `${inspectName(region)}.png`),
@@ -196,8 +198,7 @@ async function writeOutputs(
       },
       supports,
     };
-    await folder.write('supports.json', supportsJson(document));
-    await folder.write('points.csv', pointsCsv(supports));
+    await writePoints(job, document, folder, signal);
     if (job.report) {
       const { reportPage } = await import('./output/report.js');
       const part = { document, mesh: job.mesh, slicer, owedPixels };
@@ -223,6 +224,22 @@ async function writeOutputs(
   } finally {
     progress.stop();
     for (const sentence of warnings) warn(`${job.name}: ${sentence}`);
+  }
+}
+
+async function writePoints(
+  { mesh, formats = defaultFormats }: Job,
+  document: SupportsDocument,
+  folder: OutputFolder,
+  signal: AbortSignal,
+): Promise<void> {
+  const { model, print, supports } = document;
+  if (formats.includes('json')) await folder.write(formatFiles.json, supportsJson(document));
+  if (formats.includes('csv')) await folder.write(formatFiles.csv, pointsCsv(supports));
+  if (formats.includes('3mf')) {
+    const { threeMfProject } = await import('./output/three_mf.js');
+    const part = { name: model.file, mesh, print, min: model.min, max: model.max, supports };
+    await folder.write(formatFiles['3mf'], threeMfProject(part, signal));
   }
 }
 

@@ -4,7 +4,8 @@ import type { SupportSettings } from 'stiltforge/slicing';
 import { analyseMesh, type RegionToInspect } from './analyse_mesh.js';
 import { codeOf, ExitCode, Interrupted, messageOf, UserError } from './errors.js';
 import { loadMesh } from './mesh/load.js';
-import { folderName, positive } from './option_values.js';
+import { folderName, outputFormats, positive } from './option_values.js';
+import type { OutputFormat } from './output/formats.js';
 import {
   addPartOptions,
   addPrinterOptions,
@@ -23,6 +24,7 @@ import { version } from './version.js';
 interface Options extends PartOptions, PrinterOptions, SupportSettings {
   out?: string;
   force?: boolean;
+  format?: OutputFormat[];
   memory?: number;
   pictures: boolean;
   report?: boolean;
@@ -71,6 +73,11 @@ function buildCommand(run: (meshFile: string, options: Options) => Promise<void>
     .optionsGroup('The results:')
     .option('-o, --out <folder>', 'where they go (default: "<mesh>-supports")', folderName)
     .option('--force', 'overwrite files there that no earlier run wrote')
+    .option(
+      '--format <name>',
+      'what the points go to: json, csv, or 3mf for PrusaSlicer; may be repeated (default: json and csv)',
+      outputFormats,
+    )
     .option('--no-pictures', 'write the points only')
     .option('--report', 'also write report.html, a page to look at it all, layer by layer')
     .addOption(
@@ -139,6 +146,7 @@ async function analyse(meshFile: string, options: Options): Promise<void> {
         support,
         folder: options.out ?? `${basename(meshFile, extname(meshFile))}-supports`,
         force: options.force,
+        formats: options.format,
         pictures: options.pictures,
         report: options.report,
         inspect: options.inspect,

@@ -1,4 +1,5 @@
 import { InvalidArgumentError } from 'commander';
+import { formatNames, type OutputFormat } from './output/formats.js';
 
 // How the values of options are read. Each throws an InvalidArgumentError that says what it must be.
 
@@ -71,4 +72,13 @@ export function turn(text: string): [number, number, number] {
   throw new InvalidArgumentError(
     'It must be three numbers of degrees from -360 to 360 with commas, like 90,0,-12.5.',
   );
+}
+
+/** Names of formats, one or several with commas, beside those given before. */
+export function outputFormats(text: string, earlier: OutputFormat[] = []): OutputFormat[] {
+  const named = text.split(',').map((word) => formatNames.find((name) => name === word.trim()));
+  if (named.includes(undefined)) {
+    throw new InvalidArgumentError(`It must be ${formatNames.join(', ')}, or several with commas.`);
+  }
+  return [...new Set([...earlier, ...(named as OutputFormat[])])];
 }

@@ -8,10 +8,17 @@ import {
   statSync,
   writeFileSync,
 } from 'node:fs';
-import { mkdir, writeFile } from 'node:fs/promises';
+import { mkdir, open } from 'node:fs/promises';
 import { dirname, join, resolve } from 'node:path';
 import { ExitCode, messageOf, UserError } from '../errors.js';
-import { digestOf, type RunRecord, readRecord, recordName, recordText } from './run_record.js';
+import {
+  Digest,
+  digestOf,
+  type RunRecord,
+  readRecord,
+  recordName,
+  recordText,
+} from './run_record.js';
 import {
   makeStagingFolder,
   removeStagingFolder,
@@ -65,14 +72,24 @@ export class OutputFolder {
     return [...new Set([...this.written.keys()].map((name) => name.replace(/\/.*/, '/')))].sort();
   }
 
-  /** `name` may lead into a subfolder, with slashes. */
-  async write(name: string, data: string | Uint8Array): Promise<void> {
+  /** `name` may lead into a subfolder, with slashes. Throws what pieces of data throw. */
+  async write(name: string, data: string | Uint8Array | AsyncIterable<Uint8Array>): Promise<void> {
+    const place = join(this.path, name);
     const staged = join(this.staging, name);
-    await inOutputErrorLater(join(this.path, name), async () => {
+    const digest = new Digest();
+    const file = await inOutputErrorLater(place, async () => {
       await mkdir(dirname(staged), { recursive: true });
-      await writeFile(staged, data);
+      return open(staged, 'w');
     });
-    this.written.set(name, digestOf(data));
+    try {
+      for await (const piece of piecesOf(data)) {
+        digest.update(piece);
+        await inOutputErrorLater(place, () => file.writeFile(piece));
+      }
+    } finally {
+      await inOutputErrorLater(place, () => file.close());
+    }
+    this.written.set(name, digest.text());
   }
 
   /**
@@ -217,9 +234,15 @@ function inOutputError(path: string, what: string, act: () => void): void {
   }
 }
 
-async function inOutputErrorLater(path: string, act: () => Promise<void>): Promise<void> {
+function piecesOf(
+  data: string | Uint8Array | AsyncIterable<Uint8Array>,
+): Iterable<string | Uint8Array> | AsyncIterable<Uint8Array> {
+  return typeof data === 'string' || data instanceof Uint8Array ? [data] : data;
+}
+
+async function inOutputErrorLater<T>(path: string, act: () => Promise<T>): Promise<T> {
   try {
-    await act();
+    return await act();
   } catch (error) {
     throw outputError(path, 'the file', error);
   }

@@ -10,8 +10,23 @@ const about = 'Files in this folder that stiltforge wrote. The next run replaces
 /** Digests of the contents that a file may have and still be a run's own, by the file's name. */
 export type RunRecord = ReadonlyMap<string, readonly string[]>;
 
+/** Of a content that comes in pieces. */
+export class Digest {
+  private readonly hash = createHash('sha256');
+
+  update(piece: string | Uint8Array): void {
+    this.hash.update(piece);
+  }
+
+  text(): string {
+    return this.hash.digest('hex');
+  }
+}
+
 export function digestOf(data: string | Uint8Array): string {
-  return createHash('sha256').update(data).digest('hex');
+  const digest = new Digest();
+  digest.update(data);
+  return digest.text();
 }
 
 export function recordText(record: RunRecord): string {
