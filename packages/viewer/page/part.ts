@@ -1,5 +1,12 @@
 import { inflated } from '../src/compression.js';
-import type { PackedPart, PointRecord, ViewerDocument } from '../src/document.js';
+import type {
+  DroppedRecord,
+  IslandRecord,
+  PackedPart,
+  PixelPlace,
+  PointRecord,
+  ViewerDocument,
+} from '../src/document.js';
 import { decodeMesh, type GridMesh } from '../src/mesh_codec.js';
 import { decodeSlice, type ViewerSlice } from '../src/slice_codec.js';
 
@@ -11,8 +18,11 @@ export class ViewedPart {
   readonly document: ViewerDocument;
   /** Indices of the points of each layer. */
   readonly pointsOfLayer: readonly (readonly number[])[];
-  /** Regions of each layer that rest on nothing. */
+  /** Regions of each layer that rest on nothing: their numbers, and what is known of them. */
   readonly islandsOfLayer: readonly ReadonlySet<number>[];
+  readonly islandRecords: ReadonlyMap<number, readonly IslandRecord[]>;
+  /** Points of each layer that were left out. */
+  readonly droppedOfLayer: ReadonlyMap<number, readonly DroppedRecord[]>;
   /** Corners of the model's box, mm. */
   readonly min: readonly number[];
   readonly max: readonly number[];
@@ -35,6 +45,8 @@ export class ViewedPart {
     const regions: Set<number>[] = Array.from(layers, () => new Set());
     for (const { layer, region } of islands) regions[layer].add(region);
     this.islandsOfLayer = regions;
+    this.islandRecords = byLayer(islands);
+    this.droppedOfLayer = byLayer(part.dropped ?? []);
     this.kept = slices.layers;
     let offset = slices.offset;
     this.offsets = slices.lengths.map((length) => {
@@ -116,4 +128,14 @@ export class ViewedPart {
     const code = this.binary.slice(offset, offset + this.document.slices.lengths[place]);
     return decodeSlice(await inflated(code), this.document.part.print.crop.height);
   }
+}
+
+function byLayer<Record extends PixelPlace>(records: readonly Record[]): Map<number, Record[]> {
+  const lists = new Map<number, Record[]>();
+  for (const record of records) {
+    const list = lists.get(record.layer) ?? [];
+    list.push(record);
+    lists.set(record.layer, list);
+  }
+  return lists;
 }

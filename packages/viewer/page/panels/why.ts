@@ -37,7 +37,7 @@ function causeOf(
       cause: weight === undefined ? 'More of it hangs over than what is below can hold.' : '',
     };
   }
-  const island = part.document.islands.find((one) => one.layer === layer && one.region === region);
+  const island = part.islandRecords.get(layer)?.find((one) => one.region === region);
   const { pixelSize } = part.document.part.print;
   const size = island === undefined ? '' : ` with ${area(island.pixels * pixelSize ** 2)}`;
   return { title: `Island, region ${region}`, cause: `It begins here in the air${size}.` };

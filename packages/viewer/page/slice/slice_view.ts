@@ -163,8 +163,7 @@ export class SliceView {
     ratio: number,
   ): void {
     const { palette } = this.theme;
-    for (const island of this.part.document.islands) {
-      if (island.layer !== this.shown) continue;
+    for (const island of this.part.islandRecords.get(this.shown) ?? []) {
       if (Math.sqrt(island.pixels) * window.scale > 14 * ratio) continue;
       const [x, y] = this.placeOf(island.column, island.row, window);
       context.beginPath();
@@ -219,8 +218,7 @@ export class SliceView {
     const reach = 4 * ratio;
     context.strokeStyle = this.theme.palette.pointBelow;
     context.lineWidth = 2 * ratio;
-    for (const { layer, column, row } of this.part.document.part.dropped ?? []) {
-      if (layer !== this.shown) continue;
+    for (const { column, row } of this.part.droppedOfLayer.get(this.shown) ?? []) {
       const [x, y] = this.placeOf(column, row, window);
       context.beginPath();
       context.moveTo(x - reach, y - reach);
