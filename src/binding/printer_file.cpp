@@ -66,6 +66,7 @@ class OpenJob : public Job {
     setLength("layerHeight", info.layerHeight);
     setLength("pixelWidth", info.pixelWidth);
     setLength("pixelHeight", info.pixelHeight);
+    set("turned", make.boolean(info.isTurned));
     set("mirroredX", make.boolean(info.isMirroredX));
     set("mirroredY", make.boolean(info.isMirroredY));
     set("printer", make.string(info.printer));

@@ -47,6 +47,7 @@ ArchiveSettings readSl1(PrintArchive& archive, const std::string& config) {
   if (height && settings.screenHeight.value_or(0) > 0) {
     settings.pixelHeight = *height / *settings.screenHeight;
   }
+  settings.isTurned = screen.text("display_orientation") == "portrait";
   settings.isMirroredX = screen.flag("display_mirror_x");
   settings.isMirroredY = screen.flag("display_mirror_y");
   return settings;

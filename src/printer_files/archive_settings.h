@@ -16,9 +16,10 @@ struct ArchiveSettings {
   std::string layerPrefix;   ///< what the names of the layers begin with; empty when it is not said
   std::optional<uint32_t> layerCount;
   std::optional<double> layerHeight;  ///< mm
-  /// Of the screen, pixels. Layers may be turned by a quarter.
+  /// Of the screen, pixels; exchanged in layers that are turned.
   std::optional<uint32_t> screenWidth, screenHeight;
   std::optional<double> pixelWidth, pixelHeight;  ///< mm, of the screen's pixels
+  bool isTurned = false;
   bool isMirroredX = false;
   bool isMirroredY = false;
   std::string printer;

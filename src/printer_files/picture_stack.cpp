@@ -67,11 +67,13 @@ void PictureStack::takeSettings(const ArchiveSettings& settings, const PngPictur
   if (!settings.screenWidth || !settings.screenHeight) return;
   const uint32_t width = *settings.screenWidth;
   const uint32_t height = *settings.screenHeight;
-  if (width == first.width && height == first.height) return;
-  if (width == first.height && height == first.width) {
+  const bool isTurned = width == first.height && height == first.width;
+  if (isTurned && (settings.isTurned || width != height)) {
+    info_.isTurned = true;
     std::swap(info_.pixelWidth, info_.pixelHeight);
     return;
   }
+  if (width == first.width && height == first.height) return;
   // Screens of one colour whose controller takes three pixels for one of three colours.
   if (width == uint64_t{3} * first.width && height == first.height &&
       first.colour == PngPicture::Colour::rgb && first.bitDepth == 8 && width <= longestSide) {

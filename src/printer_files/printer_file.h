@@ -19,8 +19,11 @@ struct PrintInfo {
   std::optional<double> layerHeight;  ///< mm
   std::optional<double> pixelWidth;   ///< mm
   std::optional<double> pixelHeight;  ///< mm
-  bool isMirroredX = false;           ///< layers show the plate with left and right exchanged
-  bool isMirroredY = false;           ///< ... with front and back exchanged
+  // How a layer shows the plate. Without any of these x runs along its columns and y against its
+  // rows.
+  bool isTurned = false;     ///< by a quarter: x runs against the rows and y against the columns
+  bool isMirroredX = false;  ///< then left and right are exchanged
+  bool isMirroredY = false;  ///< ... and top and bottom
   std::string printer;
   std::string material;
 };

@@ -83,6 +83,7 @@ test('promises what a folder of pictures says of its print', async () => {
     layerCount: 6,
     width,
     height,
+    turned: false,
     mirroredX: false,
     mirroredY: false,
     printer: '',

@@ -75,6 +75,14 @@ TEST(Sl1, TakesATurnedScreenAsTheLayersShowIt) {
   const auto file = open(zipArchive(entries));
   EXPECT_DOUBLE_EQ(*file->info().pixelWidth, 0.5);
   EXPECT_DOUBLE_EQ(*file->info().pixelHeight, 0.2);
+  EXPECT_TRUE(file->info().isTurned);
+}
+
+TEST(Sl1, TakesASquareScreenAsTurnedWhereTheSettingsSaySo) {
+  std::vector<ZipEntry> entries = sl1Entries(4, 4, {evenPng(4, 4, 255)});
+  EXPECT_FALSE(open(zipArchive(entries))->info().isTurned);
+  entries[1].content += "display_orientation = portrait\n";
+  EXPECT_TRUE(open(zipArchive(entries))->info().isTurned);
 }
 
 TEST(Sl1, KnowsItsLayersByTheTitleThatTheConfigGives) {

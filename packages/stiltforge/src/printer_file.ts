@@ -21,7 +21,12 @@ export interface PrinterFile {
   readonly pixelWidth?: number;
   /** mm */
   readonly pixelHeight?: number;
-  /** Whether the layers show the plate with left and right, or front and back, exchanged. */
+  /**
+   * How a layer shows the plate. Without any of these x runs along its columns and y against its rows;
+   * turned by a quarter, x runs against the rows and y against the columns. Then left and right, or top
+   * and bottom, are exchanged.
+   */
+  readonly turned: boolean;
   readonly mirroredX: boolean;
   readonly mirroredY: boolean;
   readonly printer: string;
