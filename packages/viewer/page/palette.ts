@@ -5,6 +5,7 @@ export interface Palette {
   outline: string;
   pointIsland: string;
   pointOverhang: string;
+  pointAdded: string;
   pointEdge: string;
   pointBelow: string;
   part: string;
@@ -26,6 +27,7 @@ const light: Palette = {
   outline: '#40566d',
   pointIsland: '#c40f1a',
   pointOverhang: '#f07000',
+  pointAdded: '#7b2fd0',
   pointEdge: '#ffffff',
   pointBelow: '#5f6f80',
   part: '#aab8c7',
@@ -47,6 +49,7 @@ const dark: Palette = {
   outline: '#dbe6f0',
   pointIsland: '#ff4f57',
   pointOverhang: '#ff9a3d',
+  pointAdded: '#b891ff',
   pointEdge: '#10161d',
   pointBelow: '#c3ced9',
   part: '#8fa0b2',

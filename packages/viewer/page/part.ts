@@ -9,6 +9,7 @@ import type {
 } from '../src/document.js';
 import { decodeMesh, type GridMesh } from '../src/mesh_codec.js';
 import { decodeSlice, type ViewerSlice } from '../src/slice_codec.js';
+import { markOf } from './marks.js';
 
 /** Slices that stay decoded: those around the slider are asked for again and again. */
 const mostDecoded = 48;
@@ -57,6 +58,11 @@ export class ViewedPart {
 
   get points(): readonly PointRecord[] {
     return this.document.part.supports;
+  }
+
+  /** Whether some are there that the analysis did not place. */
+  get hasAddedPoints(): boolean {
+    return this.points.some((point) => markOf(point) === 'added');
   }
 
   get layerCount(): number {

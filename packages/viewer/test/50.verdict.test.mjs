@@ -79,6 +79,10 @@ test('the list says why a point was added or stands for others', { skip }, async
   await page.getByText('point left out', { exact: true }).waitFor();
   await page.getByRole('tab', { name: /^Points/ }).click();
   await page.getByText('Added, because nothing else held the island.').waitFor();
+  await page.getByText('of them added').waitFor();
+  await page.getByLabel('Which points').selectOption('Added ones');
+  assert.equal(await page.locator('.points .entry').count(), 1);
+  await page.getByLabel('Which points').selectOption('All points');
   await page
     .getByText(
       'Of its 20.0 mm², 16.0 mm² rest on the layer below and 4.00 mm² hang over; nothing held 9.00 mm², ' +

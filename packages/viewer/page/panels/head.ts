@@ -1,6 +1,7 @@
 import type { VerdictRecord } from '../../src/document.js';
 import { button, drawing, element } from '../dom.js';
 import type { Weight } from '../findings.js';
+import { markOf } from '../marks.js';
 import type { ViewedPart } from '../part.js';
 import { area, counted, countText, volume } from '../words.js';
 import { markIcon, weightIcon } from './mark_icon.js';
@@ -9,12 +10,14 @@ import { markIcon, weightIcon } from './mark_icon.js';
 export function head(part: ViewedPart, toggleTheme: () => void, help: () => void): HTMLElement {
   const { model, generator, verdict } = part.document.part;
   const ofKind = (kind: string): number => part.points.filter((one) => one.kind === kind).length;
+  const added = part.points.filter((one) => markOf(one) === 'added').length;
   const { layers, islands } = part.document;
   const overhang = layers.overhang.reduce((sum, value) => sum + value, 0);
   const figures = [
     figure('Points', countText(part.points.length)),
     figure('under islands', countText(ofKind('island')), markIcon('island')),
     figure('under overhangs', countText(ofKind('overhang')), markIcon('overhang')),
+    ...(part.hasAddedPoints ? [figure('of them added', countText(added), markIcon('added'))] : []),
     figure('Islands', countText(islands.length)),
     figure('Overhang', area(overhang)),
     figure('Layers', countText(part.layerCount)),

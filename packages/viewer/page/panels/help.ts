@@ -51,6 +51,12 @@ export function helpDialog(): HTMLDialogElement {
       element(
         'li',
         { class: 'shape' },
+        markIcon('added'),
+        'a point that closes a gap of the analysis',
+      ),
+      element(
+        'li',
+        { class: 'shape' },
         weightIcon('fault'),
         'a finding that may make the print fail',
       ),

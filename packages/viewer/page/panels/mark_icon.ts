@@ -1,13 +1,16 @@
 import { drawing } from '../dom.js';
 import type { Weight } from '../findings.js';
-import type { Kind } from '../marks.js';
+import type { Mark } from '../marks.js';
+
+const markShapes: Record<Mark, string> = {
+  island: 'M8 1.5 14.5 8 8 14.5 1.5 8Z',
+  overhang: 'M8 2.8a5.2 5.2 0 1 1 0 10.4A5.2 5.2 0 1 1 8 2.8Z',
+  added: 'M3.2 3.2h9.6v9.6H3.2Z',
+};
 
 /** The mark of a point as a small picture. */
-export function markIcon(kind: Kind): SVGElement {
-  const shape =
-    kind === 'island'
-      ? drawing('path', { d: 'M8 1.5 14.5 8 8 14.5 1.5 8Z', class: 'mark-island' })
-      : drawing('circle', { cx: 8, cy: 8, r: 5.2, class: 'mark-overhang' });
+export function markIcon(mark: Mark): SVGElement {
+  const shape = drawing('path', { d: markShapes[mark], class: `mark-${mark}` });
   return drawing('svg', { viewBox: '0 0 16 16', class: 'icon', 'aria-hidden': 'true' }, shape);
 }
 

@@ -1,4 +1,5 @@
 import { button, element } from '../dom.js';
+import { markOf } from '../marks.js';
 import type { ViewedPart } from '../part.js';
 import type { ViewModel } from '../view_state.js';
 import { counted, millimetres } from '../words.js';
@@ -22,6 +23,7 @@ export function pointsList(
     ['all', 'All points'],
     ['island', 'Under islands'],
     ['overhang', 'Under overhangs'],
+    ...(part.hasAddedPoints ? [['added', 'Added ones']] : []),
   ]) {
     filter.append(element('option', { text, attributes: { value } }));
   }
@@ -37,7 +39,7 @@ export function pointsList(
     const row = element(
       'button',
       { class: 'entry', attributes: { type: 'button' }, on: { click: () => goTo(index) } },
-      markIcon(point.kind),
+      markIcon(markOf(point)),
       element(
         'span',
         { class: 'text' },
@@ -67,7 +69,10 @@ export function pointsList(
   };
   const refill = (): void => {
     wanted = order.filter(
-      (index) => filter.value === 'all' || part.points[index].kind === filter.value,
+      (index) =>
+        filter.value === 'all' ||
+        part.points[index].kind === filter.value ||
+        markOf(part.points[index]) === filter.value,
     );
     count.textContent = counted(wanted.length, 'point');
     rows.clear();

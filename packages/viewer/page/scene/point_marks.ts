@@ -1,4 +1,5 @@
 import {
+  BoxGeometry,
   type BufferGeometry,
   CylinderGeometry,
   Group,
@@ -12,13 +13,14 @@ import {
   TorusGeometry,
   Vector3,
 } from 'three';
-import type { Kind } from '../marks.js';
+import { type Mark, markColour, markOf, marks } from '../marks.js';
 import type { Palette } from '../palette.js';
 import type { ViewedPart } from '../part.js';
 
-const kinds: readonly Kind[] = ['island', 'overhang'];
-
-/** The points in the scene: rhombs under islands, balls under overhangs, and what they would stand on. */
+/**
+ * The points in the scene: rhombs under islands, balls under overhangs, cubes for added ones, and what
+ * they would stand on.
+ */
 export class PointMarks {
   readonly group = new Group();
   /** Of each point, in mm of the scene. */
@@ -27,11 +29,12 @@ export class PointMarks {
   private readonly materials = {
     island: new MeshLambertMaterial(),
     overhang: new MeshLambertMaterial(),
+    added: new MeshLambertMaterial(),
   };
   private readonly pillarMaterial = new MeshLambertMaterial();
   private readonly ringMaterial = new MeshBasicMaterial({ depthTest: false, transparent: true });
-  private readonly meshes: Record<Kind, InstancedMesh>;
-  private readonly indices: Record<Kind, number[]> = { island: [], overhang: [] };
+  private readonly meshes: Record<Mark, InstancedMesh>;
+  private readonly indices: Record<Mark, number[]> = { island: [], overhang: [], added: [] };
   private readonly pillars: InstancedMesh | null;
   private readonly ring: Mesh;
   private readonly order: number[];
@@ -46,14 +49,16 @@ export class PointMarks {
     this.radius = Math.max(0.007 * diagonal, 0.05);
     // By layer, so that those up to one are the first ones.
     this.order = points.map((_, index) => index).sort((a, b) => points[a].layer - points[b].layer);
-    for (const index of this.order) this.indices[points[index].kind]?.push(index);
-    const shapes: Record<Kind, BufferGeometry> = {
+    for (const index of this.order) this.indices[markOf(points[index])]?.push(index);
+    const cube = 1.7 * this.radius;
+    const shapes: Record<Mark, BufferGeometry> = {
       island: new OctahedronGeometry(1.45 * this.radius),
       overhang: new SphereGeometry(this.radius, 20, 14),
+      added: new BoxGeometry(cube, cube, cube),
     };
-    const [island, overhang] = kinds.map((kind) => {
-      const list = this.indices[kind];
-      const mesh = new InstancedMesh(shapes[kind], this.materials[kind], list.length);
+    const [island, overhang, added] = marks.map((mark) => {
+      const list = this.indices[mark];
+      const mesh = new InstancedMesh(shapes[mark], this.materials[mark], list.length);
       list.forEach((index, i) => {
         const { x, y, z } = this.places[index];
         mesh.setMatrixAt(i, new Matrix4().makeTranslation(x, y, z));
@@ -63,7 +68,7 @@ export class PointMarks {
       this.group.add(mesh);
       return mesh;
     });
-    this.meshes = { island, overhang };
+    this.meshes = { island, overhang, added };
     this.pillars = this.makePillars();
     this.ring = new Mesh(
       new TorusGeometry(2.2 * this.radius, 0.28 * this.radius, 10, 40),
@@ -76,12 +81,10 @@ export class PointMarks {
 
   setPalette(palette: Palette): void {
     // They glow a little: most hang where the light does not reach.
-    for (const [kind, colour] of [
-      ['island', palette.pointIsland],
-      ['overhang', palette.pointOverhang],
-    ] as const) {
-      this.materials[kind].color.set(colour);
-      this.materials[kind].emissive.set(colour).multiplyScalar(0.45);
+    for (const mark of marks) {
+      const colour = markColour(mark, palette);
+      this.materials[mark].color.set(colour);
+      this.materials[mark].emissive.set(colour).multiplyScalar(0.45);
     }
     this.pillarMaterial.color.set(palette.pillar);
     this.ringMaterial.color.set(palette.accent);
@@ -94,7 +97,7 @@ export class PointMarks {
       const end = list.findIndex((index) => points[index].layer > layer);
       return end < 0 ? list.length : end;
     };
-    for (const kind of kinds) this.meshes[kind].count = countUpTo(this.indices[kind]);
+    for (const mark of marks) this.meshes[mark].count = countUpTo(this.indices[mark]);
     if (this.pillars === null) return;
     this.pillars.count = countUpTo(this.order);
     this.pillars.visible = hasPillars;

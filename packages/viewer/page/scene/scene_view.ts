@@ -335,6 +335,7 @@ export class SceneView {
       { class: 'legend' },
       entry('mark-island', 'point under an island'),
       entry('mark-overhang', 'point under an overhang'),
+      this.part.hasAddedPoints && entry('mark-added', 'point that was added'),
       entry('tint', 'surface that overhangs'),
     );
   }

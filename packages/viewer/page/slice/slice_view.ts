@@ -1,6 +1,6 @@
 import type { ViewerSlice } from '../../src/slice_codec.js';
 import { button, element } from '../dom.js';
-import { markPath } from '../marks.js';
+import { markColour, markOf, markPath } from '../marks.js';
 import type { ViewedPart } from '../part.js';
 import type { ThemeChoice } from '../theme.js';
 import type { ViewModel } from '../view_state.js';
@@ -184,17 +184,18 @@ export class SliceView {
     context.lineWidth = ratio;
     for (let layer = lowest; layer < this.shown; layer++) {
       for (const index of this.part.pointsOfLayer[layer]) {
-        const { column, row, kind } = this.part.points[index];
-        const [x, y] = this.placeOf(column, row, window);
-        markPath(context, kind, x, y, 2.4 * ratio);
+        const point = this.part.points[index];
+        const [x, y] = this.placeOf(point.column, point.row, window);
+        markPath(context, markOf(point), x, y, 2.4 * ratio);
         context.stroke();
       }
     }
     for (const index of this.part.pointsOfLayer[this.shown]) {
-      const { column, row, kind } = this.part.points[index];
-      const [x, y] = this.placeOf(column, row, window);
-      markPath(context, kind, x, y, pointRadius * ratio);
-      context.fillStyle = kind === 'island' ? palette.pointIsland : palette.pointOverhang;
+      const point = this.part.points[index];
+      const mark = markOf(point);
+      const [x, y] = this.placeOf(point.column, point.row, window);
+      markPath(context, mark, x, y, pointRadius * ratio);
+      context.fillStyle = markColour(mark, palette);
       context.fill();
       context.lineWidth = 2 * ratio;
       context.strokeStyle = palette.pointEdge;
@@ -298,6 +299,7 @@ export class SliceView {
       entry('freely', 'hangs freely'),
       entry('mark-island', 'new point under an island'),
       entry('mark-overhang', 'new point under an overhang'),
+      this.part.hasAddedPoints && entry('mark-added', 'new point that was added'),
       entry('mark-below', `points up to ${memory} mm below`),
       this.part.document.part.dropped !== undefined && entry('mark-dropped', 'point left out'),
     );
