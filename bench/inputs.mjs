@@ -2,8 +2,8 @@ import { mkdirSync, writeFileSync } from 'node:fs';
 import { createRequire } from 'node:module';
 import { basename, dirname, extname, join } from 'node:path';
 import sharp from 'sharp';
+import { createMaskSlicer } from 'stiltforge/slicing';
 import yauzl from 'yauzl';
-import { loadBinding } from '../packages/cli/dist/slicer.js';
 import { parametersFor, print } from './print_settings.mjs';
 
 /** The demo mesh, 60 mm high and standing on z = 0: nine floats a triangle, mm, z up. */
@@ -77,8 +77,7 @@ export async function writeStackPicture(archive, folder) {
     const { data, info } = await sharp(png).extractChannel(0).raw().toBuffer({
       resolveWithObject: true,
     });
-    const { MaskSlicer } = loadBinding();
-    slicer ??= new MaskSlicer({
+    slicer ??= createMaskSlicer({
       maskWidth: info.width,
       maskHeight: info.height,
       layerHeight: 0.05,

@@ -1,4 +1,4 @@
-import { analysisParameters, defaultSupport } from '../packages/cli/dist/settings.js';
+import { analysisParameters, defaultSupport } from 'stiltforge/slicing';
 
 /** How the demo mesh is printed in all benchmarks. */
 export const print = { layerHeight: 0.05, pixelSize: 0.035, screenWidth: 3840, screenHeight: 2400 };

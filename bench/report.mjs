@@ -238,6 +238,16 @@ function fileRows(times) {
   ];
 }
 
+function orientRow({ tried, seconds: duration, peakMemory }) {
+  return {
+    what: 'orientations of the bunny, the best confirmed as they will be printed',
+    value: (60 * tried) / duration,
+    unit: ' a minute',
+    bound: atLeast(100),
+    from: `${tried} in ${seconds(duration)}, peak memory ${mib(peakMemory)}`,
+  };
+}
+
 function wholeRunRows(what, run, rival, { longest, timesAsFast }) {
   const rows = [
     { what, value: run.seconds, unit: ' s', bound: atMost(longest), from: 'whole process' },
@@ -303,7 +313,7 @@ function timesOf(entries) {
 }
 
 /** All measurements as the rows of one table; what was not measured has none. */
-export function rowsOf({ native, sizes, models, memory, files, command }) {
+export function rowsOf({ native, sizes, models, memory, files, orient, command }) {
   const rows = [];
   if (native) {
     const times = timesOf(native);
@@ -313,6 +323,7 @@ export function rowsOf({ native, sizes, models, memory, files, command }) {
   }
   if (memory) rows.push(...memoryRows(memory));
   if (files) rows.push(...fileRows(timesOf(files)));
+  if (orient) rows.push(orientRow(orient));
   if (command) rows.push(...commandRows(command));
   return rows;
 }

@@ -6,19 +6,22 @@ import { join } from 'node:path';
 import { monitorEventLoopDelay } from 'node:perf_hooks';
 import addon from 'stiltforge';
 import { Analysis } from 'stiltforge/analysis';
-import { loadBinding } from '../packages/cli/dist/slicer.js';
+import { orient } from 'stiltforge/orientation';
+import { createSlicer } from 'stiltforge/slicing';
 import { parametersFor, print } from './print_settings.mjs';
+
+function positionsOf(soup) {
+  const { buffer, byteOffset, byteLength } = readFileSync(soup);
+  return new Float32Array(buffer.slice(byteOffset, byteOffset + byteLength));
+}
 
 function modelSlicer(soup, screen) {
   const { width, height, pixelSize } = {
     ...{ width: print.screenWidth, height: print.screenHeight, pixelSize: print.pixelSize },
     ...screen,
   };
-  const { buffer, byteOffset, byteLength } = readFileSync(soup);
-  const positions = new Float32Array(buffer.slice(byteOffset, byteOffset + byteLength));
-  const { Slicer } = loadBinding();
-  return new Slicer({
-    ...{ positions, layerHeight: print.layerHeight, pixelSize },
+  return createSlicer({
+    ...{ positions: positionsOf(soup), layerHeight: print.layerHeight, pixelSize },
     ...{ screenWidth: width, screenHeight: height, margin: width },
   });
 }
@@ -245,9 +248,16 @@ async function twoModels({ files, width, height, layers, rounds }) {
   };
 }
 
+/** Which way the part should stand, the best confirmed as they will be printed. */
+async function orientations({ soup }) {
+  const start = performance.now();
+  const { tried } = await orient({ positions: positionsOf(soup) });
+  return { tried, seconds: (performance.now() - start) / 1000, peakMemory: peakMemory() };
+}
+
 const scenarios = {
   ...{ analysisAlone, model, manyLayers, bytesPerPixel },
-  ...{ packSlices, bytesPerPixelOf, twoModels },
+  ...{ packSlices, bytesPerPixelOf, twoModels, orientations },
 };
 const [name, options] = process.argv.slice(2);
 console.log(JSON.stringify(await scenarios[name](JSON.parse(options))));

@@ -2,7 +2,7 @@
 //   npm run bench                      everything, about ten minutes
 //   npm run bench -- --quick           small samples, about two minutes
 //   npm run bench -- --rival COMMIT    also the command as it was at that commit, built for this
-//   npm run bench -- --only PART       one of stages, models, memory, files, command; repeatable
+//   npm run bench -- --only PART       stages, models, memory, files, orient or command; repeatable
 //   npm run bench -- --stack FILE      also slices of an archive (a zip of PNG layers); repeatable
 //   npm run bench -- --write           also puts the table into docs/performance.md
 // The variable STILTFORGE_BENCH_STACKS may name archives too, separated as in PATH.
@@ -38,7 +38,7 @@ const archives = [
   ...(process.env.STILTFORGE_BENCH_STACKS ?? '').split(delimiter).filter(Boolean),
 ];
 
-const parts = ['stages', 'models', 'memory', 'files', 'command'];
+const parts = ['stages', 'models', 'memory', 'files', 'orient', 'command'];
 const stranger = options.only.find((part) => !parts.includes(part));
 if (stranger !== undefined) {
   console.error(`bench: there is no part "${stranger}": use ${parts.join(', ')}`);
@@ -149,6 +149,10 @@ if (wanted('files')) {
   say('printer files');
   const shortly = '--benchmark_min_time=0.05';
   measured.files = runNative('files/stiltforge_files_bench', [soup, shortly]);
+}
+if (wanted('orient')) {
+  say('orientations');
+  measured.orient = runScenario('orientations', { soup }, rounds);
 }
 if (wanted('command')) {
   const rival = options.rival && builtRival(root, options.rival, say);

@@ -19,6 +19,10 @@ namespace {
 
 constexpr uint32_t batch = 16;
 constexpr double roundingSlack = 1e-9;
+// Surfaces just at the critical angle must not count by the rounding of their pixels.
+constexpr double steeperThanCritical = 1.1;
+// Beyond it a surface counts as hardly overhanging at all.
+constexpr double longestSteepReach = 1024;  // pixels
 // Slices are cropped to the part, so a screen on which any part stands takes no memory.
 constexpr uint32_t screenSide = 0x7FFFFFFF;
 
@@ -35,7 +39,11 @@ hold::SurveySettings surveySettings(const PrintSettings& print) {
   hold::SurveySettings settings;
   settings.pixelSize = print.pixelSize;
   settings.layerHeight = print.layerHeight;
-  settings.steepness = 1 / slicing::tangentOfDegrees(print.criticalAngle);
+  const double step =
+      std::max(settings.sampleHeight, 4 * settings.pixelSize) + settings.layerHeight;
+  settings.steepness =
+      std::min(steeperThanCritical / slicing::tangentOfDegrees(print.criticalAngle),
+               longestSteepReach * settings.pixelSize / step);
   return settings;
 }
 

@@ -3,8 +3,10 @@ import { Command, CommanderError, InvalidArgumentError, Option } from 'commander
 import type { SupportSettings } from 'stiltforge/slicing';
 import { analyseMesh, type RegionToInspect } from './analyse_mesh.js';
 import { codeOf, ExitCode, Interrupted, messageOf, UserError } from './errors.js';
+import { untilInterrupted } from './interrupting.js';
 import { loadMesh } from './mesh/load.js';
 import { folderName, outputFormats, positive } from './option_values.js';
+import { orientCommand } from './orient/command.js';
 import type { OutputFormat } from './output/formats.js';
 import {
   addPartOptions,
@@ -69,7 +71,7 @@ function buildCommand(run: (meshFile: string, options: Options) => Promise<void>
   addPartOptions(command);
   addPrinterOptions(command);
   addSupportOptions(command);
-  return command
+  command
     .optionsGroup('The results:')
     .option('-o, --out <folder>', 'where they go (default: "<mesh>-supports")', folderName)
     .option('--force', 'overwrite files there that no earlier run wrote')
@@ -99,7 +101,12 @@ function buildCommand(run: (meshFile: string, options: Options) => Promise<void>
       outputError: (text, write) => write(text.replace(/^error: /, 'stiltforge: ')),
     })
     .exitOverride()
+    // Or those after the name of a command would be taken for this one's.
+    .enablePositionalOptions()
+    .helpCommand(false)
     .action(run);
+  const orient = orientCommand();
+  return command.addCommand(orient.copyInheritedSettings(command));
 }
 
 /** Runs the command with the given words and returns the exit code. */
@@ -167,21 +174,6 @@ export async function progressOn(stream: NodeJS.WriteStream): Promise<Progress> 
   if (!stream.isTTY) return progressLines(stream);
   const { progressBar } = await import('./progress_bar.js');
   return progressBar(stream);
-}
-
-/** Ctrl-C ends the work at the next layer; a second one ends the process at once. */
-export async function untilInterrupted<T>(work: (signal: AbortSignal) => Promise<T>): Promise<T> {
-  const controller = new AbortController();
-  const interrupt = (): void => {
-    if (controller.signal.aborted) process.exit(ExitCode.interrupted);
-    controller.abort(new Interrupted());
-  };
-  process.on('SIGINT', interrupt).on('SIGTERM', interrupt);
-  try {
-    return await work(controller.signal);
-  } finally {
-    process.off('SIGINT', interrupt).off('SIGTERM', interrupt);
-  }
 }
 
 function regionToInspect(text: string, earlier: RegionToInspect[]): RegionToInspect[] {

@@ -1,7 +1,8 @@
 import { createRequire } from 'node:module';
 import { defaultPrint, defaultSupport } from 'stiltforge/slicing';
 import { analyseMesh } from './analyse_mesh.js';
-import { progressOn, untilInterrupted } from './command.js';
+import { progressOn } from './command.js';
+import { untilInterrupted } from './interrupting.js';
 import { scaled, standingOnOrigin, turnedFromYUp } from './mesh/triangles.js';
 import { summaryText } from './summary.js';
 
