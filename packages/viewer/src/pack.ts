@@ -34,7 +34,10 @@ const defaultSliceBytes = 40e6;
 const layersAtOnce = 16;
 const sampleLayers = 24;
 
-/** Packs a part for the viewer. The same part gives the same bytes. Throws the signal's reason. */
+/**
+ * Packs a part for the viewer. The same part gives the same bytes. Throws the signal's reason, and an
+ * Error when layers are missing.
+ */
 export async function packPart(source: PartSource, options: PackOptions = {}): Promise<PackedPart> {
   const { part, positions, strength, feet } = source;
   const { mesh, tolerance } = await gridMesh(positions, part.model);
@@ -96,7 +99,11 @@ async function packLayers(
   for (let first = 0; first < layerCount; first += layersAtOnce) {
     signal?.throwIfAborted();
     progress?.(first / layerCount);
-    const runs = await source.runs(first, Math.min(layersAtOnce, layerCount - first));
+    const count = Math.min(layersAtOnce, layerCount - first);
+    const runs = await source.runs(first, count);
+    if (runs.length !== count) {
+      throw new Error(`runs() gave ${runs.length} of the ${count} layers from ${first} on.`);
+    }
     const coded = await Promise.all(
       runs.map(async (slice, i) => {
         const layer = first + i;

@@ -42,6 +42,14 @@ test('the work ends with the reason of its signal', async () => {
   await assert.rejects(packPart(smallPart(), { signal: AbortSignal.abort(reason) }), reason);
 });
 
+test('layers that are missing are told', async () => {
+  const part = smallPart();
+  const runs = async (first) => part.slices.slice(first, first + 3);
+  await assert.rejects(packPart({ ...part, runs }), {
+    message: 'runs() gave 3 of the 8 layers from 0 on.',
+  });
+});
+
 test('progress goes from nothing to all', async () => {
   const shares = [];
   await packPart(smallPart({ layers: 40 }), { progress: (share) => shares.push(share) });

@@ -226,3 +226,49 @@ test('a layer of a 12K screen is there at once', { skip }, async (t) => {
   );
   t.diagnostic(`layers of 204,800 runs were shown in ${times.join(', ')} ms`);
 });
+
+test('an island of one pixel of a 12K screen is ringed, however small', { skip }, async (t) => {
+  const [width, height] = [11_520, 5120];
+  const part = smallPart({ layers: 2 });
+  const plate = runsOf(Array.from({ length: height }, (_, y) => (y < 4000 ? [[0, 9000, 1]] : [])));
+  const above = runsOf(
+    Array.from({ length: height }, (_, y) =>
+      y < 4000 ? [[0, 9000, 1]] : y === 4500 ? [[10_000, 10_001, 2]] : [],
+    ),
+  );
+  part.part.print.crop = { column: 0, row: 0, width, height };
+  part.part.supports = [];
+  const { page } = await open(t, {
+    ...part,
+    runs: async (first, count) => [plate, above].slice(first, first + count),
+  });
+  await page.keyboard.press('End');
+  await sliceShown(page, 1);
+  const ring = await pixelsOf(page, slice, '#c40f1a', 60);
+  assert.ok(ring > 20, `${ring} pixels`);
+});
+
+test('for a slice that was left out the nearest below is shown, and that is said', {
+  skip,
+}, async (t) => {
+  const html = await reportOf(smallPart({ layers: 100 }), { sliceBytes: 300 });
+  const [, layers] = /"slices":\{"layers":\[([\d,]+)\]/.exec(html);
+  const kept = layers.split(',').map(Number);
+  const gone = kept.findIndex((layer, place) => layer !== place);
+  const { page } = await openPage(t, html);
+  await page.getByRole('slider', { name: 'Layer' }).fill(String(gone));
+  await sliceShown(page, gone);
+  await page.getByText(`slice of layer ${gone - 1}, the nearest that was kept`).waitFor();
+  await page.getByRole('tab', { name: 'Settings' }).click();
+  await page.getByText(/^\d+ of 100: all with points or islands/).waitFor();
+});
+
+test('damaged slices and a damaged mesh are sentences', { skip }, async (t) => {
+  const html = await reportOf(smallPart());
+  const code = /(?<=id="stiltforge-binary">)[^<]+/;
+  const damaged = html.replace(code, (text) => `${'A'.repeat(text.length - 2)}==`);
+  const { page, complaints } = await openPage(t, damaged);
+  await page.getByText(/^The part can't be shown: /).waitFor();
+  await page.getByText(/^This slice can't be shown: /).waitFor();
+  assert.deepEqual(complaints, []);
+});

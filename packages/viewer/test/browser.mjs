@@ -21,8 +21,8 @@ const withoutGl = ['--disable-gpu', '--disable-3d-apis'];
 const template = fileURLToPath(import.meta.resolve('stiltforge-viewer/report.html'));
 
 /** The report of a part, as one text. */
-export async function reportOf(source) {
-  return reportHtml(await readFile(template, 'utf8'), await packPart(source));
+export async function reportOf(source, options) {
+  return reportHtml(await readFile(template, 'utf8'), await packPart(source, options));
 }
 
 /** Browsers of this process, by whether they have WebGL. */
@@ -81,19 +81,20 @@ export async function openPage(t, html, options) {
 export const sliceShown = (page, layer) =>
   page.getByRole('heading', { name: `Slice of layer ${layer}`, exact: true }).waitFor();
 
-/** Of a canvas, how many pixels have about this colour, "#rrggbb". */
-export function pixelsOf(page, selector, hex) {
-  return page.locator(selector).evaluate((canvas, colour) => {
+/** Of a canvas, how many pixels have this colour, "#rrggbb", but for so much of each channel. */
+export function pixelsOf(page, selector, hex, tolerance = 12) {
+  const count = (canvas, { colour, most }) => {
     const { width, height } = canvas;
     const copy = new OffscreenCanvas(width, height).getContext('2d');
     copy.drawImage(canvas, 0, 0);
     const { data } = copy.getImageData(0, 0, width, height);
     const wanted = [1, 3, 5].map((at) => Number.parseInt(colour.slice(at, at + 2), 16));
-    let count = 0;
+    let found = 0;
     for (let i = 0; i < data.length; i += 4) {
-      const isNear = wanted.every((value, channel) => Math.abs(data[i + channel] - value) < 12);
-      if (isNear && data[i + 3] > 200) count += 1;
+      const isNear = wanted.every((value, channel) => Math.abs(data[i + channel] - value) < most);
+      if (isNear && data[i + 3] > 200) found += 1;
     }
-    return count;
-  }, hex);
+    return found;
+  };
+  return page.locator(selector).evaluate(count, { colour: hex, most: tolerance });
 }

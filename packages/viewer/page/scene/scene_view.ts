@@ -78,14 +78,9 @@ export class SceneView {
       this.legend(),
     );
     if (this.renderer === null) {
-      this.canvas.remove();
-      this.frame.append(
-        element('p', {
-          class: 'fallback',
-          text:
-            'This browser draws no 3D here: WebGL is missing or turned off. The slices, the charts ' +
-            'and the lists show the same part.',
-        }),
+      this.sayInstead(
+        'This browser draws no 3D here: WebGL is missing or turned off. The slices, the charts and ' +
+          'the lists show the same part.',
       );
       return;
     }
@@ -121,8 +116,17 @@ export class SceneView {
     this.flyTo(target.clone().addScaledVector(direction, this.fittingDistance()), target);
   }
 
+  private sayInstead(text: string): void {
+    this.canvas.remove();
+    this.frame.append(element('p', { class: 'fallback', text }));
+  }
+
   private async loadMesh(): Promise<void> {
-    this.scene.setMesh(await this.part.mesh());
+    try {
+      this.scene.setMesh(await this.part.mesh());
+    } catch (error) {
+      this.sayInstead(`The part can't be shown: ${(error as Error).message}.`);
+    }
     this.plan();
   }
 
