@@ -3,6 +3,7 @@
 
 #include <napi.h>
 
+#include "analysis/pixel_masks.h"
 #include "binding/check_object.h"
 #include "binding/environment.h"
 #include "binding/layer_slicer_object.h"
@@ -42,6 +43,7 @@ Napi::Object initialize(Napi::Env env, Napi::Object exports) {
                                         env, "analysisParameters"));
   exports.Set("findSettingConflict", Napi::Function::New<&stiltforge::binding::findSettingConflict>(
                                          env, "findSettingConflict"));
+  exports.Set("vectorPath", stiltforge::pixelMaskVariants().back().name);
   return exports;
 }
 

@@ -8,7 +8,7 @@ import {
   type Slicer,
   type SupportSettings,
 } from 'stiltforge/slicing';
-import { ExitCode, Interrupted, messageOf, UserError } from './errors.js';
+import { codeOf, ExitCode, Interrupted, messageOf, UserError } from './errors.js';
 import { isLackOfMemory, outOfMemory, requireMemory } from './memory.js';
 import {
   pointsCsv,
@@ -48,6 +48,8 @@ export interface Job {
   meshWarnings?: readonly string[];
   print: PrintSettings;
   support: SupportSettings;
+  /** Parameters in place of those that follow from the settings. */
+  parameters?: Partial<AnalysisParameters>;
   /** Folder for the outputs; made when missing. */
   folder: string;
   /** Overwrite files that stand in the way and were not written by an earlier run. */
@@ -77,8 +79,9 @@ export async function analyseMesh(job: Job, watcher: JobWatcher): Promise<Summar
   checkSettings(job.print, job.support);
   const slicer = makeSlicer(job);
   requireLayers(job, slicer.layerCount);
-  const parameters = analysisParameters(job.print, job.support, slicer);
-  requireMemory(parameters, slicer.report.triangles, job, job.memory);
+  const derived = analysisParameters(job.print, job.support, slicer);
+  const parameters = { ...derived, ...job.parameters };
+  requirePossible(parameters, slicer.report.triangles, job);
   const folder = OutputFolder.open(job.folder, {
     expected: expectedFiles(job),
     force: job.force ?? false,
@@ -125,6 +128,16 @@ function expectedFiles({ formats = defaultFormats, pictures, report, inspect }: 
 
 function inspectName({ layer, region }: RegionToInspect): string {
   return `${inspectFolder}/layer_${String(layer).padStart(5, '0')}_region_${region}`;
+}
+
+/** Parameters that can't work together, and a run that is too large, are told at once, too. */
+function requirePossible(parameters: AnalysisParameters, triangles: number, job: Job): void {
+  try {
+    requireMemory(parameters, triangles, job, job.memory);
+  } catch (error) {
+    if (codeOf(error) !== 'ERR_STILTFORGE_PARAMETER') throw error;
+    throw new UserError(ExitCode.usage, messageOf(error), { cause: error });
+  }
 }
 
 /** A wrong layer is told at once, not when the whole model is analysed. */

@@ -2,12 +2,15 @@ import { basename, extname } from 'node:path';
 import { Command, CommanderError, InvalidArgumentError, Option } from 'commander';
 import type { SupportSettings } from 'stiltforge/slicing';
 import { analyseMesh, type RegionToInspect } from './analyse_mesh.js';
+import { doctorCommand } from './doctor/command.js';
 import { codeOf, ExitCode, Interrupted, messageOf, UserError } from './errors.js';
 import { untilInterrupted } from './interrupting.js';
 import { loadMesh } from './mesh/load.js';
 import { folderName, outputFormats, positive } from './option_values.js';
 import { orientCommand } from './orient/command.js';
 import type { OutputFormat } from './output/formats.js';
+import { paramsCommand } from './params/command.js';
+import { addParameterOptions, givenParameters, type ParameterOptions } from './params/given.js';
 import {
   addPartOptions,
   addPrinterOptions,
@@ -18,12 +21,14 @@ import {
   supportSettings,
 } from './part_options.js';
 import { placedMesh } from './placement.js';
+import { presetsCommand } from './presets/command.js';
+import { applyPresets } from './presets/option.js';
 import { noProgress, type Progress, progressLines } from './progress.js';
 import { checkSettings } from './setting_ranges.js';
 import { summaryText } from './summary.js';
 import { version } from './version.js';
 
-interface Options extends PartOptions, PrinterOptions, SupportSettings {
+interface Options extends PartOptions, PrinterOptions, SupportSettings, ParameterOptions {
   out?: string;
   force?: boolean;
   format?: OutputFormat[];
@@ -42,7 +47,7 @@ const description =
 const notes = `
 The defaults are those of a 4K screen of 192 x 120 mm. Set what your printer
 has: the layer height as you will slice, pixel size and screen from its data
-sheet.
+sheet, or one of those that "stiltforge presets" lists.
 
 Lengths are in millimetres, plain numbers like 0.05. The part keeps its own
 coordinates: supports.json and points.csv give them, next to pixels of the
@@ -60,8 +65,9 @@ Exit codes:
 
 Examples:
   stiltforge part.stl
-  stiltforge part.3mf --screen 5760x3600 --pixel-size 0.035 --layer-height 0.03
-  stiltforge statue.obj --up y --height 80 --out statue-supports`;
+  stiltforge part.3mf --preset 6k-202x126 --layer-height 0.03
+  stiltforge statue.obj --up y --height 80 --out statue-supports
+  stiltforge part.stl --screen 4098x2560 --pixel-size 0.035 --format 3mf`;
 
 function buildCommand(run: (meshFile: string, options: Options) => Promise<void>): Command {
   const command = new Command('stiltforge')
@@ -71,6 +77,7 @@ function buildCommand(run: (meshFile: string, options: Options) => Promise<void>
   addPartOptions(command);
   addPrinterOptions(command);
   addSupportOptions(command);
+  addParameterOptions(command);
   command
     .optionsGroup('The results:')
     .option('-o, --out <folder>', 'where they go (default: "<mesh>-supports")', folderName)
@@ -104,9 +111,12 @@ function buildCommand(run: (meshFile: string, options: Options) => Promise<void>
     // Or those after the name of a command would be taken for this one's.
     .enablePositionalOptions()
     .helpCommand(false)
+    .hook('preAction', (_, called) => applyPresets(called))
     .action(run);
-  const orient = orientCommand();
-  return command.addCommand(orient.copyInheritedSettings(command));
+  for (const other of [orientCommand(), paramsCommand(), presetsCommand(), doctorCommand()]) {
+    command.addCommand(other.copyInheritedSettings(command));
+  }
+  return command;
 }
 
 /** Runs the command with the given words and returns the exit code. */
@@ -141,6 +151,7 @@ async function analyse(meshFile: string, options: Options): Promise<void> {
   const support = supportSettings(options);
   // Before a large mesh is read.
   checkSettings(print, support);
+  const parameters = givenParameters(options);
   const file = await loadMesh(meshFile);
   const mesh = placedMesh(file, meshFile, options);
   const summary = await untilInterrupted(async (signal) =>
@@ -151,6 +162,7 @@ async function analyse(meshFile: string, options: Options): Promise<void> {
         meshWarnings: file.warnings,
         print,
         support,
+        parameters,
         folder: options.out ?? `${basename(meshFile, extname(meshFile))}-supports`,
         force: options.force,
         formats: options.format,

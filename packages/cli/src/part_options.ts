@@ -7,6 +7,7 @@ import {
 } from 'stiltforge/slicing';
 import { angle, distance, positive, screenSize, turn } from './option_values.js';
 import { units } from './placement.js';
+import { addPresetOption } from './presets/option.js';
 
 // Options that several commands have.
 
@@ -52,8 +53,7 @@ export function addPartOptions(command: Command): Command {
 }
 
 export function addPrinterOptions(command: Command): Command {
-  return command
-    .optionsGroup('The printer:')
+  return addPresetOption(command.optionsGroup('The printer:'))
     .option('--layer-height <mm>', 'height of a layer', positive, defaultPrint.layerHeight)
     .option('--pixel-size <mm>', 'side of a pixel of the screen', positive, defaultPrint.pixelSize)
     .addOption(

@@ -170,6 +170,8 @@ export interface Binding {
   turnMesh(positions: Triangles, turn: Readonly<Turn>): Triangles;
   estimateMemory(model: ModelSize): MemoryEstimate;
   parameterTable: readonly Readonly<ParameterRow>[];
+  /** What the analysis does to many pixels at once on this processor: "avx2", "plain". */
+  vectorPath: string;
 }
 
 let loaded: Binding | undefined;
