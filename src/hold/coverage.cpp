@@ -8,11 +8,11 @@ Coverage::Coverage(const Survey& survey, const PointGrid& samples, Bodies& bodie
       bodies_(bodies),
       scale_{survey.settings().pixelSize, survey.settings().layerHeight},
       reach_(reach),
-      state_(samples.size(), State::open) {
+      points_(samples.size(), 0) {
   for (uint32_t i = 0; i < survey.samples().size(); ++i) {
     const OverhangSample& sample = survey.samples()[i];
     if (survey.isSealed(sample.place.space) || !canBeReached(sample.place)) {
-      state_[i] = State::ignored;
+      points_[i] = ignored;
     } else {
       pixels_ += sample.pixels;
     }
@@ -50,10 +50,25 @@ uint64_t Coverage::gainOf(const Place& place) const {
 
 void Coverage::add(const Place& place) {
   forEachHeld(
-      place, [&](uint32_t sample) { return isOpen(sample); },
+      place, [&](uint32_t sample) { return counts(sample); },
       [&](uint32_t sample) {
-        state_[sample] = State::reached;
-        reachedPixels_ += survey_.samples()[sample].pixels;
+        if (points_[sample]++ == 0) reachedPixels_ += survey_.samples()[sample].pixels;
+      });
+}
+
+uint64_t Coverage::lossOf(const Place& place) const {
+  uint64_t pixels = 0;
+  forEachHeld(
+      place, [&](uint32_t sample) { return points_[sample] == 1; },
+      [&](uint32_t sample) { pixels += survey_.samples()[sample].pixels; });
+  return pixels;
+}
+
+void Coverage::remove(const Place& place) {
+  forEachHeld(
+      place, [&](uint32_t sample) { return counts(sample); },
+      [&](uint32_t sample) {
+        if (--points_[sample] == 0) reachedPixels_ -= survey_.samples()[sample].pixels;
       });
 }
 

@@ -1,6 +1,8 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
+#include <limits>
 #include <vector>
 
 #include "hold/bodies.h"
@@ -20,16 +22,19 @@ class Coverage {
   /// Pixels that a point there would reach and that no point does yet.
   uint64_t gainOf(const Place& place) const;
   void add(const Place& place);
+  /// Pixels that no point but the one there reaches; it was added.
+  uint64_t lossOf(const Place& place) const;
+  void remove(const Place& place);
 
   /// Whether the sample counts, and whether no point reaches it yet.
-  bool counts(std::size_t sample) const { return state_[sample] != State::ignored; }
-  bool isOpen(std::size_t sample) const { return state_[sample] == State::open; }
+  bool counts(std::size_t sample) const { return points_[sample] != ignored; }
+  bool isOpen(std::size_t sample) const { return points_[sample] == 0; }
   /// Of all samples that count, and of those that a point reaches.
   uint64_t pixels() const { return pixels_; }
   uint64_t reachedPixels() const { return reachedPixels_; }
 
  private:
-  enum class State : uint8_t { open, reached, ignored };
+  static constexpr uint32_t ignored = std::numeric_limits<uint32_t>::max();
 
   // Calls fn(sample) for those of the same body within reach that `wanted` accepts.
   template <class Wanted, class Fn>
@@ -41,7 +46,7 @@ class Coverage {
   Bodies& bodies_;
   Scale scale_;
   double reach_;
-  std::vector<State> state_;
+  std::vector<uint32_t> points_;  // that reach each sample
   uint64_t pixels_ = 0;
   uint64_t reachedPixels_ = 0;
 };

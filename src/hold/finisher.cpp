@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <functional>
 #include <numbers>
 #include <optional>
 #include <queue>
@@ -73,8 +74,10 @@ class Finisher {
   Finished finished() {
     dropImpossible();
     holdIslands();
+    const std::size_t forIslands = result_.points.size();
     cover();
     closeFarGaps();
+    dropNeedless(forIslands);
     keepStrength();
     mergeRest();
     sortPoints();
@@ -243,17 +246,59 @@ class Finisher {
     }
   }
 
+  bool isCovered(uint64_t reached) const {
+    return static_cast<double>(reached) >= settings_.share * static_cast<double>(near_.pixels());
+  }
   void cover() {
-    const double wanted = settings_.share * static_cast<double>(near_.pixels());
     takeGreedily(
         near_, 1, [](std::size_t) { return true; },
-        [&] { return static_cast<double>(near_.reachedPixels()) >= wanted; });
+        [&] { return isCovered(near_.reachedPixels()); });
   }
   void closeFarGaps() {
     const auto standsInGap = [&](std::size_t candidate) {
       return !isAnalysed(candidate) && far_.isOpen(candidate - points().size());
     };
     takeGreedily(far_, pixelsOf(settings_.leastGap), standsInGap, [] { return false; });
+  }
+  // Of the points from that one on those without which enough is held, what is lost least first.
+  // What a point loses only grows as others go.
+  void dropNeedless(std::size_t first) {
+    using Loss = std::pair<uint64_t, std::size_t>;  // pixels, and the point
+    std::priority_queue<Loss, std::vector<Loss>, std::greater<>> losses;
+    const auto offer = [&](std::size_t point) {
+      losses.push({near_.lossOf(result_.points[point].site.place), point});
+    };
+    for (std::size_t i = first; i < result_.points.size(); ++i) offer(i);
+    const uint64_t leastGap = std::max<uint64_t>(pixelsOf(settings_.leastGap), 1);
+    std::vector<uint8_t> isNeedless(result_.points.size(), 0);
+    while (!losses.empty()) {
+      const auto [loss, point] = losses.top();
+      losses.pop();
+      const Place& place = result_.points[point].site.place;
+      const uint64_t now = near_.lossOf(place);
+      if (now > loss) {
+        offer(point);
+        continue;
+      }
+      if (now > 0 && !isCovered(near_.reachedPixels() - now)) break;
+      if (far_.lossOf(place) >= leastGap) continue;
+      near_.remove(place);
+      far_.remove(place);
+      own_.remove(place);
+      isNeedless[point] = 1;
+    }
+    std::vector<FinishedPoint> points;
+    kept_ = gridOf(survey_, settings_.reach);
+    for (std::size_t i = 0; i < isNeedless.size(); ++i) {
+      FinishedPoint& point = result_.points[i];
+      if (isNeedless[i] == 0) {
+        kept_.add(point.site.place);
+        points.push_back(std::move(point));
+      } else if (point.analysed != FinishedPoint::none) {
+        isOpen_[point.analysed] = 1;
+      }
+    }
+    result_.points = std::move(points);
   }
   void keepStrength() {
     takeGreedily(

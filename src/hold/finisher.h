@@ -15,9 +15,9 @@ struct FinishSettings {
   double ownReach = 0;      ///< mm around a point of the analysis whose overhang is its own
   double leastOwnArea = 0;  ///< mm2 that such a point must hold alone to stay in any case
   double leastGap = 0;      ///< mm2 of overhang beyond farReach for which a point is added
-  double share = 0.985;     ///< of the overhang that is to lie within reach, 0 to 1
+  double share = 0.9875;    ///< of the overhang that is to lie within reach, 0 to 1
   /// An added point must gain so many times more than a point of the analysis, 1 or more.
-  double preference = 1.5;
+  double preference = 1.25;
   /// mm that an island may grow before something takes it, and within which regions must stay
   /// separate so that each may have a point of its own.
   double islandHeight = 0.2;
@@ -87,10 +87,11 @@ struct Finished {
 /// 3. Until `share` of the overhang lies within reach of a point, the one that brings most of it
 ///    there is taken: points of the analysis before others, by `preference`.
 /// 4. Where leastGap is left further than farReach from all points, one is added.
-/// 5. A point of the analysis that still holds leastOwnArea alone, within ownReach, stays, too: a
+/// 5. Points of steps 3 and 4 go again without which that is still so.
+/// 6. A point of the analysis that still holds leastOwnArea alone, within ownReach, stays, too: a
 ///    flat underside is heavier than its extent tells.
 ///
-/// In steps 3 to 5 no point comes closer than spacing to another of its body. A point holds
+/// In steps 3 to 6 no point comes closer than spacing to another of its body. A point holds
 /// overhang of its own body only: what is joined to it by material between the two and islandHeight
 /// above. Throws std::invalid_argument when a setting is negative or no number.
 Finished finish(const Survey& survey, const FinishSettings& settings);

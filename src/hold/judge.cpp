@@ -26,6 +26,10 @@ JudgeSettings checked(const JudgeSettings& settings) {
   require(settings.farReach, "the far reach of a point");
   require(settings.spacing, "the spacing of points");
   require(settings.islandHeight, "the height that an island may grow alone");
+  if (!(std::isfinite(settings.leastWorstArea) && settings.leastWorstArea >= 0)) {
+    throw std::invalid_argument("the least area of a worst place must be 0 mm2 or more, not " +
+                                std::to_string(settings.leastWorstArea));
+  }
   return settings;
 }
 
@@ -111,6 +115,12 @@ class Judge {
     }
   }
 
+  // A run of overhang beyond reach.
+  struct Candidate {
+    WorstPlace worst;
+    uint64_t pixels = 0;
+  };
+
   // Of each run the worst pixel, of equal ones the first; with its squared distance for now.
   void noteWorst(uint16_t y, uint32_t layer) {
     WorstPlace worst;
@@ -127,24 +137,49 @@ class Judge {
         worst = {layer, place.x, y, squared};
       }
     }
-    candidates_.push_back(worst);
+    candidates_.push_back({worst, pixelsOf(beyondNear_)});
   }
 
   void chooseWorst() {
     std::stable_sort(
         candidates_.begin(), candidates_.end(),
-        [](const WorstPlace& a, const WorstPlace& b) { return a.distance > b.distance; });
+        [](const Candidate& a, const Candidate& b) { return a.worst.distance > b.worst.distance; });
+    PointGrid gaps(scale_, settings_.nearReach, survey_.width(), survey_.height());
+    for (const Candidate& candidate : candidates_) gaps.add(placeOf(candidate.worst));
     const double apart = settings_.nearReach * settings_.nearReach;
-    for (const WorstPlace& candidate : candidates_) {
+    for (const Candidate& candidate : candidates_) {
       if (verdict_.worst.size() >= settings_.worstPlaces) break;
+      const Place place = placeOf(candidate.worst);
       const bool isNew =
           std::none_of(verdict_.worst.begin(), verdict_.worst.end(), [&](const WorstPlace& listed) {
-            return scale_.squared(int64_t{candidate.x} - listed.x, int64_t{candidate.y} - listed.y,
-                                  int64_t{candidate.layer} - listed.layer) <= apart;
+            return scale_.squaredDistance(place, placeOf(listed)) <= apart;
           });
-      if (isNew) verdict_.worst.push_back(candidate);
+      if (isNew && hasLeastArea(place, gaps)) verdict_.worst.push_back(candidate.worst);
     }
     for (WorstPlace& place : verdict_.worst) place.distance = std::sqrt(place.distance);
+  }
+
+  static Place placeOf(const WorstPlace& worst) {
+    Place place;
+    place.layer = worst.layer;
+    place.x = worst.x;
+    place.y = worst.y;
+    return place;
+  }
+
+  // Each run of overhang counts where it is worst.
+  bool hasLeastArea(const Place& place, const PointGrid& gaps) const {
+    const double least =
+        settings_.leastWorstArea / (scale_.pixelSize * scale_.pixelSize) * (1 - roundingSlack);
+    const double reach = settings_.nearReach * settings_.nearReach;
+    const Run pixel{place.x, static_cast<uint16_t>(place.x + 1)};
+    double pixels = 0;
+    gaps.forEachNear(pixel, place.y, place.layer, settings_.nearReach, [&](uint32_t i) {
+      if (pixels < least && scale_.squaredDistance(place, gaps[i]) <= reach) {
+        pixels += static_cast<double>(candidates_[i].pixels);
+      }
+    });
+    return pixels >= least;
   }
 
   void judgePoints() {
@@ -186,7 +221,7 @@ class Judge {
   const uint32_t islandLayers_;
   PointGrid grid_;
   Verdict verdict_;
-  std::vector<WorstPlace> candidates_;
+  std::vector<Candidate> candidates_;
   std::vector<Run> within_;
   std::vector<Run> whole_;
   std::vector<Run> beyondNear_;

@@ -18,6 +18,9 @@ struct JudgeSettings {
   /// stay separate so that each may have a point of its own.
   double islandHeight = 0.2;
   uint32_t worstPlaces = 10;  ///< most that are listed
+  /// mm2 of overhang beyond nearReach, within that of a place, for which the place is listed: about
+  /// the tip of a support, so that crumbs of single pixels hide no real gap.
+  double leastWorstArea = 0.125;
 };
 
 struct IslandVerdict {
@@ -59,7 +62,7 @@ struct Verdict {
   Surface withoutRoom;
   Surface sealed;
   /// Of the first: the places furthest from a point, worst first, beyond nearReach, and further
-  /// than nearReach from each other.
+  /// than nearReach from each other; those with leastWorstArea only.
   std::vector<WorstPlace> worst;
   /// Numbers of points, ascending.
   std::vector<uint32_t> inNoMaterial;

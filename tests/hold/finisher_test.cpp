@@ -96,7 +96,7 @@ TEST(Finisher, GivesAnIslandThatNothingHoldsAPoint) {
 
 TEST(Finisher, AddsPointsWhereTheAnalysisLeavesAGap) {
   Part part = plank(30);
-  part.addPoint(4, 4, 0);
+  part.addPoint(4, 8, 0);
   const Finished finished = finishedOf(part);
   ASSERT_GT(finished.points.size(), 1u);
   EXPECT_EQ(finished.points[0].reason, Reason::analysed);
@@ -209,6 +209,18 @@ TEST(Finisher, AddsAPlaceThatGainsFarMoreThanAPointOfTheAnalysis) {
   EXPECT_EQ(finished.dropped[0].reason, DropReason::merged);
   EXPECT_EQ(finished.dropped[0].into, 0u);
   EXPECT_EQ(finished.points[0].mergedIn, std::vector<uint32_t>{0});
+}
+
+TEST(Finisher, DropsAPointThatOthersHaveMadeNeedless) {
+  // The middle gains most and comes first; then the ends need points that hold its part, too.
+  Part part = plank(22);
+  part.addPoint(4, 12, 0);
+  part.addPoint(4, 7, 0);
+  part.addPoint(4, 17, 0);
+  const Finished finished = finishedOf(part);
+  ASSERT_EQ(finished.points.size(), 2u);
+  EXPECT_EQ(finished.points[0].analysed, 1u);
+  EXPECT_EQ(finished.points[1].analysed, 2u);
 }
 
 TEST(Finisher, KeepsThePointsThatCarryAFlatUnderside) {

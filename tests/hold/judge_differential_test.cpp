@@ -26,6 +26,7 @@ JudgeSettings randomJudge(Random& random) {
   settings.farReach = settings.nearReach + 0.1 * random.below(12);
   settings.spacing = 0.15 * random.below(8);
   settings.islandHeight = 0.05 * random.below(8);
+  settings.leastWorstArea = 0;
   return settings;
 }
 

@@ -192,10 +192,27 @@ TEST(Judge, ListsWorstPlacesApartFromEachOther) {
   EXPECT_EQ(verdict.worst[0].x, 0);
 }
 
+TEST(Judge, LeavesCrumbsOutOfTheWorstPlaces) {
+  Part part;
+  part.addLayers(3, {"+" + std::string(29, '.')});
+  part.addLayer({"+....####" + std::string(20, '.') + "#"});
+  part.addPoint(3, 5, 0);
+  JudgeSettings settings = limits();
+  settings.nearReach = 2;
+  settings.leastWorstArea = 2;
+  const Verdict verdict = verdictOn(part, settings);
+  EXPECT_EQ(verdict.supportable.beyondNear, 2u);
+  EXPECT_TRUE(verdict.worst.empty());
+  settings.leastWorstArea = 1;
+  ASSERT_EQ(verdictOn(part, settings).worst.size(), 2u);
+  EXPECT_EQ(verdictOn(part, settings).worst[0].x, 29);
+}
+
 TEST(Judge, RefusesLimitsThatMakeNoSense) {
   const Part part = partWithIsland();
-  for (double JudgeSettings::*setting : {&JudgeSettings::nearReach, &JudgeSettings::farReach,
-                                         &JudgeSettings::spacing, &JudgeSettings::islandHeight}) {
+  for (double JudgeSettings::*setting :
+       {&JudgeSettings::nearReach, &JudgeSettings::farReach, &JudgeSettings::spacing,
+        &JudgeSettings::islandHeight, &JudgeSettings::leastWorstArea}) {
     JudgeSettings settings = limits();
     settings.*setting = -1;
     EXPECT_THROW(verdictOn(part, settings), std::invalid_argument);
