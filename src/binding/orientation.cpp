@@ -156,6 +156,7 @@ PrintSettings readPrint(Napi::Env env, const Options& options) {
   read("pixelSize", print.pixelSize);
   print.screenWidth = options.optionalWhole("screenWidth").value_or(print.screenWidth);
   print.screenHeight = options.optionalWhole("screenHeight").value_or(print.screenHeight);
+  read("lift", print.lift);
   read("criticalAngle", print.criticalAngle);
   read("inset", print.inset);
   read("supportArea", print.supportArea);
@@ -224,10 +225,10 @@ orient::SearchSettings readSettings(Napi::Env env, const Options& options,
 Napi::Value startOrientation(const Napi::CallbackInfo& info) {
   const Napi::Env env = info.Env();
   const Options options(
-      info,
-      {"positions", "layerHeight", "pixelSize", "screenWidth", "screenHeight", "criticalAngle",
-       "inset", "supportArea", "pointsWeight", "overhangWeight", "islandsWeight", "heightWeight",
-       "cupsWeight", "marksWeight", "keepClean", "directions", "listed", "confirm"});
+      info, {"positions", "layerHeight", "pixelSize", "screenWidth", "screenHeight", "lift",
+             "criticalAngle", "inset", "supportArea", "pointsWeight", "overhangWeight",
+             "islandsWeight", "heightWeight", "cupsWeight", "marksWeight", "keepClean",
+             "directions", "listed", "confirm"});
   const orient::SearchSettings settings = readSettings(env, options, info[0].As<Napi::Object>());
   auto watch = std::make_shared<Watch>();
   // Last, so that no getter can take the memory away between the check and the copy.

@@ -54,6 +54,7 @@ slicing::SlicerSettings readSettings(const Options& options) {
   settings.screen.offsetX = options.optionalNumber("offsetX").value_or(0);
   settings.screen.offsetY = options.optionalNumber("offsetY").value_or(0);
   settings.screen.margin = options.optionalWhole("margin").value_or(settings.screen.margin);
+  settings.lift = options.optionalNumber("lift").value_or(settings.lift);
   settings.channels = options.channels();
   return settings;
 }
@@ -70,7 +71,7 @@ SlicerObject::SlicerObject(const Napi::CallbackInfo& info) : Napi::ObjectWrap<Sl
   const Napi::Env env = info.Env();
   const Options options(
       info, {"positions", "layerHeight", "pixelSize", "screenWidth", "screenHeight", "offsetX",
-             "offsetY", "margin", "criticalAngle", "fullOverhang", "inset"});
+             "offsetY", "lift", "margin", "criticalAngle", "fullOverhang", "inset"});
   const slicing::SlicerSettings settings = readSettings(options);
   const Napi::Float32Array positions = options.floats("positions");
   try {

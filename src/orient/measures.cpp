@@ -52,8 +52,8 @@ std::vector<Support> supportsOf(const hold::Finished& finished, const slicing::S
   std::vector<Support> supports;
   for (const hold::FinishedPoint& point : finished.points) {
     const hold::Place& place = point.site.place;
-    const SupportPosition at = positionOf(place.x, place.y, place.layer, slicer.placement(),
-                                          slicer.report().bounds.min.z, layerHeight);
+    const SupportPosition at =
+        positionOf(place.x, place.y, place.layer, slicer.placement(), slicer.plateZ(), layerHeight);
     supports.push_back({at.x, at.y, at.z, point.site.isIsland});
   }
   return supports;

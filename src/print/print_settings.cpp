@@ -14,6 +14,7 @@ slicing::SlicerSettings slicerSettings(const PrintSettings& print) {
   settings.channels.criticalAngle = print.criticalAngle;
   settings.channels.fullOverhang = print.fullOverhang;
   settings.channels.inset = print.inset;
+  settings.lift = print.lift;
   return settings;
 }
 

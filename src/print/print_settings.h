@@ -16,6 +16,7 @@ struct PrintSettings {
   uint32_t screenHeight = 2400;  ///< pixels
   double offsetX = 0;            ///< mm from the screen's centre to the centre of the part's box
   double offsetY = 0;            ///< mm, likewise
+  double lift = 0;               ///< mm from the plate to the part's lowest point
   uint32_t margin = 2;           ///< pixels around the part, so that its contour is one everywhere
 
   /// Degrees between the plate and a surface that just carries itself.

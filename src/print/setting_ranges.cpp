@@ -27,6 +27,7 @@ constexpr double mostSupportArea = 4294967296.0;  // pixels
 constexpr double shortestLength = 1e-6;  // mm
 constexpr double longestLength = 1e6;    // mm
 constexpr double smallestAngle = 1e-6;   // degrees
+constexpr double highestLift = 1000;     // mm
 
 // An area of exactly so many pixels must not fail by the rounding of its digits.
 constexpr double slack = 1e-9;
@@ -70,6 +71,9 @@ std::optional<SettingConflict> findSenseless(const PrintSettings& print) {
     return SettingConflict{"layerHeight", print.layerHeight, length};
   }
   if (!isLength(print.pixelSize)) return SettingConflict{"pixelSize", print.pixelSize, length};
+  if (!(print.lift >= 0 && print.lift <= highestLift)) {
+    return SettingConflict{"lift", print.lift, "it must be from 0 to 1,000 mm"};
+  }
   if (!(print.criticalAngle >= smallestAngle && print.criticalAngle <= 90)) {
     return SettingConflict{"criticalAngle", print.criticalAngle,
                            "it must be from 0.000001 to 90 degrees"};

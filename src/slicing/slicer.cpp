@@ -14,8 +14,12 @@ namespace stiltforge::slicing {
 
 namespace {
 
-uint32_t countLayers(const Bounds& model, double layerHeight) {
+uint32_t countLayers(const Bounds& model, double layerHeight, double lift) {
   requirePositive(layerHeight, "layer height");
+  if (!(lift >= 0 && std::isfinite(lift))) {
+    throw SlicingError("The lift is " + numberText(lift) +
+                       "; it must be a number of millimetres from 0.");
+  }
   const double width = static_cast<double>(model.max.x) - model.min.x;
   const double depth = static_cast<double>(model.max.y) - model.min.y;
   const double height = static_cast<double>(model.max.z) - model.min.z;
@@ -23,17 +27,17 @@ uint32_t countLayers(const Bounds& model, double layerHeight) {
     throw SlicingError("The model is flat: " + numberText(width) + " x " + numberText(depth) +
                        " x " + numberText(height) + " mm. Only solids can be sliced.");
   }
-  const double layers = std::ceil(height / layerHeight - 0.5);
-  if (layers < 1) {
+  const double layers = std::ceil((height + lift) / layerHeight - 0.5);
+  if (std::ceil(height / layerHeight - 0.5) < 1) {
     throw SlicingError("The model is " + numberText(height) +
                        " mm high, less than half a layer of " + numberText(layerHeight) +
                        " mm. Check its units or choose thinner layers.");
   }
   if (layers > mostLayers) {
-    throw SlicingError("The model is " + numberText(height) + " mm high, which is " +
-                       numberText(layers) + " layers of " + numberText(layerHeight) +
-                       " mm; the limit is " + std::to_string(mostLayers) +
-                       ". Check its units or choose thicker layers.");
+    throw SlicingError("The model is " + numberText(height + lift) + " mm high" +
+                       (lift > 0 ? " with its lift" : "") + ", which is " + numberText(layers) +
+                       " layers of " + numberText(layerHeight) + " mm; the limit is " +
+                       std::to_string(mostLayers) + ". Check its units or choose thicker layers.");
   }
   return static_cast<uint32_t>(layers);
 }
@@ -51,7 +55,8 @@ Slicer::Slicer(std::span<const float> positions, const SlicerSettings& settings)
 
 Slicer::Slicer(TriangleMesh mesh, const SlicerSettings& settings)
     : layerHeight_(settings.channels.layerHeight),
-      layerCount_(countLayers(mesh.bounds, layerHeight_)),
+      lift_(settings.lift),
+      layerCount_(countLayers(mesh.bounds, layerHeight_, lift_)),
       placement_(mesh.bounds, settings.screen),
       falloff_(channelSettings(settings)) {
   const MeshTopology topology(mesh);
@@ -66,7 +71,7 @@ void Slicer::requireLayers(uint32_t first, std::size_t count) const {
 }
 
 void Slicer::sweepTo(uint32_t index, LayerContours::Cut& cut) {
-  contours_.sweepTo(report_.bounds.min.z + heightOf(index), cut);
+  contours_.sweepTo(plateZ() + heightOf(index), cut);
 }
 
 void Slicer::rasterize(const LayerContours::Cut& cut, RunRows& material) const {

@@ -25,14 +25,15 @@ struct SlicerSettings {
   ScreenSettings screen;
   /// layerHeight is the slicer's; pixelSize is taken from the screen.
   ChannelSettings channels;
+  double lift = 0;  ///< mm from the plate to the model's lowest point; layers below it are empty
 };
 
 /// Cuts a triangle mesh into slices, bottom first.
 ///
-/// Layer i is cut through its middle, (i + 0.5) * layerHeight above the model's lowest point, which
-/// stands on the plate. The last layer is the last whose middle lies below the model's highest
-/// point. The same mesh and settings give the same slices on every platform, in any order of
-/// layers and for any number of workers. One call at a time.
+/// Layer i is cut through its middle, (i + 0.5) * layerHeight above the plate, on which the model's
+/// lowest point stands unless it is lifted. The last layer is the last whose middle lies below the
+/// model's highest point. The same mesh and settings give the same slices on every platform, in any
+/// order of layers and for any number of workers. One call at a time.
 class Slicer : public SliceSource {
  public:
   /// positions: nine floats a triangle, mm, see TriangleMesh. Throws SlicingError when the mesh or
@@ -47,6 +48,8 @@ class Slicer : public SliceSource {
 
   /// mm above the plate: the middle of the layer.
   double heightOf(uint32_t index) const { return (index + 0.5) * layerHeight_; }
+  /// z of the plate in the mesh's coordinates, mm.
+  double plateZ() const { return report_.bounds.min.z - lift_; }
 
   /// Replaces slices[i] by layer first + i, all of them below layerCount, or it throws
   /// SlicingError. The layers are spread over the worker pool: a few for each worker are enough to
@@ -67,6 +70,7 @@ class Slicer : public SliceSource {
   void rasterize(const LayerContours::Cut& cut, RunRows& material) const;
 
   double layerHeight_;
+  double lift_;
   uint32_t layerCount_;
   ScreenPlacement placement_;
   MeshReport report_;

@@ -185,6 +185,17 @@ TEST(Orient, TellsWhereTheSupportsAre) {
   EXPECT_EQ(result.asItIs->supports.size(), result.asItIs->measures.points);
 }
 
+TEST(Orient, HoldsTheBottomOfALiftedPart) {
+  PrintSettings print = quick().print;
+  const Soup slab = box({0, 0, 0}, {20, 20, 3});
+  EXPECT_EQ(measure(slab, {print})->supports.size(), 0u);
+  print.lift = 5;
+  const auto lifted = measure(slab, {print});
+  EXPECT_GE(lifted->supports.size(), 9u) << "supports all over it";
+  for (const Support& support : lifted->supports) EXPECT_NEAR(support.z, 0, 1e-9);
+  EXPECT_EQ(lifted->measures.islands, 1u);
+}
+
 TEST(Orient, KeepsToTheScreen) {
   SearchSettings settings = quick();
   settings.print.screenWidth = 100;

@@ -53,6 +53,18 @@ TEST(SettingRanges, NameTheSettingAndItsRange) {
             "to 10,700,000 mm2");
 }
 
+TEST(SettingRanges, BoundTheLift) {
+  PrintSettings print;
+  for (const double lift : {0.0, 0.2, 1000.0}) {
+    print.lift = lift;
+    EXPECT_EQ(conflictOf(print), "");
+  }
+  for (const double lift : {-0.1, 1000.1, std::nan("")}) {
+    print.lift = lift;
+    EXPECT_NE(conflictOf(print), "") << lift;
+  }
+}
+
 TEST(SettingRanges, RefuseWhatIsNoLengthAngleOrArea) {
   const double infinity = std::numeric_limits<double>::infinity();
   for (const double senseless : {-1.0, infinity, -infinity, std::nan("")}) {

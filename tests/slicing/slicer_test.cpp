@@ -7,6 +7,7 @@
 #include <numeric>
 
 #include "slicing/shapes.h"
+#include "slicing/slicing_error.h"
 
 namespace stiltforge::slicing {
 namespace {
@@ -49,6 +50,51 @@ TEST(Slicer, LeavesTheMarginFree) {
   settings.screen.margin = 1;
   Slicer slicer(box({0, 0, 0}, {2, 2, 1}), settings);
   EXPECT_EQ(slicePicture(slicer, 0), (Picture{"....", ".##.", ".##.", "...."}));
+}
+
+TEST(Slicer, LeavesTheLayersBelowALiftedModelEmpty) {
+  SlicerSettings settings = unitSettings(20);
+  settings.lift = 2;
+  Slicer slicer(box({0, 0, 7}, {4, 2, 9}), settings);
+  EXPECT_EQ(slicer.layerCount(), 4u);
+  EXPECT_EQ(slicer.plateZ(), 5);
+  for (const uint32_t empty : {0u, 1u}) {
+    EXPECT_EQ(slicePicture(slicer, empty), (Picture{"....", "...."}));
+  }
+  EXPECT_EQ(slicePicture(slicer, 2), (Picture{"####", "####"}));
+  EXPECT_EQ(slicePicture(slicer, 3), (Picture{"####", "####"}));
+}
+
+TEST(Slicer, FindsNothingUnderALiftedModel) {
+  SlicerSettings settings = unitSettings(20);
+  settings.lift = 1;
+  Slicer slicer(box({0, 0, 0}, {4, 2, 2}), settings);
+  std::vector<Slice> slices(3);
+  slicer.slice(0, slices);
+  EXPECT_EQ(slices[1].overhang.pixelCount(), 8u) << "the bottom hangs free";
+  EXPECT_EQ(slices[2].overhang.pixelCount(), 0u);
+}
+
+TEST(Slicer, CutsALiftedModelWhereItsLayersAre) {
+  SlicerSettings settings = unitSettings(9);
+  settings.lift = 0.7;
+  // 0.7 to 2.7 mm: the middle of the first layer, 0.5 mm, lies below it.
+  Slicer slicer(box({0, 0, 0}, {1, 1, 2}), settings);
+  EXPECT_EQ(slicer.layerCount(), 3u);
+  EXPECT_EQ(slicePicture(slicer, 0), (Picture{"."}));
+  EXPECT_EQ(slicePicture(slicer, 1), (Picture{"#"}));
+  EXPECT_EQ(slicePicture(slicer, 2), (Picture{"#"}));
+}
+
+TEST(Slicer, RefusesALiftThatIsNoHeight) {
+  for (const double lift : {-1.0, std::nan(""), HUGE_VAL}) {
+    SlicerSettings settings = unitSettings(9);
+    settings.lift = lift;
+    EXPECT_THROW(Slicer(box({0, 0, 0}, {1, 1, 2}), settings), SlicingError);
+  }
+  SlicerSettings settings = unitSettings(9);
+  settings.lift = 70000;
+  EXPECT_THROW(Slicer(box({0, 0, 0}, {1, 1, 2}), settings), SlicingError);
 }
 
 TEST(Slicer, CountsTheLayersWhoseMiddleLiesInTheModel) {

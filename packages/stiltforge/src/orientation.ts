@@ -16,7 +16,7 @@ export interface OrientationMeasures {
   overhang: number;
   /** Bodies that begin in the air and that nothing takes soon. */
   islands: number;
-  /** mm from the plate to the highest point. */
+  /** mm from the lowest point to the highest. */
   height: number;
   /**
    * mm3 of empty space that is closed while it is printed, by the part, the plate and the film under
