@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <limits>
 #include <optional>
 #include <stdexcept>
 #include <string>
@@ -21,8 +20,10 @@ using slicing::numberText;
 // A surface that grows by more in one step of the survey's samples is not steep for any angle that
 // a printer knows; looking that far takes time in proportion.
 constexpr double longestSteepReach = 1024;  // pixels
-// mm and mm2, beyond any printer.
+// What no printer comes near; in mm, mm2 and degrees. Squares and quotients of them are finite.
+constexpr double least = 1e-6;
 constexpr double longest = 1e6;
+constexpr double mostArea = 1e24;
 
 class HoldOptions {
  public:
@@ -36,24 +37,19 @@ class HoldOptions {
   }
 
   // Ends included.
-  double number(const char* name, std::optional<double> fallback, double least, double most,
+  double number(const char* name, std::optional<double> fallback, double lowest, double highest,
                 const char* unit) const {
     const Napi::Value value = get(name);
     if (value.IsUndefined() && fallback) return *fallback;
     const double given = value.IsNumber() ? value.As<Napi::Number>().DoubleValue() : NAN;
-    if (given >= least && given <= most) return given;
+    if (given >= lowest && given <= highest) return given;
     const std::string isWhat = value.IsUndefined() ? "missing"
                                : value.IsNumber()  ? numberText(given)
                                                    : "no number";
-    const std::string range = least > 0 && least < 1e-100
-                                  ? "above 0 to " + numberText(most)
-                                  : "from " + numberText(least) + " to " + numberText(most);
+    const std::string range = "from " + numberText(lowest) + " to " + numberText(highest);
     throw refusal(env_, codes::parameter,
                   std::string("The option ") + name + " of " + what_ + " is " + isWhat +
                       "; it must be a number of " + unit + " " + range + ".");
-  }
-  double positive(const char* name, std::optional<double> fallback, const char* unit) const {
-    return number(name, fallback, std::numeric_limits<double>::min(), longest, unit);
   }
 
   Napi::Value get(const char* name) const {
@@ -71,11 +67,17 @@ class HoldOptions {
 hold::SurveySettings readSurveySettings(const Napi::Value& options) {
   const HoldOptions given(options, "the survey");
   hold::SurveySettings settings;
-  settings.pixelSize = given.positive("pixelSize", std::nullopt, "mm");
-  settings.layerHeight = given.positive("layerHeight", std::nullopt, "mm");
-  settings.minimumHeight = given.number("minimumHeight", settings.minimumHeight, 0, longest, "mm");
-  const double angle = given.number("criticalAngle", PrintSettings().criticalAngle,
-                                    std::numeric_limits<double>::min(), 90, "degrees");
+  settings.pixelSize = given.number("pixelSize", std::nullopt, least, longest, "mm");
+  settings.layerHeight = given.number("layerHeight", std::nullopt, least, longest, "mm");
+  const double height = given.number("minimumHeight", settings.minimumHeight, 0, longest, "mm");
+  // No part has more layers.
+  settings.minimumHeight = std::min(height, 65535 * settings.layerHeight);
+  // As many samples lie within reach of a point, whatever it holds: their pairs take the time.
+  const double usualArea = PrintSettings().supportArea;
+  const double area = given.number("supportArea", usualArea, least, mostArea, "mm2");
+  settings.sampleSize *= std::sqrt(std::max(area / usualArea, 1.0));
+  const double angle =
+      given.number("criticalAngle", PrintSettings().criticalAngle, least, 90, "degrees");
   const double step =
       std::max(settings.sampleHeight, 4 * settings.pixelSize) + settings.layerHeight;
   settings.steepness =
@@ -90,9 +92,8 @@ hold::SurveySettings readSurveySettings(const Napi::Value& options) {
   return settings;
 }
 
-hold::JudgeSettings readJudgeSettings(const Napi::Value& options) {
+hold::JudgeSettings readJudgeSettings(const Napi::Value& options, hold::JudgeSettings settings) {
   const HoldOptions given(options, "the judge");
-  hold::JudgeSettings settings;
   settings.nearReach = given.number("nearReach", settings.nearReach, 0, longest, "mm");
   settings.farReach = given.number("farReach", settings.farReach, 0, longest, "mm");
   settings.spacing = given.number("spacing", settings.spacing, 0, longest, "mm");
@@ -101,14 +102,19 @@ hold::JudgeSettings readJudgeSettings(const Napi::Value& options) {
 
 hold::FinishSettings readFinishSettings(const Napi::Value& options) {
   const HoldOptions given(options, "finishing");
-  const double area = given.positive("supportArea", PrintSettings().supportArea, "mm2");
+  const double area =
+      given.number("supportArea", PrintSettings().supportArea, least, mostArea, "mm2");
   hold::FinishSettings settings = hold::FinishSettings::forSupportArea(area);
   settings.spacing = given.number("spacing", settings.spacing, 0, longest, "mm");
   return settings;
 }
 
 hold::JudgeSettings readFinishJudgeSettings(const Napi::Value& options) {
-  return readJudgeSettings(HoldOptions(options, "finishing").get("judge"));
+  const HoldOptions given(options, "finishing");
+  hold::JudgeSettings fallback;
+  // Who asks for points side by side is not told that they are.
+  fallback.spacing = std::min(fallback.spacing, readFinishSettings(options).spacing);
+  return readJudgeSettings(given.get("judge"), fallback);
 }
 
 }  // namespace stiltforge::binding

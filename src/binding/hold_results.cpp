@@ -138,6 +138,9 @@ napi_value droppedValue(ValueMaker& make, const FinishedPart::Dropped& dropped) 
 napi_value verdictValue(ValueMaker& make, const JudgedPart& part) {
   const hold::Verdict& verdict = part.verdict;
   const napi_value object = make.object();
+  set(make, object, "nearReach", make.number(part.settings.nearReach));
+  set(make, object, "farReach", make.number(part.settings.farReach));
+  set(make, object, "spacing", make.number(part.settings.spacing));
   set(make, object, "points", make.number(static_cast<uint32_t>(part.points)));
   const napi_value islands = make.array(verdict.islands.size());
   for (uint32_t i = 0; i < verdict.islands.size() && make.status() == napi_ok; ++i) {
@@ -180,6 +183,13 @@ napi_value finishedValue(ValueMaker& make, const FinishedPart& part) {
   set(make, object, "dropped", arrayOf(make, part.dropped, [&](const FinishedPart::Dropped& point) {
         return droppedValue(make, point);
       }));
+  const napi_value leftAlone = make.object();
+  set(make, leftAlone, "areaNearPlate", make.number(part.leftAlone.areaNearPlate));
+  set(make, leftAlone, "areaNearPart", make.number(part.leftAlone.areaNearPart));
+  set(make, leftAlone, "sealedArea", make.number(part.leftAlone.sealedArea));
+  set(make, leftAlone, "lift", make.number(part.leftAlone.lift));
+  set(make, object, "leftAlone", leftAlone);
+  set(make, object, "spacing", make.number(part.spacing));
   set(make, object, "islandsLeft", numbers(make, part.islandsLeft));
   set(make, object, "verdict", verdictValue(make, part.judged));
   return object;

@@ -13,8 +13,9 @@ namespace stiltforge::binding {
 namespace {
 
 PrintSettings readSettings(const Napi::CallbackInfo& info) {
-  const Options options(info, {"layerHeight", "pixelSize", "screenWidth", "screenHeight",
-                               "criticalAngle", "inset", "supportArea"});
+  const Options options(
+      info, {"layerHeight", "pixelSize", "screenWidth", "screenHeight", "criticalAngle", "inset",
+             "supportArea", "minimumHeight", "minimumSpacing"});
   PrintSettings print;
   const auto read = [&](const char* name, double& target) {
     target = options.optionalNumber(name).value_or(target);
@@ -26,6 +27,8 @@ PrintSettings readSettings(const Napi::CallbackInfo& info) {
   read("criticalAngle", print.criticalAngle);
   read("inset", print.inset);
   read("supportArea", print.supportArea);
+  read("minimumHeight", print.minimumHeight);
+  print.minimumSpacing = options.optionalNumber("minimumSpacing");
   return print;
 }
 

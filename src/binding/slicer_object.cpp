@@ -40,6 +40,8 @@ Napi::Object toObject(Napi::Env env, const slicing::MeshReport& report) {
   object.Set("openParts", report.openParts);
   object.Set("flippedParts", report.flippedParts);
   object.Set("cavities", report.cavities);
+  object.Set("floatingParts", report.floatingParts);
+  object.Set("floatingFrom", report.floatingFrom);
   object.Set("signedVolume", report.signedVolume);
   object.Set("expectedVolume", report.expectedVolume);
   object.Set("bounds", bounds);

@@ -119,6 +119,7 @@ JudgedPart SurveyedPart::judged(std::span<const hold::Site> points,
                                 const hold::JudgeSettings& settings) const {
   JudgedPart part;
   part.verdict = hold::judge(survey_, points, settings);
+  part.settings = settings;
   part.points = points.size();
   part.pixelArea = survey_.settings().pixelSize * survey_.settings().pixelSize;
   std::vector<std::tuple<uint32_t, uint32_t, uint32_t>> branches;  // track, layer, point
@@ -155,6 +156,8 @@ FinishedPart SurveyedPart::finish(const hold::FinishSettings& finishing,
   FinishedPart part;
   part.judged = judged(finished.sites(), judging);
   part.islandsLeft = std::move(finished.islandsLeft);
+  part.leftAlone = finished.leftAlone;
+  part.spacing = finishing.spacing;
 
   NotedPlaces noted;
   const std::vector<hold::Island>& islands = survey_.islands();

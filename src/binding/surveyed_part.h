@@ -46,6 +46,7 @@ struct SurveyedLayer {
 /// A verdict, and what it does not tell by itself.
 struct JudgedPart {
   hold::Verdict verdict;
+  hold::JudgeSettings settings;
   std::size_t points = 0;
   double pixelArea = 0;  ///< mm2
   /// By island: the number of the point in its own branch that takes it; none where material does,
@@ -68,6 +69,8 @@ struct FinishedPart {
   std::vector<Point> points;
   std::vector<Dropped> dropped;
   std::vector<uint32_t> islandsLeft;  ///< see hold::Finished
+  hold::LeftAlone leftAlone;
+  double spacing = 0;  ///< see hold::FinishSettings
   JudgedPart judged;
 };
 

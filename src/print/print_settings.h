@@ -24,8 +24,11 @@ struct PrintSettings {
   /// mm beyond the material below from where on a pixel hangs free; unless set it follows from the
   /// angle, see slicing::ChannelSettings.
   std::optional<double> fullOverhang;
-  double inset = 0.4;       ///< mm from the contour inwards where supports are avoided
-  double supportArea = 15;  ///< mm2 of a layer that one support holds
+  double inset = 0.4;          ///< mm from the contour inwards where supports are avoided
+  double supportArea = 15;     ///< mm2 of a layer that one support holds
+  double minimumHeight = 0.2;  ///< mm from the plate or the part to where a support fits
+  /// mm between supports of the same region, at least; unless set it follows from the area.
+  std::optional<double> minimumSpacing;
 };
 
 /// What the slicer needs of it.

@@ -23,6 +23,10 @@ constexpr double leastSupportArea = 16;  // pixels
 // Beyond it every region of the largest screen is held by one support.
 constexpr double mostSupportArea = 4294967296.0;  // pixels
 
+// What a support may need below its tip. Looking for it takes time and memory with every layer.
+constexpr double mostMinimumHeight = 20;  // mm
+constexpr double mostLayersBelow = 1024;
+
 // What no printer comes near. Within them no bound below is infinite, nor rounded to nothing.
 constexpr double shortestLength = 1e-6;  // mm
 constexpr double longestLength = 1e6;    // mm
@@ -86,6 +90,12 @@ std::optional<SettingConflict> findSenseless(const PrintSettings& print) {
     return SettingConflict{"supportArea", print.supportArea,
                            "it must be a positive number of square millimetres"};
   }
+  if (!(print.minimumHeight >= 0)) {
+    return SettingConflict{"minimumHeight", print.minimumHeight, distance};
+  }
+  if (print.minimumSpacing && !(*print.minimumSpacing >= 0)) {
+    return SettingConflict{"minimumSpacing", *print.minimumSpacing, distance};
+  }
   return std::nullopt;
 }
 
@@ -145,6 +155,21 @@ std::optional<SettingConflict> findConflict(const PrintSettings& print) {
                            pixel + " it must be from " + roundedUp(leastArea) + " mm2, which is " +
                                numberText(leastSupportArea) + " pixels, to " +
                                roundedDown(mostArea) + " mm2"};
+  }
+
+  const double mostHeight = std::min(mostMinimumHeight, mostLayersBelow * layerHeight);
+  const bool isDefaultHeight = print.minimumHeight == PrintSettings().minimumHeight;
+  if (print.minimumHeight > mostHeight && !isDefaultHeight) {
+    return SettingConflict{"minimumHeight", print.minimumHeight,
+                           "at a layer height of " + numberText(layerHeight) +
+                               " mm it must be from 0 to " + roundedDown(mostHeight) + " mm"};
+  }
+  // Further apart they could not hold what they are wanted for.
+  const double mostSpacing = std::sqrt(area);
+  if (print.minimumSpacing && *print.minimumSpacing > mostSpacing * (1 + slack)) {
+    return SettingConflict{"minimumSpacing", *print.minimumSpacing,
+                           "with a support area of " + numberText(area) +
+                               " mm2 it must be from 0 to " + roundedDown(mostSpacing) + " mm"};
   }
   return std::nullopt;
 }

@@ -51,6 +51,24 @@ TEST(SettingRanges, NameTheSettingAndItsRange) {
   EXPECT_EQ(conflictOf(print),
             "supportArea: at a pixel size of 0.05 mm it must be from 0.04 mm2, which is 16 pixels, "
             "to 10,700,000 mm2");
+  print = {};
+  print.minimumHeight = 20.5;
+  EXPECT_EQ(conflictOf(print),
+            "minimumHeight: at a layer height of 0.05 mm it must be from 0 to 20 mm");
+  print.layerHeight = 0.01;
+  print.minimumHeight = 10.3;
+  EXPECT_EQ(conflictOf(print),
+            "minimumHeight: at a layer height of 0.01 mm it must be from 0 to 10.2 mm");
+  print = {};
+  print.minimumSpacing = 4;
+  EXPECT_EQ(conflictOf(print),
+            "minimumSpacing: with a support area of 15 mm2 it must be from 0 to 3.87 mm");
+}
+
+TEST(SettingRanges, ThinLayersDoNotMakeTheDefaultHeightAMistake) {
+  PrintSettings print;
+  print.layerHeight = 1e-5;
+  EXPECT_EQ(conflictOf(print), "");
 }
 
 TEST(SettingRanges, BoundTheLift) {
@@ -70,13 +88,16 @@ TEST(SettingRanges, RefuseWhatIsNoLengthAngleOrArea) {
   for (const double senseless : {-1.0, infinity, -infinity, std::nan("")}) {
     for (double PrintSettings::*setting :
          {&PrintSettings::layerHeight, &PrintSettings::pixelSize, &PrintSettings::criticalAngle,
-          &PrintSettings::inset, &PrintSettings::supportArea}) {
+          &PrintSettings::inset, &PrintSettings::supportArea, &PrintSettings::minimumHeight}) {
       PrintSettings print;
       print.*setting = senseless;
       EXPECT_NE(conflictOf(print), "") << senseless;
     }
     PrintSettings print;
     print.fullOverhang = senseless;
+    EXPECT_NE(conflictOf(print), "") << senseless;
+    print = {};
+    print.minimumSpacing = senseless;
     EXPECT_NE(conflictOf(print), "") << senseless;
   }
 }

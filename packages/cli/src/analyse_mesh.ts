@@ -4,27 +4,32 @@ import type { Triangles } from 'stiltforge/slicing';
 import {
   analysisParameters,
   createSlicer,
+  defaultSupport,
   type PrintSettings,
   type Slicer,
   type SupportSettings,
 } from 'stiltforge/slicing';
 import { codeOf, ExitCode, Interrupted, messageOf, UserError } from './errors.js';
-import { isLackOfMemory, outOfMemory, requireMemory } from './memory.js';
 import {
-  pointsCsv,
-  type SupportRecord,
-  type SupportsDocument,
-  supportsJson,
-} from './output/documents.js';
+  analysedPart,
+  finishedPart,
+  type HeldPart,
+  isAdded,
+  type SlicePoint,
+} from './held_part.js';
+import { isLackOfMemory, outOfMemory, requireMemory } from './memory.js';
+import { pointsCsv, type SupportsDocument, supportsJson } from './output/documents.js';
 import { defaultFormats, formatFiles, type OutputFormat } from './output/formats.js';
 import { OutputFolder } from './output/output_folder.js';
+import { Records } from './output/records.js';
 import { reportName } from './output/report_name.js';
 import { pictureNames } from './picture_names.js';
+import { markOf } from './point_marks.js';
 import type { Progress } from './progress.js';
-import { regionPictures } from './region_pictures.js';
+import { type RegionPoint, regionPictures } from './region_pictures.js';
 import { checkSettings } from './setting_ranges.js';
 import type { Summary } from './summary.js';
-import { type PlacedSupport, Tally } from './tally.js';
+import { Tally } from './tally.js';
 import { version } from './version.js';
 import { meshWarnings } from './warnings.js';
 import { counted } from './wording.js';
@@ -50,6 +55,8 @@ export interface Job {
   support: SupportSettings;
   /** Parameters in place of those that follow from the settings. */
   parameters?: Partial<AnalysisParameters>;
+  /** Leave the points as the analysis places them. */
+  asAnalysed?: boolean;
   /** Folder for the outputs; made when missing. */
   folder: string;
   /** Overwrite files that stand in the way and were not written by an earlier run. */
@@ -133,7 +140,9 @@ function inspectName({ layer, region }: RegionToInspect): string {
 /** Parameters that can't work together, and a run that is too large, are told at once, too. */
 function requirePossible(parameters: AnalysisParameters, triangles: number, job: Job): void {
   try {
-    requireMemory(parameters, triangles, job, job.memory);
+    const { minimumHeight = defaultSupport.minimumHeight } = job.support;
+    const layersBelow = minimumHeight / job.print.layerHeight;
+    requireMemory(parameters, triangles, { ...job, layersBelow }, job.memory);
   } catch (error) {
     if (codeOf(error) !== 'ERR_STILTFORGE_PARAMETER') throw error;
     throw new UserError(ExitCode.usage, messageOf(error), { cause: error });
@@ -166,7 +175,7 @@ async function writeOutputs(
   try {
     progress.start(slicer.layerCount, job.pictures ? drawingSeconds(slicer) : 0);
     const begin = performance.now();
-    const { tally, materialPixels, owedPixels } = await analysed(
+    const { tally, part, materialPixels, owedPixels } = await analysed(
       job,
       progress,
       signal,
@@ -177,14 +186,17 @@ async function writeOutputs(
     const analysisSeconds = (performance.now() - begin) / 1000;
     const sliceVolume = materialPixels * print.pixelSize ** 2 * print.layerHeight;
     const { report } = slicer;
-    const { layerHeight } = print;
+    const { minimumHeight = defaultSupport.minimumHeight } = support;
     warnings = [
       ...(job.meshWarnings ?? []),
-      ...meshWarnings({ report, sliceVolume, layers: tally.layers, layerHeight }),
+      ...meshWarnings({
+        ...{ report, sliceVolume, layers: tally.layers, part },
+        ...{ layerHeight: print.layerHeight, minimumHeight },
+      }),
     ];
 
-    const plateZ = report.bounds.min[2];
-    const supports = tally.supports.map((placed) => supportRecord(placed, print, slicer));
+    const records = new Records(print, slicer);
+    const supports = records.supports(part);
     const { bounds, ...mesh } = report;
     const document: SupportsDocument = {
       generator: `stiltforge ${version}`,
@@ -199,37 +211,43 @@ async function writeOutputs(
           height: slicer.height,
         },
       },
-      settings: support,
+      settings: {
+        ...{ ...support, minimumHeight, minimumSpacing: part.spacing },
+        asAnalysed: job.asAnalysed ?? false,
+      },
       parameters,
       summary: {
         layers: slicer.layerCount,
         regions: tally.regions,
-        islands: tally.islands,
-        supportedIslands: tally.supportedIslands,
-        singlePixelIslands: tally.singlePixelIslands,
+        islands: part.verdict.islands.length,
+        heldIslands: part.verdict.islands.filter(({ heldBy }) => heldBy !== null).length,
         supports: supports.length,
+        merged: supports.filter(({ reason }) => reason === 'merged').length,
+        added: supports.filter(isAdded).length,
+        dropped: part.dropped.length,
       },
+      verdict: records.verdict(part.verdict),
+      islands: records.islands(part.verdict),
       supports,
+      dropped: records.dropped(part),
     };
     await writePoints(job, document, folder, signal);
     if (job.report) {
       const { reportPage } = await import('./output/report.js');
-      const part = { document, mesh: job.mesh, slicer, owedPixels };
-      await folder.write(reportName, await reportPage(part, progress.report, signal));
+      const reported = { document, part, mesh: job.mesh, slicer, owedPixels };
+      await folder.write(reportName, await reportPage(reported, progress.report, signal));
     }
     if (pictures !== undefined) {
       progress.pictures(0);
       const { drawPictures } = await pictures;
-      const part = { ...job, slicer, parameters, tally, supports };
-      for (const { name, png } of await drawPictures(part, progress.pictures, signal)) {
+      const drawn = { ...job, slicer, parameters, tally, part, document };
+      for (const { name, png } of await drawPictures(drawn, progress.pictures, signal)) {
         await folder.write(name, png);
       }
     }
     return {
       name: job.name,
-      ...document.summary,
-      supports,
-      plateZ,
+      document,
       analysisSeconds,
       folder: job.folder,
       files: folder.topLevelNames(),
@@ -256,7 +274,15 @@ async function writePoints(
   }
 }
 
-/** Analyses all layers and draws the regions that are to be inspected. */
+interface Analysed {
+  tally: Tally;
+  part: HeldPart;
+  materialPixels: number;
+  /** By layer. */
+  owedPixels: Float64Array;
+}
+
+/** Analyses all layers, finishes the points and draws the regions that are to be inspected. */
 async function analysed(
   job: Job,
   progress: Progress,
@@ -264,44 +290,38 @@ async function analysed(
   slicer: Slicer,
   parameters: AnalysisParameters,
   folder: OutputFolder,
-): Promise<{ tally: Tally; materialPixels: number; owedPixels: Float64Array }> {
+): Promise<Analysed> {
   const tally = new Tally();
   let materialPixels = 0;
-  let owedPixels: Float64Array = new Float64Array();
-  const analysis = Analysis.create(parameters);
+  const corners: Corners = new Map();
+  const { print, support } = job;
+  const { pixelSize, layerHeight } = print;
+  const { criticalAngle, minimumHeight, supportArea } = support;
+  const survey = { pixelSize, layerHeight, criticalAngle, minimumHeight, supportArea };
+  const analysis = Analysis.create(parameters, { survey });
   try {
     for await (const result of analysis.run(slicer, { signal })) {
       materialPixels += result.layer.pixelCount;
+      for (const region of job.inspect) {
+        if (region.layer !== tally.layers.length) continue;
+        const group = result.layer.groups[region.region - 1];
+        corners.set(region, { column: group?.xMin ?? 0, row: group?.yMin ?? 0 });
+      }
       tally.add(result);
       progress.layers(tally.layers.length);
     }
     if (materialPixels === 0) throw emptySlices(job, slicer);
     requireRegions(job, tally);
-    for (const region of job.inspect) await writeRegion(region, analysis, folder);
-    owedPixels = await analysis.owedPixels();
+    const part = await (job.asAnalysed ? analysedPart : finishedPart)(analysis, print, support);
+    signal.throwIfAborted();
+    for (const region of job.inspect) {
+      const points = pointsOf(region, part, corners);
+      await writeRegion(region, analysis, points, folder);
+    }
+    return { tally, part, materialPixels, owedPixels: await analysis.owedPixels() };
   } finally {
     await analysis.close();
   }
-  return { tally, materialPixels, owedPixels };
-}
-
-function supportRecord(
-  { layer, region, kind, column, row }: PlacedSupport,
-  print: PrintSettings,
-  slicer: Slicer,
-): SupportRecord {
-  const screenColumn = slicer.cropX + column;
-  const screenRow = slicer.cropY + row;
-  return {
-    x: rounded(slicer.originX + (screenColumn + 0.5) * print.pixelSize),
-    y: rounded(slicer.originY - (screenRow + 0.5) * print.pixelSize),
-    z: rounded(slicer.report.bounds.min[2] + layer * print.layerHeight),
-    column: screenColumn,
-    row: screenRow,
-    layer,
-    region,
-    kind,
-  };
 }
 
 /** About what the pictures take: they grow with the mesh and with the pixels of a slice. */
@@ -341,20 +361,32 @@ function requireRegions({ name, inspect }: Job, { layers }: Tally): void {
   }
 }
 
+/** Of the regions that are inspected: the first column and row of their boxes. */
+type Corners = Map<RegionToInspect, { column: number; row: number }>;
+
+function pointsOf(inspected: RegionToInspect, part: HeldPart, corners: Corners): RegionPoint[] {
+  const { column: left = 0, row: top = 0 } = corners.get(inspected) ?? {};
+  const isThere = ({ layer, region }: SlicePoint): boolean =>
+    layer === inspected.layer && region?.region === inspected.region;
+  const mark = ({ column, row }: SlicePoint, kind: RegionPoint['kind']): RegionPoint => ({
+    ...{ column: column - left, row: row - top, kind },
+  });
+  return [
+    ...part.dropped.filter(isThere).map((point) => mark(point, 'dropped')),
+    ...part.points.filter(isThere).map((point) => mark(point, markOf(point))),
+  ];
+}
+
 async function writeRegion(
   region: RegionToInspect,
   analysis: Analysis,
+  points: readonly RegionPoint[],
   folder: OutputFolder,
 ): Promise<void> {
   const name = inspectName(region);
-  const pictures = await regionPictures(analysis, region.layer, region.region);
+  const pictures = await regionPictures(analysis, region.layer, region.region, points);
   await folder.write(`${name}.png`, pictures.sheet);
   for (const [image, png] of Object.entries(pictures.images)) {
     await folder.write(`${name}/${image}.png`, png);
   }
-}
-
-/** To the micrometre: beyond it are only the digits of binary fractions. */
-function rounded(millimetres: number): number {
-  return Math.round(1000 * millimetres) / 1000;
 }

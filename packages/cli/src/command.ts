@@ -12,9 +12,11 @@ import type { OutputFormat } from './output/formats.js';
 import { paramsCommand } from './params/command.js';
 import { addParameterOptions, givenParameters, type ParameterOptions } from './params/given.js';
 import {
+  addFinishOptions,
   addPartOptions,
   addPrinterOptions,
   addSupportOptions,
+  type FinishOptions,
   type PartOptions,
   type PrinterOptions,
   printSettings,
@@ -28,7 +30,12 @@ import { checkSettings } from './setting_ranges.js';
 import { summaryText } from './summary.js';
 import { version } from './version.js';
 
-interface Options extends PartOptions, PrinterOptions, SupportSettings, ParameterOptions {
+interface Options
+  extends PartOptions,
+    PrinterOptions,
+    SupportSettings,
+    FinishOptions,
+    ParameterOptions {
   out?: string;
   force?: boolean;
   format?: OutputFormat[];
@@ -77,6 +84,7 @@ function buildCommand(run: (meshFile: string, options: Options) => Promise<void>
   addPartOptions(command);
   addPrinterOptions(command);
   addSupportOptions(command);
+  addFinishOptions(command);
   addParameterOptions(command);
   command
     .optionsGroup('The results:')
@@ -148,7 +156,8 @@ export async function runCommand(words: readonly string[]): Promise<ExitCode> {
 
 async function analyse(meshFile: string, options: Options): Promise<void> {
   const print = printSettings(options);
-  const support = supportSettings(options);
+  const { minHeight: minimumHeight, minSpacing: minimumSpacing } = options;
+  const support = { ...supportSettings(options), minimumHeight, minimumSpacing };
   // Before a large mesh is read.
   checkSettings(print, support);
   const parameters = givenParameters(options);
@@ -163,6 +172,7 @@ async function analyse(meshFile: string, options: Options): Promise<void> {
         print,
         support,
         parameters,
+        asAnalysed: options.asAnalysed,
         folder: options.out ?? `${basename(meshFile, extname(meshFile))}-supports`,
         force: options.force,
         formats: options.format,

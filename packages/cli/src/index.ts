@@ -12,7 +12,15 @@ export {
 export { analyseMesh, type Job, type JobWatcher, type RegionToInspect } from './analyse_mesh.js';
 export { ExitCode, Interrupted, UserError } from './errors.js';
 export { loadMesh } from './mesh/load.js';
-export type { SupportRecord, SupportsDocument } from './output/documents.js';
+export type {
+  DroppedRecord,
+  IslandRecord,
+  PlaceRecord,
+  RegionWeights,
+  SupportRecord,
+  SupportsDocument,
+  VerdictRecord,
+} from './output/documents.js';
 export { noProgress, type Progress } from './progress.js';
-export { type RegionPictures, regionPictures } from './region_pictures.js';
+export { type RegionPictures, type RegionPoint, regionPictures } from './region_pictures.js';
 export type { Summary } from './summary.js';

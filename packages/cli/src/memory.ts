@@ -16,8 +16,23 @@ const drawingBytes = 150e6;
 const reportBytes = 200e6;
 const reportBytesPerTriangle = 120;
 
-/** Slices in memory at once, as runs: those of a job, and those cut meanwhile for the next. */
-const slicesInHand = 8;
+/**
+ * Slices in memory at once, as runs: those of a job, those cut meanwhile for the next, and those of the
+ * last one, which are surveyed.
+ */
+const slicesInHand = 12;
+
+/** What the survey keeps of the overhang below a pixel of the part's outline, bytes. */
+const surveyedBytesPerPixel = 6;
+
+/** A row of a layer that is kept to look for room below supports, bytes. */
+const keptBytesPerRow = 40;
+
+/** Of a support and of one that is left out, here and in the outputs, bytes. */
+const bytesPerSupport = 4000;
+
+/** Times that a part, seen from below, hangs over. */
+const overhangsPerPixel = 2;
 
 /** Slices painted at once: one analysed, one waiting, one being painted. */
 const picturesInHand = 3;
@@ -29,15 +44,22 @@ const mostPixels = 2 ** 31 - 1;
 export interface Making {
   pictures: boolean;
   report?: boolean;
+  /** That a support needs below it. */
+  layersBelow: number;
 }
 
 /** Bytes that the process takes at its peak. */
 export function predictedMemory(
   parameters: AnalysisParameters,
   triangles: number,
-  { pictures, report }: Making,
+  { pictures, report, layersBelow }: Making,
 ): number {
   const pixels = parameters.width * parameters.height;
+  const supports = (overhangsPerPixel * pixels) / parameters.supportStrength;
+  const survey =
+    surveyedBytesPerPixel * pixels +
+    keptBytesPerRow * Math.min(layersBelow, parameters.numLayer) * parameters.height +
+    bytesPerSupport * supports;
   const analysis = estimateMemory(parameters, { queuedSlices: slicesInHand }).total;
   const painting = pictures
     ? 4 * pixels * picturesInHand +
@@ -49,6 +71,7 @@ export function predictedMemory(
     processBytes +
     bytesPerTriangle * triangles +
     (pictures ? drawingBytes : 0) +
+    survey +
     Math.max(analysis, painting, reporting)
   );
 }

@@ -89,6 +89,29 @@ export function addSupportOptions(command: Command): Command {
     );
 }
 
+export interface FinishOptions {
+  minHeight: number;
+  minSpacing?: number;
+  asAnalysed?: boolean;
+}
+
+/** How the points of the analysis are finished. In the group of the last options. */
+export function addFinishOptions(command: Command): Command {
+  return command
+    .option(
+      '--min-height <mm>',
+      'no support fits closer than this above the plate or the part',
+      distance,
+      defaultSupport.minimumHeight,
+    )
+    .option(
+      '--min-spacing <mm>',
+      'keep supports of a region this far apart (default: follows from the support area)',
+      distance,
+    )
+    .option('--as-analysed', "the analysis's own points, not finished: see docs/holding.md");
+}
+
 export function printSettings({ layerHeight, pixelSize, screen }: PrinterOptions): PrintSettings {
   const [screenWidth, screenHeight] = screen;
   return { layerHeight, pixelSize, screenWidth, screenHeight };

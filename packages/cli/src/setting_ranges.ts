@@ -15,6 +15,8 @@ const options: Record<SettingConflict['setting'], string> = {
   criticalAngle: '--critical-angle',
   inset: '--inset',
   supportArea: '--support-area',
+  minimumHeight: '--min-height',
+  minimumSpacing: '--min-spacing',
 };
 
 /**

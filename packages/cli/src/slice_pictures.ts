@@ -1,10 +1,12 @@
 import type { AnalysisParameters, SliceResult } from 'stiltforge';
 import { Analysis } from 'stiltforge/analysis';
 import type { PrintSettings, Slicer } from 'stiltforge/slicing';
+import { type HeldPart, isAdded } from './held_part.js';
 import { mostSlices, sliceName, sliceSheetName } from './picture_names.js';
 import { sliceSheet } from './pictures/slice_sheet.js';
 import type { SlicePicture } from './pictures/slice_tile.js';
 import { tellingLayers } from './pictures/telling_layers.js';
+import { markOf } from './point_marks.js';
 import type { Tally } from './tally.js';
 import { counted } from './wording.js';
 
@@ -25,16 +27,23 @@ export async function slicePictures(
   slicer: Slicer,
   parameters: AnalysisParameters,
   tally: Tally,
+  part: HeldPart,
   print: PrintSettings,
   signal: AbortSignal,
 ): Promise<NamedPicture[]> {
-  const layers = tellingLayers(tally.layers, mostSlices);
+  const layers = tellingLayers(pointsByLayer(tally, part), mostSlices);
   if (layers.length === 0) return [];
   const { sheet, tiles } = await sliceSheet(
-    pictured(layers, slicer, parameters, tally, print, signal),
+    pictured(layers, slicer, parameters, tally, part, print, signal),
     layers.length,
     `${name}: where most supports were placed`,
     `support placed up to ${memory} mm below`,
+    {
+      island: 'new support under an island',
+      overhang: 'new support under an overhang',
+      ...(part.points.some(isAdded) ? { added: 'added' } : {}),
+      ...(part.dropped.length > 0 ? { dropped: 'merged or left out' } : {}),
+    },
   );
   return [
     { name: sliceSheetName, png: sheet },
@@ -47,6 +56,7 @@ async function* pictured(
   slicer: Slicer,
   parameters: AnalysisParameters,
   tally: Tally,
+  part: HeldPart,
   print: PrintSettings,
   signal: AbortSignal,
 ): AsyncGenerator<SlicePicture> {
@@ -57,7 +67,7 @@ async function* pictured(
   try {
     let index = 0;
     for await (const result of analysis.run(images, { signal })) {
-      yield pictureOf(layers[index++], result, tally, print);
+      yield pictureOf(layers[index++], result, tally, part, print);
     }
   } finally {
     await analysis.close();
@@ -68,6 +78,7 @@ function pictureOf(
   layer: number,
   { layer: { groups }, width, height, pixelBuffer, supportedPixels }: SliceResult,
   tally: Tally,
+  part: HeldPart,
   print: PrintSettings,
 ): SlicePicture {
   if (pixelBuffer === null || supportedPixels === undefined) {
@@ -75,7 +86,8 @@ function pictureOf(
   }
   const { islands } = tally.layers[layer];
   const lowest = layer - memory / print.layerHeight;
-  const points = tally.supports.filter((support) => support.layer === layer);
+  const points = part.points.filter((point) => point.layer === layer);
+  const dropped = part.dropped.filter((point) => point.layer === layer);
   const z = (layer * print.layerHeight).toFixed(2);
   return {
     title: `Layer ${layer}, ${z} mm above the plate`,
@@ -96,9 +108,16 @@ function pictureOf(
     labels: new Uint32Array(pixelBuffer.buffer, pixelBuffer.byteOffset, pixelBuffer.length / 4),
     supportValues: supportedPixels,
     islands: new Set(islands),
-    points,
-    earlierPoints: tally.supports.filter(
-      (support) => support.layer < layer && support.layer >= lowest,
-    ),
+    points: [
+      ...dropped.map(({ column, row }) => ({ column, row, kind: 'dropped' as const })),
+      ...points.map((point) => ({ ...point, kind: markOf(point) })),
+    ],
+    earlierPoints: part.points.filter((point) => point.layer < layer && point.layer >= lowest),
   };
+}
+
+function pointsByLayer({ layers }: Tally, { points, dropped }: HeldPart) {
+  const counted = layers.map(({ islands }) => ({ islands, points: 0 }));
+  for (const { layer } of [...points, ...dropped]) counted[layer].points++;
+  return counted;
 }

@@ -1,18 +1,12 @@
-import type { SupportRecord } from './output/documents.js';
-import { countText, durationText, rateText } from './wording.js';
+import type { SupportsDocument } from './output/documents.js';
+import { counted, countText, durationText, rateText } from './wording.js';
 
 export interface Summary {
   name: string;
-  layers: number;
-  regions: number;
-  islands: number;
-  supportedIslands: number;
-  singlePixelIslands: number;
-  supports: readonly SupportRecord[];
-  /** z of the plate in the model's coordinates, mm. */
-  plateZ: number;
+  /** What supports.json says. */
+  document: SupportsDocument;
   seconds: number;
-  /** Seconds of them that the layers took. */
+  /** Seconds of them that the layers and finishing took. */
   analysisSeconds: number;
   /** Bytes. */
   peakMemory: number;
@@ -20,50 +14,117 @@ export interface Summary {
   files: readonly string[];
 }
 
-export function summaryText(summary: Summary): string {
-  const { layers, supports, plateZ } = summary;
-  const islands = supports.filter(({ kind }) => kind === 'island').length;
-  // Not spread into Math.min(): there may be more of them than a call takes arguments.
-  const heights = supports.map(({ z }) => z - plateZ).sort((a, b) => a - b);
-  const height = (z: number): string => `${z.toFixed(2)} mm above the plate`;
+const mostLayersTold = 3;
+
+export function summaryText({ name, document, ...run }: Summary): string {
+  const { layers, regions } = document.summary;
   const rows = [
     ['layers', countText(layers)],
-    ['regions', countText(summary.regions)],
-    ['islands', islandsText(summary)],
-    [
-      'supports',
-      supports.length === 0
-        ? '0'
-        : `${countText(supports.length)} (${countText(islands)} under islands, ${countText(supports.length - islands)} under overhangs)`,
-    ],
-    ...(supports.length === 0
-      ? []
-      : [
-          ['lowest', height(heights[0])],
-          ['highest', height(heights[heights.length - 1])],
-        ]),
+    ['regions', countText(regions)],
+    ...supportRows(document),
+    ...holdRows(document),
     [
       'time',
-      `${durationText(summary.seconds)}, the layers at ${rateText(layers / summary.analysisSeconds)}/s`,
+      `${durationText(run.seconds)}, the layers at ${rateText(layers / run.analysisSeconds)}/s`,
     ],
-    ['peak memory', `${Math.round(summary.peakMemory / 1e6)} MB`],
-    ['written to', `${summary.folder}/`],
-    ...summary.files.map((file) => ['', file]),
+    ['peak memory', `${Math.round(run.peakMemory / 1e6)} MB`],
+    ['written to', `${run.folder}/`],
+    ...run.files.map((file) => ['', file]),
   ];
-  const lines = rows.map(([name, value]) => `  ${name.padEnd(13)}${value}`);
-  return `${[summary.name, ...lines].join('\n')}\n`;
+  const lines = rows.map(([title, value]) => `  ${title.padEnd(13)}${value}`);
+  return `${[name, ...lines].join('\n')}\n`;
 }
 
-/** Not every island has a support, and a person wants to know why. */
-function islandsText({ islands, supportedIslands, singlePixelIslands }: Summary): string {
-  const withinReach = islands - supportedIslands - singlePixelIslands;
-  const fates = [
-    [supportedIslands, 'supported'],
-    [singlePixelIslands, 'of a single pixel'],
-    [withinReach, 'within reach of what is beside them'],
+function supportRows({ supports, summary, settings, model }: SupportsDocument): string[][] {
+  const rows: string[][] = [];
+  const islands = supports.filter(({ kind }) => kind === 'island').length;
+  const kinds = `${countText(islands)} under islands, ${countText(supports.length - islands)} under overhangs`;
+  rows.push(['supports', supports.length === 0 ? '0' : `${countText(supports.length)} (${kinds})`]);
+  if (!settings.asAnalysed) {
+    const analysed = supports.length - summary.added + summary.dropped;
+    rows.push([
+      'finished',
+      `${countText(analysed)} were proposed: ${countText(summary.dropped)} merged or left out, ` +
+        `${countText(summary.added)} added`,
+    ]);
+  }
+  if (supports.length > 0) {
+    // Not spread into Math.min(): there may be more of them than a call takes arguments.
+    const heights = supports.map(({ z }) => z - model.min[2]).sort((a, b) => a - b);
+    rows.push(['lowest', heightText(heights[0])]);
+    rows.push(['highest', heightText(heights[heights.length - 1])]);
+  }
+  return rows;
+}
+
+/** What the supports hold, in words. */
+function holdRows(document: SupportsDocument): string[][] {
+  const { verdict, model, settings } = document;
+  const { overhang, overhangWithoutRoom } = verdict;
+  const rows = [['held', `${islandsText(document)}; ${overhangText(document)}`]];
+  const [weakest] = verdict.worst;
+  if (weakest !== undefined && weakest.distance !== null) {
+    rows.push([
+      'weakest',
+      `layer ${weakest.layer}, ${heightText(weakest.z - model.min[2])}: ` +
+        `${weakest.distance.toFixed(1)} mm from the nearest support`,
+    ]);
+  }
+  const unsupportable = Math.round(overhangWithoutRoom.area);
+  if (unsupportable > 0) {
+    rows.push([
+      'without room',
+      `${countText(unsupportable)} mm2 overhang less than ${settings.minimumHeight} mm above the ` +
+        'plate or the part',
+    ]);
+  }
+  const doubts = doubtsIn(document);
+  if (doubts.length > 0) rows.push(['doubtful', doubts.join(', ')]);
+  if (overhang.area > 0) {
+    rows.push(['not judged', 'forces, the resin, and whether a pillar finds its way']);
+  }
+  return rows;
+}
+
+function islandsText({ islands }: SupportsDocument): string {
+  if (islands.length === 0) return 'no islands';
+  const loose = islands.filter(({ heldBy }) => heldBy === null);
+  const all = counted(islands.length, 'island');
+  if (loose.length === 0) return `${all}, ${islands.length === 1 ? '' : 'all '}held`;
+  const layers = [...new Set(loose.map(({ layer }) => layer))];
+  const told = layers.slice(0, mostLayersTold).join(', ');
+  const more = layers.length > mostLayersTold ? ' and more' : '';
+  const where = `${layers.length === 1 ? 'layer' : 'layers'} ${told}${more}`;
+  return `${all}, ${countText(loose.length)} not held (${where})`;
+}
+
+function overhangText({ verdict, supports }: SupportsDocument): string {
+  const { area, beyondNear } = verdict.overhang;
+  if (area === 0) return 'nothing overhangs where a support fits';
+  const reach = `within ${verdict.nearReach} mm of a support`;
+  if (beyondNear === 0) return `all of the overhanging surface ${reach}`;
+  // Rounded down: 99.6 % is not all of it.
+  const share = Math.floor(100 * (1 - beyondNear / area));
+  return supports.length === 0
+    ? `${countText(Math.ceil(area))} mm2 of overhanging surface without a support`
+    : `${share} % of the overhanging surface ${reach}`;
+}
+
+/** Supports that a person would not have set. */
+function doubtsIn({ verdict }: SupportsDocument): string[] {
+  const pairs = verdict.closePairs.filter(({ isSeparate }) => !isSeparate).length;
+  const idle = verdict.inNoMaterial.length + verdict.onHeldMaterial.length;
+  const counts = [
+    [pairs, 'pair', `closer than ${Number(verdict.spacing.toFixed(2))} mm`],
+    [idle, 'support', 'where nothing overhangs'],
+    [verdict.withoutRoom.length, 'support', 'without room below'],
+    [verdict.inSealedVoids.length, 'support', 'in sealed voids'],
   ] as const;
-  const told = fates
+  return counts
     .filter(([count]) => count > 0)
-    .map(([count, fate]) => `${countText(count)} ${fate}`);
-  return islands === 0 ? '0' : `${countText(islands)} (${told.join(', ')})`;
+    .map(([count, what, fault]) => `${counted(count, what)} ${fault}`);
+}
+
+function heightText(millimetres: number): string {
+  return `${millimetres.toFixed(2)} mm above the plate`;
 }

@@ -1,6 +1,7 @@
 import type { MeshReport } from 'stiltforge/slicing';
+import type { HeldPart } from './held_part.js';
 import type { LayerTally } from './tally.js';
-import { counted, volumeText } from './wording.js';
+import { areaText, counted, volumeText } from './wording.js';
 
 const mostGapsTold = 3;
 
@@ -14,16 +15,22 @@ export interface Findings {
   layers: readonly LayerTally[];
   /** mm */
   layerHeight: number;
+  /** mm above the plate from which on a support fits. */
+  minimumHeight: number;
+  part: HeldPart;
 }
 
 /** Sentences that a person should read before trusting the supports of a mesh. */
-export function meshWarnings({ report, sliceVolume, layers, layerHeight }: Findings): string[] {
+export function meshWarnings(findings: Findings): string[] {
+  const { report, sliceVolume, layers, layerHeight } = findings;
   return [
     ...(report.openParts > 0
       ? [openSurface(report)]
       : volumeDifference(sliceVolume, report.expectedVolume)),
-    ...sealedVoids(report.cavities),
+    ...sealedVoids(findings),
     ...emptyLayers(layers, layerHeight),
+    ...floatingParts(findings),
+    ...withoutRoom(findings),
   ];
 }
 
@@ -49,12 +56,21 @@ function volumeDifference(slices: number, mesh: number): string[] {
   ];
 }
 
-function sealedVoids(cavities: number): string[] {
-  if (cavities === 0) return [];
-  return [
-    `The part has ${counted(cavities, 'sealed void')}, in which resin stays and from which supports ` +
-      "can't be taken out: make a drain hole, or fill what is hollow.",
-  ];
+/** Those of the mesh, or else what the slices enclose: parts that overlap may seal a void, too. */
+function sealedVoids({ report: { cavities }, part }: Findings): string[] {
+  const fate =
+    "in which resin stays and from which supports can't be taken out: make a drain hole, or fill " +
+    'what is hollow.';
+  const left = part.dropped.filter(({ reason }) => reason === 'sealedVoid').length;
+  const unsupported =
+    left === 0
+      ? ''
+      : ` ${counted(left, 'support that was wanted there is', 'supports that were wanted there are')} left out.`;
+  if (cavities > 0)
+    return [`The part has ${counted(cavities, 'sealed void')}, ${fate}${unsupported}`];
+  const { area } = part.verdict.overhangInSealedVoids;
+  if (area === 0 && left === 0) return [];
+  return [`The slices enclose voids with ${areaText(area)} of overhang, ${fate}${unsupported}`];
 }
 
 interface Gap {
@@ -88,4 +104,33 @@ function emptyLayers(layers: readonly LayerTally[], layerHeight: number): string
   });
   const rest = gaps.length - sentences.length;
   return rest > 0 ? [...sentences, `${counted(rest, 'more gap')} are above these.`] : sentences;
+}
+
+/** A part that empty layers lie below is told with them. */
+function floatingParts({ report, layers, layerHeight }: Findings): string[] {
+  const { floatingParts: count, floatingFrom } = report;
+  if (count === 0) return [];
+  const isTold = gapsIn(layers).some(({ end }) => (end - 1) * layerHeight <= floatingFrom);
+  if (isTold) return [];
+  const mm = `${floatingFrom.toFixed(2)} mm above the plate`;
+  return [
+    count === 1
+      ? `A part of the model stands on nothing, ${mm}: supports alone hold it, or it was meant to touch ` +
+        'what is beside it.'
+      : `${counted(count, 'part')} of the model stand on nothing, the lowest ${mm}: supports alone hold ` +
+        'them, or they were meant to touch what is beside them.',
+  ];
+}
+
+/** Of what was left out only what is near the plate can be mended there. */
+function withoutRoom({ part, layerHeight, minimumHeight }: Findings): string[] {
+  const nearPlate = part.dropped.filter(
+    ({ reason, layer }) => reason === 'noRoom' && layer * layerHeight < minimumHeight,
+  );
+  if (nearPlate.length === 0) return [];
+  const lift = `${Math.max(part.lift, layerHeight).toFixed(2)} mm`;
+  return [
+    `${counted(nearPlate.length, 'support was', 'supports were')} left out less than ${minimumHeight} mm ` +
+      `above the plate, where none fits: lay the part flat on the plate, or lift it by ${lift}.`,
+  ];
 }

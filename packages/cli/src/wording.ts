@@ -10,9 +10,17 @@ export function counted(count: number, one: string, many = `${one}s`): string {
 
 /** "7,980 mm3", "0.0425 mm3". */
 export function volumeText(cubicMillimetres: number): string {
-  const digits =
-    cubicMillimetres < 100 ? { maximumSignificantDigits: 3 } : { maximumFractionDigits: 0 };
-  return `${cubicMillimetres.toLocaleString('en-US', digits)} mm3`;
+  return `${threeDigits(cubicMillimetres)} mm3`;
+}
+
+/** "1,240 mm2", "0.0425 mm2". */
+export function areaText(squareMillimetres: number): string {
+  return `${threeDigits(squareMillimetres)} mm2`;
+}
+
+function threeDigits(value: number): string {
+  const digits = value < 100 ? { maximumSignificantDigits: 3 } : { maximumFractionDigits: 0 };
+  return value.toLocaleString('en-US', digits);
 }
 
 /** "41 s", "3 min 20 s". */

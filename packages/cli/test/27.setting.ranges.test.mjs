@@ -26,6 +26,8 @@ for (const [words, message] of [
   ['--scale 1,5', /--scale.*plain number above 0/],
   ['--support-area -1', /--support-area.*plain number above 0/],
   ['--support-area 0', /--support-area.*plain number above 0/],
+  ['--min-height -1', /--min-height.*plain number from 0/],
+  ['--min-spacing 1mm', /--min-spacing.*plain number from 0/],
   ['--critical-angle 0b1', /--critical-angle.*plain number of degrees/],
 ]) {
   test(`${words}: only plain decimal numbers are taken`, (t) =>
@@ -46,6 +48,16 @@ for (const [words, message] of [
   ],
   ['--layer-height 1000', /--layer-height 1000: .* critical angle of 45 .* at most 102 mm/],
   ['--inset 1000000000', /--inset 1000000000: at a pixel size .* from 0 to 204 mm/],
+  ['--min-height 20.5', /--min-height 20\.5: at a layer height of 0\.05 mm .* from 0 to 20 mm\./],
+  [
+    '--min-height 10.3 --layer-height 0.01',
+    /--min-height 10\.3: at a layer height of 0\.01 mm it must be from 0 to 10\.2 mm\./,
+  ],
+  [
+    '--min-spacing 3.9',
+    /--min-spacing 3\.9: with a support area of 15 mm2 it must be from 0 to 3\.87 mm\./,
+  ],
+  [`--min-height 1${'0'.repeat(300)}`, /--min-height 1e\+300: /],
   [`--scale 1${'0'.repeat(50)}`, /--scale 1e\+50: it makes the part too large/],
   [`--height 0.${'0'.repeat(60)}1`, /--height 1e-61: it makes the part too small/],
   [
@@ -130,7 +142,7 @@ test('a run takes no more memory than was predicted', async (t) => {
   const folder = await temporaryFolder(t);
   await writeFile(join(folder, 'table.stl'), binaryStl(table()));
   const words = ['table.stl', '--pixel-size', '0.005', '--layer-height', '0.5'];
-  for (const more of [[], ['--no-pictures']]) {
+  for (const more of [[], ['--no-pictures'], ['--no-pictures', '--support-area', '0.05']]) {
     const refusal = await stiltforge([...words, ...more, '--memory', '0.05'], { cwd: folder });
     const predicted = Number(/may take (\d+) MB/.exec(refusal.err)[1]);
     const { code, out, err } = await stiltforge([...words, ...more], { cwd: folder });

@@ -157,7 +157,9 @@ test('regions, islands and overhangs of a slice have the colours of the legend',
     earlierPoints: [],
   };
   const { default: sharp } = await import('sharp');
-  const { sheet, tiles } = await sliceSheet(Readable.from([slice, slice]), 2, 'part', 'below');
+  const { sheet, tiles } = await sliceSheet(Readable.from([slice, slice]), 2, 'part', 'below', {
+    dropped: 'left out',
+  });
   const sizes = await Promise.all([sheet, ...tiles].map((png) => sharp(png).metadata()));
   assert.deepEqual([sizes[1].width, sizes[2].width, sizes[0].width], [620, 620, 1240]);
   assert.ok(sizes[0].height > sizes[1].height + 70, 'room for a title and the legend');
@@ -182,8 +184,9 @@ test('drawing a part takes less than two seconds of processor time', async () =>
   }));
   const before = process.cpuUsage();
   const scene = partScene(triangles(box([0, 0, 0], [20, 20, 20])), points, 45, 0.05);
-  await sidesPicture(scene, 'cube', async () => {});
-  await undersidePicture(scene, 'cube', async () => {});
+  const words = { title: 'cube', points: { overhang: '150 under overhangs' } };
+  await sidesPicture(scene, words, async () => {});
+  await undersidePicture(scene, words, async () => {});
   const { user, system } = process.cpuUsage(before);
   assert.ok(user + system < 2e6, `${(user + system) / 1e6} s`);
 });

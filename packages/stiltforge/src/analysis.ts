@@ -87,7 +87,8 @@ export interface GroupImages {
 export interface AnalysisOptions {
   /**
    * Keeps of the part what judgeSupports() and finishSupports() need, in memory that follows its
-   * contours and overhangs, and about the time of the analysis once more. Results stay the same.
+   * contours and overhangs and is not part of estimateMemory(), and in about the time of the analysis
+   * once more. Results stay the same.
    */
   survey?: SurveyOptions;
 }

@@ -10,6 +10,8 @@ export interface SurveyOptions {
   criticalAngle?: number;
   /** mm from the plate, or the part, to a place where a support fits. Default: 0.2. */
   minimumHeight?: number;
+  /** mm2 of a layer that one support will hold: large ones need fewer samples of the overhang. Default: 15. */
+  supportArea?: number;
 }
 
 export interface JudgeOptions {
@@ -26,7 +28,7 @@ export interface FinishOptions {
   supportArea?: number;
   /** mm between points that hold the same region, at least. The default follows the area. */
   spacing?: number;
-  /** What the finished points are judged by. */
+  /** What the finished points are judged by; `spacing` is not above that of the points unless set. */
   judge?: JudgeOptions;
 }
 
@@ -65,6 +67,10 @@ export interface IslandVerdict extends Place {
 
 /** What a set of points holds of a part. Points are named by their numbers, from 0. */
 export interface Verdict {
+  /** mm: what they were judged by, see JudgeOptions. */
+  nearReach: number;
+  farReach: number;
+  spacing: number;
   /** How many were judged. */
   points: number;
   /** Bottom first. */
@@ -141,6 +147,19 @@ export interface FinishedSupports {
   supports: FinishedSupport[];
   /** The points before that are not among them, in their order. */
   dropped: DroppedSupport[];
+  /** Steep overhang, mm2, that no support can hold. */
+  leftAlone: {
+    /** Too close to the plate for a support. */
+    areaNearPlate: number;
+    /** Too close to the part below. */
+    areaNearPart: number;
+    /** In sealed voids. */
+    sealedArea: number;
+    /** mm to lift the part so that supports fit below all that is too close to the plate. */
+    lift: number;
+  };
+  /** mm between points of the same region, at least. */
+  spacing: number;
   /** Numbers, in the verdict, of islands that get no point: none fits, or could be taken out. */
   islandsLeft: number[];
   /** On the finished supports. */

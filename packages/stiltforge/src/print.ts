@@ -20,6 +20,10 @@ export interface SupportSettings {
   inset: number;
   /** mm2 of a layer that one support holds. */
   supportArea: number;
+  /** mm from the plate, or the part, to a place where a support fits; 0.2 unless set. */
+  minimumHeight?: number;
+  /** mm between supports of the same region, at least; unless set it follows from the area. */
+  minimumSpacing?: number;
 }
 
 export const defaultPrint: Readonly<PrintSettings> = {
@@ -29,10 +33,11 @@ export const defaultPrint: Readonly<PrintSettings> = {
   screenHeight: 2400,
 };
 
-export const defaultSupport: Readonly<SupportSettings> = {
+export const defaultSupport: Readonly<SupportSettings & { minimumHeight: number }> = {
   criticalAngle: 45,
   inset: 0.4,
   supportArea: 15,
+  minimumHeight: 0.2,
 };
 
 /** A setting that can't be used, alone or together with the others. */
@@ -67,8 +72,8 @@ export function findSettingConflict(
 /** What the native side takes, which refuses anything else. */
 function nativeSettings(
   { layerHeight, pixelSize, screenWidth, screenHeight }: PrintSettings,
-  { criticalAngle, inset, supportArea }: SupportSettings,
+  { criticalAngle, inset, supportArea, minimumHeight, minimumSpacing }: SupportSettings,
 ): PrintSettings & SupportSettings {
   const print = { layerHeight, pixelSize, screenWidth, screenHeight };
-  return { ...print, criticalAngle, inset, supportArea };
+  return { ...print, criticalAngle, inset, supportArea, minimumHeight, minimumSpacing };
 }

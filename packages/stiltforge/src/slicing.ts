@@ -90,6 +90,10 @@ export interface MeshReport {
   flippedParts: number;
   /** Closed parts that hollow a closed part around them. */
   cavities: number;
+  /** Parts that neither stand on the plate nor touch one that does. */
+  floatingParts: number;
+  /** mm from the plate to the lowest of them; 0 without any. */
+  floatingFrom: number;
   /** mm3, the sum over the parts as they are oriented. */
   signedVolume: number;
   /**

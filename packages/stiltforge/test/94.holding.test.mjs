@@ -308,13 +308,26 @@ test('what is asked in the middle of the work waits for its turn', async () => {
 });
 
 for (const [name, wrong, message] of [
-  ['no pixel size', { pixelSize: undefined }, /pixelSize of the survey is missing; .* mm above 0/],
-  ['a layer height of 0', { layerHeight: 0 }, /layerHeight of the survey is 0; .* mm above 0/],
+  [
+    'no pixel size',
+    { pixelSize: undefined },
+    /pixelSize of the survey is missing; .* mm from 1e-06 to/,
+  ],
+  ['a layer height of 0', { layerHeight: 0 }, /layerHeight of the survey is 0; .* mm from 1e-06/],
   ['a pixel size that is no number', { pixelSize: '1' }, /pixelSize of the survey is no number/],
   ['an endless height', { minimumHeight: Infinity }, /minimumHeight of the survey is inf/],
   ['a negative height', { minimumHeight: -1 }, /minimumHeight of the survey is -1; .* from 0 to/],
   ['an angle beyond 90 degrees', { criticalAngle: 91 }, /criticalAngle of the survey is 91/],
-  ['more layers than it looks back', { minimumHeight: 1e6 }, /can't be used together: .*65535 lay/],
+  [
+    'an endless angle',
+    { criticalAngle: 0 },
+    /criticalAngle of the survey is 0; .* degrees from 1e-06/,
+  ],
+  [
+    'pixels that are larger than what is looked at',
+    { pixelSize: 1e5 },
+    /can't be used together: the cells of samples/,
+  ],
 ]) {
   test(`a survey with a mistake is refused: ${name}`, () => {
     const refused = isError('ERR_STILTFORGE_PARAMETER', message);
@@ -343,7 +356,10 @@ test('wrong options of judging and finishing are refused with their range', asyn
   for (const [ask, message] of [
     [() => analysis.judgeSupports({ nearReach: -1 }), /nearReach of the judge is -1; .* from 0/],
     [() => analysis.judgeSupports({ spacing: NaN }), /spacing of the judge is nan/],
-    [() => analysis.finishSupports({ supportArea: 0 }), /supportArea of finishing is 0; .*above 0/],
+    [
+      () => analysis.finishSupports({ supportArea: 0 }),
+      /supportArea of finishing is 0; .* mm2 from 1e-06/,
+    ],
     [() => analysis.finishSupports({ spacing: 1e9 }), /spacing of finishing is 1e\+09; /],
     [() => analysis.finishSupports({ judge: 3 }), /^The options of the judge are no object/],
     [() => analysis.finishSupports(null), /^The options of finishing are no object/],

@@ -1,9 +1,10 @@
 import type { AnalysisParameters } from 'stiltforge';
+import type { Verdict } from 'stiltforge/analysis';
 import type { MeshReport, PrintSettings, SupportSettings } from 'stiltforge/slicing';
-import type { SupportKind } from '../tally.js';
+import type { DroppedPoint, HeldPoint, SupportKind } from '../held_part.js';
 
-/** A support point in all the coordinates that a reader may want. */
-export interface SupportRecord {
+/** A pixel of a layer, in all the coordinates that a reader may want. */
+export interface PlaceRecord {
   /** Millimetres, in the coordinates of the model. */
   x: number;
   y: number;
@@ -12,8 +13,64 @@ export interface SupportRecord {
   column: number;
   row: number;
   layer: number;
+}
+
+interface PointRecord extends PlaceRecord {
+  /** From 1. */
   region: number;
   kind: SupportKind;
+}
+
+/** Why there are points in a region: what the analysis knew of it. */
+export interface RegionWeights {
+  /** mm2 of the region that nothing held: what supports were placed for. */
+  owed: number;
+  /** Supports that the analysis placed in it. */
+  given: number;
+  /** What came from below. */
+  below: {
+    /** mm2 of the region that rest on the layer below. */
+    resting: number;
+    /** mm2 that the layer below could hold. */
+    strength: number;
+    /** Supports of lower layers that the region stands on. */
+    supports: number;
+    /** mm of material below it without a gap. */
+    height: number;
+  };
+}
+
+export interface SupportRecord extends PointRecord, Partial<RegionWeights> {
+  reason: HeldPoint['reason'];
+  /** Where it stands for others: their numbers among the dropped ones. */
+  merged?: number[];
+}
+
+export interface DroppedRecord extends PointRecord, Partial<RegionWeights> {
+  reason: DroppedPoint['reason'];
+  /** Of a merged one: the number of the support that stands for it. */
+  into?: number;
+}
+
+/** Its place is near its centre. */
+export interface IslandRecord extends PlaceRecord {
+  /** mm2 */
+  area: number;
+  pixels: number;
+  /** Null when nothing takes it soon enough. */
+  heldBy: 'support' | 'part' | null;
+  /** Number of that support. */
+  support?: number;
+  /** Layer in which it is taken. */
+  heldFrom?: number;
+  hasRoom: boolean;
+  isSealed: boolean;
+}
+
+/** What stiltforge/analysis says of it, but for the islands, with places of the model. */
+export interface VerdictRecord extends Omit<Verdict, 'points' | 'islands' | 'worst'> {
+  /** Worst first; mm to the nearest support, null without any. */
+  worst: (PlaceRecord & { distance: number | null })[];
 }
 
 /** Everything that supports.json says; docs/formats.md describes it. */
@@ -34,33 +91,46 @@ export interface SupportsDocument {
     /** The part of the screen that was analysed, pixels. */
     crop: { column: number; row: number; width: number; height: number };
   };
-  settings: SupportSettings;
+  settings: SupportSettings & { asAnalysed: boolean };
   parameters: AnalysisParameters;
   summary: {
     layers: number;
     regions: number;
     islands: number;
-    supportedIslands: number;
-    singlePixelIslands: number;
+    heldIslands: number;
     supports: number;
+    /** Of them, those that stand for others, too. */
+    merged: number;
+    /** Of them, those that finishing placed. */
+    added: number;
+    dropped: number;
   };
+  verdict: VerdictRecord;
+  islands: IslandRecord[];
   supports: SupportRecord[];
+  dropped: DroppedRecord[];
 }
 
-const schemaVersion = 1;
+const schemaVersion = 2;
 
 export function supportsJson(document: SupportsDocument): string {
-  const { supports, ...rest } = document;
+  const { islands, supports, dropped, ...rest } = document;
   const head = JSON.stringify({ schemaVersion, ...rest }, null, 2).slice(0, -'\n}'.length);
-  const lines = supports.map((support) => `    ${JSON.stringify(support)}`);
-  const list = lines.length === 0 ? '[]' : `[\n${lines.join(',\n')}\n  ]`;
-  return `${head},\n  "supports": ${list}\n}\n`;
+  const lists = Object.entries({ islands, supports, dropped }).map(
+    ([name, records]) => `  "${name}": ${linePerRecord(records)}`,
+  );
+  return `${[head, ...lists].join(',\n')}\n}\n`;
+}
+
+function linePerRecord(records: readonly object[]): string {
+  const lines = records.map((record) => `    ${JSON.stringify(record)}`);
+  return lines.length === 0 ? '[]' : `[\n${lines.join(',\n')}\n  ]`;
 }
 
 export function pointsCsv(supports: readonly SupportRecord[]): string {
   const rows = supports.map(
-    ({ x, y, z, column, row, layer, region, kind }) =>
-      `${x},${y},${z},${column},${row},${layer},${region},${kind}`,
+    ({ x, y, z, column, row, layer, region, kind, reason }) =>
+      `${x},${y},${z},${column},${row},${layer},${region},${kind},${reason}`,
   );
-  return ['x_mm,y_mm,z_mm,column,row,layer,region,kind', ...rows, ''].join('\n');
+  return ['x_mm,y_mm,z_mm,column,row,layer,region,kind,reason', ...rows, ''].join('\n');
 }

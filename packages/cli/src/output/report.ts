@@ -2,11 +2,13 @@ import { readFile } from 'node:fs/promises';
 import { createRequire } from 'node:module';
 import type { Slicer, Triangles } from 'stiltforge/slicing';
 import { type PartSource, packPart, reportHtml } from 'stiltforge-viewer';
+import type { HeldPart } from '../held_part.js';
 import { pillarFeet } from '../pictures/pillars.js';
 import type { SupportsDocument } from './documents.js';
 
 export interface ReportedPart {
   document: SupportsDocument;
+  part: HeldPart;
   mesh: Triangles;
   slicer: Slicer;
   /** What nothing held of each layer before its points, pixels. */
@@ -18,13 +20,13 @@ export interface ReportedPart {
  * `progress` is told the share that is done, from 0 to 1. Throws the signal's reason.
  */
 export async function reportPage(
-  { document, mesh, slicer, owedPixels }: ReportedPart,
+  { document, part, mesh, slicer, owedPixels }: ReportedPart,
   progress: (share: number) => void,
   signal: AbortSignal,
 ): Promise<string> {
   const places = Float32Array.from(document.supports.flatMap(({ x, y, z }) => [x, y, z]));
   const source: PartSource = {
-    part: document,
+    part: reported(document, part),
     positions: mesh,
     runs: (first, count) => slicer.runs(first, count),
     strength: strengthOf(document, owedPixels),
@@ -45,4 +47,20 @@ function strengthOf(
     given[layer] += factor * settings.supportArea;
   }
   return { owed: Array.from(owedPixels, (pixels) => pixels * print.pixelSize ** 2), given };
+}
+
+/** The document with what the page tells beside it. */
+function reported(document: SupportsDocument, { points }: HeldPart): PartSource['part'] {
+  return {
+    ...document,
+    supports: document.supports.map((support, number) => ({
+      ...support,
+      standsFor: support.merged?.length ?? 0,
+      weight: points[number].region ?? undefined,
+    })),
+    verdict: {
+      ...document.verdict,
+      islands: document.islands.filter(({ heldBy }) => heldBy === null),
+    },
+  };
 }

@@ -1,6 +1,7 @@
 import type { Triangles } from 'stiltforge/slicing';
 import { boundingBox } from '../mesh/triangles.js';
 import type { Vector } from './camera.js';
+import type { PointMark } from './palette.js';
 import { pillarFeet, pillarSurface, type Surface } from './pillars.js';
 import { type PlateShadow, plateShadow } from './plate_shadow.js';
 import { cornerNormals } from './surface_normals.js';
@@ -8,7 +9,7 @@ import { cornerNormals } from './surface_normals.js';
 export interface PartPoint {
   /** Millimetres, in the coordinates of the mesh. */
   position: Vector;
-  kind: 'island' | 'overhang';
+  kind: PointMark;
 }
 
 /** A part, moved so that its box is centred on x = y = 0, with its points and what they stand on. */
@@ -16,7 +17,7 @@ export interface PartScene {
   part: Surface & { positions: Triangles };
   /** x, y, z, x, y, z ... */
   points: Float32Array;
-  kinds: PartPoint['kind'][];
+  kinds: PointMark[];
   pillars: Surface;
   size: Vector;
   plateZ: number;
@@ -43,16 +44,17 @@ export function partScene(
     positions[i] -= centreX;
     positions[i + 1] -= centreY;
   }
-  const places = Float32Array.from(
-    points.flatMap(({ position: [x, y, z] }) => [x - centreX, y - centreY, z]),
-  );
+  const placesOf = (some: readonly PartPoint[]): Float32Array =>
+    Float32Array.from(some.flatMap(({ position: [x, y, z] }) => [x - centreX, y - centreY, z]));
+  const places = placesOf(points);
   const pointRadius = 0.008 * Math.hypot(...size);
-  const feet = pillarFeet(places, positions, min[2]);
+  const supported = placesOf(points.filter(({ kind }) => isSupport(kind)));
+  const feet = pillarFeet(supported, positions, min[2]);
   return {
     part: { positions, normals: cornerNormals(positions) },
     points: places,
     kinds: points.map(({ kind }) => kind),
-    pillars: pillarSurface(places, feet, 0.4 * pointRadius),
+    pillars: pillarSurface(supported, feet, 0.4 * pointRadius),
     size,
     plateZ: min[2],
     shadow: plateShadow(positions, min[2], 0.75 * Math.max(size[0], size[1])),
@@ -60,4 +62,9 @@ export function partScene(
     layerHeight,
     tintFrom: Math.cos((criticalAngle * Math.PI) / 180),
   };
+}
+
+/** Whether a pillar stands under it. */
+function isSupport(kind: PointMark): boolean {
+  return kind !== 'dropped' && kind !== 'weakest';
 }

@@ -1,9 +1,18 @@
 import { type Camera, combine, projected, type Vector } from './camera.js';
 import { type Colour, colourOf } from './colour.js';
-import { pointColours } from './palette.js';
+import { type PointMark, pointColours } from './palette.js';
 import type { PartScene } from './part_scene.js';
 import { Surroundings } from './surroundings.js';
 import type { Visibility } from './visibility.js';
+
+/** Of a point's radius, what its ball has. */
+const ballSize: Record<PointMark, number> = {
+  island: 1,
+  overhang: 1,
+  added: 1,
+  dropped: 0.6,
+  weakest: 1,
+};
 
 /** Samples along a side of a square of a ball that shows or hides as one. */
 const patch = 4;
@@ -16,6 +25,8 @@ export interface Ball {
   centre: Vector;
   /** The air below the point. */
   air: Vector;
+  /** mm */
+  size: number;
   /** Column, row and depth of the centre; radius in samples. */
   column: number;
   row: number;
@@ -32,16 +43,18 @@ export function ballsOf(scene: PartScene, camera: Camera, part: Visibility): Bal
     const [column, row, depth] = projected(camera, [x, y, z]);
     const air: Vector = [x, y, z - scene.layerHeight / 2];
     const [airColumn, airRow, airDepth] = projected(camera, air);
+    const size = scene.pointRadius * ballSize[kind];
     const seen = Math.floor(airRow) * part.width + Math.floor(airColumn);
     return {
       point,
       colour: colourOf(pointColours[kind]),
       centre: [x, y, z],
       air,
+      size,
       column,
       row,
       depth,
-      radius: scene.pointRadius * camera.pixelsPerMillimetre,
+      radius: size * camera.pixelsPerMillimetre,
       isOpen: airDepth < part.depth[seen],
     };
   });
@@ -65,7 +78,7 @@ export function drawBall(
     const key = Math.floor((y - top) / patch) * 4096 + Math.floor((x - left) / patch);
     let shown = patches.get(key);
     if (shown === undefined) {
-      const r = scene.pointRadius;
+      const r = ball.size;
       const [x, y, z] = ball.centre;
       const out = combine(camera.right, camera.up, camera.toEye, [r * u, r * v, r * w]);
       shown = isInSameAir(scene, ball, [x + out[0], y + out[1], z + out[2]]);
@@ -80,7 +93,7 @@ export function drawBall(
       const rest = 1 - u * u - v * v;
       if (rest <= 0) continue;
       const w = Math.sqrt(rest);
-      const depth = ball.depth - scene.pointRadius * w;
+      const depth = ball.depth - ball.size * w;
       const sample = y * samples.width + x;
       if (depth >= samples.depth[sample]) continue;
       if (!ball.isOpen && !shows(u, v, w, x, y)) continue;
@@ -91,10 +104,10 @@ export function drawBall(
 }
 
 /** Whether a place of a ball is reached from the air below its point: straight, or from below round a tip. */
-function isInSameAir(scene: PartScene, { point, air, centre }: Ball, place: Vector): boolean {
+function isInSameAir(scene: PartScene, { point, air, centre, size }: Ball, place: Vector): boolean {
   const around = surroundingsOf(scene);
   if (!around.separate(point, air, place)) return true;
-  const below: Vector = [centre[0], centre[1], centre[2] - scene.pointRadius];
+  const below: Vector = [centre[0], centre[1], centre[2] - size];
   return !around.separate(point, air, below) && !around.separate(point, below, place);
 }
 

@@ -2,7 +2,9 @@ import sharp, { type Sharp } from 'sharp';
 import { type GroupImageName, type GroupImages, groupImageNames } from 'stiltforge/analysis';
 import { contactSheet } from './contact_sheet.js';
 import { label } from './label.js';
-import { background } from './palette.js';
+import { legend } from './legend.js';
+import { background, type PointMark } from './palette.js';
+import { pointMark } from './slice_tile.js';
 
 /** What each image shows, in the order of the sheet. */
 const captions: [name: GroupImageName, title: string, meaning: string][] = [
@@ -20,6 +22,21 @@ const tile = { width: 300, height: 348 };
 const padding = 14;
 const captionHeight = 58;
 const headerHeight = 48;
+const noLegend = { svg: '', height: 0 };
+
+/** Column and row in the region's box, of a point and how it is marked. */
+export interface RegionPoint {
+  column: number;
+  row: number;
+  kind: PointMark;
+}
+
+const meanings: Partial<Record<PointMark, string>> = {
+  island: 'support under an island',
+  overhang: 'support under an overhang',
+  added: 'added by finishing',
+  dropped: 'merged or left out by finishing',
+};
 
 export interface RegionPictures {
   /** PNG files by image name, one pixel for each pixel of the region's box. */
@@ -33,21 +50,29 @@ export async function regionSheet(
   rendered: GroupImages,
   layer: number,
   region: number,
+  points?: readonly RegionPoint[],
 ): Promise<RegionPictures> {
   const pngs = await Promise.all(groupImageNames.map((name) => png(rendered, name)));
   const tiles = await Promise.all(
-    captions.map(([name, title, meaning]) => captionedTile(rendered, name, title, meaning)),
+    captions.map(([name, title, meaning]) => captionedTile(rendered, name, title, meaning, points)),
   );
   const title = `Layer ${layer}, region ${region}: ${rendered.width} x ${rendered.height} pixels`;
   const width = 4 * tile.width;
-  const svg = `<svg xmlns="http://www.w3.org/2000/svg" width="${width}" height="${headerHeight}">
-    ${label(title, padding, 32, { size: 20 })}</svg>`;
+  const kinds = new Set(points?.map(({ kind }) => kind));
+  const entries = Object.entries(meanings)
+    .filter(([kind]) => kinds.has(kind as PointMark))
+    .map(([kind, text]) => ({ mark: pointMark(kind as PointMark), markRadius: 8, text }));
+  const key = entries.length > 0 ? legend(entries, padding, width - 2 * padding) : noLegend;
+  const height = headerHeight + key.height;
+  const svg = `<svg xmlns="http://www.w3.org/2000/svg" width="${width}" height="${height}">
+    ${label(title, padding, 32, { size: 20 })}
+    <g transform="translate(0 ${headerHeight})">${key.svg}</g></svg>`;
   return {
     images: Object.fromEntries(groupImageNames.map((name, i) => [name, pngs[i]])) as Record<
       GroupImageName,
       Buffer
     >,
-    sheet: await contactSheet(tiles, tile, 4, { svg, height: headerHeight }),
+    sheet: await contactSheet(tiles, tile, 4, { svg, height }),
   };
 }
 
@@ -64,6 +89,7 @@ async function captionedTile(
   name: GroupImageName,
   title: string,
   meaning: string,
+  points: readonly RegionPoint[] | undefined,
 ): Promise<Buffer> {
   const side = tile.width - 2 * padding;
   const scale = Math.min(side / rendered.width, side / rendered.height);
@@ -75,7 +101,7 @@ async function captionedTile(
     .resize(width, height, { fit: 'fill', kernel: scale >= 1 || marks ? 'nearest' : 'mitchell' })
     .png()
     .toBuffer();
-  const rings = marks ? supportRings(rendered, scale) : '';
+  const rings = !marks ? '' : points ? pointMarks(points, scale) : supportRings(rendered, scale);
   const left = padding + Math.floor((side - width) / 2);
   const top = captionHeight + Math.floor((side - height) / 2);
   const overlay = `<svg xmlns="http://www.w3.org/2000/svg" width="${tile.width}" height="${tile.height}">
@@ -92,6 +118,16 @@ async function captionedTile(
     ])
     .png()
     .toBuffer();
+}
+
+function pointMarks(points: readonly RegionPoint[], scale: number): string {
+  return points
+    .map(({ column, row, kind }) => {
+      const x = (scale * (column + 0.5)).toFixed(1);
+      const y = (scale * (row + 0.5)).toFixed(1);
+      return `<g transform="translate(${x} ${y})">${pointMark(kind)}</g>`;
+    })
+    .join('');
 }
 
 /** A ring around each support: one pixel is hard to see. */

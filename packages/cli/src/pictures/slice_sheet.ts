@@ -1,12 +1,13 @@
 import sharp from 'sharp';
 import { label } from './label.js';
 import { type LegendEntry, legend } from './legend.js';
-import { background, pointColours } from './palette.js';
+import { background, type PointMark } from './palette.js';
 import {
   earlierPointColour,
   islandColour,
   overhangShade,
   paintSlice,
+  pointMark,
   regionColours,
   type SlicePicture,
   sliceMarks,
@@ -28,16 +29,17 @@ export interface SliceSheet {
 
 /**
  * `count` slices side by side, each painted as it comes, so that no two need be in memory. `earlier` says
- * which points of lower layers they show.
+ * which points of lower layers they show, `kinds` what those of the layer are.
  */
 export async function sliceSheet(
   slices: AsyncIterable<SlicePicture>,
   count: number,
   title: string,
   earlier: string,
+  kinds: Partial<Record<PointMark, string>>,
 ): Promise<SliceSheet> {
   const width = tileWidth * Math.min(columns, count);
-  const key = legend(legendEntries(earlier), padding, width - 2 * padding);
+  const key = legend(legendEntries(earlier, kinds), padding, width - 2 * padding);
   const top = titleHeight + key.height + afterLegend;
   const height = top + tileHeight * Math.ceil(count / columns);
   const rgb = await sharp({ create: { width, height, channels: 3, background } })
@@ -73,11 +75,15 @@ export async function sliceSheet(
   return { sheet, tiles };
 }
 
-function legendEntries(earlier: string): LegendEntry[] {
+function legendEntries(earlier: string, kinds: Partial<Record<PointMark, string>>): LegendEntry[] {
   const [, first, second] = regionColours;
   const swatch = (fill: string, x: number, opacity = 1): string =>
     `<rect x="${x}" y="-8" width="16" height="16" fill="${fill}" opacity="${opacity}"/>`;
-  const dot = (colour: string): string => `<circle r="7" fill="${colour}"/>`;
+  const points = Object.entries(kinds).map(([kind, text]) => ({
+    mark: pointMark(kind as PointMark),
+    markRadius: 8,
+    text,
+  }));
   return [
     { mark: swatch(first, -17) + swatch(second, 1), markRadius: 17, text: 'regions' },
     { mark: swatch(islandColour, -8), markRadius: 8, text: 'islands: rest on nothing' },
@@ -86,8 +92,7 @@ function legendEntries(earlier: string): LegendEntry[] {
       markRadius: 8,
       text: 'darker: hangs over',
     },
-    { mark: dot(pointColours.island), markRadius: 7, text: 'new support under an island' },
-    { mark: dot(pointColours.overhang), markRadius: 7, text: 'new support under an overhang' },
+    ...points,
     { mark: `<circle r="3" fill="${earlierPointColour}"/>`, markRadius: 4, text: earlier },
   ];
 }

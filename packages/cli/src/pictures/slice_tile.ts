@@ -1,5 +1,5 @@
 import { label } from './label.js';
-import { pointColours } from './palette.js';
+import { type PointMark, pointColours } from './palette.js';
 import { scaleBar } from './scale_bar.js';
 
 /** Pixels of a tile. */
@@ -43,7 +43,7 @@ export interface SlicePicture {
   /** How well each pixel is held by the layer below, 255 for entirely. */
   supportValues: Uint8Array;
   islands: ReadonlySet<number>;
-  points: readonly { column: number; row: number; kind: 'island' | 'overhang' }[];
+  points: readonly { column: number; row: number; kind: PointMark }[];
   /** Points of lower layers, shown small. */
   earlierPoints: readonly { column: number; row: number }[];
 }
@@ -129,18 +129,20 @@ function sampled(count: number, begin: number, scale: number, end: number): Int3
 /** What stands on the painted slice: title, points and the scale, as SVG round the tile's corner. */
 export function sliceMarks(slice: SlicePicture): string {
   const view = viewOf(slice);
-  const place = (point: { column: number; row: number }): string => {
-    const x = padding + view.scale * (point.column + 0.5 - view.left);
-    const y = titleHeight + view.scale * (point.row + 0.5 - view.top);
-    return `cx="${x.toFixed(1)}" cy="${y.toFixed(1)}"`;
-  };
+  const place = (point: { column: number; row: number }): { x: string; y: string } => ({
+    x: (padding + view.scale * (point.column + 0.5 - view.left)).toFixed(1),
+    y: (titleHeight + view.scale * (point.row + 0.5 - view.top)).toFixed(1),
+  });
   const earlier = slice.earlierPoints
     .filter(({ column, row }) => regionOf(slice.labels[row * slice.width + column]) !== 0)
-    .map((point) => `<circle ${place(point)} r="2.6" fill="${earlierPointColour}"/>`);
-  const placed = slice.points.map(
-    (point) =>
-      `<circle ${place(point)} r="7" fill="${pointColours[point.kind]}" stroke="#fff" stroke-width="2"/>`,
-  );
+    .map((point) => {
+      const { x, y } = place(point);
+      return `<circle cx="${x}" cy="${y}" r="2.6" fill="${earlierPointColour}"/>`;
+    });
+  const placed = slice.points.map((point) => {
+    const { x, y } = place(point);
+    return `<g transform="translate(${x} ${y})">${pointMark(point.kind)}</g>`;
+  });
   return [
     label(slice.title, padding, 30, { size: 19 }),
     label(slice.caption, padding, 53, { size: 14, colour: '#5b6b7b' }),
@@ -148,6 +150,21 @@ export function sliceMarks(slice: SlicePicture): string {
     ...placed,
     scaleBar(padding, tileHeight - footHeight / 2, view.scale / slice.pixelSize, room.width / 4),
   ].join('');
+}
+
+/** What stands for a point, round (0, 0): a disc, a cross for one that is left out, a ring for a place. */
+export function pointMark(kind: PointMark): string {
+  const colour = pointColours[kind];
+  if (kind === 'dropped') {
+    return [
+      '<path d="M-5 -5L5 5M-5 5L5 -5" stroke="#fff" stroke-width="5" stroke-linecap="round"/>',
+      `<path d="M-5 -5L5 5M-5 5L5 -5" stroke="${colour}" stroke-width="2.4" stroke-linecap="round"/>`,
+    ].join('');
+  }
+  if (kind === 'weakest') {
+    return `<circle r="8" fill="none" stroke="${colour}" stroke-width="3"/>`;
+  }
+  return `<circle r="7" fill="${colour}" stroke="#fff" stroke-width="2"/>`;
 }
 
 /** The smallest part of the plane with the room's shape that holds all material and some air. */

@@ -1,0 +1,121 @@
+import type { RegionRecord, Surface, Verdict } from 'stiltforge/analysis';
+import type { PrintSettings, Slicer } from 'stiltforge/slicing';
+import type { HeldPart, SlicePoint } from '../held_part.js';
+import type {
+  DroppedRecord,
+  IslandRecord,
+  PlaceRecord,
+  RegionWeights,
+  SupportRecord,
+  VerdictRecord,
+} from './documents.js';
+
+/** Turns pixels and layers of the slices into what the outputs say. */
+export class Records {
+  constructor(
+    private readonly print: PrintSettings,
+    private readonly slicer: Slicer,
+  ) {}
+
+  supports({ points }: HeldPart): SupportRecord[] {
+    return points.map((point) => ({
+      ...this.point(point),
+      reason: point.reason,
+      ...(point.merged.length > 0 ? { merged: point.merged } : {}),
+      ...this.weights(point.region),
+    }));
+  }
+
+  dropped({ dropped }: HeldPart): DroppedRecord[] {
+    return dropped.map((point) => ({
+      ...this.point(point),
+      reason: point.reason,
+      ...(point.into === null ? {} : { into: point.into }),
+      ...this.weights(point.region),
+    }));
+  }
+
+  islands({ islands }: Verdict): IslandRecord[] {
+    return islands.map(({ layer, x, y, pixels, heldBy, point, takenIn, hasRoom, isSealed }) => ({
+      ...this.place(layer, x, y),
+      area: this.area(pixels),
+      pixels,
+      heldBy: heldBy === 'point' ? 'support' : heldBy === 'material' ? 'part' : null,
+      ...(point === null ? {} : { support: point }),
+      ...(takenIn === null ? {} : { heldFrom: takenIn }),
+      hasRoom,
+      isSealed,
+    }));
+  }
+
+  verdict({ points: _points, islands: _islands, ...verdict }: Verdict): VerdictRecord {
+    return {
+      ...verdict,
+      overhang: surface(verdict.overhang),
+      overhangWithoutRoom: surface(verdict.overhangWithoutRoom),
+      overhangInSealedVoids: surface(verdict.overhangInSealedVoids),
+      worst: verdict.worst.map(({ layer, x, y, distance }) => ({
+        ...this.place(layer, x, y),
+        distance: Number.isFinite(distance) ? toMicrometre(distance) : null,
+      })),
+      closePairs: verdict.closePairs.map((pair) => ({
+        ...pair,
+        distance: toMicrometre(pair.distance),
+      })),
+    };
+  }
+
+  place(layer: number, x: number, y: number): PlaceRecord {
+    const { print, slicer } = this;
+    const column = slicer.cropX + x;
+    const row = slicer.cropY + y;
+    return {
+      x: toMicrometre(slicer.originX + (column + 0.5) * print.pixelSize),
+      y: toMicrometre(slicer.originY - (row + 0.5) * print.pixelSize),
+      z: toMicrometre(slicer.report.bounds.min[2] + layer * print.layerHeight),
+      column,
+      row,
+      layer,
+    };
+  }
+
+  private point({ layer, column, row, region, kind }: SlicePoint) {
+    return { ...this.place(layer, column, row), region: region?.region ?? 0, kind };
+  }
+
+  private weights(region: RegionRecord | null): Partial<RegionWeights> {
+    if (region === null) return {};
+    return {
+      owed: this.area(region.owed),
+      given: region.supports,
+      below: {
+        resting: this.area(region.resting),
+        strength: this.area(region.fromBelow),
+        supports: region.supportsBelow,
+        height: toMicrometre(region.layersBelow * this.print.layerHeight),
+      },
+    };
+  }
+
+  /** mm2 */
+  private area(pixels: number): number {
+    return rounded(pixels * this.print.pixelSize ** 2, 1e4);
+  }
+}
+
+function surface({ area, beyondNear, beyondFar }: Surface): Surface {
+  return {
+    area: rounded(area, 1e4),
+    beyondNear: rounded(beyondNear, 1e4),
+    beyondFar: rounded(beyondFar, 1e4),
+  };
+}
+
+function toMicrometre(millimetres: number): number {
+  return rounded(millimetres, 1000);
+}
+
+/** Further digits are only those of binary fractions. */
+function rounded(value: number, stepsPerUnit: number): number {
+  return Math.round(stepsPerUnit * value) / stepsPerUnit;
+}
