@@ -94,20 +94,21 @@ function closePoints(part: ViewedPart, { closePairs }: VerdictRecord): Finding[]
   ];
 }
 
-const dropped: Record<DroppedRecord['reason'], string> = {
-  merged: 'merged into another, which holds what they held',
-  holdsLittle: 'dropped: they held next to nothing',
-  holdsNothing: 'dropped: nothing overhangs there',
-  noRoom: 'dropped: no support fits below',
-  sealedVoid: 'dropped: they could not be taken out of a sealed void',
+/** What became of a point of the analysis, and why. */
+const dropped: Record<DroppedRecord['reason'], [what: string, why: string]> = {
+  merged: ['merged into others', 'Another point holds what they held.'],
+  holdsLittle: ['left out: little to hold', 'They held next to nothing.'],
+  holdsNothing: ['left out: nothing to hold', 'Nothing overhangs there.'],
+  noRoom: ['left out: no room', 'No support fits below them.'],
+  sealedVoid: ['left out: in a sealed void', 'Their supports could not be taken out.'],
 };
 
 /** Points of the analysis that were left out, one finding for each reason. */
 export function droppedFindings(points: readonly DroppedRecord[]): Finding[] {
-  return Object.entries(dropped).flatMap(([reason, what]): Finding[] => {
+  return Object.entries(dropped).flatMap(([reason, [what, why]]): Finding[] => {
     const places: PixelPlace[] = points.filter((point) => point.reason === reason);
     if (places.length === 0) return [];
-    const title = `${counted(places.length, 'point')} of the analysis left out`;
-    return [{ weight: 'note', title, detail: `They were ${what}.`, places }];
+    const title = `${counted(places.length, 'point')} ${what}`;
+    return [{ weight: 'note', title, detail: why, places }];
   });
 }

@@ -74,8 +74,8 @@ test('the list says why a point was added or stands for others', { skip }, async
     { layer: 4, column: 12, row: 5, kind: 'island', reason: 'noRoom' },
   ];
   const page = await open(t, judged({}, { reasons, dropped }));
-  await page.getByText('They were merged into another, which holds what they held.').waitFor();
-  await page.getByText('They were dropped: no support fits below.').waitFor();
+  await page.getByText('1 point merged into others').waitFor();
+  await page.getByText('1 point left out: no room').waitFor();
   await page.getByText('point left out', { exact: true }).waitFor();
   await page.getByRole('tab', { name: /^Points/ }).click();
   await page.getByText('Added, because nothing else held the island.').waitFor();

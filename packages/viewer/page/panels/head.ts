@@ -36,7 +36,7 @@ export function head(part: ViewedPart, toggleTheme: () => void, help: () => void
     element('ul', { class: 'figures' }, ...figures),
     element(
       'div',
-      { class: 'tools' },
+      { class: 'tools head-tools' },
       button(themeIcon(), 'Light or dark (t)', toggleTheme),
       button('?', 'Keys and what the shapes mean (?)', help),
     ),

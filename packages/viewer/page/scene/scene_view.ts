@@ -38,7 +38,9 @@ export class SceneView {
   private readonly toggles: [button: HTMLButtonElement, key: 'isCut' | 'isTinted' | 'hasPillars'][];
   private isPlanned = false;
   private flying = 0;
-  private asked = -1;
+  /** The layer whose slice lies on the cut; -1 for none. */
+  private cutLayer = -1;
+  private isFollowing = false;
 
   constructor(
     private readonly part: ViewedPart,
@@ -156,14 +158,15 @@ export class SceneView {
   private listen(): void {
     this.theme.listen(() => {
       this.applyPalette();
-      void this.paintCut();
+      this.cutLayer = -1;
+      void this.followLayer();
     });
     this.applyPalette();
     new ResizeObserver(() => this.resize()).observe(this.frame);
-    this.model.listen((state, before) => {
+    this.model.listen((state) => {
       for (const [made, key] of this.toggles) made.setAttribute('aria-pressed', String(state[key]));
       this.apply();
-      if (state.layer !== before.layer || state.isCut !== before.isCut) void this.paintCut();
+      void this.followLayer();
     });
     let start: [number, number] = [0, 0];
     this.canvas.addEventListener('pointerdown', ({ clientX, clientY }) => {
@@ -175,7 +178,7 @@ export class SceneView {
     });
     this.canvas.addEventListener('keydown', (event) => this.turn(event));
     this.apply();
-    void this.paintCut();
+    void this.followLayer();
   }
 
   private applyPalette(): void {
@@ -184,7 +187,8 @@ export class SceneView {
   }
 
   private apply(): void {
-    const { layer, point, place, isCut, isTinted, hasPillars } = this.model.state;
+    const { point, place, isCut, isTinted, hasPillars } = this.model.state;
+    const layer = this.cutLayer < 0 ? this.model.state.layer : this.cutLayer;
     this.scene.cut(isCut ? this.part.topOf(layer) : null);
     this.scene.setTinted(isTinted);
     this.scene.marks.showUpTo(isCut ? layer : this.part.layerCount, hasPillars);
@@ -203,17 +207,21 @@ export class SceneView {
     );
   }
 
-  private async paintCut(): Promise<void> {
-    const { layer, isCut } = this.model.state;
-    this.asked = layer;
-    if (!isCut) return;
-    const slice = await this.part.slice(layer).catch(() => null);
-    // The slice beside it comes first, and while the slider runs there are newer ones.
-    await new Promise(requestAnimationFrame);
-    if (slice === null || this.asked !== layer) return;
-    const islands = this.part.islandsOfLayer[this.part.keptLayer(layer)];
-    this.scene.cutFace.paint(slice, islands, this.theme.palette);
-    this.plan();
+  /** Brings the cut to the layer, one picture after the other: each is shown whole, with its own cut. */
+  private async followLayer(): Promise<void> {
+    if (this.isFollowing) return;
+    this.isFollowing = true;
+    while (this.model.state.isCut && this.cutLayer !== this.model.state.layer) {
+      const { layer } = this.model.state;
+      const slice = await this.part.slice(layer).catch(() => null);
+      // The slice beside it comes first.
+      await new Promise(requestAnimationFrame);
+      const islands = this.part.islandsOfLayer[this.part.keptLayer(layer)];
+      if (slice !== null) this.scene.cutFace.paint(slice, islands, this.theme.palette);
+      this.cutLayer = layer;
+      this.apply();
+    }
+    this.isFollowing = false;
   }
 
   private resize(): void {
