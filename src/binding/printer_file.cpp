@@ -74,7 +74,11 @@ class OpenJob : public Job {
     if (make.status() != napi_ok) return make.status();
     auto holder = std::make_unique<Shared>(file_);
     const auto free = [](napi_env, void* data, void*) { delete static_cast<Shared*>(data); };
-    if (make.check(napi_wrap(env, *value, holder.get(), free, nullptr, nullptr))) holder.release();
+    if (!make.check(napi_wrap(env, *value, holder.get(), free, nullptr, nullptr))) {
+      return make.status();
+    }
+    // The value's from here on.
+    static_cast<void>(holder.release());
     make.check(napi_type_tag_object(env, *value, &typeTag));
     return make.status();
   }

@@ -94,10 +94,11 @@ void requireNoGaps(const std::vector<Numbered>& series, const std::vector<std::s
     }
     if (next.number != last.number + 1) {
       const bool isOne = next.number == last.number + 2;
-      std::string missing = std::to_string(last.number + 1);
-      if (!isOne) missing.append(" to ").append(std::to_string(next.number - 1));
-      throw FileError("the layers of " + home + " have a gap: " + (isOne ? "number " : "numbers ") +
-                          missing + (isOne ? " is" : " are") + " missing before " +
+      std::string gap = isOne ? "number " : "numbers ";
+      gap.append(std::to_string(last.number + 1));
+      if (!isOne) gap.append(" to ").append(std::to_string(next.number - 1));
+      gap.append(isOne ? " is" : " are");
+      throw FileError("the layers of " + home + " have a gap: " + gap + " missing before " +
                           inQuotes(names[next.position]),
                       "Export the print again; layers can't be left out");
     }
