@@ -2,6 +2,7 @@ import { basename, extname } from 'node:path';
 import { Command, CommanderError, InvalidArgumentError, Option } from 'commander';
 import type { SupportSettings } from 'stiltforge/slicing';
 import { analyseMesh, type RegionToInspect } from './analyse_mesh.js';
+import { completionCommand } from './completion/command.js';
 import { doctorCommand } from './doctor/command.js';
 import { codeOf, ExitCode, Interrupted, messageOf, UserError } from './errors.js';
 import { untilInterrupted } from './interrupting.js';
@@ -121,7 +122,13 @@ function buildCommand(run: (meshFile: string, options: Options) => Promise<void>
     .helpCommand(false)
     .hook('preAction', (_, called) => applyPresets(called))
     .action(run);
-  for (const other of [orientCommand(), paramsCommand(), presetsCommand(), doctorCommand()]) {
+  for (const other of [
+    orientCommand(),
+    paramsCommand(),
+    presetsCommand(),
+    doctorCommand(),
+    completionCommand(),
+  ]) {
     command.addCommand(other.copyInheritedSettings(command));
   }
   return command;
