@@ -1,41 +1,26 @@
-import { basename } from 'node:path';
-import { Analysis, type AnalysisParameters } from 'stiltforge/analysis';
-import type { Triangles } from 'stiltforge/slicing';
-import {
-  analysisParameters,
-  createSlicer,
-  defaultSupport,
-  type PrintSettings,
-  type Slicer,
-  type SupportSettings,
-} from 'stiltforge/slicing';
-import { codeOf, ExitCode, Interrupted, messageOf, UserError } from './errors.js';
-import {
-  analysedPart,
-  finishedPart,
-  type HeldPart,
-  isAdded,
-  type SlicePoint,
-} from './held_part.js';
-import { isLackOfMemory, outOfMemory, requireMemory } from './memory.js';
-import { pointsCsv, type SupportsDocument, supportsJson } from './output/documents.js';
+import type { Analysis, SliceResult } from 'stiltforge/analysis';
+import type { Slicer } from 'stiltforge/slicing';
+import { ExitCode, Interrupted, UserError } from './errors.js';
+import type { HeldPart, SlicePoint } from './held_part.js';
+import { isLackOfMemory, outOfMemory } from './memory.js';
+import { pointsCsv, supportsJson } from './output/documents.js';
 import { defaultFormats, formatFiles, type OutputFormat } from './output/formats.js';
 import { OutputFolder } from './output/output_folder.js';
-import { Records } from './output/records.js';
 import { reportName } from './output/report_name.js';
 import { pictureNames } from './picture_names.js';
+import {
+  analysePart,
+  type PartJob,
+  type PreparedPart,
+  preparePart,
+  type SupportedPart,
+} from './place_supports.js';
 import { markOf } from './point_marks.js';
 import type { Progress } from './progress.js';
 import { type RegionPoint, regionPictures } from './region_pictures.js';
-import { checkSettings } from './setting_ranges.js';
 import type { Summary } from './summary.js';
-import { Tally } from './tally.js';
-import { version } from './version.js';
-import { meshWarnings } from './warnings.js';
+import type { Tally } from './tally.js';
 import { counted } from './wording.js';
-
-/** Pixels left free around the model, so that its contour is one on all sides. */
-const margin = 2;
 
 const inspectFolder = 'inspect';
 
@@ -45,18 +30,7 @@ export interface RegionToInspect {
   region: number;
 }
 
-export interface Job {
-  /** What the outputs and errors call the model: its file. */
-  name: string;
-  mesh: Triangles;
-  /** Sentences about its file, to be passed on with those about the mesh itself. */
-  meshWarnings?: readonly string[];
-  print: PrintSettings;
-  support: SupportSettings;
-  /** Parameters in place of those that follow from the settings. */
-  parameters?: Partial<AnalysisParameters>;
-  /** Leave the points as the analysis places them. */
-  asAnalysed?: boolean;
+export interface Job extends PartJob {
   /** Folder for the outputs; made when missing. */
   folder: string;
   /** Overwrite files that stand in the way and were not written by an earlier run. */
@@ -67,8 +41,6 @@ export interface Job {
   /** A page with the part, its slices and its points; none unless set. */
   report?: boolean;
   inspect: readonly RegionToInspect[];
-  /** Bytes that the run may take; what the machine has unless set. */
-  memory?: number;
 }
 
 export interface JobWatcher {
@@ -83,12 +55,8 @@ export interface JobWatcher {
  */
 export async function analyseMesh(job: Job, watcher: JobWatcher): Promise<Summary> {
   const started = performance.now();
-  checkSettings(job.print, job.support);
-  const slicer = makeSlicer(job);
-  requireLayers(job, slicer.layerCount);
-  const derived = analysisParameters(job.print, job.support, slicer);
-  const parameters = { ...derived, ...job.parameters };
-  requirePossible(parameters, slicer.report.triangles, job);
+  const prepared = preparePart(job, job);
+  requireLayers(job, prepared.slicer.layerCount);
   const folder = OutputFolder.open(job.folder, {
     expected: expectedFiles(job),
     force: job.force ?? false,
@@ -96,7 +64,7 @@ export async function analyseMesh(job: Job, watcher: JobWatcher): Promise<Summar
   const discard = (): void => folder.discard();
   process.once('exit', discard);
   try {
-    const summary = await writeOutputs(job, watcher, slicer, parameters, folder);
+    const summary = await writeOutputs(job, watcher, prepared, folder);
     // What was inspected stays: it was asked for one by one.
     folder.commit((name) => name.startsWith(`${inspectFolder}/`));
     const seconds = (performance.now() - started) / 1000;
@@ -107,20 +75,6 @@ export async function analyseMesh(job: Job, watcher: JobWatcher): Promise<Summar
   } finally {
     folder.discard();
     process.off('exit', discard);
-  }
-}
-
-function makeSlicer({ name, mesh, print, support }: Job): Slicer {
-  try {
-    return createSlicer({
-      positions: mesh,
-      ...print,
-      margin,
-      criticalAngle: support.criticalAngle,
-      inset: support.inset,
-    });
-  } catch (error) {
-    throw new UserError(ExitCode.mesh, `${name}: ${messageOf(error)}`, { cause: error });
   }
 }
 
@@ -137,18 +91,6 @@ function inspectName({ layer, region }: RegionToInspect): string {
   return `${inspectFolder}/layer_${String(layer).padStart(5, '0')}_region_${region}`;
 }
 
-/** Parameters that can't work together, and a run that is too large, are told at once, too. */
-function requirePossible(parameters: AnalysisParameters, triangles: number, job: Job): void {
-  try {
-    const { minimumHeight = defaultSupport.minimumHeight } = job.support;
-    const layersBelow = minimumHeight / job.print.layerHeight;
-    requireMemory(parameters, triangles, { ...job, layersBelow }, job.memory);
-  } catch (error) {
-    if (codeOf(error) !== 'ERR_STILTFORGE_PARAMETER') throw error;
-    throw new UserError(ExitCode.usage, messageOf(error), { cause: error });
-  }
-}
-
 /** A wrong layer is told at once, not when the whole model is analysed. */
 function requireLayers({ name, inspect }: Job, layers: number): void {
   for (const { layer, region } of inspect) {
@@ -163,84 +105,41 @@ function requireLayers({ name, inspect }: Job, layers: number): void {
 async function writeOutputs(
   job: Job,
   { progress, signal, warn }: JobWatcher,
-  slicer: Slicer,
-  parameters: AnalysisParameters,
+  prepared: PreparedPart,
   folder: OutputFolder,
 ): Promise<Omit<Summary, 'seconds' | 'peakMemory'>> {
-  const { print, support } = job;
   // Loaded while the first layers are analysed.
   const pictures = job.pictures ? import('./run_pictures.js') : undefined;
   pictures?.catch(() => {});
-  let warnings: string[] = [];
+  let warnings: readonly string[] = [];
   try {
+    const { slicer } = prepared;
     progress.start(slicer.layerCount, job.pictures ? drawingSeconds(slicer) : 0);
     const begin = performance.now();
-    const { tally, part, materialPixels, owedPixels } = await analysed(
-      job,
-      progress,
+    const corners: Corners = new Map();
+    const supported = await analysePart(prepared, {
       signal,
-      slicer,
-      parameters,
-      folder,
-    );
+      layers: (done) => progress.layers(done),
+      layer: (result, index) => noteCorners(job.inspect, result, index, corners),
+      finished: async (analysis, part, tally) => {
+        requireRegions(job, tally);
+        for (const region of job.inspect) {
+          await writeRegion(region, analysis, pointsOf(region, part, corners), folder);
+        }
+      },
+    });
     const analysisSeconds = (performance.now() - begin) / 1000;
-    const sliceVolume = materialPixels * print.pixelSize ** 2 * print.layerHeight;
-    const { report } = slicer;
-    const { minimumHeight = defaultSupport.minimumHeight } = support;
-    warnings = [
-      ...(job.meshWarnings ?? []),
-      ...meshWarnings({
-        ...{ report, sliceVolume, layers: tally.layers, part },
-        ...{ layerHeight: print.layerHeight, minimumHeight },
-      }),
-    ];
-
-    const records = new Records(print, slicer);
-    const supports = records.supports(part);
-    const { bounds, ...mesh } = report;
-    const document: SupportsDocument = {
-      generator: `stiltforge ${version}`,
-      model: { file: basename(job.name), ...bounds, mesh, sliceVolume, warnings },
-      print: {
-        ...print,
-        layers: slicer.layerCount,
-        crop: {
-          column: slicer.cropX,
-          row: slicer.cropY,
-          width: slicer.width,
-          height: slicer.height,
-        },
-      },
-      settings: {
-        ...{ ...support, minimumHeight, minimumSpacing: part.spacing },
-        asAnalysed: job.asAnalysed ?? false,
-      },
-      parameters,
-      summary: {
-        layers: slicer.layerCount,
-        regions: tally.regions,
-        islands: part.verdict.islands.length,
-        heldIslands: part.verdict.islands.filter(({ heldBy }) => heldBy !== null).length,
-        supports: supports.length,
-        merged: supports.filter(({ reason }) => reason === 'merged').length,
-        added: supports.filter(isAdded).length,
-        dropped: part.dropped.length,
-      },
-      verdict: records.verdict(part.verdict),
-      islands: records.islands(part.verdict),
-      supports,
-      dropped: records.dropped(part),
-    };
-    await writePoints(job, document, folder, signal);
+    const { document } = supported;
+    warnings = document.model.warnings;
+    await writePoints(job, supported, folder, signal);
     if (job.report) {
       const { reportPage } = await import('./output/report.js');
-      const reported = { document, part, mesh: job.mesh, slicer, owedPixels };
-      await folder.write(reportName, await reportPage(reported, progress.report, signal));
+      await folder.write(reportName, await reportPage(supported, progress.report, signal));
     }
     if (pictures !== undefined) {
       progress.pictures(0);
       const { drawPictures } = await pictures;
-      const drawn = { ...job, slicer, parameters, tally, part, document };
+      const drawn = { ...job, ...supported };
       for (const { name, png } of await drawPictures(drawn, progress.pictures, signal)) {
         await folder.write(name, png);
       }
@@ -259,93 +158,23 @@ async function writeOutputs(
 }
 
 async function writePoints(
-  { mesh, formats = defaultFormats }: Job,
-  document: SupportsDocument,
+  { formats = defaultFormats }: Job,
+  part: SupportedPart,
   folder: OutputFolder,
   signal: AbortSignal,
 ): Promise<void> {
-  const { model, print, supports } = document;
+  const { document } = part;
   if (formats.includes('json')) await folder.write(formatFiles.json, supportsJson(document));
-  if (formats.includes('csv')) await folder.write(formatFiles.csv, pointsCsv(supports));
+  if (formats.includes('csv')) await folder.write(formatFiles.csv, pointsCsv(document.supports));
   if (formats.includes('3mf')) {
     const { threeMfProject } = await import('./output/three_mf.js');
-    const part = { name: model.file, mesh, print, min: model.min, max: model.max, supports };
     await folder.write(formatFiles['3mf'], threeMfProject(part, signal));
-  }
-}
-
-interface Analysed {
-  tally: Tally;
-  part: HeldPart;
-  materialPixels: number;
-  /** By layer. */
-  owedPixels: Float64Array;
-}
-
-/** Analyses all layers, finishes the points and draws the regions that are to be inspected. */
-async function analysed(
-  job: Job,
-  progress: Progress,
-  signal: AbortSignal,
-  slicer: Slicer,
-  parameters: AnalysisParameters,
-  folder: OutputFolder,
-): Promise<Analysed> {
-  const tally = new Tally();
-  let materialPixels = 0;
-  const corners: Corners = new Map();
-  const { print, support } = job;
-  const { pixelSize, layerHeight } = print;
-  const { criticalAngle, minimumHeight, supportArea } = support;
-  const survey = { pixelSize, layerHeight, criticalAngle, minimumHeight, supportArea };
-  const analysis = Analysis.create(parameters, { survey });
-  try {
-    for await (const result of analysis.run(slicer, { signal })) {
-      materialPixels += result.layer.pixelCount;
-      for (const region of job.inspect) {
-        if (region.layer !== tally.layers.length) continue;
-        const group = result.layer.groups[region.region - 1];
-        corners.set(region, { column: group?.xMin ?? 0, row: group?.yMin ?? 0 });
-      }
-      tally.add(result);
-      progress.layers(tally.layers.length);
-    }
-    if (materialPixels === 0) throw emptySlices(job, slicer);
-    requireRegions(job, tally);
-    const part = await (job.asAnalysed ? analysedPart : finishedPart)(analysis, print, support);
-    signal.throwIfAborted();
-    for (const region of job.inspect) {
-      const points = pointsOf(region, part, corners);
-      await writeRegion(region, analysis, points, folder);
-    }
-    return { tally, part, materialPixels, owedPixels: await analysis.owedPixels() };
-  } finally {
-    await analysis.close();
   }
 }
 
 /** About what the pictures take: they grow with the mesh and with the pixels of a slice. */
 function drawingSeconds({ report, width, height }: Slicer): number {
   return 0.8 + 1.5e-6 * report.triangles + 1e-7 * width * height;
-}
-
-/** The slices show nothing, which is either the pixels' fault or the mesh's. */
-function emptySlices({ name, print }: Job, { report }: Slicer): UserError {
-  const { min, max } = report.bounds;
-  const [width, depth] = [max[0] - min[0], max[1] - min[1]];
-  const size = `${width.toPrecision(3)} x ${depth.toPrecision(3)} mm`;
-  const { pixelSize } = print;
-  return Math.min(width, depth) < 2 * pixelSize
-    ? new UserError(
-        ExitCode.usage,
-        `--pixel-size ${pixelSize}: the slices are empty, since ${name}, ${size} seen from above, ` +
-          'falls between the centres of the pixels. Choose smaller pixels.',
-      )
-    : new UserError(
-        ExitCode.mesh,
-        `${name}: the slices are empty: its surfaces enclose no volume, or less than a pixel of ` +
-          `${pixelSize} mm shows. Repair the mesh, or choose smaller pixels.`,
-      );
 }
 
 /** What regions a layer has is known when it is analysed. */
@@ -363,6 +192,19 @@ function requireRegions({ name, inspect }: Job, { layers }: Tally): void {
 
 /** Of the regions that are inspected: the first column and row of their boxes. */
 type Corners = Map<RegionToInspect, { column: number; row: number }>;
+
+function noteCorners(
+  inspected: readonly RegionToInspect[],
+  { layer: { groups } }: SliceResult,
+  index: number,
+  corners: Corners,
+): void {
+  for (const region of inspected) {
+    if (region.layer !== index) continue;
+    const group = groups[region.region - 1];
+    corners.set(region, { column: group?.xMin ?? 0, row: group?.yMin ?? 0 });
+  }
+}
 
 function pointsOf(inspected: RegionToInspect, part: HeldPart, corners: Corners): RegionPoint[] {
   const { column: left = 0, row: top = 0 } = corners.get(inspected) ?? {};

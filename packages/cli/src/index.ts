@@ -9,7 +9,12 @@ export {
   type PrintSettings,
   type SupportSettings,
 } from 'stiltforge/slicing';
-export { analyseMesh, type Job, type JobWatcher, type RegionToInspect } from './analyse_mesh.js';
+export {
+  analyseMesh,
+  type Job,
+  type JobWatcher,
+  type RegionToInspect,
+} from './analyse_mesh.js';
 export { ExitCode, Interrupted, UserError } from './errors.js';
 export { loadMesh } from './mesh/load.js';
 export type {
@@ -21,6 +26,19 @@ export type {
   SupportsDocument,
   VerdictRecord,
 } from './output/documents.js';
+export { pointsCsv, supportsJson } from './output/documents.js';
+export { type ReportedPart, reportPage } from './output/report.js';
+export { type ProjectPart, threeMfProject } from './output/three_mf.js';
+export {
+  type PartJob,
+  type PlaceOptions,
+  placeSupports,
+  type SupportedPart,
+} from './place_supports.js';
 export { noProgress, type Progress } from './progress.js';
-export { type RegionPictures, type RegionPoint, regionPictures } from './region_pictures.js';
+export {
+  type RegionPictures,
+  type RegionPoint,
+  regionPictures,
+} from './region_pictures.js';
 export type { Summary } from './summary.js';

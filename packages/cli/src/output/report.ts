@@ -1,19 +1,16 @@
 import { readFile } from 'node:fs/promises';
 import { createRequire } from 'node:module';
-import type { Slicer, Triangles } from 'stiltforge/slicing';
 import { type PartSource, packPart, reportHtml } from 'stiltforge-viewer';
 import type { HeldPart } from '../held_part.js';
 import { pillarFeet } from '../pictures/pillars.js';
+import type { SupportedPart } from '../place_supports.js';
 import type { SupportsDocument } from './documents.js';
 
-export interface ReportedPart {
-  document: SupportsDocument;
-  part: HeldPart;
-  mesh: Triangles;
-  slicer: Slicer;
-  /** What nothing held of each layer before its points, pixels. */
-  owedPixels: Float64Array;
-}
+/** What a page shows of a part. */
+export type ReportedPart = Pick<
+  SupportedPart,
+  'document' | 'part' | 'mesh' | 'slicer' | 'owedPixels'
+>;
 
 /**
  * A page with all that there is to see of a part, in one file. The same part gives the same page.
@@ -21,8 +18,8 @@ export interface ReportedPart {
  */
 export async function reportPage(
   { document, part, mesh, slicer, owedPixels }: ReportedPart,
-  progress: (share: number) => void,
-  signal: AbortSignal,
+  progress?: (share: number) => void,
+  signal?: AbortSignal,
 ): Promise<string> {
   const places = Float32Array.from(document.supports.flatMap(({ x, y, z }) => [x, y, z]));
   const source: PartSource = {
@@ -46,7 +43,10 @@ function strengthOf(
     const factor = kind === 'island' ? parameters.islandStrengthSupport : 1;
     given[layer] += factor * settings.supportArea;
   }
-  return { owed: Array.from(owedPixels, (pixels) => pixels * print.pixelSize ** 2), given };
+  return {
+    owed: Array.from(owedPixels, (pixels) => pixels * print.pixelSize ** 2),
+    given,
+  };
 }
 
 /** The document with what the page tells beside it. */

@@ -1,20 +1,11 @@
 import { setImmediate } from 'node:timers/promises';
 import { strToU8, Zip, ZipDeflate, ZipPassThrough } from 'fflate';
-import type { PrintSettings, Triangles } from 'stiltforge/slicing';
 import { ExitCode, UserError } from '../errors.js';
-import type { SupportRecord } from './documents.js';
+import type { SupportedPart } from '../place_supports.js';
 import { indexedMesh } from './indexed_mesh.js';
 
-export interface ProjectPart {
-  /** What slicers call the object. */
-  name: string;
-  mesh: Triangles;
-  print: PrintSettings;
-  /** Corners of the mesh's box, mm. */
-  min: readonly number[];
-  max: readonly number[];
-  supports: readonly SupportRecord[];
-}
+/** What a project tells of a part. */
+export type ProjectPart = Pick<SupportedPart, 'document' | 'mesh'>;
 
 /** mm: half of what a tip's front is wide unless the slicer's user changes it. */
 const tipRadius = 0.2;
@@ -58,11 +49,11 @@ export async function* threeMfProject(
   for (const text of modelText(part)) {
     const data = strToU8(text);
     bytes += data.length;
-    if (bytes > mostBytes) throw tooLarge(part.name);
+    if (bytes > mostBytes) throw tooLarge(part.document.model.file);
     model.push(data);
-    yield* archive.written();
     await setImmediate();
     signal?.throwIfAborted();
+    yield* archive.written();
   }
   model.push(new Uint8Array(), true);
   archive.end();
@@ -72,7 +63,7 @@ export async function* threeMfProject(
 /** A line for each object: five numbers a point, the last 1 for one under an island. */
 function supportPoints(part: ProjectPart): string {
   const centre = centreOf(part);
-  const points = part.supports.map(({ x, y, z, kind }) => {
+  const points = part.document.supports.map(({ x, y, z, kind }) => {
     const place = [x, y, z].map((value, axis) => shortest(value - centre[axis]));
     return `${place.join(' ')} ${tipRadius} ${kind === 'island' ? '1.0' : '0.0'}`;
   });
@@ -80,18 +71,19 @@ function supportPoints(part: ProjectPart): string {
   return `support_points_format_version=1\n${objects}`;
 }
 
-function centreOf({ min, max }: ProjectPart): number[] {
+function centreOf({ document }: ProjectPart): number[] {
+  const { min, max } = document.model;
   return min.map((value, axis) => (value + max[axis]) / 2);
 }
 
 function* modelText(part: ProjectPart): Generator<string> {
-  const { print } = part;
+  const { print, model } = part.document;
   const centre = centreOf(part);
   const { vertices, triangles } = indexedMesh(part.mesh);
   yield `<?xml version="1.0" encoding="UTF-8"?>
 <model unit="millimeter" xml:lang="en-US" xmlns="http://schemas.microsoft.com/3dmanufacturing/core/2015/02">
  <resources>
-  <object id="1" name="${escaped(part.name)}" type="model">
+  <object id="1" name="${escaped(model.file)}" type="model">
    <mesh>
     <vertices>
 `;
@@ -107,7 +99,7 @@ function* modelText(part: ProjectPart): Generator<string> {
   const place = [
     (print.screenWidth * print.pixelSize) / 2,
     (print.screenHeight * print.pixelSize) / 2,
-    centre[2] - part.min[2],
+    centre[2] - model.min[2],
   ];
   yield `    </triangles>
    </mesh>
@@ -133,7 +125,12 @@ function shortest(value: number): string {
   return String(Number(value.toPrecision(9)) + 0);
 }
 
-const entities: Record<string, string> = { '&': '&amp;', '<': '&lt;', '>': '&gt;', '"': '&quot;' };
+const entities: Record<string, string> = {
+  '&': '&amp;',
+  '<': '&lt;',
+  '>': '&gt;',
+  '"': '&quot;',
+};
 
 function escaped(text: string): string {
   return text
