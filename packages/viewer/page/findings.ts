@@ -25,7 +25,7 @@ export interface Finding {
 export function findingsOf(part: ViewedPart): Finding[] {
   const { model, verdict, dropped = [] } = part.document.part;
   const found = [
-    ...(model.warnings ?? []).map(meshFinding),
+    ...(model.warnings ?? []).map(warningFinding),
     ...(verdict === undefined ? islandFindings(part) : verdictFindings(part, verdict)),
     ...droppedFindings(dropped),
     ...telling(part),
@@ -38,10 +38,10 @@ export function findingsOf(part: ViewedPart): Finding[] {
   );
 }
 
-function meshFinding(sentence: string): Finding {
+function warningFinding(sentence: string): Finding {
   const [layer] = /(?<=\blayer )\d+/.exec(sentence) ?? [];
   const places = layer === undefined ? [] : [{ layer: Number(layer) }];
-  return { weight: 'warning', title: 'The mesh', detail: sentence, places };
+  return { weight: 'warning', title: 'Warning', detail: sentence, places };
 }
 
 /** One finding for islands that have no point of their own for the same cause. */

@@ -101,7 +101,10 @@ export interface PartDocument {
   };
   settings?: object;
   parameters?: object;
-  summary?: object;
+  summary?: {
+    /** Regions above the first layer that rest on nothing, as the program counts them. */
+    islands?: number;
+  };
   supports: readonly PointRecord[];
   dropped?: readonly DroppedRecord[];
   verdict?: VerdictRecord;

@@ -29,8 +29,10 @@ const open = async (t, source) => (await openPage(t, await reportOf(source))).pa
 
 test('a part whose points hold everything says so', { skip }, async (t) => {
   const page = await open(t, judged({}));
-  await page.getByText('Everything is held').waitFor();
+  await page.getByText('All islands are held').waitFor();
   await page.getByText('100.0 % of the overhang within reach').waitFor();
+  await page.getByRole('tab', { name: 'Settings' }).click();
+  await page.getByText('forces, the resin, and whether a pillar finds its way').waitFor();
 });
 
 test('an island that nothing holds is a fault, with its place', { skip }, async (t) => {

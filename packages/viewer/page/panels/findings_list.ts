@@ -4,7 +4,7 @@ import type { ViewModel } from '../view_state.js';
 import { weightIcon } from './mark_icon.js';
 
 /** Places of a finding that are shown; more would bury the other findings. */
-const mostPlaces = 24;
+const mostPlaces = 12;
 
 /** The findings; a press on a place goes there. */
 export function findingsList(

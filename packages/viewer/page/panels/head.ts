@@ -8,7 +8,7 @@ import { markIcon, weightIcon } from './mark_icon.js';
 
 /** The first line: which part it is, and the figures that people ask for. */
 export function head(part: ViewedPart, toggleTheme: () => void, help: () => void): HTMLElement {
-  const { model, generator, verdict } = part.document.part;
+  const { model, generator, verdict, summary } = part.document.part;
   const ofKind = (kind: string): number => part.points.filter((one) => one.kind === kind).length;
   const added = part.points.filter((one) => markOf(one) === 'added').length;
   const { layers, islands } = part.document;
@@ -18,7 +18,7 @@ export function head(part: ViewedPart, toggleTheme: () => void, help: () => void
     figure('under islands', countText(ofKind('island')), markIcon('island')),
     figure('under overhangs', countText(ofKind('overhang')), markIcon('overhang')),
     ...(part.hasAddedPoints ? [figure('of them added', countText(added), markIcon('added'))] : []),
-    figure('Islands', countText(islands.length)),
+    figure('Islands', countText(summary?.islands ?? islands.length)),
     figure('Overhang', area(overhang)),
     figure('Layers', countText(part.layerCount)),
     ...(model.sliceVolume === undefined ? [] : [figure('Material', volume(model.sliceVolume))]),
@@ -43,7 +43,7 @@ export function head(part: ViewedPart, toggleTheme: () => void, help: () => void
   );
 }
 
-/** Whether it holds, in two words. */
+/** What the judge says, in a few words. */
 function verdictMark({ islands, overhang }: VerdictRecord): HTMLElement {
   const unheld = islands.filter(({ pixels }) => pixels > 1).length;
   const within =
@@ -53,7 +53,7 @@ function verdictMark({ islands, overhang }: VerdictRecord): HTMLElement {
       ? ['fault', counted(unheld, 'island unheld', 'islands unheld')]
       : overhang.beyondFar > 0
         ? ['warning', 'Gaps between points']
-        : ['good', 'Everything is held'];
+        : ['good', 'All islands are held'];
   return element(
     'p',
     { class: `verdict ${weight}` },

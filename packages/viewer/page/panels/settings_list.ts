@@ -1,3 +1,4 @@
+import type { VerdictRecord } from '../../src/document.js';
 import { element } from '../dom.js';
 import type { ViewedPart } from '../part.js';
 import { countText, millimetres } from '../words.js';
@@ -24,23 +25,36 @@ export function settingsList(part: ViewedPart): HTMLElement {
     { class: 'settings' },
     group('Print', printRows),
     group('Supports', Object.entries(settings).map(settingRow)),
+    ...(document.part.verdict === undefined ? [] : [judged(document.part.verdict)]),
     group('This report', [['Made by', generator], ...leftOut(part)]),
     element(
       'details',
       {},
       element('summary', { text: 'Parameters of the analysis' }),
       table(
-        Object.entries(parameters).map(([name, value]): Row => [name, valueText(value)]),
+        Object.entries(parameters).map(([name, value]): Row => [name, valueText(value, 6)]),
         'parameters',
       ),
     ),
   );
 }
 
+/** What the verdict goes by, and what it does not know. */
+function judged({ nearReach, farReach }: VerdictRecord): HTMLElement {
+  return group('What the points hold', [
+    ['Overhang held well within', `${nearReach} mm of a point`],
+    ['Overhang held at all within', `${farReach} mm of a point`],
+    ['Not judged', 'forces, the resin, and whether a pillar finds its way'],
+  ]);
+}
+
 const known: Record<string, [name: string, unit: string]> = {
   criticalAngle: ['Critical angle', '°'],
   inset: ['Inset from the contour', ' mm'],
   supportArea: ['Area that a support holds', ' mm²'],
+  minimumHeight: ['Room that a support needs', ' mm'],
+  minimumSpacing: ['Between points, at least', ' mm'],
+  asAnalysed: ['Points as analysed, not finished', ''],
 };
 
 function settingRow([key, value]: [string, unknown]): Row {
@@ -48,8 +62,9 @@ function settingRow([key, value]: [string, unknown]): Row {
   return [name, `${valueText(value)}${unit}`];
 }
 
-function valueText(value: unknown): string {
-  return typeof value === 'number' ? String(Number(value.toPrecision(6))) : String(value);
+function valueText(value: unknown, digits = 4): string {
+  if (typeof value === 'boolean') return value ? 'yes' : 'no';
+  return typeof value === 'number' ? String(Number(value.toPrecision(digits))) : String(value);
 }
 
 /** A word about what is not shown as it is. */
