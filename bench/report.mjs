@@ -204,7 +204,7 @@ function memoryRows({ many, perPixel, perPixelOfBunny, perPixelBuffers }) {
   ];
 }
 
-function fileRows(times) {
+function fileRows(times, run) {
   const screens = ['2k', '4k', '12k'];
   const processor = (name) => {
     const { processor: value } = times.get(name);
@@ -235,6 +235,13 @@ function fileRows(times) {
     ),
     perSecond('GOO at 12k: decoding on 1 thread', 'goo-decode/12k'),
     perSecond('GOO at 12k: decoding and analysing', 'goo-analyse/12k'),
+    {
+      what: 'stiltforge bunny.sl1 --no-pictures, 1,200 layers of 2560 x 1440',
+      value: run.seconds,
+      unit: ' s',
+      bound: atMost(2),
+      from: `whole process; peak memory ${mib(run.peak)}`,
+    },
   ];
 }
 
@@ -322,7 +329,7 @@ export function rowsOf({ native, sizes, models, memory, files, orient, command }
     if (models) rows.push(...modelRows(times, plainLayers, models));
   }
   if (memory) rows.push(...memoryRows(memory));
-  if (files) rows.push(...fileRows(timesOf(files)));
+  if (files) rows.push(...fileRows(timesOf(files.times), files.run));
   if (orient) rows.push(orientRow(orient));
   if (command) rows.push(...commandRows(command));
   return rows;

@@ -118,7 +118,8 @@ void run(int argc, char** argv) {
   benchmark::Initialize(&argc, argv);
   constexpr std::string_view writing = "--write-sl1=";
   if (argc == 3 && std::string_view(argv[2]).starts_with(writing)) {
-    writeSl1(readSoup(argv[1]), screen2k, argv[2] + writing.size());
+    constexpr ScreenSize screen{"2k", 2560, 1440};
+    writeSl1(readSoup(argv[1]), screen, argv[2] + writing.size());
     return;
   }
   if (argc != 2) {

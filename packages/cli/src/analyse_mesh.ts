@@ -22,12 +22,18 @@ import type { Summary } from './summary.js';
 import type { Tally } from './tally.js';
 import { counted } from './wording.js';
 
-const inspectFolder = 'inspect';
+export const inspectFolder = 'inspect';
 
 export interface RegionToInspect {
   layer: number;
   /** From 1. */
   region: number;
+}
+
+/** Regions that a job is to show. */
+export interface Inspected {
+  name: string;
+  inspect: readonly RegionToInspect[];
 }
 
 export interface Job extends PartJob {
@@ -87,12 +93,12 @@ function expectedFiles({ formats = defaultFormats, pictures, report, inspect }: 
   ];
 }
 
-function inspectName({ layer, region }: RegionToInspect): string {
+export function inspectName({ layer, region }: RegionToInspect): string {
   return `${inspectFolder}/layer_${String(layer).padStart(5, '0')}_region_${region}`;
 }
 
 /** A wrong layer is told at once, not when the whole model is analysed. */
-function requireLayers({ name, inspect }: Job, layers: number): void {
+export function requireLayers({ name, inspect }: Inspected, layers: number): void {
   for (const { layer, region } of inspect) {
     if (layer < layers) continue;
     throw new UserError(
@@ -178,7 +184,7 @@ function drawingSeconds({ report, width, height }: Slicer): number {
 }
 
 /** What regions a layer has is known when it is analysed. */
-function requireRegions({ name, inspect }: Job, { layers }: Tally): void {
+export function requireRegions({ name, inspect }: Inspected, { layers }: Tally): void {
   for (const { layer, region } of inspect) {
     const { regions } = layers[layer];
     if (region <= regions) continue;
@@ -191,9 +197,9 @@ function requireRegions({ name, inspect }: Job, { layers }: Tally): void {
 }
 
 /** Of the regions that are inspected: the first column and row of their boxes. */
-type Corners = Map<RegionToInspect, { column: number; row: number }>;
+export type Corners = Map<RegionToInspect, { column: number; row: number }>;
 
-function noteCorners(
+export function noteCorners(
   inspected: readonly RegionToInspect[],
   { layer: { groups } }: SliceResult,
   index: number,
@@ -206,7 +212,11 @@ function noteCorners(
   }
 }
 
-function pointsOf(inspected: RegionToInspect, part: HeldPart, corners: Corners): RegionPoint[] {
+export function pointsOf(
+  inspected: RegionToInspect,
+  part: HeldPart,
+  corners: Corners,
+): RegionPoint[] {
   const { column: left = 0, row: top = 0 } = corners.get(inspected) ?? {};
   const isThere = ({ layer, region }: SlicePoint): boolean =>
     layer === inspected.layer && region?.region === inspected.region;
@@ -219,7 +229,7 @@ function pointsOf(inspected: RegionToInspect, part: HeldPart, corners: Corners):
   ];
 }
 
-async function writeRegion(
+export async function writeRegion(
   region: RegionToInspect,
   analysis: Analysis,
   points: readonly RegionPoint[],

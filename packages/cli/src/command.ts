@@ -1,7 +1,8 @@
 import { basename, extname } from 'node:path';
 import { Command, CommanderError, InvalidArgumentError, Option } from 'commander';
-import type { SupportSettings } from 'stiltforge/slicing';
-import { analyseMesh, type RegionToInspect } from './analyse_mesh.js';
+import { isPrinterFile, type SupportSettings } from 'stiltforge/slicing';
+import { analyseMesh, type Job, type JobWatcher, type RegionToInspect } from './analyse_mesh.js';
+import { analysePrint } from './analyse_print.js';
 import { completionCommand } from './completion/command.js';
 import { doctorCommand } from './doctor/command.js';
 import { codeOf, ExitCode, Interrupted, messageOf, UserError } from './errors.js';
@@ -26,14 +27,21 @@ import {
 import { placedMesh } from './placement.js';
 import { presetsCommand } from './presets/command.js';
 import { applyPresets } from './presets/option.js';
+import {
+  addPrintOptions,
+  type PrintOptions,
+  printJob,
+  requireNoPrintOptions,
+} from './print_options.js';
 import { noProgress, type Progress, progressLines } from './progress.js';
 import { checkSettings } from './setting_ranges.js';
-import { summaryText } from './summary.js';
+import { type Summary, summaryText } from './summary.js';
 import { version } from './version.js';
 
 interface Options
   extends PartOptions,
     PrinterOptions,
+    PrintOptions,
     SupportSettings,
     FinishOptions,
     ParameterOptions {
@@ -59,14 +67,15 @@ sheet, or one of those that "stiltforge presets" lists.
 
 Lengths are in millimetres, plain numbers like 0.05. The part keeps its own
 coordinates: supports.json and points.csv give them, next to pixels of the
-screen, in whose middle it stands. A region is a connected piece of a layer;
+screen, in whose middle it stands. Of a printer file they are those of the
+plate, from its left front corner. A region is a connected piece of a layer;
 supports.json gives layer and region of every point.
 
 Exit codes:
   0    done
   1    something unexpected failed; please report it
   2    the command line is wrong
-  3    the mesh can't be used
+  3    the mesh or the printer file can't be used
   4    the outputs can't be written
   5    there is not enough memory
   130  interrupted; nothing was written
@@ -77,19 +86,25 @@ Examples:
   stiltforge statue.obj --up y --height 80 --out statue-supports
   stiltforge part.stl --screen 4098x2560 --pixel-size 0.035 --format 3mf`;
 
-function buildCommand(run: (meshFile: string, options: Options) => Promise<void>): Command {
+function buildCommand(
+  run: (file: string, options: Options, command: Command) => Promise<void>,
+): Command {
   const command = new Command('stiltforge')
-    .usage('<mesh> [options]')
+    .usage('<part> [options]')
     .description(description)
-    .argument('<mesh>', 'the part: an STL, OBJ, PLY or 3MF file');
+    .argument(
+      '<part>',
+      'a mesh (STL, OBJ, PLY, 3MF), a printer file (SL1, NanoDLP, GOO), or a zip or folder of numbered PNG layers',
+    );
   addPartOptions(command);
   addPrinterOptions(command);
+  addPrintOptions(command);
   addSupportOptions(command);
   addFinishOptions(command);
   addParameterOptions(command);
   command
     .optionsGroup('The results:')
-    .option('-o, --out <folder>', 'where they go (default: "<mesh>-supports")', folderName)
+    .option('-o, --out <folder>', 'where they go (default: "<part>-supports")', folderName)
     .option('--force', 'overwrite files there that no earlier run wrote')
     .option(
       '--format <name>',
@@ -161,41 +176,63 @@ export async function runCommand(words: readonly string[]): Promise<ExitCode> {
   }
 }
 
-async function analyse(meshFile: string, options: Options): Promise<void> {
-  const print = printSettings(options);
+async function analyse(file: string, options: Options, command: Command): Promise<void> {
   const { minHeight: minimumHeight, minSpacing: minimumSpacing } = options;
   const support = { ...supportSettings(options), minimumHeight, minimumSpacing };
-  // Before a large mesh is read.
-  checkSettings(print, support);
-  const parameters = givenParameters(options);
-  const file = await loadMesh(meshFile);
-  const mesh = placedMesh(file, meshFile, options);
+  const run = isPrinterFile(file)
+    ? await printRun(file, options, support, command)
+    : await meshRun(file, options, support, command);
   const summary = await untilInterrupted(async (signal) =>
-    analyseMesh(
-      {
-        name: meshFile,
-        mesh,
-        meshWarnings: file.warnings,
-        print,
-        support,
-        parameters,
-        asAnalysed: options.asAnalysed,
-        folder: options.out ?? `${basename(meshFile, extname(meshFile))}-supports`,
-        force: options.force,
-        formats: options.format,
-        pictures: options.pictures,
-        report: options.report,
-        inspect: options.inspect,
-        memory: options.memory === undefined ? undefined : 1e9 * options.memory,
-      },
-      {
-        progress: options.quiet ? noProgress : await progressOn(process.stderr),
-        signal,
-        warn: (sentence) => process.stderr.write(`stiltforge: warning: ${sentence}\n`),
-      },
-    ),
+    run({
+      progress: options.quiet ? noProgress : await progressOn(process.stderr),
+      signal,
+      warn: (sentence) => process.stderr.write(`stiltforge: warning: ${sentence}\n`),
+    }),
   );
   if (!options.quiet) process.stdout.write(summaryText(summary));
+}
+
+type Run = (watcher: JobWatcher) => Promise<Summary>;
+
+async function meshRun(
+  name: string,
+  options: Options,
+  support: SupportSettings,
+  command: Command,
+): Promise<Run> {
+  requireNoPrintOptions(name, command);
+  // Before a large mesh is read.
+  const print = printSettings(options);
+  checkSettings(print, support);
+  const parameters = givenParameters(options);
+  const file = await loadMesh(name);
+  const job: Job = {
+    name,
+    mesh: placedMesh(file, name, options),
+    meshWarnings: file.warnings,
+    print,
+    support,
+    parameters,
+    asAnalysed: options.asAnalysed,
+    folder: options.out ?? `${basename(name, extname(name))}-supports`,
+    force: options.force,
+    formats: options.format,
+    pictures: options.pictures,
+    report: options.report,
+    inspect: options.inspect,
+    memory: options.memory === undefined ? undefined : 1e9 * options.memory,
+  };
+  return (watcher) => analyseMesh(job, watcher);
+}
+
+async function printRun(
+  name: string,
+  options: Options,
+  support: SupportSettings,
+  command: Command,
+): Promise<Run> {
+  const job = await printJob(name, options, support, givenParameters(options), command);
+  return (watcher) => analysePrint(job, watcher);
 }
 
 /** A bar, or lines where standard error is not a terminal. */

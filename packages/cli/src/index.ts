@@ -15,6 +15,7 @@ export {
   type JobWatcher,
   type RegionToInspect,
 } from './analyse_mesh.js';
+export { analysePrint, type PrintJob } from './analyse_print.js';
 export { ExitCode, Interrupted, UserError } from './errors.js';
 export { loadMesh } from './mesh/load.js';
 export type {
@@ -35,6 +36,7 @@ export {
   placeSupports,
   type SupportedPart,
 } from './place_supports.js';
+export { type GivenPrint, openPrint, type PrintedFile } from './printed_file.js';
 export { noProgress, type Progress } from './progress.js';
 export {
   type RegionPictures,

@@ -13,7 +13,7 @@ import { codeOf, ExitCode, messageOf, UserError } from './errors.js';
 import { analysedPart, finishedPart, type HeldPart, isAdded } from './held_part.js';
 import { isLackOfMemory, type Making, outOfMemory, requireMemory } from './memory.js';
 import type { SupportsDocument } from './output/documents.js';
-import { Records } from './output/records.js';
+import { meshPlaces, Records } from './output/records.js';
 import type { Progress } from './progress.js';
 import { checkSettings } from './setting_ranges.js';
 import { Tally } from './tally.js';
@@ -109,10 +109,10 @@ function makeSlicer({ name, mesh, print, support }: PartJob): Slicer {
 }
 
 /** Parameters that can't work together, and a run that is too large, are told at once, too. */
-function requirePossible(
+export function requirePossible(
   parameters: AnalysisParameters,
   triangles: number,
-  job: PartJob,
+  job: Pick<PartJob, 'print' | 'support' | 'memory'>,
   making: Omit<Making, 'layersBelow'>,
 ): void {
   try {
@@ -187,7 +187,7 @@ function documentOf(
     }),
   ];
 
-  const records = new Records(print, slicer);
+  const records = new Records(print, meshPlaces(print, slicer));
   const supports = records.supports(part);
   const { bounds, ...mesh } = report;
   return {

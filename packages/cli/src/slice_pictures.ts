@@ -24,7 +24,7 @@ export interface NamedPicture {
  */
 export async function slicePictures(
   name: string,
-  slicer: Slicer,
+  slicer: Pick<Slicer, 'slice'>,
   parameters: AnalysisParameters,
   tally: Tally,
   part: HeldPart,
@@ -53,7 +53,7 @@ export async function slicePictures(
 
 async function* pictured(
   layers: readonly number[],
-  slicer: Slicer,
+  slicer: Pick<Slicer, 'slice'>,
   parameters: AnalysisParameters,
   tally: Tally,
   part: HeldPart,

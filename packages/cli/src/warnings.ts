@@ -27,9 +27,21 @@ export function meshWarnings(findings: Findings): string[] {
     ...(report.openParts > 0
       ? [openSurface(report)]
       : volumeDifference(sliceVolume, report.expectedVolume)),
-    ...sealedVoids(findings),
+    ...sealedVoids(report.cavities, findings),
     ...emptyLayers(layers, layerHeight),
     ...floatingParts(findings),
+    ...withoutRoom(findings),
+  ];
+}
+
+/** What layers that a file brings have in common with those of a mesh. */
+type LayerFindings = Omit<Findings, 'report' | 'sliceVolume'>;
+
+/** The same of layers that a file brings. */
+export function layerWarnings(findings: LayerFindings): string[] {
+  return [
+    ...sealedVoids(0, findings),
+    ...emptyLayers(findings.layers, findings.layerHeight),
     ...withoutRoom(findings),
   ];
 }
@@ -57,7 +69,7 @@ function volumeDifference(slices: number, mesh: number): string[] {
 }
 
 /** Those of the mesh, or else what the slices enclose: parts that overlap may seal a void, too. */
-function sealedVoids({ report: { cavities }, part }: Findings): string[] {
+function sealedVoids(cavities: number, { part }: LayerFindings): string[] {
   const fate =
     "in which resin stays and from which supports can't be taken out: make a drain hole, or fill " +
     'what is hollow.';
@@ -123,7 +135,7 @@ function floatingParts({ report, layers, layerHeight }: Findings): string[] {
 }
 
 /** Of what was left out only what is near the plate can be mended there. */
-function withoutRoom({ part, layerHeight, minimumHeight }: Findings): string[] {
+function withoutRoom({ part, layerHeight, minimumHeight }: LayerFindings): string[] {
   const nearPlate = part.dropped.filter(
     ({ reason, layer }) => reason === 'noRoom' && layer * layerHeight < minimumHeight,
   );

@@ -8,6 +8,7 @@ import { Ajv2020 } from 'ajv/dist/2020.js';
 import { parameterTable } from 'stiltforge/analysis';
 import { stiltforge, temporaryFolder } from './harness.mjs';
 import { binaryStl, box, footAndIsland, footAndSpike, table } from './meshes.mjs';
+import { sl1 } from './prints.mjs';
 
 const schema = createRequire(import.meta.url)('stiltforge-cli/schema/supports.schema.json');
 
@@ -54,6 +55,15 @@ for (const [what, triangles, words] of [
     assert.deepEqual(complaints(await documentOf(t, triangles, words)), []);
   });
 }
+
+test('the schema holds for a printer file', async (t) => {
+  const folder = await temporaryFolder(t);
+  await writeFile(join(folder, 'part.sl1'), sl1());
+  const { code, err } = await stiltforge(['part.sl1', '--no-pictures', '-q'], { cwd: folder });
+  assert.equal(code, 0, err);
+  const text = await readFile(join(folder, 'part-supports', 'supports.json'), 'utf8');
+  assert.deepEqual(complaints(JSON.parse(text)), []);
+});
 
 test('the schema refuses what supports.json never says', async (t) => {
   const document = await documentOf(t, table());

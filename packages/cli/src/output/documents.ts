@@ -78,10 +78,13 @@ export interface SupportsDocument {
   generator: string;
   model: {
     file: string;
-    /** Millimetres, in the coordinates of the model. */
+    /** Millimetres, in the coordinates of the model, or of the plate. */
     min: readonly number[];
     max: readonly number[];
-    mesh: Omit<MeshReport, 'bounds'>;
+    /** Of a part that was read as a mesh. */
+    mesh?: Omit<MeshReport, 'bounds'>;
+    /** Of a part that was read as layers: what its file says, empty where it does not. */
+    layers?: { format: string; printer: string; material: string };
     /** Cubic millimetres of material in the slices. */
     sliceVolume: number;
     warnings: string[];

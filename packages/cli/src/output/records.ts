@@ -10,11 +10,35 @@ import type {
   VerdictRecord,
 } from './documents.js';
 
+/** Where the pixels of the slices are. */
+export interface Places {
+  /** Column and row of the screen that the slices start with. */
+  cropX: number;
+  cropY: number;
+  /** mm, of the plate. */
+  plateZ: number;
+  /** mm, of the middle of a pixel of the screen. */
+  placeOf(column: number, row: number): { x: number; y: number };
+}
+
+/** In the coordinates of the mesh. */
+export function meshPlaces({ pixelSize }: PrintSettings, slicer: Slicer): Places {
+  return {
+    cropX: slicer.cropX,
+    cropY: slicer.cropY,
+    plateZ: slicer.report.bounds.min[2],
+    placeOf: (column, row) => ({
+      x: slicer.originX + (column + 0.5) * pixelSize,
+      y: slicer.originY - (row + 0.5) * pixelSize,
+    }),
+  };
+}
+
 /** Turns pixels and layers of the slices into what the outputs say. */
 export class Records {
   constructor(
     private readonly print: PrintSettings,
-    private readonly slicer: Slicer,
+    private readonly places: Places,
   ) {}
 
   supports({ points }: HeldPart): SupportRecord[] {
@@ -66,13 +90,14 @@ export class Records {
   }
 
   place(layer: number, x: number, y: number): PlaceRecord {
-    const { print, slicer } = this;
-    const column = slicer.cropX + x;
-    const row = slicer.cropY + y;
+    const { print, places } = this;
+    const column = places.cropX + x;
+    const row = places.cropY + y;
+    const place = places.placeOf(column, row);
     return {
-      x: toMicrometre(slicer.originX + (column + 0.5) * print.pixelSize),
-      y: toMicrometre(slicer.originY - (row + 0.5) * print.pixelSize),
-      z: toMicrometre(slicer.report.bounds.min[2] + layer * print.layerHeight),
+      x: toMicrometre(place.x),
+      y: toMicrometre(place.y),
+      z: toMicrometre(places.plateZ + layer * print.layerHeight),
       column,
       row,
       layer,

@@ -24,7 +24,7 @@ interface Options extends PrinterOptions, SupportSettings, ParameterOptions {
 const description =
   'Prints the 28 parameters of the analysis: the value that a run with these settings takes, unit, ' +
   'range and meaning. They follow from the settings in millimetres; --set and --params of ' +
-  'stiltforge <mesh> put others in their place.';
+  'stiltforge <part> put others in their place.';
 
 const notes = `
 Examples:

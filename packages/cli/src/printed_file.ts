@@ -1,0 +1,122 @@
+import { openPrinterFile, type PrinterFile, type PrintSettings } from 'stiltforge/slicing';
+import { codeOf, ExitCode, messageOf, UserError } from './errors.js';
+
+/** What a person says of a print; what is missing comes from its file. */
+export interface GivenPrint {
+  /** mm */
+  layerHeight?: number;
+  /** mm */
+  pixelSize?: number;
+  /** mm, where the file does not say it. */
+  usualPixelSize?: number;
+  /** The lowest grey that is material, 1 to 255. */
+  threshold?: number;
+}
+
+/** A print as its file has it. */
+export interface PrintedFile {
+  /** Its path. */
+  name: string;
+  file: PrinterFile;
+  print: PrintSettings;
+  /** mm, of a pixel of the layers. */
+  pixel: { width: number; height: number };
+  /** Sentences that a person should read. */
+  warnings: string[];
+}
+
+/** From this share on pixels count as not square. */
+const strikingDifference = 0.01;
+
+const exitCodes = new Map<unknown, ExitCode>([
+  ['ERR_STILTFORGE_FILE', ExitCode.mesh],
+  ['ERR_STILTFORGE_MEMORY', ExitCode.memory],
+]);
+
+/** What is wrong with a printer file, also at one of its layers, as a UserError; other errors as they are. */
+export function asUserError(error: unknown): unknown {
+  const exitCode = exitCodes.get(codeOf(error));
+  return exitCode === undefined
+    ? error
+    : new UserError(exitCode, messageOf(error), { cause: error });
+}
+
+/**
+ * Opens a printer file, an archive or a folder of pictures. Throws a UserError that names it when it can't
+ * be used or neither it nor `given` says how large layers and pixels are; the signal's reason.
+ */
+export async function openPrint(
+  name: string,
+  given: GivenPrint,
+  signal?: AbortSignal,
+): Promise<PrintedFile> {
+  const file = await opened(name, given.threshold, signal);
+  const layerHeight = given.layerHeight ?? file.layerHeight;
+  if (layerHeight === undefined) throw unsaid(name, 'how high its layers are', '--layer-height');
+  const pixel = pixelOf(file, given);
+  if (pixel === undefined) throw unsaid(name, 'how large its pixels are', '--pixel-size');
+  return {
+    ...{ name, file, pixel },
+    print: {
+      layerHeight,
+      // Distances in the layers are those of square pixels of the same area.
+      pixelSize: Math.sqrt(pixel.width * pixel.height),
+      screenWidth: file.width,
+      screenHeight: file.height,
+    },
+    warnings: shapeWarnings(pixel),
+  };
+}
+
+async function opened(
+  name: string,
+  threshold: number | undefined,
+  signal: AbortSignal | undefined,
+): Promise<PrinterFile> {
+  try {
+    return await openPrinterFile(name, { threshold, signal });
+  } catch (error) {
+    signal?.throwIfAborted();
+    throw asUserError(error);
+  }
+}
+
+function pixelOf(
+  { pixelWidth, pixelHeight }: PrinterFile,
+  { pixelSize, usualPixelSize }: GivenPrint,
+): PrintedFile['pixel'] | undefined {
+  const width = pixelSize ?? pixelWidth ?? pixelHeight ?? usualPixelSize;
+  const height = pixelSize ?? pixelHeight ?? pixelWidth ?? usualPixelSize;
+  return width === undefined || height === undefined ? undefined : { width, height };
+}
+
+function unsaid(name: string, what: string, option: string): UserError {
+  return new UserError(ExitCode.usage, `${name}: the file does not say ${what}. Give ${option}.`);
+}
+
+function shapeWarnings({ width, height }: PrintedFile['pixel']): string[] {
+  if (Math.abs(width / height - 1) <= strikingDifference) return [];
+  const size = `${toMicrometre(width)} x ${toMicrometre(height)} mm`;
+  return [
+    `The pixels are not square (${size}): distances in a layer were taken as those of square pixels ` +
+      'of the same area.',
+  ];
+}
+
+function toMicrometre(millimetres: number): number {
+  return Math.round(1000 * millimetres) / 1000;
+}
+
+/** Millimetres of the plate, from its left front corner, of the middle of a pixel of the layers. */
+export function placeOnPlate(
+  { file, pixel }: Pick<PrintedFile, 'file' | 'pixel'>,
+  column: number,
+  row: number,
+): { x: number; y: number } {
+  const across = (file.mirroredX ? file.width - 1 - column : column) + 0.5;
+  const down = (file.mirroredY ? file.height - 1 - row : row) + 0.5;
+  const up = (file.height - down) * pixel.height;
+  return file.turned
+    ? { x: up, y: (file.width - across) * pixel.width }
+    : { x: across * pixel.width, y: up };
+}

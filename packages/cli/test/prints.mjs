@@ -1,0 +1,96 @@
+// Small prints as slicers and printers have them, written here.
+import { crc32, deflateSync } from 'node:zlib';
+
+function chunk(name, content) {
+  const body = Buffer.concat([Buffer.from(name), content]);
+  const [size, sum] = [Buffer.alloc(4), Buffer.alloc(4)];
+  size.writeUInt32BE(content.length);
+  sum.writeUInt32BE(crc32(body));
+  return Buffer.concat([size, body, sum]);
+}
+
+/** A PNG of bytes, `samples` of them a pixel: 1 grey, 3 RGB. */
+export function png(width, height, pixels, samples = 1) {
+  const header = Buffer.alloc(13);
+  header.writeUInt32BE(width);
+  header.writeUInt32BE(height, 4);
+  header.set([8, samples === 1 ? 0 : 2], 8);
+  const rows = [];
+  for (let y = 0; y < height; y++) {
+    rows.push(Buffer.of(0), pixels.subarray(y * width * samples, (y + 1) * width * samples));
+  }
+  return Buffer.concat([
+    Buffer.from('\x89PNG\r\n\x1a\n', 'latin1'),
+    chunk('IHDR', header),
+    chunk('IDAT', deflateSync(Buffer.concat(rows))),
+    chunk('IEND', Buffer.alloc(0)),
+  ]);
+}
+
+/** A zip archive of [name, content] pairs, stored. */
+export function zip(entries) {
+  const parts = [];
+  const directory = [];
+  let offset = 0;
+  for (const [name, content] of entries) {
+    const bytes = Buffer.from(content);
+    const common = Buffer.alloc(26);
+    common.writeUInt16LE(20);
+    common.writeUInt32LE(crc32(bytes), 10);
+    common.writeUInt32LE(bytes.length, 14);
+    common.writeUInt32LE(bytes.length, 18);
+    common.writeUInt16LE(name.length, 22);
+    const place = Buffer.alloc(4);
+    place.writeUInt32LE(offset);
+    const head = Buffer.from('PK\x03\x04', 'latin1');
+    const part = Buffer.concat([head, common, Buffer.from(name), bytes]);
+    directory.push(Buffer.from('PK\x01\x02\x14\x00', 'latin1'), common, Buffer.alloc(10), place);
+    directory.push(Buffer.from(name));
+    parts.push(part);
+    offset += part.length;
+  }
+  const list = Buffer.concat(directory);
+  const end = Buffer.alloc(22);
+  end.write('PK\x05\x06', 'latin1');
+  end.writeUInt16LE(entries.length, 8);
+  end.writeUInt16LE(entries.length, 10);
+  end.writeUInt32LE(list.length, 12);
+  end.writeUInt32LE(offset, 16);
+  return Buffer.concat([...parts, list, end]);
+}
+
+export const screen = { width: 160, height: 100 };
+
+function filled(boxes) {
+  const pixels = Buffer.alloc(screen.width * screen.height);
+  for (const [left, top, right, bottom] of boxes) {
+    for (let y = top; y < bottom; y++) {
+      pixels.fill(255, y * screen.width + left, y * screen.width + right);
+    }
+  }
+  return pixels;
+}
+
+/** Grey layers of a table: a foot of 40 layers, a top of 10 that reaches far to its right. */
+export const tableLayers = Array.from({ length: 50 }, (_, layer) =>
+  filled([layer < 40 ? [20, 30, 50, 60] : [20, 30, 140, 60]]),
+);
+
+export const tablePngs = tableLayers.map((grey) => png(screen.width, screen.height, grey));
+
+/** An SL1 of those pictures, on a screen 16 mm wide unless told, with layers of 0.05 mm. */
+export function sl1(pngs = tablePngs, { width = 16, more = '' } = {}) {
+  const name = (layer) => `table${String(layer).padStart(5, '0')}.png`;
+  return zip([
+    [
+      'config.ini',
+      `jobDir = table\nlayerHeight = 0.05\nprinterModel = SL1\nmaterialName = clear\n`,
+    ],
+    [
+      'prusaslicer.ini',
+      `display_width = ${width}\ndisplay_height = 10\n` +
+        `display_pixels_x = ${screen.width}\ndisplay_pixels_y = ${screen.height}\n${more}`,
+    ],
+    ...pngs.map((content, layer) => [name(layer), content]),
+  ]);
+}
