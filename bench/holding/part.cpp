@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
-#include <limits>
 #include <numbers>
 #include <stdexcept>
 
@@ -41,19 +40,6 @@ void addBox(const Corner& low, const Corner& high, std::vector<float>& positions
       }
     }
   }
-}
-
-// Puts a foot on the plate under which the part then stands free.
-std::vector<float> liftedPositions(const Part& part) {
-  std::vector<float> positions = part.positions;
-  if (part.lift == 0) return positions;
-  Corner low{};
-  low.fill(std::numeric_limits<float>::max());
-  for (std::size_t i = 0; i < positions.size(); ++i)
-    low[i % 3] = std::min(low[i % 3], positions[i]);
-  const float plate = low[2] - static_cast<float>(part.lift);
-  addBox({low[0] - 2, low[1] - 2, plate}, {low[0] - 1, low[1] - 1, plate + 1}, positions);
-  return positions;
 }
 
 }  // namespace
@@ -103,7 +89,9 @@ Part tilted(Part part, double degrees) {
 }
 
 hold::Survey surveyOf(const Part& part, const PrintSettings& print, Times& times) {
-  slicing::Slicer slicer(liftedPositions(part), slicerSettings(print));
+  PrintSettings lifted = print;
+  lifted.lift = part.lift;
+  slicing::Slicer slicer(part.positions, slicerSettings(lifted));
   const auto width = static_cast<uint32_t>(slicer.placement().width);
   const auto height = static_cast<uint32_t>(slicer.placement().height);
   const uint32_t layers = slicer.layerCount();

@@ -15,7 +15,7 @@ namespace stiltforge::bench {
 struct Part {
   std::string name;
   std::vector<float> positions;
-  double lift = 0;  // mm above the plate, on which a small foot below it stands
+  double lift = 0;  // mm above the plate
 };
 
 // A mesh file, or all of a folder in the order of their names.
@@ -44,7 +44,7 @@ auto timed(double& seconds, Work&& work) {
   return work();
 }
 
-// The slices of the lifted part, with the points of the analysis, as the command makes them.
+// The part's slices, with the points of the analysis, as the command makes them.
 hold::Survey surveyOf(const Part& part, const PrintSettings& print, Times& times);
 
 }  // namespace stiltforge::bench

@@ -77,8 +77,12 @@ class Finisher {
     const std::size_t forIslands = result_.points.size();
     cover();
     closeFarGaps();
-    dropNeedless(forIslands);
+    dropNeedless(forIslands, [](const FinishedPoint&) { return true; });
     keepStrength();
+    // What was kept for its strength holds gaps, too.
+    dropNeedless(forIslands, [](const FinishedPoint& point) {
+      return point.reason == Reason::addedForOverhang;
+    });
     mergeRest();
     sortPoints();
     measureLeftAlone();
@@ -260,15 +264,18 @@ class Finisher {
     };
     takeGreedily(far_, pixelsOf(settings_.leastGap), standsInGap, [] { return false; });
   }
-  // Of the points from that one on those without which enough is held, what is lost least first.
-  // What a point loses only grows as others go.
-  void dropNeedless(std::size_t first) {
+  // Drops those of the points from that one on that mayGo() and without which enough is held, the
+  // least loss first. What a point loses only grows as others go.
+  template <class MayGo>
+  void dropNeedless(std::size_t first, MayGo&& mayGo) {
     using Loss = std::pair<uint64_t, std::size_t>;  // pixels, and the point
     std::priority_queue<Loss, std::vector<Loss>, std::greater<>> losses;
     const auto offer = [&](std::size_t point) {
       losses.push({near_.lossOf(result_.points[point].site.place), point});
     };
-    for (std::size_t i = first; i < result_.points.size(); ++i) offer(i);
+    for (std::size_t i = first; i < result_.points.size(); ++i) {
+      if (mayGo(result_.points[i])) offer(i);
+    }
     const uint64_t leastGap = std::max<uint64_t>(pixelsOf(settings_.leastGap), 1);
     std::vector<uint8_t> isNeedless(result_.points.size(), 0);
     while (!losses.empty()) {

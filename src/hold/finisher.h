@@ -87,9 +87,9 @@ struct Finished {
 /// 3. Until `share` of the overhang lies within reach of a point, the one that brings most of it
 ///    there is taken: points of the analysis before others, by `preference`.
 /// 4. Where leastGap is left further than farReach from all points, one is added.
-/// 5. Points of steps 3 and 4 go again without which that is still so.
+/// 5. Points of steps 3 and 4 without which that is still so go again.
 /// 6. A point of the analysis that still holds leastOwnArea alone, within ownReach, stays, too: a
-///    flat underside is heavier than its extent tells.
+///    flat underside is heavier than its extent tells. Added ones that it makes needless go.
 ///
 /// In steps 3 to 6 no point comes closer than spacing to another of its body. A point holds
 /// overhang of its own body only: what is joined to it by material between the two and islandHeight

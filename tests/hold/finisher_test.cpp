@@ -238,6 +238,20 @@ TEST(Finisher, KeepsThePointsThatCarryAFlatUnderside) {
   EXPECT_EQ(finishedOf(part, settings).points.size(), 1u);
 }
 
+TEST(Finisher, DropsAnAddedPointWhereThoseKeptForTheirStrengthHoldAll) {
+  // The middle of the plank gains most, but both points of the analysis stay.
+  Part part = plank(14);
+  part.addPoint(4, 2, 0);
+  part.addPoint(4, 13, 0);
+  FinishSettings settings = unitFinish();
+  settings.ownReach = 2;
+  settings.leastOwnArea = 3;
+  const Finished finished = finishedOf(part, settings);
+  ASSERT_EQ(finished.points.size(), 2u);
+  EXPECT_EQ(finished.points[0].analysed, 0u);
+  EXPECT_EQ(finished.points[1].analysed, 1u);
+}
+
 TEST(Finisher, ClosesAGapFarFromAllPointsWhateverItsShareOfTheWhole) {
   const Part part = plank(9);
   FinishSettings settings = unitFinish();
