@@ -14,8 +14,8 @@ namespace {
 
 PrintSettings readSettings(const Napi::CallbackInfo& info) {
   const Options options(
-      info, {"layerHeight", "pixelSize", "screenWidth", "screenHeight", "criticalAngle", "inset",
-             "supportArea", "minimumHeight", "minimumSpacing"});
+      info, {"layerHeight", "pixelSize", "screenWidth", "screenHeight", "lift", "criticalAngle",
+             "inset", "supportArea", "minimumHeight", "minimumSpacing"});
   PrintSettings print;
   const auto read = [&](const char* name, double& target) {
     target = options.optionalNumber(name).value_or(target);
@@ -24,6 +24,7 @@ PrintSettings readSettings(const Napi::CallbackInfo& info) {
   read("pixelSize", print.pixelSize);
   print.screenWidth = options.optionalWhole("screenWidth").value_or(print.screenWidth);
   print.screenHeight = options.optionalWhole("screenHeight").value_or(print.screenHeight);
+  read("lift", print.lift);
   read("criticalAngle", print.criticalAngle);
   read("inset", print.inset);
   read("supportArea", print.supportArea);

@@ -100,7 +100,7 @@ SlicerObject::SlicerObject(const Napi::CallbackInfo& info) : Napi::ObjectWrap<Sl
       {constant("layerCount", slicer.layerCount()), constant("width", placement.width),
        constant("height", placement.height), constant("cropX", placement.cropX),
        constant("cropY", placement.cropY), constant("originX", placement.originX),
-       constant("originY", placement.originY),
+       constant("originY", placement.originY), constant("plateZ", slicer.plateZ()),
        Napi::PropertyDescriptor::Value("report", toObject(env, slicer.report()), napi_enumerable)});
 }
 

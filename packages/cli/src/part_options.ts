@@ -18,6 +18,7 @@ export interface PartOptions {
   height?: number;
   scale?: number;
   center?: boolean;
+  lift?: number;
 }
 
 export interface PrinterOptions {
@@ -49,7 +50,8 @@ export function addPartOptions(command: Command): Command {
         .conflicts('scale'),
     )
     .option('--scale <factor>', 'scale the part by this factor', positive)
-    .option('--center', 'move the part: its middle to x = y = 0, its lowest point to z = 0');
+    .option('--center', 'move the part: its middle to x = y = 0, its lowest point to z = 0')
+    .option('--lift <mm>', 'raise the part above the plate: supports hold its underside', distance);
 }
 
 export function addPrinterOptions(command: Command): Command {
@@ -112,9 +114,11 @@ export function addFinishOptions(command: Command): Command {
     .option('--as-analysed', "the analysis's own points, not finished: see docs/holding.md");
 }
 
-export function printSettings({ layerHeight, pixelSize, screen }: PrinterOptions): PrintSettings {
+export function printSettings(options: PrinterOptions & Pick<PartOptions, 'lift'>): PrintSettings {
+  const { layerHeight, pixelSize, screen, lift } = options;
   const [screenWidth, screenHeight] = screen;
-  return { layerHeight, pixelSize, screenWidth, screenHeight };
+  const print = { layerHeight, pixelSize, screenWidth, screenHeight };
+  return lift === undefined ? print : { ...print, lift };
 }
 
 export function supportSettings(options: SupportSettings): SupportSettings {

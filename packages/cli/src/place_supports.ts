@@ -183,7 +183,7 @@ function documentOf(
     ...(job.meshWarnings ?? []),
     ...meshWarnings({
       ...{ report, sliceVolume, layers: tally.layers, part },
-      ...{ layerHeight: print.layerHeight, minimumHeight },
+      ...{ layerHeight: print.layerHeight, lift: print.lift, minimumHeight },
     }),
   ];
 

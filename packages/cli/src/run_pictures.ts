@@ -62,7 +62,7 @@ export async function drawPictures(
   slices.catch(() => {});
   try {
     const points = partPoints(document);
-    const scene = partScene(mesh, points, support.criticalAngle, print.layerHeight);
+    const scene = partScene(mesh, points, support.criticalAngle, print.layerHeight, print.lift);
     await step();
     const { min, max } = boundingBox(mesh);
     const size = max.map((value, axis) => (value - min[axis]).toFixed(1)).join(' x ');

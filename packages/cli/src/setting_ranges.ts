@@ -12,6 +12,7 @@ const options: Record<SettingConflict['setting'], string> = {
   pixelSize: '--pixel-size',
   screenWidth: '--screen',
   screenHeight: '--screen',
+  lift: '--lift',
   criticalAngle: '--critical-angle',
   inset: '--inset',
   supportArea: '--support-area',

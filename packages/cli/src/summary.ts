@@ -35,7 +35,13 @@ export function summaryText({ name, document, ...run }: Summary): string {
   return `${[name, ...lines].join('\n')}\n`;
 }
 
-function supportRows({ supports, summary, settings, model }: SupportsDocument): string[][] {
+/** z of the plate in the coordinates of the mesh, mm. */
+function plateZ({ model, print }: SupportsDocument): number {
+  return model.min[2] - (print.lift ?? 0);
+}
+
+function supportRows(document: SupportsDocument): string[][] {
+  const { supports, summary, settings } = document;
   const rows: string[][] = [];
   const islands = supports.filter(({ kind }) => kind === 'island').length;
   const kinds = `${countText(islands)} under islands, ${countText(supports.length - islands)} under overhangs`;
@@ -50,7 +56,7 @@ function supportRows({ supports, summary, settings, model }: SupportsDocument): 
   }
   if (supports.length > 0) {
     // Not spread into Math.min(): there may be more of them than a call takes arguments.
-    const heights = supports.map(({ z }) => z - model.min[2]).sort((a, b) => a - b);
+    const heights = supports.map(({ z }) => z - plateZ(document)).sort((a, b) => a - b);
     rows.push(['lowest', heightText(heights[0])]);
     rows.push(['highest', heightText(heights[heights.length - 1])]);
   }
@@ -59,14 +65,14 @@ function supportRows({ supports, summary, settings, model }: SupportsDocument): 
 
 /** What the supports hold, in words. */
 function holdRows(document: SupportsDocument): string[][] {
-  const { verdict, model, settings } = document;
+  const { verdict, settings } = document;
   const { overhang, overhangWithoutRoom } = verdict;
   const rows = [['held', `${islandsText(document)}; ${overhangText(document)}`]];
   const [weakest] = verdict.worst;
   if (weakest !== undefined && weakest.distance !== null) {
     rows.push([
       'weakest',
-      `layer ${weakest.layer}, ${heightText(weakest.z - model.min[2])}: ` +
+      `layer ${weakest.layer}, ${heightText(weakest.z - plateZ(document))}: ` +
         `${weakest.distance.toFixed(1)} mm from the nearest support`,
     ]);
   }

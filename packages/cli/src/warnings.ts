@@ -18,17 +18,19 @@ export interface Findings {
   /** mm above the plate from which on a support fits. */
   minimumHeight: number;
   part: HeldPart;
+  /** mm from the plate to the part, as it was asked for. */
+  lift?: number;
 }
 
 /** Sentences that a person should read before trusting the supports of a mesh. */
 export function meshWarnings(findings: Findings): string[] {
-  const { report, sliceVolume, layers, layerHeight } = findings;
+  const { report, sliceVolume } = findings;
   return [
     ...(report.openParts > 0
       ? [openSurface(report)]
       : volumeDifference(sliceVolume, report.expectedVolume)),
     ...sealedVoids(report.cavities, findings),
-    ...emptyLayers(layers, layerHeight),
+    ...emptyLayers(findings),
     ...floatingParts(findings),
     ...withoutRoom(findings),
   ];
@@ -39,11 +41,7 @@ type LayerFindings = Omit<Findings, 'report' | 'sliceVolume'>;
 
 /** The same of layers that a file brings. */
 export function layerWarnings(findings: LayerFindings): string[] {
-  return [
-    ...sealedVoids(0, findings),
-    ...emptyLayers(findings.layers, findings.layerHeight),
-    ...withoutRoom(findings),
-  ];
+  return [...sealedVoids(0, findings), ...emptyLayers(findings), ...withoutRoom(findings)];
 }
 
 function openSurface({ openEdges, misorientedEdges, nonManifoldEdges }: MeshReport): string {
@@ -103,9 +101,13 @@ function gapsIn(layers: readonly LayerTally[]): Gap[] {
   return gaps;
 }
 
-function emptyLayers(layers: readonly LayerTally[], layerHeight: number): string[] {
+function emptyLayers({ layers, layerHeight, lift = 0 }: LayerFindings): string[] {
   const mm = (count: number): string => `${(count * layerHeight).toFixed(2)} mm`;
-  const gaps = gapsIn(layers);
+  // A lifted part begins where it is meant to, or a layer above where its tip is finer than a pixel.
+  const lifted = Math.ceil(lift / layerHeight - 0.5);
+  const gaps = gapsIn(layers).filter(
+    ({ first, end }) => first > 0 || lifted <= 0 || end > lifted + 1,
+  );
   const sentences = gaps.slice(0, mostGapsTold).map(({ first, end }) => {
     const empty = end === first + 1 ? `layer ${first} is` : `layers ${first} to ${end - 1} are`;
     return first === 0

@@ -71,6 +71,39 @@ test("--center puts the screen's middle and the plate to 0", async (t) => {
   for (const { x, y, z } of supports) assert.ok(x > 1 && Math.abs(y) < 2 && z === 2);
 });
 
+test('--lift raises the part, and supports hold its underside', async (t) => {
+  const slab = box([0, 0, 0], [12, 12, 2]);
+  assert.equal((await placed(t, slab, [])).supports.length, 0);
+  const { print, model, supports } = await placed(t, slab, ['--lift', '5']);
+  assert.equal(print.lift, 5);
+  assert.equal(print.layers, 70);
+  assert.deepEqual([model.min[2], model.max[2]], [0, 2]);
+  assert.deepEqual(model.warnings, []);
+  assert.ok(supports.length >= 4, `${supports.length} supports`);
+  for (const { z, layer, kind } of supports) {
+    assert.deepEqual({ z, layer, kind }, { z: 0, layer: 50, kind: 'island' });
+  }
+  const corners = [0, 12].flatMap((x) => [0, 12].map((y) => [x, y]));
+  for (const [x, y] of corners) {
+    const near = supports.filter((at) => Math.hypot(at.x - x, at.y - y) < 5);
+    assert.ok(near.length > 0, `nothing holds the corner at ${x}, ${y}`);
+  }
+});
+
+test('a lifted part keeps the supports of its overhangs', async (t) => {
+  const plain = await placed(t, footAndIsland(), []);
+  const lifted = await placed(t, footAndIsland(), ['--lift', '3']);
+  const island = ({ supports }) => supports.filter(({ x }) => x > 6).map(({ z }) => z);
+  assert.deepEqual(new Set(island(lifted)), new Set(island(plain)));
+  assert.ok(lifted.supports.length > plain.supports.length);
+});
+
+test('--lift 0 changes nothing but what is written down', async (t) => {
+  const plain = await placed(t, footAndIsland(), []);
+  const lifted = await placed(t, footAndIsland(), ['--lift', '0']);
+  assert.deepEqual(lifted.supports, plain.supports);
+});
+
 test('values that are none are refused with what they must be', async (t) => {
   for (const [words, sentence] of [
     [['--rotate', '90'], /'--rotate <X,Y,Z>' argument '90' is invalid\. It must be three numbers/],
@@ -78,6 +111,8 @@ test('values that are none are refused with what they must be', async (t) => {
     [['--rotate', '90,0,361'], /from -360 to 360/],
     [['--rotate', '90,,0'], /three numbers/],
     [['--rotate', '1e2,0,0'], /three numbers/],
+    [['--lift', '-1'], /It must be a plain number from 0/],
+    [['--lift', '1001'], /--lift 1001: it must be from 0 to 1,000 mm\./],
     [['--units', 'ell'], /Allowed choices are mm, cm, m, inch/],
     [['--units', 'm', '--scale', '1e3'], /plain number/],
   ]) {

@@ -115,6 +115,19 @@ test('the part is placed before it is turned', async (t) => {
   assert.ok(Math.abs(asItIs.measures.height - 6) < 1e-4);
 });
 
+test('--lift counts the supports under what stood on the plate', async (t) => {
+  const slab = box([0, 0, 0], [20, 15, 3]);
+  const { outputs } = await oriented(t, ['--no-pictures', '--lift', '5'], slab);
+  const { asItIs } = await listOf(outputs);
+  assert.ok(asItIs.measures.points >= 6, String(asItIs.measures.points));
+});
+
+test('--preset gives the screen', async (t) => {
+  const { code, err } = await oriented(t, ['--no-pictures', '--preset', 'no-such']);
+  assert.equal(code, 2);
+  assert.match(err, /--preset no-such: there is none of this name/);
+});
+
 test('a part too large for the screen as it lies is turned until it fits', async (t) => {
   const pole = box([0, 0, 0], [90, 5, 5]);
   const { code, out, outputs } = await oriented(t, ['--no-pictures'], pole);
@@ -169,7 +182,8 @@ test('Ctrl-C ends the search, and nothing is written', async (t) => {
   await writeFile(join(folder, 'part.stl'), binaryStl(table));
   const words = ['orient', 'part.stl', ...coarse, '--directions', '100000'];
   const { child, done } = start(words, { cwd: folder });
-  while (!(await readdir(folder)).includes('part-orientation')) await setTimeout(20);
+  const isAtWork = async () => (await readdir(folder)).includes('part-orientation');
+  for (let look = 0; look < 1000 && !(await isAtWork()); look++) await setTimeout(20);
   child.kill('SIGINT');
   const { code, err } = await done;
   assert.equal(code, 130);

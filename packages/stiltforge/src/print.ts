@@ -10,6 +10,8 @@ export interface PrintSettings {
   /** The printer's screen, pixels. */
   screenWidth: number;
   screenHeight: number;
+  /** mm from the plate to the part's lowest point, 0 to 1,000; 0 unless set. */
+  lift?: number;
 }
 
 /** Where supports are wanted, in physical units. The repository's docs/parameters.md gives the reasons. */
@@ -71,9 +73,9 @@ export function findSettingConflict(
 
 /** What the native side takes, which refuses anything else. */
 function nativeSettings(
-  { layerHeight, pixelSize, screenWidth, screenHeight }: PrintSettings,
+  { layerHeight, pixelSize, screenWidth, screenHeight, lift }: PrintSettings,
   { criticalAngle, inset, supportArea, minimumHeight, minimumSpacing }: SupportSettings,
 ): PrintSettings & SupportSettings {
-  const print = { layerHeight, pixelSize, screenWidth, screenHeight };
+  const print = { layerHeight, pixelSize, screenWidth, screenHeight, lift };
   return { ...print, criticalAngle, inset, supportArea, minimumHeight, minimumSpacing };
 }

@@ -66,6 +66,8 @@ export interface SlicerOptions extends ChannelOptions {
   /** mm from the screen's centre to the centre of the model's box; 0 unless set. */
   offsetX?: number;
   offsetY?: number;
+  /** mm from the plate to the model's lowest point; 0 unless set. The layers below it are empty. */
+  lift?: number;
   /** Pixels left free around the model, as far as the screen reaches, whole; 0 unless set. */
   margin?: number;
 }
@@ -141,6 +143,8 @@ export interface Slicer {
    */
   readonly originX: number;
   readonly originY: number;
+  /** mm: z of the plate in the mesh's coordinates. */
+  readonly plateZ: number;
   readonly report: MeshReport;
   /**
    * A layer, counted from 0 at the plate. Calls run one after the other; any order of layers gives

@@ -114,7 +114,7 @@ async function writeOutputs(
       orientation,
     })),
   ];
-  const settings = { criticalAngle: support.criticalAngle, layerHeight: print.layerHeight };
+  const settings = { ...print, criticalAngle: support.criticalAngle };
   await folder.write(
     pictureName,
     await orientationsPicture(name, mesh, shown.slice(0, 8), settings, signal),

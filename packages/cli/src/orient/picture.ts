@@ -21,6 +21,7 @@ const view = { azimuth: -60, elevation: 6, withPlate: true };
 export interface PictureSettings {
   criticalAngle: number;
   layerHeight: number;
+  lift?: number;
 }
 
 interface TitledOrientation {
@@ -62,10 +63,10 @@ interface Drawn {
 function draw(
   mesh: Triangles,
   { turn, supports }: Orientation,
-  { criticalAngle, layerHeight }: PictureSettings,
+  { criticalAngle, layerHeight, lift }: PictureSettings,
 ): Drawn {
   const points = supports.map(({ x, y, z, kind }) => ({ position: [x, y, z] as const, kind }));
-  const scene = partScene(turnedMesh(mesh, turn), points, criticalAngle, layerHeight);
+  const scene = partScene(turnedMesh(mesh, turn), points, criticalAngle, layerHeight, lift);
   const frame = frameOf(scene, view, tileWidth - 2 * padding, highestView);
   return { frame, pixels: drawView(scene, view, frame) };
 }

@@ -26,7 +26,7 @@ export function meshPlaces({ pixelSize }: PrintSettings, slicer: Slicer): Places
   return {
     cropX: slicer.cropX,
     cropY: slicer.cropY,
-    plateZ: slicer.report.bounds.min[2],
+    plateZ: slicer.plateZ,
     placeOf: (column, row) => ({
       x: slicer.originX + (column + 0.5) * pixelSize,
       y: slicer.originY - (row + 0.5) * pixelSize,

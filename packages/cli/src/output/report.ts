@@ -27,7 +27,7 @@ export async function reportPage(
     positions: mesh,
     runs: (first, count) => slicer.runs(first, count),
     strength: strengthOf(document, owedPixels),
-    feet: pillarFeet(places, mesh, document.model.min[2]),
+    feet: pillarFeet(places, mesh, document.model.min[2] - (document.print.lift ?? 0)),
   };
   const page = createRequire(import.meta.url).resolve('stiltforge-viewer/report.html');
   return reportHtml(await readFile(page, 'utf8'), await packPart(source, { progress, signal }));

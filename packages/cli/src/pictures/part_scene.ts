@@ -34,8 +34,10 @@ export function partScene(
   points: readonly PartPoint[],
   criticalAngle: number,
   layerHeight: number,
+  lift = 0,
 ): PartScene {
   const { min, max } = boundingBox(mesh);
+  const plateZ = min[2] - lift;
   const size: Vector = [max[0] - min[0], max[1] - min[1], max[2] - min[2]];
   const centreX = (min[0] + max[0]) / 2;
   const centreY = (min[1] + max[1]) / 2;
@@ -49,15 +51,15 @@ export function partScene(
   const places = placesOf(points);
   const pointRadius = 0.008 * Math.hypot(...size);
   const supported = placesOf(points.filter(({ kind }) => isSupport(kind)));
-  const feet = pillarFeet(supported, positions, min[2]);
+  const feet = pillarFeet(supported, positions, plateZ);
   return {
     part: { positions, normals: cornerNormals(positions) },
     points: places,
     kinds: points.map(({ kind }) => kind),
     pillars: pillarSurface(supported, feet, 0.4 * pointRadius),
     size,
-    plateZ: min[2],
-    shadow: plateShadow(positions, min[2], 0.75 * Math.max(size[0], size[1])),
+    plateZ,
+    shadow: plateShadow(positions, plateZ, 0.75 * Math.max(size[0], size[1])),
     pointRadius,
     layerHeight,
     tintFrom: Math.cos((criticalAngle * Math.PI) / 180),
