@@ -18,7 +18,6 @@ import { placedMesh } from '../placement.js';
 import { checkSettings } from '../setting_ranges.js';
 import { orientMesh } from './orient_mesh.js';
 import { directionFrom, weightsFrom } from './preferences.js';
-import { orientProgress } from './progress.js';
 import { tableText } from './report.js';
 
 interface Options extends PartOptions, PrinterOptions, SupportSettings {
@@ -97,6 +96,8 @@ async function run(meshFile: string, options: Options): Promise<void> {
   const support = supportSettings(options);
   // Before a large mesh is read.
   checkSettings(print, support);
+  // What draws a bar takes longer to load than a small part to analyse.
+  const { orientProgress } = await import('./progress.js');
   const progress = options.quiet ? undefined : orientProgress(process.stderr);
   const report = await untilInterrupted(async (signal) => {
     const file = await loadMesh(meshFile, signal);
