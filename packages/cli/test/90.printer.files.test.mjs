@@ -4,7 +4,7 @@ import { join } from 'node:path';
 import { test } from 'node:test';
 import { outputNames, stiltforge, temporaryFolder } from './harness.mjs';
 import { binaryStl, box } from './meshes.mjs';
-import { png, screen, sl1, tableLayers, tablePngs } from './prints.mjs';
+import { goo, nanoDlp, png, screen, sl1, tableLayers, tablePngs } from './prints.mjs';
 
 /** Runs the command on a file with this content; its supports.json, or how it was refused. */
 async function analysed(t, content, words = [], name = 'table.sl1') {
@@ -60,6 +60,22 @@ test('mirrored and turned layers give the same places on the plate', async (t) =
   assert.deepEqual(document.model.min, plain.model.min);
   assert.deepEqual(document.model.max, plain.model.max);
   assert.ok(document.supports.every(({ x }) => x > 5 && x < 14));
+});
+
+test('a NanoDLP archive and a GOO file give the points of the same layers in an SL1', async (t) => {
+  const { supports } = (await analysed(t, sl1())).document;
+  const places = supports.map(({ column, row, layer }) => [column, row, layer]);
+  for (const [content, name, format] of [
+    [nanoDlp(), 'table.nanodlp', 'NanoDLP'],
+    [goo(), 'table.goo', 'GOO'],
+  ]) {
+    const { document } = await analysed(t, content, [], name);
+    assert.equal(document.model.layers.format, format);
+    assert.deepEqual(
+      document.supports.map(({ column, row, layer }) => [column, row, layer]),
+      places,
+    );
+  }
 });
 
 test('its pictures are those of its slices, where there is material', async (t) => {

@@ -94,3 +94,55 @@ export function sl1(pngs = tablePngs, { width = 16, more = '' } = {}) {
     ...pngs.map((content, layer) => [name(layer), content]),
   ]);
 }
+
+/** The same layers as a NanoDLP archive. */
+export function nanoDlp() {
+  const options = {
+    ...{ PWidth: screen.width, PHeight: screen.height },
+    ...{ Thickness: 50, XPixelSize: 0.1, YPixelSize: 0.1 },
+  };
+  return zip([
+    ['plate.json', JSON.stringify({ LayersCount: tablePngs.length })],
+    ['options.json', JSON.stringify(options)],
+    ...tablePngs.map((content, layer) => [`${layer + 1}.png`, content]),
+  ]);
+}
+
+/** Runs of black and white with the byte before and the checksum behind them. */
+function gooLayer(grey) {
+  const bytes = [];
+  for (let begin = 0; begin < grey.length; ) {
+    let end = begin;
+    while (end < grey.length && grey[end] === grey[begin]) end++;
+    const length = end - begin;
+    // 20 bits are enough for a layer of these.
+    bytes.push((grey[begin] === 0 ? 0 : 0xc0) | 0x20 | (length & 15));
+    bytes.push((length >> 12) & 255, (length >> 4) & 255);
+    begin = end;
+  }
+  const sum = bytes.reduce((a, b) => a + b, 0);
+  return Buffer.from([0x55, ...bytes, ~sum & 255]);
+}
+
+/** The same layers as a GOO file. */
+export function goo() {
+  const counts = 0x2faee;
+  const header = Buffer.alloc(0x2fb95);
+  header.write('V3.0\x07\0\0\0DLP\0', 'latin1');
+  header.write('a printer', 0x5c);
+  header.writeUInt32BE(tableLayers.length, counts);
+  header.writeUInt16BE(screen.width, counts + 4);
+  header.writeUInt16BE(screen.height, counts + 6);
+  header.writeFloatBE(0.1 * screen.width, counts + 10);
+  header.writeFloatBE(0.1 * screen.height, counts + 14);
+  header.writeFloatBE(0.05, counts + 22);
+  header.writeUInt32BE(header.length, 0x2fb8e);
+  const lineEnd = Buffer.from('\r\n');
+  const layers = tableLayers.flatMap((grey) => {
+    const runs = gooLayer(grey);
+    const size = Buffer.alloc(4);
+    size.writeUInt32BE(runs.length);
+    return [Buffer.alloc(64), lineEnd, size, runs, lineEnd];
+  });
+  return Buffer.concat([header, ...layers]);
+}
