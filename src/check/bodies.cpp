@@ -8,10 +8,18 @@
 
 namespace stiltforge::check {
 
+void Bodies::Body::join(const Body& other) {
+  extent.join(other.extent);
+  if (other.marked == 0) return;
+  firstMarked = marked == 0 ? other.firstMarked : std::min(firstMarked, other.firstMarked);
+  lastMarked = marked == 0 ? other.lastMarked : std::max(lastMarked, other.lastMarked);
+  marked = std::max(marked, other.marked);
+}
+
 void Bodies::add(hold::Components pixels, uint32_t layer, const std::vector<uint64_t>& marked) {
   if (pixels.count == 0 && bodies_.empty()) return;
   const auto before = static_cast<uint32_t>(bodies_.size());
-  const JoinedLayer joined = joinLayers(pixels, below_, bodyOf_, before);
+  const JoinedLayer joined = joinLayersWithin(reach_, pixels, below_, bodyOf_, before);
   const std::vector<Extent> extents =
       extentsOf(pixels, layer, std::vector<uint8_t>(pixels.count, 1));
 
@@ -26,16 +34,14 @@ void Bodies::add(hold::Components pixels, uint32_t layer, const std::vector<uint
       bodies.emplace_back();
     }
     bodyOf_[component] = number;
-    bodies[number].extent.join(extents[component]);
-    bodies[number].marked = std::max(bodies[number].marked, marked[component]);
+    bodies[number].join({extents[component], marked[component], layer, layer});
   }
   for (uint32_t body = 0; body < before; ++body) {
     const uint32_t number = numberOf[joined.ofBody[body]];
     if (number == none) {
       ended_(bodies_[body]);
     } else {
-      bodies[number].extent.join(bodies_[body].extent);
-      bodies[number].marked = std::max(bodies[number].marked, bodies_[body].marked);
+      bodies[number].join(bodies_[body]);
     }
   }
   bodies_ = std::move(bodies);

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <vector>
 
+#include "check/reach.h"
 #include "hold/components.h"
 
 namespace stiltforge::check {
@@ -20,5 +21,10 @@ struct JoinedLayer {
 JoinedLayer joinLayers(const hold::Components& layer, const hold::Components& below,
                        const std::vector<uint32_t>& bodyOf, uint32_t bodies,
                        const std::vector<uint32_t>& anchored = {});
+
+/// The same for bodies of which a pixel lies within reach of one of the component's.
+JoinedLayer joinLayersWithin(const Reach& reach, const hold::Components& layer,
+                             const hold::Components& below, const std::vector<uint32_t>& bodyOf,
+                             uint32_t bodies);
 
 }  // namespace stiltforge::check

@@ -82,6 +82,13 @@ CarrySettings carryOf(const CheckSettings& settings) {
           static_cast<uint32_t>(std::round(settings.farReach / step))};
 }
 
+// How far the border of what carries itself may move from one layer to the next.
+Reach frontReach(const CheckSettings& settings) {
+  const double growth = growthOf(settings);
+  return {std::ceil(growth / settings.pixelWidth) + 0.5,
+          std::ceil(growth / settings.pixelHeight) + 0.5};
+}
+
 // Of each component of `pixels`, how many are among `some`, which lie within them.
 std::vector<uint64_t> sharesOf(const hold::Components& pixels, const RunRows& some) {
   std::vector<uint64_t> shares(pixels.count, 0);
@@ -105,8 +112,8 @@ PrintCheck::PrintCheck(const CheckSettings& settings, std::vector<SupportPoint> 
           limits_, [this](const auto& body, uint32_t layer) { noteTaken(body, layer); },
           [this](const auto& body) { noteFloating(body); }),
       carried_(carryOf(settings)),
-      overhang_([this](const auto& body) { noteOverhang(body); }),
-      edge_([this](const auto& body) { noteEdge(body); }),
+      overhang_(frontReach(settings), [this](const auto& body) { noteOverhang(body); }),
+      edge_(Reach(0, 0), [this](const auto& body) { noteEdge(body); }),
       cavities_([this](const auto& cavity) { endedCavities_.push_back(cavity); }) {
   std::stable_sort(points_.begin(), points_.end(),
                    [](const SupportPoint& a, const SupportPoint& b) { return a.layer < b.layer; });
@@ -329,13 +336,15 @@ void PrintCheck::noteOverhang(const Bodies::Body& body) {
   if (areaOf(body.extent.pieceSize) < settings_.leastOverhang) return;
   const bool isFar = body.marked > 0 && areaOf(body.marked) >= settings_.leastOverhang;
   // As an island may, an overhang may grow a little before something takes it.
-  const bool isTakenSoon = body.extent.lastLayer - body.extent.firstLayer < limits_.layers;
+  const auto isTakenLate = [&](uint32_t first, uint32_t last) {
+    return last - first >= limits_.layers;
+  };
   Finding finding;
   finding.kind = Kind::overhang;
-  if (isFar) {
-    finding.severity = isTakenSoon ? Severity::risk : Severity::fails;
-  } else {
-    finding.severity = isTakenSoon ? Severity::note : Severity::risk;
+  if (isFar && isTakenLate(body.firstMarked, body.lastMarked)) {
+    finding.severity = Severity::fails;
+  } else if (isFar || isTakenLate(body.extent.firstLayer, body.extent.lastLayer)) {
+    finding.severity = Severity::risk;
   }
   finding.extent = body.extent;
   finding.area = areaOf(body.extent.pieceSize);

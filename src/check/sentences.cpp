@@ -1,5 +1,7 @@
 #include "check/sentences.h"
 
+#include <algorithm>
+#include <cmath>
 #include <cstdint>
 #include <cstdio>
 #include <string>
@@ -8,10 +10,12 @@ namespace stiltforge::check {
 
 namespace {
 
-// Three digits, as a person would write them.
+// Three digits, or two below 1, as a person would write them.
 std::string numberText(double value) {
-  char text[32];
-  const int decimals = value >= 99.95 ? 0 : value >= 9.995 ? 1 : value >= 0.995 ? 2 : 3;
+  const double scale = value >= 0.995 ? 2 : 1;
+  const double above = value > 0 ? std::floor(std::log10(value) + 0.0022) : 0;
+  const int decimals = static_cast<int>(std::clamp(scale - above, 0.0, 12.0));
+  char text[64];
   std::snprintf(text, sizeof text, "%.*f", decimals, value);
   return text;
 }

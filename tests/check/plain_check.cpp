@@ -395,35 +395,41 @@ class PlainCheck {
         if (!within[static_cast<std::size_t>(steps)].contains(v)) far.insert(v);
       }
     }
-    for (const Voxels& body : bodiesOf(nearly)) {
+    for (const Voxels& body : bodiesOf(nearly, std::ceil(growth / s_.pixelWidth) + 0.5,
+                                       std::ceil(growth / s_.pixelHeight) + 0.5)) {
       Finding finding;
       finding.kind = Kind::overhang;
       finding.extent = extentOf(body, true);
       finding.area = areaOf(finding.extent.pieceSize);
       std::size_t most = 0;
+      std::set<int> farLayers;
       for (const Voxels& piece : piecesInLayers(body)) {
-        most = std::max(most, static_cast<std::size_t>(
-                                  std::count_if(piece.begin(), piece.end(),
-                                                [&](const Voxel& v) { return far.contains(v); })));
+        const auto count = static_cast<std::size_t>(std::count_if(
+            piece.begin(), piece.end(), [&](const Voxel& v) { return far.contains(v); }));
+        most = std::max(most, count);
+        if (count > 0) farLayers.insert(piece.begin()->layer);
       }
       if (finding.area < s_.leastOverhang) continue;
       const bool isFar = most > 0 && areaOf(most) >= s_.leastOverhang;
-      const bool isSoon =
-          static_cast<int>(finding.extent.lastLayer) - static_cast<int>(finding.extent.firstLayer) <
-          islandLayers_;
-      finding.severity = isFar == isSoon ? Severity::risk
-                         : isFar         ? Severity::fails
-                                         : Severity::note;
+      const bool isFarLong = isFar && *farLayers.rbegin() - *farLayers.begin() >= islandLayers_;
+      const bool isLong = static_cast<int>(finding.extent.lastLayer) -
+                              static_cast<int>(finding.extent.firstLayer) >=
+                          islandLayers_;
+      finding.severity = isFarLong         ? Severity::fails
+                         : isFar || isLong ? Severity::risk
+                                           : Severity::note;
       note(finding);
     }
   }
 
-  // Sets that hang together by pixels above each other, layers without material left out.
-  std::vector<Voxels> bodiesOf(const Voxels& all) const {
+  // Sets that hang together within reach of each other, layers without material left out.
+  std::vector<Voxels> bodiesOf(const Voxels& all, double columns, double rows) const {
     return piecesOf(all, [&](const Voxel& v) {
       std::vector<Voxel> next = around(v, true);
-      next.push_back({below(v.layer), v.y, v.x});
-      next.push_back({above(v.layer), v.y, v.x});
+      for (const Voxel& other : all) {
+        const bool isNext = other.layer == below(v.layer) || other.layer == above(v.layer);
+        if (isNext && isWithin(other.x - v.x, other.y - v.y, columns, rows)) next.push_back(other);
+      }
       return next;
     });
   }
@@ -439,7 +445,7 @@ class PlainCheck {
         }
       }
     }
-    for (const Voxels& body : bodiesOf(border)) {
+    for (const Voxels& body : bodiesOf(border, 0, 0)) {
       Finding finding;
       finding.kind = Kind::screenEdge;
       finding.severity = Severity::risk;
