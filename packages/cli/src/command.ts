@@ -3,9 +3,10 @@ import { Command, CommanderError, InvalidArgumentError, Option } from 'commander
 import { isPrinterFile, type SupportSettings } from 'stiltforge/slicing';
 import { analyseMesh, type Job, type JobWatcher, type RegionToInspect } from './analyse_mesh.js';
 import { analysePrint } from './analyse_print.js';
+import { checkCommand } from './check/command.js';
 import { completionCommand } from './completion/command.js';
 import { doctorCommand } from './doctor/command.js';
-import { codeOf, ExitCode, Interrupted, messageOf, UserError } from './errors.js';
+import { codeOf, ExitCode, Interrupted, messageOf, Told, UserError } from './errors.js';
 import { untilInterrupted } from './interrupting.js';
 import { loadMesh } from './mesh/load.js';
 import { folderName, outputFormats, positive } from './option_values.js';
@@ -33,7 +34,8 @@ import {
   printJob,
   requireNoPrintOptions,
 } from './print_options.js';
-import { noProgress, type Progress, progressLines } from './progress.js';
+import { noProgress } from './progress.js';
+import { progressOn } from './progress_on.js';
 import { checkSettings } from './setting_ranges.js';
 import { type Summary, summaryText } from './summary.js';
 import { version } from './version.js';
@@ -138,6 +140,7 @@ function buildCommand(
     .hook('preAction', (_, called) => applyPresets(called))
     .action(run);
   for (const other of [
+    checkCommand(),
     orientCommand(),
     paramsCommand(),
     presetsCommand(),
@@ -162,6 +165,7 @@ export async function runCommand(words: readonly string[]): Promise<ExitCode> {
       process.stderr.write('stiltforge: interrupted, nothing was written\n');
       return ExitCode.interrupted;
     }
+    if (error instanceof Told) return error.exitCode;
     if (error instanceof UserError) {
       process.stderr.write(`stiltforge: ${error.message}\n`);
       return error.exitCode;
@@ -233,13 +237,6 @@ async function printRun(
 ): Promise<Run> {
   const job = await printJob(name, options, support, givenParameters(options), command);
   return (watcher) => analysePrint(job, watcher);
-}
-
-/** A bar, or lines where standard error is not a terminal. */
-export async function progressOn(stream: NodeJS.WriteStream): Promise<Progress> {
-  if (!stream.isTTY) return progressLines(stream);
-  const { progressBar } = await import('./progress_bar.js');
-  return progressBar(stream);
 }
 
 function regionToInspect(text: string, earlier: RegionToInspect[]): RegionToInspect[] {

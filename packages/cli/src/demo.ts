@@ -1,9 +1,9 @@
 import { createRequire } from 'node:module';
 import { defaultPrint, defaultSupport } from 'stiltforge/slicing';
 import { analyseMesh } from './analyse_mesh.js';
-import { progressOn } from './command.js';
 import { untilInterrupted } from './interrupting.js';
 import { scaled, standingOnOrigin, turnedFromYUp } from './mesh/triangles.js';
+import { progressOn } from './progress_on.js';
 import { summaryText } from './summary.js';
 
 interface IndexedMesh {

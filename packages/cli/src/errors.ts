@@ -40,3 +40,12 @@ export function messageOf(error: unknown): string {
 export function codeOf(error: unknown): unknown {
   return (Object(error) as { code?: unknown }).code;
 }
+
+/** Ends the command with that code; what there is to say was said. */
+export class Told extends Error {
+  override name = 'Told';
+
+  constructor(readonly exitCode: ExitCode) {
+    super('told');
+  }
+}

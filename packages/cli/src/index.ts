@@ -16,6 +16,8 @@ export {
   type RegionToInspect,
 } from './analyse_mesh.js';
 export { analysePrint, type PrintJob } from './analyse_print.js';
+export { type CheckedFile, type CheckRun, checkFiles } from './check/check_files.js';
+export { type CheckDocument, checkDocument } from './check/document.js';
 export { ExitCode, Interrupted, UserError } from './errors.js';
 export { loadMesh } from './mesh/load.js';
 export type {

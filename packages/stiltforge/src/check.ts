@@ -80,7 +80,7 @@ export interface CheckedLayers extends LayerSource {
   readonly cropY?: number;
   /**
    * mm: the screen's outer corner at column 0, row 0. Unless set, x is 0 at the left and y is 0 at the
-   * bottom of the screen.
+   * front of the plate.
    */
   readonly originX?: number;
   readonly originY?: number;
@@ -95,6 +95,13 @@ export interface CheckOptions {
   /** Pixels. */
   screenWidth: number;
   screenHeight: number;
+  /**
+   * How a layer shows the plate, see PrinterFile; as seen from above unless set. Not for layers with an
+   * origin of their own.
+   */
+  turned?: boolean;
+  mirroredX?: boolean;
+  mirroredY?: boolean;
   /** mm, z of the plate; 0 unless set. */
   plateZ?: number;
   /** The supports of layers that show none. */
@@ -123,19 +130,12 @@ export async function checkPrint(
   layers: CheckedLayers,
   options: CheckOptions,
 ): Promise<CheckReport> {
-  const {
-    plateZ = 0,
-    points,
-    progress,
-    signal,
-    pixelHeight = options.pixelWidth,
-    ...rest
-  } = options;
+  const { points, progress, signal, plateZ, turned, mirroredX, mirroredY, ...rest } = options;
   signal?.throwIfAborted();
   const { cropX = 0, cropY = 0, layerCount } = layers;
   const { PrintCheck } = binding();
   const check = new PrintCheck(
-    { ...rest, pixelHeight, cropX, cropY },
+    { ...rest, pixelHeight: options.pixelHeight ?? options.pixelWidth, cropX, cropY },
     points && packed(points, layers),
   );
   for (let done = 0; done < layerCount; ) {
@@ -143,18 +143,14 @@ export async function checkPrint(
     progress?.(done, layerCount);
     signal?.throwIfAborted();
   }
-  const { findings, ...report } = await check.finish();
-  const screen: Screen = {
-    cropX,
-    cropY,
-    originX: layers.originX ?? 0,
-    originY: layers.originY ?? options.screenHeight * pixelHeight,
-    originZ: plateZ,
-    pixelWidth: options.pixelWidth,
-    pixelHeight,
-    layerHeight: options.layerHeight,
+  const { findings, layers: layersDone, volume, counts } = await check.finish();
+  const plate = plateOf(layers, options);
+  return {
+    layers: layersDone,
+    volume: withoutRounding(volume),
+    counts,
+    findings: findings.map((finding) => placed(finding, plate)),
   };
-  return { ...report, findings: findings.map((finding) => placed(finding, screen)) };
 }
 
 const beyond = 65535;
@@ -178,38 +174,59 @@ function packed(points: Iterable<CheckPoint>, layers: CheckedLayers): Uint32Arra
   return Uint32Array.from(numbers);
 }
 
-interface Screen {
+interface Plate {
+  /** mm: corners of pixels of the screen. */
+  at(column: number, row: number): [x: number, y: number];
+  /** mm: the lower face of a layer. */
+  z(layer: number): number;
   cropX: number;
   cropY: number;
-  originX: number;
-  originY: number;
-  originZ: number;
-  pixelWidth: number;
-  pixelHeight: number;
-  layerHeight: number;
 }
 
-function placed(finding: NativeFinding, screen: Screen): Finding {
-  const { left, right, top, bottom, layer, column, row, ...told } = finding;
+function plateOf(layers: CheckedLayers, options: CheckOptions): Plate {
+  const { pixelWidth, pixelHeight = pixelWidth, screenWidth, screenHeight, layerHeight } = options;
+  const { plateZ = 0, turned, mirroredX, mirroredY } = options;
+  const { originX = 0, originY = screenHeight * pixelHeight, cropX = 0, cropY = 0 } = layers;
+  return {
+    at: (column, row) => {
+      const across = mirroredX ? screenWidth - column : column;
+      const down = mirroredY ? screenHeight - row : row;
+      return turned
+        ? [(screenHeight - down) * pixelHeight, (screenWidth - across) * pixelWidth]
+        : [originX + across * pixelWidth, originY - down * pixelHeight];
+    },
+    z: (layer) => plateZ + layer * layerHeight,
+    cropX,
+    cropY,
+  };
+}
+
+function placed(finding: NativeFinding, plate: Plate): Finding {
+  const { left, right, top, bottom, layer, column, row, volume, area, ...rest } = finding;
+  const told = { ...rest, volume: withoutRounding(volume), area: withoutRounding(area) };
   if (left === undefined || finding.kind === 'idlePoints') return told;
-  const x = (pixels: number): number =>
-    rounded(screen.originX + (screen.cropX + pixels) * screen.pixelWidth);
-  const y = (pixels: number): number =>
-    rounded(screen.originY - (screen.cropY + pixels) * screen.pixelHeight);
-  const z = (layers: number): number => rounded(screen.originZ + layers * screen.layerHeight);
+  const at = (x: number, y: number) => plate.at(plate.cropX + x, plate.cropY + y);
+  const corners = [at(left, top), at(right + 1, bottom + 1)];
+  const xs = corners.map(([x]) => x);
+  const ys = corners.map(([, y]) => y);
+  const [x, y] = at(column + 0.5, row + 0.5);
   return {
     ...told,
     place: {
       layer,
-      column: screen.cropX + column,
-      row: screen.cropY + row,
-      x: x(column + 0.5),
-      y: y(row + 0.5),
-      z: z(layer),
+      column: plate.cropX + column,
+      row: plate.cropY + row,
+      x: rounded(x),
+      y: rounded(y),
+      z: rounded(plate.z(layer)),
     },
     box: {
-      min: [x(left), y(bottom + 1), z(told.firstLayer)],
-      max: [x(right + 1), y(top), z(told.lastLayer + 1)],
+      min: [rounded(Math.min(...xs)), rounded(Math.min(...ys)), rounded(plate.z(told.firstLayer))],
+      max: [
+        rounded(Math.max(...xs)),
+        rounded(Math.max(...ys)),
+        rounded(plate.z(told.lastLayer + 1)),
+      ],
     },
   };
 }
@@ -217,4 +234,9 @@ function placed(finding: NativeFinding, screen: Screen): Finding {
 /** To the micrometre: beyond it are only the digits of binary fractions. */
 function rounded(millimetres: number): number {
   return Math.round(1000 * millimetres) / 1000;
+}
+
+/** Sums of pixels have no more digits than that. */
+function withoutRounding(value: number): number {
+  return Number(value.toPrecision(12));
 }

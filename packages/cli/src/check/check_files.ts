@@ -1,0 +1,74 @@
+import { type CheckReport, checkPrint, type Severity } from 'stiltforge/check';
+import { codeOf, ExitCode, Interrupted, messageOf, UserError } from '../errors.js';
+import type { Progress } from '../progress.js';
+import { fileError, type InputOptions, openInput } from './input.js';
+
+/** What became of a file. */
+export type CheckedFile =
+  | { file: string; report: CheckReport; error?: undefined }
+  | { file: string; report?: undefined; error: UserError };
+
+export interface CheckRun extends InputOptions {
+  criticalAngle: number;
+  progress: Progress;
+  signal: AbortSignal;
+  warn(sentence: string): void;
+  /** Called with each file when it is done. */
+  done(checked: CheckedFile): void;
+}
+
+/**
+ * Checks files one after the other; one that can't be read does not stop the others. Throws Interrupted
+ * when the signal says so.
+ */
+export async function checkFiles(files: readonly string[], run: CheckRun): Promise<CheckedFile[]> {
+  const checked: CheckedFile[] = [];
+  for (const file of files) {
+    const next = await checkFile(file, run);
+    checked.push(next);
+    run.done(next);
+  }
+  return checked;
+}
+
+async function checkFile(file: string, run: CheckRun): Promise<CheckedFile> {
+  const { criticalAngle, progress, signal } = run;
+  try {
+    const { layers, print, points, warnings } = await openInput(file, run);
+    for (const sentence of warnings) run.warn(`${file}: ${sentence}`);
+    progress.start(layers.layerCount, 0);
+    try {
+      const report = await checkPrint(layers, {
+        ...print,
+        points,
+        criticalAngle,
+        progress: progress.layers,
+        signal,
+      });
+      return { file, report };
+    } finally {
+      progress.stop();
+    }
+  } catch (error) {
+    if (signal.aborted) throw new Interrupted();
+    return { file, error: asUserError(file, fileError(file, error)) };
+  }
+}
+
+function asUserError(file: string, error: unknown): UserError {
+  if (error instanceof UserError) return error;
+  const code = codeOf(error);
+  if (code === 'ERR_STILTFORGE_BINARY') throw error;
+  if (code === 'ERR_STILTFORGE_MEMORY') {
+    return new UserError(ExitCode.memory, `${file}: ${messageOf(error)}`, { cause: error });
+  }
+  throw error;
+}
+
+/** From the worst to the least. */
+export const severities: readonly Severity[] = ['fails', 'risk', 'note'];
+
+/** Whether it has a finding that is as bad as that, or worse. */
+export function isAsBadAs({ counts }: CheckReport, limit: Severity): boolean {
+  return severities.slice(0, severities.indexOf(limit) + 1).some((one) => counts[one] > 0);
+}

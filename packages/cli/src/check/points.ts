@@ -1,0 +1,88 @@
+import { readFile, stat } from 'node:fs/promises';
+import { ExitCode, messageOf, UserError } from '../errors.js';
+
+/** Where a support touches, mm in the coordinates of the mesh. */
+export interface SupportPlace {
+  x: number;
+  y: number;
+  z: number;
+}
+
+/** No real list is near it, and all of it is read at once. */
+const mostBytes = 256e6;
+
+/**
+ * Reads the places of supports from a supports.json, or from a table whose first line names the columns
+ * x_mm, y_mm and z_mm, or x, y and z; without such a line they are the first three. Throws a UserError
+ * that names the file and the place in it.
+ */
+export async function loadPoints(file: string): Promise<SupportPlace[]> {
+  const text = await textOf(file);
+  return /^\s*\{/.test(text) ? fromDocument(file, text) : fromTable(file, text);
+}
+
+function refused(file: string, what: string): UserError {
+  return new UserError(ExitCode.mesh, `${file}: ${what}`);
+}
+
+async function textOf(file: string): Promise<string> {
+  try {
+    const { size } = await stat(file);
+    if (size > mostBytes) {
+      throw refused(file, `it has ${Math.round(size / 1e6)} MB, which no list of supports has.`);
+    }
+    return (await readFile(file, 'utf8')).replace(/^\uFEFF/, '');
+  } catch (error) {
+    if (error instanceof UserError) throw error;
+    throw refused(file, `it can't be read (${messageOf(error)}). Check the name.`);
+  }
+}
+
+function fromDocument(file: string, text: string): SupportPlace[] {
+  let document: { supports?: unknown };
+  try {
+    document = JSON.parse(text) as typeof document;
+  } catch (error) {
+    throw refused(file, `it is no JSON (${messageOf(error)}). Write it again.`);
+  }
+  const { supports } = document;
+  if (!Array.isArray(supports)) {
+    throw refused(file, 'it has no list "supports". Give a supports.json or a points.csv.');
+  }
+  return supports.map((support: unknown, i) => {
+    const { x, y, z } = Object(support) as Record<string, unknown>;
+    return place(x, y, z, () => refused(file, `support ${i + 1} has no numbers x, y and z.`));
+  });
+}
+
+function fromTable(file: string, text: string): SupportPlace[] {
+  const lines = text.split(/\r\n|\n|\r/);
+  const cells = (line: string): string[] => line.split(/[,;\t]/).map((cell) => cell.trim());
+  const names = cells(lines[0]).map((name) => name.toLowerCase().replace(/_mm$/, ''));
+  const named = ['x', 'y', 'z'].map((name) => names.indexOf(name));
+  const hasNames = named.every((column) => column >= 0);
+  const columns = hasNames ? named : [0, 1, 2];
+  return lines.flatMap((line, i) => {
+    if (line.trim() === '' || (i === 0 && hasNames)) return [];
+    const row = cells(line);
+    const [x, y, z] = columns.map((column) => numberFrom(row[column]));
+    return place(x, y, z, () =>
+      refused(
+        file,
+        `line ${i + 1} has no three numbers x, y and z. Write them in millimetres, with decimal ` +
+          'points and commas between, under a line of names or first in each line.',
+      ),
+    );
+  });
+}
+
+function numberFrom(text: string | undefined): number {
+  return text === undefined || text === '' ? Number.NaN : Number(text);
+}
+
+function place(x: unknown, y: unknown, z: unknown, error: () => UserError): SupportPlace {
+  if (Number.isFinite(x) && Number.isFinite(y) && Number.isFinite(z)) {
+    return { x, y, z } as SupportPlace;
+  }
+  throw error();
+}

@@ -1,0 +1,114 @@
+import type { CheckReport, Finding, FindingKind, Severity } from 'stiltforge/check';
+import { counted, countText, volumeText } from '../wording.js';
+import { type CheckedFile, isAsBadAs } from './check_files.js';
+
+/** What a person calls it. */
+const names: Record<FindingKind, string> = {
+  emptyLayers: 'empty layers',
+  floatingPart: 'part on nothing',
+  island: 'island',
+  overhang: 'overhang',
+  screenEdge: "screen's edge",
+  resinTrap: 'resin trap',
+  suctionCup: 'suction cup',
+  specks: 'specks',
+  idlePoints: 'idle points',
+};
+
+const words: Record<Severity, string> = { fails: 'FAILS', risk: 'risk', note: 'note' };
+
+/** Rows of a file's table; the others are counted. */
+const mostRows = 25;
+
+/** The findings of a file, worst first, and what to do about them. */
+export function fileText(file: string, report: CheckReport): string {
+  const { layers, volume, counts, findings } = report;
+  const head = `${file}: ${counted(layers, 'layer')}, ${volumeText(volume)}`;
+  if (findings.length === 0) return `${head}\n  holds; nothing was found\n`;
+  const shown = findings.slice(0, mostRows);
+  const total = counts.fails + counts.risk + counts.note;
+  const lines = [head, '', ...indented(table(shown.map(rowOf), header, right))];
+  if (total > shown.length) {
+    lines.push(`  and ${counted(total - shown.length, 'more finding')}; --json lists them`);
+  }
+  lines.push('', ...indented(remedies(shown)));
+  return `${lines.join('\n')}\n`;
+}
+
+const header = ['', 'finding', 'layers', 'x mm', 'y mm', 'z mm', 'size'];
+const right = [false, false, true, true, true, true, true];
+
+function rowOf(finding: Finding): string[] {
+  const { kind, severity, firstLayer, lastLayer, place } = finding;
+  const layers = firstLayer === lastLayer ? `${firstLayer}` : `${firstLayer}-${lastLayer}`;
+  const at = place ? [place.x, place.y, place.z].map((value) => value.toFixed(2)) : ['', '', ''];
+  return [words[severity], names[kind], layers, ...at, sizeOf(finding)];
+}
+
+function sizeOf({ kind, volume, area, count }: Finding): string {
+  if (kind === 'idlePoints') return counted(count, 'point');
+  if (kind === 'overhang' || kind === 'island') return areaText(area);
+  return volume > 0 ? volumeText(volume) : '';
+}
+
+function areaText(area: number): string {
+  return `${area.toLocaleString('en-US', area < 100 ? { maximumSignificantDigits: 3 } : { maximumFractionDigits: 0 })} mm2`;
+}
+
+/** Each remedy once, with what it is for. */
+function remedies(findings: readonly Finding[]): string[] {
+  const all = findings.map(({ kind, remedy }) => `${capitalized(names[kind])}: ${remedy}`);
+  return [...new Set(all)].flatMap(wrapped);
+}
+
+/** One line a file, for a run with several. */
+export function overviewText(checked: readonly CheckedFile[]): string {
+  const rows = checked.map(({ file, report }) =>
+    report
+      ? [file, ...countsOf(report), verdictOf(report)]
+      : [file, '', '', '', "can't be checked, see above"],
+  );
+  const lines = table(rows, ['', 'fails', 'risks', 'notes', ''], [false, true, true, true, false]);
+  return `${lines.join('\n')}\n`;
+}
+
+function countsOf({ counts }: CheckReport): string[] {
+  return [counts.fails, counts.risk, counts.note].map(countText);
+}
+
+function verdictOf(report: CheckReport): string {
+  if (isAsBadAs(report, 'fails')) return 'WOULD FAIL';
+  return isAsBadAs(report, 'risk') ? 'holds, at some risk' : 'holds';
+}
+
+/** Rows in columns two blanks apart. */
+function table(
+  rows: readonly string[][],
+  head: readonly string[],
+  isRight: readonly boolean[],
+): string[] {
+  const all = [head, ...rows];
+  const widths = head.map((_, i) => Math.max(...all.map((row) => row[i].length)));
+  return all.map((row) =>
+    row
+      .map((cell, i) => (isRight[i] ? cell.padStart(widths[i]) : cell.padEnd(widths[i])))
+      .join('  ')
+      .trimEnd(),
+  );
+}
+
+const textWidth = 78;
+
+function wrapped(text: string): string[] {
+  const lines = [''];
+  for (const word of text.split(' ')) {
+    const line = lines[lines.length - 1];
+    if (line !== '' && line.length + word.length + 1 > textWidth) lines.push(`  ${word}`);
+    else lines[lines.length - 1] = line === '' ? word : `${line} ${word}`;
+  }
+  return lines;
+}
+
+const indented = (lines: readonly string[]): string[] => lines.map((line) => `  ${line}`);
+
+const capitalized = (text: string): string => text[0].toUpperCase() + text.slice(1);
