@@ -123,9 +123,9 @@ async function check(files: string[], options: Options, command: Command): Promi
     throw new Told(ExitCode.failure);
 }
 
-/** What was set on the command line. */
+/** What was set on the command line, or by a preset. */
 function givenOf({ layerHeight, pixelSize }: Options, command: Command): InputOptions['given'] {
-  const isGiven = (name: string): boolean => command.getOptionValueSource(name) === 'cli';
+  const isGiven = (name: string): boolean => command.getOptionValueSource(name) !== 'default';
   return {
     layerHeight: isGiven('layerHeight') ? layerHeight : undefined,
     pixelSize: isGiven('pixelSize') ? pixelSize : undefined,
