@@ -5,6 +5,8 @@
 #include <cstddef>
 #include <utility>
 
+#include "check/tiles.h"
+
 namespace stiltforge::check {
 
 namespace {
@@ -66,6 +68,8 @@ RunRows CarriedMaterial::findSelfCarried(const hold::Components& regions,
 RunRows CarriedMaterial::findNextStep(const hold::Components& regions, const RunRows& nearer,
                                       const RunRows& below, const Reach& reach) {
   const auto all = [](const Run&, int) { return true; };
+  const int columns = step_.columnsAt(0);
+  const Tiles tiles(nearer, std::max(columns, step_.rows()));
   RunRows within;
   for (int y = 0; y < regions.pixels.height(); ++y) {
     uint32_t position = regions.pixels.rowStart(static_cast<std::size_t>(y));
@@ -74,7 +78,7 @@ RunRows CarriedMaterial::findNextStep(const hold::Components& regions, const Run
       rest_.begin(run);
       rest_.takePixels(nearer.row(y));
       if (!rest_.empty()) rest_.takeReached(below, y, reach, all);
-      if (!rest_.empty()) {
+      if (!rest_.empty() && tiles.mayBeNear(run, y, columns, step_.rows())) {
         rest_.takeReached(nearer, y, step_, [&](const Run& other, int row) {
           return regions.at(other.begin, row) == region;
         });

@@ -196,8 +196,9 @@ TEST(PrintCheck, JudgesAShelfByItsDistanceFromWhatCarriesIt) {
   const std::vector<Finding> findings = findingsOf(shelf(9, 9));
   ASSERT_EQ(toldOf(findings), Told{"fails overhang 10-14"});
   EXPECT_EQ(findings[0].area, 15);
-  EXPECT_EQ(describe(findings[0]).what,
-            "an overhang in layers 10 to 14 is too far from what carries it, 15.0 mm2 in one layer");
+  EXPECT_EQ(
+      describe(findings[0]).what,
+      "an overhang in layers 10 to 14 is too far from what carries it, 15.0 mm2 in one layer");
 }
 
 TEST(PrintCheck, TakesAnOverhangForLessThatIsTakenSoon) {
@@ -389,6 +390,27 @@ TEST(PrintCheck, RefusesALayerOfAnotherSizeOrBesideTheScreenAndGoesOn) {
   EXPECT_THROW(check.add(runsOf(row(".##.")), 4), std::invalid_argument);
   check.add(runsOf(stack.layers[0]), 5);
   EXPECT_EQ(check.finish().layers, 2u);
+}
+
+// As many runs as a layer can have, none of which anything carries.
+TEST(PrintCheck, TakesACombWithoutASupport) {
+  constexpr int side = 600;
+  CheckSettings settings;
+  settings.pixelWidth = settings.pixelHeight = settings.layerHeight = 0.05;
+  settings.screenWidth = settings.screenHeight = side + 2;
+  settings.cropX = settings.cropY = 1;
+  RunRows foot;
+  RunRows comb;
+  for (int y = 0; y < side; ++y) {
+    foot.add(0, 10);
+    foot.endRow();
+    for (int x = 0; x < side; x += 2) comb.add(x, y % 50 == 0 ? x + 2 : x + 1);
+    comb.endRow();
+  }
+  PrintCheck check(settings);
+  check.add(foot, side);
+  for (int i = 0; i < 6; ++i) check.add(comb, side);
+  EXPECT_EQ(toldOf(check.finish().findings), Told{"fails overhang 1-6"});
 }
 
 TEST(PrintCheck, TakesTheLargestScreen) {
