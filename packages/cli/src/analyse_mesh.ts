@@ -47,6 +47,8 @@ export interface Job extends PartJob {
   /** A page with the part, its slices and its points; none unless set. */
   report?: boolean;
   inspect: readonly RegionToInspect[];
+  /** Leave everything that earlier runs wrote, but for what is written anew. */
+  keep?: boolean;
 }
 
 export interface JobWatcher {
@@ -72,7 +74,7 @@ export async function analyseMesh(job: Job, watcher: JobWatcher): Promise<Summar
   try {
     const summary = await writeOutputs(job, watcher, prepared, folder);
     // What was inspected stays: it was asked for one by one.
-    folder.commit((name) => name.startsWith(`${inspectFolder}/`));
+    folder.commit((name) => job.keep === true || name.startsWith(`${inspectFolder}/`));
     const seconds = (performance.now() - started) / 1000;
     return { ...summary, seconds, peakMemory: 1024 * process.resourceUsage().maxRSS };
   } catch (error) {

@@ -7,6 +7,7 @@ import { checkCommand } from './check/command.js';
 import { completionCommand } from './completion/command.js';
 import { doctorCommand } from './doctor/command.js';
 import { codeOf, ExitCode, Interrupted, messageOf, Told, UserError } from './errors.js';
+import { inspectCommand } from './inspect/command.js';
 import { untilInterrupted } from './interrupting.js';
 import { loadMesh } from './mesh/load.js';
 import { folderName, outputFormats, positive } from './option_values.js';
@@ -22,6 +23,7 @@ import {
   type FinishOptions,
   type PartOptions,
   type PrinterOptions,
+  placementOf,
   printSettings,
   supportSettings,
 } from './part_options.js';
@@ -142,6 +144,7 @@ function buildCommand(
   for (const other of [
     checkCommand(),
     orientCommand(),
+    inspectCommand(),
     paramsCommand(),
     presetsCommand(),
     doctorCommand(),
@@ -214,6 +217,7 @@ async function meshRun(
     name,
     mesh: placedMesh(file, name, options),
     meshWarnings: file.warnings,
+    placement: placementOf(options),
     print,
     support,
     parameters,

@@ -14,6 +14,7 @@ import { analysedPart, finishedPart, type HeldPart, isAdded } from './held_part.
 import { isLackOfMemory, type Making, outOfMemory, requireMemory } from './memory.js';
 import type { SupportsDocument } from './output/documents.js';
 import { meshPlaces, Records } from './output/records.js';
+import type { PartOptions } from './part_options.js';
 import type { Progress } from './progress.js';
 import { checkSettings } from './setting_ranges.js';
 import { Tally } from './tally.js';
@@ -29,6 +30,8 @@ export interface PartJob {
   mesh: Triangles;
   /** Sentences about its file, to be passed on with those about the mesh itself. */
   meshWarnings?: readonly string[];
+  /** What was done to the mesh of the file; told in supports.json. */
+  placement?: PartOptions;
   print: PrintSettings;
   support: SupportSettings;
   /** Parameters in place of those that follow from the settings. */
@@ -192,7 +195,11 @@ function documentOf(
   const { bounds, ...mesh } = report;
   return {
     generator: `stiltforge ${version}`,
-    model: { file: basename(job.name), ...bounds, mesh, sliceVolume, warnings },
+    model: {
+      file: basename(job.name),
+      ...(job.placement === undefined ? {} : { placement: job.placement }),
+      ...{ ...bounds, mesh, sliceVolume, warnings },
+    },
     print: {
       ...print,
       layers: slicer.layerCount,

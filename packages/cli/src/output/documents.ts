@@ -2,6 +2,7 @@ import type { AnalysisParameters } from 'stiltforge';
 import type { Verdict } from 'stiltforge/analysis';
 import type { MeshReport, PrintSettings, SupportSettings } from 'stiltforge/slicing';
 import type { DroppedPoint, HeldPoint, SupportKind } from '../held_part.js';
+import type { PartOptions } from '../part_options.js';
 
 /** A pixel of a layer, in all the coordinates that a reader may want. */
 export interface PlaceRecord {
@@ -78,6 +79,8 @@ export interface SupportsDocument {
   generator: string;
   model: {
     file: string;
+    /** What the command's options did to the mesh of the file, where that is known. */
+    placement?: PartOptions;
     /** Millimetres, in the coordinates of the model, or of the plate. */
     min: readonly number[];
     max: readonly number[];
@@ -114,7 +117,7 @@ export interface SupportsDocument {
   dropped: DroppedRecord[];
 }
 
-const schemaVersion = 2;
+export const schemaVersion = 2;
 
 export function supportsJson(document: SupportsDocument): string {
   const { islands, supports, dropped, ...rest } = document;
