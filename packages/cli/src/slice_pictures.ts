@@ -36,7 +36,7 @@ export async function slicePictures(
   const { sheet, tiles } = await sliceSheet(
     pictured(layers, slicer, parameters, tally, part, print, signal),
     layers.length,
-    `${name}: where most supports were placed`,
+    `${name}: where most supports were placed${part.dropped.length > 0 ? ', merged or left out' : ''}`,
     `support placed up to ${memory} mm below`,
     {
       island: 'new support under an island',
@@ -95,6 +95,7 @@ function pictureOf(
       counted(groups.length, 'region'),
       counted(islands.length, 'island'),
       counted(points.length, 'new support'),
+      ...(dropped.length > 0 ? [`${dropped.length} merged or left out`] : []),
     ].join(', '),
     width,
     height,
