@@ -53,6 +53,23 @@ std::unique_ptr<PrinterFile> openSource(std::unique_ptr<files::ByteSource> sourc
                   "Export the print in one of these formats, or as a folder of numbered PNGs");
 }
 
+std::string lowerCase(std::string text) {
+  for (char& character : text) {
+    if (character >= 'A' && character <= 'Z') character = static_cast<char>(character - 'A' + 'a');
+  }
+  return text;
+}
+
+/// Whether an archive is a 3MF; one that is damaged is taken for none.
+bool holdsModel(files::ByteSource& source) {
+  try {
+    const files::ZipArchive archive(source, {"the archive", "the entry", mostEntries});
+    return archive.find("3D/3dmodel.model") != nullptr || archive.find("_rels/.rels") != nullptr;
+  } catch (const FileError&) {
+    return false;
+  }
+}
+
 /// The bytes of a file in memory of their own.
 class OwnedBytes : public files::ByteSource {
  public:
@@ -90,12 +107,13 @@ std::unique_ptr<PrinterFile> openPrinterFile(std::vector<char> bytes, const Read
 bool isPrinterFile(const std::filesystem::path& path) {
   std::error_code failure;
   if (std::filesystem::is_directory(path, failure)) return true;
+  const std::string extension = lowerCase(path.extension().string());
+  for (const char* own : {".sl1", ".sl1s", ".nanodlp", ".goo"}) {
+    if (extension == own) return true;
+  }
   try {
     files::FileSource source(path, kind);
-    if (isGoo(source)) return true;
-    if (!isZip(source)) return false;
-    const files::ZipArchive archive(source, {"the archive", "the entry", mostEntries});
-    return archive.find("3D/3dmodel.model") == nullptr && archive.find("_rels/.rels") == nullptr;
+    return isGoo(source) || (isZip(source) && extension != ".3mf" && !holdsModel(source));
   } catch (const FileError&) {
     return false;
   }

@@ -30,8 +30,9 @@ std::unique_ptr<PrinterFile> openPrinterFile(const std::filesystem::path& path,
 std::unique_ptr<PrinterFile> openPrinterFile(std::vector<char> bytes,
                                              const ReadOptions& options = {});
 
-/// Whether a path is for openPrinterFile() and not for the mesh readers: a folder, or a file that
-/// begins like one of these and is no 3MF. False for what can't be read.
+/// Whether a path is for openPrinterFile() and not for the mesh readers: a folder, a name with the
+/// extension of a printer file, or a file that begins like one and is no 3MF. False for others that
+/// can't be read.
 bool isPrinterFile(const std::filesystem::path& path);
 
 }  // namespace stiltforge::printer_files

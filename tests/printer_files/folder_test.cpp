@@ -62,6 +62,11 @@ TEST_F(Folder, PrinterFilesAreToldFromMeshes) {
   EXPECT_FALSE(isPrinterFile(
       write("a.3mf", files::zipArchive({{"_rels/.rels", ""}, {"3D/3dmodel.model", ""}}))));
   EXPECT_FALSE(isPrinterFile(path_ / "nothing"));
+  const std::string archive = sl1(6, 4, {evenPng(6, 4, 255)});
+  EXPECT_TRUE(isPrinterFile(write("a.zip", archive)));
+  EXPECT_TRUE(isPrinterFile(write("cut.zip", archive.substr(0, 100))));
+  EXPECT_FALSE(isPrinterFile(write("cut.3mf", archive.substr(0, 100))));
+  EXPECT_TRUE(isPrinterFile(write("garbage.GOO", "garbage")));
 }
 
 }  // namespace

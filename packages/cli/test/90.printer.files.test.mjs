@@ -168,7 +168,11 @@ test('what is wrong with a file exits with 3, names the layer and writes nothing
     (await refused(t, sl1(smaller))).err,
     /layer 7 .* has 4 x 4 pixels, but layer 0 has/,
   );
-  assert.equal((await refused(t, sl1().subarray(0, 5000))).code, 3);
+  const cut = await refused(t, sl1().subarray(0, 5000));
+  assert.equal(cut.code, 3);
+  assert.match(cut.err, /^stiltforge: table\.sl1: the archive is cut off/);
+  const garbage = await refused(t, 'garbage', [], 'table.goo');
+  assert.match(garbage.err, /content is none of SL1, NanoDLP, GOO or a zip archive of pictures/);
 });
 
 test('options that are for meshes, or for printer files, are refused with the reason', async (t) => {

@@ -85,8 +85,8 @@ export function openPrinterFile(path: string, options?: OpenOptions): Promise<Pr
 }
 
 /**
- * Whether a path is one for openPrinterFile() and not for readMesh(): a folder, or a file that begins
- * like one. False for what can't be read.
+ * Whether a path is one for openPrinterFile() and not for readMesh(): a folder, a name with the extension
+ * of a printer file, or a file that begins like one. False for others that can't be read.
  */
 export function isPrinterFile(path: string): boolean {
   return binding().isPrinterFile(path);
