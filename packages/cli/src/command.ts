@@ -57,6 +57,7 @@ interface Options
   report?: boolean;
   inspect: RegionToInspect[];
   quiet?: boolean;
+  verbose?: boolean;
 }
 
 const description =
@@ -128,6 +129,12 @@ function buildCommand(
     .optionsGroup('The run:')
     .option('--memory <GB>', 'memory that it may take (default: what the machine has)', positive)
     .option('-q, --quiet', 'print only warnings and errors')
+    .addOption(
+      new Option(
+        '-v, --verbose',
+        'also print what the run went by, and the installation',
+      ).conflicts('quiet'),
+    )
     .version(version, '-V, --version', 'print the version')
     .helpOption('-h, --help', 'print this help')
     .addHelpText('after', notes)
@@ -197,6 +204,10 @@ async function analyse(file: string, options: Options, command: Command): Promis
     }),
   );
   if (!options.quiet) process.stdout.write(summaryText(summary));
+  if (options.verbose) {
+    const { verboseText } = await import('./verbose.js');
+    process.stdout.write(await verboseText(summary.document));
+  }
 }
 
 type Run = (watcher: JobWatcher) => Promise<Summary>;

@@ -142,3 +142,21 @@ test('doctor tells what there is, and exits with 1 when a binary is missing', as
   assert.equal(well, false);
   assert.ok(findings.some(({ what, well }) => what === 'Node' && well));
 });
+
+test('--verbose tells what a run went by, beside its summary', async (t) => {
+  const { run, document } = await withPart(t);
+  const words = coarse.filter((word) => word !== '-q');
+  const plain = await run(['part.stl', ...words]);
+  const { code, out } = await run(['part.stl', ...words, '--verbose', '--scale', '2']);
+  assert.equal(code, 0);
+  const { parameters, settings } = await document();
+  for (const [name, value] of Object.entries({ ...parameters, ...settings })) {
+    assert.ok(out.replace(/ +/g, ' ').includes(` ${name} ${value}\n`), name);
+  }
+  assert.match(out, /^ {4}binding\.node +.*binding\.node$/m);
+  assert.match(out, /^ {4}scale +2$/m);
+  assert.doesNotMatch(plain.out, /binding\.node/);
+  const both = await run(['part.stl', '--verbose', '--quiet']);
+  assert.equal(both.code, 2);
+  assert.match(both.err, /cannot be used with/);
+});
