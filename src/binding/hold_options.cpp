@@ -20,6 +20,9 @@ using slicing::numberText;
 // A surface that grows by more in one step of the survey's samples is not steep for any angle that
 // a printer knows; looking that far takes time in proportion.
 constexpr double longestSteepReach = 1024;  // pixels
+
+// Surfaces just at the critical angle must not count by the rounding of their pixels.
+constexpr double steeperThanCritical = 1.1;
 // What no printer comes near; in mm, mm2 and degrees. Squares and quotients of them are finite.
 constexpr double least = 1e-6;
 constexpr double longest = 1e6;
@@ -80,8 +83,8 @@ hold::SurveySettings readSurveySettings(const Napi::Value& options) {
       given.number("criticalAngle", PrintSettings().criticalAngle, least, 90, "degrees");
   const double step =
       std::max(settings.sampleHeight, 4 * settings.pixelSize) + settings.layerHeight;
-  settings.steepness =
-      std::min(1 / slicing::tangentOfDegrees(angle), longestSteepReach * settings.pixelSize / step);
+  settings.steepness = std::min(steeperThanCritical / slicing::tangentOfDegrees(angle),
+                                longestSteepReach * settings.pixelSize / step);
   try {
     const hold::Survey usable(settings);
   } catch (const std::invalid_argument& unusable) {

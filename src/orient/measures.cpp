@@ -1,6 +1,7 @@
 #include "orient/measures.h"
 
 #include <algorithm>
+#include <cmath>
 #include <vector>
 
 #include "hold/finisher.h"
@@ -19,12 +20,11 @@ namespace {
 
 constexpr uint32_t batch = 16;
 constexpr double roundingSlack = 1e-9;
+constexpr double mostLayers = 65535;
 // Surfaces just at the critical angle must not count by the rounding of their pixels.
 constexpr double steeperThanCritical = 1.1;
 // Beyond it a surface counts as hardly overhanging at all.
 constexpr double longestSteepReach = 1024;  // pixels
-// Slices are cropped to the part, so a screen on which any part stands takes no memory.
-constexpr uint32_t screenSide = 0x7FFFFFFF;
 
 std::vector<hold::SupportPoint> pointsOf(const Layer& layer) {
   std::vector<hold::SupportPoint> points;
@@ -39,6 +39,9 @@ hold::SurveySettings surveySettings(const PrintSettings& print) {
   hold::SurveySettings settings;
   settings.pixelSize = print.pixelSize;
   settings.layerHeight = print.layerHeight;
+  settings.minimumHeight = std::min(print.minimumHeight, mostLayers * print.layerHeight);
+  // As many samples lie within reach of a point, whatever it holds.
+  settings.sampleSize *= std::sqrt(std::max(print.supportArea / PrintSettings().supportArea, 1.0));
   const double step =
       std::max(settings.sampleHeight, 4 * settings.pixelSize) + settings.layerHeight;
   settings.steepness =
@@ -82,9 +85,7 @@ uint32_t countIslands(const hold::Survey& survey, double height) {
 std::optional<Measured> measure(std::span<const float> positions, const MeasureSettings& settings,
                                 const std::atomic<bool>* cancelled) {
   const PrintSettings& print = settings.print;
-  slicing::SlicerSettings onAnyScreen = slicerSettings(print);
-  onAnyScreen.screen.width = onAnyScreen.screen.height = screenSide;
-  slicing::Slicer slicer(positions, onAnyScreen);
+  slicing::Slicer slicer(positions, slicerSettings(print));
   const auto width = static_cast<uint32_t>(slicer.placement().width);
   const auto height = static_cast<uint32_t>(slicer.placement().height);
   const uint32_t layers = slicer.layerCount();

@@ -45,7 +45,7 @@ struct MeasureSettings {
   double islandHeight = 0.2;  ///< mm that a body may grow in the air before something takes it
 };
 
-/// Slices, analyses and finishes the part as it stands, on a screen of any size. Leaves marks at 0.
+/// Slices, analyses and finishes the part as it stands, as the command does. Leaves marks at 0.
 /// Nothing when no pixel of it would be printed. The print must be usable, see findConflict().
 /// Throws SlicingError as the slicer does, Cancelled and std::bad_alloc.
 std::optional<Measured> measure(std::span<const float> positions, const MeasureSettings& settings,
