@@ -89,6 +89,22 @@ async function picturesOfMasks() {
   return pictures;
 }
 
+test('masks are finished and judged as their pictures are', async () => {
+  const survey = { pixelSize: 1, layerHeight: 1, minimumHeight: 1 };
+  const finished = async (source) => {
+    const analysis = Analysis.create(parameters({ width, height, supportStrength: 12 }), {
+      survey,
+    });
+    for await (const _ of analysis.run(source));
+    const supports = await analysis.finishSupports({ supportArea: 60 });
+    await analysis.close();
+    return supports;
+  };
+  const expected = await finished(await picturesOfMasks());
+  assert.ok(expected.supports.length > 0);
+  assert.deepEqual(await finished(asMasks()), expected);
+});
+
 test('masks give what their pictures give, with and without buffers', async () => {
   const pictures = await picturesOfMasks();
   for (const needBuffer of [false, true]) {
