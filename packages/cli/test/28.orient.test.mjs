@@ -133,6 +133,13 @@ test('--preset gives the screen', async (t) => {
   assert.match(err, /--preset no-such: there is none of this name/);
 });
 
+test('nothing is compared with what shows as 0', async (t) => {
+  const { out, outputs } = await oriented(t, ['--no-pictures'], box([0, 0, 0], [20, 15, 5]));
+  const { asItIs } = await listOf(outputs);
+  assert.equal(asItIs.measures.points, 0);
+  assert.doesNotMatch(out, /Infinity|NaN|\d{4} %/);
+});
+
 test('a part too large for the screen as it lies is turned until it fits', async (t) => {
   const pole = box([0, 0, 0], [90, 5, 5]);
   const { code, out, outputs } = await oriented(t, ['--no-pictures'], pole);

@@ -48,11 +48,11 @@ function rounded(value: number): string {
   return countText(Math.round(value));
 }
 
-/** "-43 %"; nothing where there is nothing to compare with. */
-function gain(now: number, before: number | undefined): string {
-  if (before === undefined || before === 0) return '';
+/** "-43 %"; nothing where what it is compared with shows as 0. */
+function gain(now: number, before: number, shownBefore: string): string {
+  if (Number(shownBefore) === 0) return '';
   const percent = Math.round(100 * (now / before - 1));
-  return percent > 0 ? `+${percent} %` : `${percent} %`;
+  return percent > 0 ? `+${countText(percent)} %` : `${percent} %`;
 }
 
 /** Degrees as `--rotate` takes them. */
@@ -76,10 +76,12 @@ export function tableText({
     turnText(orientation),
     ...shown.flatMap(({ text, value }) => [
       text(orientation.measures),
-      before === undefined ? '' : gain(value(orientation.measures), value(before.measures)),
+      before === undefined
+        ? ''
+        : gain(value(orientation.measures), value(before.measures), text(before.measures)),
     ]),
     orientation.cost.toFixed(2),
-    before === undefined ? '' : gain(orientation.cost, before.cost),
+    before === undefined ? '' : gain(orientation.cost, before.cost, before.cost.toFixed(2)),
   ];
   const heading = ['', '', '--rotate', ...shown.flatMap(({ title }) => [title, '']), 'cost', ''];
   const rows = [
