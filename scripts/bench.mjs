@@ -9,7 +9,7 @@
 import { execFileSync, spawnSync } from 'node:child_process';
 import { readFileSync, writeFileSync } from 'node:fs';
 import { availableParallelism, cpus, loadavg } from 'node:os';
-import { delimiter, join } from 'node:path';
+import { basename, delimiter, join } from 'node:path';
 import { fileURLToPath } from 'node:url';
 import { parseArgs } from 'node:util';
 import { builtRival } from '../bench/rival.mjs';
@@ -67,7 +67,7 @@ function build() {
 
 /** Runs a program of C++ benchmarks, their repetitions interleaved; entries of Google Benchmark's report. */
 function runNative(name, words) {
-  const report = join(buildFolder, `${name}.json`);
+  const report = join(buildFolder, `${basename(name)}.json`);
   const options = [
     `--benchmark_repetitions=${quick ? 5 : 9}`,
     '--benchmark_enable_random_interleaving=true',
