@@ -19,6 +19,7 @@ if (isMainThread) {
         cropY: 198,
         originX: -308,
         originY: 201,
+        plateZ: 0,
         report: {
           triangles: 12,
           vertices: 8,
@@ -30,6 +31,8 @@ if (isMainThread) {
           openParts: 0,
           flippedParts: 0,
           cavities: 0,
+          floatingParts: 0,
+          floatingFrom: 0,
           signedVolume: 24,
           expectedVolume: 24,
           bounds: { min: [0, 0, 0], max: [4, 2, 3] },
