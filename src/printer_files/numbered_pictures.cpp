@@ -82,6 +82,18 @@ std::size_t commonDigits(const std::vector<Numbered>& series) {
   return common;
 }
 
+FileError gapError(const Numbered& last, const Numbered& next,
+                   const std::vector<std::string>& names, const std::string& home) {
+  const bool isOne = next.number == last.number + 2;
+  std::string gap = isOne ? "number " : "numbers ";
+  gap.append(std::to_string(last.number + 1));
+  if (!isOne) gap.append(" to ").append(std::to_string(next.number - 1));
+  gap.append(isOne ? " is" : " are");
+  return {"the layers of " + home + " have a gap: " + gap + " missing before " +
+              inQuotes(names[next.position]),
+          "Export the print again; layers can't be left out"};
+}
+
 void requireNoGaps(const std::vector<Numbered>& series, const std::vector<std::string>& names,
                    const std::string& home) {
   for (std::size_t i = 1; i < series.size(); ++i) {
@@ -92,16 +104,7 @@ void requireNoGaps(const std::vector<Numbered>& series, const std::vector<std::s
                           inQuotes(names[last.position]) + " and " + inQuotes(names[next.position]),
                       numberThem);
     }
-    if (next.number != last.number + 1) {
-      const bool isOne = next.number == last.number + 2;
-      std::string gap = isOne ? "number " : "numbers ";
-      gap.append(std::to_string(last.number + 1));
-      if (!isOne) gap.append(" to ").append(std::to_string(next.number - 1));
-      gap.append(isOne ? " is" : " are");
-      throw FileError("the layers of " + home + " have a gap: " + gap + " missing before " +
-                          inQuotes(names[next.position]),
-                      "Export the print again; layers can't be left out");
-    }
+    if (next.number != last.number + 1) throw gapError(last, next, names, home);
   }
   const uint64_t first = numberOf(series.front().digits.substr(commonDigits(series)));
   if (first > 1 && series.size() > 1) {
