@@ -48,6 +48,7 @@ for (const [what, triangles, words] of [
   ['a mesh with a flat triangle', [...table(), table()[0].with(1, table()[0][0])]],
   ['a sealed void', hollow()],
   ['a part that is turned and moved', footAndIsland(), ['--up', 'y', '--center']],
+  ['a lifted part', footAndIsland(), ['--lift', '2.5']],
   ['many points', table(), ['--support-area', '1']],
   ['a resin and parameters of its own', table(), ['--preset', 'soft', '--set', 'ghostPart=0.7']],
 ]) {
