@@ -3,6 +3,7 @@
 namespace stiltforge::hold {
 
 bool Bodies::areJoined(uint32_t a, uint32_t b, Layers layers) {
+  if (regions_.visited() > mostVisited) return true;
   const auto [entry, isNew] = known_.try_emplace(uint64_t{a} << 32 | b);
   Known& known = entry->second;
   const auto contains = [](const Layers& outer, const Layers& inner) {

@@ -190,6 +190,7 @@ class Finisher {
   template <class Value>
   static uint32_t bestOf(const std::vector<uint32_t>& numbers, Value&& value) {
     uint32_t best = numbers.front();
+    if (numbers.size() == 1) return best;
     uint64_t most = value(best);
     for (std::size_t i = 1; i < numbers.size(); ++i) {
       const uint64_t own = value(numbers[i]);

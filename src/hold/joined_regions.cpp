@@ -40,6 +40,7 @@ bool JoinedRegions::areJoined(uint32_t a, uint32_t b, uint32_t first, uint32_t l
   while (!open_.empty() && !found) {
     const uint32_t track = open_.back();
     open_.pop_back();
+    ++visited_;
     if (++visited > mostTracks) return true;
     forEachNeighbour(track, [&](uint32_t neighbour) {
       const RegionTracks::Track& n = tracks_.tracks()[neighbour];

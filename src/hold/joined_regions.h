@@ -20,6 +20,9 @@ class JoinedRegions {
 
   static constexpr uint32_t mostTracks = 4096;
 
+  /// Tracks that all searches together have come by.
+  uint64_t visited() const { return visited_; }
+
  private:
   template <class Fn>
   void forEachNeighbour(uint32_t track, Fn&& fn) const;
@@ -30,6 +33,7 @@ class JoinedRegions {
   std::vector<uint32_t> upperTrack_;
   std::vector<uint32_t> visit_;  // number of the last search that came by
   uint32_t search_ = 0;
+  uint64_t visited_ = 0;
   std::vector<uint32_t> open_;
 };
 

@@ -7,7 +7,7 @@
 #include <string>
 
 #include "hold/anchoring.h"
-#include "hold/joined_regions.h"
+#include "hold/bodies.h"
 #include "hold/point_grid.h"
 
 namespace stiltforge::hold {
@@ -193,7 +193,7 @@ class Judge {
   }
 
   void findClosePairs() {
-    JoinedRegions regions(survey_.tracks());
+    Bodies bodies(survey_.tracks(), islandLayers_);
     for (uint32_t i = 0; i < points_.size(); ++i) {
       const Place& a = points_[i].place;
       const std::size_t firstOwn = verdict_.closePairs.size();
@@ -203,9 +203,7 @@ class Judge {
         const double squared = scale_.squaredDistance(a, b);
         if (j <= i || squared >= settings_.spacing * settings_.spacing) return;
         const bool bothStand = a.track != Place::none && b.track != Place::none;
-        const bool separate =
-            bothStand && !regions.areJoined(a.track, b.track, std::min(a.layer, b.layer),
-                                            std::max(a.layer, b.layer) + islandLayers_);
+        const bool separate = bothStand && !bodies.areOne(a, b);
         verdict_.closePairs.push_back({i, j, std::sqrt(squared), separate});
       });
       std::sort(verdict_.closePairs.begin() + static_cast<std::ptrdiff_t>(firstOwn),

@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <string>
 #include <tuple>
 #include <vector>
 
@@ -116,6 +117,26 @@ TEST(FinisherProperty, HoldsEveryIslandAndAccountsForEveryPoint) {
     dropped += finished.dropped.empty() ? 0 : 1;
   }
   EXPECT_GE(std::min({added, merged, dropped}), 200);
+}
+
+TEST(FinisherProperty, ComesToAnEndWithAPartOfNothingButCrumbs) {
+  Random random(88);
+  Part part;
+  part.addLayers(5, Rows(70, std::string(70, '.')));
+  for (int layer = 0; layer < 12; ++layer) {
+    Rows rows(70, std::string(70, '.'));
+    for (std::string& row : rows) {
+      for (char& c : row) c = random.oneIn(8) ? '#' : '.';
+    }
+    part.addLayer(rows);
+  }
+  SurveySettings settings;
+  settings.pixelSize = settings.layerHeight = 0.05;
+  const Survey survey = part.survey(settings);
+  const FinishSettings finishing = FinishSettings::forSupportArea(15);
+  const Finished finished = finish(survey, finishing);
+  EXPECT_GT(finished.points.size(), 500u);
+  expectFinished(survey, finished, finishing);
 }
 
 TEST(FinisherProperty, IsTheSameForAnyNumberOfWorkers) {
