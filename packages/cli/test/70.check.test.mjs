@@ -118,7 +118,7 @@ test('a printer file that does not say its layer height needs the option', async
   assert.equal(code, 2);
   assert.match(
     err,
-    /print\.sl1: it does not say its layer height\. Give it with --layer-height\.\n$/,
+    /print\.sl1: the file does not say how high its layers are\. Give --layer-height\.\n$/,
   );
   assert.equal((await stiltforge(['check', file, '--layer-height', '0.1'])).code, 0);
 });

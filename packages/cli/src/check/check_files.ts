@@ -1,7 +1,8 @@
 import { type CheckReport, checkPrint, type Severity } from 'stiltforge/check';
-import { codeOf, ExitCode, Interrupted, messageOf, UserError } from '../errors.js';
+import { Interrupted, UserError } from '../errors.js';
+import { asUserError } from '../printed_file.js';
 import type { Progress } from '../progress.js';
-import { fileError, type InputOptions, openInput } from './input.js';
+import { type InputOptions, openInput } from './input.js';
 
 /** What became of a file. */
 export type CheckedFile =
@@ -51,18 +52,10 @@ async function checkFile(file: string, run: CheckRun): Promise<CheckedFile> {
     }
   } catch (error) {
     if (signal.aborted) throw new Interrupted();
-    return { file, error: asUserError(file, fileError(file, error)) };
+    const told = asUserError(error);
+    if (told instanceof UserError) return { file, error: told };
+    throw error;
   }
-}
-
-function asUserError(file: string, error: unknown): UserError {
-  if (error instanceof UserError) return error;
-  const code = codeOf(error);
-  if (code === 'ERR_STILTFORGE_BINARY') throw error;
-  if (code === 'ERR_STILTFORGE_MEMORY') {
-    return new UserError(ExitCode.memory, `${file}: ${messageOf(error)}`, { cause: error });
-  }
-  throw error;
 }
 
 /** From the worst to the least. */

@@ -3,7 +3,7 @@ import type { Severity } from 'stiltforge/check';
 import { defaultSupport } from 'stiltforge/slicing';
 import { ExitCode, Told, UserError } from '../errors.js';
 import { untilInterrupted } from '../interrupting.js';
-import { angle } from '../option_values.js';
+import { angle, wholeNumber } from '../option_values.js';
 import {
   addPartOptions,
   addPrinterOptions,
@@ -23,6 +23,7 @@ import { fileText, overviewText } from './text.js';
 interface Options extends PartOptions, PrinterOptions {
   points?: string;
   criticalAngle: number;
+  threshold?: number;
   failOn: Severity;
   json?: boolean;
   quiet?: boolean;
@@ -34,8 +35,8 @@ const description =
 
 const notes = `
 Printer files (SL1, NanoDLP, GOO, other zips of PNGs) are checked with the
-supports in their layers, and say layer height and pixel size themselves; the
-options stand in where they do not. A mesh (STL, OBJ, PLY, 3MF) is sliced with
+supports in their layers, and say layer height and pixel size themselves unless
+the options do. A mesh (STL, OBJ, PLY, 3MF) is sliced with
 the settings of the printer and checked with the supports of --points, or as if
 it had none. Each cause is one finding, without what follows from it.
 
@@ -63,6 +64,11 @@ export function checkCommand(): Command {
   addPrinterOptions(command);
   return command
     .optionsGroup('The check:')
+    .option(
+      '--threshold <grey>',
+      'the lowest grey, 1 to 255, that is material in the layers of a printer file (default: 128)',
+      wholeNumber(1, 255),
+    )
     .option('--points <file>', 'supports of the mesh: a points.csv or supports.json')
     .option(
       '--critical-angle <degrees>',
@@ -123,11 +129,14 @@ async function check(files: string[], options: Options, command: Command): Promi
     throw new Told(ExitCode.failure);
 }
 
-/** What was set on the command line, or by a preset. */
-function givenOf({ layerHeight, pixelSize }: Options, command: Command): InputOptions['given'] {
-  const isGiven = (name: string): boolean => command.getOptionValueSource(name) !== 'default';
+/** What a person says of printer files; a preset is for those that do not say it themselves. */
+function givenOf(options: Options, command: Command): InputOptions['given'] {
+  const from = (name: string): unknown => command.getOptionValueSource(name);
+  const { layerHeight, pixelSize, threshold } = options;
   return {
-    layerHeight: isGiven('layerHeight') ? layerHeight : undefined,
-    pixelSize: isGiven('pixelSize') ? pixelSize : undefined,
+    layerHeight: from('layerHeight') === 'cli' ? layerHeight : undefined,
+    pixelSize: from('pixelSize') === 'cli' ? pixelSize : undefined,
+    usualPixelSize: from('pixelSize') === 'default' ? undefined : pixelSize,
+    threshold,
   };
 }

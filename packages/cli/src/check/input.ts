@@ -3,14 +3,13 @@ import {
   createLayerSlicer,
   createSlicer,
   isPrinterFile,
-  openPrinterFile,
-  type PrinterFile,
   type PrintSettings,
 } from 'stiltforge/slicing';
-import { codeOf, ExitCode, messageOf, UserError } from '../errors.js';
+import { ExitCode, messageOf, UserError } from '../errors.js';
 import { loadMesh } from '../mesh/load.js';
 import type { PartOptions } from '../part_options.js';
 import { placedMesh } from '../placement.js';
+import { type GivenPrint, openPrint } from '../printed_file.js';
 import type { SupportPlace } from './points.js';
 
 /** What is checked: layers, and what has to be known of them. */
@@ -37,8 +36,8 @@ export interface InputOptions {
   part: PartOptions;
   /** How meshes are sliced. */
   print: PrintSettings;
-  /** Of it, what printer files take that do not say it themselves. */
-  given: Partial<Pick<PrintSettings, 'layerHeight' | 'pixelSize'>>;
+  /** What is said of printer files. */
+  given: GivenPrint;
   /** Supports of a mesh. */
   supports?: readonly SupportPlace[];
   signal?: AbortSignal;
@@ -49,7 +48,7 @@ const margin = 2;
 
 /** Throws a UserError when the file can't be used. */
 export function openInput(file: string, options: InputOptions): Promise<CheckInput> {
-  return isPrinterFile(file) ? openPrint(file, options) : openMesh(file, options);
+  return isPrinterFile(file) ? openLayers(file, options) : openMesh(file, options);
 }
 
 async function openMesh(file: string, options: InputOptions): Promise<CheckInput> {
@@ -72,53 +71,26 @@ async function openMesh(file: string, options: InputOptions): Promise<CheckInput
   };
 }
 
-async function openPrint(path: string, options: InputOptions): Promise<CheckInput> {
-  const file = await opened(path, options.signal);
+async function openLayers(path: string, options: InputOptions): Promise<CheckInput> {
   if (options.supports) {
     throw new UserError(
       ExitCode.usage,
       `${path}: a printer file has its supports in its layers. Leave out --points.`,
     );
   }
-  const { layerHeight = options.given.layerHeight } = file;
-  const pixelWidth = file.pixelWidth ?? file.pixelHeight ?? options.given.pixelSize;
-  if (layerHeight === undefined) throw unsaid(path, 'its layer height', '--layer-height');
-  if (pixelWidth === undefined) throw unsaid(path, 'the size of its pixels', '--pixel-size');
-  const { pixelHeight = pixelWidth } = file;
+  const { file, print, pixel } = await openPrint(path, options.given, options.signal);
+  const { turned, mirroredX, mirroredY } = file;
+  const { layerHeight, pixelSize, screenWidth, screenHeight } = print;
+  const [pixelWidth, pixelHeight] = [pixel.width, pixel.height];
   return {
-    layers: sliced(path, () => createLayerSlicer(file, { layerHeight, pixelSize: pixelWidth })),
+    layers: sliced(path, () => createLayerSlicer(file, { layerHeight, pixelSize })),
     print: {
-      layerHeight,
-      pixelWidth,
-      pixelHeight,
-      screenWidth: file.width,
-      screenHeight: file.height,
-      turned: file.turned,
-      mirroredX: file.mirroredX,
-      mirroredY: file.mirroredY,
+      ...{ layerHeight, pixelWidth, pixelHeight, screenWidth, screenHeight },
+      ...{ turned, mirroredX, mirroredY },
     },
+    // Distances are right for pixels that are not square, so there is nothing to warn of.
     warnings: [],
   };
-}
-
-async function opened(path: string, signal?: AbortSignal): Promise<PrinterFile> {
-  try {
-    return await openPrinterFile(path, { signal });
-  } catch (error) {
-    throw fileError(path, error);
-  }
-}
-
-/** The UserError for a printer file that can't be used; any other error as it is. */
-export function fileError(path: string, error: unknown): unknown {
-  if (codeOf(error) !== 'ERR_STILTFORGE_FILE') return error;
-  const message = messageOf(error);
-  const named = message.startsWith(path) ? message : `${path}: ${message}`;
-  return new UserError(ExitCode.mesh, named, { cause: error });
-}
-
-function unsaid(path: string, what: string, option: string): UserError {
-  return new UserError(ExitCode.usage, `${path}: it does not say ${what}. Give it with ${option}.`);
 }
 
 function sliced<T>(file: string, make: () => T): T {
