@@ -16,9 +16,9 @@ const image = fileURLToPath(new URL('../docs/images/handover.png', import.meta.u
 
 const pixel = 0.1; // mm, and the height of a layer
 const [columns, rows] = [1920, 1200];
-const pad = 0.5; // mm, the plate that PrusaSlicer puts around the part
+const lift = 5; // mm, as high as PrusaSlicer raises a part unless it is told otherwise
+const pad = 2; // mm, the plate that it puts below the supports
 const reach = 1; // mm from a point to its tip
-const low = 1.2; // mm above the plate: below it there is no room for a tip and the foot under it
 
 const folder = mkdtempSync(join(tmpdir(), 'stiltforge-handover-'));
 try {
@@ -26,21 +26,25 @@ try {
   run(process.execPath, [
     ...[command, 'bunny.stl', '--up', 'y', '--height', '60', '--out', 'out', '--no-pictures', '-q'],
     ...['--screen', `${columns}x${rows}`, '--pixel-size', pixel, '--layer-height', pixel],
-    ...['--format', '3mf,json'],
+    ...['--format', '3mf,json', '--lift', lift],
   ]);
   const document = JSON.parse(readFileSync(join(folder, 'out', 'supports.json'), 'utf8'));
-  const supported = await sliced('supported', ['--supports-enable']);
-  const alone = await sliced('alone', ['--no-supports-enable']);
+  const supported = await sliced('supported', [
+    ...['--supports-enable', '--support-object-elevation', lift],
+    ...['--pad-enable', '--pad-wall-thickness', pad],
+  ]);
+  const alone = await sliced('alone', ['--no-supports-enable', '--no-pad-enable']);
+  // The same heights for both.
+  alone.unshift(...Array(supported.length - alone.length).fill(new Uint8Array(columns * rows)));
   const tips = tipsOf(supported, alone);
   const points = document.supports.map((support) => onScreen(support, document.model));
-  const high = points.filter(([, , z]) => z >= low);
   const isNear = (place, others) => others.some((other) => distance(place, other) <= reach);
   const counts = [
     ['points handed over', points.length],
-    [`of them at least ${low} mm above the plate`, high.length],
-    [`of these with a tip within ${reach} mm`, high.filter((point) => isNear(point, tips)).length],
+    [`with a tip within ${reach} mm`, points.filter((point) => isNear(point, tips)).length],
     ['tips further from every point', tips.filter((tip) => !isNear(tip, points)).length],
   ];
+  for (const name of ['alone', 'supported']) counts.push(...findingsOf(name));
   for (const [what, count] of counts) console.log(`${what.padEnd(40)}${count}`);
   await draw(supported, alone);
 } finally {
@@ -79,8 +83,6 @@ async function sliced(name, words) {
     ...['--display-pixels-x', columns, '--display-pixels-y', rows],
     ...['--display-orientation', 'landscape', '--no-display-mirror-x'],
     ...['--layer-height', pixel, '--initial-layer-height', pixel],
-    // The part's first layer lies on the plate, as its points expect.
-    ...['--pad-enable', '--pad-around-object', '--pad-wall-thickness', pad],
     ...words,
     'out/part.3mf',
   ]);
@@ -95,10 +97,26 @@ async function sliced(name, words) {
   return layers;
 }
 
+/** What stiltforge check finds in an archive, by what it means for the print. */
+function findingsOf(name) {
+  const words = [command, 'check', `${name}.sl1`, '--json'];
+  const { stdout } = spawnSync(process.execPath, words, { cwd: folder, encoding: 'utf8' });
+  const [{ counts, findings }] = JSON.parse(stdout).files;
+  const islands = findings.filter(({ kind }) => kind === 'island').length;
+  return [...Object.entries(counts), ['island', islands]].map(([what, count]) => [
+    `check, ${name}: ${what}`,
+    count,
+  ]);
+}
+
 /** mm from the screen's upper left corner and above the plate. */
 function onScreen({ x, y, z }, { min, max }) {
   const middle = [0, 1].map((axis) => (min[axis] + max[axis]) / 2);
-  return [(columns * pixel) / 2 + x - middle[0], (rows * pixel) / 2 - y + middle[1], z - min[2]];
+  return [
+    (columns * pixel) / 2 + x - middle[0],
+    (rows * pixel) / 2 - y + middle[1],
+    z - min[2] + lift + pad,
+  ];
 }
 
 function distance(a, b) {

@@ -123,7 +123,7 @@ test('a part that needs no points makes a project without', async (t) => {
 const slicer = 'prusa-slicer';
 const hasSlicer = spawnSync(slicer, ['--help']).error === undefined;
 
-test('PrusaSlicer puts a support under each of the points, and none elsewhere', {
+test('PrusaSlicer puts a support under each of the points, none elsewhere, and it holds', {
   skip: hasSlicer ? false : `${slicer} is not installed`,
 }, async (t) => {
   const underside = 3.5; // mm, of the table's top
@@ -167,6 +167,8 @@ test('PrusaSlicer puts a support under each of the points, and none elsewhere', 
     );
     assert.ok(nearest < 0.1, `${nearest.toFixed(2)} mm from ${x}, ${y} to the next tip`);
   }
+  const { code, out } = await stiltforge(['check', archive, '--fail-on', 'note'], { cwd: folder });
+  assert.equal(code, 0, out);
 });
 
 /** Middles of the connected pieces of a picture, pixels. */
