@@ -83,6 +83,16 @@ test('... and with them 0, whichever of its files they come from', async (t) => 
   }
 });
 
+test('the points of a lifted part are where the part is', async (t) => {
+  const part = await stl(t, footAndIsland());
+  const folder = join(await temporaryFolder(t), 'out');
+  const lifted = [part, ...coarse, '--lift', '3'];
+  await stiltforge([...lifted, '--no-pictures', '--quiet', '--out', folder]);
+  const points = ['--points', join(folder, 'points.csv')];
+  const { out } = await stiltforge(['check', ...lifted, ...points]);
+  assert.doesNotMatch(out, /idle points|part on nothing|island/);
+});
+
 test('points of other programs need only x, y and z', async (t) => {
   const part = await stl(t, footAndIsland());
   for (const table of [

@@ -54,11 +54,11 @@ export function openInput(file: string, options: InputOptions): Promise<CheckInp
 async function openMesh(file: string, options: InputOptions): Promise<CheckInput> {
   const mesh = await loadMesh(file, options.signal);
   const { print, supports } = options;
-  const { layerHeight, pixelSize, screenWidth, screenHeight } = print;
+  const { layerHeight, pixelSize, screenWidth, screenHeight, lift = 0 } = print;
   const slicer = sliced(file, () =>
     createSlicer({ positions: placedMesh(mesh, file, options.part), ...print, margin }),
   );
-  const plateZ = slicer.report.bounds.min[2];
+  const plateZ = slicer.report.bounds.min[2] - lift;
   return {
     layers: slicer,
     print: { layerHeight, pixelWidth: pixelSize, screenWidth, screenHeight, plateZ },
