@@ -25,7 +25,7 @@ class MaskSlicerObject : public Napi::ObjectWrap<MaskSlicerObject> {
   static std::shared_ptr<SharedMaskSlicer> slicerOf(Napi::Value value);
   /// A copy of a mask for the slicer. Throws a TypeError or a RangeError when it is none,
   /// std::bad_alloc.
-  static std::vector<uint8_t> readMask(const SharedMaskSlicer& shared, Napi::Value mask);
+  static std::vector<uint8_t> readMask(const SharedMaskSlicer& shared, Napi::Value value);
 
  private:
   // (mask, recycled?) => Promise<Slice>
