@@ -17,9 +17,10 @@ class Digest {
   template <typename T>
   void add(T value) {
     static_assert(std::is_arithmetic_v<T>);
-    if constexpr (std::is_same_v<T, float>) {
-      const float counted = std::isnan(value) ? std::numeric_limits<float>::quiet_NaN() : value;
-      uint32_t word = 0;
+    if constexpr (std::is_floating_point_v<T>) {
+      const T counted = std::isnan(value) ? std::numeric_limits<T>::quiet_NaN() : value;
+      std::conditional_t<sizeof(T) == sizeof(uint32_t), uint32_t, uint64_t> word = 0;
+      static_assert(sizeof word == sizeof counted);
       std::memcpy(&word, &counted, sizeof word);
       addBytes(word, sizeof word);
     } else {

@@ -14,6 +14,7 @@
 #include "analysis/pixel_masks.h"
 #include "core/core_stack.h"
 #include "digest.h"
+#include "finished_digest.h"
 #include "reference/stack_generator.h"
 #include "result_digest.h"
 #include "runtime/worker_pool.h"
@@ -34,6 +35,13 @@ void print(const std::string& name, const Digest& digest) {
 void print(const std::string& name, const reference::Stack& stack) {
   Digest digest;
   addResults(analyseWithCore(stack), digest);
+  print(name, digest);
+}
+
+void printFinished(const std::string& name, const reference::Stack& stack, double pixelSize,
+                   double layerHeight) {
+  Digest digest;
+  addFinished(stack, analyseWithCore(stack), pixelSize, layerHeight, digest);
   print(name, digest);
 }
 
@@ -69,12 +77,18 @@ void run(const std::vector<std::string>& arguments) {
   }
   for (uint64_t first = 0; first < generatedStacks; first += stacksPerLine) {
     Digest digest;
+    Digest finished;
     for (uint64_t seed = first; seed < first + stacksPerLine; ++seed) {
-      addResults(analyseWithCore(reference::generateStack(seed)), digest);
+      const reference::Stack stack = reference::generateStack(seed);
+      const auto results = analyseWithCore(stack);
+      addResults(results, digest);
+      addFinished(stack, results, 0.1, 0.1, finished);
     }
     print("generated-" + std::to_string(first), digest);
+    print("finished-" + std::to_string(first), finished);
   }
-  print("sliced-model", slicedModel());
+  print("sliced-model", slicedModel(0.05, 1));
+  printFinished("finished-model", slicedModel(0.1, 0.1), 0.1, 0.1);
 }
 
 }  // namespace

@@ -86,7 +86,7 @@ std::vector<float> mesh() {
 
 }  // namespace
 
-reference::Stack slicedModel() {
+reference::Stack slicedModel(double pixelSize, double layerHeight) {
   reference::Stack stack;
   stack.parameters = {{"addSupport", 1},
                       {"supportStrength", 3000},
@@ -115,8 +115,8 @@ reference::Stack slicedModel() {
   settings.screen.width = 1200;
   settings.screen.height = 800;
   settings.screen.margin = 1200;
-  settings.screen.pixelSize = 0.05;
-  settings.channels.layerHeight = 1.0;
+  settings.screen.pixelSize = pixelSize;
+  settings.channels.layerHeight = layerHeight;
   slicing::Slicer slicer(mesh(), settings);
   stack.width = static_cast<uint16_t>(slicer.placement().width);
   stack.height = static_cast<uint16_t>(slicer.placement().height);

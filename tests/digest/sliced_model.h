@@ -4,8 +4,9 @@
 
 namespace stiltforge::digest {
 
-// A sphere, leaning prisms and hanging tips, cut by the slicer on 1200 x 800 pixels: regions large
-// enough that their work is spread over the cores, with islands and merging regions.
-reference::Stack slicedModel();
+// A sphere, leaning prisms and hanging tips, cut by the slicer: with small pixels regions large
+// enough that their work is spread over the cores, with islands and merging regions. Both lengths
+// in mm.
+reference::Stack slicedModel(double pixelSize, double layerHeight);
 
 }  // namespace stiltforge::digest
