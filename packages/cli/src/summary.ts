@@ -46,8 +46,8 @@ function supportRows(document: SupportsDocument): string[][] {
   const islands = supports.filter(({ kind }) => kind === 'island').length;
   const kinds = `${countText(islands)} under islands, ${countText(supports.length - islands)} under overhangs`;
   rows.push(['supports', supports.length === 0 ? '0' : `${countText(supports.length)} (${kinds})`]);
-  if (!settings.asAnalysed) {
-    const analysed = supports.length - summary.added + summary.dropped;
+  const analysed = supports.length - summary.added + summary.dropped;
+  if (!settings.asAnalysed && analysed + summary.added > 0) {
     rows.push([
       'finished',
       `${countText(analysed)} were proposed: ${countText(summary.dropped)} merged or left out, ` +
