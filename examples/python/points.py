@@ -1,4 +1,4 @@
-"""Prints where a part needs supports: what the stiltforge command writes to points.csv.
+"""Prints where a part needs supports: the points of the analysis, as stiltforge --as-analysed has them.
 
     python3 points.py part.stl > points.csv
 

@@ -52,8 +52,8 @@ async function serviceWith(t, limits) {
   return { ask, port };
 }
 
-/** A part that takes a while: at 0.01 mm it has 4,000 layers of many pixels. */
-const slow = [binaryStl(box([0, 0, 0], [60, 60, 40])), { query: 'layerHeight=0.01' }];
+/** A part that takes seconds on any machine: at 0.001 mm it has 60,000 layers. */
+const slow = [binaryStl(box([0, 0, 0], [60, 60, 60])), { query: 'layerHeight=0.001' }];
 
 test('the service answers with what the command writes', async (t) => {
   const { ask } = await serviceWith(t);
