@@ -3,12 +3,9 @@ import assert from 'node:assert/strict';
 import { createRequire } from 'node:module';
 import { test } from 'node:test';
 import { Analysis } from 'stiltforge/analysis';
+import { analysisParameters, createSlicer, defaultPrint, defaultSupport } from 'stiltforge/slicing';
 import { scaled, standingOnOrigin, turnedFromYUp } from '../dist/mesh/triangles.js';
-import { analysisParameters, defaultPrint, defaultSupport } from '../dist/settings.js';
-import { loadBinding } from '../dist/slicer.js';
 import { box, footAndIsland, footAndSpike, table } from './meshes.mjs';
-
-const { Slicer } = loadBinding();
 
 function bunny(height) {
   const { positions, cells } = createRequire(import.meta.url)('bunny');
@@ -50,7 +47,7 @@ const soup = (triangles) => Float32Array.from(triangles.flat(2));
 async function assertSameResults(positions, changes = {}, parameterChanges = {}) {
   const print = { ...defaultPrint, ...changes };
   const { criticalAngle, inset } = defaultSupport;
-  const slicer = new Slicer({ positions, ...print, margin: 2, criticalAngle, inset });
+  const slicer = createSlicer({ positions, ...print, margin: 2, criticalAngle, inset });
   const parameters = {
     ...analysisParameters(print, defaultSupport, slicer),
     ...parameterChanges,
