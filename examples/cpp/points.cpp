@@ -1,4 +1,5 @@
-// Prints where a part needs supports: the points of the analysis, as stiltforge --as-analysed has them.
+// Prints where a part needs supports: the points of the analysis, as stiltforge --as-analysed has
+// them.
 //
 //   points part.stl > points.csv
 

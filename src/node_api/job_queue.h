@@ -10,9 +10,9 @@ namespace stiltforge {
 /// Runs asynchronous jobs one after the other, in the order of the calls. Used on the thread of its
 /// environment only.
 ///
-/// static bool Job::start(std::unique_ptr<Job>) hands a job to one of Node's worker threads: the job
-/// owns itself from then on and says when it is over. False when the host takes no work any more;
-/// the job is gone then.
+/// static bool Job::start(std::unique_ptr<Job>) hands a job to one of Node's worker threads: the
+/// job owns itself from then on and says when it is over. False when the host takes no work any
+/// more; the job is gone then.
 template <typename Job>
 class JobQueue {
  public:
