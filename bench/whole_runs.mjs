@@ -73,8 +73,8 @@ async function comparedRuns(ours, rival, job, rounds) {
   };
 }
 
-/** Makes of any part of ours a job of one thick layer: all that a process does but its layers. */
-const oneLayer = ['--layer-height', '100'];
+/** Makes of a part of that height, mm, a job of one layer: all that a process does but its layers. */
+const oneLayer = (height) => ['--layer-height', String(height)];
 
 /** Seconds that a job takes beyond those of a single layer from the same file. */
 async function beyondStartUp(folder, jobs, start, rounds) {
@@ -85,7 +85,7 @@ async function beyondStartUp(folder, jobs, start, rounds) {
 
 /** Layers a second beyond the start, and the peak memory, of a plate of the given layers. */
 async function plateRuns(folder, { mesh, layers, options }) {
-  const start = await wholeRun(folder, { mesh, options: [...options, ...oneLayer] });
+  const start = await wholeRun(folder, { mesh, options: [...options, ...oneLayer(0.05 * layers)] });
   const { seconds, peak } = await wholeRun(folder, { mesh, options });
   return { layersPerSecond: (layers - 1) / (seconds - start.seconds), layers, peak };
 }
@@ -109,7 +109,7 @@ export async function measureWholeRuns({ ours, rival, bunny, plates, rounds }) {
   const [beyondAt19, beyondAt50] = await beyondStartUp(
     ours,
     [at('0.019'), at('0.05')],
-    at('0.05', ...oneLayer),
+    at('0.05', ...oneLayer(100)),
     rounds,
   );
   return {
