@@ -14,6 +14,7 @@
 #include "binding/array_buffer.h"
 #include "binding/job.h"
 #include "binding/options.h"
+#include "binding/print_settings.h"
 #include "node_api/refusal.h"
 #include "node_api/value_maker.h"
 #include "orient/search.h"
@@ -147,19 +148,8 @@ Napi::Error outOfRange(Napi::Env env, const char* name, double value, const std:
                                         slicing::numberText(value) + "; " + range + ".");
 }
 
-PrintSettings readPrint(Napi::Env env, const Options& options) {
-  PrintSettings print;
-  const auto read = [&](const char* name, double& target) {
-    target = options.optionalNumber(name).value_or(target);
-  };
-  read("layerHeight", print.layerHeight);
-  read("pixelSize", print.pixelSize);
-  print.screenWidth = options.optionalWhole("screenWidth").value_or(print.screenWidth);
-  print.screenHeight = options.optionalWhole("screenHeight").value_or(print.screenHeight);
-  read("lift", print.lift);
-  read("criticalAngle", print.criticalAngle);
-  read("inset", print.inset);
-  read("supportArea", print.supportArea);
+PrintSettings checkedPrint(Napi::Env env, const Options& options) {
+  const PrintSettings print = readPrint(options);
   if (const auto conflict = findConflict(print)) {
     throw outOfRange(env, conflict->setting, conflict->value, conflict->range);
   }
@@ -182,7 +172,7 @@ slicing::Vector readVector(Napi::Env env, const Napi::Value& value, const std::s
 orient::SearchSettings readSettings(Napi::Env env, const Options& options,
                                     const Napi::Object& object) {
   orient::SearchSettings settings;
-  settings.print = readPrint(env, options);
+  settings.print = checkedPrint(env, options);
   const auto weight = [&](const char* name, double& target) {
     target = options.optionalNumber(name).value_or(target);
     if (target >= 0 && target <= mostWeight) return;

@@ -16,19 +16,8 @@ PrintSettings readSettings(const Napi::CallbackInfo& info) {
   const Options options(
       info, {"layerHeight", "pixelSize", "screenWidth", "screenHeight", "lift", "criticalAngle",
              "inset", "supportArea", "minimumHeight", "minimumSpacing"});
-  PrintSettings print;
-  const auto read = [&](const char* name, double& target) {
-    target = options.optionalNumber(name).value_or(target);
-  };
-  read("layerHeight", print.layerHeight);
-  read("pixelSize", print.pixelSize);
-  print.screenWidth = options.optionalWhole("screenWidth").value_or(print.screenWidth);
-  print.screenHeight = options.optionalWhole("screenHeight").value_or(print.screenHeight);
-  read("lift", print.lift);
-  read("criticalAngle", print.criticalAngle);
-  read("inset", print.inset);
-  read("supportArea", print.supportArea);
-  read("minimumHeight", print.minimumHeight);
+  PrintSettings print = readPrint(options);
+  print.minimumHeight = options.optionalNumber("minimumHeight").value_or(print.minimumHeight);
   print.minimumSpacing = options.optionalNumber("minimumSpacing");
   return print;
 }
@@ -42,6 +31,22 @@ uint32_t countOf(Napi::Env env, const Napi::Object& slices, const char* name) {
 }
 
 }  // namespace
+
+PrintSettings readPrint(const Options& options) {
+  PrintSettings print;
+  const auto read = [&](const char* name, double& target) {
+    target = options.optionalNumber(name).value_or(target);
+  };
+  read("layerHeight", print.layerHeight);
+  read("pixelSize", print.pixelSize);
+  print.screenWidth = options.optionalWhole("screenWidth").value_or(print.screenWidth);
+  print.screenHeight = options.optionalWhole("screenHeight").value_or(print.screenHeight);
+  read("lift", print.lift);
+  read("criticalAngle", print.criticalAngle);
+  read("inset", print.inset);
+  read("supportArea", print.supportArea);
+  return print;
+}
 
 Napi::Value analysisParameters(const Napi::CallbackInfo& info) {
   const Napi::Env env = info.Env();

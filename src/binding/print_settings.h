@@ -2,7 +2,14 @@
 
 #include <napi.h>
 
+#include "binding/options.h"
+#include "print/print_settings.h"
+
 namespace stiltforge::binding {
+
+/// The printer, the lift and where supports are wanted, each with its default; not checked against
+/// each other.
+PrintSettings readPrint(const Options& options);
 
 /// (settings, { width, height, layerCount }) => the 28 parameters. settings: layerHeight,
 /// pixelSize, screenWidth, screenHeight, criticalAngle, inset, supportArea, minimumHeight, each
