@@ -1,5 +1,6 @@
 import type { Analysis, SliceResult } from 'stiltforge/analysis';
 import type { Slicer } from 'stiltforge/slicing';
+import { commandHost } from './command_host.js';
 import { ExitCode, Interrupted, UserError } from './errors.js';
 import type { HeldPart, SlicePoint } from './held_part.js';
 import { isLackOfMemory, outOfMemory } from './memory.js';
@@ -8,17 +9,17 @@ import { defaultFormats, formatFiles, type OutputFormat } from './output/formats
 import { OutputFolder } from './output/output_folder.js';
 import { reportName } from './output/report_name.js';
 import { pictureNames } from './picture_names.js';
+import { markOf } from './point_marks.js';
+import type { Progress } from './progress.js';
+import { type RegionPoint, regionPictures } from './region_pictures.js';
+import type { Summary } from './summary.js';
 import {
   analysePart,
   type PartJob,
   type PreparedPart,
   preparePart,
   type SupportedPart,
-} from './place_supports.js';
-import { markOf } from './point_marks.js';
-import type { Progress } from './progress.js';
-import { type RegionPoint, regionPictures } from './region_pictures.js';
-import type { Summary } from './summary.js';
+} from './supported_part.js';
 import type { Tally } from './tally.js';
 import { counted } from './wording.js';
 
@@ -63,7 +64,7 @@ export interface JobWatcher {
  */
 export async function analyseMesh(job: Job, watcher: JobWatcher): Promise<Summary> {
   const started = performance.now();
-  const prepared = preparePart(job, job);
+  const prepared = preparePart(job, job, commandHost);
   requireLayers(job, prepared.slicer.layerCount);
   const folder = OutputFolder.open(job.folder, {
     expected: expectedFiles(job),

@@ -20,20 +20,20 @@ import {
   requireRegions,
   writeRegion,
 } from './analyse_mesh.js';
+import { commandHost } from './command_host.js';
 import { ExitCode, Interrupted, UserError } from './errors.js';
 import { analysedPart, finishedPart, type HeldPart, isAdded } from './held_part.js';
-import { isLackOfMemory, memoryOfMachine, outOfMemory, predictedMemory } from './memory.js';
+import { isLackOfMemory, outOfMemory, predictedMemory } from './memory.js';
 import { pointsCsv, type SupportsDocument, supportsJson } from './output/documents.js';
 import { defaultFormats, formatFiles, type OutputFormat } from './output/formats.js';
 import { OutputFolder } from './output/output_folder.js';
 import { type Places, Records } from './output/records.js';
 import { mostSlices, sliceName, sliceSheetName } from './picture_names.js';
-import { requirePossible } from './place_supports.js';
 import { asUserError, type PrintedFile, placeOnPlate } from './printed_file.js';
 import { checkSettings } from './setting_ranges.js';
 import type { Summary } from './summary.js';
+import { requirePossible } from './supported_part.js';
 import { Tally } from './tally.js';
-import { version } from './version.js';
 import { layerWarnings } from './warnings.js';
 
 /** Pixels around the material in pictures of slices. */
@@ -87,7 +87,13 @@ export async function analysePrint(job: PrintJob, watcher: JobWatcher): Promise<
   requireLayers(job, file.layerCount);
   const slicer = createLayerSlicer(file, slicerOptions(job));
   const parameters = parametersFor(job, slicer);
-  requirePossible(parameters, 0, { ...job, print }, { pictures: false });
+  requirePossible(
+    parameters,
+    0,
+    { ...job, print },
+    { pictures: false },
+    job.memory ?? commandHost.memory,
+  );
   const folder = OutputFolder.open(job.folder, {
     expected: expectedFiles(job),
     force: job.force ?? false,
@@ -247,7 +253,7 @@ function documentOf(
   const [xs, ys] = [corners.map(({ x }) => x), corners.map(({ y }) => y)];
   const { format, printer, material } = file;
   return {
-    generator: `stiltforge ${version}`,
+    generator: commandHost.generator,
     model: {
       file: basename(job.name),
       min: [Math.min(...xs), Math.min(...ys), 0],
@@ -304,7 +310,7 @@ async function writePictures(
   const { minimumHeight = defaultSupport.minimumHeight } = job.support;
   const layersBelow = minimumHeight / print.layerHeight;
   const predicted = predictedMemory(parameters, 0, { pictures: true, layersBelow });
-  if (predicted > (job.memory ?? memoryOfMachine())) {
+  if (predicted > (job.memory ?? commandHost.memory)) {
     warnings.push('There is not enough memory for pictures of its slices, so there are none.');
     return;
   }

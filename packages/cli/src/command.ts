@@ -23,11 +23,10 @@ import {
   type FinishOptions,
   type PartOptions,
   type PrinterOptions,
-  placementOf,
   printSettings,
   supportSettings,
 } from './part_options.js';
-import { placedMesh } from './placement.js';
+import { placedMesh, placementOf } from './placement.js';
 import { presetsCommand } from './presets/command.js';
 import { applyPresets } from './presets/option.js';
 import {

@@ -30,14 +30,10 @@ export type {
   VerdictRecord,
 } from './output/documents.js';
 export { pointsCsv, supportsJson } from './output/documents.js';
-export { type ReportedPart, reportPage } from './output/report.js';
+export type { ReportedPart } from './output/packed_report.js';
+export { reportPage } from './output/report.js';
 export { type ProjectPart, threeMfProject } from './output/three_mf.js';
-export {
-  type PartJob,
-  type PlaceOptions,
-  placeSupports,
-  type SupportedPart,
-} from './place_supports.js';
+export { type PlaceOptions, placeSupports } from './place_supports.js';
 export { type GivenPrint, openPrint, type PrintedFile } from './printed_file.js';
 export { noProgress, type Progress } from './progress.js';
 export {
@@ -46,3 +42,4 @@ export {
   regionPictures,
 } from './region_pictures.js';
 export type { Summary } from './summary.js';
+export type { PartJob, SupportedPart } from './supported_part.js';

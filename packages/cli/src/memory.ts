@@ -1,4 +1,3 @@
-import { totalmem } from 'node:os';
 import type { AnalysisParameters } from 'stiltforge';
 import { AnalysisError, estimateMemory } from 'stiltforge/analysis';
 import { ExitCode, messageOf, UserError } from './errors.js';
@@ -76,21 +75,15 @@ export function predictedMemory(
   );
 }
 
-/** Bytes that this machine, or the group of processes that this one runs in, has. */
-export function memoryOfMachine(): number {
-  const limit = process.constrainedMemory();
-  return limit > 0 ? Math.min(limit, totalmem()) : totalmem();
-}
-
 /**
- * Throws a UserError when a run is larger than the analysis or the memory allows, before it starts.
- * Otherwise it would end in the middle, or with it the whole machine.
+ * Throws a UserError when a run is larger than the analysis allows or than `most` bytes, before it
+ * starts. Otherwise it would end in the middle, or with it the whole machine.
  */
 export function requireMemory(
   parameters: AnalysisParameters,
   triangles: number,
   making: Making,
-  most = memoryOfMachine(),
+  most: number,
 ): void {
   const { width, height } = parameters;
   const slices = `the part covers ${width} x ${height} pixels of the screen`;

@@ -114,13 +114,6 @@ export function addFinishOptions(command: Command): Command {
     .option('--as-analysed', "the analysis's own points, not finished: see docs/holding.md");
 }
 
-/** Those of the options that place the part; undefined when they leave it as the file has it. */
-export function placementOf(options: PartOptions): PartOptions | undefined {
-  const { units, up, rotate, height, scale, center } = options;
-  const given = [units, rotate, height, scale, center].some((value) => value !== undefined);
-  return given || up !== 'z' ? { units, up, rotate, height, scale, center } : undefined;
-}
-
 export function printSettings(options: PrinterOptions & Pick<PartOptions, 'lift'>): PrintSettings {
   const { layerHeight, pixelSize, screen, lift } = options;
   const [screenWidth, screenHeight] = screen;

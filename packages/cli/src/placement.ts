@@ -21,6 +21,13 @@ export function placedMesh(file: MeshFile, name: string, options: PartOptions): 
   return center ? standingOnOrigin(mesh) : mesh;
 }
 
+/** Those of the options that place the part; undefined when they leave it as the file has it. */
+export function placementOf(options: PartOptions): PartOptions | undefined {
+  const { units, up, rotate, height, scale, center } = options;
+  const given = [units, rotate, height, scale, center].some((value) => value !== undefined);
+  return given || up !== 'z' ? { units, up, rotate, height, scale, center } : undefined;
+}
+
 function inMillimetres(file: MeshFile, name: string, unit: PartOptions['units']): Triangles {
   if (unit === undefined) return file.positions;
   if (file.format === '3MF') {

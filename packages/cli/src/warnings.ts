@@ -145,6 +145,6 @@ function withoutRoom({ part, layerHeight, minimumHeight }: LayerFindings): strin
   const lift = `${Math.max(part.lift, layerHeight).toFixed(2)} mm`;
   return [
     `${counted(nearPlate.length, 'support was', 'supports were')} left out less than ${minimumHeight} mm ` +
-      `above the plate, where none fits: lay the part flat on the plate, or lift it with --lift by ${lift}.`,
+      `above the plate, where none fits: lay the part flat on the plate, or lift it by ${lift}.`,
   ];
 }

@@ -233,7 +233,7 @@ test('a part that lies a little askew on the plate is told to be laid flat or li
   assert.equal(warnings.length, 1);
   assert.match(
     warnings[0],
-    /: \d+ supports? w(as|ere) left out less than 0\.2 mm above the plate, where none fits: lay the part flat on the plate, or lift it with --lift by 0\.[12]\d mm\.$/,
+    /: \d+ supports? w(as|ere) left out less than 0\.2 mm above the plate, where none fits: lay the part flat on the plate, or lift it by 0\.[12]\d mm\.$/,
   );
   for (const { z } of document.supports) assert.ok(z >= document.model.min[2] + 0.1999);
   assert.deepEqual(document.verdict.withoutRoom, []);

@@ -3,7 +3,7 @@ import { createRequire } from 'node:module';
 import { availableParallelism, freemem } from 'node:os';
 import { loadBinary } from 'stiltforge/load';
 import { messageOf } from '../errors.js';
-import { memoryOfMachine } from '../memory.js';
+import { memoryOfMachine } from '../machine_memory.js';
 import { version } from '../version.js';
 
 /** One thing that a run needs, and how it is with it. */

@@ -1,66 +1,18 @@
 import { readFile } from 'node:fs/promises';
 import { createRequire } from 'node:module';
-import { type PartSource, packPart, reportHtml } from 'stiltforge-viewer';
-import type { HeldPart } from '../held_part.js';
-import { pillarFeet } from '../pictures/pillars.js';
-import type { SupportedPart } from '../place_supports.js';
-import type { SupportsDocument } from './documents.js';
-
-/** What a page shows of a part. */
-export type ReportedPart = Pick<
-  SupportedPart,
-  'document' | 'part' | 'mesh' | 'slicer' | 'owedPixels'
->;
+import { reportHtml } from 'stiltforge-viewer';
+import { packedReport, type ReportedPart } from './packed_report.js';
 
 /**
  * A page with all that there is to see of a part, in one file. The same part gives the same page.
  * `progress` is told the share that is done, from 0 to 1. Throws the signal's reason.
  */
 export async function reportPage(
-  { document, part, mesh, slicer, owedPixels }: ReportedPart,
+  part: ReportedPart,
   progress?: (share: number) => void,
   signal?: AbortSignal,
 ): Promise<string> {
-  const places = Float32Array.from(document.supports.flatMap(({ x, y, z }) => [x, y, z]));
-  const source: PartSource = {
-    part: reported(document, part),
-    positions: mesh,
-    runs: (first, count) => slicer.runs(first, count),
-    strength: strengthOf(document, owedPixels),
-    feet: pillarFeet(places, mesh, document.model.min[2] - (document.print.lift ?? 0)),
-  };
   const page = createRequire(import.meta.url).resolve('stiltforge-viewer/report.html');
-  return reportHtml(await readFile(page, 'utf8'), await packPart(source, { progress, signal }));
-}
-
-/** mm2 of each layer: what nothing held, and what its points hold. */
-function strengthOf(
-  { print, settings, parameters, supports }: SupportsDocument,
-  owedPixels: Float64Array,
-): PartSource['strength'] {
-  const given = new Array<number>(print.layers).fill(0);
-  for (const { layer, kind } of supports) {
-    const factor = kind === 'island' ? parameters.islandStrengthSupport : 1;
-    given[layer] += factor * settings.supportArea;
-  }
-  return {
-    owed: Array.from(owedPixels, (pixels) => pixels * print.pixelSize ** 2),
-    given,
-  };
-}
-
-/** The document with what the page tells beside it. */
-function reported(document: SupportsDocument, { points }: HeldPart): PartSource['part'] {
-  return {
-    ...document,
-    supports: document.supports.map((support, number) => ({
-      ...support,
-      standsFor: support.merged?.length ?? 0,
-      weight: points[number].region ?? undefined,
-    })),
-    verdict: {
-      ...document.verdict,
-      islands: document.islands.filter(({ heldBy }) => heldBy === null),
-    },
-  };
+  const packed = await packedReport(part, progress, signal);
+  return reportHtml(await readFile(page, 'utf8'), packed);
 }

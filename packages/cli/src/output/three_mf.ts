@@ -1,7 +1,7 @@
-import { setImmediate } from 'node:timers/promises';
 import { strToU8, Zip, ZipDeflate, ZipPassThrough } from 'fflate';
+import { Breather } from '../breather.js';
 import { ExitCode, UserError } from '../errors.js';
-import type { SupportedPart } from '../place_supports.js';
+import type { SupportedPart } from '../supported_part.js';
 import { indexedMesh } from './indexed_mesh.js';
 
 /** What a project tells of a part. */
@@ -45,14 +45,14 @@ export async function* threeMfProject(
   archive.file('_rels/.rels', relationships);
   archive.file('Metadata/Slic3r_PE_sla_support_points.txt', supportPoints(part));
   const model = archive.begin('3D/3dmodel.model');
+  const breather = new Breather(signal);
   let bytes = 0;
   for (const text of modelText(part)) {
     const data = strToU8(text);
     bytes += data.length;
     if (bytes > mostBytes) throw tooLarge(part.document.model.file);
     model.push(data);
-    await setImmediate();
-    signal?.throwIfAborted();
+    await breather.breathe();
     yield* archive.written();
   }
   model.push(new Uint8Array(), true);
@@ -142,7 +142,7 @@ function tooLarge(name: string): UserError {
   return new UserError(
     ExitCode.output,
     `${name}: the mesh takes more than 4 GiB in a 3MF file, which readers of such files refuse. ` +
-      'Simplify it, or leave --format 3mf out.',
+      'Simplify it, or choose another format.',
   );
 }
 

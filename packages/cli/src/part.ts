@@ -1,0 +1,16 @@
+// From a mesh to its supports and their files, for any program: all that this reaches runs in browsers, too.
+
+export { codeOf, ExitCode, messageOf, UserError } from './errors.js';
+export type { Host } from './host.js';
+export { isLackOfMemory, outOfMemory } from './memory.js';
+export { loadMesh } from './mesh/load.js';
+export { pointsCsv, type SupportsDocument, supportsJson } from './output/documents.js';
+export { formatFiles } from './output/formats.js';
+export { packedReport } from './output/packed_report.js';
+export { reportName } from './output/report_name.js';
+export { threeMfProject } from './output/three_mf.js';
+export type { PartOptions } from './part_options.js';
+export { placedMesh, placementOf, units } from './placement.js';
+export { resins, screens } from './presets/presets.js';
+export { checkSettings } from './setting_ranges.js';
+export { analysePart, type PartJob, preparePart, type SupportedPart } from './supported_part.js';

@@ -1,0 +1,237 @@
+import { Analysis, type AnalysisParameters, type SliceResult } from 'stiltforge/analysis';
+import type { Triangles } from 'stiltforge/slicing';
+import {
+  analysisParameters,
+  createSlicer,
+  defaultSupport,
+  type PrintSettings,
+  type Slicer,
+  type SupportSettings,
+} from 'stiltforge/slicing';
+import { codeOf, ExitCode, messageOf, UserError } from './errors.js';
+import { analysedPart, finishedPart, type HeldPart, isAdded } from './held_part.js';
+import type { Host } from './host.js';
+import { type Making, requireMemory } from './memory.js';
+import type { SupportsDocument } from './output/documents.js';
+import { meshPlaces, Records } from './output/records.js';
+import type { PartOptions } from './part_options.js';
+import { checkSettings } from './setting_ranges.js';
+import { Tally } from './tally.js';
+import { meshWarnings } from './warnings.js';
+
+/** Pixels left free around the model, so that its contour is one on all sides. */
+const margin = 2;
+
+export interface PartJob {
+  /** What the outputs and errors call the model: its file. */
+  name: string;
+  mesh: Triangles;
+  /** Sentences about its file, to be passed on with those about the mesh itself. */
+  meshWarnings?: readonly string[];
+  /** What was done to the mesh of the file; told in supports.json. */
+  placement?: PartOptions;
+  print: PrintSettings;
+  support: SupportSettings;
+  /** Parameters in place of those that follow from the settings. */
+  parameters?: Partial<AnalysisParameters>;
+  /** Leave the points as the analysis places them. */
+  asAnalysed?: boolean;
+  /** Bytes that the run may take; what the host allows unless set. */
+  memory?: number;
+}
+
+/** A part with its supports: what outputs are made of. */
+export interface SupportedPart {
+  /** Everything that supports.json says. */
+  document: SupportsDocument;
+  mesh: Triangles;
+  slicer: Slicer;
+  parameters: AnalysisParameters;
+  part: HeldPart;
+  tally: Tally;
+  /** Of each layer, pixels that nothing held before its own supports. */
+  owedPixels: Float64Array;
+}
+
+export interface PreparedPart {
+  job: PartJob;
+  host: Host;
+  slicer: Slicer;
+  parameters: AnalysisParameters;
+}
+
+/** Throws a UserError, before anything is analysed, when the settings or the mesh can't be used. */
+export function preparePart(
+  job: PartJob,
+  making: Omit<Making, 'layersBelow'>,
+  host: Host,
+): PreparedPart {
+  checkSettings(job.print, job.support);
+  const slicer = makeSlicer(job);
+  const derived = analysisParameters(job.print, job.support, slicer);
+  const parameters = { ...derived, ...job.parameters };
+  const most = job.memory ?? host.memory;
+  requirePossible(parameters, slicer.report.triangles, job, making, most);
+  return { job, host, slicer, parameters };
+}
+
+function makeSlicer({ name, mesh, print, support }: PartJob): Slicer {
+  try {
+    return createSlicer({
+      positions: mesh,
+      ...print,
+      margin,
+      criticalAngle: support.criticalAngle,
+      inset: support.inset,
+    });
+  } catch (error) {
+    throw new UserError(ExitCode.mesh, `${name}: ${messageOf(error)}`, { cause: error });
+  }
+}
+
+/** Parameters that can't work together, and a run that needs more than `most` bytes, are told at once, too. */
+export function requirePossible(
+  parameters: AnalysisParameters,
+  triangles: number,
+  job: Pick<PartJob, 'print' | 'support'>,
+  making: Omit<Making, 'layersBelow'>,
+  most: number,
+): void {
+  try {
+    const { minimumHeight = defaultSupport.minimumHeight } = job.support;
+    const layersBelow = minimumHeight / job.print.layerHeight;
+    requireMemory(parameters, triangles, { ...making, layersBelow }, most);
+  } catch (error) {
+    if (codeOf(error) !== 'ERR_STILTFORGE_PARAMETER') throw error;
+    throw new UserError(ExitCode.usage, messageOf(error), { cause: error });
+  }
+}
+
+export interface PartVisitor {
+  signal?: AbortSignal;
+  /** So many layers are analysed. */
+  layers?(done: number): void;
+  /** Each layer, from 0. */
+  layer?(result: SliceResult, index: number): void;
+  /** The points are finished, and the analysis is still open. */
+  finished?(analysis: Analysis, part: HeldPart, tally: Tally): Promise<void>;
+}
+
+/** Analyses all layers and finishes the points. */
+export async function analysePart(
+  { job, host, slicer, parameters }: PreparedPart,
+  visitor: PartVisitor,
+): Promise<SupportedPart> {
+  const { signal } = visitor;
+  const tally = new Tally();
+  let materialPixels = 0;
+  const { print, support } = job;
+  const { pixelSize, layerHeight } = print;
+  const { criticalAngle, minimumHeight, supportArea } = support;
+  const survey = { pixelSize, layerHeight, criticalAngle, minimumHeight, supportArea };
+  const analysis = Analysis.create(parameters, { survey });
+  try {
+    for await (const result of analysis.run(slicer, { signal })) {
+      materialPixels += result.layer.pixelCount;
+      visitor.layer?.(result, tally.layers.length);
+      tally.add(result);
+      visitor.layers?.(tally.layers.length);
+    }
+    if (materialPixels === 0) throw emptySlices(job, slicer);
+    const part = await (job.asAnalysed ? analysedPart : finishedPart)(analysis, print, support);
+    signal?.throwIfAborted();
+    await visitor.finished?.(analysis, part, tally);
+    const owedPixels = await analysis.owedPixels();
+    const document = documentOf(job, host, slicer, parameters, tally, part, materialPixels);
+    return { document, mesh: job.mesh, slicer, parameters, part, tally, owedPixels };
+  } finally {
+    await analysis.close();
+  }
+}
+
+function documentOf(
+  job: PartJob,
+  host: Host,
+  slicer: Slicer,
+  parameters: AnalysisParameters,
+  tally: Tally,
+  part: HeldPart,
+  materialPixels: number,
+): SupportsDocument {
+  const { print, support } = job;
+  const sliceVolume = materialPixels * print.pixelSize ** 2 * print.layerHeight;
+  const { report } = slicer;
+  const { minimumHeight = defaultSupport.minimumHeight } = support;
+  const warnings = [
+    ...(job.meshWarnings ?? []),
+    ...meshWarnings({
+      ...{ report, sliceVolume, layers: tally.layers, part },
+      ...{ layerHeight: print.layerHeight, lift: print.lift, minimumHeight },
+    }),
+  ];
+
+  const records = new Records(print, meshPlaces(print, slicer));
+  const supports = records.supports(part);
+  const { bounds, ...mesh } = report;
+  return {
+    generator: host.generator,
+    model: {
+      file: nameOfPath(job.name),
+      ...(job.placement === undefined ? {} : { placement: job.placement }),
+      ...{ ...bounds, mesh, sliceVolume, warnings },
+    },
+    print: {
+      ...print,
+      layers: slicer.layerCount,
+      crop: {
+        column: slicer.cropX,
+        row: slicer.cropY,
+        width: slicer.width,
+        height: slicer.height,
+      },
+    },
+    settings: {
+      ...{ ...support, minimumHeight, minimumSpacing: part.spacing },
+      asAnalysed: job.asAnalysed ?? false,
+    },
+    parameters,
+    summary: {
+      layers: slicer.layerCount,
+      regions: tally.regions,
+      islands: part.verdict.islands.length,
+      heldIslands: part.verdict.islands.filter(({ heldBy }) => heldBy !== null).length,
+      supports: supports.length,
+      merged: supports.filter(({ reason }) => reason === 'merged').length,
+      added: supports.filter(isAdded).length,
+      dropped: part.dropped.length,
+    },
+    verdict: records.verdict(part.verdict),
+    islands: records.islands(part.verdict),
+    supports,
+    dropped: records.dropped(part),
+  };
+}
+
+/** Of a path of any system. */
+function nameOfPath(path: string): string {
+  return path.replace(/.*[/\\]/s, '');
+}
+
+/** The slices show nothing, which is either the pixels' fault or the mesh's. */
+function emptySlices({ name, print }: PartJob, { report }: Slicer): UserError {
+  const { min, max } = report.bounds;
+  const [width, depth] = [max[0] - min[0], max[1] - min[1]];
+  const size = `${width.toPrecision(3)} x ${depth.toPrecision(3)} mm`;
+  const { pixelSize } = print;
+  return Math.min(width, depth) < 2 * pixelSize
+    ? new UserError(
+        ExitCode.usage,
+        `--pixel-size ${pixelSize}: the slices are empty, since ${name}, ${size} seen from above, ` +
+          'falls between the centres of the pixels. Choose smaller pixels.',
+      )
+    : new UserError(
+        ExitCode.mesh,
+        `${name}: the slices are empty: its surfaces enclose no volume, or less than a pixel of ` +
+          `${pixelSize} mm shows. Repair the mesh, or choose smaller pixels.`,
+      );
+}
