@@ -56,6 +56,8 @@ export interface JobWatcher {
   progress: Progress;
   signal: AbortSignal;
   warn(sentence: string): void;
+  /** Called before the work with the bytes that it may take; it waits until they are there. */
+  admit?(bytes: number): Promise<void>;
 }
 
 /**
@@ -73,10 +75,11 @@ export async function analyseMesh(job: Job, watcher: JobWatcher): Promise<Summar
   const discard = (): void => folder.discard();
   process.once('exit', discard);
   try {
+    const waited = await admission(watcher, prepared.memory);
     const summary = await writeOutputs(job, watcher, prepared, folder);
     // What was inspected stays: it was asked for one by one.
     folder.commit((name) => job.keep === true || name.startsWith(`${inspectFolder}/`));
-    const seconds = (performance.now() - started) / 1000;
+    const seconds = (performance.now() - started) / 1000 - waited;
     return { ...summary, seconds, peakMemory: 1024 * process.resourceUsage().maxRSS };
   } catch (error) {
     if (watcher.signal.aborted) throw new Interrupted();
@@ -85,6 +88,13 @@ export async function analyseMesh(job: Job, watcher: JobWatcher): Promise<Summar
     folder.discard();
     process.off('exit', discard);
   }
+}
+
+/** Returns the seconds that it took. */
+export async function admission({ admit }: JobWatcher, bytes: number): Promise<number> {
+  const asked = performance.now();
+  await admit?.(bytes);
+  return (performance.now() - asked) / 1000;
 }
 
 function expectedFiles({ formats = defaultFormats, pictures, report, inspect }: Job): string[] {

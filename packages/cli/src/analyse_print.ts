@@ -9,6 +9,7 @@ import {
   type SupportSettings,
 } from 'stiltforge/slicing';
 import {
+  admission,
   type Corners,
   type Inspected,
   inspectFolder,
@@ -87,7 +88,7 @@ export async function analysePrint(job: PrintJob, watcher: JobWatcher): Promise<
   requireLayers(job, file.layerCount);
   const slicer = createLayerSlicer(file, slicerOptions(job));
   const parameters = parametersFor(job, slicer);
-  requirePossible(
+  const memory = requirePossible(
     parameters,
     0,
     { ...job, print },
@@ -101,9 +102,10 @@ export async function analysePrint(job: PrintJob, watcher: JobWatcher): Promise<
   const discard = (): void => folder.discard();
   process.once('exit', discard);
   try {
+    const waited = await admission(watcher, memory);
     const summary = await writeOutputs(job, watcher, slicer, parameters, folder);
     folder.commit((name) => name.startsWith(`${inspectFolder}/`));
-    const seconds = (performance.now() - started) / 1000;
+    const seconds = (performance.now() - started) / 1000 - waited;
     return { ...summary, seconds, peakMemory: 1024 * process.resourceUsage().maxRSS };
   } catch (error) {
     if (watcher.signal.aborted) throw new Interrupted();

@@ -1,63 +1,25 @@
-import { basename, extname } from 'node:path';
 import { Command, CommanderError, InvalidArgumentError, Option } from 'commander';
-import { isPrinterFile, type SupportSettings } from 'stiltforge/slicing';
-import { analyseMesh, type Job, type JobWatcher, type RegionToInspect } from './analyse_mesh.js';
-import { analysePrint } from './analyse_print.js';
+import type { RegionToInspect } from './analyse_mesh.js';
 import { checkCommand } from './check/command.js';
 import { completionCommand } from './completion/command.js';
 import { doctorCommand } from './doctor/command.js';
 import { codeOf, ExitCode, Interrupted, messageOf, Told, UserError } from './errors.js';
 import { inspectCommand } from './inspect/command.js';
-import { untilInterrupted } from './interrupting.js';
-import { loadMesh } from './mesh/load.js';
+import type { Options } from './one_input.js';
 import { folderName, outputFormats, positive } from './option_values.js';
 import { orientCommand } from './orient/command.js';
-import type { OutputFormat } from './output/formats.js';
 import { paramsCommand } from './params/command.js';
-import { addParameterOptions, givenParameters, type ParameterOptions } from './params/given.js';
+import { addParameterOptions } from './params/given.js';
 import {
   addFinishOptions,
   addPartOptions,
   addPrinterOptions,
   addSupportOptions,
-  type FinishOptions,
-  type PartOptions,
-  type PrinterOptions,
-  printSettings,
-  supportSettings,
 } from './part_options.js';
-import { placedMesh, placementOf } from './placement.js';
 import { presetsCommand } from './presets/command.js';
 import { applyPresets } from './presets/option.js';
-import {
-  addPrintOptions,
-  type PrintOptions,
-  printJob,
-  requireNoPrintOptions,
-} from './print_options.js';
-import { noProgress } from './progress.js';
-import { progressOn } from './progress_on.js';
-import { checkSettings } from './setting_ranges.js';
-import { type Summary, summaryText } from './summary.js';
+import { addPrintOptions } from './print_options.js';
 import { version } from './version.js';
-
-interface Options
-  extends PartOptions,
-    PrinterOptions,
-    PrintOptions,
-    SupportSettings,
-    FinishOptions,
-    ParameterOptions {
-  out?: string;
-  force?: boolean;
-  format?: OutputFormat[];
-  memory?: number;
-  pictures: boolean;
-  report?: boolean;
-  inspect: RegionToInspect[];
-  quiet?: boolean;
-  verbose?: boolean;
-}
 
 const description =
   'Finds where a part needs supports when it is printed in resin: under islands, which begin in ' +
@@ -75,6 +37,10 @@ screen, in whose middle it stands. Of a printer file they are those of the
 plate, from its left front corner. A region is a connected piece of a layer;
 supports.json gives layer and region of every point.
 
+Several inputs run side by side, as many as there are cores and as --memory
+allows, which then counts for all together. Each has a folder of its own, and
+one that fails does not stop the others.
+
 Exit codes:
   0    done
   1    something unexpected failed; please report it
@@ -83,21 +49,25 @@ Exit codes:
   4    the outputs can't be written
   5    there is not enough memory
   130  interrupted; nothing was written
+Of several inputs it is that of the first that failed; those that were done
+stay written.
 
 Examples:
   stiltforge part.stl
   stiltforge part.3mf --preset 6k-202x126 --layer-height 0.03
   stiltforge statue.obj --up y --height 80 --out statue-supports
+  stiltforge jobs/*.stl plate.sl1 --out supports --no-pictures
   stiltforge part.stl --screen 4098x2560 --pixel-size 0.035 --format 3mf`;
 
-function buildCommand(
-  run: (file: string, options: Options, command: Command) => Promise<void>,
-): Command {
+/** What the words on the command line lead to. */
+export type Action = (files: string[], options: Options, command: Command) => Promise<void>;
+
+function buildCommand(run: Action): Command {
   const command = new Command('stiltforge')
-    .usage('<part> [options]')
+    .usage('<part...> [options]')
     .description(description)
     .argument(
-      '<part>',
+      '<part...>',
       'a mesh (STL, OBJ, PLY, 3MF), a printer file (SL1, NanoDLP, GOO), or a zip or folder of numbered PNG layers',
     );
   addPartOptions(command);
@@ -108,7 +78,11 @@ function buildCommand(
   addParameterOptions(command);
   command
     .optionsGroup('The results:')
-    .option('-o, --out <folder>', 'where they go (default: "<part>-supports")', folderName)
+    .option(
+      '-o, --out <folder>',
+      'where they go (default: "<part>-supports"); of several inputs, where their folders go',
+      folderName,
+    )
     .option('--force', 'overwrite files there that no earlier run wrote')
     .option(
       '--format <name>',
@@ -127,12 +101,13 @@ function buildCommand(
     )
     .optionsGroup('The run:')
     .option('--memory <GB>', 'memory that it may take (default: what the machine has)', positive)
+    .option('--json', 'print what became of each input for machines')
     .option('-q, --quiet', 'print only warnings and errors')
     .addOption(
       new Option(
         '-v, --verbose',
         'also print what the run went by, and the installation',
-      ).conflicts('quiet'),
+      ).conflicts(['quiet', 'json']),
     )
     .version(version, '-V, --version', 'print the version')
     .helpOption('-h, --help', 'print this help')
@@ -162,9 +137,9 @@ function buildCommand(
 }
 
 /** Runs the command with the given words and returns the exit code. */
-export async function runCommand(words: readonly string[]): Promise<ExitCode> {
+export async function runCommand(words: readonly string[], action: Action): Promise<ExitCode> {
   try {
-    await buildCommand(analyse).parseAsync(words, { from: 'user' });
+    await buildCommand(action).parseAsync(words, { from: 'user' });
     return ExitCode.done;
   } catch (error) {
     if (error instanceof CommanderError) {
@@ -187,70 +162,6 @@ export async function runCommand(words: readonly string[]): Promise<ExitCode> {
     process.stderr.write(`stiltforge: unexpected failure, please report it:\n${trace}\n`);
     return ExitCode.failure;
   }
-}
-
-async function analyse(file: string, options: Options, command: Command): Promise<void> {
-  const { minHeight: minimumHeight, minSpacing: minimumSpacing } = options;
-  const support = { ...supportSettings(options), minimumHeight, minimumSpacing };
-  const run = isPrinterFile(file)
-    ? await printRun(file, options, support, command)
-    : await meshRun(file, options, support, command);
-  const summary = await untilInterrupted(async (signal) =>
-    run({
-      progress: options.quiet ? noProgress : await progressOn(process.stderr),
-      signal,
-      warn: (sentence) => process.stderr.write(`stiltforge: warning: ${sentence}\n`),
-    }),
-  );
-  if (!options.quiet) process.stdout.write(summaryText(summary));
-  if (options.verbose) {
-    const { verboseText } = await import('./verbose.js');
-    process.stdout.write(await verboseText(summary.document));
-  }
-}
-
-type Run = (watcher: JobWatcher) => Promise<Summary>;
-
-async function meshRun(
-  name: string,
-  options: Options,
-  support: SupportSettings,
-  command: Command,
-): Promise<Run> {
-  requireNoPrintOptions(name, command);
-  // Before a large mesh is read.
-  const print = printSettings(options);
-  checkSettings(print, support);
-  const parameters = givenParameters(options);
-  const file = await loadMesh(name);
-  const job: Job = {
-    name,
-    mesh: placedMesh(file, name, options),
-    meshWarnings: file.warnings,
-    placement: placementOf(options),
-    print,
-    support,
-    parameters,
-    asAnalysed: options.asAnalysed,
-    folder: options.out ?? `${basename(name, extname(name))}-supports`,
-    force: options.force,
-    formats: options.format,
-    pictures: options.pictures,
-    report: options.report,
-    inspect: options.inspect,
-    memory: options.memory === undefined ? undefined : 1e9 * options.memory,
-  };
-  return (watcher) => analyseMesh(job, watcher);
-}
-
-async function printRun(
-  name: string,
-  options: Options,
-  support: SupportSettings,
-  command: Command,
-): Promise<Run> {
-  const job = await printJob(name, options, support, givenParameters(options), command);
-  return (watcher) => analysePrint(job, watcher);
 }
 
 function regionToInspect(text: string, earlier: RegionToInspect[]): RegionToInspect[] {

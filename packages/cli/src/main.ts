@@ -1,3 +1,4 @@
+import { analyseInputs } from './analyse_inputs.js';
 import { runCommand } from './command.js';
 import { ExitCode } from './errors.js';
 
@@ -9,5 +10,6 @@ process.stdout.on('error', (error: NodeJS.ErrnoException) => {
   process.exitCode = ExitCode.output;
 });
 
-const code = await runCommand(process.argv.slice(2));
+const words = process.argv.slice(2);
+const code = await runCommand(words, analyseInputs(words));
 process.exitCode ||= code;

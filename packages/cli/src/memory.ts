@@ -77,14 +77,15 @@ export function predictedMemory(
 
 /**
  * Throws a UserError when a run is larger than the analysis allows or than `most` bytes, before it
- * starts. Otherwise it would end in the middle, or with it the whole machine.
+ * starts. Otherwise it would end in the middle, or with it the whole machine. Returns the bytes that it
+ * may take.
  */
 export function requireMemory(
   parameters: AnalysisParameters,
   triangles: number,
   making: Making,
   most: number,
-): void {
+): number {
   const { width, height } = parameters;
   const slices = `the part covers ${width} x ${height} pixels of the screen`;
   const remedy = 'Choose larger pixels with --pixel-size, or a smaller part';
@@ -96,7 +97,7 @@ export function requireMemory(
     );
   }
   const predicted = predictedMemory(parameters, triangles, making);
-  if (predicted <= most) return;
+  if (predicted <= most) return predicted;
   const enough = ((1.01 * predicted) / 1e9).toPrecision(3);
   throw new UserError(
     ExitCode.memory,

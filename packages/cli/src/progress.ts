@@ -24,14 +24,14 @@ export const noProgress: Progress = {
 /** Milliseconds between lines where no bar can be drawn. */
 const linePause = 5000;
 
-/** A line now and then, for a stream that is no terminal. */
-export function progressLines(stream: NodeJS.WritableStream): Progress {
+/** A line now and then, for a stream that is no terminal; `prefix` says of what. */
+export function progressLines(stream: NodeJS.WritableStream, prefix = ''): Progress {
   const course = new Course();
   let last = 0;
   const write = (state: State): void => {
     if (performance.now() - last < linePause) return;
     last = performance.now();
-    stream.write(`${state.parts.join(', ')}\n`);
+    stream.write(`${prefix}${state.parts.join(', ')}\n`);
   };
   return {
     start(layers, pictureSeconds) {

@@ -2,8 +2,9 @@ import { Presets, SingleBar } from 'cli-progress';
 import { Course, type Progress, type State } from './progress.js';
 
 /** Columns of a terminal, and those of the longest text beside the bar. */
-const usualColumns = 80;
-const longestText = ' 100% | layer 65535 of 65535 | 99,999 layers/s | 59 min 59 s left'.length;
+export const usualColumns = 80;
+export const longestText = ' 100% | layer 65535 of 65535 | 99,999 layers/s | 59 min 59 s left'
+  .length;
 
 /** A bar with layers per second and the time left, pictures included. */
 export function progressBar(stream: NodeJS.WriteStream): Progress {

@@ -58,6 +58,8 @@ export interface PreparedPart {
   host: Host;
   slicer: Slicer;
   parameters: AnalysisParameters;
+  /** Bytes that the run may take. */
+  memory: number;
 }
 
 /** Throws a UserError, before anything is analysed, when the settings or the mesh can't be used. */
@@ -71,8 +73,8 @@ export function preparePart(
   const derived = analysisParameters(job.print, job.support, slicer);
   const parameters = { ...derived, ...job.parameters };
   const most = job.memory ?? host.memory;
-  requirePossible(parameters, slicer.report.triangles, job, making, most);
-  return { job, host, slicer, parameters };
+  const memory = requirePossible(parameters, slicer.report.triangles, job, making, most);
+  return { job, host, slicer, parameters, memory };
 }
 
 function makeSlicer({ name, mesh, print, support }: PartJob): Slicer {
@@ -89,18 +91,21 @@ function makeSlicer({ name, mesh, print, support }: PartJob): Slicer {
   }
 }
 
-/** Parameters that can't work together, and a run that needs more than `most` bytes, are told at once, too. */
+/**
+ * Parameters that can't work together, and a run that needs more than `most` bytes, are told at once, too.
+ * Returns the bytes that it may take.
+ */
 export function requirePossible(
   parameters: AnalysisParameters,
   triangles: number,
   job: Pick<PartJob, 'print' | 'support'>,
   making: Omit<Making, 'layersBelow'>,
   most: number,
-): void {
+): number {
   try {
     const { minimumHeight = defaultSupport.minimumHeight } = job.support;
     const layersBelow = minimumHeight / job.print.layerHeight;
-    requireMemory(parameters, triangles, { ...making, layersBelow }, most);
+    return requireMemory(parameters, triangles, { ...making, layersBelow }, most);
   } catch (error) {
     if (codeOf(error) !== 'ERR_STILTFORGE_PARAMETER') throw error;
     throw new UserError(ExitCode.usage, messageOf(error), { cause: error });

@@ -1,4 +1,5 @@
 import type { CheckReport, Finding, FindingKind, Severity } from 'stiltforge/check';
+import { textTable, wrapped } from '../plain_text.js';
 import { counted, countText, volumeText } from '../wording.js';
 import { type CheckedFile, isAsBadAs } from './check_files.js';
 
@@ -17,6 +18,8 @@ const names: Record<FindingKind, string> = {
 
 const words: Record<Severity, string> = { fails: 'FAILS', risk: 'risk', note: 'note' };
 
+const textWidth = 78;
+
 /** Rows of a file's table; the others are counted. */
 const mostRows = 25;
 
@@ -27,7 +30,7 @@ export function fileText(file: string, report: CheckReport): string {
   if (findings.length === 0) return `${head}\n  holds; nothing was found\n`;
   const shown = findings.slice(0, mostRows);
   const total = counts.fails + counts.risk + counts.note;
-  const lines = [head, '', ...indented(table(shown.map(rowOf), header, right))];
+  const lines = [head, '', ...indented(textTable(shown.map(rowOf), header, right))];
   if (total > shown.length) {
     lines.push(`  and ${counted(total - shown.length, 'more finding')}; --json lists them`);
   }
@@ -58,7 +61,7 @@ function areaText(area: number): string {
 /** Each remedy once, with what it is for. */
 function remedies(findings: readonly Finding[]): string[] {
   const all = findings.map(({ kind, remedy }) => `${capitalized(names[kind])}: ${remedy}`);
-  return [...new Set(all)].flatMap(wrapped);
+  return [...new Set(all)].flatMap((text) => wrapped(text, textWidth, '  '));
 }
 
 /** One line a file, for a run with several. */
@@ -68,7 +71,11 @@ export function overviewText(checked: readonly CheckedFile[]): string {
       ? [file, ...countsOf(report), verdictOf(report)]
       : [file, '', '', '', "can't be checked, see above"],
   );
-  const lines = table(rows, ['', 'fails', 'risks', 'notes', ''], [false, true, true, true, false]);
+  const lines = textTable(
+    rows,
+    ['', 'fails', 'risks', 'notes', ''],
+    [false, true, true, true, false],
+  );
   return `${lines.join('\n')}\n`;
 }
 
@@ -79,34 +86,6 @@ function countsOf({ counts }: CheckReport): string[] {
 function verdictOf(report: CheckReport): string {
   if (isAsBadAs(report, 'fails')) return 'WOULD FAIL';
   return isAsBadAs(report, 'risk') ? 'holds, at some risk' : 'holds';
-}
-
-/** Rows in columns two blanks apart. */
-function table(
-  rows: readonly string[][],
-  head: readonly string[],
-  isRight: readonly boolean[],
-): string[] {
-  const all = [head, ...rows];
-  const widths = head.map((_, i) => Math.max(...all.map((row) => row[i].length)));
-  return all.map((row) =>
-    row
-      .map((cell, i) => (isRight[i] ? cell.padStart(widths[i]) : cell.padEnd(widths[i])))
-      .join('  ')
-      .trimEnd(),
-  );
-}
-
-const textWidth = 78;
-
-function wrapped(text: string): string[] {
-  const lines = [''];
-  for (const word of text.split(' ')) {
-    const line = lines[lines.length - 1];
-    if (line !== '' && line.length + word.length + 1 > textWidth) lines.push(`  ${word}`);
-    else lines[lines.length - 1] = line === '' ? word : `${line} ${word}`;
-  }
-  return lines;
 }
 
 const indented = (lines: readonly string[]): string[] => lines.map((line) => `  ${line}`);

@@ -1,0 +1,128 @@
+import { join } from 'node:path';
+import type { Command } from 'commander';
+import { displayOn, noDisplay } from './batch/display.js';
+import { failureOf, type Outcome, resultOf, runsDocument } from './batch/outcome.js';
+import { overviewText } from './batch/overview.js';
+import { type Input, runSideBySide } from './batch/side_by_side.js';
+import type { Action } from './command.js';
+import { ExitCode, Interrupted, Told, UserError } from './errors.js';
+import { untilInterrupted } from './interrupting.js';
+import { memoryOfMachine } from './machine_memory.js';
+import { type Options, openRun, usualFolder } from './one_input.js';
+import { noProgress } from './progress.js';
+import { progressOn } from './progress_on.js';
+import { type Summary, summaryText } from './summary.js';
+import { counted } from './wording.js';
+
+/** What the command does with its inputs, given all words of its command line. */
+export function analyseInputs(words: readonly string[]): Action {
+  return (files, options, command) =>
+    files.length === 1
+      ? analyseOne(files[0], options, command)
+      : analyseSeveral(files, options, words);
+}
+
+async function analyseOne(file: string, options: Options, command: Command): Promise<void> {
+  const { json } = options;
+  let summary: Summary;
+  try {
+    const run = await openRun(file, options, command);
+    summary = await untilInterrupted(async (signal) =>
+      run({
+        progress: options.quiet ? noProgress : await progressOn(process.stderr),
+        signal,
+        warn,
+      }),
+    );
+  } catch (error) {
+    const failure = json ? failureOf(error) : undefined;
+    if (failure !== undefined) print(runsDocument([{ file, error: failure }]));
+    throw error;
+  }
+  if (json) return print(runsDocument([{ file, result: resultOf(summary) }]));
+  if (!options.quiet) process.stdout.write(summaryText(summary));
+  if (options.verbose) {
+    const { verboseText } = await import('./verbose.js');
+    process.stdout.write(await verboseText(summary.document));
+  }
+}
+
+async function analyseSeveral(
+  files: readonly string[],
+  options: Options,
+  words: readonly string[],
+): Promise<void> {
+  const { json, quiet, memory } = options;
+  const inputs = inputsOf(files, options);
+  const display = quiet
+    ? noDisplay(process.stderr)
+    : await displayOn(process.stderr, inputs.length);
+  const say = (sentence: string): void => display.say(`stiltforge: ${sentence}\n`);
+  const told: Outcome[] = [];
+  let outcomes: Outcome[];
+  try {
+    outcomes = await untilInterrupted(async (signal) =>
+      runSideBySide(inputs, {
+        ...{ words, display, signal },
+        memory: memory === undefined ? memoryOfMachine() : 1e9 * memory,
+        warn: (sentence) => say(`warning: ${sentence}`),
+        done(outcome, text) {
+          told.push(outcome);
+          if (outcome.error) say(outcome.error.message);
+          if (text !== '' && !json) display.say(text);
+        },
+      }),
+    );
+  } catch (error) {
+    if (!(error instanceof Interrupted)) throw error;
+    display.stop();
+    const done = told.filter(({ result }) => result !== undefined);
+    process.stderr.write(
+      `stiltforge: interrupted; ${done.length} of ${counted(inputs.length, 'input')} had been ` +
+        'done, nothing was written of the others\n',
+    );
+    throw new Told(ExitCode.interrupted);
+  } finally {
+    display.stop();
+  }
+  if (json) print(runsDocument(outcomes));
+  else if (!quiet) process.stdout.write(overviewText(outcomes));
+  const failed = outcomes.find(({ error }) => error !== undefined)?.error;
+  if (failed) throw new Told(failed.exitCode);
+}
+
+/** Throws a UserError when two inputs would write into the same folder, or an option is for one alone. */
+function inputsOf(files: readonly string[], { out = '', inspect }: Options): Input[] {
+  if (inspect.length > 0) {
+    const [{ layer, region }] = inspect;
+    throw new UserError(
+      ExitCode.usage,
+      `--inspect ${layer}:${region}: it names a region of one part, and ${files.length} inputs are ` +
+        'given. Use stiltforge inspect afterwards.',
+    );
+  }
+  const inputs = files.map((file) => ({ file, folder: join(out, usualFolder(file)) }));
+  const owners = new Map<string, string>();
+  for (const { file, folder } of inputs) {
+    // Many file systems take these for the same name.
+    const key = folder.normalize('NFC').toLowerCase();
+    const other = owners.get(key);
+    if (other !== undefined) {
+      throw new UserError(
+        ExitCode.usage,
+        `${other} and ${file} would both write to ${folder}/. Rename one of them, or run them one by ` +
+          'one with --out.',
+      );
+    }
+    owners.set(key, file);
+  }
+  return inputs;
+}
+
+function warn(sentence: string): void {
+  process.stderr.write(`stiltforge: warning: ${sentence}\n`);
+}
+
+function print(document: object): void {
+  process.stdout.write(`${JSON.stringify(document, undefined, 2)}\n`);
+}

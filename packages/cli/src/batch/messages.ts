@@ -1,0 +1,19 @@
+import type { RunFailure, RunResult } from './outcome.js';
+
+// What the command and the processes that it starts for its inputs say to each other.
+
+export type ToRun =
+  | { kind: 'run'; file: string; folder: string; memory: number }
+  /** The memory that was asked for is there. */
+  | { kind: 'admitted' }
+  | { kind: 'stop' };
+
+export type FromRun =
+  /** The run may take so many bytes, and waits until they are there. */
+  | { kind: 'needs'; bytes: number }
+  | { kind: 'start'; layers: number; pictureSeconds: number }
+  | { kind: 'layers' | 'report' | 'pictures'; value: number }
+  | { kind: 'warning'; sentence: string }
+  /** `text` is what --verbose tells. */
+  | { kind: 'done'; result: RunResult; text: string }
+  | { kind: 'failed'; failure: RunFailure };
