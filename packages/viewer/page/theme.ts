@@ -6,7 +6,7 @@ type Theme = keyof typeof palettes;
 export class ThemeChoice {
   private chosen: Theme | null = null;
   private readonly system = matchMedia('(prefers-color-scheme: dark)');
-  private readonly listeners: ((palette: Palette) => void)[] = [];
+  private listeners: ((palette: Palette) => void)[] = [];
 
   constructor(private readonly root: HTMLElement) {
     this.system.addEventListener('change', () => this.apply());
@@ -23,6 +23,11 @@ export class ThemeChoice {
 
   listen(listener: (palette: Palette) => void): void {
     this.listeners.push(listener);
+  }
+
+  /** Those that listen are gone. */
+  forgetListeners(): void {
+    this.listeners = [];
   }
 
   toggle(): void {

@@ -16,8 +16,15 @@ import { ThemeChoice } from './theme.js';
 import { ViewModel } from './view_state.js';
 import { countText } from './words.js';
 
-/** Fills `root` with all there is to see of a part. */
-export function mountViewer(root: HTMLElement, packed: PackedPart): void {
+/**
+ * Fills `root` with all there is to see of a part. What it returns takes it away again, with all that
+ * listens; `theme` is for a page that has a choice of its own.
+ */
+export function mountViewer(
+  root: HTMLElement,
+  packed: PackedPart,
+  theme = new ThemeChoice(document.documentElement),
+): () => void {
   const part = new ViewedPart(packed);
   const model = new ViewModel(
     {
@@ -31,7 +38,6 @@ export function mountViewer(root: HTMLElement, packed: PackedPart): void {
     },
     part.layerCount,
   );
-  const theme = new ThemeChoice(document.documentElement);
   const scene = new SceneView(part, model, theme);
   const slice = new SliceView(part, model, theme);
   const timeline = new Timeline(part, model, theme);
@@ -111,7 +117,8 @@ export function mountViewer(root: HTMLElement, packed: PackedPart): void {
     goToFinding(finding, place);
   };
   const step = (by: number) => () => model.set({ layer: model.state.layer + by });
-  listenToKeys({
+  const mounted = new AbortController();
+  const actions = {
     ArrowLeft: step(-1),
     ArrowRight: step(1),
     'Shift+ArrowLeft': step(-10),
@@ -135,7 +142,14 @@ export function mountViewer(root: HTMLElement, packed: PackedPart): void {
     t: () => theme.toggle(),
     '?': openHelp,
     Escape: () => model.set({ point: null, finding: null, place: null }),
-  });
+  };
+  listenToKeys(actions, mounted.signal);
+  return () => {
+    mounted.abort();
+    theme.forgetListeners();
+    scene.dispose();
+    root.replaceChildren();
+  };
 }
 
 /** The layer with the most points, where a part shows best what the report is about. */

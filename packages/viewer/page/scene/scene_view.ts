@@ -33,7 +33,7 @@ export class SceneView {
   });
   private readonly scene: PartScene;
   private readonly camera = new PerspectiveCamera(angleOfView, 1, 1, 1000);
-  private readonly renderer: WebGLRenderer | null;
+  private renderer: WebGLRenderer | null;
   private readonly controls: OrbitControls | null = null;
   private readonly toggles: [button: HTMLButtonElement, key: 'isCut' | 'isTinted' | 'hasPillars'][];
   private isPlanned = false;
@@ -116,6 +116,14 @@ export class SceneView {
     const target = new Vector3(0, 0, this.scene.size.z / 2);
     const direction = new Vector3(...found.from).normalize();
     this.flyTo(target.clone().addScaledVector(direction, this.fittingDistance()), target);
+  }
+
+  /** Gives the graphics memory back; the view can't be used any more. */
+  dispose(): void {
+    this.controls?.dispose();
+    this.renderer?.dispose();
+    this.renderer?.forceContextLoss();
+    this.renderer = null;
   }
 
   private sayInstead(text: string): void {
