@@ -1,4 +1,14 @@
 import { InvalidArgumentError } from 'commander';
+import {
+  distanceRule,
+  type NumberRule,
+  pixelsRule,
+  plainNumberFrom,
+  positiveRule,
+  signedNumberFrom,
+  slopeRule,
+  turnRule,
+} from './number_rules.js';
 import { formatNames, type OutputFormat } from './output/formats.js';
 
 // How the values of options are read. Each throws an InvalidArgumentError that says what it must be.
@@ -8,30 +18,23 @@ export function folderName(text: string): string {
   return text;
 }
 
-/** Digits with a decimal point, if any: no other notation, so that "0x10" or "5e" is no length. */
-const plainNumber = /^(\d+\.?\d*|\.\d+)$/;
-
-function numberFrom(text: string, accepts: (value: number) => boolean, wanted: string): number {
-  const value = plainNumber.test(text) ? Number(text) : Number.NaN;
+function numberFrom(text: string, { accepts, wanted }: NumberRule): number {
+  const value = plainNumberFrom(text);
   if (!Number.isFinite(value) || !accepts(value))
     throw new InvalidArgumentError(`It must be ${wanted}.`);
   return value;
 }
 
 export function positive(text: string): number {
-  return numberFrom(text, (value) => value > 0, 'a plain number above 0, like 0.05');
+  return numberFrom(text, positiveRule);
 }
 
 export function distance(text: string): number {
-  return numberFrom(text, (value) => value >= 0, 'a plain number from 0, like 0.4');
+  return numberFrom(text, distanceRule);
 }
 
 export function angle(text: string): number {
-  return numberFrom(
-    text,
-    (value) => value > 0 && value < 90,
-    'a plain number of degrees between 0 and 90, like 45',
-  );
+  return numberFrom(text, slopeRule);
 }
 
 export function wholeNumber(least: number, most: number): (text: string) => number {
@@ -47,7 +50,7 @@ export function wholeNumber(least: number, most: number): (text: string) => numb
 export function screenSize(text: string): [number, number] {
   const match = /^(\d{1,5})x(\d{1,5})$/i.exec(text);
   const size = match === null ? [0, 0] : [Number(match[1]), Number(match[2])];
-  if (size.some((side) => side < 1 || side > 65535)) {
+  if (!size.every(pixelsRule.accepts)) {
     throw new InvalidArgumentError(
       'It must be two numbers of pixels from 1 to 65535, like 3840x2400.',
     );
@@ -57,10 +60,7 @@ export function screenSize(text: string): [number, number] {
 
 /** Three numbers, which may be negative, with commas between; undefined for anything else. */
 export function threeNumbers(text: string): [number, number, number] | undefined {
-  const numbers = text.split(',').map((word) => {
-    const [, sign, digits] = /^([+-]?)(.*)$/.exec(word.trim()) ?? [];
-    return plainNumber.test(digits) ? (sign === '-' ? -1 : 1) * Number(digits) + 0 : Number.NaN;
-  });
+  const numbers = text.split(',').map(signedNumberFrom);
   return numbers.length === 3 && numbers.every(Number.isFinite)
     ? (numbers as [number, number, number])
     : undefined;
@@ -68,7 +68,7 @@ export function threeNumbers(text: string): [number, number, number] | undefined
 
 export function turn(text: string): [number, number, number] {
   const degrees = threeNumbers(text);
-  if (degrees?.every((value) => Math.abs(value) <= 360)) return degrees;
+  if (degrees?.every(turnRule.accepts)) return degrees;
   throw new InvalidArgumentError(
     'It must be three numbers of degrees from -360 to 360 with commas, like 90,0,-12.5.',
   );

@@ -4,6 +4,15 @@ export { codeOf, ExitCode, messageOf, UserError } from './errors.js';
 export type { Host } from './host.js';
 export { isLackOfMemory, outOfMemory } from './memory.js';
 export { loadMesh } from './mesh/load.js';
+export {
+  distanceRule,
+  type NumberRule,
+  pixelsRule,
+  positiveRule,
+  signedNumberFrom,
+  slopeRule,
+  turnRule,
+} from './number_rules.js';
 export { pointsCsv, type SupportsDocument, supportsJson } from './output/documents.js';
 export { formatFiles } from './output/formats.js';
 export { packedReport } from './output/packed_report.js';
