@@ -17,16 +17,22 @@ import { counted } from './wording.js';
 /** What the command does with its inputs, given all words of its command line. */
 export function analyseInputs(words: readonly string[]): Action {
   return (files, options, command) =>
-    files.length === 1
-      ? analyseOne(files[0], options, command)
+    files.length === 1 || options.plate
+      ? analyseOne(files, options, command)
       : analyseSeveral(files, options, words);
 }
 
-async function analyseOne(file: string, options: Options, command: Command): Promise<void> {
+/** One input, or several on one plate. */
+async function analyseOne(
+  files: readonly string[],
+  options: Options,
+  command: Command,
+): Promise<void> {
   const { json } = options;
+  const file = files.join(', ');
   let summary: Summary;
   try {
-    const run = await openRun(file, options, command);
+    const run = await openRun(files, options, command);
     summary = await untilInterrupted(async (signal) =>
       run({
         progress: options.quiet ? noProgress : await progressOn(process.stderr),
@@ -98,10 +104,10 @@ function inputsOf(files: readonly string[], { out = '', inspect }: Options): Inp
     throw new UserError(
       ExitCode.usage,
       `--inspect ${layer}:${region}: it names a region of one part, and ${files.length} inputs are ` +
-        'given. Use stiltforge inspect afterwards.',
+        'given. Use stiltforge inspect afterwards, or --plate for all on one plate.',
     );
   }
-  const inputs = files.map((file) => ({ file, folder: join(out, usualFolder(file)) }));
+  const inputs = files.map((file) => ({ file, folder: join(out, usualFolder([file])) }));
   const owners = new Map<string, string>();
   for (const { file, folder } of inputs) {
     // Many file systems take these for the same name.

@@ -6,7 +6,7 @@ import { doctorCommand } from './doctor/command.js';
 import { codeOf, ExitCode, Interrupted, messageOf, Told, UserError } from './errors.js';
 import { inspectCommand } from './inspect/command.js';
 import type { Options } from './one_input.js';
-import { folderName, outputFormats, positive } from './option_values.js';
+import { distance, folderName, outputFormats, positive, wholeNumber } from './option_values.js';
 import { orientCommand } from './orient/command.js';
 import { paramsCommand } from './params/command.js';
 import { addParameterOptions } from './params/given.js';
@@ -16,6 +16,7 @@ import {
   addPrinterOptions,
   addSupportOptions,
 } from './part_options.js';
+import { usualGap } from './plate/arrange.js';
 import { presetsCommand } from './presets/command.js';
 import { applyPresets } from './presets/option.js';
 import { addPrintOptions } from './print_options.js';
@@ -39,7 +40,9 @@ supports.json gives layer and region of every point.
 
 Several inputs run side by side, as many as there are cores and as --memory
 allows, which then counts for all together. Each has a folder of its own, and
-one that fails does not stop the others.
+one that fails does not stop the others. With --plate they are one print:
+x = y = 0 is then the middle of the plate, and supports.json tells where each
+mesh and each of its --copies stands.
 
 Exit codes:
   0    done
@@ -57,7 +60,17 @@ Examples:
   stiltforge part.3mf --preset 6k-202x126 --layer-height 0.03
   stiltforge statue.obj --up y --height 80 --out statue-supports
   stiltforge jobs/*.stl plate.sl1 --out supports --no-pictures
+  stiltforge foot.stl arm.stl --plate --copies 2 --preset 8k-219x123
   stiltforge part.stl --screen 4098x2560 --pixel-size 0.035 --format 3mf`;
+
+/** Several parts on one plate. */
+function addPlateOptions(command: Command): Command {
+  return command
+    .optionsGroup('The plate:')
+    .option('--plate', 'put all meshes side by side on one plate, for one print')
+    .option('--copies <n>', 'print each mesh so many times', wholeNumber(1, 10_000), 1)
+    .option('--gap <mm>', 'space between parts on a plate', distance, usualGap);
+}
 
 /** What the words on the command line lead to. */
 export type Action = (files: string[], options: Options, command: Command) => Promise<void>;
@@ -71,6 +84,7 @@ function buildCommand(run: Action): Command {
       'a mesh (STL, OBJ, PLY, 3MF), a printer file (SL1, NanoDLP, GOO), or a zip or folder of numbered PNG layers',
     );
   addPartOptions(command);
+  addPlateOptions(command);
   addPrinterOptions(command);
   addPrintOptions(command);
   addSupportOptions(command);

@@ -1,6 +1,6 @@
 import { basename, extname } from 'node:path';
 import type { Command } from 'commander';
-import { isPrinterFile, type SupportSettings } from 'stiltforge/slicing';
+import { isPrinterFile, type PrintSettings, type SupportSettings } from 'stiltforge/slicing';
 import { analyseMesh, type Job, type JobWatcher, type RegionToInspect } from './analyse_mesh.js';
 import { analysePrint } from './analyse_print.js';
 import { loadMesh } from './mesh/load.js';
@@ -14,6 +14,7 @@ import {
   supportSettings,
 } from './part_options.js';
 import { placedMesh, placementOf } from './placement.js';
+import { arranged, type PlatePart, plateMesh } from './plate/arrange.js';
 import { type PrintOptions, printJob, requireNoPrintOptions } from './print_options.js';
 import { checkSettings } from './setting_ranges.js';
 import type { Summary } from './summary.js';
@@ -33,6 +34,10 @@ export interface Options
   pictures: boolean;
   report?: boolean;
   inspect: RegionToInspect[];
+  plate?: boolean;
+  copies: number;
+  /** mm */
+  gap: number;
   json?: boolean;
   quiet?: boolean;
   verbose?: boolean;
@@ -41,48 +46,47 @@ export interface Options
 /** A mesh or a printer file that is read, and what is to be done with it. */
 export type Run = (watcher: JobWatcher) => Promise<Summary>;
 
-/** Where the results of an input go unless an option says otherwise. */
-export function usualFolder(file: string): string {
-  return `${basename(file, extname(file))}-supports`;
+/** Where the results of an input, or of several on one plate, go unless an option says otherwise. */
+export function usualFolder(files: readonly string[]): string {
+  const [file] = files;
+  return `${files.length === 1 ? basename(file, extname(file)) : 'plate'}-supports`;
 }
 
-/** Throws a UserError when the input or an option can't be used. */
+/** One input, or several on one plate. Throws a UserError when one or an option can't be used. */
 export async function openRun(
-  file: string,
+  files: readonly string[],
   options: Options,
   command: Command,
   signal?: AbortSignal,
 ): Promise<Run> {
   const { minHeight: minimumHeight, minSpacing: minimumSpacing } = options;
   const support = { ...supportSettings(options), minimumHeight, minimumSpacing };
-  return isPrinterFile(file)
-    ? printRun(file, options, support, command)
-    : meshRun(file, options, support, command, signal);
+  const print = files.find((file) => isPrinterFile(file));
+  return print !== undefined
+    ? printRun(print, options, support, command)
+    : meshRun(files, options, support, command, signal);
 }
 
 async function meshRun(
-  name: string,
+  files: readonly string[],
   options: Options,
   support: SupportSettings,
   command: Command,
   signal?: AbortSignal,
 ): Promise<Run> {
-  requireNoPrintOptions(name, command);
+  for (const file of files) requireNoPrintOptions(file, command);
   // Before a large mesh is read.
   const print = printSettings(options);
   checkSettings(print, support);
   const parameters = givenParameters(options);
-  const file = await loadMesh(name, signal);
   const job: Job = {
-    name,
-    mesh: placedMesh(file, name, options),
-    meshWarnings: file.warnings,
+    ...(await partOf(files, options, print, signal)),
     placement: placementOf(options),
     print,
     support,
     parameters,
     asAnalysed: options.asAnalysed,
-    folder: options.out ?? usualFolder(name),
+    folder: options.out ?? usualFolder(files),
     force: options.force,
     formats: options.format,
     pictures: options.pictures,
@@ -91,6 +95,33 @@ async function meshRun(
     memory: options.memory === undefined ? undefined : 1e9 * options.memory,
   };
   return (watcher) => analyseMesh(job, watcher);
+}
+
+/** A mesh by itself as it is placed, or meshes and their copies side by side on the plate. */
+async function partOf(
+  files: readonly string[],
+  options: Options,
+  print: PrintSettings,
+  signal?: AbortSignal,
+): Promise<Pick<Job, 'name' | 'mesh' | 'meshWarnings' | 'plate'>> {
+  const parts: PlatePart[] = [];
+  const meshWarnings: string[] = [];
+  for (const name of files) {
+    const file = await loadMesh(name, signal);
+    const mesh = placedMesh(file, name, options);
+    const { warnings } = file;
+    if (!isPlate(files, options)) return { name, mesh, meshWarnings: warnings };
+    for (let copy = 0; copy < options.copies; copy++) parts.push({ name: basename(name), mesh });
+    meshWarnings.push(...warnings.map((sentence) => `${name}: ${sentence}`));
+  }
+  const plate = arranged(parts, options.gap, print);
+  const name =
+    files.length === 1 ? files[0] : [...new Set(files.map((file) => basename(file)))].join(', ');
+  return { name, mesh: plateMesh(parts, plate), meshWarnings, plate };
+}
+
+function isPlate(files: readonly string[], { plate = false, copies }: Options): boolean {
+  return plate || copies > 1 || files.length > 1;
 }
 
 async function printRun(

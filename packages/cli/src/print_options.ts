@@ -45,7 +45,7 @@ interface Words extends PrintOptions {
 
 /** Options that a print's file leaves no room for, and why. */
 const meshOptions = new Map(
-  ['units', 'up', 'rotate', 'height', 'scale', 'center'].map((name) => [
+  ['units', 'up', 'rotate', 'height', 'scale', 'center', 'plate', 'copies', 'gap'].map((name) => [
     name,
     'its layers are cut already: the part can only be moved in a mesh',
   ]),

@@ -15,6 +15,7 @@ import { type Making, requireMemory } from './memory.js';
 import type { SupportsDocument } from './output/documents.js';
 import { meshPlaces, Records } from './output/records.js';
 import type { PartOptions } from './part_options.js';
+import type { PlateMove } from './plate/arrange.js';
 import { checkSettings } from './setting_ranges.js';
 import { Tally } from './tally.js';
 import { meshWarnings } from './warnings.js';
@@ -30,6 +31,8 @@ export interface PartJob {
   meshWarnings?: readonly string[];
   /** What was done to the mesh of the file; told in supports.json. */
   placement?: PartOptions;
+  /** Meshes that it was put together of, where it was; told in supports.json. */
+  plate?: readonly PlateMove[];
   print: PrintSettings;
   support: SupportSettings;
   /** Parameters in place of those that follow from the settings. */
@@ -183,6 +186,7 @@ function documentOf(
     model: {
       file: nameOfPath(job.name),
       ...(job.placement === undefined ? {} : { placement: job.placement }),
+      ...(job.plate === undefined ? {} : { plate: job.plate }),
       ...{ ...bounds, mesh, sliceVolume, warnings },
     },
     print: {

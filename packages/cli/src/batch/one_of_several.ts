@@ -27,7 +27,7 @@ async function work({ file, folder, memory }: Extract<ToRun, { kind: 'run' }>): 
   process.exitCode = await runCommand(process.argv.slice(2), async (_, options, command) => {
     try {
       const run = await openRun(
-        file,
+        [file],
         { ...options, out: folder, memory: memory / 1e9 },
         command,
         stop.signal,

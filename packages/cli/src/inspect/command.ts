@@ -2,13 +2,11 @@ import { join } from 'node:path';
 import { Command } from 'commander';
 import { analyseMesh } from '../analyse_mesh.js';
 import { untilInterrupted } from '../interrupting.js';
-import { loadMesh } from '../mesh/load.js';
 import { wholeNumber } from '../option_values.js';
 import { isFree } from '../params/given.js';
-import { placedMesh } from '../placement.js';
 import { noProgress } from '../progress.js';
 import { progressOn } from '../progress_on.js';
-import { earlierRun, modelFile, requireSameMesh } from './earlier_run.js';
+import { earlierRun, modelOf, requireSameMesh } from './earlier_run.js';
 
 interface Options {
   layer: number;
@@ -45,12 +43,10 @@ export function inspectCommand(): Command {
 
 async function inspect(folder: string, options: Options): Promise<void> {
   const document = earlierRun(folder);
-  const { model, print, settings, parameters } = document;
+  const { print, settings, parameters } = document;
   const { layerHeight, pixelSize, screenWidth, screenHeight, lift } = print;
   const { asAnalysed, ...support } = settings;
-  const name = modelFile(folder, document, options.model);
-  const file = await loadMesh(name);
-  const mesh = placedMesh(file, name, model.placement ?? { up: 'z' });
+  const { name, mesh } = await modelOf(folder, document, options.model);
   requireSameMesh(name, mesh, document);
   const { layer, region } = options;
   const { files } = await untilInterrupted(async (signal) =>

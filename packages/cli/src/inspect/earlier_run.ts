@@ -2,9 +2,12 @@ import { existsSync, readFileSync } from 'node:fs';
 import { basename, dirname, join } from 'node:path';
 import type { Triangles } from 'stiltforge/slicing';
 import { ExitCode, messageOf, UserError } from '../errors.js';
+import { loadMesh } from '../mesh/load.js';
 import { boundingBox, triangleCount } from '../mesh/triangles.js';
 import { type SupportsDocument, schemaVersion } from '../output/documents.js';
 import { formatFiles } from '../output/formats.js';
+import { placedMesh } from '../placement.js';
+import { plateMesh } from '../plate/arrange.js';
 
 /** What supports.json says of a part that was read as a mesh. */
 export interface EarlierRun extends SupportsDocument {
@@ -38,14 +41,36 @@ function isOfMesh(document: SupportsDocument): document is EarlierRun {
   return document.model.mesh !== undefined;
 }
 
-/** The file of the model: the one that is given, or that of its name here or beside the folder. */
-export function modelFile(
+/** The mesh of a run, placed as it was, and what it is called; `given` stands in for its file. */
+export async function modelOf(
   folder: string,
   { model }: EarlierRun,
   given: string | undefined,
-): string {
-  if (given !== undefined) return given;
-  const name = basename(model.file);
+): Promise<{ name: string; mesh: Triangles }> {
+  const { plate, placement = { up: 'z' } } = model;
+  const files = [...new Set(plate?.map(({ file }) => file) ?? [model.file])];
+  if (given !== undefined && files.length > 1) {
+    throw new UserError(
+      ExitCode.usage,
+      `--model ${given}: ${folder} has a plate of ${files.length} meshes. Put them here or beside the ` +
+        'folder, and leave the option out.',
+    );
+  }
+  const meshes = new Map<string, Triangles>();
+  const names: string[] = [];
+  for (const file of files) {
+    const name = given ?? modelFile(folder, file);
+    meshes.set(file, placedMesh(await loadMesh(name), name, placement));
+    names.push(name);
+  }
+  if (plate === undefined) return { name: names[0], mesh: meshes.get(model.file) as Triangles };
+  const parts = plate.map(({ file }) => ({ name: file, mesh: meshes.get(file) as Triangles }));
+  return { name: names.join(', '), mesh: plateMesh(parts, plate) };
+}
+
+/** The file of that name, here or beside the folder. */
+function modelFile(folder: string, file: string): string {
+  const name = basename(file);
   const places = [name, join(dirname(folder), name), join(folder, name)];
   const found = places.find((path) => existsSync(path));
   if (found !== undefined) return found;

@@ -3,6 +3,7 @@ import type { Verdict } from 'stiltforge/analysis';
 import type { MeshReport, PrintSettings, SupportSettings } from 'stiltforge/slicing';
 import type { DroppedPoint, HeldPoint, SupportKind } from '../held_part.js';
 import type { PartOptions } from '../part_options.js';
+import type { PlateMove } from '../plate/arrange.js';
 
 /** A pixel of a layer, in all the coordinates that a reader may want. */
 export interface PlaceRecord {
@@ -81,6 +82,8 @@ export interface SupportsDocument {
     file: string;
     /** What the command's options did to the mesh of the file, where that is known. */
     placement?: PartOptions;
+    /** Of a plate that was put together of meshes: where each of them stands. */
+    plate?: readonly PlateMove[];
     /** Millimetres, in the coordinates of the model, or of the plate. */
     min: readonly number[];
     max: readonly number[];
