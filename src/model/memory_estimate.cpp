@@ -82,7 +82,7 @@ MemoryEstimate estimateMemory(const ModelSize& model) {
   estimate.history = bytes(model.layers * perLayer + supports * perSupport);
 
   const double side = std::ceil(2.0 * model.ghostRadius);
-  estimate.fixed = bytes(fixedBytes + side * side * sizeof(float));
+  estimate.fixed = bytes(fixedBytes + side * side);
   return estimate;
 }
 

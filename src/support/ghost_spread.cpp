@@ -37,13 +37,13 @@ float GhostSpread::weight(std::size_t k) const {
 void GhostSpread::create() {
   if (created_) return;
   workers::parallelFor(side_, [this](std::size_t i) {
-    float* const row = steps_.data() + i * side_;
+    uint8_t* const row = steps_.data() + i * side_;
     for (uint32_t j = 0; j < side_; ++j) {
       // The row length in this index is 2 * radius, whole or not. Above 2^24 entries it may round
       // up past the last corner, whose weight is 0.
       const float index = static_cast<float>(j) + 2.0f * (static_cast<float>(i) * radius_);
       const std::size_t entry = std::min<std::size_t>(toUint32(index), steps_.size() - 1);
-      row[j] = static_cast<float>(toInt32(weight(entry)) & 0xFF);
+      row[j] = static_cast<uint8_t>(toInt32(weight(entry)) & 0xFF);
     }
   });
   created_ = true;

@@ -11,7 +11,7 @@ namespace stiltforge {
 /// radius, in whole steps.
 class GhostSpread {
  public:
-  /// Largest radius, pixels: the table takes 256 MiB.
+  /// Largest radius, pixels: the table takes 64 MiB.
   static constexpr float maxRadius = 4096.0f;
 
   /// Takes the memory for a radius of the table, and writes none of it. A radius that is not above
@@ -24,15 +24,15 @@ class GhostSpread {
   float radius() const { return radius_; }
   /// Rows and columns of the table: the number of whole i >= 0 with i < 2 * radius.
   uint32_t side() const { return side_; }
-  /// Row i of the table, side() whole numbers from 0 to 255.
-  const float* row(uint32_t i) const { return steps_.data() + std::size_t{i} * side_; }
+  /// Row i of the table, side() numbers.
+  const uint8_t* row(uint32_t i) const { return steps_.data() + std::size_t{i} * side_; }
   /// Entry k, row by row, of the cone that the table's steps are cut from: not rounded.
   float weight(std::size_t k) const;
 
  private:
   float radius_;
   uint32_t side_;
-  Plane<float> steps_;
+  Plane<uint8_t> steps_;
   bool created_ = false;
 };
 

@@ -46,16 +46,33 @@ GhostStamp::GhostStamp(const GhostSpread& spread, const std::vector<Voxel*>& gho
   }
 }
 
-void GhostStamp::addRow(const Footprint& footprint, uint32_t tableRow, float* line) const {
-  const float* table = spread_.row(tableRow);
+uint64_t GhostStamp::mostInRows(uint32_t firstRow, uint32_t endRow) const {
+  constexpr uint64_t steepest = 255;
+  uint64_t most = 0;
+  for (const Footprint& footprint : footprints_) {
+    // Cells beside each other fall onto one pixel where a coordinate is rounded towards 0 from both
+    // sides; they are in different spans.
+    uint64_t rows = 0;
+    for (const Span& span : footprint.rows) {
+      rows += span.place < endRow && span.place + span.length > firstRow ? 1 : 0;
+    }
+    most += steepest * rows * footprint.columns.size();
+  }
+  return most;
+}
+
+template <typename Sum>
+void GhostStamp::addRow(const Footprint& footprint, uint32_t tableRow, Sum* line) const {
+  const uint8_t* table = spread_.row(tableRow);
   for (const Span& columns : footprint.columns) {
-    const float* from = table + columns.cell;
-    float* to = line + columns.place;
-    for (uint32_t k = 0; k < columns.length; ++k) to[k] += from[k];
+    const uint8_t* from = table + columns.cell;
+    Sum* to = line + columns.place;
+    for (uint32_t k = 0; k < columns.length; ++k) to[k] = static_cast<Sum>(to[k] + from[k]);
   }
 }
 
-void GhostStamp::addRows(uint32_t firstRow, uint32_t endRow, float* sums) const {
+template <typename Sum>
+void GhostStamp::addRows(uint32_t firstRow, uint32_t endRow, Sum* sums) const {
   for (const Footprint& footprint : footprints_) {
     for (const Span& rows : footprint.rows) {
       const uint32_t end = std::min(endRow, rows.place + rows.length);
@@ -66,5 +83,8 @@ void GhostStamp::addRows(uint32_t firstRow, uint32_t endRow, float* sums) const 
     }
   }
 }
+
+template void GhostStamp::addRows(uint32_t, uint32_t, uint16_t*) const;
+template void GhostStamp::addRows(uint32_t, uint32_t, float*) const;
 
 }  // namespace stiltforge

@@ -18,9 +18,14 @@ class GhostStamp {
   /// True when no ghost reaches the box.
   bool empty() const { return footprints_.empty(); }
 
-  /// Adds the ghosts, in their order, to the box rows [firstRow, endRow), counted from the box's
-  /// top. `sums` holds (endRow - firstRow) * box width values.
-  void addRows(uint32_t firstRow, uint32_t endRow, float* sums) const;
+  /// No sum in the box rows [firstRow, endRow), counted from the box's top, is above this.
+  uint64_t mostInRows(uint32_t firstRow, uint32_t endRow) const;
+
+  /// Adds the ghosts, in their order, to those rows. `sums` holds (endRow - firstRow) * box width
+  /// values: floats, or whole numbers that reach mostInRows(), which are twice as fast and equal to
+  /// the floats, since these hold any whole number below 2^24.
+  template <typename Sum>
+  void addRows(uint32_t firstRow, uint32_t endRow, Sum* sums) const;
 
  private:
   // Consecutive rows or columns of the table that fall onto consecutive ones of the box.
@@ -35,7 +40,8 @@ class GhostStamp {
   };
 
   std::vector<Span> spansAlong(uint16_t ghost, uint16_t boxMin, uint32_t boxLength) const;
-  void addRow(const Footprint& footprint, uint32_t tableRow, float* line) const;
+  template <typename Sum>
+  void addRow(const Footprint& footprint, uint32_t tableRow, Sum* line) const;
 
   const GhostSpread& spread_;
   uint32_t boxWidth_;

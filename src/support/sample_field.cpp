@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <limits>
 
 #include "runtime/float_conversion.h"
 #include "runtime/worker_pool.h"
@@ -26,9 +27,10 @@ uint32_t latticeStep(float s) {
 
 // The largest of values that are numbers and not negative, several side by side: one after the
 // other each comparison would wait for the last.
-float largestOf(const std::vector<float>& values) {
-  constexpr std::size_t lanes = 16;
-  std::array<float, lanes> largest{};
+template <typename Number>
+Number largestOf(const std::vector<Number>& values) {
+  constexpr std::size_t lanes = 64 / sizeof(Number);
+  std::array<Number, lanes> largest{};
   std::size_t i = 0;
   for (; i + lanes <= values.size(); i += lanes) {
     for (std::size_t k = 0; k < lanes; ++k) {
@@ -149,7 +151,10 @@ void SampleField::collect() {
       std::fill(score_.data() + first[b], score_.data() + first[b + 1], 0.0f);
       return;
     }
-    largestGhostSum[b] = stampBand(bands, b, first[b], first[b + 1]);
+    const uint64_t most = stamp_.mostInRows(bands.firstRow(b), bands.endRow(b));
+    largestGhostSum[b] = most <= std::numeric_limits<uint16_t>::max()
+                             ? stampBand<uint16_t>(bands, b, first[b], first[b + 1])
+                             : stampBand<float>(bands, b, first[b], first[b + 1]);
   });
   for (const float sum : largestGhostSum) ghostNorm_ = std::max(ghostNorm_, sum);
 }
@@ -165,25 +170,26 @@ void SampleField::visitSamples(SpanRange spans, Visit visit) const {
   }
 }
 
+template <typename Sum>
 float SampleField::stampBand(const RowBands& bands, std::size_t band, uint32_t firstSample,
                              uint32_t endSample) {
   const auto width = static_cast<uint32_t>(group_.xMax - group_.xMin);
   const uint32_t firstRow = bands.firstRow(band);
-  std::vector<float> sums(std::size_t{bands.endRow(band) - firstRow} * width, 0.0f);
+  std::vector<Sum> sums(std::size_t{bands.endRow(band) - firstRow} * width, Sum{0});
   stamp_.addRows(firstRow, bands.endRow(band), sums.data());
   const auto rowSums = [&](uint32_t y) {
     return sums.data() + std::size_t{y - group_.yMin - firstRow} * width;
   };
   float largest = 0.0f;
   for (uint32_t s = firstSample; s < endSample; ++s) {
-    score_[s] = rowSums(y_[s])[x_[s] - group_.xMin];
+    score_[s] = static_cast<float>(rowSums(y_[s])[x_[s] - group_.xMin]);
     largest = std::max(largest, score_[s]);
   }
   // Of the group's overhanging pixels only the samples are stamped; of the others all.
   for (const OverhangSpan& span : bands.spans(band)) {
-    std::fill_n(rowSums(span.y) + (span.begin - group_.xMin), span.length(), 0.0f);
+    std::fill_n(rowSums(span.y) + (span.begin - group_.xMin), span.length(), Sum{0});
   }
-  return std::max(largest, largestOf(sums));
+  return std::max(largest, static_cast<float>(largestOf(sums)));
 }
 
 void SampleField::score() {

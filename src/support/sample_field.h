@@ -43,6 +43,7 @@ class SampleField {
   void collect();
   template <typename Visit>
   void visitSamples(SpanRange spans, Visit visit) const;
+  template <typename Sum>
   float stampBand(const RowBands& bands, std::size_t band, uint32_t firstSample,
                   uint32_t endSample);
   void score();

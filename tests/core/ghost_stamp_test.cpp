@@ -24,8 +24,16 @@ class GhostStampTest : public testing::Test {
     std::vector<Voxel*> pointers;
     for (Voxel& ghost : ghosts) pointers.push_back(&ghost);
     const uint32_t height = static_cast<uint32_t>(box.yMax - box.yMin);
+    const GhostStamp stamp(table, pointers, box);
     std::vector<float> sums(std::size_t{height} * (box.xMax - box.xMin), 0.0f);
-    GhostStamp(table, pointers, box).addRows(0, height, sums.data());
+    stamp.addRows(0, height, sums.data());
+    const uint64_t most = stamp.mostInRows(0, height);
+    for (const float sum : sums) EXPECT_LE(sum, static_cast<float>(most));
+    if (most <= 0xFFFF) {
+      std::vector<uint16_t> whole(sums.size(), 0);
+      stamp.addRows(0, height, whole.data());
+      EXPECT_EQ(std::vector<float>(whole.begin(), whole.end()), sums);
+    }
     return sums;
   }
 

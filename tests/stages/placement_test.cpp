@@ -167,6 +167,20 @@ TYPED_TEST(Placement, ScoresLowWhereNoGhostIsNear) {
   EXPECT_FLOAT_EQ(placed.scoreNorm, 1.0f / 2.5f) << "the pixel on the ghost";
 }
 
+TYPED_TEST(Placement, AddsUpMoreGhostsThanSixteenBitsHold) {
+  this->lay({std::string(40, '#')});
+  this->settings.numberOfSamplePerSupport = 1000.0f;
+  this->settings.ghostRadius = 10.0f;
+  std::vector<typename TestFixture::Ghost> ghosts(300);
+  std::vector<typename TestFixture::Ghost*> pointers;
+  for (auto& ghost : ghosts) {
+    ghost.x = 5;
+    pointers.push_back(&ghost);
+  }
+  this->stages.setGhosts(pointers);
+  EXPECT_EQ(this->place(Wanted{1}).ghostNorm, 300 * 255.0f);
+}
+
 // The mean of a row of 200 is column 99, so the support ends on the last candidate left of it.
 TYPED_TEST(Placement, KeepsTheBestCandidatesOfASupport) {
   this->settings.numberOfSamplePerSupport = 1000.0f;
