@@ -149,6 +149,7 @@ CheckSettings readSettings(const Options& options) {
   settings.screenHeight = options.whole("screenHeight");
   settings.cropX = options.optionalWhole("cropX").value_or(0);
   settings.cropY = options.optionalWhole("cropY").value_or(0);
+  settings.liftedLayers = options.optionalWhole("liftedLayers").value_or(0);
   const auto read = [&](const char* name, double& target) {
     target = options.optionalNumber(name).value_or(target);
   };
@@ -191,7 +192,7 @@ CheckObject::CheckObject(const Napi::CallbackInfo& info) : Napi::ObjectWrap<Chec
   const Napi::Env env = info.Env();
   const Options options(
       info, {"pixelWidth", "pixelHeight", "layerHeight", "screenWidth", "screenHeight", "cropX",
-             "cropY", "criticalAngle", "nearReach", "farReach", "islandHeight"});
+             "cropY", "liftedLayers", "criticalAngle", "nearReach", "farReach", "islandHeight"});
   const CheckSettings settings = readSettings(options);
   try {
     check_ = std::make_shared<PrintCheck>(settings, readPoints(info[1]));

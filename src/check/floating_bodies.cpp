@@ -41,7 +41,7 @@ void FloatingBodies::add(const hold::Components& regions, const hold::Components
                          uint32_t layer, const std::vector<uint8_t>& hasPoint) {
   const auto before = static_cast<uint32_t>(bodies_.size());
   const JoinedLayer joined = joinLayers(regions, below, bodyOf_, before);
-  const bool isOnPlate = std::exchange(isFirst_, false);
+  const bool isOnPlate = std::exchange(isOnPlate_, false);
 
   constexpr uint32_t none = hold::Components::none;
   std::vector<uint32_t> numberOf(joined.count, none);

@@ -33,11 +33,15 @@ class FloatingBodies {
   /// A floating body ends without that.
   using Lost = std::function<void(const Body&)>;
 
-  FloatingBodies(const Limits& limits, Taken taken, Lost lost)
-      : limits_(limits), taken_(std::move(taken)), lost_(std::move(lost)) {}
+  /// standsOnPlate: whether the first regions lie on the plate.
+  FloatingBodies(const Limits& limits, bool standsOnPlate, Taken taken, Lost lost)
+      : limits_(limits),
+        isOnPlate_(standsOnPlate),
+        taken_(std::move(taken)),
+        lost_(std::move(lost)) {}
 
-  /// Takes the regions of the next layer that has any, bottom first; the first of them lie on the
-  /// plate. below: those of the last call. hasPoint: by region.
+  /// Takes the regions of the next layer that has any, bottom first. below: those of the last call.
+  /// hasPoint: by region.
   ///
   /// Where floating bodies become one, islands of the smaller ones count no more if they are specks
   /// or grew for no more layers than the limit.
@@ -53,9 +57,9 @@ class FloatingBodies {
   void join(std::vector<Body*>& parts, Body& whole, uint32_t layer) const;
 
   Limits limits_;
+  bool isOnPlate_;  // the next layer
   Taken taken_;
   Lost lost_;
-  bool isFirst_ = true;
   std::vector<uint32_t> bodyOf_;  // by region of the last layer
   std::vector<Body> bodies_;
 };

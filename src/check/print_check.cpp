@@ -109,7 +109,8 @@ PrintCheck::PrintCheck(const CheckSettings& settings, std::vector<SupportPoint> 
       points_(std::move(points)),
       isTouching_(points_.size(), 0),
       floating_(
-          limits_, [this](const auto& body, uint32_t layer) { noteTaken(body, layer); },
+          limits_, settings.liftedLayers == 0,
+          [this](const auto& body, uint32_t layer) { noteTaken(body, layer); },
           [this](const auto& body) { noteFloating(body); }),
       carried_(carryOf(settings)),
       overhang_(frontReach(settings), [this](const auto& body) { noteOverhang(body); }),
@@ -158,8 +159,9 @@ void PrintCheck::addRegions(const RunRows& material) {
     ++empty_;
     return;
   }
+  if (isBelowLiftedPart()) empty_ = 0;
   noteEmptyLayers(Severity::fails);
-  const bool isOnPlate = pixels_ == 0;
+  const bool isOnPlate = pixels_ == 0 && settings_.liftedLayers == 0;
   pixels_ += material.pixelCount();
   below_ = std::move(regions_);
   regions_ = hold::findComponents(material, hold::Contact::sidesAndCorners);
@@ -277,6 +279,11 @@ CheckReport PrintCheck::finish() {
                      return rank(a) < rank(b);
                    });
   return report;
+}
+
+// A tip that is finer than a pixel shows a layer later.
+bool PrintCheck::isBelowLiftedPart() const {
+  return pixels_ == 0 && settings_.liftedLayers > 0 && layer_ <= settings_.liftedLayers + 1;
 }
 
 void PrintCheck::noteEmptyLayers(Severity severity) {

@@ -24,6 +24,9 @@ struct CheckSettings {
   uint32_t screenHeight = 0;
   uint32_t cropX = 0;
   uint32_t cropY = 0;
+  /// Layers between the plate and a lifted part, through which its supports alone lead: they may be
+  /// empty, and nothing of the part lies on the plate. 0 for a part that stands on it.
+  uint32_t liftedLayers = 0;
 
   double criticalAngle = 45;   ///< degrees between the plate and a surface that just carries itself
   double nearReach = 3;        ///< mm from what carries it, beyond which an overhang is at risk
@@ -81,6 +84,7 @@ class PrintCheck {
  private:
   void requireSize(const RunRows& material, uint32_t width);
   void noteEmptyLayers(Severity severity);
+  bool isBelowLiftedPart() const;
   void addRegions(const RunRows& material);
   RunRows touchPoints(std::vector<uint8_t>& hasPoint);
   void addOverhang();

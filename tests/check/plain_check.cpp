@@ -154,6 +154,7 @@ class PlainCheck {
     }
     return found;
   }
+  bool isOnPlate(int z) const { return z == solid_.front() && s_.liftedLayers == 0; }
   // The layer with material below that one; -1 below the first.
   int below(int z) const {
     const auto at = std::lower_bound(solid_.begin(), solid_.end(), z);
@@ -168,7 +169,9 @@ class PlainCheck {
     for (int z = 0; z < stack_.depth();) {
       int end = z;
       while (end < stack_.depth() && layerVoxels(end).empty()) ++end;
-      if (end > z) {
+      const auto lifted = static_cast<int>(s_.liftedLayers);
+      const bool isBelowPart = z == 0 && lifted > 0 && end <= lifted + 1 && end < stack_.depth();
+      if (end > z && !isBelowPart) {
         const bool isTop = end == stack_.depth() && z > 0;
         Finding finding;
         finding.kind = Kind::emptyLayers;
@@ -266,7 +269,7 @@ class PlainCheck {
       for (const std::size_t number : std::set<std::size_t>(group.begin(), group.end())) {
         Body whole;
         bool isThere = false;
-        whole.isHeld = z == solid_.front();
+        whole.isHeld = isOnPlate(z);
         for (std::size_t r = 0; r < regions.size(); ++r) {
           if (group[bodies.size() + r] != number) continue;
           isThere = true;
@@ -369,7 +372,7 @@ class PlainCheck {
       for (std::size_t k = 0; k < next.size(); ++k) {
         for (const Voxels& region : regions) {
           for (const Voxel& v : region) {
-            bool is = z == solid_.front() || floats_.contains(v);
+            bool is = isOnPlate(z) || floats_.contains(v);
             for (const Voxel& w : within[k]) {
               is = is || isWithin(v.x - w.x, v.y - w.y, reachX, reachY);
             }

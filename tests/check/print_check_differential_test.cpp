@@ -34,6 +34,7 @@ CheckSettings randomSettings(Random& random, const Stack& stack) {
   settings.riskyCup = random.below(3);
   settings.cropX = random.below(2);
   settings.cropY = random.below(2);
+  settings.liftedLayers = random.oneIn(6) ? random.below(4) : 0;
   settings.screenWidth = settings.cropX + static_cast<uint32_t>(stack.width()) + random.below(2);
   settings.screenHeight = settings.cropY + static_cast<uint32_t>(stack.height()) + random.below(2);
   return settings;

@@ -158,6 +158,30 @@ TEST(PrintCheck, TellsOfLayersWithoutMaterialAndNotOfWhatLiesAboveThem) {
             (Told{"fails emptyLayers 0-0", "fails emptyLayers 3-4", "note emptyLayers 7-9"}));
 }
 
+TEST(PrintCheck, TellsNothingOfTheLayersBelowALiftedPartThatPointsHold) {
+  Stack stack;
+  stack.addLayers(4, row("........"));
+  stack.addLayers(5, row(".######."));
+  stack.points = {{4, 2, 1}, {4, 5, 1}};
+  CheckSettings settings = unitSettings(stack);
+  settings.liftedLayers = 4;
+  EXPECT_EQ(toldOf(check(stack, settings).findings), Told{});
+  settings.liftedLayers = 3;  // a tip finer than a pixel
+  EXPECT_EQ(toldOf(check(stack, settings).findings), Told{});
+  settings.liftedLayers = 2;
+  EXPECT_EQ(toldOf(check(stack, settings).findings), Told{"fails emptyLayers 0-3"});
+}
+
+TEST(PrintCheck, TellsOfALiftedPartThatNothingHolds) {
+  Stack stack;
+  stack.addLayers(4, row("........"));
+  stack.addLayers(5, row(".##..##."));
+  stack.points = {{4, 2, 1}};
+  CheckSettings settings = unitSettings(stack);
+  settings.liftedLayers = 4;
+  EXPECT_EQ(toldOf(check(stack, settings).findings), Told{"fails floatingPart 4-8"});
+}
+
 TEST(PrintCheck, TellsOfAPrintWithoutMaterial) {
   Stack stack;
   stack.addLayers(3, row("....."));

@@ -83,6 +83,21 @@ test('... and with them 0, whichever of its files they come from', async (t) => 
   }
 });
 
+test('a lifted part hangs on its points: the empty layers below it are no finding', async (t) => {
+  const part = await stl(t, footAndIsland());
+  const folder = join(await temporaryFolder(t), 'out');
+  const lifted = [...coarse, '--lift', '2'];
+  await stiltforge([part, ...lifted, '--no-pictures', '--quiet', '--out', folder]);
+  const points = ['--points', join(folder, 'points.csv')];
+  const held = await stiltforge(['check', part, ...lifted, ...points]);
+  assert.equal(held.code, 0, held.out);
+  assert.doesNotMatch(held.out, /empty layers/);
+  const bare = await stiltforge(['check', part, ...lifted]);
+  assert.equal(bare.code, 1);
+  assert.match(bare.out, /FAILS {2}part on nothing +20-49 /);
+  assert.doesNotMatch(bare.out, /empty layers/);
+});
+
 test('the points of a lifted part are where the part is', async (t) => {
   const part = await stl(t, footAndIsland());
   const folder = join(await temporaryFolder(t), 'out');

@@ -136,6 +136,7 @@ export interface NativeCheckOptions
   pixelHeight: number;
   cropX: number;
   cropY: number;
+  liftedLayers: number;
 }
 
 /** What binding.node, src/binding, exports. */

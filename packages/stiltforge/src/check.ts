@@ -104,6 +104,11 @@ export interface CheckOptions {
   mirroredY?: boolean;
   /** mm, z of the plate; 0 unless set. */
   plateZ?: number;
+  /**
+   * mm between the plate and a lifted part, where its points stand and the layers may be empty; 0, for a
+   * part that lies on the plate, unless set.
+   */
+  lift?: number;
   /** The supports of layers that show none. */
   points?: Iterable<CheckPoint>;
   /** Degrees between the plate and a surface that just carries itself; default 45. */
@@ -130,12 +135,15 @@ export async function checkPrint(
   layers: CheckedLayers,
   options: CheckOptions,
 ): Promise<CheckReport> {
-  const { points, progress, signal, plateZ, turned, mirroredX, mirroredY, ...rest } = options;
+  const { points, progress, signal, plateZ, lift, turned, mirroredX, mirroredY, ...rest } = options;
   signal?.throwIfAborted();
   const { cropX = 0, cropY = 0, layerCount } = layers;
   const { PrintCheck } = binding();
   const check = new PrintCheck(
-    { ...rest, pixelHeight: options.pixelHeight ?? options.pixelWidth, cropX, cropY },
+    {
+      ...{ ...rest, pixelHeight: options.pixelHeight ?? options.pixelWidth, cropX, cropY },
+      liftedLayers: liftedLayers(options),
+    },
     points && packed(points, layers),
   );
   for (let done = 0; done < layerCount; ) {
@@ -153,6 +161,14 @@ export async function checkPrint(
   };
 }
 
+function liftedLayers({ lift = 0, layerHeight }: CheckOptions): number {
+  if (typeof lift !== 'number' || !(lift >= 0)) {
+    throw new RangeError(`The lift must be 0 mm or more, not ${lift}.`);
+  }
+  return Math.min(mostLayers, Math.max(0, Math.ceil(lift / layerHeight - 0.5)));
+}
+
+const mostLayers = 65535;
 const beyond = 65535;
 
 /** Layer, column and row of the layers of each point; those beside the layers touch none. */

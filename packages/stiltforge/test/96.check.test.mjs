@@ -131,6 +131,8 @@ test('options that are none are refused', async () => {
     message: "The print can't be checked: the width of a pixel must be above 0 mm, not 0.000000.",
   });
   await assert.rejects(check(slicer, { layerHeight: '1' }), TypeError);
+  await assert.rejects(check(slicer, { lift: -1 }), /lift must be 0 mm or more, not -1/);
+  await assert.rejects(check(slicer, { lift: '1' }), RangeError);
   await assert.rejects(check(slicer, { colour: 1 }), /There is no option "colour"/);
   await assert.rejects(check(slicer, { screenWidth: 5 }), /do not lie on a screen of 5 x 300/);
   await assert.rejects(

@@ -23,6 +23,7 @@ export interface CheckInput {
     | 'screenWidth'
     | 'screenHeight'
     | 'plateZ'
+    | 'lift'
     | 'turned'
     | 'mirroredX'
     | 'mirroredY'
@@ -61,7 +62,7 @@ async function openMesh(file: string, options: InputOptions): Promise<CheckInput
   const plateZ = slicer.report.bounds.min[2] - lift;
   return {
     layers: slicer,
-    print: { layerHeight, pixelWidth: pixelSize, screenWidth, screenHeight, plateZ },
+    print: { layerHeight, pixelWidth: pixelSize, screenWidth, screenHeight, plateZ, lift },
     points: supports?.map(({ x, y, z }) => ({
       layer: Math.round((z - plateZ) / layerHeight),
       column: Math.floor((x - slicer.originX) / pixelSize),
