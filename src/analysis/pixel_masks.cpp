@@ -2,6 +2,8 @@
 
 #include <atomic>
 
+#include "runtime/vector_units.h"
+
 #if defined(__x86_64__) && defined(__GNUC__)
 #define STILTFORGE_X86_VECTORS 1
 #include <immintrin.h>
@@ -119,7 +121,7 @@ std::vector<PixelMaskVariant> pixelMaskVariants() {
   std::vector<PixelMaskVariant> variants{{"plain", plainMasks}};
 #ifdef STILTFORGE_X86_VECTORS
   variants.push_back({"sse2", sse2Masks});
-  if (__builtin_cpu_supports("avx2")) variants.push_back({"avx2", avx2Masks});
+  if (hasAvx2()) variants.push_back({"avx2", avx2Masks});
 #endif
 #ifdef STILTFORGE_NEON
   variants.push_back({"neon", neonMasks});
