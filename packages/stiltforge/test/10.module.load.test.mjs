@@ -45,7 +45,10 @@ test('AnalyseSlice tells the number of failed support tasks, hidden from enumera
   assert.deepEqual(Object.keys(stiltforge.AnalyseSlice), []);
 });
 
-const platform = `${process.platform}-${process.arch}`;
+const machine = `${process.platform}-${process.arch}`;
+const libraryOfC = process.report.getReport().header.glibcVersionRuntime ? 'gnu' : 'musl';
+const platformPackage = `@stiltforge/${process.platform === 'linux' ? `${machine}-${libraryOfC}` : machine}`;
+const { version } = require('../package.json');
 const packageFolder = fileURLToPath(new URL('..', import.meta.url));
 const realBinary = Object.keys(require.cache).find((file) => file.endsWith('stiltforge.node'));
 
@@ -73,6 +76,14 @@ function placeBinary(...where) {
   return file;
 }
 
+/** The platform's package as npm installs it beside the package in `folder`; returns its folder. */
+function installPlatformPackage(folder, manifest = { version }) {
+  const place = path.join(folder, '..', platformPackage);
+  mkdirSync(place, { recursive: true });
+  writeFileSync(path.join(place, 'package.json'), JSON.stringify(manifest));
+  return place;
+}
+
 /** What happens when the copy is required: the file that was loaded, or the error. */
 async function requireIn(folder, env = {}) {
   const script = `
@@ -94,34 +105,53 @@ test('without a binary the error is one sentence: the platform, what was tried, 
   const { code, message } = await requireIn(folder);
   assert.equal(code, 'ERR_STILTFORGE_BINARY');
   assert.equal(message.split('\n').length, 1);
-  const tried = path.join(folder, 'prebuilds', platform, 'stiltforge.node');
   const beginning =
-    `There is no stiltforge.node that Node ${process.versions.node} can load on ${platform}` +
-    ` (tried ${tried}: no such file): run "npm run build" in a clone of the repository, which needs `;
+    `There is no stiltforge.node that Node ${process.versions.node} can load on ${machine}` +
+    ` (tried ${platformPackage}: not installed): install ${platformPackage}@${version} `;
   assert.equal(message.slice(0, beginning.length), beginning);
+  assert.match(message, /, or run "npm run build" in a clone of the repository, which needs /);
   assert.match(message, / STILTFORGE_BINARIES name its folder build\/Release\.$/);
+});
+
+test('on a platform without a package the error tells to build', async (t) => {
+  const folder = copyOfPackage(temporaryFolder(t), 'node_modules', 'stiltforge');
+  const other = path.join(folder, 'other.cjs');
+  writeFileSync(other, "Object.defineProperty(process, 'arch', { value: 'riscv64' });");
+  const { message } = await requireIn(folder, { NODE_OPTIONS: `--require "${other}"` });
+  assert.match(
+    message,
+    /on \w+-riscv64 \(there is no package with binaries for it\): run "npm run/,
+  );
+});
+
+test("the platform's package is loaded", async (t) => {
+  const folder = copyOfPackage(temporaryFolder(t), 'node_modules', 'stiltforge');
+  const file = placeBinary(installPlatformPackage(folder));
+  assert.deepEqual(await requireIn(folder), { file });
+});
+
+test('a package of another version is not loaded, and the error names both versions', async (t) => {
+  const folder = copyOfPackage(temporaryFolder(t), 'node_modules', 'stiltforge');
+  placeBinary(installPlatformPackage(folder, { version: '99.0.0' }));
+  const { code, message } = await requireIn(folder);
+  assert.equal(code, 'ERR_STILTFORGE_BINARY');
+  const reason = `${platformPackage}: its version is 99.0.0, that of stiltforge ${version})`;
+  assert.ok(message.includes(reason), message);
 });
 
 test('a binary that does not load is reported with the reason', async (t) => {
   const folder = copyOfPackage(temporaryFolder(t), 'node_modules', 'stiltforge');
-  const prebuilt = path.join(folder, 'prebuilds', platform);
-  mkdirSync(prebuilt, { recursive: true });
-  writeFileSync(path.join(prebuilt, 'stiltforge.node'), 'not a shared object');
+  const place = installPlatformPackage(folder);
+  writeFileSync(path.join(place, 'stiltforge.node'), 'not a shared object');
   const { code, message } = await requireIn(folder);
   assert.equal(code, 'ERR_STILTFORGE_BINARY');
-  assert.match(message, /prebuilds.*stiltforge\.node: .*(file too short|invalid|not a)/i);
-});
-
-test('the binary that the package carries for the platform is loaded', async (t) => {
-  const folder = copyOfPackage(temporaryFolder(t), 'node_modules', 'stiltforge');
-  const file = placeBinary(folder, 'prebuilds', platform);
-  assert.deepEqual(await requireIn(folder), { file });
+  assert.match(message, /@stiltforge.*stiltforge\.node: .*(file too short|invalid|not a)/i);
 });
 
 test('STILTFORGE_BINARIES names the folder of the binaries, and no other is looked at', async (t) => {
   const root = temporaryFolder(t);
   const folder = copyOfPackage(root, 'node_modules', 'stiltforge');
-  placeBinary(folder, 'prebuilds', platform);
+  placeBinary(installPlatformPackage(folder));
   const chosen = path.join(root, 'chosen');
   const { message } = await requireIn(folder, { STILTFORGE_BINARIES: chosen });
   assert.ok(
@@ -140,15 +170,16 @@ test('a binary in a folder above the package is never run', async (t) => {
   writeFileSync(path.join(root, 'package.json'), '{ "name": "stiltforge-workspace" }');
   for (let above = folder; above !== path.dirname(root); above = path.dirname(above)) {
     placeBinary(above, 'build', 'Release');
-    placeBinary(above, 'prebuilds', 'other-cpu');
+    placeBinary(above, 'prebuilds', machine);
   }
   assert.equal((await requireIn(folder)).code, 'ERR_STILTFORGE_BINARY');
 });
 
-test('in a clone of the repository its build folder comes first', async (t) => {
+test('in a clone of the repository its own build comes before an installed package', async (t) => {
   const root = temporaryFolder(t);
   const folder = copyOfPackage(root, 'packages', 'stiltforge');
-  const prebuilt = placeBinary(folder, 'prebuilds', platform);
+  const place = path.join(folder, 'node_modules', 'stiltforge');
+  const packaged = placeBinary(installPlatformPackage(place));
   const built = placeBinary(root, 'build', 'Release');
   copyFileSync(
     path.join(packageFolder, '..', '..', 'package.json'),
@@ -156,7 +187,7 @@ test('in a clone of the repository its build folder comes first', async (t) => {
   );
   assert.deepEqual(await requireIn(folder), { file: built });
   rmSync(built);
-  assert.deepEqual(await requireIn(folder), { file: prebuilt });
+  assert.deepEqual(await requireIn(folder), { file: packaged });
 });
 
 test('a workspace of another name is no clone of the repository', async (t) => {
