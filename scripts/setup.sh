@@ -12,7 +12,7 @@ case $purpose in
   build) ;;
   test)
     packages="$packages libgtest-dev libgmock-dev libbenchmark-dev libpng-dev"
-    packages="$packages clang-format clang-tidy pkgconf make python3 chromium"
+    packages="$packages clang-format clang-tidy pkgconf make python3 chromium redis-server"
     ;;
   bench) packages="$packages libbenchmark-dev libopencv-dev libpng-dev" ;;
   sanitize | fuzz)

@@ -14,6 +14,6 @@ build() {
 stage 'Set-up' sh scripts/setup.sh test
 stage 'Build, types' build
 stage 'C++ tests' ctest --test-dir build --output-on-failure --parallel 2 --progress
-stage 'JavaScript tests' node --test tests/*.test.mjs packages/*/test/*.test.mjs
+stage 'JavaScript tests' node --test tests/*.test.mjs packages/*/test/*.test.mjs examples/*/test/*.test.mjs
 stage 'Formatting, lint' npm run --silent lint
 echo 'all checks passed'

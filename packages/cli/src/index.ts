@@ -19,6 +19,7 @@ export { analysePrint, type PrintJob } from './analyse_print.js';
 export { type CheckedFile, type CheckRun, checkFiles } from './check/check_files.js';
 export { type CheckDocument, checkDocument } from './check/document.js';
 export { ExitCode, Interrupted, UserError } from './errors.js';
+export { type Making, predictedMemory } from './memory.js';
 export { loadMesh } from './mesh/load.js';
 export type {
   DroppedRecord,
@@ -43,3 +44,4 @@ export {
 } from './region_pictures.js';
 export type { Summary } from './summary.js';
 export type { PartJob, SupportedPart } from './supported_part.js';
+export { version } from './version.js';
