@@ -15,7 +15,17 @@ export const order = {
   addon: ['node_api', 'model', 'support', 'analysis', 'runtime'],
   binding: [
     'node_api',
-    ...['orient', 'printer_files', 'print', 'slicing', 'mesh', 'files', 'check', 'hold'],
+    ...[
+      'orient',
+      'scaffold',
+      'printer_files',
+      'print',
+      'slicing',
+      'mesh',
+      'files',
+      'check',
+      'hold',
+    ],
     ...['model', 'support', 'analysis', 'runtime'],
   ],
   capi: [
@@ -24,6 +34,7 @@ export const order = {
   ],
   node_api: ['model', 'support', 'analysis', 'runtime'],
   orient: ['hold', 'print', 'slicing', 'model', 'support', 'analysis', 'runtime'],
+  scaffold: ['slicing', 'runtime'],
   check: ['hold', 'model', 'support', 'analysis', 'runtime'],
   hold: ['model', 'support', 'analysis', 'runtime'],
   print: ['slicing', 'model', 'analysis', 'runtime'],

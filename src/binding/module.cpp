@@ -15,6 +15,7 @@
 #include "binding/print_settings.h"
 #include "binding/printer_file.h"
 #include "binding/read_mesh.h"
+#include "binding/scaffold.h"
 #include "binding/slicer_object.h"
 #include "binding/survey_object.h"
 
@@ -35,6 +36,11 @@ Napi::Object initialize(Napi::Env env, Napi::Object exports) {
   exports.Set("readMesh", Napi::Function::New<&stiltforge::binding::readMesh>(env, "readMesh"));
   exports.Set("startOrientation",
               Napi::Function::New<&stiltforge::binding::startOrientation>(env, "startOrientation"));
+  exports.Set("buildScaffold",
+              Napi::Function::New<&stiltforge::binding::buildScaffold>(env, "buildScaffold"));
+  exports.Set("findScaffoldConflict",
+              Napi::Function::New<&stiltforge::binding::findScaffoldConflict>(
+                  env, "findScaffoldConflict"));
   exports.Set("turnMesh", Napi::Function::New<&stiltforge::binding::turnMesh>(env, "turnMesh"));
   exports.Set("estimateMemory",
               Napi::Function::New<&stiltforge::binding::estimateMemory>(env, "estimateMemory"));

@@ -14,6 +14,12 @@ import type { MemoryEstimate, ModelSize } from './memory_estimate.js';
 import type { OrientOptions, OrientResult, Turn } from './orientation.js';
 import type { PrintSettings, SettingConflict, SupportSettings } from './print.js';
 import type { LayerSlicer, LayerSlicerOptions, OpenOptions, PrinterFile } from './printer_file.js';
+import type {
+  NativeScaffoldOptions,
+  Scaffold,
+  ScaffoldConflict,
+  ScaffoldSettings,
+} from './scaffold.js';
 import type { SliceRuns } from './slice_runs.js';
 import type {
   MaskSlicer,
@@ -24,6 +30,7 @@ import type {
   SlicerOptions,
   Triangles,
 } from './slicing.js';
+import type { AbortSignalLike } from './waiting.js';
 
 /** A row of the table of parameters, which the native side keeps. */
 export interface ParameterRow {
@@ -168,6 +175,8 @@ export interface Binding {
     progress(): [done: number, total: number];
     cancel(): void;
   };
+  buildScaffold(options: NativeScaffoldOptions, signal?: AbortSignalLike): Promise<Scaffold>;
+  findScaffoldConflict(settings: ScaffoldSettings, lift: number): ScaffoldConflict | undefined;
   turnMesh(positions: Triangles, turn: Readonly<Turn>): Triangles;
   estimateMemory(model: ModelSize): MemoryEstimate;
   parameterTable: readonly Readonly<ParameterRow>[];

@@ -1,0 +1,132 @@
+// The supports of a part as geometry: tips, pillars, feet, and a raft.
+
+import { binding } from './binding.js';
+import type { Triangles } from './slicing.js';
+import { type AbortSignalLike, abortable } from './waiting.js';
+
+/** How supports are built, mm. */
+export interface ScaffoldSettings {
+  /** Where a support touches the part, 0.1 to 5; default 0.4. */
+  tipDiameter?: number;
+  /** Of the cone from there to the pillar, measured upright, 0.5 to 20; default 2. */
+  tipLength?: number;
+  /** By which a tip reaches into the part, 0 to 2; default 0.2. */
+  penetration?: number;
+  /** From the tip's diameter to 20; default 1. */
+  pillarDiameter?: number;
+  /** On the plate or the raft, from the pillar's diameter to 100; default 3. */
+  footDiameter?: number;
+  /** Of the cone from the foot to the pillar, 0 to 20; default 0.5. */
+  footHeight?: number;
+  /** Between a pillar and the part, 0 to 10; default 0.3. */
+  clearance?: number;
+  /** Of a plate below all supports, 0 to 20; the part must be lifted 0.5 mm more. Default 0: none. */
+  raftThickness?: number;
+}
+
+export const defaultScaffold: Readonly<Required<ScaffoldSettings>> = {
+  tipDiameter: 0.4,
+  tipLength: 2,
+  penetration: 0.2,
+  pillarDiameter: 1,
+  footDiameter: 3,
+  footHeight: 0.5,
+  clearance: 0.3,
+  raftThickness: 0,
+};
+
+/** A setting that can't be used, alone or together with the others. */
+export interface ScaffoldConflict {
+  setting: keyof ScaffoldSettings;
+  value: number;
+  /** What it must be, with the range; no sentence of its own. */
+  range: string;
+}
+
+export interface ScaffoldOptions extends ScaffoldSettings {
+  /** The part, closed or not. Copied by the call. */
+  positions: Triangles;
+  /**
+   * Where supports are wanted, as supports.json gives them: x and y of the middle of a pixel, z of the
+   * lower face of its layer, mm.
+   */
+  points: readonly { x: number; y: number; z: number }[];
+  /** mm: z of the plate in the coordinates of the part. */
+  plateZ: number;
+  /** mm, of the print. */
+  layerHeight: number;
+  signal?: AbortSignalLike;
+}
+
+/** What a support stands on. */
+export type Stand =
+  /** A pillar straight down to the plate or the raft. */
+  | 'plate'
+  /** The same, beside what is in the way: a slanting part leads over to it. */
+  | 'bridge'
+  /** The part below, with a tip there, too. */
+  | 'part'
+  /** A cone from the plate: there is no height for more. */
+  | 'low';
+
+export interface BuiltSupport {
+  /** Number of its point, from 0. */
+  point: number;
+  stand: Stand;
+  /** Its closed surface in the positions, in triangles. */
+  firstTriangle: number;
+  triangles: number;
+}
+
+export interface UnbuiltSupport {
+  /** Number of its point, from 0. */
+  point: number;
+  /** Less than a layer above the plate or the raft; or the part is in the way wherever a pillar might go. */
+  reason: 'tooLow' | 'noWay';
+}
+
+/**
+ * The supports of a part: a closed surface for each, seen counter-clockwise from outside, and one for
+ * the raft, the last. They overlap where supports meet and reach into the part by their tips; slicers
+ * take the union.
+ */
+export interface Scaffold {
+  positions: Float32Array;
+  /** In the order of the points. */
+  supports: BuiltSupport[];
+  leftOut: UnbuiltSupport[];
+  /** Of the raft; 0 without one. */
+  raftTriangles: number;
+}
+
+export interface NativeScaffoldOptions extends Omit<ScaffoldOptions, 'points' | 'signal'> {
+  points: Float64Array;
+}
+
+/**
+ * Builds the supports of given points, off the main thread and on all cores: a tip on the part, a pillar
+ * down to the plate, past the part where it is in the way, or on the part where nothing else is left.
+ * None but the tips touch the part. The same for any number of workers.
+ *
+ * Rejects with a TypeError or a RangeError for options that are none; with an Error with the code
+ * ERR_STILTFORGE_PARAMETER for a raft without room below the part, ERR_STILTFORGE_MESH for a mesh that
+ * can't be used or lies too far from the origin, ERR_STILTFORGE_MEMORY when memory runs out; with the
+ * signal's reason when it is aborted.
+ */
+export async function buildScaffold(options: ScaffoldOptions): Promise<Scaffold> {
+  const { points, signal, ...rest } = options;
+  signal?.throwIfAborted();
+  const places = new Float64Array(3 * points.length);
+  points.forEach(({ x, y, z }, i) => {
+    places.set([x, y, z], 3 * i);
+  });
+  return abortable(binding().buildScaffold({ ...rest, points: places }, signal), signal);
+}
+
+/** The first setting that can't be used for a part that is lifted by so many mm; undefined when all can. */
+export function findScaffoldConflict(
+  settings: ScaffoldSettings,
+  lift = 0,
+): ScaffoldConflict | undefined {
+  return binding().findScaffoldConflict(settings, lift);
+}

@@ -1,0 +1,245 @@
+#include "binding/scaffold.h"
+
+#include <cmath>
+#include <cstddef>
+#include <cstring>
+#include <limits>
+#include <memory>
+#include <new>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "binding/array_buffer.h"
+#include "binding/cancelled.h"
+#include "binding/job.h"
+#include "binding/options.h"
+#include "binding/rejection.h"
+#include "node_api/refusal.h"
+#include "node_api/value_maker.h"
+#include "scaffold/scaffold.h"
+#include "slicing/slicing_error.h"
+#include "slicing/triangle_mesh.h"
+
+namespace stiltforge::binding {
+
+namespace {
+
+using scaffold::Reason;
+using scaffold::Scaffold;
+using scaffold::Stand;
+
+const char* nameOf(Stand stand) {
+  switch (stand) {
+    case Stand::plate:
+      return "plate";
+    case Stand::bridge:
+      return "bridge";
+    case Stand::part:
+      return "part";
+    case Stand::low:
+      return "low";
+  }
+  return "";
+}
+
+const char* nameOf(Reason reason) {
+  return reason == Reason::tooLow ? "tooLow" : "noWay";
+}
+
+std::string sentenceOf(const scaffold::SettingConflict& conflict) {
+  return std::string("The option \"") + conflict.setting + "\" is " +
+         slicing::numberText(conflict.value) + "; " + conflict.range + ".";
+}
+
+class ScaffoldJob : public Job {
+ public:
+  ScaffoldJob(Napi::Env env, std::vector<float> positions, std::vector<slicing::Vector> points,
+              double plateZ, const scaffold::Settings& settings, Cancelled cancelled)
+      : Job(env),
+        positions_(std::move(positions)),
+        points_(std::move(points)),
+        plateZ_(plateZ),
+        settings_(settings),
+        cancelled_(std::move(cancelled)) {}
+
+ protected:
+  void work() override {
+    try {
+      auto part = slicing::TriangleMesh::fromSoup(positions_);
+      positions_ = {};
+      const double lift = part.bounds.min.z - plateZ_;
+      if (const auto conflict = scaffold::findConflict(settings_, lift)) {
+        throw JobRefusal(codes::parameter, sentenceOf(*conflict));
+      }
+      built_ = scaffold::build(std::move(part), points_, plateZ_, settings_, cancelled_.get());
+    } catch (const slicing::SlicingError& error) {
+      throw JobRefusal(codes::mesh, error.what());
+    } catch (const scaffold::Cancelled& error) {
+      throw JobRefusal("ABORT_ERR", error.what());
+    }
+  }
+
+  napi_status result(napi_env env, napi_value* value) override {
+    ValueMaker make(env);
+    *value = make.object();
+    make.set(*value, make.string("positions"), positions(make));
+    napi_value supports = make.array(built_.supports.size());
+    for (std::size_t i = 0; i < built_.supports.size(); ++i) {
+      const ValueScope scope(make);
+      const scaffold::Support& from = built_.supports[i];
+      napi_value support = make.object();
+      make.set(support, make.string("point"), make.number(from.point));
+      make.set(support, make.string("stand"), make.string(nameOf(from.stand)));
+      make.set(support, make.string("firstTriangle"),
+               make.number(static_cast<double>(from.firstTriangle)));
+      make.set(support, make.string("triangles"), make.number(static_cast<double>(from.triangles)));
+      make.set(supports, static_cast<uint32_t>(i), support);
+    }
+    make.set(*value, make.string("supports"), supports);
+    napi_value leftOut = make.array(built_.leftOut.size());
+    for (std::size_t i = 0; i < built_.leftOut.size(); ++i) {
+      const ValueScope scope(make);
+      napi_value left = make.object();
+      make.set(left, make.string("point"), make.number(built_.leftOut[i].point));
+      make.set(left, make.string("reason"), make.string(nameOf(built_.leftOut[i].reason)));
+      make.set(leftOut, static_cast<uint32_t>(i), left);
+    }
+    make.set(*value, make.string("leftOut"), leftOut);
+    make.set(*value, make.string("raftTriangles"),
+             make.number(static_cast<double>(built_.raftTriangles)));
+    return make.status();
+  }
+
+  const char* withoutMemory() const override {
+    return "There is not enough memory to build the supports. Simplify the mesh first.";
+  }
+
+ private:
+  napi_value positions(ValueMaker& make) {
+    const std::size_t bytes = built_.triangles.size() * sizeof(slicing::Triangle);
+    static_assert(sizeof(slicing::Triangle) == 9 * sizeof(float));
+    napi_value buffer = nullptr;
+    napi_value array = nullptr;
+    void* data = nullptr;
+    if (make.status() == napi_ok) make.check(newArrayBuffer(make.env(), bytes, &buffer));
+    if (make.status() == napi_ok) {
+      make.check(napi_get_arraybuffer_info(make.env(), buffer, &data, nullptr));
+    }
+    if (make.status() != napi_ok) return nullptr;
+    if (bytes > 0) std::memcpy(data, built_.triangles.data(), bytes);
+    make.check(napi_create_typedarray(make.env(), napi_float32_array, bytes / sizeof(float), buffer,
+                                      0, &array));
+    built_.triangles = {};
+    return array;
+  }
+
+  std::vector<float> positions_;
+  std::vector<slicing::Vector> points_;
+  double plateZ_;
+  scaffold::Settings settings_;
+  Cancelled cancelled_;
+  Scaffold built_;
+};
+
+scaffold::Settings readSettings(const Options& options) {
+  scaffold::Settings settings;
+  const auto read = [&](const char* name, double& target) {
+    target = options.optionalNumber(name).value_or(target);
+  };
+  read("tipDiameter", settings.tipDiameter);
+  read("tipLength", settings.tipLength);
+  read("penetration", settings.penetration);
+  read("pillarDiameter", settings.pillarDiameter);
+  read("footDiameter", settings.footDiameter);
+  read("footHeight", settings.footHeight);
+  read("clearance", settings.clearance);
+  read("raftThickness", settings.raftThickness);
+  return settings;
+}
+
+std::vector<slicing::Vector> readPoints(Napi::Env env, const Napi::Value& value) {
+  if (!value.IsTypedArray() ||
+      value.As<Napi::TypedArray>().TypedArrayType() != napi_float64_array) {
+    throw Napi::TypeError::New(env, "The option \"points\" must be a Float64Array.");
+  }
+  const auto given = value.As<Napi::Float64Array>();
+  if (given.ElementLength() % 3 != 0) {
+    throw Napi::RangeError::New(env,
+                                "The option \"points\" must have three numbers a point; it has " +
+                                    std::to_string(given.ElementLength()) + ".");
+  }
+  std::vector<slicing::Vector> points;
+  points.reserve(given.ElementLength() / 3);
+  for (std::size_t i = 0; i < given.ElementLength(); i += 3) {
+    const double* at = given.Data() + i;
+    if (!std::isfinite(at[0]) || !std::isfinite(at[1]) || !std::isfinite(at[2])) {
+      throw Napi::RangeError::New(env, "Point " + std::to_string(i / 3) +
+                                           " (counted from 0) is no place; its coordinates must be "
+                                           "finite numbers.");
+    }
+    points.push_back({at[0], at[1], at[2]});
+  }
+  return points;
+}
+
+}  // namespace
+
+Napi::Value buildScaffold(const Napi::CallbackInfo& info) {
+  const Napi::Env env = info.Env();
+  return rejectOnError(env, [&] {
+    const Options options(info, {"positions", "points", "plateZ", "layerHeight", "tipDiameter",
+                                 "tipLength", "penetration", "pillarDiameter", "footDiameter",
+                                 "footHeight", "clearance", "raftThickness"});
+    scaffold::Settings settings = readSettings(options);
+    settings.layerHeight = options.number("layerHeight");
+    if (!(settings.layerHeight > 0 && std::isfinite(settings.layerHeight))) {
+      throw Napi::RangeError::New(env, "The option \"layerHeight\" is " +
+                                           slicing::numberText(settings.layerHeight) +
+                                           "; it must be a positive number of millimetres.");
+    }
+    // The lift is known when the mesh has been looked at.
+    constexpr double anyLift = std::numeric_limits<double>::infinity();
+    if (const auto conflict = scaffold::findConflict(settings, anyLift)) {
+      throw Napi::RangeError::New(env, sentenceOf(*conflict));
+    }
+    const double plateZ = options.number("plateZ");
+    if (!std::isfinite(plateZ)) {
+      throw Napi::RangeError::New(env, "The option \"plateZ\" must be a finite number.");
+    }
+    Cancelled cancelled = cancelledBy(env, info[1]);
+    std::unique_ptr<ScaffoldJob> job;
+    try {
+      std::vector<slicing::Vector> points =
+          readPoints(env, info[0].As<Napi::Object>().Get("points"));
+      // Last, so that no getter can take the memory away between the check and the copy.
+      const Napi::Float32Array given = options.floats("positions");
+      const std::size_t length = given.ElementLength();
+      std::vector<float> positions;
+      if (length > 0) positions.assign(given.Data(), given.Data() + length);
+      job = std::make_unique<ScaffoldJob>(env, std::move(positions), std::move(points), plateZ,
+                                          settings, std::move(cancelled));
+    } catch (const std::bad_alloc&) {
+      throw refusal(env, codes::memory,
+                    "There is not enough memory for a copy of the mesh. Simplify it first.");
+    }
+    return Job::startAtOnce(std::move(job));
+  });
+}
+
+Napi::Value findScaffoldConflict(const Napi::CallbackInfo& info) {
+  const Napi::Env env = info.Env();
+  const Options options(info, {"tipDiameter", "tipLength", "penetration", "pillarDiameter",
+                               "footDiameter", "footHeight", "clearance", "raftThickness"});
+  const double lift = info[1].IsNumber() ? info[1].As<Napi::Number>().DoubleValue() : 0;
+  const auto conflict = scaffold::findConflict(readSettings(options), lift);
+  if (!conflict) return env.Undefined();
+  Napi::Object result = Napi::Object::New(env);
+  result.Set("setting", conflict->setting);
+  result.Set("value", conflict->value);
+  result.Set("range", conflict->range);
+  return result;
+}
+
+}  // namespace stiltforge::binding

@@ -1,0 +1,60 @@
+#pragma once
+
+#include <atomic>
+#include <cstddef>
+#include <cstdint>
+#include <span>
+#include <stdexcept>
+#include <vector>
+
+#include "scaffold/route.h"
+#include "scaffold/settings.h"
+#include "slicing/triangle_mesh.h"
+#include "slicing/vector.h"
+
+namespace stiltforge::scaffold {
+
+/// A support that was built.
+struct Support {
+  uint32_t point = 0;  ///< its number
+  Stand stand = Stand::plate;
+  std::size_t firstTriangle = 0;
+  std::size_t triangles = 0;
+};
+
+/// Why a point has none.
+enum class Reason : uint8_t {
+  tooLow,  ///< less than a layer above the plate or the raft
+  noWay,   ///< the part is in the way wherever a pillar might go
+};
+
+struct LeftOut {
+  uint32_t point = 0;
+  Reason reason = Reason::noWay;
+};
+
+/// The supports of a part as geometry: a closed surface for each, and one for the raft, which is
+/// the last. They overlap where supports meet, and reach into the part by their tips: slicers take
+/// the union.
+struct Scaffold {
+  std::vector<slicing::Triangle> triangles;
+  std::vector<Support> supports;  ///< in the order of the points
+  std::vector<LeftOut> leftOut;   ///< likewise
+  std::size_t raftTriangles = 0;
+};
+
+/// Thrown when the `cancelled` flag was raised.
+struct Cancelled : std::runtime_error {
+  Cancelled() : std::runtime_error("the building of supports was cancelled") {}
+};
+
+/// Builds the supports of the points: x and y of the middle of a pixel, z of the lower face of its
+/// layer, mm. plateZ: mm. Settings must be usable, see findConflict(). The part need not be closed.
+/// Spread over the worker pool; the same result for any number of workers.
+///
+/// Throws slicing::SlicingError where the part or a point is so far from the origin that 32-bit
+/// coordinates can't tell a tip's width; Cancelled; std::bad_alloc.
+Scaffold build(slicing::TriangleMesh part, std::span<const slicing::Vector> points, double plateZ,
+               const Settings& settings, const std::atomic<bool>* cancelled = nullptr);
+
+}  // namespace stiltforge::scaffold
