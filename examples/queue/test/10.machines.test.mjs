@@ -23,6 +23,10 @@ function part(index) {
   return [...box([0, 0, 0], [4, 4, 3]), ...box([6, 0, height], [6 + side, side, height + 1])];
 }
 
+/** Its layers are so thin that a worker can be killed in the middle of it. */
+const long = 30;
+const printOf = (index) => (index === long ? { layerHeight: 0.0005 } : {});
+
 const nameOf = (index) => `part_${index}.stl`;
 
 /** The same parts one after the other, in this process: what each result has to be, and the seconds. */
@@ -36,7 +40,10 @@ async function inOneProcess() {
       undefined,
       name,
     );
-    const settings = { print: defaultPrint, support: defaultSupport };
+    const settings = {
+      print: { ...defaultPrint, ...printOf(index) },
+      support: defaultSupport,
+    };
     const { document } = await placeSupports({ name, mesh, meshWarnings, ...settings });
     texts.set(name, supportsJson(document));
   }
@@ -57,17 +64,18 @@ test('a killed worker and a killed Redis lose nothing: each result is there once
 
   const started = performance.now();
   const jobs = await queue.addBulk(
-    [...texts.keys()].map((name) => ({
+    [...texts.keys()].map((name, index) => ({
       name: 'part',
-      data: { source: { object: `inputs/${name}` } },
+      data: { source: { object: `inputs/${name}` }, print: printOf(index) },
     })),
   );
   const atLeast = (count) => until(async () => (await queue.getCompletedCount()) >= count, count);
-  await atLeast(20);
-  // In the middle of a part.
-  const [first] = workers;
-  await until(() => first.events().at(-1).event === 'started', 'a part is under way');
-  first.child.kill('SIGKILL');
+  const { id } = jobs[long];
+  const killed = await until(
+    () => workers.find((worker) => worker.events().some(({ job }) => job === id)),
+    'the long part is under way',
+  );
+  killed.child.kill('SIGKILL');
   await atLeast(50);
   await server.kill();
   await sleep(1000);
@@ -89,6 +97,8 @@ test('a killed worker and a killed Redis lose nothing: each result is there once
   assert.deepEqual(stored.map((name) => `results/${name}`).sort(), [...names].sort());
 
   const events = workers.flatMap((worker) => worker.events());
+  const starts = events.filter(({ job, event }) => job === id && event === 'started');
+  assert.equal(starts.length, 2, 'the part of the killed worker was made by another');
   const count = (event) => events.filter((e) => e.event === event).length;
   t.diagnostic(
     `${parts} parts through three workers, one killed, Redis restarted: ${seconds.toFixed(1)} s ` +
