@@ -1,0 +1,16 @@
+import type { AnalysisParameters } from 'stiltforge/analysis';
+import type { SupportPoint } from 'stiltforge/check';
+import type { Slicer, Triangles } from 'stiltforge/slicing';
+import type { PartSource } from 'stiltforge-viewer';
+
+declare global {
+  const positions: Triangles;
+  const slicer: Slicer;
+  const slices: ArrayBuffer[];
+  const parameters: AnalysisParameters;
+  const points: SupportPoint[];
+  const part: PartSource['part'];
+  const runs: PartSource['runs'];
+  const template: string;
+  function showProgress(layer: number): void;
+}
