@@ -286,6 +286,12 @@ class RouteFinder::Search {
         !coneIsFree(near->point, {}, -half, wide)) {
       return std::nullopt;
     }
+    // A shorter one is all tip, and may touch a wall beside it.
+    const Vector& top = contact_.point;
+    if (half > 2 * tipRadius_ &&
+        !part_.isFree(Column{top.x, top.y, top.z - 1.5 * half, top.z - 0.5 * half, wide})) {
+      return std::nullopt;
+    }
     Route route;
     route.stand = Stand::part;
     addStand(route.rings, near->point);

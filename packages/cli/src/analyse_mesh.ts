@@ -5,13 +5,14 @@ import { ExitCode, Interrupted, UserError } from './errors.js';
 import type { HeldPart, SlicePoint } from './held_part.js';
 import { isLackOfMemory, outOfMemory } from './memory.js';
 import { pointsCsv, supportsJson } from './output/documents.js';
-import { defaultFormats, formatFiles, type OutputFormat } from './output/formats.js';
+import { defaultFormats, formatFiles, mergedFile, type OutputFormat } from './output/formats.js';
 import { OutputFolder } from './output/output_folder.js';
 import { reportName } from './output/report_name.js';
 import { pictureNames } from './picture_names.js';
 import { markOf } from './point_marks.js';
 import type { Progress } from './progress.js';
 import { type RegionPoint, regionPictures } from './region_pictures.js';
+import type { ScaffoldJob } from './scaffold/supports_geometry.js';
 import type { Summary } from './summary.js';
 import {
   analysePart,
@@ -44,6 +45,8 @@ export interface Job extends PartJob {
   force?: boolean;
   /** What the points are written to; supports.json and points.csv unless set. */
   formats?: readonly OutputFormat[];
+  /** How supports.stl is built, where it is among the formats; as usual unless set. */
+  scaffold?: ScaffoldJob;
   pictures: boolean;
   /** A page with the part, its slices and its points; none unless set. */
   report?: boolean;
@@ -97,9 +100,16 @@ export async function admission({ admit }: JobWatcher, bytes: number): Promise<n
   return (performance.now() - asked) / 1000;
 }
 
-function expectedFiles({ formats = defaultFormats, pictures, report, inspect }: Job): string[] {
+function expectedFiles({
+  formats = defaultFormats,
+  scaffold,
+  pictures,
+  report,
+  inspect,
+}: Job): string[] {
   return [
     ...formats.map((format) => formatFiles[format]),
+    ...(scaffold?.merge ? [mergedFile] : []),
     ...(pictures ? pictureNames : []),
     ...(report ? [reportName] : []),
     ...inspect.map((region) => `${inspectName(region)}.png`),
@@ -136,7 +146,7 @@ async function writeOutputs(
     progress.start(slicer.layerCount, job.pictures ? drawingSeconds(slicer) : 0);
     const begin = performance.now();
     const corners: Corners = new Map();
-    const supported = await analysePart(prepared, {
+    const analysed = await analysePart(prepared, {
       signal,
       layers: (done) => progress.layers(done),
       layer: (result, index) => noteCorners(job.inspect, result, index, corners),
@@ -148,6 +158,7 @@ async function writeOutputs(
       },
     });
     const analysisSeconds = (performance.now() - begin) / 1000;
+    const supported = await withGeometry(job, analysed, folder, signal);
     const { document } = supported;
     warnings = document.model.warnings;
     await writePoints(job, supported, folder, signal);
@@ -175,6 +186,24 @@ async function writeOutputs(
     for (const sentence of warnings) warn(`${job.name}: ${sentence}`);
   }
 }
+
+/** The part as the other outputs tell of it. */
+async function withGeometry(
+  { formats = defaultFormats, scaffold: asked = usualScaffold }: Job,
+  part: SupportedPart,
+  folder: OutputFolder,
+  signal: AbortSignal,
+): Promise<SupportedPart> {
+  if (!formats.includes('stl')) return part;
+  const { buildSupports } = await import('./scaffold/supports_geometry.js');
+  const { partWithSupportsStl, supportsStl } = await import('./output/supports_stl.js');
+  const { scaffold, document } = await buildSupports(part, asked, signal);
+  await folder.write(formatFiles.stl, supportsStl(scaffold, signal));
+  if (asked.merge) await folder.write(mergedFile, partWithSupportsStl(part, scaffold, signal));
+  return { ...part, document };
+}
+
+const usualScaffold: ScaffoldJob = { settings: {}, merge: false };
 
 async function writePoints(
   { formats = defaultFormats }: Job,

@@ -20,6 +20,7 @@ import { usualGap } from './plate/arrange.js';
 import { presetsCommand } from './presets/command.js';
 import { applyPresets } from './presets/option.js';
 import { addPrintOptions } from './print_options.js';
+import { addScaffoldOptions } from './scaffold/options.js';
 import { version } from './version.js';
 
 const description =
@@ -61,7 +62,8 @@ Examples:
   stiltforge statue.obj --up y --height 80 --out statue-supports
   stiltforge jobs/*.stl plate.sl1 --out supports --no-pictures
   stiltforge foot.stl arm.stl --plate --copies 2 --preset 8k-219x123
-  stiltforge part.stl --screen 4098x2560 --pixel-size 0.035 --format 3mf`;
+  stiltforge part.stl --screen 4098x2560 --pixel-size 0.035 --format 3mf
+  stiltforge part.stl --lift 5 --format stl --raft 1 --merge`;
 
 /** Several parts on one plate. */
 function addPlateOptions(command: Command): Command {
@@ -90,6 +92,7 @@ function buildCommand(run: Action): Command {
   addSupportOptions(command);
   addFinishOptions(command);
   addParameterOptions(command);
+  addScaffoldOptions(command);
   command
     .optionsGroup('The results:')
     .option(
@@ -100,7 +103,7 @@ function buildCommand(run: Action): Command {
     .option('--force', 'overwrite files there that no earlier run wrote')
     .option(
       '--format <name>',
-      'what the points go to: json, csv, or 3mf for PrusaSlicer; may be repeated (default: json and csv)',
+      'what the points go to: json, csv, 3mf for PrusaSlicer, or stl, supports as geometry; may be repeated (default: json and csv)',
       outputFormats,
     )
     .option('--no-pictures', 'write the points only')

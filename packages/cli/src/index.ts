@@ -26,6 +26,7 @@ export type {
   IslandRecord,
   PlaceRecord,
   RegionWeights,
+  ScaffoldRecord,
   SupportRecord,
   SupportsDocument,
   VerdictRecord,
@@ -33,6 +34,7 @@ export type {
 export { pointsCsv, supportsJson } from './output/documents.js';
 export type { ReportedPart } from './output/packed_report.js';
 export { reportPage } from './output/report.js';
+export { partWithSupportsStl, supportsStl } from './output/supports_stl.js';
 export { type ProjectPart, threeMfProject } from './output/three_mf.js';
 export { type PlaceOptions, placeSupports } from './place_supports.js';
 export { type GivenPrint, openPrint, type PrintedFile } from './printed_file.js';
@@ -42,6 +44,11 @@ export {
   type RegionPoint,
   regionPictures,
 } from './region_pictures.js';
+export {
+  type BuiltPart,
+  buildSupports,
+  type ScaffoldJob,
+} from './scaffold/supports_geometry.js';
 export type { Summary } from './summary.js';
 export type { PartJob, SupportedPart } from './supported_part.js';
 export { version } from './version.js';

@@ -16,6 +16,8 @@ import {
 import { placedMesh, placementOf } from './placement.js';
 import { arranged, type PlatePart, plateMesh } from './plate/arrange.js';
 import { type PrintOptions, printJob, requireNoPrintOptions } from './print_options.js';
+import { type ScaffoldOptions, scaffoldJob } from './scaffold/options.js';
+import type { ScaffoldJob } from './scaffold/supports_geometry.js';
 import { checkSettings } from './setting_ranges.js';
 import type { Summary } from './summary.js';
 
@@ -25,6 +27,7 @@ export interface Options
     PrintOptions,
     SupportSettings,
     FinishOptions,
+    ScaffoldOptions,
     ParameterOptions {
   out?: string;
   force?: boolean;
@@ -61,16 +64,18 @@ export async function openRun(
 ): Promise<Run> {
   const { minHeight: minimumHeight, minSpacing: minimumSpacing } = options;
   const support = { ...supportSettings(options), minimumHeight, minimumSpacing };
+  const scaffold = scaffoldJob(options, command);
   const print = files.find((file) => isPrinterFile(file));
   return print !== undefined
     ? printRun(print, options, support, command)
-    : meshRun(files, options, support, command, signal);
+    : meshRun(files, options, support, scaffold, command, signal);
 }
 
 async function meshRun(
   files: readonly string[],
   options: Options,
   support: SupportSettings,
+  scaffold: ScaffoldJob | undefined,
   command: Command,
   signal?: AbortSignal,
 ): Promise<Run> {
@@ -89,6 +94,7 @@ async function meshRun(
     folder: options.out ?? usualFolder(files),
     force: options.force,
     formats: options.format,
+    scaffold,
     pictures: options.pictures,
     report: options.report,
     inspect: options.inspect,

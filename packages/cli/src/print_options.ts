@@ -81,10 +81,11 @@ export async function printJob(
     if (!isGiven(command, option)) continue;
     throw new UserError(ExitCode.usage, `--${option}: of ${name} ${reason}. Leave the option out.`);
   }
-  if (words.format?.includes('3mf')) {
+  for (const format of words.format ?? []) {
+    if (format === 'json' || format === 'csv') continue;
     throw new UserError(
       ExitCode.usage,
-      `--format 3mf: it holds a mesh, and ${name} is a printer file. Choose json or csv.`,
+      `--format ${format}: it needs a mesh, and ${name} is a printer file. Choose json or csv.`,
     );
   }
   const given = {

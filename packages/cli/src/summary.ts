@@ -23,6 +23,7 @@ export function summaryText({ name, document, ...run }: Summary): string {
     ['regions', countText(regions)],
     ...supportRows(document),
     ...holdRows(document),
+    ...builtRows(document),
     [
       'time',
       `${durationText(run.seconds)}, the layers at ${rateText(layers / run.analysisSeconds)}/s`,
@@ -63,6 +64,21 @@ function supportRows(document: SupportsDocument): string[][] {
   return rows;
 }
 
+/** The supports as geometry. */
+function builtRows({ scaffold }: SupportsDocument): string[][] {
+  if (scaffold === undefined) return [];
+  const { built, stands, leftOut } = scaffold;
+  const words = [
+    [stands.plate, 'straight'],
+    [stands.bridge, 'past the part'],
+    [stands.part, 'on the part'],
+    [stands.low, 'low'],
+  ] as const;
+  const kinds = words.filter(([count]) => count > 0).map(([n, how]) => `${countText(n)} ${how}`);
+  const all = kinds.length > 0 ? `${countText(built)} (${kinds.join(', ')})` : countText(built);
+  return [['built', leftOut.length > 0 ? `${all}; ${countText(leftOut.length)} left out` : all]];
+}
+
 /** What the supports hold, in words. */
 function holdRows(document: SupportsDocument): string[][] {
   const { verdict, settings } = document;
@@ -87,7 +103,9 @@ function holdRows(document: SupportsDocument): string[][] {
   const doubts = doubtsIn(document);
   if (doubts.length > 0) rows.push(['doubtful', doubts.join(', ')]);
   if (overhang.area > 0) {
-    rows.push(['not judged', 'forces, the resin, and whether a pillar finds its way']);
+    const isBuilt = document.scaffold !== undefined;
+    const ways = 'forces, the resin, and whether a pillar finds its way';
+    rows.push(['not judged', isBuilt ? 'forces and the resin' : ways]);
   }
   return rows;
 }

@@ -62,7 +62,7 @@ test('--format says what the points are written to', async (t) => {
   }
   const { code, err } = await stiltforge(['part.stl', '--format', 'step'], { cwd: folder });
   assert.equal(code, 2);
-  assert.match(err, /'step' is invalid\. It must be json, csv, 3mf, or several with commas\./);
+  assert.match(err, /'step' is invalid\. It must be json, csv, 3mf, stl, or several with commas\./);
 });
 
 test('a project has the points about the middle of the part, and tells islands', async (t) => {

@@ -49,6 +49,7 @@ for (const [what, triangles, words] of [
   ['a sealed void', hollow()],
   ['a part that is turned and moved', footAndIsland(), ['--up', 'y', '--center']],
   ['a lifted part', footAndIsland(), ['--lift', '2.5']],
+  ['supports as geometry', table(), ['--format', 'json,stl', '--merge']],
   ['copies on a plate', footAndIsland(), ['--copies', '3']],
   ['many points', table(), ['--support-area', '1']],
   ['a resin and parameters of its own', table(), ['--preset', 'soft', '--set', 'ghostPart=0.7']],

@@ -91,7 +91,7 @@ export interface UnbuiltSupport {
  * take the union.
  */
 export interface Scaffold {
-  positions: Float32Array;
+  positions: Triangles;
   /** In the order of the points. */
   supports: BuiltSupport[];
   leftOut: UnbuiltSupport[];

@@ -1,5 +1,6 @@
 import type { AnalysisParameters } from 'stiltforge';
 import type { Verdict } from 'stiltforge/analysis';
+import type { ScaffoldSettings, Stand } from 'stiltforge/scaffold';
 import type { MeshReport, PrintSettings, SupportSettings } from 'stiltforge/slicing';
 import type { DroppedPoint, HeldPoint, SupportKind } from '../held_part.js';
 import type { PartOptions } from '../part_options.js';
@@ -75,6 +76,17 @@ export interface VerdictRecord extends Omit<Verdict, 'points' | 'islands' | 'wor
   worst: (PlaceRecord & { distance: number | null })[];
 }
 
+/** The supports that were built as geometry. */
+export interface ScaffoldRecord extends Required<ScaffoldSettings> {
+  /** The part was written with them, too. */
+  merged: boolean;
+  built: number;
+  /** How many of them stand on what. */
+  stands: Record<Stand, number>;
+  /** Those that were not: their numbers among the supports, and why. */
+  leftOut: { support: number; reason: 'tooLow' | 'noWay' }[];
+}
+
 /** Everything that supports.json says; docs/formats.md describes it. */
 export interface SupportsDocument {
   generator: string;
@@ -114,6 +126,8 @@ export interface SupportsDocument {
     added: number;
     dropped: number;
   };
+  /** Where supports.stl was written. */
+  scaffold?: ScaffoldRecord;
   verdict: VerdictRecord;
   islands: IslandRecord[];
   supports: SupportRecord[];

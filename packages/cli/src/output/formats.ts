@@ -3,7 +3,11 @@ export const formatFiles = {
   json: 'supports.json',
   csv: 'points.csv',
   '3mf': 'part.3mf',
+  stl: 'supports.stl',
 } as const;
+
+/** What --merge adds to it. */
+export const mergedFile = 'part_with_supports.stl';
 
 export type OutputFormat = keyof typeof formatFiles;
 
