@@ -1,4 +1,3 @@
-import { join } from 'node:path';
 import type { Command } from 'commander';
 import { displayOn, noDisplay } from './batch/display.js';
 import { failureOf, type Outcome, resultOf, runsDocument } from './batch/outcome.js';
@@ -9,6 +8,7 @@ import { ExitCode, Interrupted, Told, UserError } from './errors.js';
 import { untilInterrupted } from './interrupting.js';
 import { memoryOfMachine } from './machine_memory.js';
 import { type Options, openRun, usualFolder } from './one_input.js';
+import { separateFolders } from './output/separate_folders.js';
 import { noProgress } from './progress.js';
 import { progressOn } from './progress_on.js';
 import { type Summary, summaryText } from './summary.js';
@@ -98,7 +98,7 @@ async function analyseSeveral(
 }
 
 /** Throws a UserError when two inputs would write into the same folder, or an option is for one alone. */
-function inputsOf(files: readonly string[], { out = '', inspect }: Options): Input[] {
+function inputsOf(files: readonly string[], { out, inspect }: Options): Input[] {
   if (inspect.length > 0) {
     const [{ layer, region }] = inspect;
     throw new UserError(
@@ -107,22 +107,8 @@ function inputsOf(files: readonly string[], { out = '', inspect }: Options): Inp
         'given. Use stiltforge inspect afterwards, or --plate for all on one plate.',
     );
   }
-  const inputs = files.map((file) => ({ file, folder: join(out, usualFolder([file])) }));
-  const owners = new Map<string, string>();
-  for (const { file, folder } of inputs) {
-    // Many file systems take these for the same name.
-    const key = folder.normalize('NFC').toLowerCase();
-    const other = owners.get(key);
-    if (other !== undefined) {
-      throw new UserError(
-        ExitCode.usage,
-        `${other} and ${file} would both write to ${folder}/. Rename one of them, or run them one by ` +
-          'one with --out.',
-      );
-    }
-    owners.set(key, file);
-  }
-  return inputs;
+  const folders = separateFolders(files, (file) => usualFolder([file]), out);
+  return files.map((file, number) => ({ file, folder: folders[number] }));
 }
 
 function warn(sentence: string): void {

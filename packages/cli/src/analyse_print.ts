@@ -28,9 +28,20 @@ import { isLackOfMemory, outOfMemory, predictedMemory } from './memory.js';
 import { pointsCsv, type SupportsDocument, supportsJson } from './output/documents.js';
 import { defaultFormats, formatFiles, type OutputFormat } from './output/formats.js';
 import { OutputFolder } from './output/output_folder.js';
+import { besidePoints, reported, strengthOf } from './output/packed_report.js';
 import { type Places, Records } from './output/records.js';
+import { reportName } from './output/report_name.js';
 import { mostSlices, sliceName, sliceSheetName } from './picture_names.js';
-import { asUserError, type PrintedFile, placeOnPlate } from './printed_file.js';
+import {
+  asUserError,
+  boxOnPlate,
+  checkedPrint,
+  cropAround,
+  type PixelBox,
+  type PrintedFile,
+  placeOnPlate,
+} from './printed_file.js';
+import type { Progress } from './progress.js';
 import { checkSettings } from './setting_ranges.js';
 import type { Summary } from './summary.js';
 import { requirePossible } from './supported_part.js';
@@ -56,16 +67,10 @@ export interface PrintJob extends Inspected {
   /** What the points are written to, json or csv; both unless set. */
   formats?: readonly OutputFormat[];
   pictures: boolean;
+  /** A page with the layers, the shape that they make and the points; none unless set. */
+  report?: boolean;
   /** Bytes that the run may take; what the machine has unless set. */
   memory?: number;
-}
-
-/** Pixels of the layers, the last ones not included. */
-interface Box {
-  left: number;
-  top: number;
-  right: number;
-  bottom: number;
 }
 
 interface Analysed {
@@ -73,8 +78,10 @@ interface Analysed {
   part: HeldPart;
   materialPixels: number;
   /** Around all material, and its highest layer. */
-  box: Box;
+  box: PixelBox;
   top: number;
+  /** Of each layer, pixels that nothing held before its own supports. */
+  owedPixels: Float64Array;
 }
 
 /**
@@ -92,7 +99,7 @@ export async function analysePrint(job: PrintJob, watcher: JobWatcher): Promise<
     parameters,
     0,
     { ...job, print },
-    { pictures: false },
+    { pictures: false, report: job.report },
     job.memory ?? commandHost.memory,
   );
   const folder = OutputFolder.open(job.folder, {
@@ -131,11 +138,17 @@ function parametersFor(job: PrintJob, slicer: LayerSlicer): AnalysisParameters {
   return { ...derived, ...job.parameters };
 }
 
-function expectedFiles({ pictures, inspect, formats = defaultFormats }: PrintJob): string[] {
+function expectedFiles({
+  pictures,
+  report,
+  inspect,
+  formats = defaultFormats,
+}: PrintJob): string[] {
   const slices = Array.from({ length: mostSlices }, (_, index) => sliceName(index));
   return [
     ...formats.map((format) => formatFiles[format]),
     ...(pictures ? [sliceSheetName, ...slices] : []),
+    ...(report ? [reportName] : []),
     ...inspect.map((region) => `${inspectName(region)}.png`),
   ];
 }
@@ -161,6 +174,12 @@ async function writeOutputs(
     const { formats = defaultFormats } = job;
     if (formats.includes('json')) await folder.write(formatFiles.json, supportsJson(document));
     if (formats.includes('csv')) await folder.write(formatFiles.csv, pointsCsv(document.supports));
+    if (job.report) {
+      await folder.write(
+        reportName,
+        await report(job, document, analysed, slicer, progress, signal),
+      );
+    }
     if (job.pictures) {
       progress.pictures(0);
       await writePictures(job, analysed, folder, signal, warnings);
@@ -186,7 +205,7 @@ async function analyse(
 ): Promise<Analysed> {
   const tally = new Tally();
   const corners: Corners = new Map();
-  const box: Box = { left: slicer.width, top: slicer.height, right: 0, bottom: 0 };
+  const box: PixelBox = { left: slicer.width, top: slicer.height, right: 0, bottom: 0 };
   let materialPixels = 0;
   let top = 0;
   const { pixelSize, layerHeight } = job.printed.print;
@@ -211,13 +230,14 @@ async function analyse(
     for (const region of job.inspect) {
       await writeRegion(region, analysis, pointsOf(region, part, corners), folder);
     }
-    return { tally, part, materialPixels, box, top };
+    const owedPixels = await analysis.owedPixels();
+    return { tally, part, materialPixels, box, top, owedPixels };
   } finally {
     await analysis.close();
   }
 }
 
-function extend(box: Box, { layer }: SliceResult): void {
+function extend(box: PixelBox, { layer }: SliceResult): void {
   for (const { xMin, yMin, xMax, yMax } of layer.groups) {
     box.left = Math.min(box.left, xMin);
     box.top = Math.min(box.top, yMin);
@@ -248,18 +268,14 @@ function documentOf(
   const records = new Records(print, places);
   const supports = records.supports(part);
   const { islands } = part.verdict;
-  const corners = [
-    placeOnPlate(job.printed, box.left - 0.5, box.top - 0.5),
-    placeOnPlate(job.printed, box.right - 0.5, box.bottom - 0.5),
-  ];
-  const [xs, ys] = [corners.map(({ x }) => x), corners.map(({ y }) => y)];
+  const { min, max } = boxOnPlate(job.printed, box);
   const { format, printer, material } = file;
   return {
     generator: commandHost.generator,
     model: {
       file: basename(job.name),
-      min: [Math.min(...xs), Math.min(...ys), 0],
-      max: [Math.max(...xs), Math.max(...ys), (top + 1) * print.layerHeight],
+      min: [...min, 0],
+      max: [...max, (top + 1) * print.layerHeight],
       layers: { format, printer, material },
       sliceVolume: materialPixels * pixel.width * pixel.height * print.layerHeight,
       warnings,
@@ -291,6 +307,31 @@ function documentOf(
   };
 }
 
+/** The page of the print, with what a check finds in it beside its points. */
+async function report(
+  job: PrintJob,
+  document: SupportsDocument,
+  { part, box, top, owedPixels }: Analysed,
+  slicer: LayerSlicer,
+  progress: Progress,
+  signal: AbortSignal,
+): Promise<string> {
+  const { printed } = job;
+  const { layerReport } = await import('./output/layer_report.js');
+  const { checkPrint } = await import('stiltforge/check');
+  const { criticalAngle } = job.support;
+  const check = await checkPrint(slicer, {
+    ...checkedPrint(printed),
+    ...{ points: part.points, criticalAngle, signal },
+  });
+  const source = {
+    ...{ printed, box, top, options: slicerOptions(job) },
+    part: { ...reported(document, part), check: besidePoints(check) },
+    strength: strengthOf(document, owedPixels),
+  };
+  return layerReport(source, progress.report, signal);
+}
+
 /** Pictures show the part of the screen with material, which alone is painted. */
 async function writePictures(
   job: PrintJob,
@@ -300,13 +341,8 @@ async function writePictures(
   warnings: string[],
 ): Promise<void> {
   const { file, print } = job.printed;
-  const left = Math.max(0, box.left - pictureMargin);
-  const top = Math.max(0, box.top - pictureMargin);
-  const crop = {
-    ...{ cropX: left, cropY: top },
-    width: Math.min(file.width, box.right + pictureMargin) - left,
-    height: Math.min(file.height, box.bottom + pictureMargin) - top,
-  };
+  const { column, row, width, height } = cropAround(file, box, pictureMargin);
+  const crop = { cropX: column, cropY: row, width, height };
   const slicer = createLayerSlicer(file, { ...slicerOptions(job), ...crop });
   const parameters = parametersFor(job, slicer);
   const { minimumHeight = defaultSupport.minimumHeight } = job.support;
@@ -317,7 +353,7 @@ async function writePictures(
     return;
   }
   const moved = <Point extends { column: number; row: number }>(points: Point[]): Point[] =>
-    points.map((point) => ({ ...point, column: point.column - left, row: point.row - top }));
+    points.map((point) => ({ ...point, column: point.column - column, row: point.row - row }));
   const shown = { ...part, points: moved(part.points), dropped: moved(part.dropped) };
   const { slicePictures } = await import('./slice_pictures.js');
   const name = basename(job.name);

@@ -40,6 +40,7 @@ interface Words extends PrintOptions {
   asAnalysed?: boolean;
   memory?: number;
   pictures: boolean;
+  report?: boolean;
   inspect: RegionToInspect[];
 }
 
@@ -49,9 +50,7 @@ const meshOptions = new Map(
     name,
     'its layers are cut already: the part can only be moved in a mesh',
   ]),
-)
-  .set('screen', 'the file says how many pixels its layers have')
-  .set('report', 'it shows a mesh, and a printer file has none');
+).set('screen', 'the file says how many pixels its layers have');
 
 /** Whether it stands on the command line. */
 function isGiven(command: Command, name: string): boolean {
@@ -107,6 +106,7 @@ export async function printJob(
     force: words.force,
     formats: words.format,
     pictures: words.pictures,
+    report: words.report,
     inspect: words.inspect,
     memory: words.memory === undefined ? undefined : 1e9 * words.memory,
   };

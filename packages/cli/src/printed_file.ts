@@ -1,4 +1,5 @@
 import { openPrinterFile, type PrinterFile, type PrintSettings } from 'stiltforge/slicing';
+import type { CheckedPrint } from './check/input.js';
 import { codeOf, ExitCode, messageOf, UserError } from './errors.js';
 
 /** What a person says of a print; what is missing comes from its file. */
@@ -107,6 +108,16 @@ function toMicrometre(millimetres: number): number {
   return Math.round(1000 * millimetres) / 1000;
 }
 
+/** What a check has to know of the layers. */
+export function checkedPrint({ file, print, pixel }: PrintedFile): CheckedPrint {
+  const { turned, mirroredX, mirroredY } = file;
+  const { layerHeight, screenWidth, screenHeight } = print;
+  return {
+    ...{ layerHeight, pixelWidth: pixel.width, pixelHeight: pixel.height },
+    ...{ screenWidth, screenHeight, turned, mirroredX, mirroredY },
+  };
+}
+
 /** Millimetres of the plate, from its left front corner, of the middle of a pixel of the layers. */
 export function placeOnPlate(
   { file, pixel }: Pick<PrintedFile, 'file' | 'pixel'>,
@@ -119,4 +130,43 @@ export function placeOnPlate(
   return file.turned
     ? { x: up, y: (file.width - across) * pixel.width }
     : { x: across * pixel.width, y: up };
+}
+
+/** Pixels of the layers, the last ones not included. */
+export interface PixelBox {
+  left: number;
+  top: number;
+  right: number;
+  bottom: number;
+}
+
+/** mm: the corners on the plate of a box of pixels. */
+export function boxOnPlate(
+  printed: Pick<PrintedFile, 'file' | 'pixel'>,
+  { left, top, right, bottom }: PixelBox,
+): { min: [x: number, y: number]; max: [x: number, y: number] } {
+  const corners = [
+    placeOnPlate(printed, left - 0.5, top - 0.5),
+    placeOnPlate(printed, right - 0.5, bottom - 0.5),
+  ];
+  const [xs, ys] = [corners.map(({ x }) => x), corners.map(({ y }) => y)];
+  return {
+    min: [Math.min(...xs), Math.min(...ys)],
+    max: [Math.max(...xs), Math.max(...ys)],
+  };
+}
+
+/** The part of the layers around a box, with a margin of some pixels. */
+export function cropAround(
+  { width, height }: Pick<PrinterFile, 'width' | 'height'>,
+  box: PixelBox,
+  margin: number,
+): { column: number; row: number; width: number; height: number } {
+  const column = Math.max(0, box.left - margin);
+  const row = Math.max(0, box.top - margin);
+  return {
+    ...{ column, row },
+    width: Math.min(width, box.right + margin) - column,
+    height: Math.min(height, box.bottom + margin) - row,
+  };
 }

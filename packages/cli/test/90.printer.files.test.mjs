@@ -179,7 +179,6 @@ test('options that are for meshes, or for printer files, are refused with the re
   for (const [words, reason] of [
     [['--height', '5'], /--height: of table\.sl1 its layers are cut already/],
     [['--screen', '100x100'], /--screen: of table\.sl1 the file says how many pixels/],
-    [['--report'], /--report: of table\.sl1 it shows a mesh/],
     [['--format', '3mf'], /--format 3mf: it holds a mesh/],
     [['--threshold', '0'], /whole number from 1 to 255/],
   ]) {

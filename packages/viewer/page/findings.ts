@@ -1,4 +1,5 @@
 import type { IslandRecord } from '../src/document.js';
+import { checkFindings } from './check_findings.js';
 import type { ViewedPart } from './part.js';
 import { droppedFindings, verdictFindings } from './verdict_findings.js';
 import { area, counted, largest, millimetres } from './words.js';
@@ -23,10 +24,11 @@ export interface Finding {
 
 /** What a person should look at, the gravest first, then bottom up. */
 export function findingsOf(part: ViewedPart): Finding[] {
-  const { model, verdict, dropped = [] } = part.document.part;
+  const { model, check, dropped = [] } = part.document.part;
   const found = [
     ...(model.warnings ?? []).map(warningFinding),
-    ...(verdict === undefined ? islandFindings(part) : verdictFindings(part, verdict)),
+    ...(check === undefined ? [] : checkFindings(check)),
+    ...judged(part),
     ...droppedFindings(dropped),
     ...telling(part),
   ];
@@ -36,6 +38,13 @@ export function findingsOf(part: ViewedPart): Finding[] {
       order.indexOf(a.weight) - order.indexOf(b.weight) ||
       (a.places[0]?.layer ?? -1) - (b.places[0]?.layer ?? -1),
   );
+}
+
+/** What the points hold; a whole check tells of the islands, too. */
+function judged(part: ViewedPart): Finding[] {
+  const { verdict, check } = part.document.part;
+  if (verdict !== undefined) return verdictFindings(part, verdict);
+  return check?.counts === undefined ? islandFindings(part) : [];
 }
 
 function warningFinding(sentence: string): Finding {

@@ -3,6 +3,8 @@ import type {
   DroppedRecord,
   IslandRecord,
   PackedPart,
+  PartDocument,
+  PixelGrid,
   PixelPlace,
   PointRecord,
   ViewerDocument,
@@ -27,6 +29,9 @@ export class ViewedPart {
   /** Corners of the model's box, mm. */
   readonly min: readonly number[];
   readonly max: readonly number[];
+  /** mm from the plate to the part. */
+  readonly lift: number;
+  private readonly grid: PixelGrid;
   private readonly binary: Uint8Array;
   /** Place of each kept layer in the index. */
   private readonly kept: readonly number[];
@@ -39,6 +44,8 @@ export class ViewedPart {
     const { part, islands, slices } = document;
     this.min = part.model.min;
     this.max = part.model.max;
+    this.lift = part.print.lift ?? 0;
+    this.grid = part.print.grid ?? middleOfScreen(part);
     const layers = { length: part.print.layers };
     const points: number[][] = Array.from(layers, () => []);
     for (const [index, { layer }] of part.supports.entries()) points[layer]?.push(index);
@@ -69,6 +76,11 @@ export class ViewedPart {
     return this.document.part.print.layers;
   }
 
+  /** mm, of the plate in the coordinates of the model. */
+  get plateZ(): number {
+    return this.min[2] - this.lift;
+  }
+
   /** mm above the plate: the lower and the upper face of a layer. */
   bottomOf(layer: number): number {
     return layer * this.document.part.print.layerHeight;
@@ -78,15 +90,12 @@ export class ViewedPart {
     return (layer + 1) * this.document.part.print.layerHeight;
   }
 
-  /** mm of the middle of a column or row of the screen, in the coordinates of the model. */
-  xOf(column: number): number {
-    const { screenWidth, pixelSize } = this.document.part.print;
-    return (this.min[0] + this.max[0]) / 2 + (column + 0.5 - screenWidth / 2) * pixelSize;
-  }
-
-  yOf(row: number): number {
-    const { screenHeight, pixelSize } = this.document.part.print;
-    return (this.min[1] + this.max[1]) / 2 - (row + 0.5 - screenHeight / 2) * pixelSize;
+  /** mm of the middle of a pixel of the screen, in the coordinates of the model. */
+  placeOf(column: number, row: number): [x: number, y: number] {
+    const { corner, column: across, row: along } = this.grid;
+    const at = (axis: 0 | 1): number =>
+      corner[axis] + (column + 0.5) * across[axis] + (row + 0.5) * along[axis];
+    return [at(0), at(1)];
   }
 
   /** The nearest layer at or below this one whose slice is kept. */
@@ -134,6 +143,18 @@ export class ViewedPart {
     const code = this.binary.slice(offset, offset + this.document.slices.lengths[place]);
     return decodeSlice(await inflated(code), this.document.part.print.crop.height);
   }
+}
+
+function middleOfScreen({ model: { min, max }, print }: PartDocument): PixelGrid {
+  const { screenWidth, screenHeight, pixelSize } = print;
+  return {
+    corner: [
+      (min[0] + max[0] - screenWidth * pixelSize) / 2,
+      (min[1] + max[1] + screenHeight * pixelSize) / 2,
+    ],
+    column: [pixelSize, 0],
+    row: [0, -pixelSize],
+  };
 }
 
 function byLayer<Record extends PixelPlace>(records: readonly Record[]): Map<number, Record[]> {

@@ -62,7 +62,7 @@ export function mountViewer(
       slice.fit();
     } else {
       slice.show(column, row);
-      scene.show(part.xOf(column), part.yOf(row), part.min[2] + part.bottomOf(layer));
+      scene.show(...part.placeOf(column, row), part.plateZ + part.bottomOf(layer));
     }
     reveal();
   };

@@ -25,6 +25,7 @@ export interface PointRecord extends PixelPlace {
   x: number;
   y: number;
   z: number;
+  /** From 1; 0 where it is not known. */
   region: number;
   kind: 'island' | 'overhang';
   /**
@@ -76,6 +77,34 @@ export interface VerdictRecord {
   closePairs: { first: number; second: number; distance: number; isSeparate: boolean }[];
 }
 
+/** Something that a check of the print found. */
+export interface CheckFinding {
+  severity: 'fails' | 'risk' | 'note';
+  /** What is wrong, without a capital and a full stop; what to do about it, a sentence. */
+  what: string;
+  remedy: string;
+  firstLayer: number;
+  place?: PixelPlace;
+}
+
+/** What a check of the print found, worst first. */
+export interface CheckRecord {
+  findings: readonly CheckFinding[];
+  /** How many there are of each severity, of a check of all that may go wrong. */
+  counts?: Record<CheckFinding['severity'], number>;
+}
+
+/** mm in the coordinates of the model. */
+type Vector = readonly [x: number, y: number];
+
+/** Where the pixels of the screen are: its outer corner at column 0, row 0, and a pixel's sides. */
+export interface PixelGrid {
+  corner: Vector;
+  /** From a column to the next, from a row to the next. */
+  column: Vector;
+  row: Vector;
+}
+
 /** What supports.json says of a part. A program may leave out what it does not know. */
 export interface PartDocument {
   generator: string;
@@ -96,8 +125,12 @@ export interface PartDocument {
     screenWidth: number;
     screenHeight: number;
     layers: number;
+    /** mm from the plate to the part; 0 unless set. */
+    lift?: number;
     /** The part of the screen that the slices show, pixels. */
     crop: { column: number; row: number; width: number; height: number };
+    /** Unless set, the box of the model stands in the middle of the screen, y against the rows. */
+    grid?: PixelGrid;
   };
   settings?: object;
   parameters?: object;
@@ -108,6 +141,7 @@ export interface PartDocument {
   supports: readonly PointRecord[];
   dropped?: readonly DroppedRecord[];
   verdict?: VerdictRecord;
+  check?: CheckRecord;
 }
 
 /** A region above the first layer that rests on nothing. */
@@ -145,6 +179,8 @@ export interface MeshIndex extends Section {
   sourceTriangles: number;
   /** mm, how far corners may lie from where they were, along each axis. */
   tolerance: number;
+  /** The triangles were put around the layers, for there was no mesh. */
+  isOfLayers?: boolean;
 }
 
 export interface SliceIndex {

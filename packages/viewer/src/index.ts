@@ -1,9 +1,12 @@
 export type {
+  CheckFinding,
+  CheckRecord,
   DroppedRecord,
   IslandRecord,
   LayerColumns,
   PackedPart,
   PartDocument,
+  PixelGrid,
   PointRecord,
   VerdictRecord,
   ViewerDocument,

@@ -10,6 +10,8 @@ export interface PartSource {
   part: PartDocument;
   /** Nine numbers a triangle, mm, in the coordinates of the model. */
   positions: Float32Array;
+  /** mm that these may lie beside the layers, of which they were made for want of a mesh. */
+  offLayers?: number;
   /** So many layers from `first` on, in pixels of the crop; asked for in ascending order. */
   runs(first: number, count: number): Promise<readonly LabelledRuns[]>;
   /** mm2 of each layer, where it is known. */
@@ -39,7 +41,7 @@ const sampleLayers = 24;
  * Error when layers are missing.
  */
 export async function packPart(source: PartSource, options: PackOptions = {}): Promise<PackedPart> {
-  const { part, positions, strength, feet } = source;
+  const { part, positions, offLayers, strength, feet } = source;
   const { mesh, tolerance } = await gridMesh(positions, part.model);
   const { bytes: meshBytes, vertices } = encodeMesh(mesh);
   const meshCode = await deflated(meshBytes);
@@ -62,7 +64,8 @@ export async function packPart(source: PartSource, options: PackOptions = {}): P
         vertices,
         triangles: mesh.triangles.length / 3,
         sourceTriangles: positions.length / 9,
-        tolerance,
+        tolerance: tolerance + (offLayers ?? 0),
+        ...(offLayers !== undefined && { isOfLayers: true }),
       },
       slices: { layers, lengths: codes.map(({ length }) => length), offset: meshCode.length },
     },

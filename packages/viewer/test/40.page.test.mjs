@@ -196,6 +196,37 @@ test('the part is drawn, and cut open on demand', { skip }, async (t) => {
   );
 });
 
+/** smallPart() so many layers above the plate. */
+function liftedPart(lift) {
+  const { part, slices, ...source } = smallPart();
+  const { print, supports } = part;
+  const empty = runsOf(Array(print.crop.height).fill([]));
+  return {
+    ...source,
+    part: {
+      ...part,
+      print: { ...print, lift, layers: print.layers + lift },
+      supports: supports.map((point) => ({ ...point, layer: point.layer + lift })),
+    },
+    runs: async (first, count) =>
+      [...Array(lift).fill(empty), ...slices].slice(first, first + count),
+    feet: [-lift, -lift],
+  };
+}
+
+test('below a lifted part nothing of it is cut open', { skip }, async (t) => {
+  const { page } = await open(t, liftedPart(6));
+  const pictureOf = async (layer) => {
+    await page.getByRole('slider', { name: 'Layer' }).fill(String(layer));
+    await sliceShown(page, layer);
+    await page.waitForTimeout(500);
+    return page.locator('.scene canvas').screenshot();
+  };
+  const lowest = await pictureOf(0);
+  assert.ok(lowest.equals(await pictureOf(4)), 'the part begins in layer 6');
+  assert.ok(!lowest.equals(await pictureOf(8)));
+});
+
 test('a layer of a 12K screen is there at once', { skip }, async (t) => {
   // A comb of 11,520 x 5,120 pixels: 40 teeth, one of which moves from layer to layer.
   const [width, height, layers] = [11_520, 5120, 6];

@@ -14,6 +14,10 @@ export interface CheckRun extends InputOptions {
   progress: Progress;
   signal: AbortSignal;
   warn(sentence: string): void;
+  /** Where the page of a file goes; none is made unless set. */
+  reportFolder?(file: string): string;
+  /** Overwrite pages that no earlier run wrote. */
+  force?: boolean;
   /** Called with each file when it is done. */
   done(checked: CheckedFile): void;
 }
@@ -35,7 +39,8 @@ export async function checkFiles(files: readonly string[], run: CheckRun): Promi
 async function checkFile(file: string, run: CheckRun): Promise<CheckedFile> {
   const { criticalAngle, progress, signal } = run;
   try {
-    const { layers, print, points, warnings } = await openInput(file, run);
+    const input = await openInput(file, run);
+    const { layers, print, points, warnings } = input;
     for (const sentence of warnings) run.warn(`${file}: ${sentence}`);
     progress.start(layers.layerCount, 0);
     try {
@@ -46,6 +51,14 @@ async function checkFile(file: string, run: CheckRun): Promise<CheckedFile> {
         progress: progress.layers,
         signal,
       });
+      if (run.reportFolder !== undefined) {
+        const { checkReportPage, writeCheckReport } = await import('./report.js');
+        const { supports } = run;
+        const reporting = { criticalAngle, supports, progress: progress.report, signal };
+        await writeCheckReport(run.reportFolder(file), run.force ?? false, () =>
+          checkReportPage(file, input, report, reporting),
+        );
+      }
       return { file, report };
     } finally {
       progress.stop();

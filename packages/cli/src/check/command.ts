@@ -3,7 +3,8 @@ import type { Severity } from 'stiltforge/check';
 import { defaultSupport } from 'stiltforge/slicing';
 import { ExitCode, Told, UserError } from '../errors.js';
 import { untilInterrupted } from '../interrupting.js';
-import { angle, wholeNumber } from '../option_values.js';
+import { angle, folderName, wholeNumber } from '../option_values.js';
+import { separateFolders } from '../output/separate_folders.js';
 import {
   addPartOptions,
   addPrinterOptions,
@@ -18,6 +19,7 @@ import { checkFiles, isAsBadAs, severities } from './check_files.js';
 import { checkDocument } from './document.js';
 import type { InputOptions } from './input.js';
 import { loadPoints } from './points.js';
+import { checkFolder } from './report_folder.js';
 import { fileText, overviewText } from './text.js';
 
 interface Options extends PartOptions, PrinterOptions {
@@ -26,6 +28,9 @@ interface Options extends PartOptions, PrinterOptions {
   threshold?: number;
   failOn: Severity;
   json?: boolean;
+  report?: boolean;
+  out?: string;
+  force?: boolean;
   quiet?: boolean;
 }
 
@@ -45,12 +50,13 @@ Exit codes:
   1    something would fail, or as bad as --fail-on says
   2    the command line is wrong
   3    a file can't be used; the others were checked
+  4    a report can't be written; the others were checked
   5    there is not enough memory for a file; the others were checked
   130  interrupted
 
 Examples:
   stiltforge check part.stl --points part-supports/points.csv
-  stiltforge check plate.sl1
+  stiltforge check plate.sl1 --report
   stiltforge check jobs/*.goo --json > findings.json`;
 
 /** stiltforge check FILE... */
@@ -82,6 +88,13 @@ export function checkCommand(): Command {
         .default('fails'),
     )
     .option('--json', 'print the findings for machines')
+    .option('--report', 'also write report.html, a page to look at it all, layer by layer')
+    .option(
+      '-o, --out <folder>',
+      'where the page goes (default: "<file>-check"); of several files, where their folders go',
+      folderName,
+    )
+    .option('--force', 'overwrite a page there that no earlier run wrote')
     .optionsGroup('The run:')
     .option('-q, --quiet', 'print only warnings and errors')
     .helpOption('-h, --help', 'print this help')
@@ -91,7 +104,7 @@ export function checkCommand(): Command {
 }
 
 async function check(files: string[], options: Options, command: Command): Promise<void> {
-  const { points, criticalAngle, failOn, json, quiet } = options;
+  const { points, criticalAngle, failOn, json, report, force, quiet } = options;
   const print = printSettings(options);
   checkSettings(print, { ...defaultSupport, criticalAngle });
   if (points !== undefined && files.length > 1) {
@@ -112,6 +125,8 @@ async function check(files: string[], options: Options, command: Command): Promi
       given: givenOf(options, command),
       supports,
       criticalAngle,
+      ...(report ? { reportFolder: foldersOf(files, options) } : {}),
+      force,
       progress: quiet ? noProgress : await progressOn(process.stderr),
       signal,
       warn: (sentence) => process.stderr.write(`stiltforge: warning: ${sentence}\n`),
@@ -127,6 +142,13 @@ async function check(files: string[], options: Options, command: Command): Promi
   if (unusable) throw new Told(unusable.exitCode);
   if (checked.some(({ report }) => report && isAsBadAs(report, failOn)))
     throw new Told(ExitCode.failure);
+}
+
+/** Throws a UserError when two files would share a folder. */
+function foldersOf(files: readonly string[], { out }: Options): (file: string) => string {
+  const folders =
+    files.length === 1 ? [out ?? checkFolder(files[0])] : separateFolders(files, checkFolder, out);
+  return (file) => folders[files.indexOf(file)];
 }
 
 /** What a person says of printer files; a preset is for those that do not say it themselves. */

@@ -4,31 +4,49 @@ import {
   createSlicer,
   isPrinterFile,
   type PrintSettings,
+  type Slicer,
+  type Triangles,
 } from 'stiltforge/slicing';
 import { ExitCode, messageOf, UserError } from '../errors.js';
 import { loadMesh } from '../mesh/load.js';
 import type { PartOptions } from '../part_options.js';
 import { placedMesh } from '../placement.js';
-import { type GivenPrint, openPrint } from '../printed_file.js';
+import { checkedPrint, type GivenPrint, openPrint, type PrintedFile } from '../printed_file.js';
 import type { SupportPlace } from './points.js';
+
+/** What there is to know of a print's layers. */
+export type CheckedPrint = Pick<
+  CheckOptions,
+  | 'layerHeight'
+  | 'pixelWidth'
+  | 'pixelHeight'
+  | 'screenWidth'
+  | 'screenHeight'
+  | 'plateZ'
+  | 'lift'
+  | 'turned'
+  | 'mirroredX'
+  | 'mirroredY'
+>;
+
+/** Layers of a mesh, as it was placed; mm from the plate to it. */
+export interface MeshLayers {
+  slicer: Slicer;
+  mesh: Triangles;
+  lift: number;
+}
+
+export interface FileLayers {
+  printed: PrintedFile;
+}
 
 /** What is checked: layers, and what has to be known of them. */
 export interface CheckInput {
   layers: CheckedLayers;
-  print: Pick<
-    CheckOptions,
-    | 'layerHeight'
-    | 'pixelWidth'
-    | 'pixelHeight'
-    | 'screenWidth'
-    | 'screenHeight'
-    | 'plateZ'
-    | 'lift'
-    | 'turned'
-    | 'mirroredX'
-    | 'mirroredY'
-  >;
+  print: CheckedPrint;
   points?: CheckPoint[];
+  /** Where the layers come from. */
+  source: MeshLayers | FileLayers;
   /** Sentences for the person who chose the file. */
   warnings: string[];
 }
@@ -56,9 +74,8 @@ async function openMesh(file: string, options: InputOptions): Promise<CheckInput
   const mesh = await loadMesh(file, options.signal);
   const { print, supports } = options;
   const { layerHeight, pixelSize, screenWidth, screenHeight, lift = 0 } = print;
-  const slicer = sliced(file, () =>
-    createSlicer({ positions: placedMesh(mesh, file, options.part), ...print, margin }),
-  );
+  const placed = placedMesh(mesh, file, options.part);
+  const slicer = sliced(file, () => createSlicer({ positions: placed, ...print, margin }));
   const plateZ = slicer.report.bounds.min[2] - lift;
   return {
     layers: slicer,
@@ -68,6 +85,7 @@ async function openMesh(file: string, options: InputOptions): Promise<CheckInput
       column: Math.floor((x - slicer.originX) / pixelSize),
       row: Math.floor((slicer.originY - y) / pixelSize),
     })),
+    source: { slicer, mesh: placed, lift },
     warnings: mesh.warnings,
   };
 }
@@ -79,16 +97,12 @@ async function openLayers(path: string, options: InputOptions): Promise<CheckInp
       `${path}: a printer file has its supports in its layers. Leave out --points.`,
     );
   }
-  const { file, print, pixel } = await openPrint(path, options.given, options.signal);
-  const { turned, mirroredX, mirroredY } = file;
-  const { layerHeight, pixelSize, screenWidth, screenHeight } = print;
-  const [pixelWidth, pixelHeight] = [pixel.width, pixel.height];
+  const printed = await openPrint(path, options.given, options.signal);
+  const { layerHeight, pixelSize } = printed.print;
   return {
-    layers: sliced(path, () => createLayerSlicer(file, { layerHeight, pixelSize })),
-    print: {
-      ...{ layerHeight, pixelWidth, pixelHeight, screenWidth, screenHeight },
-      ...{ turned, mirroredX, mirroredY },
-    },
+    layers: sliced(path, () => createLayerSlicer(printed.file, { layerHeight, pixelSize })),
+    print: checkedPrint(printed),
+    source: { printed },
     // Distances are right for pixels that are not square, so there is nothing to warn of.
     warnings: [],
   };

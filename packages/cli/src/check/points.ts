@@ -6,6 +6,9 @@ export interface SupportPlace {
   x: number;
   y: number;
   z: number;
+  /** Where the list says them. */
+  region?: number;
+  kind?: 'island' | 'overhang';
 }
 
 /** No real list is near it, and all of it is read at once. */
@@ -50,8 +53,9 @@ function fromDocument(file: string, text: string): SupportPlace[] {
     throw refused(file, 'it has no list "supports". Give a supports.json or a points.csv.');
   }
   return supports.map((support: unknown, i) => {
-    const { x, y, z } = Object(support) as Record<string, unknown>;
-    return place(x, y, z, () => refused(file, `support ${i + 1} has no numbers x, y and z.`));
+    const { x, y, z, region, kind } = Object(support) as Record<string, unknown>;
+    const wrong = (): UserError => refused(file, `support ${i + 1} has no numbers x, y and z.`);
+    return { ...place(x, y, z, wrong), ...cause(region, kind) };
   });
 }
 
@@ -62,18 +66,28 @@ function fromTable(file: string, text: string): SupportPlace[] {
   const named = ['x', 'y', 'z'].map((name) => names.indexOf(name));
   const hasNames = named.every((column) => column >= 0);
   const columns = hasNames ? named : [0, 1, 2];
+  const [regionColumn, kindColumn] = ['region', 'kind'].map((name) => names.indexOf(name));
   return lines.flatMap((line, i) => {
     if (line.trim() === '' || (i === 0 && hasNames)) return [];
     const row = cells(line);
     const [x, y, z] = columns.map((column) => numberFrom(row[column]));
-    return place(x, y, z, () =>
+    const wrong = (): UserError =>
       refused(
         file,
         `line ${i + 1} has no three numbers x, y and z. Write them in millimetres, with decimal ` +
           'points and commas between, under a line of names or first in each line.',
-      ),
-    );
+      );
+    return {
+      ...place(x, y, z, wrong),
+      ...cause(numberFrom(row[regionColumn]), row[kindColumn]),
+    };
   });
+}
+
+/** Of a list of this program, why the support is there. */
+function cause(region: unknown, kind: unknown): Pick<SupportPlace, 'region' | 'kind'> {
+  if (!Number.isInteger(region) || (kind !== 'island' && kind !== 'overhang')) return {};
+  return { region: region as number, kind };
 }
 
 function numberFrom(text: string | undefined): number {

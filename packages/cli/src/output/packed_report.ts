@@ -1,4 +1,5 @@
-import { type PackedPart, type PartSource, packPart } from 'stiltforge-viewer';
+import type { CheckReport, FindingKind } from 'stiltforge/check';
+import { type CheckRecord, type PackedPart, type PartSource, packPart } from 'stiltforge-viewer';
 import type { HeldPart } from '../held_part.js';
 import { pillarFeet } from '../pictures/pillars.js';
 import type { SupportedPart } from '../supported_part.js';
@@ -31,7 +32,7 @@ export async function packedReport(
 }
 
 /** mm2 of each layer: what nothing held, and what its points hold. */
-function strengthOf(
+export function strengthOf(
   { print, settings, parameters, supports }: SupportsDocument,
   owedPixels: Float64Array,
 ): PartSource['strength'] {
@@ -46,8 +47,15 @@ function strengthOf(
   };
 }
 
+/** Of what a check finds that of which the points' own verdict knows nothing. */
+const besides: readonly FindingKind[] = ['screenEdge', 'resinTrap', 'suctionCup', 'specks'];
+
+export function besidePoints({ findings }: CheckReport): CheckRecord {
+  return { findings: findings.filter(({ kind }) => besides.includes(kind)) };
+}
+
 /** The document with what the page tells beside it. */
-function reported(document: SupportsDocument, { points }: HeldPart): PartSource['part'] {
+export function reported(document: SupportsDocument, { points }: HeldPart): PartSource['part'] {
   return {
     ...document,
     supports: document.supports.map((support, number) => ({

@@ -1,6 +1,12 @@
 import { readFile } from 'node:fs/promises';
 import { createRequire } from 'node:module';
-import { reportHtml } from 'stiltforge-viewer';
+import {
+  type PackedPart,
+  type PackOptions,
+  type PartSource,
+  packPart,
+  reportHtml,
+} from 'stiltforge-viewer';
 import { packedReport, type ReportedPart } from './packed_report.js';
 
 /**
@@ -12,7 +18,15 @@ export async function reportPage(
   progress?: (share: number) => void,
   signal?: AbortSignal,
 ): Promise<string> {
+  return pageWith(await packedReport(part, progress, signal));
+}
+
+/** The same of what a program knows of a part. */
+export async function pageOf(source: PartSource, options: PackOptions): Promise<string> {
+  return pageWith(await packPart(source, options));
+}
+
+async function pageWith(packed: PackedPart): Promise<string> {
   const page = createRequire(import.meta.url).resolve('stiltforge-viewer/report.html');
-  const packed = await packedReport(part, progress, signal);
   return reportHtml(await readFile(page, 'utf8'), packed);
 }

@@ -1,4 +1,4 @@
-import type { VerdictRecord } from '../../src/document.js';
+import type { CheckRecord, VerdictRecord } from '../../src/document.js';
 import { button, drawing, element } from '../dom.js';
 import type { Weight } from '../findings.js';
 import { markOf } from '../marks.js';
@@ -8,15 +8,20 @@ import { markIcon, weightIcon } from './mark_icon.js';
 
 /** The first line: which part it is, and the figures that people ask for. */
 export function head(part: ViewedPart, toggleTheme: () => void, help: () => void): HTMLElement {
-  const { model, generator, verdict, summary } = part.document.part;
+  const { model, generator, verdict, check, summary } = part.document.part;
+  const isCheck = check?.counts !== undefined;
   const ofKind = (kind: string): number => part.points.filter((one) => one.kind === kind).length;
   const added = part.points.filter((one) => markOf(one) === 'added').length;
   const { layers, islands } = part.document;
   const overhang = layers.overhang.reduce((sum, value) => sum + value, 0);
-  const figures = [
+  const points = [
     figure('Points', countText(part.points.length)),
     figure('under islands', countText(ofKind('island')), markIcon('island')),
     figure('under overhangs', countText(ofKind('overhang')), markIcon('overhang')),
+  ];
+  const figures = [
+    // A print that is checked has its supports in its layers.
+    ...(isCheck && part.points.length === 0 ? [] : points),
     ...(part.hasAddedPoints ? [figure('of them added', countText(added), markIcon('added'))] : []),
     figure('Islands', countText(summary?.islands ?? islands.length)),
     figure('Overhang', area(overhang)),
@@ -30,9 +35,13 @@ export function head(part: ViewedPart, toggleTheme: () => void, help: () => void
       'div',
       { class: 'name' },
       element('h1', { text: model.file }),
-      element('p', { class: 'caption', text: `Support report · ${generator}` }),
+      element('p', {
+        class: 'caption',
+        text: `${isCheck ? 'Check' : 'Support'} report · ${generator}`,
+      }),
     ),
     verdict !== undefined && verdictMark(verdict),
+    check?.counts !== undefined && checkMark(check.counts),
     element('ul', { class: 'figures' }, ...figures),
     element(
       'div',
@@ -41,6 +50,16 @@ export function head(part: ViewedPart, toggleTheme: () => void, help: () => void
       button('?', 'Keys and what the shapes mean (?)', help),
     ),
   );
+}
+
+/** What the check says, in a few words. */
+function checkMark({ fails, risk }: Required<CheckRecord>['counts']): HTMLElement {
+  if (fails > 0) {
+    return mark('fault', 'Would fail', counted(fails, 'finding that fails', 'findings that fail'));
+  }
+  return risk > 0
+    ? mark('warning', 'Holds, at some risk', counted(risk, 'finding at risk', 'findings at risk'))
+    : mark('good', 'Holds', 'Nothing that would fail was found');
 }
 
 /** What the judge says, in a few words. */
@@ -54,16 +73,15 @@ function verdictMark({ islands, overhang }: VerdictRecord): HTMLElement {
       : overhang.beyondFar > 0
         ? ['warning', 'Gaps between points']
         : ['good', 'All islands are held'];
+  return mark(weight, told, `${within.toFixed(1)} % of the overhang within reach`);
+}
+
+function mark(weight: Weight | 'good', told: string, more: string): HTMLElement {
   return element(
     'p',
     { class: `verdict ${weight}` },
     weight === 'good' ? goodIcon() : weightIcon(weight),
-    element(
-      'span',
-      {},
-      element('strong', { text: told }),
-      element('span', { text: `${within.toFixed(1)} % of the overhang within reach` }),
-    ),
+    element('span', {}, element('strong', { text: told }), element('span', { text: more })),
   );
 }
 

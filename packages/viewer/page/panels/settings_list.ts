@@ -1,4 +1,4 @@
-import type { VerdictRecord } from '../../src/document.js';
+import type { MeshIndex, VerdictRecord } from '../../src/document.js';
 import { element } from '../dom.js';
 import type { ViewedPart } from '../part.js';
 import { countText, millimetres } from '../words.js';
@@ -72,12 +72,12 @@ function leftOut(part: ViewedPart): Row[] {
   const { mesh, slices } = part.document;
   const rows: Row[] = [];
   const shown = `${countText(mesh.triangles)} triangles`;
-  rows.push([
-    'Mesh shown',
-    mesh.triangles === mesh.sourceTriangles
-      ? shown
-      : `${shown} of ${countText(mesh.sourceTriangles)}, within ${mesh.tolerance.toPrecision(1)} mm; the analysis saw all`,
-  ]);
+  if (mesh.isOfLayers) {
+    const how = `${shown} around the layers, within ${mesh.tolerance.toPrecision(1)} mm`;
+    rows.push(['Shape shown', `${how}; the slices are exact`]);
+  } else {
+    rows.push(['Mesh shown', meshShown(mesh, shown)]);
+  }
   const kept = slices.layers.length;
   rows.push([
     'Slices shown',
@@ -86,6 +86,12 @@ function leftOut(part: ViewedPart): Row[] {
       : `${countText(kept)} of ${countText(part.layerCount)}: all with points or islands, and some between, to keep the file small`,
   ]);
   return rows;
+}
+
+function meshShown({ triangles, sourceTriangles, tolerance }: MeshIndex, shown: string): string {
+  return triangles === sourceTriangles
+    ? shown
+    : `${shown} of ${countText(sourceTriangles)}, within ${tolerance.toPrecision(1)} mm; the analysis saw all`;
 }
 
 function group(title: string, rows: readonly Row[]): HTMLElement {

@@ -31,6 +31,7 @@ function causeOf(
   part: ViewedPart,
   { layer, region, kind, weight }: PointRecord,
 ): { title: string; cause: string } {
+  if (region === 0) return { title: 'Support', cause: 'It was given with the part.' };
   if (kind === 'overhang') {
     return {
       title: `Overhang of region ${region}`,

@@ -22,7 +22,7 @@ export class CutFace {
   private readonly scale: number;
 
   constructor(part: ViewedPart) {
-    const { crop, pixelSize } = part.document.part.print;
+    const { crop } = part.document.part.print;
     this.scale = Math.min(1, longerSide / Math.max(crop.width, crop.height));
     const width = Math.max(1, Math.ceil(crop.width * this.scale));
     const height = Math.max(1, Math.ceil(crop.height * this.scale));
@@ -30,16 +30,19 @@ export class CutFace {
     this.texture = new DataTexture(this.picture.data, width, height);
     this.texture.colorSpace = SRGBColorSpace;
     const material = new MeshBasicMaterial({ map: this.texture, side: DoubleSide, alphaTest: 0.5 });
-    const pixel = pixelSize / this.scale;
-    const geometry = new PlaneGeometry(width * pixel, height * pixel);
-    // The picture's first row is the one with the largest y.
-    const uv = geometry.attributes.uv;
-    for (let i = 0; i < uv.count; i++) uv.setY(i, 1 - uv.getY(i));
+    const geometry = new PlaneGeometry();
+    const { position, uv } = geometry.attributes;
+    for (let i = 0; i < position.count; i++) {
+      const [across, down] = [uv.getX(i), 1 - uv.getY(i)];
+      const [x, y] = part.placeOf(
+        crop.column + (across * width) / this.scale - 0.5,
+        crop.row + (down * height) / this.scale - 0.5,
+      );
+      position.setXY(i, x - (part.min[0] + part.max[0]) / 2, y - (part.min[1] + part.max[1]) / 2);
+      // The picture's first row is the one where the texture begins.
+      uv.setY(i, down);
+    }
     this.mesh = new Mesh(geometry, material);
-    const middleX = part.xOf(crop.column - 0.5) + (width * pixel) / 2;
-    const middleY = part.yOf(crop.row - 0.5) - (height * pixel) / 2;
-    this.mesh.position.x = middleX - (part.min[0] + part.max[0]) / 2;
-    this.mesh.position.y = middleY - (part.min[1] + part.max[1]) / 2;
   }
 
   paint(slice: ViewerSlice, islands: ReadonlySet<number>, palette: Palette): void {

@@ -29,11 +29,10 @@ const gridSteps = 65_535;
 /** How dense what lies above the cut is. */
 const ghost = 0.2;
 
-/**
- * The part on its plate in three dimensions, in mm, its box centred on x = y = 0 with z = 0 on the plate.
- */
+/** The part over its plate in three dimensions, in mm, its box centred on x = y = 0, the plate at z = 0. */
 export class PartScene {
   readonly scene = new Scene();
+  /** mm, from the plate on. */
   readonly size: Vector3;
   readonly marks: PointMarks;
   readonly cutFace: CutFace;
@@ -66,8 +65,8 @@ export class PartScene {
   private isTinted = true;
 
   constructor(private readonly part: ViewedPart) {
-    const { min, max } = part;
-    this.size = new Vector3(max[0] - min[0], max[1] - min[1], max[2] - min[2]);
+    const { min, max, plateZ } = part;
+    this.size = new Vector3(max[0] - min[0], max[1] - min[1], max[2] - plateZ);
     this.marks = new PointMarks(part, this.size.length());
     this.cutFace = new CutFace(part);
     this.plate = this.makePlate();
@@ -79,11 +78,13 @@ export class PartScene {
   setMesh(mesh: GridMesh): void {
     const { settings } = this.part.document.part;
     const { criticalAngle = 45 } = (settings ?? {}) as { criticalAngle?: number };
-    const scale = this.size.toArray().map((length) => length / gridSteps);
+    const { min, max, lift } = this.part;
+    const scale = max.map((top, axis) => (top - min[axis]) / gridSteps);
     const { positions, normals, tints } = shadedSurface(mesh, scale, criticalAngle);
     for (let i = 0; i < positions.length; i += 3) {
       positions[i] -= this.size.x / 2;
       positions[i + 1] -= this.size.y / 2;
+      positions[i + 2] += lift;
     }
     this.tints = tints;
     this.colours = new BufferAttribute(new Float32Array(positions.length), 3);

@@ -43,9 +43,9 @@ export class PointMarks {
     private readonly part: ViewedPart,
     diagonal: number,
   ) {
-    const { points, min, max } = part;
+    const { points, min, max, plateZ } = part;
     const [middleX, middleY] = [(min[0] + max[0]) / 2, (min[1] + max[1]) / 2];
-    this.places = points.map(({ x, y, z }) => new Vector3(x - middleX, y - middleY, z - min[2]));
+    this.places = points.map(({ x, y, z }) => new Vector3(x - middleX, y - middleY, z - plateZ));
     this.radius = Math.max(0.007 * diagonal, 0.05);
     // By layer, so that those up to one are the first ones.
     this.order = points.map((_, index) => index).sort((a, b) => points[a].layer - points[b].layer);
@@ -123,7 +123,7 @@ export class PointMarks {
     mesh.frustumCulled = false;
     this.order.forEach((index, i) => {
       const { x, y, z } = this.places[index];
-      const foot = feet[index] - this.part.min[2];
+      const foot = feet[index] - this.part.plateZ;
       const matrix = new Matrix4().makeScale(1, 1, Math.max(z - foot, 1e-3));
       mesh.setMatrixAt(i, matrix.setPosition(x, y, (z + foot) / 2));
     });

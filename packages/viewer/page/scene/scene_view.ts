@@ -95,7 +95,11 @@ export class SceneView {
   show(x: number, y: number, z: number): void {
     if (this.controls === null) return;
     const { min, max } = this.part;
-    const target = new Vector3(x - (min[0] + max[0]) / 2, y - (min[1] + max[1]) / 2, z - min[2]);
+    const target = new Vector3(
+      x - (min[0] + max[0]) / 2,
+      y - (min[1] + max[1]) / 2,
+      z - this.part.plateZ,
+    );
     const direction = this.camera.position.clone().sub(this.controls.target).normalize();
     // On a cut one looks down, under a whole part up.
     const least = this.model.state.isCut ? 0.45 : -0.35;
@@ -208,9 +212,10 @@ export class SceneView {
   private sceneOf(place: Place | null): Vector3 | null {
     if (place?.column === undefined || place.row === undefined) return null;
     const { min, max } = this.part;
+    const [x, y] = this.part.placeOf(place.column, place.row);
     return new Vector3(
-      this.part.xOf(place.column) - (min[0] + max[0]) / 2,
-      this.part.yOf(place.row) - (min[1] + max[1]) / 2,
+      x - (min[0] + max[0]) / 2,
+      y - (min[1] + max[1]) / 2,
       this.part.bottomOf(place.layer),
     );
   }

@@ -391,10 +391,8 @@ export class SliceView {
         if (begin[run] <= column && column < end[run]) region = value[run];
       }
     }
-    const place = [
-      `x ${this.part.xOf(crop.column + column).toFixed(2)}`,
-      `y ${this.part.yOf(crop.row + row).toFixed(2)} mm`,
-    ].join(', ');
+    const [alongX, alongY] = this.part.placeOf(crop.column + column, crop.row + row);
+    const place = `x ${alongX.toFixed(2)}, y ${alongY.toFixed(2)} mm`;
     this.readout.textContent = region === 0 ? place : `${place} · region ${region}`;
   }
 }

@@ -1,0 +1,79 @@
+import { createLayerSlicer, type LayerSlicerOptions } from 'stiltforge/slicing';
+import type { PartSource, PixelGrid } from 'stiltforge-viewer';
+import { cropAround, type PixelBox, type PrintedFile, placeOnPlate } from '../printed_file.js';
+import { layerSurface } from './layer_surface.js';
+import { pageOf } from './report.js';
+
+/** What a page shows of a print that has no mesh. */
+export interface ReportedPrint extends Pick<PartSource, 'part' | 'strength'> {
+  printed: PrintedFile;
+  /** How its layers are read. */
+  options: LayerSlicerOptions;
+  /** Around all material, and its highest layer. */
+  box: PixelBox;
+  top: number;
+}
+
+/** Pixels around the material. */
+const margin = 4;
+
+/** Bytes of slices, so that the page stays below 8 MB; there is one for each of its few thousand layers. */
+const sliceBytes = 4.5e6;
+
+/** Of the work, what the surface takes. */
+const surfaceShare = 0.3;
+
+/**
+ * A page with all that there is to see of a print, in one file, with the shape that its layers make.
+ * `progress` is told the share that is done, from 0 to 1. Throws the signal's reason.
+ */
+export async function layerReport(
+  { printed, options, box, top, part, strength }: ReportedPrint,
+  progress?: (share: number) => void,
+  signal?: AbortSignal,
+): Promise<string> {
+  const { file, pixel, print } = printed;
+  const crop = cropAround(file, box, margin);
+  const { width, height } = crop;
+  const slicer = createLayerSlicer(file, {
+    ...{ ...options, width, height },
+    ...{ cropX: crop.column, cropY: crop.row },
+  });
+  const runs: PartSource['runs'] = (first, count) => slicer.runs(first, count);
+  const surface = await layerSurface(
+    {
+      ...{ width, height, layers: top + 1, layerHeight: print.layerHeight, runs },
+      ...{ pixelWidth: pixel.width, pixelHeight: pixel.height },
+      placeOf: (column, row) => {
+        const at = (side: number): number => side - 0.5;
+        const { x, y } = placeOnPlate(printed, at(crop.column + column), at(crop.row + row));
+        return [x, y];
+      },
+    },
+    signal,
+  );
+  progress?.(surfaceShare);
+  const source: PartSource = {
+    part: { ...part, print: { ...part.print, crop, grid: gridOf(printed) } },
+    positions: surface.positions,
+    offLayers: surface.tolerance,
+    ...{ runs, strength },
+  };
+  return pageOf(source, {
+    ...{ signal, sliceBytes },
+    progress: (share) => progress?.(surfaceShare + (1 - surfaceShare) * share),
+  });
+}
+
+function gridOf(printed: PrintedFile): PixelGrid {
+  const [corner, right, down] = [
+    [-0.5, -0.5],
+    [0.5, -0.5],
+    [-0.5, 0.5],
+  ].map(([column, row]) => placeOnPlate(printed, column, row));
+  return {
+    corner: [corner.x, corner.y],
+    column: [right.x - corner.x, right.y - corner.y],
+    row: [down.x - corner.x, down.y - corner.y],
+  };
+}
