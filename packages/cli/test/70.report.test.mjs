@@ -7,7 +7,7 @@ import { test } from 'node:test';
 import { fileURLToPath } from 'node:url';
 import { openFile, sliceShown, withoutBrowser } from '../../viewer/test/browser.mjs';
 import { outputNames, stiltforge, temporaryFolder } from './harness.mjs';
-import { binaryStl, table } from './meshes.mjs';
+import { binaryStl, box, table } from './meshes.mjs';
 
 const demo = fileURLToPath(new URL('../dist/demo.js', import.meta.url));
 
@@ -43,8 +43,10 @@ test('a report holds supports.json, and a figure for each layer', async (t) => {
     part.supports.map(({ standsFor: _standsFor, weight: _weight, ...support }) => support),
     supports.supports,
   );
+  const { check, ...told } = part;
+  assert.deepEqual(check, { findings: [] });
   const { islands: loose, ...verdict } = part.verdict;
-  assert.deepEqual({ ...part, supports: [], verdict }, { ...supports, supports: [] });
+  assert.deepEqual({ ...told, supports: [], verdict }, { ...supports, supports: [] });
   assert.deepEqual(loose, []);
   assert.equal(layers.regions.length, supports.print.layers);
   const sum = (values) => values.reduce((total, value) => total + value, 0);
@@ -97,4 +99,24 @@ test('the report of the demo is small and shows its layers', {
   times.sort((a, b) => a - b);
   t.diagnostic(`half of the layers were shown in ${times[times.length >> 1].toFixed(0)} ms`);
   assert.deepEqual([...asked, ...complaints], []);
+});
+
+test('a report of a mesh tells of the cavities that a check finds', async (t) => {
+  const folder = await temporaryFolder(t);
+  const inner = box([2, 2, 2], [8, 8, 8]).map(([a, b, c]) => [a, c, b]);
+  await writeFile(
+    join(folder, 'hollow.stl'),
+    binaryStl([...box([0, 0, 0], [10, 10, 10]), ...inner]),
+  );
+  const words = ['hollow.stl', '--report', '--no-pictures', '--lift', '3'];
+  const { code, err } = await stiltforge(words, { cwd: folder });
+  assert.equal(code, 0, err);
+  const { part } = await documentOf(join(folder, 'hollow-supports', 'report.html'));
+  assert.deepEqual(
+    part.check.findings.map(({ kind, severity }) => [kind, severity]),
+    [['resinTrap', 'risk']],
+  );
+  const [{ place }] = part.check.findings;
+  assert.ok(place.z >= 2 && place.z <= 8, 'in the coordinates of the mesh');
+  assert.equal(part.check.counts, undefined);
 });

@@ -6,23 +6,24 @@ import type { SupportedPart } from '../supported_part.js';
 import type { SupportsDocument } from './documents.js';
 
 /** What a page shows of a part. */
-export type ReportedPart = Pick<
-  SupportedPart,
-  'document' | 'part' | 'mesh' | 'slicer' | 'owedPixels'
->;
+export interface ReportedPart
+  extends Pick<SupportedPart, 'document' | 'part' | 'mesh' | 'slicer' | 'owedPixels'> {
+  /** What a check found beside what the verdict tells. */
+  check?: CheckRecord;
+}
 
 /**
  * All that there is to see of a part, for the page of a report. `progress` is told the share that is
  * done, from 0 to 1. Throws the signal's reason.
  */
 export async function packedReport(
-  { document, part, mesh, slicer, owedPixels }: ReportedPart,
+  { document, part, mesh, slicer, owedPixels, check }: ReportedPart,
   progress?: (share: number) => void,
   signal?: AbortSignal,
 ): Promise<PackedPart> {
   const places = Float32Array.from(document.supports.flatMap(({ x, y, z }) => [x, y, z]));
   const source: PartSource = {
-    part: reported(document, part),
+    part: { ...reported(document, part), ...(check && { check }) },
     positions: mesh,
     runs: (first, count) => slicer.runs(first, count),
     strength: strengthOf(document, owedPixels),
