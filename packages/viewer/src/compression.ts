@@ -1,15 +1,12 @@
-/** Deflates without a header, by what Node and browsers have. */
-export const deflated = (bytes: Uint8Array<ArrayBuffer>): Promise<Uint8Array<ArrayBuffer>> =>
-  through(new CompressionStream('deflate-raw'), bytes);
+import { deflateSync } from 'fflate';
 
-export const inflated = (bytes: Uint8Array<ArrayBuffer>): Promise<Uint8Array<ArrayBuffer>> =>
-  through(new DecompressionStream('deflate-raw'), bytes);
+/** Deflates without a header. The same bytes on every machine, which what Node and browsers have are not. */
+export const deflated = (bytes: Uint8Array): Uint8Array => deflateSync(bytes, { level: 6 });
 
-async function through(
-  { readable, writable }: GenericTransformStream,
-  bytes: Uint8Array<ArrayBuffer>,
-): Promise<Uint8Array<ArrayBuffer>> {
-  const writer = (writable as WritableStream<Uint8Array<ArrayBuffer>>).getWriter();
+/** By what Node and browsers have. */
+export async function inflated(bytes: Uint8Array<ArrayBuffer>): Promise<Uint8Array<ArrayBuffer>> {
+  const { readable, writable } = new DecompressionStream('deflate-raw');
+  const writer = writable.getWriter();
   // What goes wrong shows at the other end.
   writer.write(bytes).catch(() => {});
   writer.close().catch(() => {});

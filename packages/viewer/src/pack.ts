@@ -44,7 +44,7 @@ export async function packPart(source: PartSource, options: PackOptions = {}): P
   const { part, positions, offLayers, strength, feet } = source;
   const { mesh, tolerance } = await gridMesh(positions, part.model);
   const { bytes: meshBytes, vertices } = encodeMesh(mesh);
-  const meshCode = await deflated(meshBytes);
+  const meshCode = deflated(meshBytes);
 
   const { columns, islands, layers, codes } = await packLayers(source, options);
   if (strength !== undefined) {
@@ -107,31 +107,25 @@ async function packLayers(
     if (runs.length !== count) {
       throw new Error(`runs() gave ${runs.length} of the ${count} layers from ${first} on.`);
     }
-    const coded = await Promise.all(
-      runs.map(async (slice, i) => {
-        const layer = first + i;
-        const found = regionsOf(slice, below);
-        below = slice;
-        const alone = layer === 0 ? [] : found.filter(({ resting }) => resting === 0);
-        for (const { region, pixels, column, row } of alone) {
-          islands.push({
-            ...{ layer, region, column: crop.column + column, row: crop.row + row, pixels },
-            points: pointsIn.get(`${layer}:${region}`) ?? 0,
-          });
-        }
-        const material = found.reduce((sum, { pixels }) => sum + pixels, 0);
-        columns.regions.push(found.length);
-        columns.material.push(rounded(material * pixelArea));
-        columns.overhang.push(rounded(slice.overhang.blue.length * pixelArea));
-        const isKept = layer % stride === 0 || alone.length > 0 || pointedLayers.has(layer);
-        return isKept ? { layer, code: await deflated(encodeSlice(slice)) } : undefined;
-      }),
-    );
-    for (const slice of coded) {
-      if (slice === undefined) continue;
-      layers.push(slice.layer);
-      codes.push(slice.code);
-    }
+    runs.forEach((slice, i) => {
+      const layer = first + i;
+      const found = regionsOf(slice, below);
+      below = slice;
+      const alone = layer === 0 ? [] : found.filter(({ resting }) => resting === 0);
+      for (const { region, pixels, column, row } of alone) {
+        islands.push({
+          ...{ layer, region, column: crop.column + column, row: crop.row + row, pixels },
+          points: pointsIn.get(`${layer}:${region}`) ?? 0,
+        });
+      }
+      const material = found.reduce((sum, { pixels }) => sum + pixels, 0);
+      columns.regions.push(found.length);
+      columns.material.push(rounded(material * pixelArea));
+      columns.overhang.push(rounded(slice.overhang.blue.length * pixelArea));
+      if (layer % stride !== 0 && alone.length === 0 && !pointedLayers.has(layer)) return;
+      layers.push(layer);
+      codes.push(deflated(encodeSlice(slice)));
+    });
   }
   progress?.(1);
   return { columns, islands, layers, codes };
@@ -145,7 +139,7 @@ async function strideOf({ part, runs }: PartSource, sliceBytes: number): Promise
   for (let sample = 0; sample < sampleLayers; sample++) {
     const layer = Math.floor(((sample + 0.5) * layers) / sampleLayers);
     const [slice] = await runs(layer, 1);
-    bytes += (await deflated(encodeSlice(slice))).length;
+    bytes += deflated(encodeSlice(slice)).length;
   }
   return Math.max(1, Math.ceil((bytes / sampleLayers) * (layers / sliceBytes)));
 }

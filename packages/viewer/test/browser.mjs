@@ -53,7 +53,8 @@ export async function openFile(t, file, { webgl = true, ...options } = {}) {
   const asked = [];
   const complaints = [];
   page.on('request', (request) => {
-    if (request.url() !== address && !request.url().startsWith('data:')) asked.push(request.url());
+    if (request.url() !== address && !/^(data|blob):/.test(request.url()))
+      asked.push(request.url());
   });
   page.on('pageerror', ({ message }) => complaints.push(message));
   page.on('console', (message) => {

@@ -107,7 +107,7 @@ function figure(name: string, value: string, icon?: SVGElement): HTMLElement {
   );
 }
 
-function themeIcon(): SVGElement {
+export function themeIcon(): SVGElement {
   return drawing(
     'svg',
     { viewBox: '0 0 16 16', class: 'icon', 'aria-hidden': 'true' },
