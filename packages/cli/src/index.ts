@@ -36,7 +36,7 @@ export type { ReportedPart } from './output/packed_report.js';
 export { reportPage } from './output/report.js';
 export { partWithSupportsStl, supportsStl } from './output/supports_stl.js';
 export { type ProjectPart, threeMfProject } from './output/three_mf.js';
-export { type PlaceOptions, placeSupports } from './place_supports.js';
+export { type PlaceOptions, placePrintSupports, placeSupports } from './place_supports.js';
 export { type GivenPrint, openPrint, type PrintedFile } from './printed_file.js';
 export { noProgress, type Progress } from './progress.js';
 export {
@@ -51,4 +51,5 @@ export {
 } from './scaffold/supports_geometry.js';
 export type { Summary } from './summary.js';
 export type { PartJob, SupportedPart } from './supported_part.js';
+export type { LayersJob, SupportedPrint } from './supported_print.js';
 export { version } from './version.js';

@@ -2,14 +2,16 @@
 import assert from 'node:assert/strict';
 import { spawnSync } from 'node:child_process';
 import { once } from 'node:events';
-import { readFile, writeFile } from 'node:fs/promises';
+import { readdir, readFile, writeFile } from 'node:fs/promises';
 import { connect } from 'node:net';
 import { join } from 'node:path';
 import { test } from 'node:test';
+import { setTimeout } from 'node:timers/promises';
 import { fileURLToPath } from 'node:url';
 import { createService } from '../../../examples/http-service/service.mjs';
 import { stiltforge, temporaryFolder } from './harness.mjs';
 import { binaryStl, box, footAndIsland, table } from './meshes.mjs';
+import { goo, nanoDlp, sl1, tablePngs, zip } from './prints.mjs';
 
 const host = fileURLToPath(new URL('../../../examples/minimal-host/host.mjs', import.meta.url));
 
@@ -64,6 +66,67 @@ test('the service answers with what the command writes', async (t) => {
   assert.equal(headers.get('content-type'), 'application/json');
   const words = ['--layer-height', '0.1', '--support-area', '8'];
   assert.equal(text, await commandSays(t, footAndIsland(), words));
+});
+
+for (const [name, content, query = ''] of [
+  ['plate.sl1', sl1()],
+  ['plate.nanodlp', nanoDlp()],
+  ['plate.goo', goo()],
+  [
+    'layers.zip',
+    zip(tablePngs.map((png, i) => [`${i}.png`, png])),
+    'layerHeight=0.1&pixelSize=0.1',
+  ],
+]) {
+  test(`the service answers for ${name} as the command does`, async (t) => {
+    const folder = await temporaryFolder(t);
+    await writeFile(join(folder, name), content);
+    const words = query === '' ? [] : ['--layer-height', '0.1', '--pixel-size', '0.1'];
+    const options = ['--no-pictures', '--quiet', '--out', 'out'];
+    assert.equal((await stiltforge([name, ...options, ...words], { cwd: folder })).code, 0);
+    const { ask } = await serviceWith(t);
+    const { status, text } = await ask(content, { query: `name=${name}&${query}` });
+    assert.equal(status, 200, text);
+    assert.equal(text, await readFile(join(folder, 'out', 'supports.json'), 'utf8'));
+  });
+}
+
+test('the service says what is wrong with a printer file, and not where it lies', async (t) => {
+  const { ask } = await serviceWith(t);
+  const broken = Buffer.from(tablePngs[7]).fill(0, 60, 80);
+  for (const [content, query, status, message] of [
+    [sl1().subarray(0, 2000), 'name=cut.sl1', 422, /^cut\.sl1: /],
+    [sl1(tablePngs.with(7, broken)), 'name=plate.sl1', 422, /^plate\.sl1: layer 7 .*checksum/],
+    [zip([['0.png', tablePngs[0]]]), 'name=layers.zip', 400, /^layers\.zip: .*--layer-height/],
+    [zip([['readme.txt', Buffer.from('none')]]), 'name=none.zip', 422, /^none\.zip: /],
+    [zip([['../../0.png', tablePngs[0]]]), 'name=climb.zip&layerHeight=0.1', 422, /^climb\.zip: /],
+    [goo().subarray(0, -900), 'name=plate.goo', 422, /^plate\.goo: /],
+    [sl1(), 'name=..', 400, /no name of a file/],
+    [sl1(), `name=${encodeURIComponent('../../etc/passwd')}`, 200, /./],
+  ]) {
+    const answer = await ask(content, { query });
+    assert.equal(answer.status, status, answer.text);
+    if (status !== 200) assert.match(JSON.parse(answer.text).error, message);
+    assert.doesNotMatch(answer.text, /stiltforge-service-/);
+  }
+});
+
+test('the service leaves nothing of what it was sent', async (t) => {
+  const folder = await temporaryFolder(t);
+  const before = process.env.TMPDIR;
+  process.env.TMPDIR = folder;
+  t.after(() => {
+    if (before === undefined) delete process.env.TMPDIR;
+    else process.env.TMPDIR = before;
+  });
+  const { ask } = await serviceWith(t, { size: 100_000 });
+  await ask(sl1(), { query: 'name=plate.sl1' });
+  await ask(Buffer.from('garbage'));
+  await ask(new Blob([Buffer.alloc(5_000_000)]).stream(), { duplex: 'half' });
+  await ask(slow[0], { ...slow[1], signal: AbortSignal.timeout(300) }).catch(() => {});
+  for (let tries = 0; (await readdir(folder)).length > 0 && tries < 100; tries++)
+    await setTimeout(50);
+  assert.deepEqual(await readdir(folder), []);
 });
 
 test('the service says what is wrong with a request, and goes on', async (t) => {
