@@ -51,7 +51,9 @@ void GroupToBitmapWorker::OnOK() {
       ResultBuffer buffer(env, environment->memory, image.size());
       copyBytes(buffer.data(), image.data(), image.size());
       std::vector<uint8_t>().swap(image);
-      arguments.push_back(buffer.value());
+      napi_value value = nullptr;
+      if (buffer.value(Env(), &value) != napi_ok) throw Napi::Error::New(Env());
+      arguments.push_back(value);
     }
   } catch (const std::bad_alloc&) {
     endWithoutMemory();

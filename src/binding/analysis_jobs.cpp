@@ -8,6 +8,7 @@
 
 #include "binding/array_buffer.h"
 #include "binding/environment.h"
+#include "node_api/host_memory.h"
 #include "node_api/value_maker.h"
 #include "runtime/parallel_copy.h"
 #include "runtime/worker_pool.h"
@@ -230,7 +231,9 @@ napi_status GroupImagesJob::result(napi_env env, napi_value* value) {
     ResultBuffer buffer(env, Environment::of(env).memory, image.size());
     copyBytes(buffer.data(), image.data(), image.size());
     std::vector<uint8_t>().swap(image);
-    make.set(images, index++, buffer.value());
+    napi_value bytes = nullptr;
+    make.check(buffer.value(env, &bytes));
+    make.set(images, index++, bytes);
   }
   make.set(*value, make.string("width"), make.number(uint32_t{images_.width}));
   make.set(*value, make.string("height"), make.number(uint32_t{images_.height}));
@@ -251,12 +254,10 @@ void OwedPixelsJob::work() {
 
 napi_status OwedPixelsJob::result(napi_env env, napi_value* value) {
   napi_value buffer = nullptr;
-  void* data = nullptr;
   const std::size_t bytes = owed_.size() * sizeof(double);
   napi_status status = newArrayBuffer(env, bytes, &buffer);
-  if (status == napi_ok) status = napi_get_arraybuffer_info(env, buffer, &data, nullptr);
+  if (status == napi_ok) status = copyToHost(env, buffer, owed_.data(), bytes);
   if (status != napi_ok) return status;
-  std::copy(owed_.begin(), owed_.end(), static_cast<double*>(data));
   return napi_create_typedarray(env, napi_float64_array, owed_.size(), buffer, 0, value);
 }
 

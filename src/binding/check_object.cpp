@@ -18,6 +18,7 @@
 #include "binding/shared_slicer.h"
 #include "binding/slicer_calls.h"
 #include "check/sentences.h"
+#include "node_api/host_memory.h"
 #include "node_api/refusal.h"
 #include "node_api/value_maker.h"
 #include "runtime/worker_pool.h"
@@ -166,8 +167,8 @@ std::vector<SupportPoint> readPoints(const Napi::Value& value) {
   if (!value.IsTypedArray() || value.As<Napi::TypedArray>().TypedArrayType() != napi_uint32_array) {
     throw Napi::TypeError::New(value.Env(), "The points must be a Uint32Array.");
   }
-  const auto given = value.As<Napi::Uint32Array>();
-  const std::span<const uint32_t> numbers(given.Data(), given.ElementLength());
+  const HostBytes host = HostBytes::ofView(value);
+  const std::span<const uint32_t> numbers = host.as<uint32_t>();
   if (numbers.size() % 3 != 0) {
     throw Napi::RangeError::New(value.Env(), "The points must be three numbers each.");
   }

@@ -1,9 +1,9 @@
 #include "binding/host_runs.h"
 
-#include <span>
 #include <string>
 
 #include "analysis/slice_from_runs.h"
+#include "node_api/host_memory.h"
 #include "node_api/refusal.h"
 
 namespace stiltforge::binding {
@@ -43,15 +43,14 @@ struct Named {
 };
 
 template <typename T>
-std::span<const T> elementsOf(const Named& array) {
+HostBytes elementsOf(const Named& array) {
   const Napi::Env env = array.value.Env();
   const bool isKind = array.value.IsTypedArray() &&
                       array.value.As<Napi::TypedArray>().TypedArrayType() == ArrayKind<T>::type;
   if (!isKind) {
     throw wrongRuns(env, array.name + " of the runs must be a " + ArrayKind<T>::name + ".");
   }
-  const auto elements = array.value.As<Napi::TypedArrayOf<T>>();
-  const Napi::Value memory = elements.ArrayBuffer();
+  const Napi::Value memory = array.value.As<Napi::TypedArray>().ArrayBuffer();
   if (!memory.IsArrayBuffer()) {
     throw wrongRuns(env, array.name +
                              " of the runs lies in shared memory, which another thread may change "
@@ -62,7 +61,7 @@ std::span<const T> elementsOf(const Named& array) {
                              " of the runs is detached, its memory was transferred. Pass the "
                              "array before that, or a copy of it.");
   }
-  return {elements.Data(), elements.ElementLength()};
+  return HostBytes::ofView(array.value);
 }
 
 struct NamedRuns {
@@ -74,9 +73,21 @@ struct NamedRuns {
       : rowStart(object, "rowStart", prefix),
         begin(object, "begin", prefix),
         end(object, "end", prefix) {}
+};
+
+// The elements of the arrays, once all of them are read.
+struct RunElements {
+  HostBytes rowStart;
+  HostBytes begin;
+  HostBytes end;
+
+  explicit RunElements(const NamedRuns& named)
+      : rowStart(elementsOf<uint32_t>(named.rowStart)),
+        begin(elementsOf<uint16_t>(named.begin)),
+        end(elementsOf<uint16_t>(named.end)) {}
 
   HostRuns runs() const {
-    return {elementsOf<uint32_t>(rowStart), elementsOf<uint16_t>(begin), elementsOf<uint16_t>(end)};
+    return {rowStart.as<uint32_t>(), begin.as<uint16_t>(), end.as<uint16_t>()};
   }
 };
 
@@ -89,10 +100,19 @@ struct NamedOverhang {
       : runs(object, "overhang."),
         blue(object, "blue", "overhang."),
         green(object, "green", "overhang.") {}
+};
 
-  HostOverhang overhang() const {
-    return {runs.runs(), elementsOf<uint8_t>(blue), elementsOf<uint8_t>(green)};
-  }
+struct OverhangElements {
+  RunElements runs;
+  HostBytes blue;
+  HostBytes green;
+
+  explicit OverhangElements(const NamedOverhang& named)
+      : runs(named.runs),
+        blue(elementsOf<uint8_t>(named.blue)),
+        green(elementsOf<uint8_t>(named.green)) {}
+
+  HostOverhang overhang() const { return {runs.runs(), blue.as<uint8_t>(), green.as<uint8_t>()}; }
 };
 
 Slice checked(Napi::Env env, uint16_t width, uint16_t height, const HostRuns& material,
@@ -114,15 +134,18 @@ Slice readRuns(const Napi::Value& runs, uint16_t width, uint16_t height) {
   const auto object = runs.As<Napi::Object>();
   const NamedRuns material(object, "");
   const Napi::Value overhang = object.Get("overhang");
-  if (overhang.IsUndefined()) return checked(env, width, height, material.runs(), nullptr);
+  if (overhang.IsUndefined()) {
+    return checked(env, width, height, RunElements(material).runs(), nullptr);
+  }
   if (!overhang.IsObject()) {
     throw wrongRuns(env,
                     "The overhang of a slice's runs is an object with rowStart, begin, end, blue "
                     "and green, or is left out.");
   }
   const NamedOverhang named(overhang.As<Napi::Object>());
-  const HostOverhang given = named.overhang();
-  return checked(env, width, height, material.runs(), &given);
+  const OverhangElements elements(named);
+  const HostOverhang given = elements.overhang();
+  return checked(env, width, height, RunElements(material).runs(), &given);
 }
 
 }  // namespace stiltforge::binding

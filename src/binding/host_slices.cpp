@@ -9,19 +9,16 @@ namespace stiltforge::binding {
 
 namespace {
 
-// Empty for what holds no pixels.
-std::optional<std::span<const uint8_t>> bytesOf(const Napi::Value& value) {
-  if (value.IsArrayBuffer()) {
-    auto buffer = value.As<Napi::ArrayBuffer>();
-    return std::span(static_cast<const uint8_t*>(buffer.Data()), buffer.ByteLength());
-  }
+// How many bytes; none for what holds no pixels.
+std::optional<std::size_t> byteCount(const Napi::Value& value) {
+  if (value.IsArrayBuffer()) return value.As<Napi::ArrayBuffer>().ByteLength();
   if (!value.IsTypedArray()) return std::nullopt;
   const napi_typedarray_type type = value.As<Napi::TypedArray>().TypedArrayType();
   if (type != napi_uint8_array && type != napi_uint8_clamped_array) return std::nullopt;
-  const auto array = value.As<Napi::TypedArrayOf<uint8_t>>();
+  const auto array = value.As<Napi::TypedArray>();
   // Shared memory could change while it is read.
   if (!array.ArrayBuffer().IsArrayBuffer()) return std::nullopt;
-  return std::span<const uint8_t>(array.Data(), array.ByteLength());
+  return array.ByteLength();
 }
 
 }  // namespace
@@ -43,20 +40,23 @@ uint32_t wholeNumber(const Napi::Value& value, const char* code, const std::stri
                     std::to_string(static_cast<uint64_t>(most)) + ".");
 }
 
-std::span<const uint8_t> pixelsOf(const Napi::Value& value, const SliceSize& size) {
+HostBytes pixelsOf(const Napi::Value& value, const SliceSize& size) {
   const Napi::Env env = value.Env();
-  const auto bytes = bytesOf(value);
+  const auto bytes = byteCount(value);
   if (!bytes) {
     throw refusal(env, codes::slice,
                   "The pixels of a slice are an ArrayBuffer, a Buffer, a Uint8Array or a "
                   "Uint8ClampedArray, and not shared with other threads.");
   }
   const std::size_t needed = 4 * size.pixels();
-  if (bytes->size() == needed) return *bytes;
+  if (*bytes == needed) {
+    return value.IsArrayBuffer() ? HostBytes::ofBuffer(value.As<Napi::ArrayBuffer>())
+                                 : HostBytes::ofView(value);
+  }
   throw refusal(env, codes::slice,
                 "A slice of " + sizeText(size.width, size.height) + " is " +
                     std::to_string(needed) + " bytes, 4 a pixel, but this one holds " +
-                    std::to_string(bytes->size()) + ".");
+                    std::to_string(*bytes) + ".");
 }
 
 void requireSameSize(Napi::Env env, std::size_t width, std::size_t height, const SliceSize& model) {

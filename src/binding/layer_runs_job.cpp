@@ -2,9 +2,11 @@
 
 #include <mutex>
 #include <utility>
+#include <vector>
 
 #include "analysis/run_labelling.h"
 #include "binding/array_buffer.h"
+#include "node_api/host_memory.h"
 #include "node_api/value_maker.h"
 
 namespace stiltforge::binding {
@@ -31,11 +33,13 @@ template <typename T, class ElementAt>
 napi_value arrayOf(ValueMaker& make, std::size_t length, ElementAt elementAt) {
   napi_value buffer = nullptr;
   napi_value array = nullptr;
-  void* data = nullptr;
   if (make.status() != napi_ok) return nullptr;
   if (!make.check(newArrayBuffer(make.env(), length * sizeof(T), &buffer))) return nullptr;
-  if (!make.check(napi_get_arraybuffer_info(make.env(), buffer, &data, nullptr))) return nullptr;
-  for (std::size_t i = 0; i < length; ++i) static_cast<T*>(data)[i] = elementAt(i);
+  std::vector<T> elements(length);
+  for (std::size_t i = 0; i < length; ++i) elements[i] = elementAt(i);
+  if (!make.check(copyToHost(make.env(), buffer, elements.data(), length * sizeof(T)))) {
+    return nullptr;
+  }
   make.check(napi_create_typedarray(make.env(), ArrayType<T>::value, length, buffer, 0, &array));
   return array;
 }

@@ -40,7 +40,7 @@ void read(OpenPrinterFile& open, bool channels, uint32_t layer, Slice& slice) {
       open.file->readMaterial(layer, slice.material);
     }
   } catch (const files::FileError& error) {
-    throw JobRefusal(codes::file, open.name + ": " + error.what());
+    throw JobRefusal(codes::file, open.prefix + error.what());
   }
 }
 

@@ -9,6 +9,7 @@
 #include "binding/options.h"
 #include "binding/rejection.h"
 #include "binding/slice_job.h"
+#include "node_api/host_memory.h"
 #include "slicing/slicing_error.h"
 
 namespace stiltforge::binding {
@@ -69,14 +70,16 @@ std::vector<uint8_t> MaskSlicerObject::readMask(const SharedMaskSlicer& shared, 
   if (!value.IsTypedArray() || value.As<Napi::TypedArray>().TypedArrayType() != napi_uint8_array) {
     throw Napi::TypeError::New(env, "The mask must be a Uint8Array.");
   }
-  const auto mask = value.As<Napi::Uint8Array>();
+  const auto mask = value.As<Napi::TypedArray>();
   if (mask.ElementLength() != shared.slicer.maskBytes()) {
     throw Napi::RangeError::New(env, "The mask has " + std::to_string(mask.ElementLength()) +
                                          " bytes; " + std::to_string(shared.slicer.maskBytes()) +
                                          " are needed, one for each pixel.");
   }
   // A mask that the host transfers, shrinks or changes after the call is not read any more.
-  return {mask.Data(), mask.Data() + mask.ElementLength()};
+  const HostBytes host = HostBytes::ofView(mask);
+  const std::span<const uint8_t> grey = host.as<uint8_t>();
+  return {grey.begin(), grey.end()};
 }
 
 Napi::Value MaskSlicerObject::next(const Napi::CallbackInfo& info) {

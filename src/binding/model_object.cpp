@@ -102,8 +102,8 @@ Napi::Value ModelObject::analysePixels(const Napi::CallbackInfo& info) {
   const Napi::Env env = info.Env();
   requireOpen(env);
   return queueSlice(info, true, [&](uint8_t* copy) {
-    const std::span<const uint8_t> pixels = pixelsOf(info[0], size());
-    return sliceOfPixels(pixels.data(), size().width, size().height, copy);
+    const HostBytes pixels = pixelsOf(info[0], size());
+    return sliceOfPixels(pixels.as<uint8_t>().data(), size().width, size().height, copy);
   });
 }
 

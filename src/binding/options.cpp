@@ -81,14 +81,14 @@ bool Options::flag(const char* name) const {
   return value.As<Napi::Boolean>();
 }
 
-Napi::Float32Array Options::floats(const char* name) const {
+Napi::TypedArray Options::floats(const char* name) const {
   const Napi::Value value = object_.Get(name);
   if (!value.IsTypedArray() ||
       value.As<Napi::TypedArray>().TypedArrayType() != napi_float32_array) {
     throw Napi::TypeError::New(object_.Env(),
                                "The option " + quoted(name) + " must be a Float32Array.");
   }
-  return value.As<Napi::Float32Array>();
+  return value.As<Napi::TypedArray>();
 }
 
 slicing::ChannelSettings Options::channels() const {

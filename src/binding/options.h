@@ -26,8 +26,8 @@ class Options {
   std::optional<double> optionalNumber(const char* name) const;
   uint32_t whole(const char* name) const;
   std::optional<uint32_t> optionalWhole(const char* name) const;
-  bool flag(const char* name) const;  ///< false unless set
-  Napi::Float32Array floats(const char* name) const;
+  bool flag(const char* name) const;                ///< false unless set
+  Napi::TypedArray floats(const char* name) const;  ///< a Float32Array
 
   /// layerHeight, criticalAngle, fullOverhang and inset; not the pixel size.
   slicing::ChannelSettings channels() const;

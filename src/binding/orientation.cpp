@@ -15,6 +15,7 @@
 #include "binding/job.h"
 #include "binding/options.h"
 #include "binding/print_settings.h"
+#include "node_api/host_memory.h"
 #include "node_api/refusal.h"
 #include "node_api/value_maker.h"
 #include "orient/search.h"
@@ -222,12 +223,12 @@ Napi::Value startOrientation(const Napi::CallbackInfo& info) {
   const orient::SearchSettings settings = readSettings(env, options, info[0].As<Napi::Object>());
   auto watch = std::make_shared<Watch>();
   // Last, so that no getter can take the memory away between the check and the copy.
-  const Napi::Float32Array given = options.floats("positions");
+  const Napi::TypedArray given = options.floats("positions");
   std::unique_ptr<SearchJob> job;
   try {
-    const std::size_t length = given.ElementLength();
-    std::vector<float> positions;
-    if (length > 0) positions.assign(given.Data(), given.Data() + length);
+    const HostBytes host = HostBytes::ofView(given);
+    const std::span<const float> numbers = host.as<float>();
+    std::vector<float> positions(numbers.begin(), numbers.end());
     job = std::make_unique<SearchJob>(env, std::move(positions), settings, watch);
   } catch (const std::bad_alloc&) {
     throw refusal(env, codes::memory,
@@ -257,7 +258,7 @@ Napi::Value turnMesh(const Napi::CallbackInfo& info) {
       info[0].As<Napi::TypedArray>().TypedArrayType() != napi_float32_array) {
     throw Napi::TypeError::New(env, "The positions must be a Float32Array.");
   }
-  const auto positions = info[0].As<Napi::Float32Array>();
+  const auto positions = info[0].As<Napi::TypedArray>();
   if (positions.ElementLength() % 3 != 0) {
     throw Napi::RangeError::New(env, "The positions must be three numbers a corner; there are " +
                                          std::to_string(positions.ElementLength()) + ".");
@@ -268,12 +269,17 @@ Napi::Value turnMesh(const Napi::CallbackInfo& info) {
   Napi::ArrayBuffer buffer = newArrayBuffer(env, bytes, withoutMemory);
   try {
     const std::vector<float> result =
-        turned({positions.Data(), positions.ElementLength()}, {degrees.x, degrees.y, degrees.z});
-    if (bytes > 0) std::memcpy(buffer.Data(), result.data(), bytes);
+        turned(HostBytes::ofView(positions).as<float>(), {degrees.x, degrees.y, degrees.z});
+    if (copyToHost(env, buffer, result.data(), bytes) != napi_ok) throw Napi::Error::New(env);
   } catch (const std::bad_alloc&) {
     throw refusal(env, codes::memory, withoutMemory);
   }
-  return Napi::Float32Array::New(env, positions.ElementLength(), buffer, 0);
+  napi_value array = nullptr;
+  if (napi_create_typedarray(env, napi_float32_array, positions.ElementLength(), buffer, 0,
+                             &array) != napi_ok) {
+    throw Napi::Error::New(env);
+  }
+  return {env, array};
 }
 
 }  // namespace stiltforge::binding

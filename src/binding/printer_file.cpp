@@ -1,10 +1,10 @@
 #include "binding/printer_file.h"
 
-#include <filesystem>
 #include <optional>
 #include <utility>
 
 #include "binding/cancelled.h"
+#include "binding/host_file.h"
 #include "binding/job.h"
 #include "binding/rejection.h"
 #include "files/file_error.h"
@@ -18,20 +18,18 @@ namespace {
 
 constexpr napi_type_tag typeTag = {0x2f8c1d6e90b74a35, 0xa1e7c4035d9b6f82};
 
-using Shared = std::shared_ptr<OpenPrinterFile>;
+constexpr const char* what = "The printer file";
 
-std::filesystem::path pathOf(const std::string& name) {
-  return {std::u8string(name.begin(), name.end())};
-}
+using Shared = std::shared_ptr<OpenPrinterFile>;
 
 class OpenJob : public Job {
  public:
-  OpenJob(Napi::Env env, std::string name, uint8_t threshold, Cancelled cancelled)
+  OpenJob(Napi::Env env, HostFile file, uint8_t threshold, Cancelled cancelled)
       : Job(env),
-        name_(std::move(name)),
+        given_(std::move(file)),
         threshold_(threshold),
         cancelled_(std::move(cancelled)),
-        withoutMemory_(name_ + ": There is not enough memory to open the file.") {}
+        withoutMemory_(given_.prefix() + "There is not enough memory to open the file.") {}
 
  protected:
   void work() override {
@@ -40,12 +38,13 @@ class OpenJob : public Job {
       if (*cancelled_) throw files::Cancelled();
       printer_files::ReadOptions options;
       options.threshold = threshold_;
-      file_ = std::make_shared<OpenPrinterFile>(
-          OpenPrinterFile{name_, printer_files::openPrinterFile(pathOf(name_), options)});
+      auto file = given_.isPath ? printer_files::openPrinterFile(given_.path(), options)
+                                : printer_files::openPrinterFile(std::move(given_.bytes), options);
+      file_ = std::make_shared<OpenPrinterFile>(OpenPrinterFile{given_.prefix(), std::move(file)});
     } catch (const files::FileError& error) {
-      throw JobRefusal(codes::file, name_ + ": " + error.what());
+      throw JobRefusal(codes::file, given_.prefix() + error.what());
     } catch (const files::Cancelled& error) {
-      throw JobRefusal("ABORT_ERR", name_ + ": " + error.what());
+      throw JobRefusal("ABORT_ERR", given_.prefix() + error.what());
     }
   }
 
@@ -86,23 +85,12 @@ class OpenJob : public Job {
   const char* withoutMemory() const override { return withoutMemory_.c_str(); }
 
  private:
-  const std::string name_;
+  HostFile given_;
   const uint8_t threshold_;
   const Cancelled cancelled_;
   const std::string withoutMemory_;
   Shared file_;
 };
-
-std::string pathFrom(const Napi::Value& value) {
-  const Napi::Env env = value.Env();
-  if (!value.IsString()) throw Napi::TypeError::New(env, "The path must be a string.");
-  std::string path = value.As<Napi::String>().Utf8Value();
-  // The operating system would open what is before it.
-  if (path.find('\0') != std::string::npos) {
-    throw refusal(env, codes::file, "The path holds a character 0. Check the path.");
-  }
-  return path;
-}
 
 uint8_t thresholdFrom(const Napi::Value& value) {
   constexpr double usual = 128;
@@ -126,14 +114,21 @@ Napi::Value openPrinterFile(const Napi::CallbackInfo& info) {
     }
     const Napi::Object options =
         info[1].IsUndefined() ? Napi::Object::New(env) : info[1].As<Napi::Object>();
-    return Job::startAtOnce(std::make_unique<OpenJob>(env, pathFrom(info[0]),
-                                                      thresholdFrom(options.Get("threshold")),
-                                                      cancelledBy(env, options.Get("signal"))));
+    const uint8_t threshold = thresholdFrom(options.Get("threshold"));
+    Cancelled cancelled = cancelledBy(env, options.Get("signal"));
+    const Napi::Value name = options.Get("name");
+    // Last, so that no getter can take the memory away between the check and the copy.
+    HostFile file = readHostFile(info[0], name, what, codes::file);
+    return Job::startAtOnce(
+        std::make_unique<OpenJob>(env, std::move(file), threshold, std::move(cancelled)));
   });
 }
 
 Napi::Value isPrinterFile(const Napi::CallbackInfo& info) {
-  return Napi::Boolean::New(info.Env(), printer_files::isPrinterFile(pathOf(pathFrom(info[0]))));
+  const HostFile file = readHostFile(info[0], info[1], what, codes::file);
+  return Napi::Boolean::New(info.Env(),
+                            file.isPath ? printer_files::isPrinterFile(file.path())
+                                        : printer_files::isPrinterFile(file.bytes, file.path()));
 }
 
 std::shared_ptr<OpenPrinterFile> printerFileOf(Napi::Value value) {

@@ -5,7 +5,6 @@
 #include <utility>
 
 #include "binding/array_buffer.h"
-#include "runtime/huge_pages.h"
 
 namespace stiltforge::binding {
 
@@ -25,13 +24,10 @@ Napi::ArrayBuffer pixelBuffer(Napi::Env env, int width, int height, Napi::Value 
     }
     return takeArrayBuffer(env, given);
   }
-  Napi::ArrayBuffer pixels =
-      newArrayBuffer(env, bytes,
-                     "There is not enough memory for a slice of " + std::to_string(width) + " x " +
-                         std::to_string(height) + " pixels (" + std::to_string(bytes) +
-                         " bytes). Choose larger pixels or a smaller model.");
-  preferHugePages(pixels.Data(), bytes);
-  return pixels;
+  return newArrayBuffer(env, bytes,
+                        "There is not enough memory for a slice of " + std::to_string(width) +
+                            " x " + std::to_string(height) + " pixels (" + std::to_string(bytes) +
+                            " bytes). Choose larger pixels or a smaller model.");
 }
 
 napi_status setNumber(napi_env env, napi_value object, const char* name, double value) {
@@ -44,19 +40,15 @@ napi_status setNumber(napi_env env, napi_value object, const char* name, double 
 
 SliceJob::SliceJob(Napi::Env env, int width, int height, Napi::Value recycled,
                    std::function<slicing::SliceInfo(uint8_t* rgba)> fill)
-    : Job(env), fill_(std::move(fill)) {
-  Napi::ArrayBuffer pixels = pixelBuffer(env, width, height, recycled);
-  pixels_ = Napi::Persistent(pixels);
-  rgba_ = static_cast<uint8_t*>(pixels.Data());
-}
+    : Job(env), fill_(std::move(fill)), pixels_(pixelBuffer(env, width, height, recycled)) {}
 
 void SliceJob::work() {
-  info_ = fill_(rgba_);
+  info_ = fill_(pixels_.data());
 }
 
 napi_status SliceJob::result(napi_env env, napi_value* value) {
   napi_value pixels;
-  napi_status status = napi_get_reference_value(env, pixels_, &pixels);
+  napi_status status = pixels_.buffer(env, &pixels);
   if (status == napi_ok) status = napi_create_object(env, value);
   if (status == napi_ok) status = napi_set_named_property(env, *value, "pixels", pixels);
   if (status == napi_ok) {

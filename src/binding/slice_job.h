@@ -6,6 +6,7 @@
 #include <functional>
 
 #include "binding/job.h"
+#include "node_api/host_memory.h"
 #include "slicing/slice_info.h"
 
 namespace stiltforge::binding {
@@ -27,8 +28,7 @@ class SliceJob : public Job {
 
  private:
   std::function<slicing::SliceInfo(uint8_t* rgba)> fill_;
-  Napi::Reference<Napi::ArrayBuffer> pixels_;
-  uint8_t* rgba_;
+  HostBlock pixels_;
   slicing::SliceInfo info_;
 };
 

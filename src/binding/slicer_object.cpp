@@ -8,6 +8,7 @@
 
 #include "binding/options.h"
 #include "binding/slicer_calls.h"
+#include "node_api/host_memory.h"
 #include "slicing/slicing_error.h"
 
 namespace stiltforge::binding {
@@ -75,10 +76,10 @@ SlicerObject::SlicerObject(const Napi::CallbackInfo& info) : Napi::ObjectWrap<Sl
       info, {"positions", "layerHeight", "pixelSize", "screenWidth", "screenHeight", "offsetX",
              "offsetY", "lift", "margin", "criticalAngle", "fullOverhang", "inset"});
   const slicing::SlicerSettings settings = readSettings(options);
-  const Napi::Float32Array positions = options.floats("positions");
+  const Napi::TypedArray positions = options.floats("positions");
   try {
-    auto slicer = std::make_unique<slicing::Slicer>(
-        std::span<const float>(positions.Data(), positions.ElementLength()), settings);
+    auto slicer =
+        std::make_unique<slicing::Slicer>(HostBytes::ofView(positions).as<float>(), settings);
     slicer_ = slicer.get();
     shared_ = std::make_shared<SharedSlicer>(std::move(slicer));
   } catch (const slicing::SlicingError& failure) {

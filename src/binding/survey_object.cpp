@@ -120,7 +120,8 @@ Napi::Promise SurveyObject::queueSlice(const Napi::CallbackInfo& info,
 
 Napi::Value SurveyObject::addPixels(const Napi::CallbackInfo& info) {
   return queueSlice(info, [&] {
-    return sliceOfPixels(pixelsOf(info[0], size_).data(), size_.width, size_.height, nullptr);
+    const HostBytes pixels = pixelsOf(info[0], size_);
+    return sliceOfPixels(pixels.as<uint8_t>().data(), size_.width, size_.height, nullptr);
   });
 }
 

@@ -60,6 +60,9 @@ std::size_t MemorySource::readAt(std::uint64_t offset, std::span<char> target) {
 }
 
 FileSource::FileSource(const std::filesystem::path& path, const std::string& kind) {
+#ifdef __EMSCRIPTEN__
+  throw FileError("a module in WebAssembly opens no files", "Give the bytes of the file instead");
+#endif
   requireRegularFile(path, kind);
   // Everyone who reads here does so in large pieces.
   file_.rdbuf()->pubsetbuf(nullptr, 0);

@@ -1,10 +1,10 @@
 #include "mesh/ply_values.h"
 
 #include <algorithm>
-#include <bit>
 
 #include "mesh/mesh_error.h"
 #include "mesh/number.h"
+#include "runtime/bit_cast.h"
 
 namespace stiltforge::mesh {
 
@@ -87,8 +87,8 @@ bool PlyBinary::coordinate(PlyType type, float& value) {
   }
   const auto pattern = bits(sizeOf(type));
   if (!pattern) return false;
-  value = type == PlyType::float32 ? std::bit_cast<float>(static_cast<std::uint32_t>(*pattern))
-                                   : static_cast<float>(std::bit_cast<double>(*pattern));
+  value = type == PlyType::float32 ? bitCast<float>(static_cast<std::uint32_t>(*pattern))
+                                   : static_cast<float>(bitCast<double>(*pattern));
   return true;
 }
 

@@ -5,6 +5,8 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "node_api/host_memory.h"
+
 namespace stiltforge {
 
 /// The functions by which an environment makes memory, kept before a host can replace them.
@@ -12,10 +14,10 @@ struct MemoryFunctions {
   static MemoryFunctions of(Napi::Env env);
 
   Napi::FunctionReference arrayBuffer;  ///< the constructor
-  Napi::FunctionReference bufferFrom;   ///< Buffer.from
+  Napi::FunctionReference bufferFrom;   ///< Buffer.from; none in a browser
 };
 
-/// A host Buffer for pixels, made on the main thread.
+/// A host Buffer for pixels, a Uint8Array in a browser, made on the main thread.
 ///
 /// Making it only reserves the memory: its pages are touched where it is filled. A slice job makes
 /// its Buffers before it runs and fills them on its worker thread, so the main thread never copies
@@ -27,14 +29,14 @@ class ResultBuffer {
   /// Zero-filled. Throws std::bad_alloc.
   ResultBuffer(Napi::Env env, const MemoryFunctions& functions, std::size_t size);
 
-  uint8_t* data() { return bytes; }
-  std::size_t size() const { return length; }
-  Napi::Value value() const { return buffer.Value(); }
+  uint8_t* data() const { return block.data(); }
+  std::size_t size() const { return block.size(); }
+  /// With what was written; no more may be. By plain Node-API calls.
+  napi_status value(napi_env env, napi_value* value) const;
 
  private:
   Napi::ObjectReference buffer;
-  uint8_t* bytes = nullptr;
-  std::size_t length = 0;
+  HostBlock block;
 };
 
 }  // namespace stiltforge

@@ -26,18 +26,24 @@ SliceConverter::SliceConverter(ValueMaker& make)
       layer_(make.string("layer")),
       supportedPixels_(make.string("supportedPixels")) {}
 
+napi_value SliceConverter::valueOf(const ResultBuffer& buffer) const {
+  napi_value value = nullptr;
+  if (make_.status() == napi_ok) make_.check(buffer.value(make_.env(), &value));
+  return value;
+}
+
 napi_value SliceConverter::convert(const SliceResult& slice) const {
   const bool hasBuffers = slice.buffers.has_value();
   napi_value result = make_.object();
-  make_.set(result, pixelBuffer_, hasBuffers ? slice.buffers->pixel.value() : make_.null());
-  make_.set(result, topPixelBuffer_, hasBuffers ? slice.buffers->topPixel.value() : make_.null());
+  make_.set(result, pixelBuffer_, hasBuffers ? valueOf(slice.buffers->pixel) : make_.null());
+  make_.set(result, topPixelBuffer_, hasBuffers ? valueOf(slice.buffers->topPixel) : make_.null());
   make_.set(result, width_, make_.number(uint32_t{slice.layer.width}));
   make_.set(result, height_, make_.number(uint32_t{slice.layer.height}));
   make_.set(result, sliceCount_, make_.number(slice.sliceCount));
   make_.set(result, needBuffer_, make_.boolean(hasBuffers));
   make_.set(result, layerIndex_, make_.number(uint32_t{slice.layerIndex}));
   make_.set(result, layer_, layers_.convert(slice.layer));
-  if (hasBuffers) make_.set(result, supportedPixels_, slice.buffers->supportedPixels.value());
+  if (hasBuffers) make_.set(result, supportedPixels_, valueOf(slice.buffers->supportedPixels));
   return result;
 }
 

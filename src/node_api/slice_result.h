@@ -40,6 +40,8 @@ class SliceConverter {
   napi_value convert(const SliceResult& slice) const;
 
  private:
+  napi_value valueOf(const ResultBuffer& buffer) const;
+
   ValueMaker& make_;
   LayerConverter layers_;
   napi_value pixelBuffer_, topPixelBuffer_, width_, height_, sliceCount_, needBuffer_, layerIndex_,

@@ -1,7 +1,8 @@
 #pragma once
 
-#include <bit>
 #include <cstdint>
+
+#include "runtime/bit_cast.h"
 
 namespace stiltforge::printer_files {
 
@@ -14,7 +15,7 @@ inline uint32_t bigEndian32(const uint8_t* bytes) {
 }
 
 inline float bigEndianFloat(const uint8_t* bytes) {
-  return std::bit_cast<float>(bigEndian32(bytes));
+  return bitCast<float>(bigEndian32(bytes));
 }
 
 }  // namespace stiltforge::printer_files

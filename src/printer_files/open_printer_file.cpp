@@ -1,5 +1,6 @@
 #include "printer_files/open_printer_file.h"
 
+#include <algorithm>
 #include <array>
 #include <string>
 #include <string_view>
@@ -70,6 +71,17 @@ bool holdsModel(files::ByteSource& source) {
   }
 }
 
+bool hasOwnExtension(const std::filesystem::path& name) {
+  const std::string extension = lowerCase(name.extension().string());
+  constexpr std::array<const char*, 4> own = {".sl1", ".sl1s", ".nanodlp", ".goo"};
+  return std::find(own.begin(), own.end(), extension) != own.end();
+}
+
+bool beginsLikePrint(files::ByteSource& source, const std::filesystem::path& name) {
+  if (isGoo(source)) return true;
+  return isZip(source) && lowerCase(name.extension().string()) != ".3mf" && !holdsModel(source);
+}
+
 /// The bytes of a file in memory of their own.
 class OwnedBytes : public files::ByteSource {
  public:
@@ -107,16 +119,18 @@ std::unique_ptr<PrinterFile> openPrinterFile(std::vector<char> bytes, const Read
 bool isPrinterFile(const std::filesystem::path& path) {
   std::error_code failure;
   if (std::filesystem::is_directory(path, failure)) return true;
-  const std::string extension = lowerCase(path.extension().string());
-  for (const char* own : {".sl1", ".sl1s", ".nanodlp", ".goo"}) {
-    if (extension == own) return true;
-  }
+  if (hasOwnExtension(path)) return true;
   try {
     files::FileSource source(path, kind);
-    return isGoo(source) || (isZip(source) && extension != ".3mf" && !holdsModel(source));
+    return beginsLikePrint(source, path);
   } catch (const FileError&) {
     return false;
   }
+}
+
+bool isPrinterFile(std::span<const char> bytes, const std::filesystem::path& name) {
+  files::MemorySource source(bytes);
+  return hasOwnExtension(name) || beginsLikePrint(source, name);
 }
 
 }  // namespace stiltforge::printer_files

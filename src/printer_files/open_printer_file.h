@@ -34,5 +34,7 @@ std::unique_ptr<PrinterFile> openPrinterFile(std::vector<char> bytes,
 /// extension of a printer file, or a file that begins like one and is no 3MF. False for others that
 /// can't be read.
 bool isPrinterFile(const std::filesystem::path& path);
+/// The same for the bytes of a file, whose name may be empty.
+bool isPrinterFile(std::span<const char> bytes, const std::filesystem::path& name);
 
 }  // namespace stiltforge::printer_files

@@ -171,7 +171,10 @@ test('what is wrong with a file or a layer is a sentence with a code', async () 
     code: 'ERR_STILTFORGE_FILE',
     message: /damaged: layer 1 \("layer1\.png"\) is cut off in/,
   });
-  await assert.rejects(openPrinterFile(7), /The path must be a string/);
+  await assert.rejects(
+    openPrinterFile(7),
+    /The printer file must be a path or the bytes of a file/,
+  );
   await assert.rejects(openPrinterFile('a\0b'), /character 0/);
   await assert.rejects(openPrinterFile(print, { signal: AbortSignal.abort() }), {
     code: 'ABORT_ERR',

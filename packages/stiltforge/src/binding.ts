@@ -1,7 +1,7 @@
 import type { AnalysisParameters, Bytes, SliceResult } from 'stiltforge';
-import { loadBinary } from 'stiltforge/load';
 import type { CheckOptions, CheckReport, Finding } from './check.js';
 import { fromNative } from './errors.js';
+import type { FileSource } from './file_source.js';
 import type {
   FinishedSupports,
   FinishOptions,
@@ -11,6 +11,7 @@ import type {
 } from './hold.js';
 import type { LayerSource } from './layer_source.js';
 import type { MemoryEstimate, ModelSize } from './memory_estimate.js';
+import { loadBinding } from './native_binding.js';
 import type { OrientOptions, OrientResult, Turn } from './orientation.js';
 import type { PrintSettings, SettingConflict, SupportSettings } from './print.js';
 import type { LayerSlicer, LayerSlicerOptions, OpenOptions, PrinterFile } from './printer_file.js';
@@ -146,7 +147,7 @@ export interface NativeCheckOptions
   liftedLayers: number;
 }
 
-/** What binding.node, src/binding, exports. */
+/** What src/binding exports, be it as binding.node or in WebAssembly. */
 export interface Binding {
   Model: new (parameters: Readonly<AnalysisParameters>, survey?: SurveyOptions) => NativeModel;
   Survey: new (width: number, height: number, options: SurveyOptions) => NativeSurvey;
@@ -158,12 +159,9 @@ export interface Binding {
     points?: Uint32Array,
   ) => NativeCheck;
   LayerSlicer: new (file: PrinterFile, options: LayerSlicerOptions) => LayerSlicer;
-  openPrinterFile(path: string, options?: OpenOptions): Promise<PrinterFile>;
-  isPrinterFile(path: string): boolean;
-  readMesh(
-    source: string | ArrayBuffer | ArrayBufferView,
-    options?: ReadMeshOptions,
-  ): Promise<MeshFile>;
+  openPrinterFile(source: FileSource, options?: OpenOptions): Promise<PrinterFile>;
+  isPrinterFile(source: FileSource, name?: string): boolean;
+  readMesh(source: FileSource, options?: ReadMeshOptions): Promise<MeshFile>;
   analysisParameters(
     settings: PrintSettings & SupportSettings,
     slices: { width: number; height: number; layerCount: number },
@@ -189,7 +187,7 @@ let loaded: Binding | undefined;
 /** Loads it when it is first needed: importing this module never fails. Throws an AnalysisError. */
 export function binding(): Binding {
   try {
-    loaded ??= loadBinary('binding.node') as Binding;
+    loaded ??= loadBinding();
     return loaded;
   } catch (error) {
     throw fromNative(error);

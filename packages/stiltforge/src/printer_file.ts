@@ -1,6 +1,7 @@
 // From a printer file, or a folder of pictures, to slices.
 
 import { binding } from './binding.js';
+import type { FileSource } from './file_source.js';
 import type { ChannelOptions, LabelledRuns, Slice } from './slicing.js';
 import type { AbortSignalLike } from './waiting.js';
 
@@ -34,6 +35,8 @@ export interface PrinterFile {
 }
 
 export interface OpenOptions {
+  /** Of bytes: their file, for messages. */
+  name?: string;
   /** The lowest grey that is material, 1 to 255; 128 unless set. */
   threshold?: number;
   signal?: AbortSignalLike;
@@ -80,16 +83,17 @@ export interface LayerSlicer {
  * code ERR_STILTFORGE_FILE; ERR_STILTFORGE_MEMORY when memory runs out, ABORT_ERR when the signal is
  * aborted; with a TypeError or a RangeError for arguments that are none.
  */
-export function openPrinterFile(path: string, options?: OpenOptions): Promise<PrinterFile> {
-  return binding().openPrinterFile(path, options);
+export function openPrinterFile(source: FileSource, options?: OpenOptions): Promise<PrinterFile> {
+  return binding().openPrinterFile(source, options);
 }
 
 /**
  * Whether a path is one for openPrinterFile() and not for readMesh(): a folder, a name with the extension
- * of a printer file, or a file that begins like one. False for others that can't be read.
+ * of a printer file, or a file that begins like one. False for others that can't be read. Of bytes, with
+ * the name of their file where it is known.
  */
-export function isPrinterFile(path: string): boolean {
-  return binding().isPrinterFile(path);
+export function isPrinterFile(source: FileSource, name?: string): boolean {
+  return binding().isPrinterFile(source, name);
 }
 
 /**

@@ -1,9 +1,11 @@
 // From a mesh, a printer file or masks to slices: what a host needs before the analysis and does not have.
 
 import { binding } from './binding.js';
+import type { FileSource } from './file_source.js';
 import type { Overhang, RunArrays } from './slice_runs.js';
 import type { AbortSignalLike } from './waiting.js';
 
+export type { FileSource } from './file_source.js';
 export {
   analysisParameters,
   defaultPrint,
@@ -217,10 +219,7 @@ export interface ReadMeshOptions {
  * code ERR_STILTFORGE_MESH; ERR_STILTFORGE_MEMORY when memory runs out, ABORT_ERR when the signal is
  * aborted; with a TypeError for arguments that are none.
  */
-export function readMesh(
-  source: string | ArrayBuffer | ArrayBufferView,
-  options?: ReadMeshOptions,
-): Promise<MeshFile> {
+export function readMesh(source: FileSource, options?: ReadMeshOptions): Promise<MeshFile> {
   return binding().readMesh(source, options);
 }
 
