@@ -1,13 +1,18 @@
 # What every file that speaks Node-API is compiled with: the headers of the npm packages
-# node-api-headers and node-addon-api. No Node installation is linked; the host process provides the
-# symbols at load.
+# node-api-headers, for WebAssembly emnapi, and node-addon-api. No Node installation is linked; the
+# host process provides the symbols at load.
 set(modules ${PROJECT_SOURCE_DIR}/node_modules)
-if(NOT EXISTS ${modules}/node-api-headers/include/node_api.h)
-  message(FATAL_ERROR "node-api-headers is missing: run `npm install` first, or configure with -DSTILTFORGE_ADDON=OFF")
+if(EMSCRIPTEN)
+  set(node_api_headers ${modules}/emnapi/include/node)
+else()
+  set(node_api_headers ${modules}/node-api-headers/include)
+endif()
+if(NOT EXISTS ${node_api_headers}/node_api.h)
+  message(FATAL_ERROR "${node_api_headers} is missing: run `npm install` first, or configure with -DSTILTFORGE_ADDON=OFF")
 endif()
 add_library(stiltforge_node_headers INTERFACE)
 target_include_directories(stiltforge_node_headers SYSTEM INTERFACE
-  ${modules}/node-api-headers/include ${modules}/node-addon-api)
+  ${node_api_headers} ${modules}/node-addon-api)
 # What the core throws inside an exported function becomes a script Error too. In an environment that
 # is being shut down jobs still complete, but script calls fail without an exception to throw on; that
 # is no reason to abort the process.

@@ -32,6 +32,7 @@ export const order = {
     ...['orient', 'printer_files', 'print', 'slicing', 'mesh', 'files', 'check', 'hold'],
     ...['model', 'support', 'analysis', 'runtime'],
   ],
+  wasm: ['node_api'],
   node_api: ['model', 'support', 'analysis', 'runtime'],
   orient: ['hold', 'print', 'slicing', 'model', 'support', 'analysis', 'runtime'],
   scaffold: ['slicing', 'runtime'],
@@ -49,7 +50,7 @@ export const order = {
 };
 
 /** Only these may include Node's headers. */
-export const nodeFolders = ['addon', 'binding', 'node_api'];
+export const nodeFolders = ['addon', 'binding', 'wasm', 'node_api'];
 
 const nodeHeaders = /^(napi.*|node_api.*|js_native_api.*|node|v8.*|uv)\.h$/;
 

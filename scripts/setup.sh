@@ -1,6 +1,6 @@
 #!/bin/sh
 # Installs what a fresh Debian machine lacks, then the npm packages.
-# Usage: sh scripts/setup.sh [build|test|bench|sanitize|fuzz|digest]
+# Usage: sh scripts/setup.sh [build|test|bench|sanitize|fuzz|digest|wasm]
 set -eu
 cd "$(dirname "$0")/.."
 
@@ -13,6 +13,7 @@ case $purpose in
   test)
     packages="$packages libgtest-dev libgmock-dev libbenchmark-dev libpng-dev"
     packages="$packages clang-format clang-tidy pkgconf make python3 chromium redis-server"
+    packages="$packages emscripten dpkg-dev"
     ;;
   bench) packages="$packages libbenchmark-dev libopencv-dev libpng-dev" ;;
   sanitize | fuzz)
@@ -21,8 +22,9 @@ case $purpose in
   digest)
     packages="$packages clang libc++-dev libc++abi-dev g++-aarch64-linux-gnu qemu-user"
     ;;
+  wasm) packages="$packages emscripten dpkg-dev" ;;
   *)
-    echo "setup: unknown purpose '$purpose': use build, test, bench, sanitize, fuzz or digest" >&2
+    echo "setup: unknown purpose '$purpose': use build, test, bench, sanitize, fuzz, digest or wasm" >&2
     exit 2
     ;;
 esac

@@ -2,11 +2,11 @@
 
 #include <cmath>
 #include <cstddef>
-#include <cstring>
 #include <limits>
 #include <memory>
 #include <new>
 #include <optional>
+#include <span>
 #include <string>
 #include <utility>
 #include <vector>
@@ -16,6 +16,7 @@
 #include "binding/job.h"
 #include "binding/options.h"
 #include "binding/rejection.h"
+#include "node_api/host_memory.h"
 #include "node_api/refusal.h"
 #include "node_api/value_maker.h"
 #include "scaffold/scaffold.h"
@@ -122,13 +123,11 @@ class ScaffoldJob : public Job {
     static_assert(sizeof(slicing::Triangle) == 9 * sizeof(float));
     napi_value buffer = nullptr;
     napi_value array = nullptr;
-    void* data = nullptr;
     if (make.status() == napi_ok) make.check(newArrayBuffer(make.env(), bytes, &buffer));
     if (make.status() == napi_ok) {
-      make.check(napi_get_arraybuffer_info(make.env(), buffer, &data, nullptr));
+      make.check(copyToHost(make.env(), buffer, built_.triangles.data(), bytes));
     }
     if (make.status() != napi_ok) return nullptr;
-    if (bytes > 0) std::memcpy(data, built_.triangles.data(), bytes);
     make.check(napi_create_typedarray(make.env(), napi_float32_array, bytes / sizeof(float), buffer,
                                       0, &array));
     built_.triangles = {};
@@ -164,16 +163,17 @@ std::vector<slicing::Vector> readPoints(Napi::Env env, const Napi::Value& value)
       value.As<Napi::TypedArray>().TypedArrayType() != napi_float64_array) {
     throw Napi::TypeError::New(env, "The option \"points\" must be a Float64Array.");
   }
-  const auto given = value.As<Napi::Float64Array>();
-  if (given.ElementLength() % 3 != 0) {
+  const HostBytes host = HostBytes::ofView(value);
+  const std::span<const double> given = host.as<double>();
+  if (given.size() % 3 != 0) {
     throw Napi::RangeError::New(env,
                                 "The option \"points\" must have three numbers a point; it has " +
-                                    std::to_string(given.ElementLength()) + ".");
+                                    std::to_string(given.size()) + ".");
   }
   std::vector<slicing::Vector> points;
-  points.reserve(given.ElementLength() / 3);
-  for (std::size_t i = 0; i < given.ElementLength(); i += 3) {
-    const double* at = given.Data() + i;
+  points.reserve(given.size() / 3);
+  for (std::size_t i = 0; i < given.size(); i += 3) {
+    const std::span<const double> at = given.subspan(i, 3);
     if (!std::isfinite(at[0]) || !std::isfinite(at[1]) || !std::isfinite(at[2])) {
       throw Napi::RangeError::New(env, "Point " + std::to_string(i / 3) +
                                            " (counted from 0) is no place; its coordinates must be "
@@ -214,10 +214,9 @@ Napi::Value buildScaffold(const Napi::CallbackInfo& info) {
       std::vector<slicing::Vector> points =
           readPoints(env, info[0].As<Napi::Object>().Get("points"));
       // Last, so that no getter can take the memory away between the check and the copy.
-      const Napi::Float32Array given = options.floats("positions");
-      const std::size_t length = given.ElementLength();
-      std::vector<float> positions;
-      if (length > 0) positions.assign(given.Data(), given.Data() + length);
+      const HostBytes host = HostBytes::ofView(options.floats("positions"));
+      const std::span<const float> given = host.as<float>();
+      std::vector<float> positions(given.begin(), given.end());
       job = std::make_unique<ScaffoldJob>(env, std::move(positions), std::move(points), plateZ,
                                           settings, std::move(cancelled));
     } catch (const std::bad_alloc&) {

@@ -11,6 +11,8 @@ declare global {
   const points: SupportPoint[];
   const part: PartSource['part'];
   const runs: PartSource['runs'];
+  /** That a person has chosen. */
+  const file: { readonly name: string; arrayBuffer(): Promise<ArrayBuffer> };
   const template: string;
   function showProgress(layer: number): void;
 }

@@ -20,6 +20,7 @@ Object.assign(globalThis, {
   parameters: analysisParameters(defaultPrint, defaultSupport, slicer),
   points: document.supports.map(({ layer, column, row }) => ({ layer, column, row })),
   part: document,
+  file: new File([await readFile('part.stl')], 'part.stl'),
   runs: (first, count) => slicer.runs(first, count),
   template: await readFile(report, 'utf8'),
   showProgress() {},
