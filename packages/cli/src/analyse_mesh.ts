@@ -1,5 +1,5 @@
 import type { Analysis, SliceResult } from 'stiltforge/analysis';
-import type { Slicer } from 'stiltforge/slicing';
+import type { Slicer, Triangles } from 'stiltforge/slicing';
 import { commandHost } from './command_host.js';
 import { ExitCode, Interrupted, UserError } from './errors.js';
 import type { HeldPart, SlicePoint } from './held_part.js';
@@ -196,14 +196,14 @@ async function withGeometry(
   part: SupportedPart,
   folder: OutputFolder,
   signal: AbortSignal,
-): Promise<SupportedPart> {
+): Promise<SupportedPart & { built?: Triangles }> {
   if (!formats.includes('stl')) return part;
   const { buildSupports } = await import('./scaffold/supports_geometry.js');
   const { partWithSupportsStl, supportsStl } = await import('./output/supports_stl.js');
   const { scaffold, document } = await buildSupports(part, asked, signal);
   await folder.write(formatFiles.stl, supportsStl(scaffold, signal));
   if (asked.merge) await folder.write(mergedFile, partWithSupportsStl(part, scaffold, signal));
-  return { ...part, document };
+  return { ...part, document, built: scaffold.positions };
 }
 
 const usualScaffold: ScaffoldJob = { settings: {}, merge: false };

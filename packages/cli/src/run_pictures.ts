@@ -26,6 +26,8 @@ export interface AnalysedPart {
   part: HeldPart;
   /** What supports.json says of them. */
   document: SupportsDocument;
+  /** The supports as geometry, where they were built. */
+  built?: Triangles;
 }
 
 /**
@@ -37,7 +39,7 @@ export async function drawPictures(
   progress: (share: number) => void,
   signal: AbortSignal,
 ): Promise<NamedPicture[]> {
-  const { mesh, print, support, document } = part;
+  const { mesh, print, support, document, built } = part;
   const name = basename(part.name);
   let done = 0;
   const steps = 2 * viewCount + 2;
@@ -62,7 +64,8 @@ export async function drawPictures(
   slices.catch(() => {});
   try {
     const points = partPoints(document);
-    const scene = partScene(mesh, points, support.criticalAngle, print.layerHeight, print.lift);
+    const { layerHeight, lift } = print;
+    const scene = partScene(mesh, points, support.criticalAngle, layerHeight, lift, built);
     await step();
     const { min, max } = boundingBox(mesh);
     const size = max.map((value, axis) => (value - min[axis]).toFixed(1)).join(' x ');

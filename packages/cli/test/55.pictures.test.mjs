@@ -177,6 +177,16 @@ test('regions, islands and overhangs of a slice have the colours of the legend',
   assert.deepEqual(at(0.01), [248, 250, 251], 'the background');
 });
 
+test('supports that were built stand in the place of pillars', () => {
+  const mesh = triangles(box([10, 0, 5], [14, 4, 9]));
+  const points = [{ position: [12, 2, 5], kind: 'overhang' }];
+  const built = triangles(box([11, 1, 0], [13, 3, 5]));
+  const { pillars } = partScene(mesh, points, 45, 0.05, 5, built);
+  const expected = triangles(box([-1, -1, 0], [1, 1, 5]));
+  assert.deepEqual(pillars.positions, expected, 'moved as the part is');
+  assert.equal(pillars.normals.length, built.length);
+});
+
 test('drawing a part takes less than two seconds of processor time', async () => {
   const points = Array.from({ length: 150 }, (_, i) => ({
     position: [(i * 7) % 20, (i * 3) % 20, 20],

@@ -29,34 +29,42 @@ export interface PartScene {
   tintFrom: number;
 }
 
+/** `built`: the supports as geometry; pillars stand for them unless given. */
 export function partScene(
   mesh: Triangles,
   points: readonly PartPoint[],
   criticalAngle: number,
   layerHeight: number,
   lift = 0,
+  built?: Triangles,
 ): PartScene {
   const { min, max } = boundingBox(mesh);
   const plateZ = min[2] - lift;
   const size: Vector = [max[0] - min[0], max[1] - min[1], max[2] - min[2]];
   const centreX = (min[0] + max[0]) / 2;
   const centreY = (min[1] + max[1]) / 2;
-  const positions = mesh.slice();
-  for (let i = 0; i < positions.length; i += 3) {
-    positions[i] -= centreX;
-    positions[i + 1] -= centreY;
-  }
+  const centred = (triangles: Triangles): Triangles => {
+    const moved = triangles.slice();
+    for (let i = 0; i < moved.length; i += 3) {
+      moved[i] -= centreX;
+      moved[i + 1] -= centreY;
+    }
+    return moved;
+  };
+  const positions = centred(mesh);
   const placesOf = (some: readonly PartPoint[]): Float32Array =>
     Float32Array.from(some.flatMap(({ position: [x, y, z] }) => [x - centreX, y - centreY, z]));
   const places = placesOf(points);
   const pointRadius = 0.008 * Math.hypot(...size);
-  const supported = placesOf(points.filter(({ kind }) => isSupport(kind)));
-  const feet = pillarFeet(supported, positions, plateZ);
+  const pillars = (): Surface => {
+    const supported = placesOf(points.filter(({ kind }) => isSupport(kind)));
+    return pillarSurface(supported, pillarFeet(supported, positions, plateZ), 0.4 * pointRadius);
+  };
   return {
     part: { positions, normals: cornerNormals(positions) },
     points: places,
     kinds: points.map(({ kind }) => kind),
-    pillars: pillarSurface(supported, feet, 0.4 * pointRadius),
+    pillars: built === undefined ? pillars() : smooth(centred(built)),
     size,
     plateZ,
     shadow: plateShadow(positions, plateZ, 0.75 * Math.max(size[0], size[1])),
@@ -64,6 +72,10 @@ export function partScene(
     layerHeight,
     tintFrom: Math.cos((criticalAngle * Math.PI) / 180),
   };
+}
+
+function smooth(positions: Triangles): Surface {
+  return { positions, normals: cornerNormals(positions) };
 }
 
 /** Whether a pillar stands under it. */
