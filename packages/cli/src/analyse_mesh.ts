@@ -7,7 +7,6 @@ import { isLackOfMemory, outOfMemory } from './memory.js';
 import { pointsCsv, supportsJson } from './output/documents.js';
 import { defaultFormats, formatFiles, mergedFile, type OutputFormat } from './output/formats.js';
 import { OutputFolder } from './output/output_folder.js';
-import type { ReportedPart } from './output/packed_report.js';
 import { reportName } from './output/report_name.js';
 import { pictureNames } from './picture_names.js';
 import { markOf } from './point_marks.js';
@@ -165,9 +164,7 @@ async function writeOutputs(
     await writePoints(job, supported, folder, signal);
     if (job.report) {
       const { reportPage } = await import('./output/report.js');
-      const check = await besideVerdict(supported, signal);
-      const page = await reportPage({ ...supported, check }, progress.report, signal);
-      await folder.write(reportName, page);
+      await folder.write(reportName, await reportPage(supported, progress.report, signal));
     }
     if (pictures !== undefined) {
       progress.pictures(0);
@@ -207,25 +204,6 @@ async function withGeometry(
 }
 
 const usualScaffold: ScaffoldJob = { settings: {}, merge: false };
-
-/** What a check finds in the part, of which the verdict on its points says nothing. */
-async function besideVerdict(
-  { slicer, part, document }: SupportedPart,
-  signal: AbortSignal,
-): Promise<ReportedPart['check']> {
-  const { checkPrint } = await import('stiltforge/check');
-  const { besidePoints } = await import('./output/packed_report.js');
-  const { layerHeight, pixelSize, screenWidth, screenHeight, lift } = document.print;
-  const { criticalAngle } = document.settings;
-  const points = part.points.map(({ layer, column, row }) => ({
-    ...{ layer, column: slicer.cropX + column, row: slicer.cropY + row },
-  }));
-  const print = { layerHeight, pixelWidth: pixelSize, screenWidth, screenHeight, lift };
-  const plateZ = slicer.plateZ;
-  return besidePoints(
-    await checkPrint(slicer, { ...print, plateZ, points, criticalAngle, signal }),
-  );
-}
 
 async function writePoints(
   { formats = defaultFormats }: Job,
