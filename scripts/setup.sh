@@ -1,6 +1,6 @@
 #!/bin/sh
 # Installs what a fresh Debian machine lacks, then the npm packages.
-# Usage: sh scripts/setup.sh [build|test|bench|sanitize|fuzz|digest|wasm]
+# Usage: sh scripts/setup.sh [build|docs|test|bench|sanitize|fuzz|digest|wasm]
 set -eu
 cd "$(dirname "$0")/.."
 
@@ -10,9 +10,10 @@ packages="$packages libdeflate-dev libexpat1-dev libfast-float-dev libminizip-de
 packages="$packages nlohmann-json3-dev"
 case $purpose in
   build) ;;
+  docs) packages="$packages doxygen" ;;
   test)
     packages="$packages libgtest-dev libgmock-dev libbenchmark-dev libpng-dev"
-    packages="$packages clang-format clang-tidy pkgconf make python3 chromium redis-server"
+    packages="$packages clang-format clang-tidy pkgconf make python3 chromium doxygen redis-server"
     packages="$packages emscripten dpkg-dev"
     ;;
   bench) packages="$packages libbenchmark-dev libopencv-dev libpng-dev" ;;
@@ -24,7 +25,7 @@ case $purpose in
     ;;
   wasm) packages="$packages emscripten dpkg-dev" ;;
   *)
-    echo "setup: unknown purpose '$purpose': use build, test, bench, sanitize, fuzz, digest or wasm" >&2
+    echo "setup: unknown purpose '$purpose': use build, docs, test, bench, sanitize, fuzz, digest or wasm" >&2
     exit 2
     ;;
 esac

@@ -1,0 +1,56 @@
+// The interfaces of the packages, from their sources, by typedoc.
+import { existsSync, mkdtempSync, readFileSync, rmSync } from 'node:fs';
+import { tmpdir } from 'node:os';
+import { join } from 'node:path';
+import { Application } from 'typedoc';
+import { load } from 'typedoc-plugin-markdown';
+import { root } from './root.mjs';
+
+/** The TypeScript sources of what a package exports, with the names to import them by. */
+function entriesOf(folder) {
+  const { name, exports } = JSON.parse(readFileSync(join(root, folder, 'package.json'), 'utf8'));
+  return Object.entries(exports).flatMap(([path, { types = '' }]) => {
+    const source = join(folder, types.replace('dist/', 'src/').replace('.d.ts', '.ts'));
+    const isSource = types.startsWith('./dist/') && existsSync(join(root, source));
+    return isSource ? [{ folder, source, name: path.replace('.', name) }] : [];
+  });
+}
+
+async function pageOf({ folder, source, name }) {
+  const out = mkdtempSync(join(tmpdir(), 'stiltforge-typedoc-'));
+  try {
+    const options = {
+      plugin: [load],
+      tsconfig: join(root, folder, 'tsconfig.json'),
+      entryPoints: [join(root, source)],
+      out,
+      name,
+      readme: 'none',
+      outputFileStrategy: 'modules',
+      entryFileName: 'page',
+      hideBreadcrumbs: true,
+      hidePageHeader: true,
+      disableSources: true,
+      excludePrivate: true,
+      excludeExternals: true,
+      parametersFormat: 'table',
+      interfacePropertiesFormat: 'table',
+      classPropertiesFormat: 'table',
+      typeDeclarationFormat: 'table',
+      logLevel: 'Error',
+    };
+    const app = await Application.bootstrapWithPlugins(options);
+    const project = await app.convert();
+    if (project === undefined) throw new Error(`${source}: typedoc cannot read it`);
+    await app.generateOutputs(project);
+    return readFileSync(join(out, 'page.md'), 'utf8')
+      .replace(/^# .*$/m, `# ${name}`)
+      .replaceAll('__namedParameters', 'options');
+  } finally {
+    rmSync(out, { recursive: true });
+  }
+}
+
+export const typescriptPages = ['packages/stiltforge', 'packages/cli']
+  .flatMap(entriesOf)
+  .map((entry) => [`api-${entry.name.replaceAll('/', '-')}`, () => pageOf(entry), entry.name]);
