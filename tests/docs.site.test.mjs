@@ -51,7 +51,7 @@ test('the interfaces are those of the sources', () => {
     readFileSync(join(root, 'packages/stiltforge/package.json'), 'utf8'),
   );
   for (const [path, { types = '' }] of Object.entries(exports)) {
-    if (!/^\.\/dist\/\w+\.d\.ts$/.test(types)) continue;
+    if (!/^\.\/dist\/.*\.d\.m?ts$/.test(types)) continue;
     assert.ok(pages.has(`api-stiltforge-${path.slice(2)}.html`), path);
   }
   assert.match(pages.get('api-stiltforge-analysis.html'), /estimateMemory/);

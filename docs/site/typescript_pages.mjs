@@ -1,7 +1,7 @@
 // The interfaces of the packages, from their sources, by typedoc.
 import { existsSync, mkdtempSync, readFileSync, rmSync } from 'node:fs';
 import { tmpdir } from 'node:os';
-import { join } from 'node:path';
+import { basename, dirname, join } from 'node:path';
 import { Application } from 'typedoc';
 import { load } from 'typedoc-plugin-markdown';
 import { root } from './root.mjs';
@@ -10,10 +10,16 @@ import { root } from './root.mjs';
 function entriesOf(folder) {
   const { name, exports } = JSON.parse(readFileSync(join(root, folder, 'package.json'), 'utf8'));
   return Object.entries(exports).flatMap(([path, { types = '' }]) => {
-    const source = join(folder, types.replace('dist/', 'src/').replace('.d.ts', '.ts'));
+    const source = join(folder, types.replace('dist/', 'src/').replace(/\.d\.(m?ts)$/, '.$1'));
     const isSource = types.startsWith('./dist/') && existsSync(join(root, source));
     return isSource ? [{ folder, source, name: path.replace('.', name) }] : [];
   });
+}
+
+/** Sources in a folder of their own may have a configuration of its name. */
+function configurationOf(folder, source) {
+  const own = join(root, folder, `tsconfig.${basename(dirname(source))}.json`);
+  return existsSync(own) ? own : join(root, folder, 'tsconfig.json');
 }
 
 async function pageOf({ folder, source, name }) {
@@ -21,7 +27,7 @@ async function pageOf({ folder, source, name }) {
   try {
     const options = {
       plugin: [load],
-      tsconfig: join(root, folder, 'tsconfig.json'),
+      tsconfig: configurationOf(folder, source),
       entryPoints: [join(root, source)],
       out,
       name,
