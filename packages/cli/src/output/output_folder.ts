@@ -19,11 +19,10 @@ import {
   recordName,
   recordText,
 } from './run_record.js';
-import {
-  makeStagingFolder,
-  removeStagingFolder,
-  removeStaleStagingFolders,
-} from './staging_folder.js';
+import { makeStagingFolder, removeStagingFolder, staleStagingFolders } from './staging_folder.js';
+
+/** Where the files of an earlier run wait in a staging folder until all new ones are in their places. */
+const replacedName = '.replaced';
 
 export interface OutputFolderOptions {
   /** Files that are to be written: one in the way is told before the work begins. */
@@ -55,7 +54,7 @@ export class OutputFolder {
     try {
       inOutputError(path, 'the folder', () => {
         folder.make(path);
-        removeStaleStagingFolders(path);
+        for (const stale of staleStagingFolders(path)) folder.clearUp(stale);
         folder.staging = makeStagingFolder(path);
       });
       const record = readRecord(path);
@@ -115,7 +114,7 @@ export class OutputFolder {
     }
 
     const moves = new Moves();
-    const replaced = join(this.staging, '.replaced');
+    const replaced = join(this.staging, replacedName);
     let current = recordName;
     try {
       this.writeRecord(meanwhile);
@@ -146,6 +145,24 @@ export class OutputFolder {
     if (this.staging !== '') removeStagingFolder(this.staging);
     // Somebody may have put something else into them meanwhile.
     for (const folder of this.made.splice(0).reverse()) ignoringErrors(() => rmdirSync(folder));
+  }
+
+  /**
+   * Removes what a killed run left. If it had not moved all of its files yet, those that it moved away come
+   * back: the record still has both.
+   */
+  private clearUp(staging: string): void {
+    const replaced = join(staging, replacedName);
+    const record = readRecord(this.path);
+    for (const [name, digests] of record) {
+      const old = join(replaced, name);
+      const place = join(this.path, name);
+      if (!existsSync(old) || !digests.includes(digestOf(readFileSync(old)))) continue;
+      if (existsSync(place) && !this.isOurs(name, record)) continue;
+      mkdirSync(dirname(place), { recursive: true });
+      renameSync(old, place);
+    }
+    removeStagingFolder(staging);
   }
 
   private requirePlaceFor(name: string, record: RunRecord): void {

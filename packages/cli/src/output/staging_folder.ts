@@ -22,14 +22,14 @@ export function removeStagingFolder(path: string): void {
   inUse.delete(path);
 }
 
-/** Removes what runs left in `folder` that were killed. */
-export function removeStaleStagingFolders(folder: string): void {
-  for (const name of readdirSync(folder)) {
+/** Those in `folder` of runs that were killed. */
+export function staleStagingFolders(folder: string): string[] {
+  return readdirSync(folder).flatMap((name) => {
     const [, process] = (name.startsWith(prefix) && /-(\d+)-\d+$/.exec(name)) || [];
-    if (process === undefined) continue;
+    if (process === undefined) return [];
     const path = join(folder, name);
-    if (!isInUse(path, Number(process))) rmSync(path, { recursive: true, force: true });
-  }
+    return isInUse(path, Number(process)) ? [] : [path];
+  });
 }
 
 function isInUse(path: string, owner: number): boolean {
