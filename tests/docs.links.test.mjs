@@ -3,7 +3,8 @@ import assert from 'node:assert/strict';
 import { existsSync, readFileSync } from 'node:fs';
 import { join, posix } from 'node:path';
 import { test } from 'node:test';
-import { anchors, documents, links, root } from './docs/markdown.mjs';
+import { commandPage } from '../docs/site/command_page.mjs';
+import { anchors, codeBlocks, documents, inlineCode, links, root } from './docs/markdown.mjs';
 
 /** What is wrong with a link of a document; undefined when nothing is. */
 function faultOf(path, link) {
@@ -51,4 +52,31 @@ test('every npm command that a document names is a script of its package', () =>
       assert.ok(name in known, `${path}: ${command}`);
     }
   }
+});
+
+/** Options of other programs, and of our scripts, by who takes them. */
+const otherOptions = {
+  npm: ['omit', 'silent'],
+  'our scripts': ['box', 'generated', 'price', 'quick', 'rival', 'tilt'],
+  'redis-server': ['appendfsync', 'appendonly', 'maxmemory-policy'],
+  'pkg-config': ['cflags', 'libs', 'static'],
+  PrusaSlicer: ['pad-around-object', 'support-object-elevation', 'output'],
+};
+const known = new Set(Object.values(otherOptions).flat());
+
+/** Commands of other programs. */
+const notOurs = /^(npm|node|cmake|git|docker|sh|bash|prusa-slicer|redis-server) /;
+
+test('every option that a document names is one of the command, or of another program', () => {
+  const help = commandPage();
+  const faults = [];
+  for (const path of documents) {
+    const lines = codeBlocks(path).flatMap(({ text }) => text.split('\n'));
+    for (const piece of [...inlineCode(path), ...lines].filter((text) => !notOurs.test(text))) {
+      for (const [option, name] of piece.matchAll(/(?<![\w-])--([a-z][a-z-]*)/g)) {
+        if (!known.has(name) && !help.includes(option)) faults.push(`${path}: ${piece}`);
+      }
+    }
+  }
+  assert.deepEqual(faults, []);
 });

@@ -1,5 +1,5 @@
 import type { AnalysisParameters } from 'stiltforge/analysis';
-import type { SupportPoint } from 'stiltforge/check';
+import type { CheckPoint } from 'stiltforge/check';
 import type { Slicer, Triangles } from 'stiltforge/slicing';
 import type { PartSource } from 'stiltforge-viewer';
 
@@ -8,7 +8,7 @@ declare global {
   const slicer: Slicer;
   const slices: ArrayBuffer[];
   const parameters: AnalysisParameters;
-  const points: SupportPoint[];
+  const points: CheckPoint[];
   const part: PartSource['part'];
   const runs: PartSource['runs'];
   /** That a person has chosen. */

@@ -32,6 +32,12 @@ export function codeBlocks(path) {
     }));
 }
 
+/** Pieces of code within the text. */
+export function inlineCode(path) {
+  const inline = tokensOf(path).flatMap(({ children }) => children ?? []);
+  return inline.filter(({ type }) => type === 'code_inline').map(({ content }) => content);
+}
+
 /** What links and images lead to, as it is written. */
 export function links(path) {
   const inline = tokensOf(path).flatMap(({ children }) => children ?? []);
