@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "analysis/pixel_masks.h"
+#include "built_digest.h"
 #include "core/core_stack.h"
 #include "digest.h"
 #include "finished_digest.h"
@@ -87,6 +88,9 @@ void run(const std::vector<std::string>& arguments) {
     print("generated-" + std::to_string(first), digest);
     print("finished-" + std::to_string(first), finished);
   }
+  Digest built;
+  addBuilt(built);
+  print("built-model", built);
   print("sliced-model", slicedModel(0.05, 1));
   printFinished("finished-model", slicedModel(0.1, 0.1), 0.1, 0.1);
 }

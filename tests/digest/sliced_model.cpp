@@ -74,7 +74,9 @@ class Soup {
   std::vector<float> positions;
 };
 
-std::vector<float> mesh() {
+}  // namespace
+
+std::vector<float> modelMesh() {
   Soup soup;
   soup.addSphere({-14, 0, 16}, 14);
   soup.addPrism({14, -8, 0}, 4, 24, 10, 6, 3);
@@ -83,8 +85,6 @@ std::vector<float> mesh() {
   soup.addPrism({0, -17, 18}, 1, 6, 0, 3, 8);
   return soup.positions;
 }
-
-}  // namespace
 
 reference::Stack slicedModel(double pixelSize, double layerHeight) {
   reference::Stack stack;
@@ -117,7 +117,7 @@ reference::Stack slicedModel(double pixelSize, double layerHeight) {
   settings.screen.margin = 1200;
   settings.screen.pixelSize = pixelSize;
   settings.channels.layerHeight = layerHeight;
-  slicing::Slicer slicer(mesh(), settings);
+  slicing::Slicer slicer(modelMesh(), settings);
   stack.width = static_cast<uint16_t>(slicer.placement().width);
   stack.height = static_cast<uint16_t>(slicer.placement().height);
   for (uint32_t i = 0; i < slicer.layerCount(); ++i) {

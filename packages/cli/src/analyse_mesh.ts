@@ -69,7 +69,8 @@ export interface JobWatcher {
  */
 export async function analyseMesh(job: Job, watcher: JobWatcher): Promise<Summary> {
   const started = performance.now();
-  const prepared = preparePart(job, job, commandHost);
+  const geometry = job.formats?.includes('stl');
+  const prepared = preparePart(job, { ...job, geometry }, commandHost);
   requireLayers(job, prepared.slicer.layerCount);
   const folder = OutputFolder.open(job.folder, {
     expected: expectedFiles(job),

@@ -15,6 +15,10 @@ const drawingBytes = 150e6;
 const reportBytes = 200e6;
 const reportBytesPerTriangle = 120;
 
+/** What builds supports as geometry, bytes a triangle of the part and a support. */
+const builderBytesPerTriangle = 130;
+const builtBytesPerSupport = 30e3;
+
 /**
  * Slices in memory at once, as runs: those of a job, those cut meanwhile for the next, and those of the
  * last one, which are surveyed.
@@ -43,6 +47,8 @@ const mostPixels = 2 ** 31 - 1;
 export interface Making {
   pictures: boolean;
   report?: boolean;
+  /** Supports as geometry. */
+  geometry?: boolean;
   /** That a support needs below it. */
   layersBelow: number;
 }
@@ -51,7 +57,7 @@ export interface Making {
 export function predictedMemory(
   parameters: AnalysisParameters,
   triangles: number,
-  { pictures, report, layersBelow }: Making,
+  { pictures, report, geometry, layersBelow }: Making,
 ): number {
   const pixels = parameters.width * parameters.height;
   const supports = (overhangsPerPixel * pixels) / parameters.supportStrength;
@@ -66,12 +72,15 @@ export function predictedMemory(
         .total
     : 0;
   const reporting = report ? reportBytes + reportBytesPerTriangle * triangles : 0;
+  const building = geometry
+    ? builderBytesPerTriangle * triangles + builtBytesPerSupport * supports
+    : 0;
   return (
     processBytes +
     bytesPerTriangle * triangles +
     (pictures ? drawingBytes : 0) +
     survey +
-    Math.max(analysis, painting, reporting)
+    Math.max(analysis, painting, reporting, building)
   );
 }
 

@@ -207,3 +207,15 @@ test('programs build supports of a part that they have', async () => {
   await assert.rejects(buildSupports(part, { settings: {}, merge: true }, signal), reason);
   await assert.rejects(bytesOf(supportsStl(scaffold, signal)), reason);
 });
+
+test('a mesh too large for its geometry is refused before the work', async (t) => {
+  const folder = await temporaryFolder(t);
+  const boxes = Array.from({ length: 20000 }, () => box([0, 0, 0], [4, 4, 4])).flat();
+  await writeFile(join(folder, 'part.stl'), binaryStl(boxes));
+  const words = ['part.stl', ...quiet, '--memory', '0.17', '--screen', '200x200'];
+  const { code } = await stiltforge(words, { cwd: folder });
+  assert.equal(code, 0);
+  const { code: built, err } = await stiltforge([...words, '--format', 'stl'], { cwd: folder });
+  assert.equal(built, 5);
+  assert.match(err, /the run may take 1\d\d MB of memory, more than the 170 MB there are/);
+});
