@@ -25,6 +25,7 @@ test('the road of a part reaches nothing that browsers lack', () => {
     'fflate',
     'stiltforge-viewer',
     'stiltforge/analysis',
+    'stiltforge/check',
     'stiltforge/orientation',
     'stiltforge/slicing',
   ]);

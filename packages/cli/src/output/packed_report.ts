@@ -1,4 +1,4 @@
-import type { CheckReport, FindingKind } from 'stiltforge/check';
+import { type CheckReport, checkPrint, type FindingKind } from 'stiltforge/check';
 import { type CheckRecord, type PackedPart, type PartSource, packPart } from 'stiltforge-viewer';
 import type { HeldPart } from '../held_part.js';
 import { pillarFeet } from '../pictures/pillars.js';
@@ -6,30 +6,48 @@ import type { SupportedPart } from '../supported_part.js';
 import type { SupportsDocument } from './documents.js';
 
 /** What a page shows of a part. */
-export interface ReportedPart
-  extends Pick<SupportedPart, 'document' | 'part' | 'mesh' | 'slicer' | 'owedPixels'> {
-  /** What a check found beside what the verdict tells. */
-  check?: CheckRecord;
-}
+export type ReportedPart = Pick<
+  SupportedPart,
+  'document' | 'part' | 'mesh' | 'slicer' | 'owedPixels'
+>;
 
 /**
  * All that there is to see of a part, for the page of a report. `progress` is told the share that is
  * done, from 0 to 1. Throws the signal's reason.
  */
 export async function packedReport(
-  { document, part, mesh, slicer, owedPixels, check }: ReportedPart,
+  reportedPart: ReportedPart,
   progress?: (share: number) => void,
   signal?: AbortSignal,
 ): Promise<PackedPart> {
+  const { document, part, mesh, slicer, owedPixels } = reportedPart;
+  const check = await besideVerdict(reportedPart, signal);
   const places = Float32Array.from(document.supports.flatMap(({ x, y, z }) => [x, y, z]));
   const source: PartSource = {
-    part: { ...reported(document, part), ...(check && { check }) },
+    part: { ...reported(document, part), check },
     positions: mesh,
     runs: (first, count) => slicer.runs(first, count),
     strength: strengthOf(document, owedPixels),
     feet: pillarFeet(places, mesh, document.model.min[2] - (document.print.lift ?? 0)),
   };
   return packPart(source, { progress, signal });
+}
+
+/** What a check finds in the part, of which the verdict on its points says nothing. */
+async function besideVerdict(
+  { slicer, part, document }: ReportedPart,
+  signal?: AbortSignal,
+): Promise<CheckRecord> {
+  const { layerHeight, pixelSize, screenWidth, screenHeight, lift } = document.print;
+  const { criticalAngle } = document.settings;
+  const points = part.points.map(({ layer, column, row }) => ({
+    ...{ layer, column: slicer.cropX + column, row: slicer.cropY + row },
+  }));
+  const print = { layerHeight, pixelWidth: pixelSize, screenWidth, screenHeight, lift };
+  const { plateZ } = slicer;
+  return besidePoints(
+    await checkPrint(slicer, { ...print, plateZ, points, criticalAngle, signal }),
+  );
 }
 
 /** mm2 of each layer: what nothing held, and what its points hold. */

@@ -1,0 +1,272 @@
+import type { PackedPart } from 'stiltforge-viewer';
+import { button, element } from '../../viewer/page/dom.js';
+import { themeIcon } from '../../viewer/page/panels/head.js';
+import type { ThemeChoice } from '../../viewer/page/theme.js';
+import { mountViewer } from '../../viewer/page/viewer.js';
+import { counted } from '../../viewer/page/words.js';
+import type { FileFormat } from '../worker/protocol.js';
+import { Analyst, Failure } from './analyst.js';
+import { meshBytes, oneFile } from './part_file.js';
+import { type PlainWords, plainWords } from './plain_words.js';
+import { resultBar } from './result_bar.js';
+import { saveFile } from './save_file.js';
+import { SettingsForm } from './settings/settings_form.js';
+import { PartPanel } from './start_screen.js';
+
+const title = document.title;
+
+/** The page: a part and settings go in, what the analysis found comes out. */
+export class App {
+  private readonly analyst = new Analyst();
+  private readonly form = new SettingsForm(() => void this.checkSettings());
+  private readonly panel: PartPanel;
+  private readonly chooser = element('input', {
+    attributes: { type: 'file', accept: '.stl,.obj,.ply,.3mf', hidden: '', 'aria-label': 'Mesh' },
+  });
+  private readonly status = element('p', { class: 'unseen', attributes: { role: 'status' } });
+  private readonly start: HTMLElement;
+  private readonly formPlace = element('div', { class: 'form-place' });
+  private readonly dialog: HTMLDialogElement;
+  private readonly dialogPlace = element('div', { class: 'form-place' });
+  /** What is shown of the part that was analysed last. */
+  private result: { element: HTMLElement; unmount: () => void } | undefined;
+  private file: File | undefined;
+  private working: AbortController | undefined;
+
+  constructor(
+    private readonly root: HTMLElement,
+    private readonly theme: ThemeChoice,
+  ) {
+    const choose = (): void => this.chooser.click();
+    const again = (): void => this.analyseAgain();
+    this.panel = new PartPanel({ choose, again, cancel: () => this.working?.abort() });
+    this.dialog = this.settingsDialog(again);
+    this.start = this.startScreen();
+    root.append(this.start, this.dialog, this.chooser, this.status);
+    this.formPlace.append(this.form.element);
+    this.chooser.addEventListener('change', () => {
+      if (this.chooser.files?.length) this.take(this.chooser.files);
+      // The same file may be chosen once more.
+      this.chooser.value = '';
+    });
+    this.listenToDrops();
+    addEventListener('keydown', (event) => {
+      if (event.key === 'Escape') this.working?.abort();
+    });
+  }
+
+  private startScreen(): HTMLElement {
+    return element(
+      'div',
+      { class: 'start' },
+      element(
+        'header',
+        { class: 'top' },
+        element(
+          'div',
+          {},
+          element('h1', { text: 'stiltforge' }),
+          element('p', {
+            class: 'caption',
+            text: 'Finds where a part needs supports when it is printed in resin',
+          }),
+        ),
+        element(
+          'div',
+          { class: 'tools' },
+          button(themeIcon(), 'Light or dark', () => this.theme.toggle()),
+        ),
+      ),
+      element(
+        'main',
+        { class: 'desk' },
+        this.panel.element,
+        element(
+          'section',
+          { class: 'panel', attributes: { 'aria-label': 'Settings' } },
+          element('header', {}, element('h2', { text: 'Settings' })),
+          this.formPlace,
+        ),
+      ),
+    );
+  }
+
+  private settingsDialog(again: () => void): HTMLDialogElement {
+    const dialog = element(
+      'dialog',
+      { class: 'help settings-dialog', attributes: { 'aria-label': 'Settings' } },
+      element('h2', { text: 'Settings' }),
+      this.dialogPlace,
+      element(
+        'div',
+        { class: 'tools' },
+        button('Analyse again', 'Analyse the same part with these settings', again, {
+          class: 'primary',
+        }),
+        button('Close', 'Close', () => dialog.close()),
+      ),
+    );
+    dialog.addEventListener('close', () => this.formPlace.append(this.form.element));
+    return dialog;
+  }
+
+  private listenToDrops(): void {
+    const { root } = this;
+    addEventListener('dragover', (event) => {
+      event.preventDefault();
+      root.classList.add('dragging');
+    });
+    addEventListener('dragleave', (event) => {
+      if (event.relatedTarget === null) root.classList.remove('dragging');
+    });
+    addEventListener('drop', (event) => {
+      event.preventDefault();
+      root.classList.remove('dragging');
+      this.take(event.dataTransfer?.files);
+    });
+  }
+
+  private take(files: FileList | null | undefined): void {
+    this.file = undefined;
+    try {
+      this.file = oneFile(files);
+    } catch (error) {
+      this.working?.abort();
+      this.rest();
+      this.showStart();
+      this.tellFailure(error);
+      return;
+    }
+    void this.analyse(this.file);
+  }
+
+  private analyseAgain(): void {
+    if (this.file !== undefined) void this.analyse(this.file);
+  }
+
+  private async analyse(file: File): Promise<void> {
+    const settings = this.form.read();
+    if (settings === undefined) {
+      this.refuseSettings();
+      return;
+    }
+    this.working?.abort();
+    const working = new AbortController();
+    const { signal } = working;
+    this.working = working;
+    this.showStart();
+    this.form.forget();
+    this.panel.work(file.name).focus();
+    this.status.textContent = `Analysing ${file.name}`;
+    let packed: PackedPart;
+    try {
+      const bytes = await meshBytes(file);
+      packed = await this.analyst.analyse(file.name, bytes, settings, {
+        tell: (progress) => this.panel.tell(progress),
+        signal,
+      });
+    } catch (error) {
+      // Another part is under way.
+      if (this.working !== working) return;
+      this.rest();
+      if (signal.aborted) this.tellCancelled(file);
+      else this.tellFailure(error);
+      return;
+    }
+    this.rest();
+    this.showResult(packed);
+  }
+
+  /** Nothing is under way any more. */
+  private rest(): void {
+    this.working = undefined;
+    this.form.element.inert = false;
+  }
+
+  /** A setting is wrong, which is told beside it. */
+  private refuseSettings(): void {
+    if (!this.dialog.open) {
+      this.showStart();
+      this.panel.fail('A setting is wrong: see there.', undefined, this.file !== undefined);
+    }
+    this.form.focusWrong();
+  }
+
+  private tellCancelled({ name }: File): void {
+    this.panel.fail(`${name}: cancelled.`, undefined, true);
+    this.status.textContent = 'Cancelled';
+    this.start.querySelector<HTMLElement>('.part button')?.focus();
+  }
+
+  private tellFailure(error: unknown): void {
+    const canRepeat = this.file !== undefined;
+    if (!(error instanceof Failure)) {
+      this.panel.fail('Something unexpected failed; please report it.', String(error), canRepeat);
+    } else if (error.isMendable) {
+      const words = plainWords(error.message);
+      this.panel.fail(words.sentence, undefined, canRepeat);
+      this.tellAtSetting(words);
+    } else {
+      this.panel.fail('Something unexpected failed; please report it.', error.message, canRepeat);
+    }
+  }
+
+  private tellAtSetting({ option, sentence }: PlainWords): void {
+    if (option !== undefined) this.form.tell(option, sentence);
+  }
+
+  /** What the ranges of the analysis say of the settings, as soon as one has changed. */
+  private async checkSettings(): Promise<void> {
+    const settings = this.form.read();
+    if (settings === undefined || this.working !== undefined) return;
+    try {
+      await this.analyst.check(settings);
+    } catch (error) {
+      if (error instanceof Failure && error.isMendable) {
+        this.tellAtSetting(plainWords(error.message));
+      }
+    }
+  }
+
+  private showStart(): void {
+    if (this.dialog.open) this.dialog.close();
+    this.result?.unmount();
+    this.result?.element.remove();
+    this.result = undefined;
+    this.start.hidden = false;
+    this.formPlace.append(this.form.element);
+    this.form.element.inert = this.working !== undefined;
+    document.title = title;
+  }
+
+  private showResult(packed: PackedPart): void {
+    this.start.hidden = true;
+    this.panel.invite();
+    const { model, supports } = packed.document.part;
+    const viewer = element('div', { attributes: { id: 'viewer' } });
+    const bar = resultBar({
+      choose: () => this.chooser.click(),
+      openSettings: () => {
+        this.dialogPlace.append(this.form.element);
+        this.dialog.showModal();
+      },
+      save: (format, name) => this.save(format, name, model.file),
+    });
+    const shown = element('div', { class: 'result' }, bar, viewer);
+    this.root.prepend(shown);
+    this.result = { element: shown, unmount: mountViewer(viewer, packed, this.theme) };
+    document.title = `${model.file}: supports`;
+    this.status.textContent = `${model.file}: ${counted(supports.length, 'support point')}`;
+  }
+
+  private async save(format: FileFormat, name: string, part: string): Promise<void> {
+    try {
+      const file = await this.analyst.save(format);
+      saveFile(file, `${part.replace(/\.[^.]*$/, '')}-${name}`);
+      this.status.textContent = `${name} is saved`;
+    } catch (error) {
+      const why = error instanceof Failure ? plainWords(error.message).sentence : String(error);
+      this.status.textContent = why;
+    }
+  }
+}

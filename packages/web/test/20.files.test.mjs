@@ -1,0 +1,84 @@
+// What the page saves is what the command writes.
+import assert from 'node:assert/strict';
+import { readFile } from 'node:fs/promises';
+import { join } from 'node:path';
+import { test } from 'node:test';
+import { stiltforge } from '../../cli/test/harness.mjs';
+import { binaryStl, obj, table, threeMf } from '../../cli/test/meshes.mjs';
+import { rabbit } from './rabbit.mjs';
+import {
+  give,
+  openStiltforge,
+  resultShown,
+  saved,
+  withoutBrowser as skip,
+  temporaryFile,
+} from './stiltforge_page.mjs';
+
+const files = ['points.csv', 'supports.json', 'part.3mf', 'report.html'];
+
+/** Fills a setting by its label. */
+const fill = (label, value) => (page) => page.getByLabel(label, { exact: true }).fill(value);
+const choose = (label, value) => (page) =>
+  page.getByLabel(label, { exact: true }).selectOption(value);
+const unfold = async (page) => {
+  for (const summary of await page.locator('summary').all()) await summary.click();
+};
+
+for (const [what, name, content, words, steps] of [
+  ['the settings as they are', 'table.stl', binaryStl(table()), [], []],
+  [
+    'a rabbit with settings of the part',
+    'rabbit.obj',
+    obj(rabbit()),
+    ['--up', 'y', '--height', '15', '--rotate', '0,-20,12.5', '--center', '--lift', '3'],
+    [
+      unfold,
+      choose('Up in the file', 'y'),
+      fill('Height', '15'),
+      fill('about y', '-20'),
+      fill('about z', '12.5'),
+      fill('Lift off the plate', '3'),
+      (page) => page.getByLabel('Move to the origin').check(),
+    ],
+  ],
+  [
+    'settings of the printer and of the supports',
+    'table.3mf',
+    threeMf(table()),
+    [
+      ...['--scale', '2', '--preset', '6k-202x126', '--layer-height', '0.03'],
+      ...['--preset', 'brittle', '--critical-angle', '50', '--inset', '0.3'],
+      ...['--min-height', '0.5', '--min-spacing', '1.5'],
+    ],
+    [
+      unfold,
+      fill('Scale', '2'),
+      choose('Screen', '6k-202x126'),
+      fill('Layer height', '0.03'),
+      choose('Resin', 'brittle'),
+      fill('Overhang angle', '50'),
+      fill('Off the contour', '0.3'),
+      fill('Least height', '0.5'),
+      fill('Least spacing', '1.5'),
+    ],
+  ],
+]) {
+  test(`the same files as the command writes: ${what}`, { skip }, async (t) => {
+    const { folder } = temporaryFile(t, name, content);
+    const wanted = ['--no-pictures', '-q', '--report', '--format', 'json,csv,3mf'];
+    const run = await stiltforge([name, ...wanted, ...words, '--out', 'out'], { cwd: folder });
+    assert.equal(run.code, 0, run.err);
+
+    const { page } = await openStiltforge(t);
+    for (const step of steps) await step(page);
+    await give(page, name, content);
+    await resultShown(page, name);
+    for (const file of files) {
+      const download = await saved(page, file);
+      assert.equal(download.name, `${name.replace(/\.\w+$/, '')}-${file}`);
+      const written = await readFile(join(folder, 'out', file));
+      assert.ok(download.bytes.equals(written), `${file} is another one`);
+    }
+  });
+}

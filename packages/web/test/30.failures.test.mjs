@@ -1,0 +1,152 @@
+// What can't be analysed is told in a sentence, and the page goes on.
+import assert from 'node:assert/strict';
+import { test } from 'node:test';
+import { binaryStl, box, bumpyBall, table } from './meshes.mjs';
+import {
+  assertAccessible,
+  give,
+  openStiltforge,
+  resultShown,
+  withoutBrowser as skip,
+  told,
+} from './stiltforge_page.mjs';
+
+const tableStl = binaryStl(table());
+
+/** An STL that announces 4 thousand million triangles. */
+function boastful() {
+  const bytes = Buffer.from(tableStl);
+  bytes.writeUInt32LE(0xffffffff, 80);
+  return bytes;
+}
+
+for (const [what, name, content, sentence] of [
+  ['an empty file', 'empty.stl', '', /^empty\.stl: the file is empty/],
+  ['no mesh', 'notes.txt', 'dear diary', /^notes\.txt: .*none of STL, OBJ, PLY or 3MF/],
+  ['noise', 'noise.stl', Buffer.alloc(5000, 0xa7), /^noise\.stl: /],
+  ['a mesh that is cut off', 'cut.stl', tableStl.subarray(0, 300), /^cut\.stl: .*announces 36/],
+  [
+    'a mesh that claims too much',
+    'huge.stl',
+    boastful(),
+    /^huge\.stl: .*announces 4,?294,?967,?295/,
+  ],
+  ['an archive that is cut off', 'cut.3mf', Buffer.from('PK\x03\x04rest'), /^cut\.3mf: /],
+  [
+    'a file for a printer',
+    'plate.sl1',
+    'PK',
+    /^plate\.sl1: this page takes meshes .* npx stiltforge plate\.sl1$/,
+  ],
+  [
+    'a part that is larger than the screen',
+    'wide.stl',
+    binaryStl(box([0, 0, 0], [400, 10, 10])),
+    /^wide\.stl: .*mm/,
+  ],
+]) {
+  test(`${what} is told in a sentence`, { skip }, async (t) => {
+    const { page, complaints } = await openStiltforge(t);
+    await give(page, name, content);
+    assert.match(await told(page), sentence);
+    assert.equal(await page.locator('pre').count(), 0);
+    await give(page, 'table.stl', tableStl);
+    await resultShown(page, 'table.stl');
+    assert.deepEqual(complaints, []);
+  });
+}
+
+test('several files, or none, are told, too', { skip }, async (t) => {
+  const { page } = await openStiltforge(t);
+  const drop = (count) =>
+    page.evaluate((files) => {
+      const dataTransfer = new DataTransfer();
+      for (let i = 0; i < files; i++) dataTransfer.items.add(new File(['x'], `${i}.stl`));
+      window.dispatchEvent(new DragEvent('drop', { dataTransfer, cancelable: true }));
+    }, count);
+  await drop(2);
+  assert.equal(await told(page), 'These were 2 files. Drop one at a time.');
+  await drop(0);
+  assert.match(await told(page), /^That was no file\./);
+  await drop(1);
+  await page.getByText(/^0\.stl: /).waitFor();
+});
+
+test('what is wrong with a setting stands beside it, in the words of the page', {
+  skip,
+}, async (t) => {
+  const { page } = await openStiltforge(t);
+  const layerHeight = page.getByLabel('Layer height');
+  await layerHeight.fill('abc');
+  await layerHeight.press('Tab');
+  await page.getByText('It must be a plain number above 0, like 0.05.').waitFor();
+  await layerHeight.fill('0.05');
+  // Ranges are those of the analysis.
+  await page.getByText('Units, axis, place').click();
+  const lift = page.getByLabel('Lift off the plate');
+  await lift.fill('2000');
+  await lift.press('Tab');
+  const sentence = 'Lift off the plate 2000: it must be from 0 to 1,000 mm.';
+  await page.getByText(sentence).waitFor();
+  assert.equal(await lift.getAttribute('aria-invalid'), 'true');
+  await assertAccessible(page, 'a wrong setting');
+  await page.getByText('Units, axis, place').click();
+  await give(page, 'table.stl', tableStl);
+  assert.equal(await told(page), sentence);
+  await lift.fill('0');
+  await page.getByRole('button', { name: 'Try again' }).click();
+  await resultShown(page, 'table.stl');
+});
+
+test('height and scale are not both taken', { skip }, async (t) => {
+  const { page } = await openStiltforge(t);
+  await page.getByLabel('Height', { exact: true }).fill('10');
+  await page.getByLabel('Scale').fill('2');
+  await give(page, 'table.stl', tableStl);
+  await page.getByText('The height decides the scale: leave one of them empty.').waitFor();
+});
+
+test('a part that needs more memory than there is, is told before it starts', {
+  skip,
+}, async (t) => {
+  const { page } = await openStiltforge(t);
+  await page.getByLabel('Screen').selectOption('own');
+  await page.getByLabel('Pixels across').fill('65535');
+  await page.getByLabel('Pixels up').fill('65535');
+  await page.getByLabel('Pixel size').fill('0.002');
+  await give(page, 'large.stl', binaryStl(box([0, 0, 0], [120, 120, 10])));
+  const sentence = await told(page);
+  assert.match(sentence, /pixels of the screen.*Choose larger pixels with “Pixel size”/);
+  assert.doesNotMatch(sentence, /--/);
+});
+
+test('a run can be cancelled at any time, and another begins at once', { skip }, async (t) => {
+  const { page, complaints } = await openStiltforge(t);
+  await page.getByLabel('Layer height').fill('0.01');
+  await give(page, 'long.stl', binaryStl(bumpyBall()));
+  await page.getByText(/^Layer [1-9]/).waitFor();
+  // The page answers while its worker works.
+  const longest = await page.evaluate(
+    () =>
+      new Promise((resolve) => {
+        let longest = 0;
+        let last = performance.now();
+        const end = last + 500;
+        const step = () => {
+          const now = performance.now();
+          longest = Math.max(longest, now - last);
+          last = now;
+          if (now < end) requestAnimationFrame(step);
+          else resolve(longest);
+        };
+        requestAnimationFrame(step);
+      }),
+  );
+  assert.ok(longest < 2000, `a frame took ${longest} ms`);
+  await page.keyboard.press('Escape');
+  assert.equal(await told(page), 'long.stl: cancelled.');
+  await page.getByLabel('Layer height').fill('0.05');
+  await give(page, 'table.stl', tableStl);
+  await resultShown(page, 'table.stl');
+  assert.deepEqual(complaints, []);
+});

@@ -1,0 +1,58 @@
+import { checkSettings, type Host, messageOf, UserError } from 'stiltforge-cli/part';
+import { type AnalysedPart, analysedPart } from './analysed_part.js';
+import { mostMemory, startCore } from './core.js';
+import { fileOf } from './files.js';
+import type { Answer, Message, Order, Progress } from './protocol.js';
+
+/** Milliseconds between two words of progress. */
+const tellingPause = 50;
+
+const host: Host = { generator: __GENERATOR__, memory: mostMemory };
+
+let template = '';
+let started: Promise<void> = Promise.reject(new Error('the worker was not started'));
+started.catch(() => {});
+let analysed: AnalysedPart | undefined;
+
+function say(message: Message): void {
+  postMessage(message);
+}
+
+function teller(): (progress: Progress) => void {
+  let last = 0;
+  return (progress) => {
+    if (performance.now() - last < tellingPause) return;
+    last = performance.now();
+    say({ progress });
+  };
+}
+
+async function answerTo(order: Order): Promise<Answer> {
+  if (order.order === 'start') {
+    template = order.template;
+    started = startCore(order.core);
+  }
+  await started;
+  switch (order.order) {
+    case 'start':
+      return { answer: 'done' };
+    case 'check':
+      checkSettings(order.settings.print, order.settings.support);
+      return { answer: 'done' };
+    case 'analyse':
+      checkSettings(order.settings.print, order.settings.support);
+      analysed = await analysedPart(order.name, order.bytes, order.settings, host, teller());
+      return { answer: 'analysed', packed: analysed.packed };
+    case 'save':
+      if (analysed === undefined) throw new Error('nothing was analysed yet');
+      return { answer: 'saved', file: await fileOf(analysed, order.format, template) };
+  }
+}
+
+addEventListener('message', ({ data }: MessageEvent<Order>) => {
+  answerTo(data).then(say, (error: unknown) => {
+    const isMendable = error instanceof UserError;
+    const trace = error instanceof Error ? (error.stack ?? error.message) : messageOf(error);
+    say({ answer: 'failed', sentence: isMendable ? error.message : trace, isMendable });
+  });
+});
