@@ -43,6 +43,14 @@ test('every link of the site leads to a page, a heading, a file or another site'
   }
 });
 
+test('every name on a page is there once, also that of a heading', () => {
+  for (const [name, html] of pages) {
+    const ids = [...html.matchAll(/ id="([^"]*)"/g)].map(([, id]) => id);
+    const twice = ids.filter((id, i) => ids.indexOf(id) !== i);
+    assert.deepEqual(twice, [], name);
+  }
+});
+
 test('the interfaces are those of the sources', () => {
   const header = readFileSync(join(root, 'include/stiltforge/stiltforge.h'), 'utf8');
   for (const [, name] of header.matchAll(/STILTFORGE_API[^;]*?\b(stiltforge_\w+)\(/g)) {
@@ -97,7 +105,7 @@ test('no page is wider than a telephone', { skip: withoutBrowser }, async (t) =>
 test('a word is found, and leads to its section', { skip: withoutBrowser }, async (t) => {
   const { page } = await openFile(t, join(site, 'index.html'));
   await page.getByRole('searchbox').fill('estimateMemory');
-  await page.locator('#results a').first().waitFor();
+  await page.locator('#site-results a').first().waitFor();
   await page.keyboard.press('Enter');
   await page.waitForURL(/estimate/i);
 });

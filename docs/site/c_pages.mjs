@@ -184,13 +184,16 @@ function enumeration(member) {
 
 /** The comment at the head of a header, which is no documentation comment. */
 function prose(header) {
-  const [comment] = /^\/\*\n([\s\S]*?)\*\//.exec(readFileSync(join(folder, header), 'utf8')) ?? [];
-  const text = comment.replaceAll(/^ ?\* ?|^\/\*\n|\*\/$/gm, '');
-  return code(text.trim(), '');
+  const text = readFileSync(join(folder, header), 'utf8');
+  const [, comment = ''] = /^\/\*\n([\s\S]*?)\n \*\//.exec(text) ?? [];
+  return code(comment.replaceAll(/^ \* ?/gm, ''), '');
 }
 
 function alias(member, language) {
-  const definition = `${member.text('definition').replaceAll('stiltforge::v0::', '')}`;
+  const definition = member
+    .text('definition')
+    .replaceAll('stiltforge::v0::', '')
+    .replace('= typedef ', '= ');
   const whole = language === 'c' ? definition + member.text('argsstring') : definition;
   const text = `${whole.replace(/\)\s*\(/, ')(')};`;
   return [`## ${member.text('name')}\n`, code(text, language), described(member)].join('\n');

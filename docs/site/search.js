@@ -1,6 +1,6 @@
 // Search over all sections of the site. Everything comes as scripts, so that it works from a disk, too.
-const input = document.getElementById('search');
-const results = document.getElementById('results');
+const input = document.getElementById('site-search');
+const results = document.getElementById('site-results');
 const most = 12;
 let index;
 

@@ -45,20 +45,20 @@ export function htmlPage({ site, page, html, headings }) {
 <script src="search.js" defer></script>
 </head>
 <body>
-<a class="skip" href="#text">Skip to the text</a>
+<a class="skip" href="#site-text">Skip to the text</a>
 <header>
 <a class="name" href="index.html">stiltforge</a>
-<form role="search"><input type="search" id="search" aria-label="Search" placeholder="Search"
+<form role="search"><input type="search" id="site-search" aria-label="Search" placeholder="Search"
  autocomplete="off"></form>
-<a class="to-pages" href="#pages">Pages</a>
+<a class="to-pages" href="#site-pages">Pages</a>
 </header>
-<ol id="results" hidden></ol>
+<ol id="site-results" hidden></ol>
 <div class="columns">
-<main id="text">
+<main id="site-text">
 ${html}
 </main>
 ${contents(headings)}
-<nav id="pages" aria-label="Pages">
+<nav id="site-pages" aria-label="Pages">
 ${navigation(site, page.slug)}
 </nav>
 </div>
