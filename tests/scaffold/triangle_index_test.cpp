@@ -25,7 +25,8 @@ TriangleMesh meshOf(const std::vector<Triangle>& triangles) {
 class TriangleIndexOf : public testing::TestWithParam<std::size_t> {};
 
 // One triangle, a leaf that is full, and one more than fills a power of two of them.
-INSTANTIATE_TEST_SUITE_P(Counts, TriangleIndexOf, testing::Values(1, 4, 33, 700));
+INSTANTIATE_TEST_SUITE_P(Counts, TriangleIndexOf, testing::Values(1, 4, 33, 700),
+                         testing::PrintToStringParamName());
 
 TEST_P(TriangleIndexOf, FindsWhatALookAtAllTrianglesFinds) {
   std::vector<Triangle> triangles = randomTriangles(GetParam(), 5);
