@@ -4,6 +4,7 @@
 
 #include <cmath>
 #include <random>
+#include <string>
 #include <vector>
 
 #include "scaffold/random_triangles.h"
@@ -26,7 +27,7 @@ class TriangleIndexOf : public testing::TestWithParam<std::size_t> {};
 
 // One triangle, a leaf that is full, and one more than fills a power of two of them.
 INSTANTIATE_TEST_SUITE_P(Counts, TriangleIndexOf, testing::Values(1, 4, 33, 700),
-                         testing::PrintToStringParamName());
+                         [](const auto& count) { return "Of" + std::to_string(count.param); });
 
 TEST_P(TriangleIndexOf, FindsWhatALookAtAllTrianglesFinds) {
   std::vector<Triangle> triangles = randomTriangles(GetParam(), 5);
