@@ -13,6 +13,7 @@
 
 #include "runtime/worker_pool.h"
 #include "scaffold/closed_surface.h"
+#include "scaffold/random_triangles.h"
 #include "scaffold/triangle_distance.h"
 #include "slicing/shapes.h"
 #include "slicing/slicing_error.h"
@@ -265,6 +266,33 @@ TEST(Scaffold, IsTheSameForAnyNumberOfWorkers) {
     EXPECT_EQ(scaffold.triangles, first);
   }
   workers::shutdown();
+}
+
+TEST(Scaffold, OfAnyTrianglesIsClosedAndClearOfThem) {
+  std::size_t supports = 0;
+  std::size_t leftOut = 0;
+  for (uint32_t seed = 0; seed < 12; ++seed) {
+    TriangleMesh part;
+    part.triangles = randomTriangles(12, seed);
+    part.bounds = boundsOf(part.triangles);
+    Soup soup;
+    for (const Triangle& triangle : part.triangles) slicing::append(soup, triangle);
+    std::vector<Vector> points;
+    for (const Triangle& triangle : part.triangles) {
+      points.push_back((cornerOf(triangle, 0) + cornerOf(triangle, 1) + cornerOf(triangle, 2)) *
+                       (1.0 / 3));
+    }
+    const Scaffold scaffold = built(soup, points, {}, -1);
+    EXPECT_EQ(scaffold.supports.size() + scaffold.leftOut.size(), points.size());
+    expectSound(scaffold);
+    for (const Support& support : scaffold.supports) {
+      if (support.stand == Stand::low) continue;
+      EXPECT_GT(clearanceOf(soup, scaffold, support, 1.2), 0) << "seed " << seed;
+    }
+    supports += scaffold.supports.size();
+    leftOut += scaffold.leftOut.size();
+  }
+  EXPECT_GT(supports, 10 * leftOut);
 }
 
 TEST(Scaffold, RefusesAPartTooFarAway) {
