@@ -58,7 +58,7 @@ stay written.
 
 Examples:
   stiltforge part.stl
-  stiltforge part.3mf --preset 6k-202x126 --layer-height 0.03
+  stiltforge part.3mf --preset 6k-198x124 --layer-height 0.03
   stiltforge statue.obj --up y --height 80 --out statue-supports
   stiltforge jobs/*.stl plate.sl1 --out supports --no-pictures
   stiltforge foot.stl arm.stl --plate --copies 2 --preset 8k-219x123

@@ -11,8 +11,8 @@ export type ScreenSettings = Pick<PrintSettings, 'pixelSize' | 'screenWidth' | '
 export type ResinSettings = Pick<SupportSettings, 'supportArea' | 'criticalAngle'>;
 
 /**
- * Screens that many printers have, named by the thousands of pixels across and their size in mm, as
- * data sheets give them.
+ * Screens that many printers have, named by the thousands of pixels across and their size in mm. Each is
+ * that of a printer's profile for PrusaSlicer; pixels that are not square are none of these.
  */
 export const screens: readonly Preset<ScreenSettings>[] = [
   screen(2560, 1440, 0.04725),
@@ -20,11 +20,13 @@ export const screens: readonly Preset<ScreenSettings>[] = [
   screen(3840, 2400, 0.035),
   screen(4098, 2560, 0.035),
   screen(3840, 2400, 0.05),
-  screen(5760, 3600, 0.0342),
-  screen(5760, 3600, 0.035),
+  screen(5760, 3600, 0.034),
+  screen(5760, 3600, 0.0344),
   screen(7500, 3240, 0.022),
   screen(7680, 4320, 0.0285),
   screen(7680, 4320, 0.043),
+  screen(8520, 4320, 0.018),
+  screen(9024, 5120, 0.017),
 ];
 
 /** Kinds of resin by what counts for supports: how it breaks, and how stiff it is while wet. */
