@@ -34,7 +34,7 @@ export const order = {
   ],
   wasm: ['node_api'],
   node_api: ['model', 'support', 'analysis', 'runtime'],
-  orient: ['hold', 'print', 'slicing', 'model', 'support', 'analysis', 'runtime'],
+  orient: ['check', 'hold', 'print', 'slicing', 'model', 'support', 'analysis', 'runtime'],
   scaffold: ['slicing', 'runtime'],
   check: ['hold', 'model', 'support', 'analysis', 'runtime'],
   hold: ['model', 'support', 'analysis', 'runtime'],

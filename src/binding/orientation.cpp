@@ -33,6 +33,7 @@ using orient::Orientation;
 // No search needs more, and each costs a slicing of the mesh.
 constexpr uint32_t mostDirections = 100000;
 constexpr uint32_t mostListed = 1000;
+constexpr uint32_t mostAtOnce = 1000;
 constexpr double mostWeight = 1e6;
 
 /// What a search and the functions that watch it share.
@@ -203,6 +204,7 @@ orient::SearchSettings readSettings(Napi::Env env, const Options& options,
   };
   count("directions", settings.spread, 1, mostDirections);
   count("listed", settings.listed, 1, mostListed);
+  count("atOnce", settings.atOnce, 1, mostAtOnce);
   const Napi::Value confirm = object.Get("confirm");
   if (!confirm.IsUndefined() && !confirm.IsBoolean()) {
     throw Napi::TypeError::New(env, "The option \"confirm\" must be true or false.");
@@ -216,10 +218,11 @@ orient::SearchSettings readSettings(Napi::Env env, const Options& options,
 Napi::Value startOrientation(const Napi::CallbackInfo& info) {
   const Napi::Env env = info.Env();
   const Options options(
-      info, {"positions", "layerHeight", "pixelSize", "screenWidth", "screenHeight", "lift",
-             "criticalAngle", "inset", "supportArea", "pointsWeight", "overhangWeight",
-             "islandsWeight", "heightWeight", "cupsWeight", "marksWeight", "keepClean",
-             "directions", "listed", "confirm"});
+      info, {"positions",      "layerHeight",   "pixelSize",      "screenWidth",   "screenHeight",
+             "lift",           "criticalAngle", "inset",          "supportArea",   "minimumHeight",
+             "minimumSpacing", "pointsWeight",  "overhangWeight", "islandsWeight", "heightWeight",
+             "cupsWeight",     "marksWeight",   "keepClean",      "directions",    "listed",
+             "confirm",        "atOnce"});
   const orient::SearchSettings settings = readSettings(env, options, info[0].As<Napi::Object>());
   auto watch = std::make_shared<Watch>();
   // Last, so that no getter can take the memory away between the check and the copy.

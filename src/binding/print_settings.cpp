@@ -16,10 +16,7 @@ PrintSettings readSettings(const Napi::CallbackInfo& info) {
   const Options options(
       info, {"layerHeight", "pixelSize", "screenWidth", "screenHeight", "lift", "criticalAngle",
              "inset", "supportArea", "minimumHeight", "minimumSpacing"});
-  PrintSettings print = readPrint(options);
-  print.minimumHeight = options.optionalNumber("minimumHeight").value_or(print.minimumHeight);
-  print.minimumSpacing = options.optionalNumber("minimumSpacing");
-  return print;
+  return readPrint(options);
 }
 
 uint32_t countOf(Napi::Env env, const Napi::Object& slices, const char* name) {
@@ -45,6 +42,8 @@ PrintSettings readPrint(const Options& options) {
   read("criticalAngle", print.criticalAngle);
   read("inset", print.inset);
   read("supportArea", print.supportArea);
+  read("minimumHeight", print.minimumHeight);
+  print.minimumSpacing = options.optionalNumber("minimumSpacing");
   return print;
 }
 

@@ -4,11 +4,11 @@
 #include <cmath>
 #include <vector>
 
+#include "check/cavities.h"
 #include "hold/finisher.h"
 #include "hold/floating_bodies.h"
 #include "hold/survey.h"
 #include "model/model.h"
-#include "orient/cup_volume.h"
 #include "print/analysis_parameters.h"
 #include "print/support_position.h"
 #include "slicing/channel_falloff.h"
@@ -47,6 +47,12 @@ hold::SurveySettings surveySettings(const PrintSettings& print) {
   settings.steepness =
       std::min(steeperThanCritical / slicing::tangentOfDegrees(print.criticalAngle),
                longestSteepReach * settings.pixelSize / step);
+  return settings;
+}
+
+hold::FinishSettings finishSettings(const PrintSettings& print) {
+  auto settings = hold::FinishSettings::forSupportArea(print.supportArea);
+  settings.spacing = print.minimumSpacing.value_or(settings.spacing);
   return settings;
 }
 
@@ -91,8 +97,10 @@ std::optional<Measured> measure(std::span<const float> positions, const MeasureS
   const uint32_t layers = slicer.layerCount();
   Model model(modelParameters(print, width, height, layers).settings, std::size_t{width} * height);
   hold::Survey survey(surveySettings(print));
-  CupVolume cups;
+  uint64_t cups = 0;
+  check::Cavities cavities([&](const auto& cavity) { cups += cavity.extent.pixels; });
   uint64_t material = 0;
+  uint32_t layer = 0;
   std::vector<Slice> slices(batch);
   try {
     for (uint32_t first = 0; first < layers; first += batch) {
@@ -102,7 +110,7 @@ std::optional<Measured> measure(std::span<const float> positions, const MeasureS
         if (cancelled != nullptr && *cancelled) throw Cancelled();
         material += slice.material.pixelCount();
         survey.add(slice);
-        cups.add(slice);
+        cavities.add(slice.material, slice.width, layer++);
         model.analyse(slice, {.cancelled = cancelled});
         survey.addPoints(slice, pointsOf(model.layers().back()));
       }
@@ -112,18 +120,18 @@ std::optional<Measured> measure(std::span<const float> positions, const MeasureS
   }
   if (material == 0) return std::nullopt;
   survey.finish();
+  cavities.finish();
   const double pixelArea = print.pixelSize * print.pixelSize;
   const slicing::Bounds& bounds = slicer.report().bounds;
   Measured result;
   result.supports =
-      supportsOf(hold::finish(survey, hold::FinishSettings::forSupportArea(print.supportArea)),
-                 slicer, print.layerHeight);
+      supportsOf(hold::finish(survey, finishSettings(print)), slicer, print.layerHeight);
   Measures& measures = result.measures;
   measures.points = static_cast<uint32_t>(result.supports.size());
   measures.overhang = static_cast<double>(overhangPixels(survey)) * pixelArea;
   measures.islands = countIslands(survey, settings.islandHeight);
   measures.height = static_cast<double>(bounds.max.z) - bounds.min.z;
-  measures.cups = static_cast<double>(cups.pixels()) * pixelArea * print.layerHeight;
+  measures.cups = static_cast<double>(cups) * pixelArea * print.layerHeight;
   measures.material = static_cast<double>(material) * pixelArea * print.layerHeight;
   return result;
 }

@@ -17,7 +17,7 @@ struct Measures {
   double overhang = 0;   ///< mm2 of steep overhang, seen from below
   uint32_t islands = 0;  ///< bodies that begin in the air and that nothing takes soon
   double height = 0;     ///< mm from the lowest point to the highest
-  double cups = 0;       ///< mm3 that are closed in while they are printed, see CupVolume
+  double cups = 0;       ///< mm3 that are closed in while they are printed, see check::Cavities
   double marks = 0;      ///< mm2 of the side to be kept clean that supports or the plate would mark
   double material = 0;   ///< mm3 of the slices
 };

@@ -285,7 +285,7 @@ class Search {
     if (result.asItIs) result.best.push_back(*result.asItIs);
     std::vector<std::optional<Orientation>> confirmed(result.best.size());
     total_ = done_ + result.best.size();
-    workers::parallelFor(result.best.size(), [&](std::size_t i) {
+    const auto confirmOne = [&](std::size_t i) {
       if (cancelled_ != nullptr && *cancelled_) throw Cancelled();
       try {
         confirmed[i] = measured(result.best[i], settings_.print);
@@ -294,7 +294,11 @@ class Search {
       }
       if (confirmed[i]) confirmed[i]->cost = costOf(confirmed[i]->measures);
       countOne();
-    });
+    };
+    for (std::size_t first = 0; first < confirmed.size(); first += settings_.atOnce) {
+      const std::size_t count = std::min<std::size_t>(settings_.atOnce, confirmed.size() - first);
+      workers::parallelFor(count, [&](std::size_t i) { confirmOne(first + i); });
+    }
     if (result.asItIs) {
       result.asItIs = confirmed.back();
       confirmed.pop_back();

@@ -38,6 +38,9 @@ struct SearchSettings {
   /// Measure those, and a few that are next, again as they will be printed. Otherwise all figures
   /// are those of the coarser grid.
   bool confirm = true;
+  /// So many of them are measured side by side, at most, 1 or more: each takes the memory of a
+  /// print.
+  uint32_t atOnce = 1000;
 };
 
 enum class Origin : uint8_t { asItIs, flatSide, spread, nearby };

@@ -91,14 +91,25 @@ export function addSupportOptions(command: Command): Command {
     );
 }
 
-export interface FinishOptions {
+export interface RoomOptions {
   minHeight: number;
   minSpacing?: number;
+}
+
+export interface FinishOptions extends RoomOptions {
   asAnalysed?: boolean;
 }
 
 /** How the points of the analysis are finished. In the group of the last options. */
 export function addFinishOptions(command: Command): Command {
+  return addRoomOptions(command).option(
+    '--as-analysed',
+    "the analysis's own points, not finished: see docs/holding.md",
+  );
+}
+
+/** The room that supports need. In the group of the last options. */
+export function addRoomOptions(command: Command): Command {
   return command
     .option(
       '--min-height <mm>',
@@ -110,8 +121,7 @@ export function addFinishOptions(command: Command): Command {
       '--min-spacing <mm>',
       'keep supports of a region this far apart (default: follows from the support area)',
       distance,
-    )
-    .option('--as-analysed', "the analysis's own points, not finished: see docs/holding.md");
+    );
 }
 
 export function printSettings(options: PrinterOptions & Pick<PartOptions, 'lift'>): PrintSettings {

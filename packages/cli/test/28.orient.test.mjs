@@ -209,3 +209,30 @@ test('its help has its own options, and the plain command lists it', async () =>
   assert.match(out, /--keep-clean <side>/);
   assert.match((await stiltforge(['--help'])).out, /\n {2}orient .*which way a part should stand/);
 });
+
+test('the room that supports need counts for the figures, as in the plain command', async (t) => {
+  const dense = ['--support-area', '4', '--no-pictures'];
+  const words = ['--min-height', '0.5', '--min-spacing', '1.9', ...dense];
+  const { code, err, folder, outputs } = await oriented(t, words);
+  assert.equal(code, 0, err);
+  const { asItIs } = await listOf(outputs);
+  const free = await listOf((await oriented(t, dense)).outputs);
+  assert.ok(asItIs.measures.points < free.asItIs.measures.points, 'fewer are further apart');
+  await stiltforge(['part.stl', ...coarse, ...words, '-q', '--out', 'out'], { cwd: folder });
+  const { supports } = JSON.parse(await readFile(join(folder, 'out', 'supports.json'), 'utf8'));
+  assert.equal(asItIs.measures.points, supports.length);
+});
+
+test('a search that needs more memory than it may take is refused before it starts', async (t) => {
+  const { code, err, folder } = await oriented(t, ['--memory', '0.05']);
+  assert.equal(code, 5);
+  assert.match(err, /may take \d+ MB of memory, more than the 50 MB there are.*--memory/);
+  assert.deepEqual(await readdir(folder), ['part.stl']);
+});
+
+test('little memory makes the search slower, not different', async (t) => {
+  const { code, err, outputs } = await oriented(t, ['--memory', '0.15', '--no-pictures']);
+  assert.equal(code, 0, err);
+  const free = await oriented(t, ['--no-pictures']);
+  assert.deepEqual(await listOf(outputs), await listOf(free.outputs));
+});

@@ -73,6 +73,11 @@ export interface OrientOptions extends Partial<PrintSettings>, Partial<SupportSe
    * the coarser grid of the search.
    */
   confirm?: boolean;
+  /**
+   * So many of these are measured side by side, 1 to 1,000, each in the memory of a print; as many as there
+   * are cores unless set.
+   */
+  atOnce?: number;
   /** Called about ten times a second with the orientations done and those there are to do. */
   progress?: (done: number, total: number) => void;
   signal?: AbortSignalLike;

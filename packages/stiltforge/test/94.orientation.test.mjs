@@ -146,6 +146,7 @@ test('options that are none are named with what they must be', async () => {
   await refused({ keepClean: [0, 0, 0] }, { name: 'RangeError', message: /no direction/ });
   await refused({ directions: 0 }, { name: 'RangeError', message: /from 1 to/ });
   await refused({ listed: 1.5 }, { name: 'RangeError', message: /whole number/ });
+  await refused({ atOnce: 0 }, { name: 'RangeError', message: /atOnce.*from 1 to 1000/ });
   await refused({ confirm: 1 }, { name: 'TypeError', message: /true or false/ });
   await refused({ pixelSize: 0 }, { name: 'RangeError', message: /pixelSize.*mm/ });
 });

@@ -4,14 +4,16 @@ import type { OrientationWeights } from 'stiltforge/orientation';
 import type { SupportSettings } from 'stiltforge/slicing';
 import { untilInterrupted } from '../interrupting.js';
 import { loadMesh } from '../mesh/load.js';
-import { folderName, wholeNumber } from '../option_values.js';
+import { folderName, positive, wholeNumber } from '../option_values.js';
 import {
   addPartOptions,
   addPrinterOptions,
+  addRoomOptions,
   addSupportOptions,
   type PartOptions,
   type PrinterOptions,
   printSettings,
+  type RoomOptions,
   supportSettings,
 } from '../part_options.js';
 import { placedMesh } from '../placement.js';
@@ -20,7 +22,7 @@ import { orientMesh } from './orient_mesh.js';
 import { directionFrom, weightsFrom } from './preferences.js';
 import { tableText } from './report.js';
 
-interface Options extends PartOptions, PrinterOptions, SupportSettings {
+interface Options extends PartOptions, PrinterOptions, SupportSettings, RoomOptions {
   prefer?: OrientationWeights;
   keepClean?: [x: number, y: number, z: number];
   directions: number;
@@ -28,6 +30,8 @@ interface Options extends PartOptions, PrinterOptions, SupportSettings {
   out?: string;
   force?: boolean;
   pictures: boolean;
+  /** GB */
+  memory?: number;
   json?: boolean;
   quiet?: boolean;
 }
@@ -77,6 +81,7 @@ export function orientCommand(): Command {
   addPartOptions(command);
   addPrinterOptions(command);
   addSupportOptions(command);
+  addRoomOptions(command);
   return command
     .optionsGroup('The results:')
     .option('-o, --out <folder>', 'where they go (default: "<mesh>-orientation")', folderName)
@@ -84,6 +89,7 @@ export function orientCommand(): Command {
     .option('--no-pictures', 'write no picture')
     .option('--json', 'print the list as JSON')
     .optionsGroup('The run:')
+    .option('--memory <GB>', 'memory that it may take (default: what the machine has)', positive)
     .option('-q, --quiet', 'print only warnings and errors')
     .helpOption('-h, --help', 'print this help')
     .addHelpText('after', notes)
@@ -93,7 +99,8 @@ export function orientCommand(): Command {
 
 async function run(meshFile: string, options: Options): Promise<void> {
   const print = printSettings(options);
-  const support = supportSettings(options);
+  const { minHeight: minimumHeight, minSpacing: minimumSpacing, memory } = options;
+  const support = { ...supportSettings(options), minimumHeight, minimumSpacing };
   // Before a large mesh is read.
   checkSettings(print, support);
   // What draws a bar takes longer to load than a small part to analyse.
@@ -118,6 +125,7 @@ async function run(meshFile: string, options: Options): Promise<void> {
           folder: options.out ?? `${basename(meshFile, extname(meshFile))}-orientation`,
           force: options.force,
           pictures: options.pictures,
+          memory: memory === undefined ? undefined : 1e9 * memory,
         },
         { progress: (done, total) => progress?.show(done, total), signal },
       );

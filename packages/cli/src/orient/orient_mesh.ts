@@ -5,11 +5,19 @@ import {
   orient,
   turnedMesh,
 } from 'stiltforge/orientation';
-import type { PrintSettings, SupportSettings, Triangles } from 'stiltforge/slicing';
+import {
+  analysisParameters,
+  type PrintSettings,
+  type SupportSettings,
+  type Triangles,
+} from 'stiltforge/slicing';
 import { codeOf, ExitCode, Interrupted, messageOf, UserError } from '../errors.js';
-import { outOfMemory } from '../memory.js';
+import { memoryOfMachine } from '../machine_memory.js';
+import { outOfMemory, predictedMemory } from '../memory.js';
 import { binaryStl } from '../mesh/binary_stl.js';
+import { boundingBox, triangleCount } from '../mesh/triangles.js';
 import { OutputFolder } from '../output/output_folder.js';
+import { requirePossible } from '../supported_part.js';
 import { version } from '../version.js';
 import { type OrientReport, orientationsJson, turnText } from './report.js';
 
@@ -32,6 +40,8 @@ export interface OrientJob {
   folder: string;
   force?: boolean;
   pictures: boolean;
+  /** Bytes that the search may take; what the machine has unless set. */
+  memory?: number;
 }
 
 export interface OrientWatcher {
@@ -46,6 +56,7 @@ export interface OrientWatcher {
  */
 export async function orientMesh(job: OrientJob, watcher: OrientWatcher): Promise<OrientReport> {
   const { signal } = watcher;
+  const atOnce = printsAtOnce(job);
   const folder = OutputFolder.open(job.folder, {
     expected: [meshName, jsonName, ...(job.pictures ? [pictureName] : [])],
     force: job.force ?? false,
@@ -54,7 +65,7 @@ export async function orientMesh(job: OrientJob, watcher: OrientWatcher): Promis
   process.once('exit', discard);
   try {
     const began = performance.now();
-    const result = await found(job, watcher);
+    const result = await found(job, atOnce, watcher);
     const seconds = (performance.now() - began) / 1000;
     const json = orientationsJson(job.name, result, `stiltforge ${version}`);
     await writeOutputs(job, result, json, folder, signal);
@@ -71,7 +82,40 @@ export async function orientMesh(job: OrientJob, watcher: OrientWatcher): Promis
   }
 }
 
-async function found(job: OrientJob, { progress, signal }: OrientWatcher): Promise<OrientResult> {
+/** The limit of stiltforge/orientation. */
+const mostAtOnce = 1000;
+
+/**
+ * How many of the best there is memory for when they are measured side by side, as they will be printed.
+ * Throws a UserError where there is none for one of them.
+ */
+function printsAtOnce({ mesh, print, support, memory = memoryOfMachine() }: OrientJob): number {
+  const { min, max } = boundingBox(mesh);
+  const longest = Math.hypot(...max.map((top, axis) => top - min[axis]));
+  const { layerHeight, pixelSize, screenWidth, screenHeight } = print;
+  const pixels = Math.max(1, Math.ceil(longest / pixelSize));
+  // No orientation has more.
+  const slices = {
+    width: Math.min(screenWidth, pixels),
+    height: Math.min(screenHeight, pixels),
+    layerCount: Math.min(65_535, Math.max(1, Math.ceil(longest / layerHeight))),
+  };
+  const parameters = analysisParameters(print, support, slices);
+  const triangles = triangleCount(mesh);
+  const making = { pictures: false };
+  const whole = requirePossible(parameters, triangles, { print, support }, making, memory);
+  const resting = predictedMemory({ ...parameters, width: 1, height: 1 }, triangles, {
+    ...{ ...making, layersBelow: 0 },
+  });
+  const each = Math.max(1, whole - resting);
+  return Math.max(1, Math.min(mostAtOnce, Math.floor((memory - resting) / each)));
+}
+
+async function found(
+  job: OrientJob,
+  atOnce: number,
+  { progress, signal }: OrientWatcher,
+): Promise<OrientResult> {
   const { name, mesh, print, support, weights, keepClean, directions, listed } = job;
   try {
     const options = {
@@ -81,7 +125,7 @@ async function found(job: OrientJob, { progress, signal }: OrientWatcher): Promi
       weights,
       keepClean,
       directions,
-      listed,
+      ...{ listed, atOnce },
     };
     return await orient({ ...options, progress, signal });
   } catch (error) {
