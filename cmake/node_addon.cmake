@@ -19,6 +19,11 @@ target_include_directories(stiltforge_node_headers SYSTEM INTERFACE
 target_compile_definitions(stiltforge_node_headers INTERFACE
   NAPI_CPP_EXCEPTIONS NAPI_VERSION=8
   NODE_ADDON_API_CPP_EXCEPTIONS_ALL NODE_API_SWALLOW_UNTHROWABLE_EXCEPTIONS)
+if(WIN32)
+  # All calls go through pointers, also in files that include the header for any engine first: see
+  # src/node_api/windows_host.cpp.
+  target_compile_definitions(stiltforge_node_headers INTERFACE "NAPI_EXTERN=__declspec(dllimport)")
+endif()
 
 # stiltforge_add_addon(NAME source...): a Node-API module build/Release/NAME.node.
 function(stiltforge_add_addon name)
@@ -32,6 +37,11 @@ function(stiltforge_add_addon name)
     target_link_options(${name}_addon PRIVATE -undefined dynamic_lookup)
   elseif(UNIX)
     # The libraries are linked in; their symbols are no business of other modules in the process.
-    target_link_options(${name}_addon PRIVATE -Wl,--exclude-libs,ALL)
+    set(exports ${PROJECT_SOURCE_DIR}/cmake/addon_exports.map)
+    target_link_options(${name}_addon PRIVATE -Wl,--version-script=${exports})
+    set_target_properties(${name}_addon PROPERTIES LINK_DEPENDS ${exports})
+  endif()
+  if(STILTFORGE_RELEASED)
+    target_link_options(${name}_addon PRIVATE -s)
   endif()
 endfunction()

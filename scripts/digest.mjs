@@ -1,6 +1,7 @@
 // Compares the digests of the results of one set of stacks.
 //   node scripts/digest.mjs                   every compiler, library, processor and code path
-//   node scripts/digest.mjs --check PROGRAM   one build of stiltforge_digest against the expected
+//   node scripts/digest.mjs --check PROGRAM...   one build of stiltforge_digest, by the command that runs
+//                                             it, against the expected
 //   node scripts/digest.mjs --write PROGRAM   makes that build's digests the expected ones
 import { execFileSync, spawnSync } from 'node:child_process';
 import { mkdtempSync, readdirSync, readFileSync, rmSync, writeFileSync } from 'node:fs';
@@ -111,17 +112,17 @@ function checkAll(expected, stackFiles) {
   return same;
 }
 
-const [mode, program] = process.argv.slice(2);
+const [mode, ...program] = process.argv.slice(2);
 const folder = mkdtempSync(join(tmpdir(), 'stiltforge-digest-'));
 try {
   const stackFiles = writeStackFiles(folder);
   if (mode === '--write') {
-    writeFileSync(expectedFile, digestsOf([program], stackFiles));
+    writeFileSync(expectedFile, digestsOf(program, stackFiles));
   } else {
     const expected = readFileSync(expectedFile, 'utf8');
     const same =
       mode === '--check'
-        ? check(program, digestsOf([program], stackFiles), expected)
+        ? check(program.join(' '), digestsOf(program, stackFiles), expected)
         : checkAll(expected, stackFiles);
     if (!same) process.exitCode = 1;
   }

@@ -1,6 +1,6 @@
 #!/bin/sh
 # Installs what a fresh Debian machine lacks, then the npm packages.
-# Usage: sh scripts/setup.sh [build|docs|test|bench|sanitize|fuzz|digest|wasm]
+# Usage: sh scripts/setup.sh [build|docs|test|bench|sanitize|fuzz|digest|wasm|prebuild]
 set -eu
 cd "$(dirname "$0")/.."
 
@@ -13,7 +13,7 @@ case $purpose in
   docs) packages="$packages doxygen" ;;
   test)
     packages="$packages libgtest-dev libgmock-dev libbenchmark-dev libpng-dev"
-    packages="$packages clang-format clang-tidy pkgconf make python3 chromium doxygen redis-server"
+    packages="$packages clang-format clang-tidy llvm pkgconf make python3 chromium doxygen redis-server"
     packages="$packages emscripten dpkg-dev"
     ;;
   bench) packages="$packages libbenchmark-dev libopencv-dev libpng-dev" ;;
@@ -24,8 +24,12 @@ case $purpose in
     packages="$packages clang libc++-dev libc++abi-dev g++-aarch64-linux-gnu qemu-user"
     ;;
   wasm) packages="$packages emscripten dpkg-dev" ;;
+  prebuild)
+    packages="$packages dpkg-dev xz-utils llvm musl qemu-user wine wine64"
+    packages="$packages libc6-arm64-cross libstdc++6-arm64-cross"
+    ;;
   *)
-    echo "setup: unknown purpose '$purpose': use build, docs, test, bench, sanitize, fuzz, digest or wasm" >&2
+    echo "setup: unknown purpose '$purpose': use build, docs, test, bench, sanitize, fuzz, digest, wasm or prebuild" >&2
     exit 2
     ;;
 esac

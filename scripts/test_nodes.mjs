@@ -1,14 +1,14 @@
 // Runs the packages' tests on the oldest Node that each of them promises to run on, and on the newest.
 
 import { spawnSync } from 'node:child_process';
-import { existsSync, readdirSync, readFileSync } from 'node:fs';
+import { readdirSync, readFileSync } from 'node:fs';
 import { join } from 'node:path';
 import { fileURLToPath } from 'node:url';
 import { parseArgs } from 'node:util';
+import { installedNode, newest } from './nodes.mjs';
 
 const root = fileURLToPath(new URL('..', import.meta.url));
 const packages = ['packages/stiltforge', 'packages/viewer', 'packages/cli'];
-const newest = 'latest';
 
 const { values, positionals } = parseArgs({
   options: { help: { type: 'boolean' } },
@@ -27,33 +27,8 @@ function oldest(folder) {
   return [...version.split('.'), '0', '0'].slice(0, 3).join('.');
 }
 
-/** The node program of that version, from the npm package that carries it for this platform. */
-function installed(version) {
-  const system = process.platform === 'win32' ? 'win' : process.platform;
-  const name = `node-${system}-${process.arch}`;
-  const folder = join(root, 'build', 'nodes', version);
-  const bin = join(folder, 'node_modules', name, 'bin');
-  const program = join(bin, process.platform === 'win32' ? 'node.exe' : 'node');
-  if (version !== newest && existsSync(program)) return program;
-  const words = [
-    'install',
-    '--prefix',
-    folder,
-    '--no-save',
-    '--no-package-lock',
-    '--loglevel=error',
-  ];
-  const { status } = spawnSync('npm', [...words, `${name}@${version}`], {
-    stdio: ['ignore', 'ignore', 'inherit'],
-    shell: process.platform === 'win32',
-  });
-  if (status === 0 && existsSync(program)) return program;
-  console.error(`test_nodes: npm could not install ${name}@${version} into ${folder}`);
-  process.exit(1);
-}
-
 function passes(folder, version) {
-  const program = installed(version);
+  const program = installedNode(version);
   const { stdout } = spawnSync(program, ['--version'], { encoding: 'utf8' });
   console.log(`== ${folder} on Node ${stdout.trim()}`);
   const tests = readdirSync(join(root, folder, 'test'))
@@ -67,11 +42,16 @@ function passes(folder, version) {
 }
 
 const failed = [];
-for (const folder of packages) {
-  const versions = positionals.length > 0 ? positionals : [oldest(folder), newest];
-  for (const version of versions) {
-    if (!passes(folder, version)) failed.push(`${folder} on ${version}`);
+try {
+  for (const folder of packages) {
+    const versions = positionals.length > 0 ? positionals : [oldest(folder), newest];
+    for (const version of versions) {
+      if (!passes(folder, version)) failed.push(`${folder} on ${version}`);
+    }
   }
+} catch (error) {
+  console.error(`test_nodes: ${error.message}`);
+  process.exit(1);
 }
 console.log(failed.length === 0 ? 'all passed' : `failures: ${failed.join(', ')}`);
 process.exit(failed.length === 0 ? 0 : 1);

@@ -1,39 +1,10 @@
 // A registry on this machine with a few packed packages, to install from without a network.
 import { readFileSync } from 'node:fs';
 import { createServer } from 'node:http';
-import { createRequire } from 'node:module';
 import { join, sep } from 'node:path';
 import { pack } from '../scripts/prebuild/packages.mjs';
 
 const manifestOf = (folder) => JSON.parse(readFileSync(join(folder, 'package.json'), 'utf8'));
-
-/** The installed folder of a package that the package in `folder` asks for, or undefined. */
-function installedFolder(folder, name) {
-  const places = createRequire(join(folder, 'package.json')).resolve.paths(name);
-  for (const place of places) {
-    try {
-      manifestOf(join(place, name));
-      return join(place, name);
-    } catch {}
-  }
-  return undefined;
-}
-
-/** The folders of all packages of others that those in `folders` need to run, as they are installed. */
-export function neededFolders(folders, own) {
-  const found = new Set();
-  const follow = (folder) => {
-    const { dependencies, optionalDependencies } = manifestOf(folder);
-    for (const name of Object.keys({ ...dependencies, ...optionalDependencies })) {
-      const place = own.includes(name) ? undefined : installedFolder(folder, name);
-      if (place === undefined || found.has(place)) continue;
-      found.add(place);
-      follow(place);
-    }
-  };
-  for (const folder of folders) follow(folder);
-  return [...found];
-}
 
 /** Packs installed packages as their registry has them; see `pack`. */
 export function packInstalled(folders, tarballs) {

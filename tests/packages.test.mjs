@@ -17,6 +17,8 @@ import { tmpdir } from 'node:os';
 import { dirname, join } from 'node:path';
 import { after, before, test } from 'node:test';
 import { fileURLToPath } from 'node:url';
+import { billOfMaterials } from '../scripts/prebuild/bill_of_materials.mjs';
+import { neededFolders } from '../scripts/prebuild/needed.mjs';
 import {
   makePackages,
   platformPackageName,
@@ -24,7 +26,7 @@ import {
 } from '../scripts/prebuild/packages.mjs';
 import { writeSamples } from '../scripts/prebuild/samples.mjs';
 import { addons, targets } from '../scripts/prebuild/targets.mjs';
-import { neededFolders, packInstalled, servePackages } from './package_server.mjs';
+import { packInstalled, servePackages } from './package_server.mjs';
 
 const root = fileURLToPath(new URL('..', import.meta.url));
 const folder = realpathSync(mkdtempSync(join(tmpdir(), 'stiltforge-packages-')));
@@ -41,6 +43,7 @@ const ours = targets.find(isOurs);
 const manifest = (place) => JSON.parse(readFileSync(join(place, 'package.json'), 'utf8'));
 
 let packed;
+let needed;
 let registry;
 
 /** The npm that runs this, or the one on the PATH. */
@@ -87,7 +90,8 @@ before(
     const ownNames = packed.map(({ name }) => name);
     const sources = workspacePackages.map((name) => join(root, 'packages', name));
     const tarballs = join(made, 'tarballs');
-    const others = packInstalled(neededFolders(sources, ownNames), tarballs);
+    needed = neededFolders(sources, ownNames);
+    const others = packInstalled(needed, tarballs);
     registry = await servePackages([...packed, ...others], tarballs);
 
     mkdirSync(programs);
@@ -118,7 +122,7 @@ test('a package exists for each platform, with both addons and nothing else that
   for (const target of targets) {
     const { files, version } = packed.find(({ name }) => name === platformPackageName(target));
     const names = files.map(({ path }) => path).sort();
-    assert.deepEqual(names, ['LICENSE', 'README.md', ...addons, 'package.json'].sort());
+    assert.deepEqual(names, ['LICENSE', 'NOTICE', 'README.md', ...addons, 'package.json'].sort());
     assert.equal(version, manifest(join(root, 'packages/stiltforge')).version);
   }
 });
@@ -138,6 +142,37 @@ test('no package carries tests, sources of TypeScript or what only its makers ne
         name,
       );
     }
+  }
+});
+
+test('packages name the works of others that they carry, with their licences', () => {
+  const notice = (name) => readFileSync(join(made, name, 'NOTICE'), 'utf8');
+  const native = [
+    ...['zlib', 'minizip', 'libdeflate', 'expat', 'Boost', 'fast_float', 'nlohmann-json'],
+    ...['libc++', 'node-addon-api'],
+  ];
+  for (const { name } of targets) {
+    for (const part of native) assert.ok(notice(name).includes(`\n${part}`), `${part} in ${name}`);
+    assert.equal(notice(name).includes('\nmingw-w64'), name.startsWith('win32'));
+  }
+  for (const part of ['three', 'meshoptimizer', '@fontsource/roboto']) {
+    assert.ok(notice('viewer').includes(`\n${part} `), part);
+  }
+});
+
+test('the bill of materials lists all that is installed and all that is linked in, once', () => {
+  const { metadata, components, dependencies } = billOfMaterials(made, needed, new Date(0));
+  const refs = [metadata.component, ...components].map((one) => one['bom-ref']);
+  assert.equal(new Set(refs).size, refs.length);
+  const names = components.map(({ name }) => name);
+  const expected = [
+    ...['stiltforge', 'sharp', 'fflate', 'meshoptimizer', 'three'],
+    ...['zlib', 'minizip', 'libdeflate', 'expat', 'boost', 'fast_float', 'nlohmann-json'],
+    ...targets.map(platformPackageName),
+  ];
+  for (const name of expected) assert.ok(names.includes(name), name);
+  for (const { ref, dependsOn } of dependencies) {
+    for (const one of [ref, ...dependsOn]) assert.ok(refs.includes(one), one);
   }
 });
 

