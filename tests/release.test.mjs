@@ -1,0 +1,94 @@
+// The rules that binaries and packages of a release are held to.
+import assert from 'node:assert/strict';
+import { mkdirSync, mkdtempSync, rmSync, writeFileSync } from 'node:fs';
+import { tmpdir } from 'node:os';
+import { join } from 'node:path';
+import { test } from 'node:test';
+import { fileURLToPath } from 'node:url';
+import { faultsOf } from '../scripts/prebuild/check_binary.mjs';
+import { missingFiles, oddFiles, versionFaults } from '../scripts/prebuild/release_rules.mjs';
+import { targets, targetsNamed } from '../scripts/prebuild/targets.mjs';
+
+const root = fileURLToPath(new URL('..', import.meta.url));
+
+test('packages of one version that ask for each other in it may be released', () => {
+  const manifests = [
+    { name: 'stiltforge', version: '1.2.3' },
+    {
+      name: 'stiltforge-cli',
+      version: '1.2.3',
+      dependencies: { stiltforge: '1.2.3', other: '^1' },
+    },
+  ];
+  assert.deepEqual(versionFaults(manifests, 'project(stiltforge VERSION 1.2.3 LANGUAGES CXX)'), []);
+});
+
+test('another version of a package, of what it asks for or of the library is a fault', () => {
+  const manifests = [
+    { name: 'stiltforge', version: '1.2.3' },
+    { name: 'stiltforge-cli', version: '1.2.2', dependencies: { stiltforge: '^1.2.3' } },
+  ];
+  assert.deepEqual(versionFaults(manifests, 'project(stiltforge VERSION 1.2.0)'), [
+    'stiltforge-cli has the version 1.2.2, not 1.2.3',
+    'stiltforge-cli asks for stiltforge ^1.2.3, not 1.2.3',
+    'CMakeLists.txt has the version 1.2.0, not 1.2.3',
+  ]);
+});
+
+test('a package that lacks what its package.json names, or holds what is for its makers, is found', (t) => {
+  const folder = mkdtempSync(join(tmpdir(), 'stiltforge-release-'));
+  t.after(() => rmSync(folder, { recursive: true }));
+  const manifest = { name: 'part', exports: { '.': { types: './a.d.ts', default: './a.js' } } };
+  writeFileSync(join(folder, 'package.json'), JSON.stringify(manifest));
+  const paths = ['LICENSE', 'README.md', 'a.js', 'src/a.ts', 'test/a.test.mjs', 'binding.node'];
+  const packed = { name: 'part', folder, files: paths.map((path) => ({ path })) };
+  assert.deepEqual(missingFiles(packed), ['part lacks a.d.ts']);
+  assert.deepEqual(oddFiles(packed), [
+    'part holds src/a.ts',
+    'part holds test/a.test.mjs',
+    'part holds binding.node',
+  ]);
+});
+
+test('a platform without its second addon or its NOTICE is found', (t) => {
+  const folder = mkdtempSync(join(tmpdir(), 'stiltforge-release-'));
+  t.after(() => rmSync(folder, { recursive: true }));
+  mkdirSync(folder, { recursive: true });
+  writeFileSync(join(folder, 'package.json'), JSON.stringify({ os: ['linux'] }));
+  const files = ['LICENSE', 'README.md', 'stiltforge.node'].map((path) => ({ path }));
+  assert.deepEqual(missingFiles({ name: 'platform', folder, files }), [
+    'platform lacks NOTICE',
+    'platform lacks binding.node',
+  ]);
+});
+
+test('a target that does not exist is refused with the names of those that do', () => {
+  assert.deepEqual(targetsNamed([]), targets);
+  assert.throws(
+    () => targetsNamed(['win32-x86']),
+    /no target win32-x86; .* win32-x64, win32-arm64/,
+  );
+});
+
+const onThisMachine = process.platform === 'linux' && process.arch === 'x64';
+
+test('a build for this machine alone is no binary to hand on', { skip: !onThisMachine }, () => {
+  const gnu = targets.find(({ name }) => name === 'linux-x64-gnu');
+  const faults = faultsOf(join(root, 'build/Release/binding.node'), gnu);
+  const start = 'linux-x64-gnu/binding.node: it needs';
+  assert.ok(
+    faults.includes(`${start} libstdc++.so.6, which not every system has`),
+    faults.join('\n'),
+  );
+  assert.ok(!faults.some((sentence) => sentence.includes('exports')));
+});
+
+test('a binary of another platform is found by its format and what it needs', {
+  skip: !onThisMachine,
+}, () => {
+  const file = join(root, 'build/Release/stiltforge.node');
+  const arm = targets.find(({ name }) => name === 'linux-arm64-musl');
+  const faults = faultsOf(file, arm);
+  assert.match(faults[0], /its format is elf64-x86-64, not elf64-littleaarch64$/);
+  assert.ok(faults.some((sentence) => sentence.endsWith('libc.so.6, which not every system has')));
+});
