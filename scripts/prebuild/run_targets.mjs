@@ -50,8 +50,10 @@ function resultsOf(command, installed, samples, output, env) {
   const script = join(samples, 'results.mjs');
   rmSync(output, { force: true });
   const [program, ...words] = command;
+  // Node for Windows cannot write into a pipe under wine.
   run(program, [...words, script, installed, samples, output], {
     env: { STILTFORGE_BINARIES: '', ...env },
+    log: `${output}.log`,
   });
   return JSON.parse(readFileSync(output, 'utf8'));
 }

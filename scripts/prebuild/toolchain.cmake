@@ -18,6 +18,7 @@ else()
   message(FATAL_ERROR "no system is known for the target ${STILTFORGE_ZIG_TARGET}")
 endif()
 
+set(CMAKE_USER_MAKE_RULES_OVERRIDE ${CMAKE_CURRENT_LIST_DIR}/rules.cmake)
 set(CMAKE_C_COMPILER ${STILTFORGE_ZIG} cc -target ${STILTFORGE_ZIG_TARGET})
 set(CMAKE_CXX_COMPILER ${STILTFORGE_ZIG} c++ -target ${STILTFORGE_ZIG_TARGET})
 
