@@ -110,7 +110,7 @@ before(
     await runBare(process.execPath, npm);
     writeSamples(samples);
   },
-  { timeout: 240_000 },
+  { timeout: 600_000 },
 );
 
 after(async () => {
@@ -154,6 +154,9 @@ test('packages name the works of others that they carry, with their licences', (
   for (const { name } of targets) {
     for (const part of native) assert.ok(notice(name).includes(`\n${part}`), `${part} in ${name}`);
     assert.equal(notice(name).includes('\nmingw-w64'), name.startsWith('win32'));
+  }
+  for (const part of ['zlib', 'musl', '@emnapi/core']) {
+    assert.ok(notice('stiltforge').includes(`\n${part} `), part);
   }
   for (const part of ['three', 'meshoptimizer', '@fontsource/roboto']) {
     assert.ok(notice('viewer').includes(`\n${part} `), part);

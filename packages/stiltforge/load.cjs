@@ -90,11 +90,12 @@ function remedy() {
   const build =
     `run "npm run build" in a clone of the repository, which needs ${buildTools()}, and let the` +
     ' variable STILTFORGE_BINARIES name its folder build/Release';
+  const withoutBinary = 'import stiltforge/wasm, which needs none';
   const name = platformPackage();
-  if (name === undefined) return build;
+  if (name === undefined) return `${withoutBinary}, or ${build}`;
   return (
     `install ${name}@${version} (npm does it beside stiltforge, unless optional packages are left out` +
-    ` or the lock file was written for other platforms), or ${build}`
+    ` or the lock file was written for other platforms), ${withoutBinary}, or ${build}`
   );
 }
 

@@ -26,7 +26,15 @@ const fromCompiler = (folder) => ({
   purl: `pkg:npm/%40zigc/lib@${compilerVersion}#${folder}`,
 });
 
-/** Compiled or linked into the addons. `only`: the systems that it is linked on. */
+const emscriptenVersion = '3.1.6';
+const fromEmscripten = (folder) => ({
+  version: emscriptenVersion,
+  purl: `pkg:deb/debian/emscripten@${emscriptenVersion}#${folder}`,
+});
+
+const isWasm = ({ os }) => os === 'wasm';
+
+/** Compiled or linked into the addons and the module in WebAssembly. `on`: the targets that it is linked for. */
 const nativeParts = [
   { name: 'zlib', ...fromDebian('zlib'), licence: 'Zlib' },
   { name: 'minizip', ...fromDebian('minizip'), licence: 'Zlib' },
@@ -41,19 +49,28 @@ const nativeParts = [
     ...fromCompiler('libcxx'),
     licence: 'Apache-2.0 WITH LLVM-exception',
   },
-  { name: 'zig', title: "zig's compiler runtime", ...fromCompiler('compiler_rt'), licence: 'MIT' },
+  {
+    name: 'zig',
+    title: "zig's compiler runtime",
+    ...fromCompiler('compiler_rt'),
+    licence: 'MIT',
+    on: (target) => !isWasm(target),
+  },
+  { name: 'musl', ...fromEmscripten('musl'), licence: 'MIT', on: isWasm },
+  { name: 'emscripten', ...fromEmscripten('system'), licence: 'MIT', on: isWasm },
   {
     name: 'mingw-w64',
     title: 'mingw-w64, as in zig',
     ...fromCompiler('libc/mingw'),
     licence: 'ZPL-2.1',
-    only: 'win32',
+    on: ({ os }) => os === 'win32',
   },
 ];
 
 /** Of npm, bundled into the addons and the page of reports. */
 const npmParts = {
   native: ['node-addon-api', 'node-api-headers'],
+  wasm: ['@emnapi/core', '@emnapi/runtime', 'node-addon-api', 'node-api-headers'],
   viewer: ['three', 'meshoptimizer', '@fontsource/roboto'],
 };
 
@@ -79,12 +96,13 @@ function npmPart(name, from) {
 /** What a package carries: { name, title, version, licence (SPDX), text, purl }. */
 export function bundledIn(name, target) {
   if (name === 'viewer') return npmParts.viewer.map((part) => npmPart(part, 'packages/viewer'));
-  if (target === undefined) return [];
+  const machine = name === 'stiltforge' ? { os: 'wasm' } : target;
+  if (machine === undefined) return [];
   return [
     ...nativeParts
-      .filter(({ only }) => only === undefined || only === target.os)
+      .filter(({ on }) => on === undefined || on(machine))
       .map((part) => ({ ...part, text: readFileSync(join(folder, `${part.name}.txt`), 'utf8') })),
-    ...npmParts.native.map((part) => npmPart(part, '.')),
+    ...npmParts[isWasm(machine) ? 'wasm' : 'native'].map((part) => npmPart(part, '.')),
   ];
 }
 

@@ -109,7 +109,10 @@ test('without a binary the error is one sentence: the platform, what was tried, 
     `There is no stiltforge.node that Node ${process.versions.node} can load on ${machine}` +
     ` (tried ${platformPackage}: not installed): install ${platformPackage}@${version} `;
   assert.equal(message.slice(0, beginning.length), beginning);
-  assert.match(message, /, or run "npm run build" in a clone of the repository, which needs /);
+  assert.match(
+    message,
+    /, import stiltforge\/wasm, which needs none, or run "npm run build" in a clone of the repository, which needs /,
+  );
   assert.match(message, / STILTFORGE_BINARIES name its folder build\/Release\.$/);
 });
 
@@ -120,7 +123,7 @@ test('on a platform without a package the error tells to build', async (t) => {
   const { message } = await requireIn(folder, { NODE_OPTIONS: `--require "${other}"` });
   assert.match(
     message,
-    /on \w+-riscv64 \(there is no package with binaries for it\): run "npm run/,
+    /on \w+-riscv64 \(there is no package with binaries for it\): import stiltforge\/wasm.* or run/,
   );
 });
 
