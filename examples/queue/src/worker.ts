@@ -28,9 +28,12 @@ async function run(settings: Settings): Promise<void> {
   // The worker tells of the same troubles.
   queue.on('error', () => {});
   const metrics = new Metrics(queue);
-  const worker = new PartWorker(settings, storage, metrics, log);
-  const server = healthServer(worker, metrics).listen(settings.port, settings.host);
+  // A port that is taken is told before any job is.
+  let worker: PartWorker | undefined;
+  const notReady = () => (worker === undefined ? 'It is starting.' : worker.notReady());
+  const server = healthServer({ notReady }, metrics).listen(settings.port, settings.host);
   await once(server, 'listening');
+  worker = new PartWorker(settings, storage, metrics, log);
   const { address, port } = server.address() as AddressInfo;
   log('listening', { address, port, queue: settings.queue });
 
@@ -49,5 +52,5 @@ try {
   await run(settingsFrom(process.env));
 } catch (error) {
   process.stderr.write(`worker: ${error instanceof Error ? error.message : String(error)}\n`);
-  process.exitCode = 1;
+  process.exit(1);
 }

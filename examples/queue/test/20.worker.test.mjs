@@ -325,6 +325,25 @@ test('another storage is plugged in by a module', async (t) => {
   assert.match(none.failedReason, /There is no object/);
 });
 
+test('a port or a storage that cannot be had is told, and no job is taken', async (t) => {
+  const host = await site(t, () => {});
+  const { variables, add } = await setUp(t, {}, { workers: 0 });
+  const job = await add(part);
+  const start = (more) => startProgram(t, 'worker', [], { ...variables, ...more }).done;
+  const taken = await start({ PORT: host.split(':')[1] });
+  assert.equal(taken.code, 1);
+  assert.match(taken.err, /^worker: .*address already in use 127\.0\.0\.1:\d+\n$/);
+  const wrong = await start({
+    STORAGE_MODULE: fileURLToPath(import.meta.resolve('stiltforge-cli')),
+  });
+  assert.equal(wrong.code, 1);
+  assert.match(wrong.err, /it has to export createStorage/);
+  const none = await start({ STORAGE_FOLDER: '/dev/null/none' });
+  assert.equal(none.code, 1);
+  assert.match(none.err, /^worker: .*\/dev\/null\/none/);
+  assert.equal(await job.getState(), 'waiting');
+});
+
 test('an environment with mistakes is refused, all named at once', async (t) => {
   const variables = { TIME_LIMIT: 'soon', PORT: '-1', REDIS_URL: 'localhost' };
   const { code, err } = await startProgram(t, 'worker', [], variables).done;

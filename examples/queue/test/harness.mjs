@@ -97,6 +97,9 @@ export function startProgram(t, name, words, variables) {
   const child = spawn(process.execPath, [program(name), ...words], {
     env: { ...process.env, PORT: '0', ...variables },
     stdio: ['ignore', 'pipe', 'pipe'],
+    // Only something broken takes so long.
+    timeout: 120_000,
+    killSignal: 'SIGKILL',
   });
   let out = '';
   let err = '';
