@@ -1,5 +1,5 @@
 import { basename } from 'node:path';
-import { createLayerSlicer, defaultSupport, type LayerSlicer } from 'stiltforge/slicing';
+import { createLayerSlicer, defaultSupport } from 'stiltforge/slicing';
 import {
   admission,
   type Corners,
@@ -19,11 +19,9 @@ import { isLackOfMemory, outOfMemory, predictedMemory } from './memory.js';
 import { pointsCsv, supportsJson } from './output/documents.js';
 import { defaultFormats, formatFiles, type OutputFormat } from './output/formats.js';
 import { OutputFolder } from './output/output_folder.js';
-import { besidePoints, reported, strengthOf } from './output/packed_report.js';
 import { reportName } from './output/report_name.js';
 import { mostSlices, sliceName, sliceSheetName } from './picture_names.js';
-import { asUserError, checkedPrint, cropAround } from './printed_file.js';
-import type { Progress } from './progress.js';
+import { asUserError, cropAround } from './printed_file.js';
 import type { Summary } from './summary.js';
 import {
   analyseLayers,
@@ -56,7 +54,7 @@ export interface PrintJob extends LayersJob, Inspected {
  */
 export async function analysePrint(job: PrintJob, watcher: JobWatcher): Promise<Summary> {
   const started = performance.now();
-  const prepared = preparePrint(job, job);
+  const prepared = preparePrint(job, job, commandHost);
   requireLayers(job, job.printed.file.layerCount);
   const folder = OutputFolder.open(job.folder, {
     expected: expectedFiles(job),
@@ -123,10 +121,10 @@ async function writeOutputs(
     if (formats.includes('json')) await folder.write(formatFiles.json, supportsJson(document));
     if (formats.includes('csv')) await folder.write(formatFiles.csv, pointsCsv(document.supports));
     if (job.report) {
-      await folder.write(
-        reportName,
-        await report(job, supported, prepared.slicer, progress, signal),
-      );
+      const { packedPrint } = await import('./output/packed_print.js');
+      const { pageWith } = await import('./output/report.js');
+      const packed = await packedPrint(prepared, supported, progress.report, signal);
+      await folder.write(reportName, await pageWith(packed));
     }
     if (job.pictures) {
       progress.pictures(0);
@@ -141,30 +139,6 @@ async function writeOutputs(
     progress.stop();
     for (const sentence of warnings) warn(`${job.name}: ${sentence}`);
   }
-}
-
-/** The page of the print, with what a check finds in it beside its points. */
-async function report(
-  job: PrintJob,
-  { document, part, box, top, owedPixels }: SupportedPrint,
-  slicer: LayerSlicer,
-  progress: Progress,
-  signal: AbortSignal,
-): Promise<string> {
-  const { printed } = job;
-  const { layerReport } = await import('./output/layer_report.js');
-  const { checkPrint } = await import('stiltforge/check');
-  const { criticalAngle } = job.support;
-  const check = await checkPrint(slicer, {
-    ...checkedPrint(printed),
-    ...{ points: part.points, criticalAngle, signal },
-  });
-  const source = {
-    ...{ printed, box, top, options: layerOptions(job) },
-    part: { ...reported(document, part), check: besidePoints(check) },
-    strength: strengthOf(document, owedPixels),
-  };
-  return layerReport(source, progress.report, signal);
 }
 
 /** Pictures show the part of the screen with material, which alone is painted. */

@@ -41,7 +41,7 @@ export async function placePrintSupports(
   job: LayersJob,
   { progress, signal }: PlaceOptions = {},
 ): Promise<SupportedPrint> {
-  const prepared = preparePrint(job);
+  const prepared = preparePrint(job, {}, commandHost);
   try {
     progress?.start(prepared.slicer.layerCount, 0);
     return await analyseLayers(prepared, { layers: (done) => progress?.layers(done), signal });

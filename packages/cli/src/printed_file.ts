@@ -8,7 +8,8 @@ export interface GivenPrint {
   layerHeight?: number;
   /** mm */
   pixelSize?: number;
-  /** mm, where the file does not say it. */
+  /** mm, where the file does not say them. */
+  usualLayerHeight?: number;
   usualPixelSize?: number;
   /** The lowest grey that is material, 1 to 255. */
   threshold?: number;
@@ -43,16 +44,18 @@ export function asUserError(error: unknown): unknown {
 }
 
 /**
- * Opens a printer file, an archive or a folder of pictures. Throws a UserError that names it when it can't
- * be used or neither it nor `given` says how large layers and pixels are; the signal's reason.
+ * Opens a printer file, an archive or a folder of pictures: that of the path `name`, or its bytes. Throws
+ * a UserError that names it when it can't be used or neither it nor `given` says how large layers and
+ * pixels are; the signal's reason.
  */
 export async function openPrint(
   name: string,
   given: GivenPrint,
   signal?: AbortSignal,
+  bytes?: ArrayBuffer,
 ): Promise<PrintedFile> {
-  const file = await opened(name, given.threshold, signal);
-  const layerHeight = given.layerHeight ?? file.layerHeight;
+  const file = await opened(name, bytes, given.threshold, signal);
+  const layerHeight = given.layerHeight ?? file.layerHeight ?? given.usualLayerHeight;
   if (layerHeight === undefined) throw unsaid(name, 'how high its layers are', '--layer-height');
   const pixel = pixelOf(file, given);
   if (pixel === undefined) throw unsaid(name, 'how large its pixels are', '--pixel-size');
@@ -71,11 +74,15 @@ export async function openPrint(
 
 async function opened(
   name: string,
+  bytes: ArrayBuffer | undefined,
   threshold: number | undefined,
   signal: AbortSignal | undefined,
 ): Promise<PrinterFile> {
   try {
-    return await openPrinterFile(name, { threshold, signal });
+    return await openPrinterFile(bytes ?? name, {
+      ...{ threshold, signal },
+      ...(bytes && { name }),
+    });
   } catch (error) {
     signal?.throwIfAborted();
     throw asUserError(error);

@@ -12,6 +12,7 @@ import { codeOf, ExitCode, messageOf, UserError } from './errors.js';
 import { analysedPart, finishedPart, type HeldPart, isAdded } from './held_part.js';
 import type { Host } from './host.js';
 import { type Making, requireMemory } from './memory.js';
+import { nameOfPath } from './name_of_path.js';
 import type { SupportsDocument } from './output/documents.js';
 import { meshPlaces, Records } from './output/records.js';
 import type { PartOptions } from './part_options.js';
@@ -219,11 +220,6 @@ function documentOf(
     supports,
     dropped: records.dropped(part),
   };
-}
-
-/** Of a path of any system. */
-function nameOfPath(path: string): string {
-  return path.replace(/.*[/\\]/s, '');
 }
 
 /** The slices show nothing, which is either the pixels' fault or the mesh's. */

@@ -1,4 +1,3 @@
-import { basename } from 'node:path';
 import { Analysis, type AnalysisParameters, type SliceResult } from 'stiltforge/analysis';
 import {
   analysisParameters,
@@ -8,9 +7,10 @@ import {
   type LayerSlicerOptions,
   type SupportSettings,
 } from 'stiltforge/slicing';
-import { commandHost } from './command_host.js';
 import { ExitCode, UserError } from './errors.js';
 import { analysedPart, finishedPart, type HeldPart, isAdded } from './held_part.js';
+import type { Host } from './host.js';
+import { nameOfPath } from './name_of_path.js';
 import type { SupportsDocument } from './output/documents.js';
 import { type Places, Records } from './output/records.js';
 import { boxOnPlate, type PixelBox, type PrintedFile, placeOnPlate } from './printed_file.js';
@@ -30,7 +30,7 @@ export interface LayersJob {
   parameters?: Partial<AnalysisParameters>;
   /** Leave the points as the analysis places them. */
   asAnalysed?: boolean;
-  /** Bytes that the run may take; what the machine has unless set. */
+  /** Bytes that the run may take; what the host allows unless set. */
   memory?: number;
 }
 
@@ -49,6 +49,7 @@ export interface SupportedPrint {
 
 export interface PreparedPrint {
   job: LayersJob;
+  host: Host;
   slicer: LayerSlicer;
   parameters: AnalysisParameters;
   /** Bytes that the run may take. */
@@ -56,7 +57,11 @@ export interface PreparedPrint {
 }
 
 /** Throws a UserError, before anything is analysed, when the settings can't be used. */
-export function preparePrint(job: LayersJob, { report }: { report?: boolean } = {}): PreparedPrint {
+export function preparePrint(
+  job: LayersJob,
+  { report }: { report?: boolean },
+  host: Host,
+): PreparedPrint {
   const { file, print } = job.printed;
   checkSettings(print, job.support);
   const slicer = createLayerSlicer(file, layerOptions(job));
@@ -66,9 +71,9 @@ export function preparePrint(job: LayersJob, { report }: { report?: boolean } = 
     0,
     { ...job, print },
     { pictures: false, report },
-    job.memory ?? commandHost.memory,
+    job.memory ?? host.memory,
   );
-  return { job, slicer, parameters, memory };
+  return { job, host, slicer, parameters, memory };
 }
 
 /** How the layers are read. */
@@ -94,7 +99,7 @@ export function layerParameters(job: LayersJob, slicer: LayerSlicer): AnalysisPa
 
 /** Analyses all layers and finishes the points. */
 export async function analyseLayers(
-  { job, slicer, parameters }: PreparedPrint,
+  { job, host, slicer, parameters }: PreparedPrint,
   visitor: PartVisitor,
 ): Promise<SupportedPrint> {
   const { signal } = visitor;
@@ -123,7 +128,7 @@ export async function analyseLayers(
     await visitor.finished?.(analysis, part, tally);
     const owedPixels = await analysis.owedPixels();
     const found = { tally, part, box, top, owedPixels };
-    return { ...found, document: documentOf(job, parameters, found, materialPixels) };
+    return { ...found, document: documentOf(job, host, parameters, found, materialPixels) };
   } finally {
     await analysis.close();
   }
@@ -147,6 +152,7 @@ function emptyLayers({ name }: LayersJob): UserError {
 
 function documentOf(
   job: LayersJob,
+  host: Host,
   parameters: AnalysisParameters,
   { tally, part, box, top }: Omit<SupportedPrint, 'document'>,
   materialPixels: number,
@@ -168,9 +174,9 @@ function documentOf(
   const { min, max } = boxOnPlate(job.printed, box);
   const { format, printer, material } = file;
   return {
-    generator: commandHost.generator,
+    generator: host.generator,
     model: {
-      file: basename(job.name),
+      file: nameOfPath(job.name),
       min: [...min, 0],
       max: [...max, (top + 1) * print.layerHeight],
       layers: { format, printer, material },

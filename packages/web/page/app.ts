@@ -6,7 +6,7 @@ import { mountViewer } from '../../viewer/page/viewer.js';
 import { counted } from '../../viewer/page/words.js';
 import type { FileFormat } from '../worker/protocol.js';
 import { Analyst, Failure } from './analyst.js';
-import { meshBytes, oneFile } from './part_file.js';
+import { bytesOf, oneFile } from './part_file.js';
 import { type PlainWords, plainWords } from './plain_words.js';
 import { resultBar } from './result_bar.js';
 import { saveFile } from './save_file.js';
@@ -21,7 +21,10 @@ export class App {
   private readonly form = new SettingsForm(() => void this.checkSettings());
   private readonly panel: PartPanel;
   private readonly chooser = element('input', {
-    attributes: { type: 'file', accept: '.stl,.obj,.ply,.3mf', hidden: '', 'aria-label': 'Mesh' },
+    attributes: {
+      ...{ type: 'file', hidden: '', 'aria-label': 'Part' },
+      accept: '.stl,.obj,.ply,.3mf,.sl1,.sl1s,.goo,.nanodlp,.zip',
+    },
   });
   private readonly status = element('p', { class: 'unseen', attributes: { role: 'status' } });
   private readonly start: HTMLElement;
@@ -160,7 +163,7 @@ export class App {
     this.status.textContent = `Analysing ${file.name}`;
     let packed: PackedPart;
     try {
-      const bytes = await meshBytes(file);
+      const bytes = await bytesOf(file);
       packed = await this.analyst.analyse(file.name, bytes, settings, {
         tell: (progress) => this.panel.tell(progress),
         signal,
@@ -244,7 +247,7 @@ export class App {
     this.panel.invite();
     const { model, supports } = packed.document.part;
     const viewer = element('div', { attributes: { id: 'viewer' } });
-    const bar = resultBar({
+    const bar = resultBar(model.mesh !== undefined, {
       choose: () => this.chooser.click(),
       openSettings: () => {
         this.dialogPlace.append(this.form.element);

@@ -5,32 +5,21 @@ export function oneFile(files: FileList | null | undefined): File {
   if (files?.length === 1) return files[0];
   throw new Failure(
     files === null || files === undefined || files.length === 0
-      ? 'That was no file. Drop a mesh: STL, OBJ, PLY or 3MF.'
+      ? 'That was no file. Drop a mesh or a file for a printer.'
       : `These were ${files.length} files. Drop one at a time.`,
     true,
   );
 }
 
-/** Files that the command takes and this page does not. */
-const printerFile = /\.(sl1s?|goo|nanodlp|zip|png)$/i;
-
 /** More than a browser hands over at once. */
 const mostBytes = 2 ** 31 - 1;
 
-/** The bytes of a mesh file. Throws a Failure with a sentence for a person. */
-export async function meshBytes(file: File): Promise<ArrayBuffer> {
+/** The bytes of a file. Throws a Failure with a sentence for a person. */
+export async function bytesOf(file: File): Promise<ArrayBuffer> {
   const { name } = file;
-  if (printerFile.test(name)) {
-    throw new Failure(
-      `${name}: this page takes meshes (STL, OBJ, PLY, 3MF). For files of printers there is the ` +
-        `command: npx stiltforge ${name}`,
-      true,
-    );
-  }
   if (file.size > mostBytes) {
     throw new Failure(
-      `${name}: a file of more than 2 GB is too large for a browser. Simplify the mesh, or use the ` +
-        'command: npx stiltforge',
+      `${name}: a file of more than 2 GB is too large for a browser. Use the command: npx stiltforge`,
       true,
     );
   }

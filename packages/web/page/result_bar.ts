@@ -16,9 +16,16 @@ export interface BarActions {
   save(format: FileFormat, name: string): Promise<void>;
 }
 
-/** The line above a part: on to another one, its settings, its files. */
-export function resultBar({ choose, openSettings, save }: BarActions): HTMLElement {
-  const saving = files.map(([format, name, purpose]) => {
+/**
+ * The line above a part: on to another one, its settings, its files. `hasMesh`: it was read as a mesh, not
+ * as the layers of a print.
+ */
+export function resultBar(
+  hasMesh: boolean,
+  { choose, openSettings, save }: BarActions,
+): HTMLElement {
+  const given = files.filter(([format]) => hasMesh || format !== '3mf');
+  const saving = given.map(([format, name, purpose]) => {
     const made = button(name, purpose, () => {
       made.disabled = true;
       void save(format, name).finally(() => {
@@ -34,7 +41,7 @@ export function resultBar({ choose, openSettings, save }: BarActions): HTMLEleme
     element(
       'div',
       { class: 'tools' },
-      button('Another part', 'Choose another mesh, or drop one', choose),
+      button('Another part', 'Choose another file, or drop one', choose),
       button('Settings', 'Change the settings and analyse it again', openSettings),
     ),
     element(

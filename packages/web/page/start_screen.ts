@@ -30,15 +30,23 @@ export class PartPanel {
 
   /** No part yet. */
   invite(): void {
-    const choose = button('Choose a mesh', 'Choose a mesh file', this.actions.choose, {
-      class: 'primary',
-    });
+    const choose = button(
+      'Choose a file',
+      'Choose a mesh or a file for a printer',
+      this.actions.choose,
+      {
+        class: 'primary',
+      },
+    );
     this.fill(
       'invite',
       partIcon(),
-      element('h2', { text: 'Drop a mesh here' }),
+      element('h2', { text: 'Drop a part here' }),
       choose,
-      element('p', { class: 'caption', text: 'STL, OBJ, PLY or 3MF' }),
+      element('p', {
+        class: 'caption',
+        text: 'A mesh: STL, OBJ, PLY, 3MF, or a file for a printer: SL1, NanoDLP, GOO, PNG layers in a zip',
+      }),
       element('p', {
         class: 'promise',
         text: 'It stays on this machine: the analysis runs in this page, which asks no one for anything.',
@@ -49,7 +57,7 @@ export class PartPanel {
   /** At work on a part. */
   work(name: string): HTMLButtonElement {
     this.bar.removeAttribute('value');
-    this.step.textContent = 'Reading the mesh';
+    this.step.textContent = 'Reading the file';
     const cancel = button('Cancel', 'Cancel (Esc)', this.actions.cancel);
     this.fill('work', element('h2', { text: name }), this.bar, this.step, cancel);
     return cancel;
@@ -58,7 +66,7 @@ export class PartPanel {
   tell({ step, share, layers }: Progress): void {
     if (step !== 'reading') this.bar.value = before[step] + weights[step] * share;
     this.step.textContent = {
-      reading: 'Reading the mesh',
+      reading: 'Reading the file',
       layers: `Layer ${countText(Math.round(share * layers))} of ${countText(layers)}`,
       packing: 'Preparing the pictures',
     }[step];
@@ -66,9 +74,14 @@ export class PartPanel {
 
   /** A part could not be analysed. `trace`: of a mistake of the program. */
   fail(sentence: string, trace: string | undefined, canRepeat: boolean): void {
-    const choose = button('Choose a mesh', 'Choose a mesh file', this.actions.choose, {
-      class: 'primary',
-    });
+    const choose = button(
+      'Choose a file',
+      'Choose a mesh or a file for a printer',
+      this.actions.choose,
+      {
+        class: 'primary',
+      },
+    );
     this.fill(
       'fail',
       element('h2', {}, weightIcon('fault'), 'This gave no supports'),

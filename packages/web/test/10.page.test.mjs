@@ -112,7 +112,7 @@ test('a rabbit, by keys alone, light and dark, wide and narrow', { skip }, async
     // The button opens the browser's own choice of a file.
     const [chooser] = await Promise.all([
       page.waitForEvent('filechooser'),
-      page.getByRole('button', { name: 'Choose a mesh' }).press('Enter'),
+      page.getByRole('button', { name: 'Choose a file' }).press('Enter'),
     ]);
     await chooser.setFiles({
       name: 'rabbit.stl',

@@ -5,6 +5,7 @@ import { join } from 'node:path';
 import { test } from 'node:test';
 import { stiltforge } from '../../cli/test/harness.mjs';
 import { binaryStl, obj, table, threeMf } from '../../cli/test/meshes.mjs';
+import { goo, nanoDlp, sl1 } from '../../cli/test/prints.mjs';
 import { rabbit } from './rabbit.mjs';
 import {
   give,
@@ -47,14 +48,14 @@ for (const [what, name, content, words, steps] of [
     'table.3mf',
     threeMf(table()),
     [
-      ...['--scale', '2', '--preset', '6k-202x126', '--layer-height', '0.03'],
+      ...['--scale', '2', '--preset', '6k-196x122', '--layer-height', '0.03'],
       ...['--preset', 'brittle', '--critical-angle', '50', '--inset', '0.3'],
       ...['--min-height', '0.5', '--min-spacing', '1.5'],
     ],
     [
       unfold,
       fill('Scale', '2'),
-      choose('Screen', '6k-202x126'),
+      choose('Screen', '6k-196x122'),
       fill('Layer height', '0.03'),
       choose('Resin', 'brittle'),
       fill('Overhang angle', '50'),
@@ -79,6 +80,28 @@ for (const [what, name, content, words, steps] of [
       assert.equal(download.name, `${name.replace(/\.\w+$/, '')}-${file}`);
       const written = await readFile(join(folder, 'out', file));
       assert.ok(download.bytes.equals(written), `${file} is another one`);
+    }
+  });
+}
+
+for (const [name, content] of [
+  ['table.sl1', sl1()],
+  ['table.nanodlp', nanoDlp()],
+  ['table.goo', goo()],
+]) {
+  test(`... also of a file for a printer: ${name}`, { skip }, async (t) => {
+    const { folder } = temporaryFile(t, name, content);
+    const run = await stiltforge([name, '--no-pictures', '-q', '--report', '--out', 'out'], {
+      cwd: folder,
+    });
+    assert.equal(run.code, 0, run.err);
+    const { page } = await openStiltforge(t);
+    await give(page, name, content);
+    await resultShown(page, name);
+    assert.equal(await page.getByRole('button', { name: 'part.3mf' }).count(), 0);
+    for (const file of ['points.csv', 'supports.json', 'report.html']) {
+      const { bytes } = await saved(page, file);
+      assert.ok(bytes.equals(await readFile(join(folder, 'out', file))), `${file} is another one`);
     }
   });
 }

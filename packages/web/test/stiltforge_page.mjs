@@ -21,7 +21,7 @@ const longest = 60_000;
 export async function openStiltforge(t, options) {
   const opened = await openFile(t, pageFile, options);
   opened.page.setDefaultTimeout(longest);
-  await opened.page.getByRole('heading', { name: 'Drop a mesh here' }).waitFor();
+  await opened.page.getByRole('heading', { name: 'Drop a part here' }).waitFor();
   return opened;
 }
 

@@ -1,51 +1,91 @@
+import { isPrinterFile } from 'stiltforge/slicing';
 import {
+  analyseLayers,
   analysePart,
+  asUserError,
   type Host,
   isLackOfMemory,
   loadMesh,
+  openPrint,
   outOfMemory,
+  packedPrint,
   packedReport,
   placedMesh,
   placementOf,
   preparePart,
+  preparePrint,
   type SupportedPart,
+  type SupportedPrint,
 } from 'stiltforge-cli/part';
 import type { PackedPart } from 'stiltforge-viewer';
+import { requireAsItIs } from './print_settings.js';
 import type { PartSettings, Progress } from './protocol.js';
 
 export interface AnalysedPart {
-  part: SupportedPart;
+  part: SupportedPart | SupportedPrint;
   packed: PackedPart;
 }
 
-/** The road of the command with --report, from the bytes of a mesh file. Throws as its steps do. */
+interface PartFile {
+  name: string;
+  bytes: ArrayBuffer;
+}
+
+type Teller = (progress: Progress) => void;
+
+/** The road of the command with --report, from the bytes of a file. Throws as its steps do. */
 export async function analysedPart(
-  name: string,
-  bytes: ArrayBuffer,
-  { placement, print, support }: PartSettings,
+  file: PartFile,
+  settings: PartSettings,
   host: Host,
-  tell: (progress: Progress) => void,
+  tell: Teller,
 ): Promise<AnalysedPart> {
   try {
     tell({ step: 'reading', share: 0, layers: 0 });
-    const file = await loadMesh(bytes, undefined, name);
-    const job = {
-      name,
-      mesh: placedMesh(file, name, placement),
-      meshWarnings: file.warnings,
-      placement: placementOf(placement),
-      print,
-      support,
-    };
-    const prepared = preparePart(job, { pictures: false, report: true }, host);
-    const layers = prepared.slicer.layerCount;
-    const part = await analysePart(prepared, {
-      layers: (done) => tell({ step: 'layers', share: done / layers, layers }),
-    });
-    tell({ step: 'packing', share: 0, layers });
-    const packed = await packedReport(part, (share) => tell({ step: 'packing', share, layers }));
-    return { part, packed };
+    const road = isPrinterFile(file.bytes, file.name) ? analysedPrint : analysedMesh;
+    return await road(file, settings, host, tell);
   } catch (error) {
-    throw isLackOfMemory(error) ? outOfMemory(name, error) : error;
+    throw isLackOfMemory(error) ? outOfMemory(file.name, error) : asUserError(error);
   }
+}
+
+async function analysedMesh(
+  { name, bytes }: PartFile,
+  { placement, print, support }: PartSettings,
+  host: Host,
+  tell: Teller,
+): Promise<AnalysedPart> {
+  const file = await loadMesh(bytes, undefined, name);
+  const job = {
+    ...{ name, print, support },
+    mesh: placedMesh(file, name, placement),
+    meshWarnings: file.warnings,
+    placement: placementOf(placement),
+  };
+  const prepared = preparePart(job, { pictures: false, report: true }, host);
+  const steps = stepsOf(prepared.slicer.layerCount, tell);
+  const part = await analysePart(prepared, { layers: steps.layers });
+  return { part, packed: await packedReport(part, steps.packing) };
+}
+
+async function analysedPrint(
+  { name, bytes }: PartFile,
+  { placement, print, support }: PartSettings,
+  host: Host,
+  tell: Teller,
+): Promise<AnalysedPart> {
+  requireAsItIs(name, placement, print);
+  const given = { usualLayerHeight: print.layerHeight, usualPixelSize: print.pixelSize };
+  const printed = await openPrint(name, given, undefined, bytes);
+  const prepared = preparePrint({ name, printed, support }, { report: true }, host);
+  const steps = stepsOf(prepared.slicer.layerCount, tell);
+  const part = await analyseLayers(prepared, { layers: steps.layers });
+  return { part, packed: await packedPrint(prepared, part, steps.packing) };
+}
+
+function stepsOf(layers: number, tell: Teller) {
+  return {
+    layers: (done: number): void => tell({ step: 'layers', share: done / layers, layers }),
+    packing: (share: number): void => tell({ step: 'packing', share, layers }),
+  };
 }

@@ -17,6 +17,7 @@ export async function fileOf(
     case 'report':
       return new Blob([reportHtml(template, packed)], { type: 'text/html' });
     case '3mf': {
+      if (!('mesh' in part)) throw new Error('a print has no mesh for a project');
       const pieces: BlobPart[] = [];
       for await (const piece of threeMfProject(part)) pieces.push(piece as Uint8Array<ArrayBuffer>);
       return new Blob(pieces, { type: 'model/3mf' });

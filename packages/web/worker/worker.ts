@@ -41,7 +41,7 @@ async function answerTo(order: Order): Promise<Answer> {
       return { answer: 'done' };
     case 'analyse':
       checkSettings(order.settings.print, order.settings.support);
-      analysed = await analysedPart(order.name, order.bytes, order.settings, host, teller());
+      analysed = await analysedPart(order, order.settings, host, teller());
       return { answer: 'analysed', packed: analysed.packed };
     case 'save':
       if (analysed === undefined) throw new Error('nothing was analysed yet');

@@ -3,9 +3,9 @@ import type { CheckReport } from 'stiltforge/check';
 import { createLayerSlicer, type LayerSlicer, type PrintSettings } from 'stiltforge/slicing';
 import type { PartSource } from 'stiltforge-viewer';
 import { commandHost } from '../command_host.js';
-import { layerReport } from '../output/layer_report.js';
 import { OutputFolder } from '../output/output_folder.js';
-import { pageOf } from '../output/report.js';
+import { packedLayers } from '../output/packed_layers.js';
+import { pageOf, pageWith } from '../output/report.js';
 import { reportName } from '../output/report_name.js';
 import { pillarFeet } from '../pictures/pillars.js';
 import { boxOnPlate, type PixelBox, type PrintedFile } from '../printed_file.js';
@@ -86,7 +86,7 @@ async function printPage(
     min: [...corners.min, 0],
     max: [...corners.max, (top + 1) * layerHeight],
   });
-  return layerReport({ printed, options, box, top, part }, progress, signal);
+  return pageWith(await packedLayers({ printed, options, box, top, part }, progress, signal));
 }
 
 function whole(

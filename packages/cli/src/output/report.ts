@@ -26,7 +26,8 @@ export async function pageOf(source: PartSource, options: PackOptions): Promise<
   return pageWith(await packPart(source, options));
 }
 
-async function pageWith(packed: PackedPart): Promise<string> {
+/** The same of a part that is packed. */
+export async function pageWith(packed: PackedPart): Promise<string> {
   const page = createRequire(import.meta.url).resolve('stiltforge-viewer/report.html');
   return reportHtml(await readFile(page, 'utf8'), packed);
 }

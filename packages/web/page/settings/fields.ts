@@ -83,4 +83,6 @@ export const optionLabels: Readonly<Record<string, string>> = {
   '--rotate': 'Turn',
   '--screen': 'Screen',
   '--units': 'Units',
+  '--up': 'Up in the file',
+  '--center': 'Move to the origin',
 };

@@ -1,8 +1,7 @@
 import { createLayerSlicer, type LayerSlicerOptions } from 'stiltforge/slicing';
-import type { PartSource, PixelGrid } from 'stiltforge-viewer';
+import { type PackedPart, type PartSource, type PixelGrid, packPart } from 'stiltforge-viewer';
 import { cropAround, type PixelBox, type PrintedFile, placeOnPlate } from '../printed_file.js';
 import { layerSurface } from './layer_surface.js';
-import { pageOf } from './report.js';
 
 /** What a page shows of a print that has no mesh. */
 export interface ReportedPrint extends Pick<PartSource, 'part' | 'strength'> {
@@ -24,14 +23,14 @@ const sliceBytes = 4.5e6;
 const surfaceShare = 0.3;
 
 /**
- * A page with all that there is to see of a print, in one file, with the shape that its layers make.
+ * All that there is to see of a print, for the page of a report, with the shape that its layers make.
  * `progress` is told the share that is done, from 0 to 1. Throws the signal's reason.
  */
-export async function layerReport(
+export async function packedLayers(
   { printed, options, box, top, part, strength }: ReportedPrint,
   progress?: (share: number) => void,
   signal?: AbortSignal,
-): Promise<string> {
+): Promise<PackedPart> {
   const { file, pixel, print } = printed;
   const crop = cropAround(file, box, margin);
   const { width, height } = crop;
@@ -59,7 +58,7 @@ export async function layerReport(
     offLayers: surface.tolerance,
     ...{ runs, strength },
   };
-  return pageOf(source, {
+  return packPart(source, {
     ...{ signal, sliceBytes },
     progress: (share) => progress?.(surfaceShare + (1 - surfaceShare) * share),
   });
