@@ -57,7 +57,9 @@ test('every npm command that a document names is a script of its package', () =>
 /** Options of other programs, and of our scripts, by who takes them. */
 const otherOptions = {
   npm: ['omit', 'silent'],
-  'our scripts': ['box', 'generated', 'price', 'quick', 'rival', 'tilt'],
+  'our scripts': [
+    ...['box', 'generated', 'price', 'quick', 'rival', 'target', 'test', 'tilt', 'twice'],
+  ],
   'redis-server': ['appendfsync', 'appendonly', 'maxmemory-policy'],
   'pkg-config': ['cflags', 'libs', 'static'],
   PrusaSlicer: ['pad-around-object', 'support-object-elevation', 'output'],
