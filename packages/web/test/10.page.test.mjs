@@ -1,4 +1,6 @@
 import assert from 'node:assert/strict';
+import { readFileSync } from 'node:fs';
+import { createServer } from 'node:http';
 import { join } from 'node:path';
 import { test } from 'node:test';
 import { binaryStl, footAndIsland, table } from '../../cli/test/meshes.mjs';
@@ -7,6 +9,7 @@ import {
   assertAccessible,
   give,
   openStiltforge,
+  pageFile,
   pictureFolder,
   resultShown,
   withoutBrowser as skip,
@@ -135,4 +138,20 @@ test('a rabbit, by keys alone, light and dark, wide and narrow', { skip }, async
     await page.getByRole('dialog').waitFor({ state: 'hidden' });
     await page.close();
   }
+});
+
+test('a web server may give it, too', { skip }, async (t) => {
+  const server = createServer((_, answer) => {
+    answer.setHeader('Content-Type', 'text/html');
+    answer.end(readFileSync(pageFile));
+  });
+  await new Promise((resolve) => server.listen(0, '127.0.0.1', resolve));
+  t.after(() => server.close());
+  const { page, asked, complaints } = await openStiltforge(t);
+  const address = `http://127.0.0.1:${server.address().port}/`;
+  await page.goto(address);
+  await give(page, 'table.stl', tableStl);
+  await resultShown(page, 'table.stl');
+  assert.deepEqual(asked, [address]);
+  assert.deepEqual(complaints, []);
 });
