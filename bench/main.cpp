@@ -1,7 +1,6 @@
 #include <benchmark/benchmark.h>
 
 #include <exception>
-#include <fstream>
 #include <iostream>
 #include <list>
 #include <stdexcept>
@@ -14,6 +13,7 @@
 #include "placement_bench.h"
 #include "segmentation_bench.h"
 #include "slice_picture.h"
+#include "soup_file.h"
 #ifdef STILTFORGE_BENCH_OPENCV
 #include "opencv_bench.h"
 #endif
@@ -54,16 +54,6 @@ Options optionsFrom(int argc, char** argv) {
     throw std::runtime_error("--soup=FILE or --parameters=FILE is missing");
   }
   return options;
-}
-
-std::vector<float> readSoup(const std::string& path) {
-  std::ifstream file(path, std::ios::binary | std::ios::ate);
-  if (!file) throw std::runtime_error("cannot open " + path);
-  std::vector<float> soup(static_cast<std::size_t>(file.tellg()) / sizeof(float));
-  file.seekg(0);
-  file.read(reinterpret_cast<char*>(soup.data()),
-            static_cast<std::streamsize>(soup.size() * sizeof(float)));
-  return soup;
 }
 
 std::list<SlicePicture> meshPictures(const std::vector<float>& soup, bool quick) {

@@ -5,7 +5,6 @@
 
 #include <cstring>
 #include <exception>
-#include <fstream>
 #include <iostream>
 #include <list>
 #include <memory>
@@ -20,6 +19,7 @@
 #include "printer_files/open_printer_file.h"
 #include "runtime/worker_pool.h"
 #include "slicing/layer_slicer.h"
+#include "soup_file.h"
 #include "timing.h"
 
 namespace stiltforge::bench {
@@ -102,16 +102,6 @@ void registerStack(const PrintedStack& stack) {
   };
   addFile("sl1", stack.sl1);
   addFile("goo", stack.goo);
-}
-
-std::vector<float> readSoup(const std::string& path) {
-  std::ifstream file(path, std::ios::binary | std::ios::ate);
-  if (!file) throw std::runtime_error("cannot open " + path);
-  std::vector<float> soup(static_cast<std::size_t>(file.tellg()) / sizeof(float));
-  file.seekg(0);
-  file.read(reinterpret_cast<char*>(soup.data()),
-            static_cast<std::streamsize>(soup.size() * sizeof(float)));
-  return soup;
 }
 
 void run(int argc, char** argv) {

@@ -5,9 +5,9 @@ import { mkdirSync, mkdtempSync, rmSync, writeFileSync } from 'node:fs';
 import { tmpdir } from 'node:os';
 import { join } from 'node:path';
 import { after, test } from 'node:test';
-import { crc32, deflateSync } from 'node:zlib';
 import { Analysis } from 'stiltforge/analysis';
 import { analysisParameters, defaultPrint, defaultSupport } from 'stiltforge/slicing';
+import { png } from '../pictures.mjs';
 import { binding } from './harness.mjs';
 
 const { openPrinterFile, isPrinterFile, LayerSlicer, MaskSlicer } = binding;
@@ -18,42 +18,7 @@ after(() => rmSync(folder, { recursive: true }));
 const [width, height] = [40, 30];
 const channels = { layerHeight: 0.05, pixelSize: 0.05 };
 
-/** Not in zlib before Node 22. */
-function checksum(bytes) {
-  if (crc32) return crc32(bytes);
-  let rest = ~0;
-  for (const byte of bytes) {
-    rest ^= byte;
-    for (let bit = 0; bit < 8; bit++) rest = (rest >>> 1) ^ (rest & 1 ? 0xedb88320 : 0);
-  }
-  return ~rest >>> 0;
-}
-
-function chunk(name, content) {
-  const body = Buffer.concat([Buffer.from(name), content]);
-  const [size, sum] = [Buffer.alloc(4), Buffer.alloc(4)];
-  size.writeUInt32BE(content.length);
-  sum.writeUInt32BE(checksum(body));
-  return Buffer.concat([size, body, sum]);
-}
-
-/** pixels: `samples` bytes each. */
-function png(pixels, samples = 1) {
-  const header = Buffer.alloc(13);
-  header.writeUInt32BE(width);
-  header.writeUInt32BE(height, 4);
-  header.set([8, samples === 1 ? 0 : 2], 8);
-  const rows = [];
-  for (let y = 0; y < height; y++) {
-    rows.push(Buffer.of(0), pixels.subarray(y * width * samples, (y + 1) * width * samples));
-  }
-  return Buffer.concat([
-    Buffer.from('\x89PNG\r\n\x1a\n', 'latin1'),
-    chunk('IHDR', header),
-    chunk('IDAT', deflateSync(Buffer.concat(rows))),
-    chunk('IEND', Buffer.alloc(0)),
-  ]);
-}
+const picture = (pixels, samples) => png(width, height, pixels, samples);
 
 /** A block that grows to the right from layer to layer. */
 function block(layer) {
@@ -74,7 +39,7 @@ function pictures(name, layers) {
 const masks = [0, 1, 2, 3, 4, 5].map(block);
 const print = pictures(
   'print',
-  masks.map((mask) => png(mask)),
+  masks.map((mask) => picture(mask)),
 );
 
 test('promises what a folder of pictures says of its print', async () => {
@@ -134,7 +99,7 @@ test('an analysis takes its layers as it takes those of a slicer', async () => {
 
 test('pictures may carry the channels', async () => {
   const rgb = (mask, blue) => Buffer.from([...mask].flatMap((grey) => [grey, 7, blue]));
-  const path = pictures('channels', [png(rgb(masks[5], 255), 3), png(rgb(masks[5], 0), 3)]);
+  const path = pictures('channels', [picture(rgb(masks[5], 255), 3), picture(rgb(masks[5], 0), 3)]);
   const file = await openPrinterFile(path);
   const slicer = new LayerSlicer(file, { ...channels, haveChannels: true });
   const [first, second] = await slicer.runs(0, 2);
@@ -149,7 +114,7 @@ test('pictures may carry the channels', async () => {
 });
 
 test('a threshold tells which grey is material', async () => {
-  const path = pictures('soft', [png(Buffer.alloc(width * height, 40))]);
+  const path = pictures('soft', [picture(Buffer.alloc(width * height, 40))]);
   const materialAt = async (threshold) => {
     const file = await openPrinterFile(path, { threshold });
     return (await new LayerSlicer(file, channels).slice(0)).materialPixels;
@@ -165,7 +130,7 @@ test('what is wrong with a file or a layer is a sentence with a code', async () 
     code: 'ERR_STILTFORGE_FILE',
     message: `${missing}: there is no such file. Check the path.`,
   });
-  const damaged = pictures('damaged', [png(masks[0]), png(masks[1]).subarray(0, 60)]);
+  const damaged = pictures('damaged', [picture(masks[0]), picture(masks[1]).subarray(0, 60)]);
   const slicer = new LayerSlicer(await openPrinterFile(damaged), channels);
   await assert.rejects(layersOf(slicer), {
     code: 'ERR_STILTFORGE_FILE',

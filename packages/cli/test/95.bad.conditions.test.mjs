@@ -5,7 +5,7 @@ import { chmod, mkdir, readdir, readFile, writeFile } from 'node:fs/promises';
 import { join } from 'node:path';
 import { test } from 'node:test';
 import { fileURLToPath } from 'node:url';
-import { crc32, deflateSync } from 'node:zlib';
+import { pngOfRows } from '../../../tests/pictures.mjs';
 import { OutputFolder } from '../dist/output/output_folder.js';
 import { outputNames, start, stiltforge, temporaryFolder } from './harness.mjs';
 import { binaryStl, box, table } from './meshes.mjs';
@@ -128,25 +128,8 @@ test('what may not be read or written is told', {
   }
 });
 
-/** A PNG of a few kilobytes whose pixels unpack to more than a gigabyte. */
-function zipBomb() {
-  const side = 65_535;
-  const header = Buffer.alloc(13);
-  header.writeUInt32BE(side);
-  header.writeUInt32BE(side, 4);
-  header.set([8, 0], 8);
-  const zeros = deflateSync(Buffer.alloc(1e6));
-  const chunk = (name, content) => {
-    const body = Buffer.concat([Buffer.from(name), content]);
-    const [size, sum] = [Buffer.alloc(4), Buffer.alloc(4)];
-    size.writeUInt32BE(content.length);
-    sum.writeUInt32BE(crc32(body));
-    return Buffer.concat([size, body, sum]);
-  };
-  const signature = Buffer.from('\x89PNG\r\n\x1a\n', 'latin1');
-  const chunks = [chunk('IHDR', header), chunk('IDAT', zeros), chunk('IEND', Buffer.alloc(0))];
-  return zip([['0.png', Buffer.concat([signature, ...chunks])]]);
-}
+/** A PNG of a kilobyte that announces more pixels than any screen has. */
+const bomb = () => zip([['0.png', pngOfRows(65_535, 65_535, Buffer.alloc(1e6))]]);
 
 test('printer files with mistakes exit with 3 and one sentence, and leave nothing', async (t) => {
   const cut = (bytes, from) => bytes.subarray(0, from);
@@ -175,7 +158,7 @@ test('printer files with mistakes exit with 3 and one sentence, and leave nothin
     ['climbing.zip', climbing, /\.\.\/|leads? out/],
     ['none.zip', zip([['readme.txt', Buffer.from('none')]]), /PNG/],
     ['garbage.zip', Buffer.from('PK\x03\x04 and then nothing'), /./],
-    ['bomb.zip', zipBomb(), /./],
+    ['bomb.zip', bomb(), /./],
   ]) {
     const cwd = await folderWith(t, { [name]: content });
     const words = /zip$/.test(name) ? [name, ...settings] : [name];

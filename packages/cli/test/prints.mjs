@@ -1,31 +1,8 @@
 // Small prints as slicers and printers have them, written here.
-import { crc32, deflateSync } from 'node:zlib';
+import { crc32 } from 'node:zlib';
+import { png } from '../../../tests/pictures.mjs';
 
-function chunk(name, content) {
-  const body = Buffer.concat([Buffer.from(name), content]);
-  const [size, sum] = [Buffer.alloc(4), Buffer.alloc(4)];
-  size.writeUInt32BE(content.length);
-  sum.writeUInt32BE(crc32(body));
-  return Buffer.concat([size, body, sum]);
-}
-
-/** A PNG of bytes, `samples` of them a pixel: 1 grey, 3 RGB. */
-export function png(width, height, pixels, samples = 1) {
-  const header = Buffer.alloc(13);
-  header.writeUInt32BE(width);
-  header.writeUInt32BE(height, 4);
-  header.set([8, samples === 1 ? 0 : 2], 8);
-  const rows = [];
-  for (let y = 0; y < height; y++) {
-    rows.push(Buffer.of(0), pixels.subarray(y * width * samples, (y + 1) * width * samples));
-  }
-  return Buffer.concat([
-    Buffer.from('\x89PNG\r\n\x1a\n', 'latin1'),
-    chunk('IHDR', header),
-    chunk('IDAT', deflateSync(Buffer.concat(rows))),
-    chunk('IEND', Buffer.alloc(0)),
-  ]);
-}
+export { png };
 
 /** A zip archive of [name, content] pairs, stored. */
 export function zip(entries) {
