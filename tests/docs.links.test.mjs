@@ -1,5 +1,6 @@
 // Every link of the documents leads somewhere, and every command that they name is there.
 import assert from 'node:assert/strict';
+import { spawnSync } from 'node:child_process';
 import { existsSync, readFileSync } from 'node:fs';
 import { join, posix } from 'node:path';
 import { test } from 'node:test';
@@ -54,29 +55,35 @@ test('every npm command that a document names is a script of its package', () =>
   }
 });
 
-/** Options of other programs, and of our scripts, by who takes them. */
+/** Options of other programs by who takes them. */
 const otherOptions = {
   npm: ['omit', 'silent'],
-  'our scripts': [
-    ...['box', 'generated', 'price', 'quick', 'rival', 'target', 'test', 'tilt', 'twice'],
-  ],
   'redis-server': ['appendfsync', 'appendonly', 'maxmemory-policy'],
   'pkg-config': ['cflags', 'libs', 'static'],
   PrusaSlicer: ['pad-around-object', 'support-object-elevation', 'output'],
 };
 const known = new Set(Object.values(otherOptions).flat());
 
+/** Whether a script or a benchmark of ours speaks of the word. */
+function isOfScripts(word) {
+  const folders = ['scripts', 'bench', 'fuzz', 'examples', ':!*.md'];
+  return (
+    spawnSync('git', ['grep', '-qw', '-e', word, '--', ...folders], { cwd: root }).status === 0
+  );
+}
+
 /** Commands of other programs. */
 const notOurs = /^(npm|node|cmake|git|docker|sh|bash|prusa-slicer|redis-server) /;
 
-test('every option that a document names is one of the command, or of another program', () => {
+test('every option that a document names is one of the command, of a script, or of another program', () => {
   const help = commandPage();
   const faults = [];
   for (const path of documents) {
     const lines = codeBlocks(path).flatMap(({ text }) => text.split('\n'));
     for (const piece of [...inlineCode(path), ...lines].filter((text) => !notOurs.test(text))) {
       for (const [option, name] of piece.matchAll(/(?<![\w-])--([a-z][a-z-]*)/g)) {
-        if (!known.has(name) && !help.includes(option)) faults.push(`${path}: ${piece}`);
+        const isKnown = help.includes(option) || known.has(name) || isOfScripts(name);
+        if (!isKnown) faults.push(`${path}: ${piece}`);
       }
     }
   }
