@@ -196,7 +196,7 @@ export class App {
   }
 
   private tellCancelled({ name }: File): void {
-    this.panel.fail(`${name}: cancelled.`, undefined, true);
+    this.panel.cancelled(name);
     this.status.textContent = 'Cancelled';
     this.start.querySelector<HTMLElement>('.part button')?.focus();
   }

@@ -74,6 +74,20 @@ export class PartPanel {
 
   /** A part could not be analysed. `trace`: of a mistake of the program. */
   fail(sentence: string, trace: string | undefined, canRepeat: boolean): void {
+    this.end([weightIcon('fault'), 'This gave no supports'], sentence, trace, canRepeat);
+  }
+
+  /** A person ended the analysis. */
+  cancelled(name: string): void {
+    this.end(['Cancelled'], `${name} was not analysed to its end.`, undefined, true);
+  }
+
+  private end(
+    title: (Node | string)[],
+    sentence: string,
+    trace: string | undefined,
+    canRepeat: boolean,
+  ): void {
     const choose = button(
       'Choose a file',
       'Choose a mesh or a file for a printer',
@@ -84,7 +98,7 @@ export class PartPanel {
     );
     this.fill(
       'fail',
-      element('h2', {}, weightIcon('fault'), 'This gave no supports'),
+      element('h2', {}, ...title),
       element('p', { class: 'fault', text: sentence, attributes: { role: 'alert' } }),
       trace !== undefined && element('pre', { text: trace, attributes: { tabindex: '0' } }),
       element(

@@ -132,25 +132,10 @@ test('a run can be cancelled at any time, and another begins at once', { skip },
   await give(page, 'long.stl', binaryStl(bumpyBall()));
   await page.getByText(/^Layer [1-9]/).waitFor();
   // The page answers while its worker works.
-  const longest = await page.evaluate(
-    () =>
-      new Promise((resolve) => {
-        let longest = 0;
-        let last = performance.now();
-        const end = last + 500;
-        const step = () => {
-          const now = performance.now();
-          longest = Math.max(longest, now - last);
-          last = now;
-          if (now < end) requestAnimationFrame(step);
-          else resolve(longest);
-        };
-        requestAnimationFrame(step);
-      }),
-  );
-  assert.ok(longest < 2000, `a frame took ${longest} ms`);
+  await page.getByRole('button', { name: 'Light or dark' }).click();
+  await page.locator('[data-theme=dark] .part[data-state=work]').waitFor();
   await page.keyboard.press('Escape');
-  assert.equal(await told(page), 'long.stl: cancelled.');
+  assert.equal(await told(page), 'long.stl was not analysed to its end.');
   await page.getByLabel('Layer height').fill('0.05');
   await give(page, 'table.stl', tableStl);
   await resultShown(page, 'table.stl');

@@ -31,8 +31,8 @@ export const fields = {
     without: '1',
   },
   turnX: { label: 'Turn about x', unit: '°', rule: turnRule, option: '--rotate', without: '0' },
-  turnY: { label: 'about y', unit: '°', rule: turnRule, option: '--rotate', without: '0' },
-  turnZ: { label: 'about z', unit: '°', rule: turnRule, option: '--rotate', without: '0' },
+  turnY: { label: 'Turn about y', unit: '°', rule: turnRule, option: '--rotate', without: '0' },
+  turnZ: { label: 'Turn about z', unit: '°', rule: turnRule, option: '--rotate', without: '0' },
   lift: {
     ...{ label: 'Lift off the plate', unit: 'mm', rule: distanceRule, option: '--lift' },
     without: '0',
