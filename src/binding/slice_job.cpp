@@ -1,6 +1,8 @@
 #include "binding/slice_job.h"
 
 #include <cstddef>
+#include <limits>
+#include <new>
 #include <string>
 #include <utility>
 
@@ -10,24 +12,39 @@ namespace stiltforge::binding {
 
 namespace {
 
-Napi::ArrayBuffer pixelBuffer(Napi::Env env, int width, int height, Napi::Value recycled) {
-  const std::size_t bytes = static_cast<std::size_t>(width) * static_cast<std::size_t>(height) * 4;
-  if (!recycled.IsUndefined()) {
-    if (!recycled.IsArrayBuffer()) {
-      throw Napi::TypeError::New(env, "The buffer to fill must be an ArrayBuffer.");
-    }
-    auto given = recycled.As<Napi::ArrayBuffer>();
-    if (given.ByteLength() != bytes) {
-      throw Napi::RangeError::New(env, "The buffer to fill has " +
-                                           std::to_string(given.ByteLength()) + " bytes; " +
-                                           std::to_string(bytes) + " are needed.");
-    }
-    return takeArrayBuffer(env, given);
+std::string withoutMemoryFor(int width, int height, uint64_t bytes) {
+  return "There is not enough memory for a slice of " + std::to_string(width) + " x " +
+         std::to_string(height) + " pixels (" + std::to_string(bytes) +
+         " bytes). Choose larger pixels or a smaller model.";
+}
+
+// A recycled buffer whose memory is taken, or a new one.
+Napi::ArrayBuffer pixelBuffer(Napi::Env env, std::size_t bytes, Napi::Value recycled,
+                              const std::string& withoutMemory) {
+  if (recycled.IsUndefined()) return newArrayBuffer(env, bytes, withoutMemory);
+  if (!recycled.IsArrayBuffer()) {
+    throw Napi::TypeError::New(env, "The buffer to fill must be an ArrayBuffer.");
   }
-  return newArrayBuffer(env, bytes,
-                        "There is not enough memory for a slice of " + std::to_string(width) +
-                            " x " + std::to_string(height) + " pixels (" + std::to_string(bytes) +
-                            " bytes). Choose larger pixels or a smaller model.");
+  auto given = recycled.As<Napi::ArrayBuffer>();
+  if (given.ByteLength() != bytes) {
+    throw Napi::RangeError::New(env, "The buffer to fill has " +
+                                         std::to_string(given.ByteLength()) + " bytes; " +
+                                         std::to_string(bytes) + " are needed.");
+  }
+  return takeArrayBuffer(env, given);
+}
+
+HostBlock pixelBlock(Napi::Env env, int width, int height, Napi::Value recycled) {
+  const uint64_t bytes = uint64_t{4} * static_cast<uint32_t>(width) * static_cast<uint32_t>(height);
+  const std::string withoutMemory = withoutMemoryFor(width, height, bytes);
+  if (bytes > std::numeric_limits<std::size_t>::max()) {
+    throw Napi::Error::New(env, withoutMemory);
+  }
+  try {
+    return HostBlock(pixelBuffer(env, static_cast<std::size_t>(bytes), recycled, withoutMemory));
+  } catch (const std::bad_alloc&) {
+    throw Napi::Error::New(env, withoutMemory);
+  }
 }
 
 napi_status setNumber(napi_env env, napi_value object, const char* name, double value) {
@@ -40,7 +57,7 @@ napi_status setNumber(napi_env env, napi_value object, const char* name, double 
 
 SliceJob::SliceJob(Napi::Env env, int width, int height, Napi::Value recycled,
                    std::function<slicing::SliceInfo(uint8_t* rgba)> fill)
-    : Job(env), fill_(std::move(fill)), pixels_(pixelBuffer(env, width, height, recycled)) {}
+    : Job(env), fill_(std::move(fill)), pixels_(pixelBlock(env, width, height, recycled)) {}
 
 void SliceJob::work() {
   info_ = fill_(pixels_.data());

@@ -1,5 +1,6 @@
 #include "node_api/model_limits.h"
 
+#include <algorithm>
 #include <limits>
 #include <new>
 #include <sstream>
@@ -19,8 +20,9 @@ std::string text(const SliceSize& size) {
 }  // namespace
 
 void requireCountable(Napi::Env env, const SliceSize& size) {
-  // Pixels are counted in signed 32-bit numbers.
-  constexpr std::size_t most = std::numeric_limits<int32_t>::max();
+  // Pixels are counted in signed 32-bit numbers, and a slice's bytes, a few a pixel, by addresses.
+  constexpr std::size_t most = std::min<std::size_t>(std::numeric_limits<int32_t>::max(),
+                                                     std::numeric_limits<std::size_t>::max() / 16);
   if (size.pixels() <= most) return;
   throw refusal(env, codes::parameter,
                 "A slice of " + text(size) +

@@ -4,47 +4,14 @@ import { test } from 'node:test';
 import * as analysis from 'stiltforge/analysis';
 import { checkPrint } from 'stiltforge/check';
 import { orient, turnedMesh } from 'stiltforge/orientation';
+import { buildScaffold } from 'stiltforge/scaffold';
 import * as slicing from 'stiltforge/slicing';
 import * as wasm from 'stiltforge/wasm';
 import { digest, names, readExpected, readStack } from './golden.mjs';
-import { parameters } from './harness.mjs';
+import { parameters, rectangle, runsOf } from './harness.mjs';
+import { roadOf } from './road.mjs';
 
-const native = { ...analysis, ...slicing, checkPrint, orient, turnedMesh };
-
-/** A slab on two thin legs, leaning: islands, overhang and something to finish. */
-const part = Buffer.from(
-  [
-    ...prism([0, 0, 0], [1, 1, 3], [0, 0]),
-    ...prism([8, 8, 0], [1, 1, 3], [0, 0]),
-    ...prism([0, 0, 3], [9, 9, 1], [3, 1]),
-    ...prism([4, 4, 2], [1, 2, 0.5], [0, 1]),
-  ]
-    .map(
-      ([a, b, c]) =>
-        `facet normal 0 0 0 outer loop ${[a, b, c].map((p) => `vertex ${p.join(' ')}`).join(' ')} endloop endfacet\n`,
-    )
-    .join('')
-    .replace(/^/, 'solid part\n')
-    .concat('endsolid part\n'),
-);
-
-/** The triangles of a box whose top is shifted. */
-function prism([x, y, z], [width, depth, height], [leanX, leanY]) {
-  const corner = (i) => [
-    x + (i & 1 ? width : 0) + (i & 4 ? leanX : 0),
-    y + (i & 2 ? depth : 0) + (i & 4 ? leanY : 0),
-    z + (i & 4 ? height : 0),
-  ];
-  const quads = [
-    [0, 2, 3, 1],
-    [4, 5, 7, 6],
-    [0, 1, 5, 4],
-    [2, 6, 7, 3],
-    [0, 4, 6, 2],
-    [1, 3, 7, 5],
-  ];
-  return quads.flatMap(([a, b, c, d]) => [[a, b, c].map(corner), [a, c, d].map(corner)]);
-}
+const native = { ...analysis, ...slicing, checkPrint, orient, turnedMesh, buildScaffold };
 
 test('before load() a call says what to do', () => {
   assert.throws(() => wasm.Analysis.create(parameters()), {
@@ -54,11 +21,20 @@ test('before load() a call says what to do', () => {
   });
 });
 
-test('what cannot be loaded is named, and another try may follow', async () => {
+/** Of the module. */
+let memory;
+
+test('what cannot be loaded is named, and another try may follow', async (t) => {
   await assert.rejects(wasm.load(new Uint8Array(8)), {
     name: 'AnalysisError',
     code: 'ERR_STILTFORGE_BINARY',
     message: /what was given/,
+  });
+  const { instantiate } = WebAssembly;
+  t.mock.method(WebAssembly, 'instantiate', async (...words) => {
+    const result = await instantiate.apply(WebAssembly, words);
+    ({ memory } = (result.instance ?? result).exports);
+    return result;
   });
   await wasm.load();
 });
@@ -96,57 +72,6 @@ for (const name of names.filter((stack) => stack !== '15-zero-strength')) {
   });
 }
 
-/** Everything on the road of a part, by one of the two. */
-async function roadOf(api) {
-  const { positions, ...file } = await api.readMesh(part, { name: 'part.stl' });
-  const print = { ...api.defaultPrint, layerHeight: 0.1, pixelSize: 0.1 };
-  const slicer = api.createSlicer({ positions, ...print, margin: 2 });
-  const model = api.analysisParameters(print, api.defaultSupport, slicer);
-  const survey = { pixelSize: print.pixelSize, layerHeight: print.layerHeight };
-  const analysis = api.Analysis.create(model, { survey });
-  const layers = [];
-  for await (const result of analysis.run(slicer)) layers.push(result);
-  const finished = await analysis.finishSupports({ supportArea: 15 });
-  const verdict = await analysis.judgeSupports();
-  const owed = await analysis.owedPixels();
-  await analysis.close();
-  const points = finished.supports.map(({ layer, x, y }) => ({ layer, x, y }));
-  const given = api.Survey.create({ width: slicer.width, height: slicer.height, ...survey });
-  await given.addLayers(slicer, points);
-  const check = await api.checkPrint(slicer, {
-    layerHeight: print.layerHeight,
-    pixelWidth: print.pixelSize,
-    screenWidth: print.screenWidth,
-    screenHeight: print.screenHeight,
-    points: points.map(({ layer, x, y }) => ({ layer, column: x, row: y })),
-  });
-  const masks = api.createMaskSlicer({
-    maskWidth: 40,
-    maskHeight: 30,
-    layerHeight: 0.1,
-    pixelSize: 0.1,
-  });
-  const mask = Uint8Array.from({ length: 1200 }, (_, i) => (i * 7919) % 256);
-  return {
-    file,
-    positions,
-    report: slicer.report,
-    model,
-    layers,
-    finished,
-    verdict,
-    owed,
-    judged: await given.judge(),
-    check,
-    slice: await slicer.slice(35),
-    runs: await slicer.runs(30, 8),
-    masked: await masks.next(mask),
-    table: api.parameterTable(),
-    turned: api.turnedMesh(positions, [30, 0, 45]),
-    best: await api.orient({ positions, directions: 20 }),
-  };
-}
-
 test('the whole road of a part gives the same, from the bytes of its mesh to the finished points', async () => {
   const [expected, actual] = [await roadOf(native), await roadOf(wasm)];
   assert.ok(expected.finished.supports.length > 0);
@@ -166,8 +91,6 @@ test('errors have the words and the code of the addon', async () => {
     (api) => api.createSlicer({ positions: new Float32Array(9) }),
     (api) => api.createSlicer({ ...api.defaultPrint, positions: new Float32Array(9) }),
     (api) => api.createMaskSlicer({ maskWidth: 0, maskHeight: 4 }),
-    (api) =>
-      api.Analysis.create({ ...parameters(), width: 65535, height: 65535, needBuffer: true }),
     (api) => api.Analysis.create(parameters()).analyse(new Uint8Array(7)),
     (api) => api.Analysis.create(parameters()).analyse({ rowStart: new Uint8Array(7) }),
     (api) => api.Analysis.create(parameters()).groupImages(3, 0),
@@ -184,6 +107,36 @@ test('errors have the words and the code of the addon', async () => {
   for (const mistake of mistakes) {
     assert.deepEqual(await outcome(mistake, wasm), await outcome(mistake, native));
   }
+});
+
+test('memory stays bounded: what slices and closed analyses took is given back', async () => {
+  const [width, height] = [600, 600];
+  const picture = rectangle(width, height, 50, 50, 550, 550);
+  const runs = runsOf(picture, width, height);
+  const round = async () => {
+    const analysis = wasm.Analysis.create(parameters({ width, height, needBuffer: true }));
+    for (const slice of [picture, runs, picture]) await analysis.analyse(slice);
+    await analysis.close();
+  };
+  for (let i = 0; i < 3; i += 1) await round();
+  const { byteLength } = memory.buffer;
+  for (let i = 0; i < 10; i += 1) await round();
+  assert.equal(memory.buffer.byteLength, byteLength);
+});
+
+test('slices that no address reaches are refused before anything is written', async () => {
+  const [width, height] = [40000, 40000];
+  assert.throws(() => wasm.Analysis.create(parameters({ width, height })), {
+    code: 'ERR_STILTFORGE_PARAMETER',
+    message: /40000 x 40000 pixels is too large/,
+  });
+  const masks = wasm.createMaskSlicer({
+    maskWidth: width,
+    maskHeight: height,
+    layerHeight: 0.05,
+    pixelSize: 0.05,
+  });
+  await assert.rejects(masks.next(new Uint8Array(1)), /has 1 bytes/);
 });
 
 test('a path is answered by a sentence, since there are no files', async () => {

@@ -2,7 +2,7 @@ import { instantiateNapiModule } from '@emnapi/core';
 import { createContext } from '@emnapi/runtime';
 import type { Binding } from '../binding.js';
 import { AnalysisError } from '../errors.js';
-import { systemCalls, wasiFunctions } from './wasi.mjs';
+import { wasiFunctions, withoutSystem } from './wasi.mjs';
 
 /**
  * The module's address as a string or a URL, a Response with it, its bytes as an ArrayBuffer or a view,
@@ -66,7 +66,7 @@ async function exportsOf(source: WasmSource): Promise<unknown> {
   const { napiModule } = await instantiateNapiModule(source as BufferSource, {
     context: createContext(),
     overwriteImports: ({ env, napi, emnapi }) => ({
-      env: { ...env, ...napi, ...emnapi, ...systemCalls, emscripten_notify_memory_growth() {} },
+      env: withoutSystem({ ...env, ...napi, ...emnapi, emscripten_notify_memory_growth() {} }),
       wasi_snapshot_preview1: wasiFunctions(() => memory),
     }),
     beforeInit: ({ instance }) => {

@@ -2,11 +2,13 @@ const success = 0;
 const badDescriptor = 8;
 const notImplemented = -52;
 
-/** Calls of the operating system for files: there is none. */
-export const systemCalls: WebAssembly.ModuleImports = {
-  __syscall_getdents64: () => notImplemented,
-  __syscall_stat64: () => notImplemented,
-};
+/** The functions, and for every call of an operating system one that says that there is none. */
+export function withoutSystem(functions: WebAssembly.ModuleImports): WebAssembly.ModuleImports {
+  return new Proxy(functions, {
+    get: (known, name: string) =>
+      known[name] ?? (name.startsWith('__syscall_') ? () => notImplemented : undefined),
+  });
+}
 
 /**
  * What the module asks of WASI: a clock, an end that is an error, and files of which there are none.
