@@ -80,13 +80,21 @@ function check(label, actual, expected) {
   return lines.length === 0;
 }
 
+function run(program, ...words) {
+  execFileSync(program, words, { cwd: root, stdio: ['ignore', 'ignore', 'inherit'] });
+}
+
 function build(preset) {
-  const run = (program, ...words) =>
-    execFileSync(program, words, { cwd: root, stdio: ['ignore', 'ignore', 'inherit'] });
   run('cmake', '--preset', preset);
   const folder = join(root, 'build', preset);
   run('cmake', '--build', folder, '--target', 'stiltforge_digest');
   return join(folder, 'tests/digest/stiltforge_digest');
+}
+
+/** The program in WebAssembly, which Node runs. */
+function buildWasm() {
+  run('sh', 'scripts/build_wasm.sh');
+  return `${build('wasm')}.js`;
 }
 
 function checkAll(expected, stackFiles) {
@@ -94,6 +102,7 @@ function checkAll(expected, stackFiles) {
     { label: 'g++ with libstdc++', command: [build('digest')] },
     { label: 'clang++ with libc++', command: [build('libcxx')] },
     { label: '64-bit Arm, g++, under qemu', command: ['qemu-aarch64', build('arm64')] },
+    { label: 'WebAssembly, emscripten, in Node', command: [process.execPath, buildWasm()] },
   ];
   let same = true;
   for (const { label, command } of builds) {

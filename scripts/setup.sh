@@ -22,6 +22,7 @@ case $purpose in
     ;;
   digest)
     packages="$packages clang libc++-dev libc++abi-dev g++-aarch64-linux-gnu qemu-user"
+    packages="$packages emscripten dpkg-dev"
     ;;
   wasm) packages="$packages emscripten dpkg-dev" ;;
   prebuild)

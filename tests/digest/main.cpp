@@ -42,7 +42,7 @@ void print(const std::string& name, const reference::Stack& stack) {
 void printFinished(const std::string& name, const reference::Stack& stack, double pixelSize,
                    double layerHeight) {
   Digest digest;
-  addFinished(stack, analyseWithCore(stack), pixelSize, layerHeight, digest);
+  addFinished(stack, analyseWithCore(stack, false), pixelSize, layerHeight, digest);
   print(name, digest);
 }
 
