@@ -320,7 +320,19 @@ function timesOf(entries) {
 }
 
 /** All measurements as the rows of one table; what was not measured has none. */
-export function rowsOf({ native, sizes, models, memory, files, orient, command }) {
+/** Seconds are of the processor: compiling goes on beside the work. */
+function wasmRows({ addon, wasm }) {
+  const row = (what, a, b, bound) => quotient(what, [a, seconds(a)], [b, seconds(b)], bound);
+  return [
+    row(
+      'bunny, mesh to finished points: in WebAssembly / the addon on one core',
+      ...[wasm.seconds, addon.seconds, atMost(3)],
+    ),
+    row('... the first part of a process, compiling included', wasm.first, addon.first),
+  ];
+}
+
+export function rowsOf({ native, sizes, models, memory, files, orient, wasm, command }) {
   const rows = [];
   if (native) {
     const times = timesOf(native);
@@ -331,6 +343,7 @@ export function rowsOf({ native, sizes, models, memory, files, orient, command }
   if (memory) rows.push(...memoryRows(memory));
   if (files) rows.push(...fileRows(timesOf(files.times), files.run));
   if (orient) rows.push(orientRow(orient));
+  if (wasm) rows.push(...wasmRows(wasm));
   if (command) rows.push(...commandRows(command));
   return rows;
 }

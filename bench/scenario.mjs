@@ -260,9 +260,32 @@ async function orientations({ soup }) {
   return { tried, seconds: (performance.now() - start) / 1000, peakMemory: peakMemory() };
 }
 
+/** By the addon or in WebAssembly: what a part is to a page, from its mesh to the finished points. */
+async function finishedPart({ soup, isWasm }) {
+  const api = isWasm
+    ? await import('stiltforge/wasm')
+    : { ...(await import('stiltforge/analysis')), ...(await import('stiltforge/slicing')) };
+  const positions = positionsOf(soup);
+  const survey = { pixelSize: print.pixelSize, layerHeight: print.layerHeight };
+  const once = async () => {
+    const start = process.cpuUsage();
+    await api.load?.();
+    const slicer = api.createSlicer({ positions, ...api.defaultPrint, margin: 2 });
+    const parameters = api.analysisParameters(api.defaultPrint, api.defaultSupport, slicer);
+    const analysis = api.Analysis.create(parameters, { survey });
+    for await (const _ of analysis.run(slicer));
+    await analysis.finishSupports();
+    await analysis.close();
+    const { user, system } = process.cpuUsage(start);
+    return (user + system) / 1e6;
+  };
+  const first = await once();
+  return { first, seconds: median([await once(), await once(), await once()]) };
+}
+
 const scenarios = {
   ...{ analysisAlone, model, manyLayers, bytesPerPixel },
-  ...{ packSlices, bytesPerPixelOf, twoModels, orientations },
+  ...{ packSlices, bytesPerPixelOf, twoModels, orientations, finishedPart },
 };
 const [name, options] = process.argv.slice(2);
 console.log(JSON.stringify(await scenarios[name](JSON.parse(options))));

@@ -2,7 +2,8 @@
 //   npm run bench                      everything, about ten minutes
 //   npm run bench -- --quick           small samples, about two minutes
 //   npm run bench -- --rival COMMIT    also the command as it was at that commit, built for this
-//   npm run bench -- --only PART       stages, models, memory, files, orient or command; repeatable
+//   npm run bench -- --only PART       stages, models, memory, files, orient, wasm or command;
+//                                      repeatable
 //   npm run bench -- --stack FILE      also slices of an archive (a zip of PNG layers); repeatable
 //   npm run bench -- --write           also puts the table into docs/performance.md
 // The variable STILTFORGE_BENCH_STACKS may name archives too, separated as in PATH.
@@ -38,7 +39,7 @@ const archives = [
   ...(process.env.STILTFORGE_BENCH_STACKS ?? '').split(delimiter).filter(Boolean),
 ];
 
-const parts = ['stages', 'models', 'memory', 'files', 'orient', 'command'];
+const parts = ['stages', 'models', 'memory', 'files', 'orient', 'wasm', 'command'];
 const stranger = options.only.find((part) => !parts.includes(part));
 if (stranger !== undefined) {
   console.error(`bench: there is no part "${stranger}": use ${parts.join(', ')}`);
@@ -57,6 +58,7 @@ function build() {
     return stdout;
   };
   run('npm', 'run', '--silent', 'build');
+  if (wanted('wasm')) run('npm', 'run', '--silent', 'build:wasm');
   if (!wanted('stages') && !wanted('models') && !wanted('files')) return;
   const configured = run('cmake', '--preset', 'bench');
   if (configured.includes('OpenCV not found')) {
@@ -82,12 +84,17 @@ function runNative(name, words) {
   return benchmarks.filter((entry) => entry.aggregate_name === 'median');
 }
 
-/** Runs a scenario in a process of its own, `rounds` times; gives the one of median duration. */
-function runScenario(name, settings, rounds = 1) {
+/**
+ * Runs a scenario in a process of its own, `rounds` times; gives the one of median duration. `before`
+ * is a command that runs it.
+ */
+function runScenario(name, settings, rounds = 1, before = []) {
   const script = join(root, 'bench/scenario.mjs');
-  const results = Array.from({ length: rounds }, () =>
-    JSON.parse(execFileSync(process.execPath, [script, name, JSON.stringify(settings)])),
-  );
+  const [program, ...words] = [
+    ...[...before, process.execPath],
+    ...[script, name, JSON.stringify(settings)],
+  ];
+  const results = Array.from({ length: rounds }, () => JSON.parse(execFileSync(program, words)));
   return results.sort((a, b) => a.seconds - b.seconds)[rounds >> 1];
 }
 
@@ -159,6 +166,15 @@ if (wanted('files')) {
 if (wanted('orient')) {
   say('orientations');
   measured.orient = runScenario('orientations', { soup }, rounds);
+}
+if (wanted('wasm')) {
+  say('WebAssembly');
+  // One core, so that the addon has one thread.
+  const oneCore = ['taskset', '-c', '0'];
+  const [addon, wasm] = [false, true].map((isWasm) =>
+    runScenario('finishedPart', { soup, isWasm }, rounds, oneCore),
+  );
+  measured.wasm = { addon, wasm };
 }
 if (wanted('command')) {
   const rival = options.rival && builtRival(root, options.rival, say);
