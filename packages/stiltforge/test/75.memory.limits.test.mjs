@@ -66,9 +66,9 @@ test('the largest ghostRadius only reserves its table until a slice comes', asyn
     stiltforge.InitAnalyseSlice(parameters());
     const before = process.memoryUsage().rss;
     stiltforge.InitAnalyseSlice(parameters({ ghostRadius: 4096 }));
-    console.log(process.memoryUsage().rss - before < 50 * 2 ** 20);
+    console.log(process.memoryUsage().rss - before < 30 * 2 ** 20);
     await analyse(rectangle(8, 6, 0, 0, 4, 4));
-    console.log(process.memoryUsage().rss - before > 200 * 2 ** 20);
+    console.log(process.memoryUsage().rss - before > 60 * 2 ** 20);
   `);
   assertEnded(child, 'true', 'true');
 });
@@ -95,7 +95,7 @@ test('a ghost spread table that does not fit is refused, the open model goes on'
   skip,
 }, async () => {
   const child = await runInChild(`${limit}
-    allow(100);
+    allow(40);
     console.log(attempt(() => stiltforge.InitAnalyseSlice(parameters({ ghostRadius: 4000 }))));
     console.log((await analyse(rectangle(8, 6, 0, 0, 4, 4))).layer.groups[0].supportedPixel);
   `);
@@ -180,7 +180,7 @@ const analysisLimit = `${limit}
 
 test('an analysis that does not fit is refused, another one goes on', { skip }, async () => {
   const child = await runInChild(`${analysisLimit}
-    allow(200);
+    allow(40);
     console.log(attempt(() => create({ width: 20000, height: 20000, needBuffer: true })));
     console.log(attempt(() => create({ ghostRadius: 4000 })));
     console.log((await first.analyse(rectangle(8, 6, 0, 0, 4, 4))).layer.groups[0].supportedPixel);
