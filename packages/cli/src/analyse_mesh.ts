@@ -17,6 +17,7 @@ import type { Summary } from './summary.js';
 import {
   analysePart,
   type PartJob,
+  type PartVisitor,
   type PreparedPart,
   preparePart,
   type SupportedPart,
@@ -146,17 +147,10 @@ async function writeOutputs(
     const { slicer } = prepared;
     progress.start(slicer.layerCount, job.pictures ? drawingSeconds(slicer) : 0);
     const begin = performance.now();
-    const corners: Corners = new Map();
     const analysed = await analysePart(prepared, {
       signal,
       layers: (done) => progress.layers(done),
-      layer: (result, index) => noteCorners(job.inspect, result, index, corners),
-      finished: async (analysis, part, tally) => {
-        requireRegions(job, tally);
-        for (const region of job.inspect) {
-          await writeRegion(region, analysis, pointsOf(region, part, corners), folder);
-        }
-      },
+      ...inspecting(job, folder),
     });
     const analysisSeconds = (performance.now() - begin) / 1000;
     const supported = await withGeometry(job, analysed, folder, signal);
@@ -226,8 +220,25 @@ function drawingSeconds({ report, width, height }: Slicer): number {
   return 0.8 + 1.5e-6 * report.triangles + 1e-7 * width * height;
 }
 
+/** Draws the regions that are to be inspected when all layers are analysed. */
+export function inspecting(
+  job: Inspected,
+  folder: OutputFolder,
+): Required<Pick<PartVisitor, 'layer' | 'finished'>> {
+  const corners: Corners = new Map();
+  return {
+    layer: (result, index) => noteCorners(job.inspect, result, index, corners),
+    finished: async (analysis, part, tally) => {
+      requireRegions(job, tally);
+      for (const region of job.inspect) {
+        await writeRegion(region, analysis, pointsOf(region, part, corners), folder);
+      }
+    },
+  };
+}
+
 /** What regions a layer has is known when it is analysed. */
-export function requireRegions({ name, inspect }: Inspected, { layers }: Tally): void {
+function requireRegions({ name, inspect }: Inspected, { layers }: Tally): void {
   for (const { layer, region } of inspect) {
     const { regions } = layers[layer];
     if (region <= regions) continue;
@@ -240,9 +251,9 @@ export function requireRegions({ name, inspect }: Inspected, { layers }: Tally):
 }
 
 /** Of the regions that are inspected: the first column and row of their boxes. */
-export type Corners = Map<RegionToInspect, { column: number; row: number }>;
+type Corners = Map<RegionToInspect, { column: number; row: number }>;
 
-export function noteCorners(
+function noteCorners(
   inspected: readonly RegionToInspect[],
   { layer: { groups } }: SliceResult,
   index: number,
@@ -255,11 +266,7 @@ export function noteCorners(
   }
 }
 
-export function pointsOf(
-  inspected: RegionToInspect,
-  part: HeldPart,
-  corners: Corners,
-): RegionPoint[] {
+function pointsOf(inspected: RegionToInspect, part: HeldPart, corners: Corners): RegionPoint[] {
   const { column: left = 0, row: top = 0 } = corners.get(inspected) ?? {};
   const isThere = ({ layer, region }: SlicePoint): boolean =>
     layer === inspected.layer && region?.region === inspected.region;
@@ -272,7 +279,7 @@ export function pointsOf(
   ];
 }
 
-export async function writeRegion(
+async function writeRegion(
   region: RegionToInspect,
   analysis: Analysis,
   points: readonly RegionPoint[],

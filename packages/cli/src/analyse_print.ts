@@ -2,16 +2,12 @@ import { basename } from 'node:path';
 import { createLayerSlicer, defaultSupport } from 'stiltforge/slicing';
 import {
   admission,
-  type Corners,
   type Inspected,
   inspectFolder,
+  inspecting,
   inspectName,
   type JobWatcher,
-  noteCorners,
-  pointsOf,
   requireLayers,
-  requireRegions,
-  writeRegion,
 } from './analyse_mesh.js';
 import { commandHost } from './command_host.js';
 import { Interrupted } from './errors.js';
@@ -102,17 +98,10 @@ async function writeOutputs(
   try {
     progress.start(prepared.slicer.layerCount, job.pictures ? 1 : 0);
     const begin = performance.now();
-    const corners: Corners = new Map();
     const supported = await analyseLayers(prepared, {
       signal,
       layers: (done) => progress.layers(done),
-      layer: (result, index) => noteCorners(job.inspect, result, index, corners),
-      finished: async (analysis, part, tally) => {
-        requireRegions(job, tally);
-        for (const region of job.inspect) {
-          await writeRegion(region, analysis, pointsOf(region, part, corners), folder);
-        }
-      },
+      ...inspecting(job, folder),
     });
     const analysisSeconds = (performance.now() - begin) / 1000;
     const { document } = supported;

@@ -9,7 +9,7 @@ import {
   type SupportSettings,
 } from 'stiltforge/slicing';
 import { codeOf, ExitCode, messageOf, UserError } from './errors.js';
-import { analysedPart, finishedPart, type HeldPart, isAdded } from './held_part.js';
+import { analysedPart, finishedPart, type HeldPart } from './held_part.js';
 import type { Host } from './host.js';
 import { type Making, requireMemory } from './memory.js';
 import { nameOfPath } from './name_of_path.js';
@@ -180,7 +180,6 @@ function documentOf(
   ];
 
   const records = new Records(print, meshPlaces(print, slicer));
-  const supports = records.supports(part);
   const { bounds, ...mesh } = report;
   return {
     generator: host.generator,
@@ -205,20 +204,7 @@ function documentOf(
       asAnalysed: job.asAnalysed ?? false,
     },
     parameters,
-    summary: {
-      layers: slicer.layerCount,
-      regions: tally.regions,
-      islands: part.verdict.islands.length,
-      heldIslands: part.verdict.islands.filter(({ heldBy }) => heldBy !== null).length,
-      supports: supports.length,
-      merged: supports.filter(({ reason }) => reason === 'merged').length,
-      added: supports.filter(isAdded).length,
-      dropped: part.dropped.length,
-    },
-    verdict: records.verdict(part.verdict),
-    islands: records.islands(part.verdict),
-    supports,
-    dropped: records.dropped(part),
+    ...records.ofPart(part, tally),
   };
 }
 

@@ -8,7 +8,7 @@ import {
   type SupportSettings,
 } from 'stiltforge/slicing';
 import { ExitCode, UserError } from './errors.js';
-import { analysedPart, finishedPart, type HeldPart, isAdded } from './held_part.js';
+import { analysedPart, finishedPart, type HeldPart } from './held_part.js';
 import type { Host } from './host.js';
 import { nameOfPath } from './name_of_path.js';
 import type { SupportsDocument } from './output/documents.js';
@@ -169,8 +169,6 @@ function documentOf(
     placeOf: (column, row) => placeOnPlate(job.printed, column, row),
   };
   const records = new Records(print, places);
-  const supports = records.supports(part);
-  const { islands } = part.verdict;
   const { min, max } = boxOnPlate(job.printed, box);
   const { format, printer, material } = file;
   return {
@@ -193,19 +191,6 @@ function documentOf(
       asAnalysed: job.asAnalysed ?? false,
     },
     parameters,
-    summary: {
-      layers: file.layerCount,
-      regions: tally.regions,
-      islands: islands.length,
-      heldIslands: islands.filter(({ heldBy }) => heldBy !== null).length,
-      supports: supports.length,
-      merged: supports.filter(({ reason }) => reason === 'merged').length,
-      added: supports.filter(isAdded).length,
-      dropped: part.dropped.length,
-    },
-    verdict: records.verdict(part.verdict),
-    islands: records.islands(part.verdict),
-    supports,
-    dropped: records.dropped(part),
+    ...records.ofPart(part, tally),
   };
 }

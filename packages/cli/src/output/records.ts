@@ -1,12 +1,14 @@
 import type { RegionRecord, Surface, Verdict } from 'stiltforge/analysis';
 import type { PrintSettings, Slicer } from 'stiltforge/slicing';
-import type { HeldPart, SlicePoint } from '../held_part.js';
+import { type HeldPart, isAdded, type SlicePoint } from '../held_part.js';
+import type { Tally } from '../tally.js';
 import type {
   DroppedRecord,
   IslandRecord,
   PlaceRecord,
   RegionWeights,
   SupportRecord,
+  SupportsDocument,
   VerdictRecord,
 } from './documents.js';
 
@@ -41,7 +43,32 @@ export class Records {
     private readonly places: Places,
   ) {}
 
-  supports({ points }: HeldPart): SupportRecord[] {
+  /** All that a document says of the points of a part and of what they hold. */
+  ofPart(
+    part: HeldPart,
+    tally: Tally,
+  ): Pick<SupportsDocument, 'summary' | 'verdict' | 'islands' | 'supports' | 'dropped'> {
+    const { islands } = part.verdict;
+    const supports = this.supports(part);
+    return {
+      summary: {
+        layers: tally.layers.length,
+        regions: tally.regions,
+        islands: islands.length,
+        heldIslands: islands.filter(({ heldBy }) => heldBy !== null).length,
+        supports: supports.length,
+        merged: supports.filter(({ reason }) => reason === 'merged').length,
+        added: supports.filter(isAdded).length,
+        dropped: part.dropped.length,
+      },
+      verdict: this.verdict(part.verdict),
+      islands: this.islands(part.verdict),
+      supports,
+      dropped: this.dropped(part),
+    };
+  }
+
+  private supports({ points }: HeldPart): SupportRecord[] {
     return points.map((point) => ({
       ...this.point(point),
       reason: point.reason,
@@ -50,7 +77,7 @@ export class Records {
     }));
   }
 
-  dropped({ dropped }: HeldPart): DroppedRecord[] {
+  private dropped({ dropped }: HeldPart): DroppedRecord[] {
     return dropped.map((point) => ({
       ...this.point(point),
       reason: point.reason,
@@ -59,7 +86,7 @@ export class Records {
     }));
   }
 
-  islands({ islands }: Verdict): IslandRecord[] {
+  private islands({ islands }: Verdict): IslandRecord[] {
     return islands.map(({ layer, x, y, pixels, heldBy, point, takenIn, hasRoom, isSealed }) => ({
       ...this.place(layer, x, y),
       area: this.area(pixels),
@@ -72,7 +99,7 @@ export class Records {
     }));
   }
 
-  verdict({ points: _points, islands: _islands, ...verdict }: Verdict): VerdictRecord {
+  private verdict({ points: _points, islands: _islands, ...verdict }: Verdict): VerdictRecord {
     return {
       ...verdict,
       overhang: surface(verdict.overhang),
