@@ -58,8 +58,10 @@ export function build(target, { compiler, sources, headers, folder }) {
   const prefix = join(trees, 'installed');
   const env = compilerEnvironment(compiler, folder);
   const configure = (source, tree, ...settings) => {
-    const words = ['-S', source, '-B', tree, '-G', 'Ninja', '-DCMAKE_BUILD_TYPE=Release'];
+    // Without what an earlier run may have kept of another toolchain file.
+    const words = ['--fresh', '-S', source, '-B', tree, '-G', 'Ninja'];
     const tools = [
+      '-DCMAKE_BUILD_TYPE=Release',
       `-DCMAKE_TOOLCHAIN_FILE=${join(here, 'toolchain.cmake')}`,
       `-DSTILTFORGE_ZIG=${compiler.program}`,
       `-DSTILTFORGE_ZIG_TARGET=${target.triple}`,

@@ -87,9 +87,11 @@ function read(file, { os }) {
       .filter(Boolean)
       .map((name) => name.replace(/^_/, ''));
   const libraries = lines(capture('llvm-objdump', ['--macho', '--dylibs-used', file])).slice(1);
+  // The linker exports its own marks and C++'s operators new and delete whatever it is asked for.
+  const unasked = /^(__dso_handle|_mh_dylib_header|_Z[nd][al]\w*|_Znw\w*)$/;
   return {
     needed: libraries.map((line) => line.split(' ')[0]).filter((name) => name.startsWith('/')),
-    exports: symbols('--defined-only', '--extern-only'),
+    exports: symbols('--defined-only', '--extern-only').filter((name) => !unasked.test(name)),
     imports: symbols('--undefined-only').filter(isNodeApi),
   };
 }
