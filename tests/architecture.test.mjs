@@ -63,6 +63,15 @@ test("Node's headers are refused below the doors, in a folder inside them too", 
   }
 });
 
+test("the doors reach the host's memory in one place alone, which WebAssembly has another one for", () => {
+  const own =
+    /\.Data\(\)|napi_get_(arraybuffer|buffer)_info|TypedArrayOf|Napi::(Big)?(Ui|I)nt\d+Array|Napi::Float\d+Array|Napi::Buffer/;
+  const found = readSources()
+    .filter(({ path, text }) => path.startsWith('binding/') && own.test(text))
+    .map(({ path, text }) => `${path}: ${own.exec(text)[0]}`);
+  assert.deepEqual(found, []);
+});
+
 test('files that include each other are a circle', () => {
   const sources = [
     file('analysis/a.h', '"analysis/b.h"'),

@@ -7,6 +7,7 @@ import { join } from 'node:path';
 import { after, test } from 'node:test';
 import { Analysis } from 'stiltforge/analysis';
 import { analysisParameters, defaultPrint, defaultSupport } from 'stiltforge/slicing';
+import { sl1 } from '../../packages/cli/test/prints.mjs';
 import { png } from '../pictures.mjs';
 import { binding } from './harness.mjs';
 
@@ -95,6 +96,26 @@ test('an analysis takes its layers as it takes those of a slicer', async () => {
   assert.equal(layers.length, 6);
   assert.equal(layers[5].groups.length, 1);
   assert.equal(layers[5].pixelCount, 10 * 20);
+});
+
+test('the bytes of a file are as good as its path, and the host may change them meanwhile', async () => {
+  const path = join(folder, 'plate.sl1');
+  const bytes = sl1();
+  writeFileSync(path, bytes);
+  assert.equal(isPrinterFile(bytes), true);
+  assert.equal(isPrinterFile(new Uint8Array(8)), false);
+  assert.equal(isPrinterFile(new Uint8Array(8), 'plate.goo'), true);
+  const opened = openPrinterFile(bytes, { name: 'plate.sl1' });
+  bytes.fill(0);
+  const [file, same] = [await opened, await openPrinterFile(path)];
+  assert.equal(file.format, 'SL1');
+  assert.deepEqual(file, same);
+  const [layers, expected] = [file, same].map((from) => layersOf(new LayerSlicer(from, channels)));
+  assert.deepEqual(await layers, await expected);
+  await assert.rejects(openPrinterFile(bytes, { name: 'plate.sl1' }), {
+    code: 'ERR_STILTFORGE_FILE',
+    message: /^plate\.sl1: /,
+  });
 });
 
 test('pictures may carry the channels', async () => {
