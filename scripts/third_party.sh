@@ -15,13 +15,14 @@ made="$CC $AR $CFLAGS $(cksum <scripts/third_party.sh)"
 
 # The system's own list of packages need not name sources, so this one is kept apart from it.
 sources=$PWD/build/third_party
-mkdir -p "$sources/lists/partial"
+mkdir -p "$sources/lists/partial" "$sources/cache/archives/partial"
 release=$(. /etc/os-release && echo "$VERSION_CODENAME")
 echo "deb-src [signed-by=/usr/share/keyrings/debian-archive-keyring.gpg]" \
   "http://deb.debian.org/debian $release main" >"$sources/sources.list"
 debian() {
   apt-get -qq -o Dir::Etc::SourceList="$sources/sources.list" -o Dir::Etc::SourceParts=/dev/null \
-    -o Dir::State::Lists="$sources/lists" -o APT::Sandbox::User=root "$@"
+    -o Dir::State::Lists="$sources/lists" -o Dir::Cache="$sources/cache" \
+    -o APT::Sandbox::User=root "$@"
 }
 for package in zlib minizip expat libdeflate; do
   [ -d "$sources/$package" ] && continue

@@ -18,7 +18,7 @@ for (const [resolution, file] of [
 test('a program without the types of Node compiles against the packed package', async (t) => {
   const project = await projectWith(t, 'stiltforge');
   cpSync(here('consumer'), project, { recursive: true });
-  const both = ['analysis.mts', 'functions.mts', 'slicing.mts'];
+  const both = ['analysis.mts', 'functions.mts', 'slicing.mts', 'wasm.mts'];
   const all = [...both, 'functions.cts'];
   for (const [module, moduleResolution, lib, files] of [
     ['node16', 'node16', ['es2022'], all],

@@ -10,7 +10,7 @@ import { wasiFunctions, withoutSystem } from './wasi.mjs';
  */
 export type WasmSource = string | object;
 
-type Reader = (address: URL) => WasmSource | Promise<WasmSource>;
+type Reader = (address: string) => WasmSource | Promise<WasmSource>;
 
 let readDefault: Reader = (address) => address;
 let loading: Promise<void> | undefined;
@@ -49,7 +49,7 @@ async function instantiate(source: WasmSource | Promise<WasmSource> | undefined)
   const isAddress = typeof source === 'string' || source instanceof URL;
   const place = source === undefined ? beside : isAddress ? source : 'what was given';
   try {
-    loaded = (await exportsOf(await (source ?? readDefault(beside)))) as Binding;
+    loaded = (await exportsOf(await (source ?? readDefault(beside.href)))) as Binding;
   } catch (error) {
     const { message = String(error) } = Object(error) as { message?: string };
     throw new AnalysisError(

@@ -3,6 +3,6 @@
 import { readFile } from 'node:fs/promises';
 import { readDefaultBy } from './binding.mjs';
 
-readDefaultBy((address) => readFile(address));
+readDefaultBy((address) => readFile(new URL(address)));
 
 export * from './index.mjs';
