@@ -97,7 +97,18 @@ int main(int count, char** words) {
 }
 `;
   writeFileSync(source, functions.join('') + main);
-  const options = ['-target', target.triple, '-dynamic', '-rdynamic', '-w', '-o', program, source];
+  const options = [
+    '-target',
+    target.triple,
+    '-O3',
+    '-s',
+    '-dynamic',
+    '-rdynamic',
+    '-w',
+    '-o',
+    program,
+    source,
+  ];
   run(compiler.program, ['cc', ...options], { env: compilerEnvironment(compiler, folder) });
   let failure = [];
   try {
