@@ -1,7 +1,7 @@
 // The software bill of materials of a release, as CycloneDX 1.5: our packages, what npm installs beside
 // them, and what they carry inside. `npm sbom` leaves out what a workspace needs both to run and to be
 // developed, and knows nothing of what is linked in.
-import { readFileSync } from 'node:fs';
+import { existsSync, readFileSync } from 'node:fs';
 import { join } from 'node:path';
 import { bundledIn } from './notice.mjs';
 import { workspacePackages } from './packages.mjs';
@@ -45,7 +45,7 @@ export function billOfMaterials(made, needed, time) {
   const own = [
     ...targets.map((target) => ({ folder: target.name, parts: bundledIn('', target) })),
     ...workspacePackages.map((folder) => ({ folder, parts: bundledIn(folder) })),
-  ];
+  ].filter(({ folder }) => existsSync(join(made, folder)));
   for (const { folder } of own) {
     const one = ofFolder(join(made, folder));
     refOf.set(one.name, add(one));

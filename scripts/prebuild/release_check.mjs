@@ -102,10 +102,12 @@ check('the packages hold what they name, and nothing that is for their makers', 
 function meant({ folder: place }) {
   const options = ['--profile', 'node16'];
   const { name, type } = JSON.parse(readFileSync(join(place, 'package.json'), 'utf8'));
-  // An ES module alone: CommonJS programs import it, or require it where Node does that.
-  if (type === 'module') options.push('--ignore-rules', 'cjs-resolves-to-esm');
-  // A page is no module.
+  // ES modules alone: CommonJS programs import them, or require them where Node does that.
+  if (type === 'module' || name === 'stiltforge')
+    options.push('--ignore-rules', 'cjs-resolves-to-esm');
+  // No modules: a page, and what the module in WebAssembly loads.
   if (name === 'stiltforge-viewer') options.push('--exclude-entrypoints', './report.html');
+  if (name === 'stiltforge') options.push('--exclude-entrypoints', './wasm/stiltforge.wasm');
   return options;
 }
 
