@@ -56,8 +56,8 @@ void bindToHost() {
   }
 }
 
-// The C library calls what is in this section before it runs constructors, one of which registers the
-// module.
+// The C library calls what is in this section before it runs constructors, one of which registers
+// the module.
 [[gnu::section(".CRT$XCT"), gnu::used]] void (*const bindAtLoad)() = bindToHost;
 
 }  // namespace
