@@ -15,8 +15,8 @@ namespace {
 std::vector<slicing::Vector> undersides(const slicing::TriangleMesh& part) {
   const scaffold::TriangleIndex index(part);
   std::vector<slicing::Vector> points;
-  for (double x = part.bounds.min.x; x < part.bounds.max.x; x += 0.75) {
-    for (double y = part.bounds.min.y; y < part.bounds.max.y; y += 0.75) {
+  for (double x = part.bounds.min.x; x < part.bounds.max.x; x += 3) {
+    for (double y = part.bounds.min.y; y < part.bounds.max.y; y += 3) {
       double from = part.bounds.min.z;
       // Those above others, too.
       while (const auto hit = index.lowest(x, y, from, part.bounds.max.z)) {
