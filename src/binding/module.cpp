@@ -38,9 +38,9 @@ Napi::Object initialize(Napi::Env env, Napi::Object exports) {
               Napi::Function::New<&stiltforge::binding::startOrientation>(env, "startOrientation"));
   exports.Set("buildScaffold",
               Napi::Function::New<&stiltforge::binding::buildScaffold>(env, "buildScaffold"));
-  exports.Set("findScaffoldConflict",
-              Napi::Function::New<&stiltforge::binding::findScaffoldConflict>(
-                  env, "findScaffoldConflict"));
+  exports.Set(
+      "findScaffoldConflict",
+      Napi::Function::New<&stiltforge::binding::findScaffoldConflict>(env, "findScaffoldConflict"));
   exports.Set("turnMesh", Napi::Function::New<&stiltforge::binding::turnMesh>(env, "turnMesh"));
   exports.Set("estimateMemory",
               Napi::Function::New<&stiltforge::binding::estimateMemory>(env, "estimateMemory"));
