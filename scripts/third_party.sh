@@ -13,12 +13,23 @@ cd "$(dirname "$0")/.."
 made="$CC $AR $CFLAGS $(cksum <scripts/third_party.sh)"
 [ "$(cat "$folder/made" 2>/dev/null)" = "$made" ] && exit 0
 
-# The system's own list of packages need not name sources, so this one is kept apart from it.
+# Sources come from where the system has its packages of Debian from. Its own list of packages need
+# not name sources, so this one is kept apart from it.
 sources=$PWD/build/third_party
 mkdir -p "$sources/lists/partial" "$sources/cache/archives/partial"
 release=$(. /etc/os-release && echo "$VERSION_CODENAME")
-echo "deb-src [signed-by=/usr/share/keyrings/debian-archive-keyring.gpg]" \
-  "http://deb.debian.org/debian $release main" >"$sources/sources.list"
+keys=/usr/share/keyrings/debian-archive-keyring.gpg
+repositories() {
+  apt-get indextargets --format '$(ORIGIN) $(RELEASE) $(REPO_URI) $(COMPONENT)' 'Created-By: Packages' |
+    awk -v release="$release" -v keys="$keys" \
+      '$1 == "Debian" && $2 == release { print "deb-src [signed-by=" keys "]", $3, $2, $4 }' | sort -u
+}
+[ -n "$(repositories)" ] || apt-get -qq update
+repositories >"$sources/sources.list"
+if [ ! -s "$sources/sources.list" ]; then
+  echo "third_party: apt knows no repository of Debian, whose source packages are needed" >&2
+  exit 1
+fi
 debian() {
   apt-get -qq -o Dir::Etc::SourceList="$sources/sources.list" -o Dir::Etc::SourceParts=/dev/null \
     -o Dir::State::Lists="$sources/lists" -o Dir::Cache="$sources/cache" \
