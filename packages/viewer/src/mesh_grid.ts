@@ -17,8 +17,9 @@ const coarseSteps = 1_023;
 const mostError = 0.02;
 
 /**
- * The triangles, nine numbers each, on a grid over `box`, fewer of them where there are many. Resolves to
- * the mesh and to how far corners may have moved along each axis, in units of the box.
+ * The triangles, nine numbers each, on a grid over `box`, fewer of them where there are many; corners a
+ * little beyond the box, as the surface of layers has them, come to its sides. Resolves to the mesh and to
+ * how far those within may have moved along each axis, in units of the box.
  */
 export async function gridMesh(
   positions: Float32Array,
@@ -48,15 +49,17 @@ export async function gridMesh(
 function weld(positions: Float32Array, { min, max }: Box, steps: number): GridMesh {
   const factor = max.map((top, axis) => (top > min[axis] ? steps / (top - min[axis]) : 0));
   const fine = fineSteps / steps;
+  const placeOf = (value: number, axis: number): number =>
+    Math.min(Math.max(Math.round((value - min[axis]) * factor[axis]), 0), steps);
   const numbers = new Map<number, number>();
   const corners: number[] = [];
   const triangles: number[] = [];
   const corner = [0, 0, 0];
   for (let at = 0; at + 8 < positions.length; at += 9) {
     for (let c = 0; c < 3; c++) {
-      const x = Math.round((positions[at + 3 * c] - min[0]) * factor[0]);
-      const y = Math.round((positions[at + 3 * c + 1] - min[1]) * factor[1]);
-      const z = Math.round((positions[at + 3 * c + 2] - min[2]) * factor[2]);
+      const x = placeOf(positions[at + 3 * c], 0);
+      const y = placeOf(positions[at + 3 * c + 1], 1);
+      const z = placeOf(positions[at + 3 * c + 2], 2);
       const key = x + 65_536 * (y + 65_536 * z);
       let number = numbers.get(key);
       if (number === undefined) {

@@ -56,6 +56,11 @@ test('a mesh of very many triangles gets fewer, and says how far they may be off
   assert.ok(Math.abs(volume(mesh, unit) / ((4 / 3) * Math.PI) - 1) < 0.01);
 });
 
+test('corners a little beyond the box come to its sides', async () => {
+  const { mesh } = await gridMesh(boxesMesh([[-1.1, -1, -1, 1, 1.1, 1.1]]), unit);
+  assert.ok(Math.abs(volume(mesh, unit) - 8) < 0.001);
+});
+
 test('triangles that lose their area on the grid go', async () => {
   const thin = Float32Array.of(0, 0, 0, 1e-9, 0, 0, 1, 1, 1);
   const { mesh } = await gridMesh(thin, unit);
