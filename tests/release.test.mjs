@@ -1,6 +1,7 @@
 // The rules that binaries and packages of a release are held to.
 import assert from 'node:assert/strict';
-import { mkdirSync, mkdtempSync, rmSync, writeFileSync } from 'node:fs';
+import { execFileSync } from 'node:child_process';
+import { copyFileSync, mkdirSync, mkdtempSync, readFileSync, rmSync, writeFileSync } from 'node:fs';
 import { tmpdir } from 'node:os';
 import { join } from 'node:path';
 import { test } from 'node:test';
@@ -91,4 +92,22 @@ test('a binary of another platform is found by its format and what it needs', {
   const faults = faultsOf(file, arm);
   assert.match(faults[0], /its format is elf64-x86-64, not elf64-littleaarch64$/);
   assert.ok(faults.some((sentence) => sentence.endsWith('libc.so.6, which not every system has')));
+});
+
+test('a build for this machine does not make the binaries of all platforms before it', (t) => {
+  const folder = mkdtempSync(join(tmpdir(), 'stiltforge-build-'));
+  t.after(() => rmSync(folder, { recursive: true }));
+  const { scripts } = JSON.parse(readFileSync(join(root, 'package.json'), 'utf8'));
+  const echoes = Object.keys(scripts).map((name) => [name, `echo ran ${name}`]);
+  writeFileSync(
+    join(folder, 'package.json'),
+    JSON.stringify({ name: 'workspace', scripts: Object.fromEntries(echoes) }),
+  );
+  copyFileSync(join(root, '.npmrc'), join(folder, '.npmrc'));
+  const options = { cwd: folder, encoding: 'utf8', shell: true };
+  assert.equal(execFileSync('npm', ['run', '--silent', 'build'], options).trim(), 'ran build');
+  assert.equal(
+    execFileSync('npm', ['run', '--silent', 'prebuild'], options).trim(),
+    'ran prebuild',
+  );
 });
