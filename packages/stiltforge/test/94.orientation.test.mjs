@@ -3,29 +3,10 @@ import assert from 'node:assert/strict';
 import { test } from 'node:test';
 import { Worker } from 'node:worker_threads';
 import { defaultWeights, orient, turnedMesh } from 'stiltforge/orientation';
+import { box, table } from './boxes.mjs';
 
 const coarse = { pixelSize: 0.25, layerHeight: 0.25, screenWidth: 400, screenHeight: 400 };
 const quick = { ...coarse, directions: 30, listed: 3, confirm: false };
-
-/** Twelve triangles. */
-function box([x0, y0, z0], [x1, y1, z1]) {
-  const corner = (i) => [i & 1 ? x1 : x0, i & 2 ? y1 : y0, i & 4 ? z1 : z0];
-  const faces = [
-    [0, 2, 3, 1],
-    [4, 5, 7, 6],
-    [0, 1, 5, 4],
-    [2, 6, 7, 3],
-    [0, 4, 6, 2],
-    [1, 3, 7, 5],
-  ];
-  return faces.flatMap(([a, b, c, d]) => [a, b, c, a, c, d].flatMap(corner));
-}
-
-/** A slab on a post. */
-const table = Float32Array.from([
-  ...box([0, 0, 10], [20, 20, 12]),
-  ...box([8, 8, 0], [12, 12, 11]),
-]);
 
 test('a table is turned upside down', async () => {
   const { asItIs, best, tried } = await orient({ positions: table, ...quick });

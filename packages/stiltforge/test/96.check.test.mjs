@@ -3,24 +3,9 @@ import assert from 'node:assert/strict';
 import { test } from 'node:test';
 import { checkPrint } from 'stiltforge/check';
 import { createSlicer } from 'stiltforge/slicing';
+import { box } from './boxes.mjs';
 
 const print = { layerHeight: 0.1, screenWidth: 400, screenHeight: 300 };
-
-/** Twelve triangles; inside out when it is a hollow. */
-function box([x0, y0, z0], [x1, y1, z1], isHollow = false) {
-  const corner = (i) => [i & 1 ? x1 : x0, i & 2 ? y1 : y0, i & 4 ? z1 : z0];
-  const faces = [
-    [0, 2, 3, 1],
-    [4, 5, 7, 6],
-    [0, 1, 5, 4],
-    [2, 6, 7, 3],
-    [0, 4, 6, 2],
-    [1, 3, 7, 5],
-  ];
-  return faces.flatMap(([a, b, c, d]) =>
-    [a, b, c, a, c, d].flatMap((i, corner_, all) => corner(isHollow ? all[5 - corner_] : i)),
-  );
-}
 
 const slicerOf = (...boxes) =>
   createSlicer({

@@ -3,26 +3,8 @@ import assert from 'node:assert/strict';
 import { test } from 'node:test';
 import { Worker } from 'node:worker_threads';
 import { buildScaffold, defaultScaffold, findScaffoldConflict } from 'stiltforge/scaffold';
+import { table } from './boxes.mjs';
 
-/** Twelve triangles. */
-function box([x0, y0, z0], [x1, y1, z1]) {
-  const corner = (i) => [i & 1 ? x1 : x0, i & 2 ? y1 : y0, i & 4 ? z1 : z0];
-  const faces = [
-    [0, 2, 3, 1],
-    [4, 5, 7, 6],
-    [0, 1, 5, 4],
-    [2, 6, 7, 3],
-    [0, 4, 6, 2],
-    [1, 3, 7, 5],
-  ];
-  return faces.flatMap(([a, b, c, d]) => [a, b, c, a, c, d].flatMap(corner));
-}
-
-/** A slab of 20 x 20 mm, 10 mm above the plate, on a post in its middle. */
-const table = Float32Array.from([
-  ...box([0, 0, 10], [20, 20, 12]),
-  ...box([8, 8, 0], [12, 12, 11]),
-]);
 const corner = { x: 2, y: 2, z: 10 };
 const options = { positions: table, points: [corner], plateZ: 0, layerHeight: 0.05 };
 
