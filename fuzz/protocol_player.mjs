@@ -3,53 +3,30 @@
 import { createHash } from 'node:crypto';
 import { setTimeout as sleep } from 'node:timers/promises';
 import { fileURLToPath } from 'node:url';
-import { setFlagsFromString } from 'node:v8';
-import { runInNewContext } from 'node:vm';
-import { isMainThread, threadId, Worker, workerData } from 'node:worker_threads';
+import { isMainThread, Worker } from 'node:worker_threads';
 import stiltforge from '../packages/stiltforge/index.mjs';
 import { loadBinary } from '../packages/stiltforge/load.cjs';
 import { parameters, runsOf, slice } from '../packages/stiltforge/test/harness.mjs';
+import {
+  below,
+  brokenPromise,
+  chance,
+  fail,
+  mistreat,
+  oddNumbers,
+  oddValues,
+  pick,
+  random,
+  seed,
+  Thrown,
+} from './protocol_chance.mjs';
+import { randomSurveyOptions, surveyActions } from './protocol_surveys.mjs';
 
-const { Model, Slicer, MaskSlicer, readMesh } = loadBinary('binding.node');
-
-setFlagsFromString('--expose-gc');
-const collectGarbage = runInNewContext('gc');
-
-const seed = isMainThread ? Number(process.argv[2]) : workerData;
-
-/** Mulberry32 by Tommy Ettinger: uniform in [0, 1). */
-function generator(state) {
-  let a = state >>> 0;
-  return () => {
-    a = (a + 0x6d2b79f5) >>> 0;
-    let t = Math.imul(a ^ (a >>> 15), a | 1);
-    t ^= t + Math.imul(t ^ (t >>> 7), t | 61);
-    return ((t ^ (t >>> 14)) >>> 0) / 2 ** 32;
-  };
-}
-
-const random = generator(seed);
-const below = (n) => Math.floor(random() * n);
-const chance = (p) => random() < p;
-const pick = (...choices) => choices[below(choices.length)];
-
-// What our own callbacks and getters throw.
-class Thrown extends Error {
-  constructor() {
-    super('thrown by the host');
-  }
-}
-
-const brokenPromise = 3; // exit code, not one that a terminated worker thread has
+const { Model, Survey, Slicer, MaskSlicer, readMesh } = loadBinary('binding.node');
 
 let calls = 0;
 let size = { width: 0, height: 0 };
 const waiting = []; // jobs that were accepted, in order
-
-function fail(message) {
-  console.error(`seed ${seed}, thread ${threadId}: ${message}`);
-  process.exit(brokenPromise);
-}
 
 process.on('uncaughtException', (error) => {
   if (!(error instanceof Thrown)) fail(`unexpected exception ${error?.stack ?? error}`);
@@ -100,24 +77,6 @@ function checkResult(kind, args) {
     }
   }
 }
-
-const oddNumbers = [
-  NaN,
-  Infinity,
-  -Infinity,
-  -1,
-  -0.5,
-  0,
-  0.5,
-  1,
-  3,
-  100,
-  1e5,
-  2 ** 31,
-  2 ** 32,
-  1e300,
-];
-const oddValues = [undefined, null, 'text', true, {}, [], 10n, Symbol('odd'), () => {}];
 
 function randomParameters() {
   const values = parameters({
@@ -193,21 +152,6 @@ function startJob(kind, name, ...args) {
 const slicers = []; // { slicer, layers, bytes, materialPixels } of boxes that fill their slices
 const maskSlicers = [];
 let promised = 0; // slices whose promises have not settled
-
-/** Takes the host's memory away, or changes it, while a job may be at work on it. */
-function mistreat(buffer) {
-  try {
-    pick(
-      () => {},
-      () => buffer.resize(below(buffer.byteLength + 1)),
-      () => structuredClone(buffer, { transfer: [buffer] }),
-      () => new Uint8Array(buffer).fill(below(256)),
-    )();
-  } catch (error) {
-    if (!(error instanceof TypeError || error.name === 'DataCloneError')) throw error;
-  }
-  if (chance(0.05)) collectGarbage();
-}
 
 function randomBuffer(bytes) {
   return pick(
@@ -322,7 +266,7 @@ async function startReading() {
   }
 }
 
-const models = []; // { model, size, closed }
+const models = []; // { object, size, closed, ended: its supports were judged or finished }
 
 function startBindingModel() {
   const usual = chance(0.7);
@@ -333,29 +277,37 @@ function startBindingModel() {
   const values = usual
     ? parameters({ ...size, needBuffer: chance(0.4), supportStrength: pick(1, 5, 50) })
     : randomParameters();
+  const survey = chance(0.5) ? randomSurveyOptions(step) : undefined;
   try {
-    const model = new Model(values);
-    if (usual) models.push({ model, size, closed: false });
+    const object = new Model(values, survey);
+    if (usual) models.push({ object, size });
     if (models.length > 6) models.shift();
   } catch (error) {
     if (error instanceof Thrown) return;
-    if (usual || !(error instanceof Error) || error.message === '') fail(`Model threw ${error}`);
+    if ((usual && !survey) || !(error instanceof Error) || error.message === '')
+      fail(`Model threw ${error}`);
   }
 }
 
-/** A call of a model: what it refuses it throws with a code, what fails at work it rejects with one. */
-function callModel(name, entry, call, check) {
+/** A call of a model or a survey: what it refuses it throws with a code, what fails at work it rejects with one. */
+function callObject(name, entry, call, check) {
   calls += 1;
+  const label = `${entry.object.constructor.name}.${name}`;
+  const isLate = entry.ended && /^(analyse|add)/.test(name);
   const wrong = (error) => {
     if (error instanceof Thrown || error instanceof TypeError) return;
-    const known = /^ERR_STILTFORGE_(SLICE|CLOSED|INDEX|MEMORY)$/.test(error?.code);
-    if (!known || error.message === '') fail(`Model.${name} gave ${error?.stack ?? error}`);
+    const known = /^ERR_STILTFORGE_(SLICE|CLOSED|INDEX|MEMORY|PARAMETER)$/.test(error?.code);
+    if (!known || error.message === '') fail(`${label} gave ${error?.stack ?? error}`);
+  };
+  const right = (result) => {
+    if (isLate) fail(`${label} took a layer after the end`);
+    check(result);
   };
   try {
     const promise = call();
-    if (entry.closed && name !== 'close') fail(`Model.${name} took work after close()`);
+    if (entry.closed && name !== 'close') fail(`${label} took work after close()`);
     promised += 1;
-    promise.then(check, wrong).finally(() => {
+    promise.then(right, wrong).finally(() => {
       promised -= 1;
     });
     return true;
@@ -375,9 +327,11 @@ function startModelPixels() {
   const entry = modelAtHand();
   if (!entry) return;
   const pixels = chance(0.9) ? randomPixels(entry.size) : randomSlice();
-  const given = chance(0.3) && pixels instanceof ArrayBuffer ? new Uint8Array(pixels) : pixels;
+  // Of nothing, and so of memory that was taken away, there is no view.
+  const asView = chance(0.3) && pixels instanceof ArrayBuffer && pixels.byteLength > 0;
+  const given = asView ? new Uint8Array(pixels) : pixels;
   const check = (result) => checkSlices([result]);
-  callModel('analysePixels', entry, () => entry.model.analysePixels(given), check);
+  callObject('analysePixels', entry, () => entry.object.analysePixels(given), check);
   if (pixels instanceof ArrayBuffer) mistreat(pixels);
 }
 
@@ -427,7 +381,7 @@ function startModelRuns() {
   if (!entry) return;
   const runs = chance(0.95) ? randomRuns(entry.size) : pick(...oddValues);
   const check = (result) => checkSlices([result]);
-  callModel('analyseRuns', entry, () => entry.model.analyseRuns(runs), check);
+  callObject('analyseRuns', entry, () => entry.object.analyseRuns(runs), check);
 }
 
 /** Masks of a size of their own are refused; the size of a model is anybody's. */
@@ -436,12 +390,12 @@ function startModelMask() {
   if (!entry) return;
   const [maskWidth, maskHeight] = chance(0.9) ? [entry.size.width, entry.size.height] : [3, 5];
   entry.masks ??= new MaskSlicer({ maskWidth, maskHeight, layerHeight: 1, pixelSize: 1 });
-  const slicer = chance(0.9) ? entry.masks : pick(entry.model, ...oddValues);
+  const slicer = chance(0.9) ? entry.masks : pick(entry.object, ...oddValues);
   const buffer = randomBuffer(maskWidth * maskHeight);
   const mask = new Uint8Array(buffer).fill(pick(0, 127, 255));
   const given = chance(0.95) ? mask : pick(buffer, ...oddValues);
   const check = (result) => checkSlices([result]);
-  callModel('analyseMask', entry, () => entry.model.analyseMask(slicer, given), check);
+  callObject('analyseMask', entry, () => entry.object.analyseMask(slicer, given), check);
   mistreat(buffer);
 }
 
@@ -451,31 +405,31 @@ function startModelLayers() {
   if (!entry || !box) return;
   const first = chance(0.9) ? below(box.layers) : pick(...oddNumbers, ...oddValues);
   const most = chance(0.5) ? undefined : pick(1, 2, 7, 2 ** 32 - 1, ...oddNumbers, ...oddValues);
-  const slicer = chance(0.95) ? box.slicer : pick(entry.model, ...oddValues);
+  const slicer = chance(0.95) ? box.slicer : pick(entry.object, ...oddValues);
   const check = (results) => {
     if (results.length === 0 || first + results.length > box.layers || results.length > most) {
       fail(`Model.analyseSlicer gave ${results.length} layers of ${box.layers} from ${first}`);
     }
     checkSlices(results);
   };
-  callModel('analyseSlicer', entry, () => entry.model.analyseSlicer(slicer, first, most), check);
+  callObject('analyseSlicer', entry, () => entry.object.analyseSlicer(slicer, first, most), check);
 }
 
 function startModelImages() {
   const entry = modelAtHand();
   if (!entry) return;
   const check = ({ width, height, images }) => checkResult('group', [...images, width, height]);
-  callModel('groupImages', entry, () => entry.model.groupImages(index(), index()), check);
+  callObject('groupImages', entry, () => entry.object.groupImages(index(), index()), check);
 }
 
 function closeModel() {
   const entry = modelAtHand();
   if (
     entry &&
-    callModel(
+    callObject(
       'close',
       entry,
-      () => entry.model.close(),
+      () => entry.object.close(),
       () => {},
     )
   )
@@ -484,6 +438,7 @@ function closeModel() {
 }
 
 const actions = [
+  ...surveyActions({ Survey, callObject, models, slicers, randomPixels, randomRuns, step }),
   [4, startBindingModel],
   [5, startModelPixels],
   [8, startModelRuns],
