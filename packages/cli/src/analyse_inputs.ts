@@ -1,12 +1,11 @@
 import type { Command } from 'commander';
-import { displayOn, noDisplay } from './batch/display.js';
-import { failureOf, type Outcome, resultOf, runsDocument } from './batch/outcome.js';
+import { runDisplayed } from './batch/displayed.js';
+import { failureOf, type RunResult, resultOf, runsDocument } from './batch/outcome.js';
 import { overviewText } from './batch/overview.js';
-import { type Input, runSideBySide } from './batch/side_by_side.js';
+import type { Input } from './batch/side_by_side.js';
 import type { Action } from './command.js';
-import { ExitCode, Interrupted, Told, UserError } from './errors.js';
+import { ExitCode, Told, UserError } from './errors.js';
 import { untilInterrupted } from './interrupting.js';
-import { memoryOfMachine } from './machine_memory.js';
 import { type Options, openRun, usualFolder } from './one_input.js';
 import { separateFolders } from './output/separate_folders.js';
 import { noProgress } from './progress.js';
@@ -60,37 +59,11 @@ async function analyseSeveral(
 ): Promise<void> {
   const { json, quiet, memory } = options;
   const inputs = inputsOf(files, options);
-  const display = quiet
-    ? noDisplay(process.stderr)
-    : await displayOn(process.stderr, inputs.length);
-  const say = (sentence: string): void => display.say(`stiltforge: ${sentence}\n`);
-  const told: Outcome[] = [];
-  let outcomes: Outcome[];
-  try {
-    outcomes = await untilInterrupted(async (signal) =>
-      runSideBySide(inputs, {
-        ...{ words, display, signal },
-        memory: memory === undefined ? memoryOfMachine() : 1e9 * memory,
-        warn: (sentence) => say(`warning: ${sentence}`),
-        done(outcome, text) {
-          told.push(outcome);
-          if (outcome.error) say(outcome.error.message);
-          if (text !== '' && !json) display.say(text);
-        },
-      }),
-    );
-  } catch (error) {
-    if (!(error instanceof Interrupted)) throw error;
-    display.stop();
-    const done = told.filter(({ result }) => result !== undefined);
-    process.stderr.write(
-      `stiltforge: interrupted; ${done.length} of ${counted(inputs.length, 'input')} had been ` +
-        'done, nothing was written of the others\n',
-    );
-    throw new Told(ExitCode.interrupted);
-  } finally {
-    display.stop();
-  }
+  const outcomes = await runDisplayed<RunResult>(inputs, {
+    ...{ words, memory, quiet, texts: !json },
+    interrupted: ({ length }) =>
+      `${length} of ${counted(inputs.length, 'input')} had been done, nothing was written of the others`,
+  });
   if (json) print(runsDocument(outcomes));
   else if (!quiet) process.stdout.write(overviewText(outcomes));
   const failed = outcomes.find(({ error }) => error !== undefined)?.error;

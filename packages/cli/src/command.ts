@@ -1,6 +1,6 @@
 import { Command, CommanderError, InvalidArgumentError, Option } from 'commander';
 import type { RegionToInspect } from './analyse_mesh.js';
-import { checkCommand } from './check/command.js';
+import { type CheckAction, checkCommand } from './check/command.js';
 import { completionCommand } from './completion/command.js';
 import { doctorCommand } from './doctor/command.js';
 import { codeOf, ExitCode, Interrupted, messageOf, Told, UserError } from './errors.js';
@@ -77,7 +77,13 @@ function addPlateOptions(command: Command): Command {
 /** What the words on the command line lead to. */
 export type Action = (files: string[], options: Options, command: Command) => Promise<void>;
 
-function buildCommand(run: Action): Command {
+/** What the commands do whose inputs run side by side. */
+export interface Actions {
+  analyse: Action;
+  check: CheckAction;
+}
+
+function buildCommand({ analyse, check }: Actions): Command {
   const command = new Command('stiltforge')
     .usage('<part...> [options]')
     .description(description)
@@ -138,9 +144,9 @@ function buildCommand(run: Action): Command {
     .enablePositionalOptions()
     .helpCommand(false)
     .hook('preAction', (_, called) => applyPresets(called))
-    .action(run);
+    .action(analyse);
   for (const other of [
-    checkCommand(),
+    checkCommand(check),
     orientCommand(),
     inspectCommand(),
     paramsCommand(),
@@ -154,9 +160,9 @@ function buildCommand(run: Action): Command {
 }
 
 /** Runs the command with the given words and returns the exit code. */
-export async function runCommand(words: readonly string[], action: Action): Promise<ExitCode> {
+export async function runCommand(words: readonly string[], actions: Actions): Promise<ExitCode> {
   try {
-    await buildCommand(action).parseAsync(words, { from: 'user' });
+    await buildCommand(actions).parseAsync(words, { from: 'user' });
     return ExitCode.done;
   } catch (error) {
     if (error instanceof CommanderError) {

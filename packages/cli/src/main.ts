@@ -1,4 +1,5 @@
 import { analyseInputs } from './analyse_inputs.js';
+import { checkInputs } from './check/check_inputs.js';
 import { runCommand } from './command.js';
 import { ExitCode } from './errors.js';
 
@@ -11,5 +12,8 @@ process.stdout.on('error', (error: NodeJS.ErrnoException) => {
 });
 
 const words = process.argv.slice(2);
-const code = await runCommand(words, analyseInputs(words));
+const code = await runCommand(words, {
+  analyse: analyseInputs(words),
+  check: checkInputs(words),
+});
 process.exitCode ||= code;

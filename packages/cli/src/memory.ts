@@ -84,6 +84,23 @@ export function predictedMemory(
   );
 }
 
+/** What a check of layers keeps of each pixel, bytes. */
+const checkedBytesPerPixel = 4;
+
+/** Bytes that the check of a file takes at its peak. */
+export function predictedCheckMemory(
+  { width, height }: { width: number; height: number },
+  triangles: number,
+  report: boolean,
+): number {
+  return (
+    processBytes +
+    bytesPerTriangle * triangles +
+    checkedBytesPerPixel * width * height +
+    (report ? reportBytes + reportBytesPerTriangle * triangles : 0)
+  );
+}
+
 /**
  * Throws a UserError when a run is larger than the analysis allows or than `most` bytes, before it
  * starts. Otherwise it would end in the middle, or with it the whole machine. Returns the bytes that it

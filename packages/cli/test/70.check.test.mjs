@@ -1,11 +1,12 @@
 // stiltforge check: whether prints hold as they are.
 import assert from 'node:assert/strict';
-import { writeFile } from 'node:fs/promises';
-import { join } from 'node:path';
+import { readFile, writeFile } from 'node:fs/promises';
+import { basename, extname, join } from 'node:path';
 import { test } from 'node:test';
+import { setTimeout } from 'node:timers/promises';
 import { strToU8, zipSync } from 'fflate';
 import sharp from 'sharp';
-import { stiltforge, temporaryFolder } from './harness.mjs';
+import { start, stiltforge, temporaryFolder } from './harness.mjs';
 import { binaryStl, box, footAndIsland, table } from './meshes.mjs';
 
 const coarse = ['--pixel-size', '0.1', '--layer-height', '0.1', '--screen', '400x400'];
@@ -159,11 +160,86 @@ test('of several files each is checked, also after one that is none, and a table
   assert.equal(code, 3);
   assert.match(err, /broken\.stl: /);
   assert.match(err, /missing\.stl: /);
+  assert.match(out, /^\S+island\.stl: 30 layers, [\s\S]*^\S+sound\.sl1: 20 layers, .*\n {2}holds/m);
   const overview = out.slice(out.lastIndexOf('fails'));
-  assert.match(overview, /broken\.stl +can't be checked, see above/);
+  assert.match(overview, /broken\.stl +can't be checked, see below/);
   assert.match(overview, /island\.stl +1 +0 +0 +WOULD FAIL/);
-  assert.match(overview, /missing\.stl +can't be checked, see above/);
-  assert.match(overview, /sound\.sl1 +0 +0 +0 +holds\n$/);
+  assert.match(overview, /missing\.stl +can't be checked, see below/);
+  assert.match(overview, /sound\.sl1 +0 +0 +0 +holds\n/);
+  assert.match(
+    overview,
+    /\n\n2 of 4 files can't be checked:\n {2}\S+broken\.stl: .*\n {2}\S+missing\.stl: .*\n$/,
+  );
+  const quiet = await stiltforge(['check', ...files, ...coarse, '--quiet']);
+  assert.deepEqual([quiet.code, quiet.out], [3, '']);
+});
+
+test('files side by side each have the findings and the page of a check of their own', async (t) => {
+  const files = [
+    await stl(t, footAndIsland(), 'island.stl'),
+    await sl1(t, faulty, { name: 'faulty.sl1' }),
+    await sl1(t, sound, { name: 'sound.sl1' }),
+  ];
+  const folder = await temporaryFolder(t);
+  const words = [...coarse, '--report', '--out'];
+  const all = await stiltforge(['check', ...files, ...words, join(folder, 'all'), '--json']);
+  assert.equal(all.code, 1, all.err);
+  const documents = JSON.parse(all.out).files;
+  for (const [i, file] of files.entries()) {
+    const name = `${basename(file, extname(file))}-check`;
+    const alone = await stiltforge(['check', file, ...words, join(folder, name), '--json']);
+    assert.deepEqual(JSON.parse(alone.out).files, [documents[i]]);
+    const page = await readFile(join(folder, name, 'report.html'));
+    assert.ok(page.equals(await readFile(join(folder, 'all', name, 'report.html'))), name);
+  }
+});
+
+/** A part of which a check takes long, with small pixels, and one of which it does not. */
+async function longAndShort(t) {
+  const options = ['--pixel-size', '0.004', '--screen', '60000x60000', '--layer-height', '0.005'];
+  const long = await stl(t, table(), 'long.stl');
+  const short = await stl(t, box([0, 0, 0], [0.2, 0.2, 0.1]), 'short.stl');
+  return { long, short, options };
+}
+
+/** The processes of a command, as soon as there are any; in the order in which they were started. */
+async function processesOf({ pid }) {
+  for (;;) {
+    const list = await readFile(`/proc/${pid}/task/${pid}/children`, 'utf8');
+    if (list.trim() !== '') return list.trim().split(' ').map(Number);
+    await setTimeout(5);
+  }
+}
+
+test('a check whose process is killed fails alone', {
+  skip: process.platform !== 'linux',
+}, async (t) => {
+  const { long, short, options } = await longAndShort(t);
+  const { child, done } = start(['check', long, short, ...options]);
+  const [first] = await processesOf(child);
+  process.kill(first, 'SIGKILL');
+  const { code, out, err } = await done;
+  assert.equal(code, 5);
+  assert.match(err, /long\.stl: its process was killed, as systems do when memory runs out/);
+  assert.match(out, /long\.stl +can't be checked, see below/);
+  assert.match(out, /short\.stl +0 +0 +0 +holds/);
+});
+
+test('Ctrl-C ends all checks', { skip: process.platform !== 'linux' }, async (t) => {
+  const { long, options } = await longAndShort(t);
+  const { child, done } = start(['check', long, long, ...options]);
+  await processesOf(child);
+  child.kill('SIGINT');
+  const { code, out, err } = await done;
+  assert.deepEqual([code, out], [130, '']);
+  assert.match(err, /stiltforge: interrupted; 0 of 2 files had been checked\n$/);
+});
+
+test('memory that two files may not take together is given to one after the other', async (t) => {
+  const files = [await sl1(t, sound, { name: 'a.sl1' }), await sl1(t, sound, { name: 'b.sl1' })];
+  const { code, out } = await stiltforge(['check', ...files, '--memory', '0.001']);
+  assert.equal(code, 0);
+  assert.match(out, /a\.sl1 +0 +0 +0 +holds\n\S+b\.sl1 +0 +0 +0 +holds\n$/);
 });
 
 test('--json gives machines all of it, in one document', async (t) => {
@@ -176,6 +252,7 @@ test('--json gives machines all of it, in one document', async (t) => {
   const [print, missing] = document.files;
   assert.equal(missing.file, files[1]);
   assert.match(missing.error, /missing\.stl: /);
+  assert.equal(missing.exitCode, 3);
   assert.deepEqual(print.counts, { fails: 1, risk: 0, note: 0 });
   assert.equal(print.layers, 20);
   const [{ place, box: around, ...finding }] = print.findings;

@@ -1,4 +1,4 @@
-import type { RunFailure, RunResult } from './outcome.js';
+import type { RunFailure } from './outcome.js';
 
 // What the command and the processes that it starts for its inputs say to each other.
 
@@ -8,12 +8,12 @@ export type ToRun =
   | { kind: 'admitted' }
   | { kind: 'stop' };
 
-export type FromRun =
+export type FromRun<Result> =
   /** The run may take so many bytes, and waits until they are there. */
   | { kind: 'needs'; bytes: number }
   | { kind: 'start'; layers: number; pictureSeconds: number }
   | { kind: 'layers' | 'report' | 'pictures'; value: number }
   | { kind: 'warning'; sentence: string }
   /** `text` is what --verbose tells. */
-  | { kind: 'done'; result: RunResult; text: string }
+  | { kind: 'done'; result: Result; text: string }
   | { kind: 'failed'; failure: RunFailure };

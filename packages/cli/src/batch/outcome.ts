@@ -25,8 +25,8 @@ export interface RunFailure {
 }
 
 /** What became of an input. */
-export type Outcome =
-  | { file: string; result: RunResult; error?: undefined }
+export type Outcome<Result> =
+  | { file: string; result: Result; error?: undefined }
   | { file: string; result?: undefined; error: RunFailure };
 
 export function resultOf({ document, folder, files, seconds, peakMemory }: Summary): RunResult {
@@ -57,7 +57,7 @@ export interface RunsDocument {
   files: (({ file: string } & RunResult) | { file: string; error: string; exitCode: ExitCode })[];
 }
 
-export function runsDocument(outcomes: readonly Outcome[]): RunsDocument {
+export function runsDocument(outcomes: readonly Outcome<RunResult>[]): RunsDocument {
   return {
     schemaVersion: 1,
     generator: { name: 'stiltforge', version },

@@ -3,7 +3,7 @@ import { counted, countText, durationText } from '../wording.js';
 import type { Outcome, RunResult } from './outcome.js';
 
 /** One line an input: its points, what they hold, the time and where it all is; below, what was wrong. */
-export function overviewText(outcomes: readonly Outcome[]): string {
+export function overviewText(outcomes: readonly Outcome<RunResult>[]): string {
   const rows = outcomes.map(({ file, result }) =>
     result
       ? [

@@ -14,7 +14,7 @@ export interface Input {
   folder: string;
 }
 
-export interface SideBySide {
+export interface SideBySide<Result> {
   /** Of the command line. */
   words: readonly string[];
   /** Bytes that all may take together. */
@@ -23,7 +23,7 @@ export interface SideBySide {
   signal: AbortSignal;
   warn(sentence: string): void;
   /** Called with each when it is done; `text` is what --verbose tells. */
-  done(outcome: Outcome, text: string): void;
+  done(outcome: Outcome<Result>, text: string): void;
 }
 
 const program = fileURLToPath(new URL('./one_of_several.js', import.meta.url));
@@ -36,12 +36,12 @@ const mostLastWords = 2000;
  * allows. One that fails, and be it by a crash, does not stop the others. Throws Interrupted when the
  * signal says so, after all processes have ended.
  */
-export async function runSideBySide(
+export async function runSideBySide<Result>(
   inputs: readonly Input[],
-  batch: SideBySide,
-): Promise<Outcome[]> {
+  batch: SideBySide<Result>,
+): Promise<Outcome<Result>[]> {
   const budget = new MemoryBudget(batch.memory);
-  const outcomes: Outcome[] = [];
+  const outcomes: Outcome<Result>[] = [];
   let next = 0;
   const work = async (): Promise<void> => {
     while (next < inputs.length && !batch.signal.aborted) {
@@ -55,26 +55,30 @@ export async function runSideBySide(
   return outcomes;
 }
 
-async function runOne(input: Input, batch: SideBySide, budget: MemoryBudget): Promise<Outcome> {
+async function runOne<Result>(
+  input: Input,
+  batch: SideBySide<Result>,
+  budget: MemoryBudget,
+): Promise<Outcome<Result>> {
   const { file } = input;
   const progress = batch.display.begin(file);
   const end = await ended(input, batch, budget, progress);
   progress.stop();
-  const outcome: Outcome =
+  const outcome: Outcome<Result> =
     end.kind === 'done' ? { file, result: end.result } : { file, error: end.failure };
   if (!batch.signal.aborted) batch.done(outcome, end.kind === 'done' ? end.text : '');
   return outcome;
 }
 
-type End = Extract<FromRun, { kind: 'done' | 'failed' }>;
+type End<Result> = Extract<FromRun<Result>, { kind: 'done' | 'failed' }>;
 
 /** What its process says last; a failure when that ends without a word. */
-function ended(
+function ended<Result>(
   { file, folder }: Input,
-  { words, memory, signal, warn }: SideBySide,
+  { words, memory, signal, warn }: SideBySide<Result>,
   budget: MemoryBudget,
   progress: Progress,
-): Promise<End> {
+): Promise<End<Result>> {
   return new Promise((resolve) => {
     const child = fork(program, words, { stdio: ['ignore', 'ignore', 'pipe', 'ipc'] });
     const tell = (message: ToRun): void => {
@@ -82,7 +86,7 @@ function ended(
       if (child.connected) child.send(message, () => {});
     };
     let bytes = 0;
-    let end: End | undefined;
+    let end: End<Result> | undefined;
     let lastWords = '';
     const stop = (): void => tell({ kind: 'stop' });
     signal.addEventListener('abort', stop);
@@ -90,7 +94,7 @@ function ended(
     child.stderr?.on('data', (text) => {
       lastWords = `${lastWords}${text}`.slice(-mostLastWords);
     });
-    child.on('message', async (message: FromRun) => {
+    child.on('message', async (message: FromRun<Result>) => {
       switch (message.kind) {
         case 'needs':
           await budget.admit(message.bytes);

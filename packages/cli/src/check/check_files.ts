@@ -1,5 +1,6 @@
 import { type CheckReport, checkPrint, type Severity } from 'stiltforge/check';
 import { Interrupted, UserError } from '../errors.js';
+import { predictedCheckMemory } from '../memory.js';
 import { asUserError } from '../printed_file.js';
 import type { Progress } from '../progress.js';
 import { type InputOptions, openInput } from './input.js';
@@ -7,17 +8,25 @@ import { type InputOptions, openInput } from './input.js';
 /** What became of a file. */
 export type CheckedFile =
   | { file: string; report: CheckReport; error?: undefined }
-  | { file: string; report?: undefined; error: UserError };
+  | { file: string; report?: undefined; error: CheckFailure };
 
-export interface CheckRun extends InputOptions {
+/** Why a file can't be checked. */
+export type CheckFailure = Pick<UserError, 'exitCode' | 'message'>;
+
+export interface FileCheck extends InputOptions {
   criticalAngle: number;
   progress: Progress;
   signal: AbortSignal;
   warn(sentence: string): void;
+  /** Called before the work with the bytes that it may take; it waits until they are there. */
+  admit?(bytes: number): Promise<void>;
   /** Where the page of a file goes; none is made unless set. */
   reportFolder?(file: string): string;
   /** Overwrite pages that no earlier run wrote. */
   force?: boolean;
+}
+
+export interface CheckRun extends FileCheck {
   /** Called with each file when it is done. */
   done(checked: CheckedFile): void;
 }
@@ -36,12 +45,15 @@ export async function checkFiles(files: readonly string[], run: CheckRun): Promi
   return checked;
 }
 
-async function checkFile(file: string, run: CheckRun): Promise<CheckedFile> {
+/** Throws Interrupted when the signal says so. */
+export async function checkFile(file: string, run: FileCheck): Promise<CheckedFile> {
   const { criticalAngle, progress, signal } = run;
   try {
     const input = await openInput(file, run);
     const { layers, print, points, warnings } = input;
     for (const sentence of warnings) run.warn(`${file}: ${sentence}`);
+    const triangles = 'mesh' in input.source ? input.source.mesh.length / 9 : 0;
+    await run.admit?.(predictedCheckMemory(layers, triangles, run.reportFolder !== undefined));
     progress.start(layers.layerCount, 0);
     try {
       const report = await checkPrint(layers, {

@@ -1,38 +1,16 @@
 import { Command, Option } from 'commander';
-import type { Severity } from 'stiltforge/check';
 import { defaultSupport } from 'stiltforge/slicing';
-import { ExitCode, Told, UserError } from '../errors.js';
-import { untilInterrupted } from '../interrupting.js';
-import { angle, folderName, wholeNumber } from '../option_values.js';
-import { separateFolders } from '../output/separate_folders.js';
-import {
-  addPartOptions,
-  addPrinterOptions,
-  type PartOptions,
-  type PrinterOptions,
-  printSettings,
-} from '../part_options.js';
-import { noProgress } from '../progress.js';
-import { progressOn } from '../progress_on.js';
-import { checkSettings } from '../setting_ranges.js';
-import { checkFiles, isAsBadAs, severities } from './check_files.js';
-import { checkDocument } from './document.js';
-import type { InputOptions } from './input.js';
-import { loadPoints } from './points.js';
-import { checkFolder } from './report_folder.js';
-import { fileText, overviewText } from './text.js';
+import { angle, folderName, positive, wholeNumber } from '../option_values.js';
+import { addPartOptions, addPrinterOptions } from '../part_options.js';
+import { severities } from './check_files.js';
+import type { CheckOptions } from './options.js';
 
-interface Options extends PartOptions, PrinterOptions {
-  points?: string;
-  criticalAngle: number;
-  threshold?: number;
-  failOn: Severity;
-  json?: boolean;
-  report?: boolean;
-  out?: string;
-  force?: boolean;
-  quiet?: boolean;
-}
+/** What the words on the command line lead to. */
+export type CheckAction = (
+  files: string[],
+  options: CheckOptions,
+  command: Command,
+) => Promise<void>;
 
 const description =
   'Tells whether prints hold as they are: what begins in the air, hangs over too far, stands on ' +
@@ -41,9 +19,12 @@ const description =
 const notes = `
 Printer files (SL1, NanoDLP, GOO, other zips of PNGs) are checked with the
 supports in their layers, and say layer height and pixel size themselves unless
-the options do. A mesh (STL, OBJ, PLY, 3MF) is sliced with
-the settings of the printer and checked with the supports of --points, or as if
-it had none. Each cause is one finding, without what follows from it.
+the options do. A mesh (STL, OBJ, PLY, 3MF) is sliced with the settings of the
+printer and checked with the supports of --points, or as if it had none. Each
+cause is one finding, without what follows from it.
+
+Several files are checked side by side, as many as there are cores and as
+--memory allows. One that fails does not stop the others.
 
 Exit codes:
   0    nothing would fail
@@ -53,6 +34,7 @@ Exit codes:
   4    a report can't be written; the others were checked
   5    there is not enough memory for a file; the others were checked
   130  interrupted
+Of several files that can't be used it is the code of the first.
 
 Examples:
   stiltforge check part.stl --points part-supports/points.csv
@@ -60,7 +42,7 @@ Examples:
   stiltforge check jobs/*.goo --json > findings.json`;
 
 /** stiltforge check FILE... */
-export function checkCommand(): Command {
+export function checkCommand(run: CheckAction): Command {
   const command = new Command('check')
     .usage('<file...> [options]')
     .summary('tell whether prints hold as they are')
@@ -96,69 +78,14 @@ export function checkCommand(): Command {
     )
     .option('--force', 'overwrite a page there that no earlier run wrote')
     .optionsGroup('The run:')
+    .option(
+      '--memory <GB>',
+      'memory that files side by side may take together (default: what the machine has)',
+      positive,
+    )
     .option('-q, --quiet', 'print only warnings and errors')
     .helpOption('-h, --help', 'print this help')
     .addHelpText('after', notes)
     .showHelpAfterError('Try: stiltforge check --help')
-    .action(check);
-}
-
-async function check(files: string[], options: Options, command: Command): Promise<void> {
-  const { points, criticalAngle, failOn, json, report, force, quiet } = options;
-  const print = printSettings(options);
-  checkSettings(print, { ...defaultSupport, criticalAngle });
-  if (points !== undefined && files.length > 1) {
-    throw new UserError(
-      ExitCode.usage,
-      `--points ${points}: it holds the supports of one mesh, and ${files.length} files are given. ` +
-        'Check them one by one.',
-    );
-  }
-  const supports = points === undefined ? undefined : await loadPoints(points);
-  const say = (text: string): void => {
-    if (!quiet && !json) process.stdout.write(text);
-  };
-  const checked = await untilInterrupted(async (signal) =>
-    checkFiles(files, {
-      part: options,
-      print,
-      given: givenOf(options, command),
-      supports,
-      criticalAngle,
-      ...(report ? { reportFolder: foldersOf(files, options) } : {}),
-      force,
-      progress: quiet ? noProgress : await progressOn(process.stderr),
-      signal,
-      warn: (sentence) => process.stderr.write(`stiltforge: warning: ${sentence}\n`),
-      done: (one) => {
-        if (one.error) process.stderr.write(`stiltforge: ${one.error.message}\n`);
-        else say(`${fileText(one.file, one.report)}\n`);
-      },
-    }),
-  );
-  if (json) process.stdout.write(`${JSON.stringify(checkDocument(checked), undefined, 2)}\n`);
-  if (checked.length > 1) say(overviewText(checked));
-  const unusable = checked.find(({ error }) => error !== undefined)?.error;
-  if (unusable) throw new Told(unusable.exitCode);
-  if (checked.some(({ report }) => report && isAsBadAs(report, failOn)))
-    throw new Told(ExitCode.failure);
-}
-
-/** Throws a UserError when two files would share a folder. */
-function foldersOf(files: readonly string[], { out }: Options): (file: string) => string {
-  const folders =
-    files.length === 1 ? [out ?? checkFolder(files[0])] : separateFolders(files, checkFolder, out);
-  return (file) => folders[files.indexOf(file)];
-}
-
-/** What a person says of printer files; a preset is for those that do not say it themselves. */
-function givenOf(options: Options, command: Command): InputOptions['given'] {
-  const from = (name: string): unknown => command.getOptionValueSource(name);
-  const { layerHeight, pixelSize, threshold } = options;
-  return {
-    layerHeight: from('layerHeight') === 'cli' ? layerHeight : undefined,
-    pixelSize: from('pixelSize') === 'cli' ? pixelSize : undefined,
-    usualPixelSize: from('pixelSize') === 'default' ? undefined : pixelSize,
-    threshold,
-  };
+    .action(run);
 }

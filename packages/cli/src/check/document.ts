@@ -1,4 +1,5 @@
 import type { CheckReport } from 'stiltforge/check';
+import type { ExitCode } from '../errors.js';
 import { version } from '../version.js';
 import type { CheckedFile } from './check_files.js';
 
@@ -8,7 +9,7 @@ export interface CheckDocument {
   schemaVersion: 1;
   generator: { name: 'stiltforge'; version: string };
   /** In the order of the command line. */
-  files: ((CheckReport & { file: string }) | { file: string; error: string })[];
+  files: ((CheckReport & { file: string }) | { file: string; error: string; exitCode: ExitCode })[];
 }
 
 export function checkDocument(checked: readonly CheckedFile[]): CheckDocument {
@@ -16,7 +17,7 @@ export function checkDocument(checked: readonly CheckedFile[]): CheckDocument {
     schemaVersion: 1,
     generator: { name: 'stiltforge', version },
     files: checked.map(({ file, report, error }) =>
-      report ? { file, ...report } : { file, error: error.message },
+      report ? { file, ...report } : { file, error: error.message, exitCode: error.exitCode },
     ),
   };
 }

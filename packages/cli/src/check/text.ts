@@ -64,18 +64,23 @@ function remedies(findings: readonly Finding[]): string[] {
   return [...new Set(all)].flatMap((text) => wrapped(text, textWidth, '  '));
 }
 
-/** One line a file, for a run with several. */
+/** One line a file, for a run with several; below, why some could not be checked. */
 export function overviewText(checked: readonly CheckedFile[]): string {
   const rows = checked.map(({ file, report }) =>
     report
       ? [file, ...countsOf(report), verdictOf(report)]
-      : [file, '', '', '', "can't be checked, see above"],
+      : [file, '', '', '', "can't be checked, see below"],
   );
   const lines = textTable(
     rows,
     ['', 'fails', 'risks', 'notes', ''],
     [false, true, true, true, false],
   );
+  const failures = checked.flatMap(({ error }) => (error ? [error.message.split('\n')[0]] : []));
+  if (failures.length > 0) {
+    lines.push('', `${failures.length} of ${counted(checked.length, 'file')} can't be checked:`);
+    lines.push(...failures.map((failure) => `  ${failure}`));
+  }
   return `${lines.join('\n')}\n`;
 }
 
