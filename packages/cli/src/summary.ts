@@ -15,6 +15,7 @@ export interface Summary {
 }
 
 const mostLayersTold = 3;
+const mostFilesTold = 4;
 
 export function summaryText({ name, document, ...run }: Summary): string {
   const { layers, regions } = document.summary;
@@ -47,6 +48,7 @@ function supportRows(document: SupportsDocument): string[][] {
   const islands = supports.filter(({ kind }) => kind === 'island').length;
   const kinds = `${countText(islands)} under islands, ${countText(supports.length - islands)} under overhangs`;
   rows.push(['supports', supports.length === 0 ? '0' : `${countText(supports.length)} (${kinds})`]);
+  rows.push(...plateRows(document));
   const analysed = supports.length - summary.added + summary.dropped;
   if (!settings.asAnalysed && analysed + summary.added > 0) {
     rows.push([
@@ -62,6 +64,24 @@ function supportRows(document: SupportsDocument): string[][] {
     rows.push(['highest', heightText(heights[heights.length - 1])]);
   }
   return rows;
+}
+
+/** How many supports each mesh of a plate has: "3 foot.stl with 5 each, arm.stl with 12". */
+function plateRows({ model, supports }: SupportsDocument): string[][] {
+  const { plate } = model;
+  if (plate === undefined) return [];
+  const counts = plate.map(() => 0);
+  for (const { part = 0 } of supports) counts[part]++;
+  const files = [...new Set(plate.map(({ file }) => file))];
+  const told = files.slice(0, mostFilesTold).map((file) => {
+    const own = counts.filter((_, number) => plate[number].file === file);
+    const [least, most] = [Math.min(...own), Math.max(...own)];
+    if (own.length === 1) return `${file} with ${countText(most)}`;
+    const each = least === most ? `${countText(most)} each` : `${countText(least)} to ${most}`;
+    return `${countText(own.length)} ${file} with ${each}`;
+  });
+  const more = files.length > told.length ? `, ${files.length - told.length} others` : '';
+  return [['by part', `${told.join(', ')}${more}`]];
 }
 
 /** The supports as geometry. */

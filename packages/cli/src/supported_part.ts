@@ -179,7 +179,7 @@ function documentOf(
     }),
   ];
 
-  const records = new Records(print, meshPlaces(print, slicer));
+  const records = new Records(print, meshPlaces(print, slicer, job.plate));
   const { bounds, ...mesh } = report;
   return {
     generator: host.generator,

@@ -97,6 +97,21 @@ test('copies stand side by side and get the supports of one, each in its place',
     );
     assert.equal(inside.length, one.supports.length);
   }
+  for (const [number, { min, max }] of four.model.plate.entries()) {
+    const own = four.supports.filter(({ part }) => part === number);
+    assert.equal(own.length, one.supports.length);
+    for (const { x, y } of own) {
+      assert.ok(x > min[0] && x < max[0] && y > min[1] && y < max[1], `${[x, y, min, max]}`);
+    }
+  }
+  assert.ok(one.supports.every(({ part }) => part === undefined));
+  const table = await readFile(join(cwd, 'four/points.csv'), 'utf8');
+  const [names, ...rows] = table.trimEnd().split('\n');
+  assert.equal(names, 'x_mm,y_mm,z_mm,column,row,layer,region,kind,reason,part');
+  assert.deepEqual(
+    rows.map((row) => Number(row.split(',').at(-1))),
+    four.supports.map(({ part }) => part),
+  );
 });
 
 test('--plate makes one print of several meshes', async (t) => {
@@ -115,6 +130,20 @@ test('--plate makes one print of several meshes', async (t) => {
   );
   assert.equal(document.model.plate[3].move[2], -7, 'each stands on the plate');
   assert.equal(document.summary.islands, 2);
+  assert.deepEqual(
+    document.islands.map(({ part }) => part),
+    [2, 3],
+  );
+  const perPart = [0, 1, 2, 3].map(
+    (number) => document.supports.filter(({ part }) => part === number).length,
+  );
+  assert.equal(perPart[0], perPart[1]);
+  assert.match(
+    out,
+    new RegExp(
+      `by part +2 table\\.stl with ${perPart[0]} each, 2 island\\.stl with ${perPart[2]} each\n`,
+    ),
+  );
   assert.equal(document.model.mesh.triangles, 2 * table().length + 2 * footAndIsland().length);
 
   const inspected = await stiltforge(

@@ -28,6 +28,8 @@ export interface PointRecord extends PixelPlace {
   /** From 1; 0 where it is not known. */
   region: number;
   kind: 'island' | 'overhang';
+  /** Index of its mesh in the model's plate, where there is one. */
+  part?: number;
   /**
    * `analysed`: the analysis placed it; `merged`: the same, and it stands for others, too;
    * `addedForIsland`: nothing held an island; `addedForOverhang`: it closes a gap between the points.
@@ -116,6 +118,8 @@ export interface PartDocument {
     sliceVolume?: number;
     warnings?: readonly string[];
     mesh?: object;
+    /** Of a plate that was put together of meshes: their files. */
+    plate?: readonly { file: string }[];
   };
   print: {
     /** mm */

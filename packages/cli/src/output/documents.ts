@@ -18,7 +18,13 @@ export interface PlaceRecord {
   layer: number;
 }
 
-interface PointRecord extends PlaceRecord {
+/** A place of a mesh. */
+interface PartPlaceRecord extends PlaceRecord {
+  /** Number of its mesh in the plate of the model, from 0; not there without one. */
+  part?: number;
+}
+
+interface PointRecord extends PartPlaceRecord {
   /** From 1. */
   region: number;
   kind: SupportKind;
@@ -56,7 +62,7 @@ export interface DroppedRecord extends PointRecord, Partial<RegionWeights> {
 }
 
 /** Its place is near its centre. */
-export interface IslandRecord extends PlaceRecord {
+export interface IslandRecord extends PartPlaceRecord {
   /** mm2 */
   area: number;
   pixels: number;
@@ -151,9 +157,11 @@ function linePerRecord(records: readonly object[]): string {
 }
 
 export function pointsCsv(supports: readonly SupportRecord[]): string {
+  const isOfPlate = supports.some(({ part }) => part !== undefined);
   const rows = supports.map(
-    ({ x, y, z, column, row, layer, region, kind, reason }) =>
-      `${x},${y},${z},${column},${row},${layer},${region},${kind},${reason}`,
+    ({ x, y, z, column, row, layer, region, kind, reason, part }) =>
+      `${x},${y},${z},${column},${row},${layer},${region},${kind},${reason}${isOfPlate ? `,${part}` : ''}`,
   );
-  return ['x_mm,y_mm,z_mm,column,row,layer,region,kind,reason', ...rows, ''].join('\n');
+  const names = `x_mm,y_mm,z_mm,column,row,layer,region,kind,reason${isOfPlate ? ',part' : ''}`;
+  return [names, ...rows, ''].join('\n');
 }

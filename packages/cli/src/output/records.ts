@@ -1,6 +1,8 @@
 import type { RegionRecord, Surface, Verdict } from 'stiltforge/analysis';
 import type { PrintSettings, Slicer } from 'stiltforge/slicing';
 import { type HeldPart, isAdded, type SlicePoint } from '../held_part.js';
+import type { PlateMove } from '../plate/arrange.js';
+import { whoseOf } from '../plate/whose.js';
 import type { Tally } from '../tally.js';
 import type {
   DroppedRecord,
@@ -21,11 +23,18 @@ export interface Places {
   plateZ: number;
   /** mm, of the middle of a pixel of the screen. */
   placeOf(column: number, row: number): { x: number; y: number };
+  /** The mesh of a plate, from 0, to which a place in mm belongs. */
+  partAt?(x: number, y: number): number;
 }
 
 /** In the coordinates of the mesh. */
-export function meshPlaces({ pixelSize }: PrintSettings, slicer: Slicer): Places {
+export function meshPlaces(
+  { pixelSize }: PrintSettings,
+  slicer: Slicer,
+  plate?: readonly PlateMove[],
+): Places {
   return {
+    ...(plate && { partAt: whoseOf(plate) }),
     cropX: slicer.cropX,
     cropY: slicer.cropY,
     plateZ: slicer.plateZ,
@@ -88,7 +97,7 @@ export class Records {
 
   private islands({ islands }: Verdict): IslandRecord[] {
     return islands.map(({ layer, x, y, pixels, heldBy, point, takenIn, hasRoom, isSealed }) => ({
-      ...this.place(layer, x, y),
+      ...this.placeInPart(layer, x, y),
       area: this.area(pixels),
       pixels,
       heldBy: heldBy === 'point' ? 'support' : heldBy === 'material' ? 'part' : null,
@@ -132,7 +141,13 @@ export class Records {
   }
 
   private point({ layer, column, row, region, kind }: SlicePoint) {
-    return { ...this.place(layer, column, row), region: region?.region ?? 0, kind };
+    return { ...this.placeInPart(layer, column, row), region: region?.region ?? 0, kind };
+  }
+
+  private placeInPart(layer: number, x: number, y: number): PlaceRecord & { part?: number } {
+    const place = this.place(layer, x, y);
+    const { partAt } = this.places;
+    return partAt === undefined ? place : { ...place, part: partAt(place.x, place.y) };
   }
 
   private weights(region: RegionRecord | null): Partial<RegionWeights> {

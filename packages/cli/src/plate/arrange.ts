@@ -1,4 +1,4 @@
-import type { PrintSettings, Triangles } from 'stiltforge/slicing';
+import type { Point, PrintSettings, Triangles } from 'stiltforge/slicing';
 import { ExitCode, UserError } from '../errors.js';
 import { boundingBox, triangleCount } from '../mesh/triangles.js';
 import { counted } from '../wording.js';
@@ -15,6 +15,9 @@ export interface PlateMove {
   file: string;
   /** mm that the mesh of the file, as it was placed, was moved by. */
   move: readonly [x: number, y: number, z: number];
+  /** mm, the corners of its box on the plate. */
+  min: Point;
+  max: Point;
 }
 
 /** mm between parts unless an option says otherwise: supports need room, too. */
@@ -59,18 +62,23 @@ export function arranged(
     Math.max(...placed.map((corner, number) => corner[axis] + sizes[number][side])) - between;
   const middle = { x: taken('x', 'width') / 2, y: taken('y', 'depth') / 2 };
   return placed.map((corner, number) => {
-    const { min } = boxes[number];
+    const { min, max } = boxes[number];
     const move = [
       (corner.x - middle.x) * pixelSize - min[0],
       (corner.y - middle.y) * pixelSize - min[1],
       -min[2],
     ] as const;
-    return { file: parts[number].name, move };
+    const moved = (corner: Point): Point =>
+      corner.map((value, axis) => Math.fround(value + move[axis])) as Point;
+    return { file: parts[number].name, move, min: moved(min), max: moved(max) };
   });
 }
 
 /** One mesh of parts in their places. */
-export function plateMesh(parts: readonly PlatePart[], moves: readonly PlateMove[]): Triangles {
+export function plateMesh(
+  parts: readonly PlatePart[],
+  moves: readonly Pick<PlateMove, 'move'>[],
+): Triangles {
   const total = parts.reduce((sum, { mesh }) => sum + triangleCount(mesh), 0);
   if (total > mostTriangles) {
     throw new UserError(

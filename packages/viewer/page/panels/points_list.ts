@@ -1,3 +1,4 @@
+import type { PointRecord } from '../../src/document.js';
 import { button, element } from '../dom.js';
 import { markOf } from '../marks.js';
 import type { ViewedPart } from '../part.js';
@@ -8,6 +9,16 @@ import { whyOf } from './why.js';
 
 /** Rows that are made at once; more come when asked for. */
 const rowsAtOnce = 400;
+
+/** Of a plate, to which of its meshes the point belongs. */
+function partText({ document }: ViewedPart, point: PointRecord): string {
+  const { plate } = document.part.model;
+  if (plate === undefined || point.part === undefined) return '';
+  const { file } = plate[point.part];
+  const all = plate.flatMap((one, index) => (one.file === file ? [index] : []));
+  const which = all.length === 1 ? '' : ` ${all.indexOf(point.part) + 1} of ${all.length}`;
+  return `${file}${which}   `;
+}
 
 /** All points, bottom first, and why each is there; a press goes to the point. */
 export function pointsList(
@@ -47,7 +58,7 @@ export function pointsList(
         element('span', { text: detail }),
         element('span', {
           class: 'figures',
-          text: `x ${point.x.toFixed(2)}   y ${point.y.toFixed(2)}   z ${millimetres(point.z)}`,
+          text: `${partText(part, point)}x ${point.x.toFixed(2)}   y ${point.y.toFixed(2)}   z ${millimetres(point.z)}`,
         }),
       ),
       element('span', { class: 'where', text: `layer ${point.layer}` }),
