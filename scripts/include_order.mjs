@@ -38,7 +38,7 @@ export const order = {
   scaffold: ['slicing', 'runtime'],
   check: ['hold', 'model', 'support', 'analysis', 'runtime'],
   hold: ['model', 'support', 'analysis', 'runtime'],
-  print: ['slicing', 'model', 'analysis', 'runtime'],
+  print: ['hold', 'slicing', 'model', 'analysis', 'runtime'],
   printer_files: ['files', 'analysis', 'runtime'],
   slicing: ['analysis', 'runtime'],
   mesh: ['files', 'runtime'],

@@ -17,6 +17,7 @@
 #include "hold/finisher.h"
 #include "hold/judge.h"
 #include "part.h"
+#include "print/hold_settings.h"
 
 namespace stiltforge::bench {
 namespace {
@@ -187,9 +188,8 @@ std::vector<std::string> judgePart(const Part& part, double tilt, const PrintSet
   printVerdict(row, "analysed", survey.points().size(),
                hold::judge(survey, survey.points(), limits), 0);
   double finishing = 0;
-  const hold::Finished result = timed(finishing, [&] {
-    return hold::finish(survey, hold::FinishSettings::forSupportArea(print.supportArea));
-  });
+  const hold::Finished result =
+      timed(finishing, [&] { return hold::finish(survey, finishSettings(print)); });
   const std::vector<hold::Site> finished = result.sites();
   const auto added = std::count_if(
       result.points.begin(), result.points.end(),

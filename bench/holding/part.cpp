@@ -10,7 +10,7 @@
 #include "mesh/read_mesh.h"
 #include "model/model.h"
 #include "print/analysis_parameters.h"
-#include "slicing/channel_falloff.h"
+#include "print/hold_settings.h"
 #include "slicing/slicer.h"
 
 namespace stiltforge::bench {
@@ -96,11 +96,7 @@ hold::Survey surveyOf(const Part& part, const PrintSettings& print, Times& times
   const auto height = static_cast<uint32_t>(slicer.placement().height);
   const uint32_t layers = slicer.layerCount();
   Model model(modelParameters(print, width, height, layers).settings, std::size_t{width} * height);
-  hold::SurveySettings settings;
-  settings.pixelSize = print.pixelSize;
-  settings.layerHeight = print.layerHeight;
-  settings.steepness = 1.1 / slicing::tangentOfDegrees(print.criticalAngle);
-  hold::Survey survey(settings);
+  hold::Survey survey(surveySettings(print));
   std::vector<Slice> slices;
   for (uint32_t layer = 0; layer < layers; layer += batch) {
     slices.assign(std::min(batch, layers - layer), Slice());

@@ -7,8 +7,7 @@
 #include <string>
 
 #include "node_api/refusal.h"
-#include "print/print_settings.h"
-#include "slicing/channel_falloff.h"
+#include "print/hold_settings.h"
 #include "slicing/slicing_error.h"
 
 namespace stiltforge::binding {
@@ -17,12 +16,6 @@ namespace {
 
 using slicing::numberText;
 
-// A surface that grows by more in one step of the survey's samples is not steep for any angle that
-// a printer knows; looking that far takes time in proportion.
-constexpr double longestSteepReach = 1024;  // pixels
-
-// Surfaces just at the critical angle must not count by the rounding of their pixels.
-constexpr double steeperThanCritical = 1.1;
 // What no printer comes near; in mm, mm2 and degrees. Squares and quotients of them are finite.
 constexpr double least = 1e-6;
 constexpr double longest = 1e6;
@@ -69,22 +62,13 @@ class HoldOptions {
 
 hold::SurveySettings readSurveySettings(const Napi::Value& options) {
   const HoldOptions given(options, "the survey");
-  hold::SurveySettings settings;
-  settings.pixelSize = given.number("pixelSize", std::nullopt, least, longest, "mm");
-  settings.layerHeight = given.number("layerHeight", std::nullopt, least, longest, "mm");
-  const double height = given.number("minimumHeight", settings.minimumHeight, 0, longest, "mm");
-  // No part has more layers.
-  settings.minimumHeight = std::min(height, 65535 * settings.layerHeight);
-  // As many samples lie within reach of a point, whatever it holds: their pairs take the time.
-  const double usualArea = PrintSettings().supportArea;
-  const double area = given.number("supportArea", usualArea, least, mostArea, "mm2");
-  settings.sampleSize *= std::sqrt(std::max(area / usualArea, 1.0));
-  const double angle =
-      given.number("criticalAngle", PrintSettings().criticalAngle, least, 90, "degrees");
-  const double step =
-      std::max(settings.sampleHeight, 4 * settings.pixelSize) + settings.layerHeight;
-  settings.steepness = std::min(steeperThanCritical / slicing::tangentOfDegrees(angle),
-                                longestSteepReach * settings.pixelSize / step);
+  PrintSettings print;
+  print.pixelSize = given.number("pixelSize", std::nullopt, least, longest, "mm");
+  print.layerHeight = given.number("layerHeight", std::nullopt, least, longest, "mm");
+  print.minimumHeight = given.number("minimumHeight", print.minimumHeight, 0, longest, "mm");
+  print.supportArea = given.number("supportArea", print.supportArea, least, mostArea, "mm2");
+  print.criticalAngle = given.number("criticalAngle", print.criticalAngle, least, 90, "degrees");
+  const hold::SurveySettings settings = surveySettings(print);
   try {
     const hold::Survey usable(settings);
   } catch (const std::invalid_argument& unusable) {
@@ -105,9 +89,9 @@ hold::JudgeSettings readJudgeSettings(const Napi::Value& options, hold::JudgeSet
 
 hold::FinishSettings readFinishSettings(const Napi::Value& options) {
   const HoldOptions given(options, "finishing");
-  const double area =
-      given.number("supportArea", PrintSettings().supportArea, least, mostArea, "mm2");
-  hold::FinishSettings settings = hold::FinishSettings::forSupportArea(area);
+  PrintSettings print;
+  print.supportArea = given.number("supportArea", print.supportArea, least, mostArea, "mm2");
+  hold::FinishSettings settings = finishSettings(print);
   settings.spacing = given.number("spacing", settings.spacing, 0, longest, "mm");
   return settings;
 }

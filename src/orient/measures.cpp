@@ -1,7 +1,6 @@
 #include "orient/measures.h"
 
 #include <algorithm>
-#include <cmath>
 #include <vector>
 
 #include "check/cavities.h"
@@ -10,8 +9,8 @@
 #include "hold/survey.h"
 #include "model/model.h"
 #include "print/analysis_parameters.h"
+#include "print/hold_settings.h"
 #include "print/support_position.h"
-#include "slicing/channel_falloff.h"
 #include "slicing/slicer.h"
 
 namespace stiltforge::orient {
@@ -20,11 +19,6 @@ namespace {
 
 constexpr uint32_t batch = 16;
 constexpr double roundingSlack = 1e-9;
-constexpr double mostLayers = 65535;
-// Surfaces just at the critical angle must not count by the rounding of their pixels.
-constexpr double steeperThanCritical = 1.1;
-// Beyond it a surface counts as hardly overhanging at all.
-constexpr double longestSteepReach = 1024;  // pixels
 
 std::vector<hold::SupportPoint> pointsOf(const Layer& layer) {
   std::vector<hold::SupportPoint> points;
@@ -33,27 +27,6 @@ std::vector<hold::SupportPoint> pointsOf(const Layer& layer) {
     for (const Voxel& v : group.placement->supports) points.push_back({v.x, v.y, v.isMinima});
   }
   return points;
-}
-
-hold::SurveySettings surveySettings(const PrintSettings& print) {
-  hold::SurveySettings settings;
-  settings.pixelSize = print.pixelSize;
-  settings.layerHeight = print.layerHeight;
-  settings.minimumHeight = std::min(print.minimumHeight, mostLayers * print.layerHeight);
-  // As many samples lie within reach of a point, whatever it holds.
-  settings.sampleSize *= std::sqrt(std::max(print.supportArea / PrintSettings().supportArea, 1.0));
-  const double step =
-      std::max(settings.sampleHeight, 4 * settings.pixelSize) + settings.layerHeight;
-  settings.steepness =
-      std::min(steeperThanCritical / slicing::tangentOfDegrees(print.criticalAngle),
-               longestSteepReach * settings.pixelSize / step);
-  return settings;
-}
-
-hold::FinishSettings finishSettings(const PrintSettings& print) {
-  auto settings = hold::FinishSettings::forSupportArea(print.supportArea);
-  settings.spacing = print.minimumSpacing.value_or(settings.spacing);
-  return settings;
 }
 
 std::vector<Support> supportsOf(const hold::Finished& finished, const slicing::Slicer& slicer,
