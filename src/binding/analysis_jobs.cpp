@@ -168,7 +168,7 @@ void SlicerAnalysisJob::work() {
   model_->ahead = {};
   const uint32_t next = first_ + static_cast<uint32_t>(slices.size());
   const bool isLast = next == slicer_->slicer.layerCount();
-  const std::vector<SurveyedLayer> earlier = model_->takeUnsurveyed();
+  const std::vector<hold::SurveyedLayer> earlier = model_->takeUnsurveyed();
   results_.reserve(slices.size());
   workers::parallelFor(3, [&](std::size_t task) {
     if (task == 0) analyse(slices);

@@ -7,11 +7,12 @@
 
 namespace stiltforge::binding {
 
-SurveyJob::SurveyJob(Napi::Env env, SurveySource survey, std::function<void(SurveyedPart&)> add)
+SurveyJob::SurveyJob(Napi::Env env, SurveySource survey,
+                     std::function<void(hold::SurveyedPart&)> add)
     : Job(env), survey_(std::move(survey)), add_(std::move(add)) {}
 
 void SurveyJob::work() {
-  SurveyedPart& survey = survey_();
+  hold::SurveyedPart& survey = survey_();
   add_(survey);
   layerCount_ = survey.layerCount();
 }

@@ -6,18 +6,18 @@
 #include <functional>
 
 #include "binding/job.h"
-#include "binding/surveyed_part.h"
+#include "hold/surveyed_part.h"
 
 namespace stiltforge::binding {
 
 /// Gives a job its survey, on its thread. May throw a JobRefusal.
-using SurveySource = std::function<SurveyedPart&()>;
+using SurveySource = std::function<hold::SurveyedPart&()>;
 
 /// Adds layers to a survey and promises the number of all that it has.
 class SurveyJob : public Job {
  public:
   /// add: on the job's thread.
-  SurveyJob(Napi::Env env, SurveySource survey, std::function<void(SurveyedPart&)> add);
+  SurveyJob(Napi::Env env, SurveySource survey, std::function<void(hold::SurveyedPart&)> add);
 
  protected:
   void work() override;
@@ -26,7 +26,7 @@ class SurveyJob : public Job {
 
  private:
   SurveySource survey_;
-  std::function<void(SurveyedPart&)> add_;
+  std::function<void(hold::SurveyedPart&)> add_;
   uint32_t layerCount_ = 0;
 };
 
@@ -43,7 +43,7 @@ class JudgeJob : public Job {
  private:
   SurveySource survey_;
   hold::JudgeSettings settings_;
-  JudgedPart part_;
+  hold::JudgedPart part_;
 };
 
 /// Finishes the points of a survey, judges what comes of them and promises FinishedSupports.
@@ -61,7 +61,7 @@ class FinishJob : public Job {
   SurveySource survey_;
   hold::FinishSettings finishing_;
   hold::JudgeSettings judging_;
-  FinishedPart part_;
+  hold::FinishedPart part_;
 };
 
 }  // namespace stiltforge::binding

@@ -52,7 +52,7 @@ napi_value surfaceValue(ValueMaker& make, const hold::Surface& surface, double p
   return object;
 }
 
-napi_value islandValue(ValueMaker& make, const JudgedPart& part, std::size_t i) {
+napi_value islandValue(ValueMaker& make, const hold::JudgedPart& part, std::size_t i) {
   const hold::IslandVerdict& verdict = part.verdict.islands[i];
   const napi_value object = make.object();
   setPlace(make, object, verdict.island.place);
@@ -66,7 +66,7 @@ napi_value islandValue(ValueMaker& make, const JudgedPart& part, std::size_t i) 
   return object;
 }
 
-napi_value regionValue(ValueMaker& make, const std::optional<RegionRecord>& region) {
+napi_value regionValue(ValueMaker& make, const std::optional<hold::RegionRecord>& region) {
   if (!region) return make.null();
   const napi_value object = make.object();
   set(make, object, "region", make.number(region->region));
@@ -111,7 +111,7 @@ const char* nameOf(hold::DropReason reason) {
   return "";
 }
 
-napi_value pointValue(ValueMaker& make, const FinishedPart::Point& point) {
+napi_value pointValue(ValueMaker& make, const hold::FinishedPart::Point& point) {
   const napi_value object = make.object();
   setPlace(make, object, point.point.site.place);
   set(make, object, "isIsland", make.boolean(point.point.site.isIsland));
@@ -122,7 +122,7 @@ napi_value pointValue(ValueMaker& make, const FinishedPart::Point& point) {
   return object;
 }
 
-napi_value droppedValue(ValueMaker& make, const FinishedPart::Dropped& dropped) {
+napi_value droppedValue(ValueMaker& make, const hold::FinishedPart::Dropped& dropped) {
   const napi_value object = make.object();
   setPlace(make, object, dropped.site.place);
   set(make, object, "isIsland", make.boolean(dropped.site.isIsland));
@@ -135,7 +135,7 @@ napi_value droppedValue(ValueMaker& make, const FinishedPart::Dropped& dropped) 
 
 }  // namespace
 
-napi_value verdictValue(ValueMaker& make, const JudgedPart& part) {
+napi_value verdictValue(ValueMaker& make, const hold::JudgedPart& part) {
   const hold::Verdict& verdict = part.verdict;
   const napi_value object = make.object();
   set(make, object, "nearReach", make.number(part.settings.nearReach));
@@ -175,14 +175,14 @@ napi_value verdictValue(ValueMaker& make, const JudgedPart& part) {
   return object;
 }
 
-napi_value finishedValue(ValueMaker& make, const FinishedPart& part) {
+napi_value finishedValue(ValueMaker& make, const hold::FinishedPart& part) {
   const napi_value object = make.object();
-  set(make, object, "supports", arrayOf(make, part.points, [&](const FinishedPart::Point& point) {
-        return pointValue(make, point);
-      }));
-  set(make, object, "dropped", arrayOf(make, part.dropped, [&](const FinishedPart::Dropped& point) {
-        return droppedValue(make, point);
-      }));
+  set(make, object, "supports",
+      arrayOf(make, part.points,
+              [&](const hold::FinishedPart::Point& point) { return pointValue(make, point); }));
+  set(make, object, "dropped",
+      arrayOf(make, part.dropped,
+              [&](const hold::FinishedPart::Dropped& point) { return droppedValue(make, point); }));
   const napi_value leftAlone = make.object();
   set(make, leftAlone, "areaNearPlate", make.number(part.leftAlone.areaNearPlate));
   set(make, leftAlone, "areaNearPart", make.number(part.leftAlone.areaNearPart));

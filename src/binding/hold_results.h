@@ -1,14 +1,14 @@
 #pragma once
 
-#include "binding/surveyed_part.h"
+#include "hold/surveyed_part.h"
 #include "node_api/value_maker.h"
 
 namespace stiltforge::binding {
 
 /// Verdict of packages/stiltforge/src/hold.ts.
-napi_value verdictValue(ValueMaker& make, const JudgedPart& part);
+napi_value verdictValue(ValueMaker& make, const hold::JudgedPart& part);
 
 /// FinishedSupports of the same.
-napi_value finishedValue(ValueMaker& make, const FinishedPart& part);
+napi_value finishedValue(ValueMaker& make, const hold::FinishedPart& part);
 
 }  // namespace stiltforge::binding

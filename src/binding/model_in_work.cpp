@@ -68,12 +68,12 @@ SliceResult ModelInWork::analyse(Slice slice, std::optional<SliceResultBuffers> 
     options.buffers = &blocks;
   }
   try {
-    std::optional<SurveyedLayer> unsurveyed;
-    if (surveyed_) unsurveyed.emplace(slice);
+    std::optional<hold::SurveyedLayer> unsurveyed;
+    if (surveyed_) unsurveyed.emplace(hold::SurveyedLayer{slice, {}});
     model_->analyse(std::move(slice), options);
     const std::vector<Layer>& layers = model_->layers();
     if (unsurveyed) {
-      unsurveyed->addFindings(layers.back());
+      unsurveyed->findings = hold::findingsOf(layers.back());
       unsurveyed_.push_back(std::move(*unsurveyed));
     }
     if (layers.size() > 1) bytes_ += bytesOf(layers[layers.size() - 2]);
@@ -88,16 +88,16 @@ SliceResult ModelInWork::analyse(Slice slice, std::optional<SliceResultBuffers> 
   }
 }
 
-void ModelInWork::survey(const std::vector<SurveyedLayer>& layers) {
+void ModelInWork::survey(const std::vector<hold::SurveyedLayer>& layers) {
   if (surveyFailure_) return;
   try {
-    for (const SurveyedLayer& layer : layers) surveyed_->add(layer);
+    for (const hold::SurveyedLayer& layer : layers) surveyed_->add(layer.slice, layer.findings);
   } catch (const std::exception&) {
     surveyFailure_ = std::current_exception();
   }
 }
 
-SurveyedPart& ModelInWork::surveyed() {
+hold::SurveyedPart& ModelInWork::surveyed() {
   requireSound();
   survey(takeUnsurveyed());
   if (surveyFailure_) std::rethrow_exception(surveyFailure_);

@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "binding/shared_slicer.h"
-#include "binding/surveyed_part.h"
+#include "hold/surveyed_part.h"
 #include "model/model.h"
 #include "model/parameters.h"
 #include "node_api/layer_result.h"
@@ -33,7 +33,7 @@ struct SlicesAhead {
 class ModelInWork {
  public:
   /// With a survey what is analysed can be finished and judged. Throws as the constructors of Model
-  /// and of SurveyedPart do.
+  /// and of hold::SurveyedPart do.
   ModelInWork(const ModelParameters& parameters, Plane<uint32_t> markers,
               const std::optional<hold::SurveySettings>& survey);
 
@@ -44,12 +44,12 @@ class ModelInWork {
   /// slice failed.
   SliceResult analyse(Slice slice, std::optional<SliceResultBuffers> buffers, bool hasPicture);
   /// The layers that were analysed and not yet surveyed, bottom first; none without a survey.
-  std::vector<SurveyedLayer> takeUnsurveyed() { return std::exchange(unsurveyed_, {}); }
+  std::vector<hold::SurveyedLayer> takeUnsurveyed() { return std::exchange(unsurveyed_, {}); }
   /// Surveys them, while others may be analysed. A failure is the survey's alone.
-  void survey(const std::vector<SurveyedLayer>& layers);
+  void survey(const std::vector<hold::SurveyedLayer>& layers);
   /// The survey of all layers so far, to be judged or finished: after that none may follow. Throws
   /// a JobRefusal when there is none.
-  SurveyedPart& surveyed();
+  hold::SurveyedPart& surveyed();
   /// Lets the next call fail with what a slice has failed with, since that was told to nobody.
   void failNext(std::exception_ptr failure) { untold_ = std::move(failure); }
   /// Throws a JobRefusal when there is no such layer or group, both counted from 0.
@@ -76,9 +76,9 @@ class ModelInWork {
 
   ModelParameters parameters_;
   std::optional<Model> model_;
-  std::optional<SurveyedPart> surveyed_;
+  std::optional<hold::SurveyedPart> surveyed_;
   std::exception_ptr surveyFailure_;
-  std::vector<SurveyedLayer> unsurveyed_;
+  std::vector<hold::SurveyedLayer> unsurveyed_;
   std::optional<std::string> failure_;
   std::exception_ptr untold_;
   int64_t bytes_ = 0;

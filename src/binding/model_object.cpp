@@ -187,7 +187,7 @@ Napi::Value ModelObject::judge(const Napi::CallbackInfo& info) {
   const Napi::Env env = info.Env();
   requireOpen(env);
   return Job::add(std::make_unique<JudgeJob>(
-                      env, [model = model_]() -> SurveyedPart& { return model->surveyed(); },
+                      env, [model = model_]() -> hold::SurveyedPart& { return model->surveyed(); },
                       readJudgeSettings(info[0])),
                   queue_, info.This().As<Napi::Object>());
 }
@@ -196,7 +196,7 @@ Napi::Value ModelObject::finish(const Napi::CallbackInfo& info) {
   const Napi::Env env = info.Env();
   requireOpen(env);
   return Job::add(std::make_unique<FinishJob>(
-                      env, [model = model_]() -> SurveyedPart& { return model->surveyed(); },
+                      env, [model = model_]() -> hold::SurveyedPart& { return model->surveyed(); },
                       readFinishSettings(info[0]), readFinishJudgeSettings(info[0])),
                   queue_, info.This().As<Napi::Object>());
 }

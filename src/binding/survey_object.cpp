@@ -71,11 +71,11 @@ SurveyObject::SurveyObject(const Napi::CallbackInfo& info) : Napi::ObjectWrap<Su
   };
   size_ = {side(0, "The width of the slices"), side(1, "The height of the slices")};
   requireCountable(info.Env(), size_);
-  state_ = std::make_shared<State>(State{SurveyedPart(readSurveySettings(info[2])), {}});
+  state_ = std::make_shared<State>(State{hold::SurveyedPart(readSurveySettings(info[2])), {}});
 }
 
-std::function<SurveyedPart&()> SurveyObject::source() const {
-  return [state = state_]() -> SurveyedPart& {
+std::function<hold::SurveyedPart&()> SurveyObject::source() const {
+  return [state = state_]() -> hold::SurveyedPart& {
     if (!state->failure) return state->part;
     throw JobRefusal(codes::closed, "An earlier layer failed (" + *state->failure +
                                         "), so what lies above it would be wrong. Create a new "
@@ -84,8 +84,8 @@ std::function<SurveyedPart&()> SurveyObject::source() const {
 }
 
 Napi::Promise SurveyObject::queueLayers(const Napi::CallbackInfo& info,
-                                        std::function<void(SurveyedPart&)> add) {
-  const auto addOrFail = [state = state_, add = std::move(add)](SurveyedPart& part) {
+                                        std::function<void(hold::SurveyedPart&)> add) {
+  const auto addOrFail = [state = state_, add = std::move(add)](hold::SurveyedPart& part) {
     if (part.isEnded()) {
       throw JobRefusal(codes::closed,
                        "The points of this survey were judged or finished, so no layer may follow. "
@@ -110,9 +110,11 @@ Napi::Promise SurveyObject::queueSlice(const Napi::CallbackInfo& info,
   try {
     // First what may run a getter of the host, which may take memory away.
     Points points = readPoints(info[1]);
-    auto layer = std::make_shared<SurveyedLayer>(take());
-    layer->points = std::move(points);
-    return queueLayers(info, [layer](SurveyedPart& part) { part.add(*layer); });
+    auto layer = std::make_shared<hold::SurveyedLayer>();
+    layer->slice = take();
+    layer->findings.points = std::move(points);
+    return queueLayers(
+        info, [layer](hold::SurveyedPart& part) { part.add(layer->slice, layer->findings); });
   } catch (const std::bad_alloc&) {
     throw withoutMemory(info.Env(), size_);
   }
@@ -149,16 +151,16 @@ Napi::Value SurveyObject::addSlicer(const Napi::CallbackInfo& info) {
   try {
     std::vector<Points> points;
     for (uint32_t i = 0; i < lists.Length(); ++i) points.push_back(readPoints(lists.Get(i)));
-    return queueLayers(info, [slicer, first, points = std::move(points)](SurveyedPart& part) {
+    return queueLayers(info, [slicer, first, points = std::move(points)](hold::SurveyedPart& part) {
       std::vector<Slice> slices(points.size());
       {
         const std::lock_guard<std::mutex> lock(slicer->mutex);
         slicer->slicer.slice(first, slices);
       }
       for (std::size_t i = 0; i < slices.size(); ++i) {
-        SurveyedLayer layer(std::move(slices[i]));
-        layer.points = points[i];
-        part.add(layer);
+        hold::LayerFindings findings;
+        findings.points = points[i];
+        part.add(slices[i], findings);
       }
     });
   } catch (const std::bad_alloc&) {

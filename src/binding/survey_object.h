@@ -8,7 +8,7 @@
 #include <string>
 
 #include "binding/job.h"
-#include "binding/surveyed_part.h"
+#include "hold/surveyed_part.h"
 #include "node_api/model_limits.h"
 
 namespace stiltforge::binding {
@@ -27,7 +27,7 @@ class SurveyObject : public Napi::ObjectWrap<SurveyObject> {
 
  private:
   struct State {
-    SurveyedPart part;
+    hold::SurveyedPart part;
     std::optional<std::string> failure;  // of an earlier layer
   };
 
@@ -43,8 +43,9 @@ class SurveyObject : public Napi::ObjectWrap<SurveyObject> {
   Napi::Value finish(const Napi::CallbackInfo& info);
 
   Napi::Promise queueSlice(const Napi::CallbackInfo& info, const std::function<Slice()>& take);
-  Napi::Promise queueLayers(const Napi::CallbackInfo& info, std::function<void(SurveyedPart&)> add);
-  std::function<SurveyedPart&()> source() const;
+  Napi::Promise queueLayers(const Napi::CallbackInfo& info,
+                            std::function<void(hold::SurveyedPart&)> add);
+  std::function<hold::SurveyedPart&()> source() const;
 
   SliceSize size_;
   std::shared_ptr<State> state_;

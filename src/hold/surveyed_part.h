@@ -12,7 +12,7 @@
 #include "hold/judge.h"
 #include "hold/survey.h"
 
-namespace stiltforge::binding {
+namespace stiltforge::hold {
 
 /// A region as the analysis weighed it: why it got supports, or none.
 struct RegionRecord {
@@ -28,25 +28,28 @@ struct RegionRecord {
   float owed = 0;              ///< weight that nothing held, pixels
 };
 
-/// A layer with its points, for the survey, which may take it when the analysis has gone on.
-struct SurveyedLayer {
-  Slice slice;
-  std::vector<hold::SupportPoint> points;
+/// What is known of a layer besides its slice.
+struct LayerFindings {
+  std::vector<SupportPoint> points;
   // Of an analysed layer only.
   std::vector<uint32_t> groupOfPoint;
   ScratchVector<uint32_t> groupOfRun;
   std::vector<RegionRecord> regions;  ///< by group, with the placeholder
+};
 
-  /// With nothing but the slice.
-  explicit SurveyedLayer(Slice taken) : slice(std::move(taken)) {}
-  /// Adds what the analysis has found in the layer, which is the last of its model.
-  void addFindings(const Layer& layer);
+/// What the analysis has found in the layer, which is the last of its model.
+LayerFindings findingsOf(const Layer& layer);
+
+/// A layer for the survey, which may take it when the analysis has gone on.
+struct SurveyedLayer {
+  Slice slice;
+  LayerFindings findings;
 };
 
 /// A verdict, and what it does not tell by itself.
 struct JudgedPart {
-  hold::Verdict verdict;
-  hold::JudgeSettings settings;
+  Verdict verdict;
+  JudgeSettings settings;
   std::size_t points = 0;
   double pixelArea = 0;  ///< mm2
   /// By island: the number of the point in its own branch that takes it; none where material does,
@@ -58,19 +61,19 @@ struct JudgedPart {
 /// Points with the regions that they stand in, as far as the analysis has seen these.
 struct FinishedPart {
   struct Point {
-    hold::FinishedPoint point;
+    FinishedPoint point;
     std::optional<RegionRecord> region;
   };
   struct Dropped {
-    hold::DroppedPoint point;
-    hold::Site site;
+    DroppedPoint point;
+    Site site;
     std::optional<RegionRecord> region;
   };
   std::vector<Point> points;
   std::vector<Dropped> dropped;
-  std::vector<uint32_t> islandsLeft;  ///< see hold::Finished
-  hold::LeftAlone leftAlone;
-  double spacing = 0;  ///< see hold::FinishSettings
+  std::vector<uint32_t> islandsLeft;  ///< see Finished
+  LeftAlone leftAlone;
+  double spacing = 0;  ///< see FinishSettings
   JudgedPart judged;
 };
 
@@ -78,26 +81,26 @@ struct FinishedPart {
 /// weighed them. One thread at a time.
 class SurveyedPart {
  public:
-  /// Throws as the constructor of hold::Survey does.
-  explicit SurveyedPart(const hold::SurveySettings& settings) : survey_(settings) {}
+  /// Throws as the constructor of Survey does.
+  explicit SurveyedPart(const SurveySettings& settings) : survey_(settings) {}
 
-  /// Takes the next layer, bottom first.
-  void add(const SurveyedLayer& layer);
+  /// Takes the next layer, bottom first. The findings are those of the slice.
+  void add(const Slice& slice, const LayerFindings& findings);
   uint32_t layerCount() const { return survey_.layerCount(); }
 
   /// Ends the part: nothing may be added after one of these.
-  JudgedPart judge(const hold::JudgeSettings& settings);
-  FinishedPart finish(const hold::FinishSettings& finishing, const hold::JudgeSettings& judging);
+  JudgedPart judge(const JudgeSettings& settings);
+  FinishedPart finish(const FinishSettings& finishing, const JudgeSettings& judging);
   bool isEnded() const { return isEnded_; }
 
  private:
   void end();
-  void noteRegions(const SurveyedLayer& layer, std::size_t islandsBefore);
-  uint32_t noteOf(const SurveyedLayer& layer, uint32_t group);
+  void noteRegions(const Slice& slice, const LayerFindings& layer, std::size_t islandsBefore);
+  uint32_t noteOf(const LayerFindings& layer, uint32_t group);
   std::optional<RegionRecord> recordOf(uint32_t note) const;
-  JudgedPart judged(std::span<const hold::Site> points, const hold::JudgeSettings& settings) const;
+  JudgedPart judged(std::span<const Site> points, const JudgeSettings& settings) const;
 
-  hold::Survey survey_;
+  Survey survey_;
   bool isEnded_ = false;
   std::vector<RegionRecord> notes_;
   std::vector<uint32_t> noteOfGroup_;  // of the layer last added; none where there is none yet
@@ -108,4 +111,4 @@ class SurveyedPart {
   std::vector<std::size_t> samplesBelow_;  // samples so far, by layer
 };
 
-}  // namespace stiltforge::binding
+}  // namespace stiltforge::hold

@@ -1,4 +1,4 @@
-#include "binding/surveyed_part.h"
+#include "hold/surveyed_part.h"
 
 #include <algorithm>
 #include <cmath>
@@ -8,25 +8,25 @@
 #include "hold/components.h"
 #include "hold/place.h"
 
-namespace stiltforge::binding {
+namespace stiltforge::hold {
 
 namespace {
 
-constexpr uint32_t none = hold::Place::none;
+constexpr uint32_t none = Place::none;
 
 // A pixel of the part; no two that differ compare equal.
-std::tuple<uint32_t, uint16_t, uint16_t> pixelOf(const hold::Place& place) {
+std::tuple<uint32_t, uint16_t, uint16_t> pixelOf(const Place& place) {
   return {place.layer, place.y, place.x};
 }
 
 // Notes by the place that they belong to.
 class NotedPlaces {
  public:
-  void add(const hold::Place& place, uint32_t note) {
+  void add(const Place& place, uint32_t note) {
     if (note != none) noted_.emplace_back(pixelOf(place), note);
   }
   void sort() { std::sort(noted_.begin(), noted_.end()); }
-  uint32_t at(const hold::Place& place) const {
+  uint32_t at(const Place& place) const {
     const auto found =
         std::lower_bound(noted_.begin(), noted_.end(), std::pair(pixelOf(place), 0u));
     return found != noted_.end() && found->first == pixelOf(place) ? found->second : none;
@@ -38,12 +38,13 @@ class NotedPlaces {
 
 }  // namespace
 
-void SurveyedLayer::addFindings(const Layer& layer) {
-  groupOfRun = layer.groupOfRun;
-  regions.resize(layer.groups.size());
+LayerFindings findingsOf(const Layer& layer) {
+  LayerFindings findings;
+  findings.groupOfRun = layer.groupOfRun;
+  findings.regions.resize(layer.groups.size());
   for (uint32_t i = 1; i < layer.groups.size(); ++i) {
     const Group& group = layer.groups[i];
-    RegionRecord& record = regions[i];
+    RegionRecord& record = findings.regions[i];
     record.region = i;
     record.pixels = group.numPixel;
     record.resting = group.supportedPixel;
@@ -55,26 +56,28 @@ void SurveyedLayer::addFindings(const Layer& layer) {
     record.supportsBelow = static_cast<uint32_t>(group.placement->ghostSupports.size());
     record.supports = static_cast<uint32_t>(group.placement->supports.size());
     for (const Voxel& support : group.placement->supports) {
-      points.push_back({support.x, support.y, support.isMinima});
-      groupOfPoint.push_back(i);
+      findings.points.push_back({support.x, support.y, support.isMinima});
+      findings.groupOfPoint.push_back(i);
     }
   }
+  return findings;
 }
 
-void SurveyedPart::add(const SurveyedLayer& layer) {
+void SurveyedPart::add(const Slice& slice, const LayerFindings& layer) {
   const std::size_t islandsBefore = survey_.islands().size();
-  survey_.add(layer.slice);
-  survey_.addPoints(layer.slice, layer.points);
-  noteRegions(layer, islandsBefore);
+  survey_.add(slice);
+  survey_.addPoints(slice, layer.points);
+  noteRegions(slice, layer, islandsBefore);
 }
 
-void SurveyedPart::noteRegions(const SurveyedLayer& layer, std::size_t islandsBefore) {
+void SurveyedPart::noteRegions(const Slice& slice, const LayerFindings& layer,
+                               std::size_t islandsBefore) {
   const uint32_t current = survey_.layerCount() - 1;
-  const std::vector<hold::OverhangSample>& samples = survey_.samples();
+  const std::vector<OverhangSample>& samples = survey_.samples();
   noteOfGroup_.assign(layer.regions.size(), none);
-  const auto noteAt = [&](const hold::Place& place) {
+  const auto noteAt = [&](const Place& place) {
     if (layer.regions.empty()) return none;
-    const uint32_t run = hold::findRun(layer.slice.material, place.x, place.y);
+    const uint32_t run = findRun(slice.material, place.x, place.y);
     return run == none ? none : noteOf(layer, layer.groupOfRun[run]);
   };
   for (std::size_t i = 0; i < layer.points.size(); ++i) {
@@ -84,7 +87,7 @@ void SurveyedPart::noteRegions(const SurveyedLayer& layer, std::size_t islandsBe
     ofIsland_.push_back(noteAt(survey_.islands()[i].place));
   }
   // A sample may move up as long as its cell reaches.
-  const hold::SurveySettings& settings = survey_.settings();
+  const SurveySettings& settings = survey_.settings();
   const double reach = std::ceil(settings.sampleSize / settings.layerHeight) + 1;
   const std::size_t first =
       reach > current ? 0 : samplesBelow_[current - static_cast<uint32_t>(reach)];
@@ -95,7 +98,7 @@ void SurveyedPart::noteRegions(const SurveyedLayer& layer, std::size_t islandsBe
   samplesBelow_.push_back(samples.size());
 }
 
-uint32_t SurveyedPart::noteOf(const SurveyedLayer& layer, uint32_t group) {
+uint32_t SurveyedPart::noteOf(const LayerFindings& layer, uint32_t group) {
   uint32_t& note = noteOfGroup_[group];
   if (note == none) {
     note = static_cast<uint32_t>(notes_.size());
@@ -115,8 +118,7 @@ void SurveyedPart::end() {
   isEnded_ = true;
 }
 
-JudgedPart SurveyedPart::judged(std::span<const hold::Site> points,
-                                const hold::JudgeSettings& settings) const {
+JudgedPart SurveyedPart::judged(std::span<const Site> points, const JudgeSettings& settings) const {
   JudgedPart part;
   part.verdict = hold::judge(survey_, points, settings);
   part.settings = settings;
@@ -124,12 +126,12 @@ JudgedPart SurveyedPart::judged(std::span<const hold::Site> points,
   part.pixelArea = survey_.settings().pixelSize * survey_.settings().pixelSize;
   std::vector<std::tuple<uint32_t, uint32_t, uint32_t>> branches;  // track, layer, point
   for (uint32_t i = 0; i < points.size(); ++i) {
-    const hold::Place& place = points[i].place;
+    const Place& place = points[i].place;
     if (place.track != none) branches.emplace_back(place.track, place.layer, i);
   }
   std::sort(branches.begin(), branches.end());
-  for (const hold::IslandVerdict& verdict : part.verdict.islands) {
-    const hold::Place& place = verdict.island.place;
+  for (const IslandVerdict& verdict : part.verdict.islands) {
+    const Place& place = verdict.island.place;
     part.isSealed.push_back(survey_.isSealed(place.space));
     uint32_t by = none;
     if (verdict.takenIn) {
@@ -144,15 +146,14 @@ JudgedPart SurveyedPart::judged(std::span<const hold::Site> points,
   return part;
 }
 
-JudgedPart SurveyedPart::judge(const hold::JudgeSettings& settings) {
+JudgedPart SurveyedPart::judge(const JudgeSettings& settings) {
   end();
   return judged(survey_.points(), settings);
 }
 
-FinishedPart SurveyedPart::finish(const hold::FinishSettings& finishing,
-                                  const hold::JudgeSettings& judging) {
+FinishedPart SurveyedPart::finish(const FinishSettings& finishing, const JudgeSettings& judging) {
   end();
-  hold::Finished finished = hold::finish(survey_, finishing);
+  Finished finished = hold::finish(survey_, finishing);
   FinishedPart part;
   part.judged = judged(finished.sites(), judging);
   part.islandsLeft = std::move(finished.islandsLeft);
@@ -160,21 +161,21 @@ FinishedPart SurveyedPart::finish(const hold::FinishSettings& finishing,
   part.spacing = finishing.spacing;
 
   NotedPlaces noted;
-  const std::vector<hold::Island>& islands = survey_.islands();
+  const std::vector<Island>& islands = survey_.islands();
   for (std::size_t i = 0; i < islands.size(); ++i) noted.add(islands[i].place, ofIsland_[i]);
-  const std::vector<hold::OverhangSample>& samples = survey_.samples();
+  const std::vector<OverhangSample>& samples = survey_.samples();
   for (std::size_t i = 0; i < samples.size(); ++i) noted.add(samples[i].place, ofSample_[i]);
   noted.sort();
-  for (hold::FinishedPoint& point : finished.points) {
+  for (FinishedPoint& point : finished.points) {
     const uint32_t note =
         point.analysed == none ? noted.at(point.site.place) : ofPoint_[point.analysed];
     part.points.push_back({std::move(point), recordOf(note)});
   }
-  for (const hold::DroppedPoint& dropped : finished.dropped) {
+  for (const DroppedPoint& dropped : finished.dropped) {
     part.dropped.push_back(
         {dropped, survey_.points()[dropped.analysed], recordOf(ofPoint_[dropped.analysed])});
   }
   return part;
 }
 
-}  // namespace stiltforge::binding
+}  // namespace stiltforge::hold
