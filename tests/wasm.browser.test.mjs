@@ -59,8 +59,11 @@ before(async () => {
   });
   await new Promise((done) => server.listen(0, '127.0.0.1', done));
   // The sandbox of Chromium does not work for root, as whom containers run.
-  browser = await chromium.launch({ executablePath: program, args: ['--no-sandbox'] });
+  // Only something broken takes so long, on a busy machine too.
+  const timeout = 180_000;
+  browser = await chromium.launch({ executablePath: program, args: ['--no-sandbox'], timeout });
   page = await browser.newPage();
+  page.setDefaultTimeout(timeout);
   await page.goto(`http://127.0.0.1:${server.address().port}/`);
 });
 

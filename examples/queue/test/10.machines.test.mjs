@@ -98,7 +98,7 @@ test('a killed worker and a killed Redis lose nothing: each result is there once
 
   const events = workers.flatMap((worker) => worker.events());
   const starts = events.filter(({ job, event }) => job === id && event === 'started');
-  assert.equal(starts.length, 2, 'the part of the killed worker was made by another');
+  assert.ok(starts.length > 1, 'the part of the killed worker was made by another');
   const count = (event) => events.filter((e) => e.event === event).length;
   t.diagnostic(
     `${parts} parts through three workers, one killed, Redis restarted: ${seconds.toFixed(1)} s ` +

@@ -19,7 +19,7 @@ export async function temporaryFolder(t) {
 }
 
 /** Asks until the answer is true; fails after a time that only something broken takes. */
-export async function until(ask, what, seconds = 90) {
+export async function until(ask, what, seconds = 300) {
   const end = performance.now() + 1000 * seconds;
   for (;;) {
     const answer = await ask();
@@ -98,7 +98,7 @@ export function startProgram(t, name, words, variables) {
     env: { ...process.env, PORT: '0', ...variables },
     stdio: ['ignore', 'pipe', 'pipe'],
     // Only something broken takes so long.
-    timeout: 120_000,
+    timeout: 600_000,
     killSignal: 'SIGKILL',
   });
   let out = '';

@@ -1,10 +1,18 @@
 import assert from 'node:assert/strict';
 import { test } from 'node:test';
-import { openPage, pixelsOf, reportOf, sliceShown, withoutBrowser } from './browser.mjs';
+import {
+  openPage,
+  pixelsOf,
+  reportOf,
+  settledPicture,
+  sliceShown,
+  withoutBrowser,
+} from './browser.mjs';
 import { runsOf, smallPart } from './parts.mjs';
 
 const skip = withoutBrowser;
 const slice = '.slice canvas';
+const scene = '.scene canvas';
 
 const open = async (t, source, options) => openPage(t, await reportOf(source), options);
 
@@ -184,12 +192,9 @@ test('without WebGL a sentence stands for the part, and the rest works', { skip 
 
 test('the part is drawn, and cut open on demand', { skip }, async (t) => {
   const { page } = await open(t, smallPart());
-  await page.waitForTimeout(500);
-  const picture = () => page.locator('.scene canvas').screenshot();
-  const cut = await picture();
+  const cut = await settledPicture(page, scene);
   await page.keyboard.press('c');
-  await page.waitForTimeout(500);
-  assert.ok(!cut.equals(await picture()));
+  assert.ok(!cut.equals(await settledPicture(page, scene)));
   assert.equal(
     await page.getByRole('button', { name: 'Cut', exact: true }).getAttribute('aria-pressed'),
     'false',
@@ -219,8 +224,7 @@ test('below a lifted part nothing of it is cut open', { skip }, async (t) => {
   const pictureOf = async (layer) => {
     await page.getByRole('slider', { name: 'Layer' }).fill(String(layer));
     await sliceShown(page, layer);
-    await page.waitForTimeout(500);
-    return page.locator('.scene canvas').screenshot();
+    return settledPicture(page, scene);
   };
   const lowest = await pictureOf(0);
   assert.ok(lowest.equals(await pictureOf(4)), 'the part begins in layer 6');

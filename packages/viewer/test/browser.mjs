@@ -25,6 +25,9 @@ export async function reportOf(source, options) {
   return reportHtml(await readFile(template, 'utf8'), await packPart(source, options));
 }
 
+/** Only something broken takes so long, on a busy machine too; milliseconds. */
+const longest = 180_000;
+
 /** Browsers of this process, by whether they have WebGL. */
 const browsers = new Map();
 
@@ -32,7 +35,7 @@ function browserWith(webgl) {
   // The sandbox of Chromium does not work for root, as whom containers run.
   const args = ['--no-sandbox', ...(webgl ? softwareGl : withoutGl)];
   if (!browsers.has(webgl)) {
-    browsers.set(webgl, chromium.launch({ executablePath: program, args }));
+    browsers.set(webgl, chromium.launch({ executablePath: program, args, timeout: longest }));
   }
   return browsers.get(webgl);
 }
@@ -49,6 +52,7 @@ export async function openFile(t, file, { webgl = true, ...options } = {}) {
   const browser = await browserWith(webgl);
   const page = await browser.newPage({ viewport: { width: 1280, height: 800 }, ...options });
   t.after(() => page.close());
+  page.setDefaultTimeout(longest);
   const address = pathToFileURL(file).href;
   const asked = [];
   const complaints = [];
@@ -81,6 +85,17 @@ export async function openPage(t, html, options) {
 /** Resolves when the slice of that layer is shown. */
 export const sliceShown = (page, layer) =>
   page.getByRole('heading', { name: `Slice of layer ${layer}`, exact: true }).waitFor();
+
+/** The picture of an element when nothing moves there any more. */
+export async function settledPicture(page, selector) {
+  const picture = () => page.locator(selector).screenshot();
+  let last = null;
+  for (let now = await picture(); !last?.equals(now); now = await picture()) {
+    last = now;
+    await page.waitForTimeout(400);
+  }
+  return last;
+}
 
 /** Of a canvas, how many pixels have this colour, "#rrggbb", but for so much of each channel. */
 export function pixelsOf(page, selector, hex, tolerance = 12) {

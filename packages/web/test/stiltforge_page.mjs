@@ -15,12 +15,8 @@ export const pageFile = fileURLToPath(new URL('../dist/stiltforge.html', import.
 export const pictureFolder = join(tmpdir(), 'stiltforge-web');
 mkdirSync(pictureFolder, { recursive: true });
 
-/** Of the runs here: a second for most, on a busy machine more. */
-const longest = 60_000;
-
 export async function openStiltforge(t, options) {
   const opened = await openFile(t, pageFile, options);
-  opened.page.setDefaultTimeout(longest);
   await opened.page.getByRole('heading', { name: 'Drop a part here' }).waitFor();
   return opened;
 }
