@@ -2,6 +2,7 @@ import type { Analysis, SliceResult } from 'stiltforge/analysis';
 import type { Slicer, Triangles } from 'stiltforge/slicing';
 import { commandHost } from './command_host.js';
 import { ExitCode, Interrupted, UserError } from './errors.js';
+import type { LayersVisitor } from './finished_layers.js';
 import type { HeldPart, SlicePoint } from './held_part.js';
 import { isLackOfMemory, outOfMemory } from './memory.js';
 import { pointsCsv, supportsJson } from './output/documents.js';
@@ -17,7 +18,6 @@ import type { Summary } from './summary.js';
 import {
   analysePart,
   type PartJob,
-  type PartVisitor,
   type PreparedPart,
   preparePart,
   type SupportedPart,
@@ -224,7 +224,7 @@ function drawingSeconds({ report, width, height }: Slicer): number {
 export function inspecting(
   job: Inspected,
   folder: OutputFolder,
-): Required<Pick<PartVisitor, 'layer' | 'finished'>> {
+): Required<Pick<LayersVisitor, 'layer' | 'finished'>> {
   const corners: Corners = new Map();
   return {
     layer: (result, index) => noteCorners(job.inspect, result, index, corners),

@@ -1,4 +1,4 @@
-import { Analysis, type AnalysisParameters, type SliceResult } from 'stiltforge/analysis';
+import type { AnalysisParameters } from 'stiltforge/analysis';
 import type { Triangles } from 'stiltforge/slicing';
 import {
   analysisParameters,
@@ -9,7 +9,7 @@ import {
   type SupportSettings,
 } from 'stiltforge/slicing';
 import { codeOf, ExitCode, messageOf, UserError } from './errors.js';
-import { analysedPart, finishedPart, type HeldPart } from './held_part.js';
+import { type FinishedLayers, finishLayers, type LayersVisitor } from './finished_layers.js';
 import type { Host } from './host.js';
 import { type Making, requireMemory } from './memory.js';
 import { nameOfPath } from './name_of_path.js';
@@ -18,7 +18,6 @@ import { meshPlaces, Records } from './output/records.js';
 import type { PartOptions } from './part_options.js';
 import type { PlateMove } from './plate/arrange.js';
 import { checkSettings } from './setting_ranges.js';
-import { Tally } from './tally.js';
 import { meshWarnings } from './warnings.js';
 
 /** Pixels left free around the model, so that its contour is one on all sides. */
@@ -45,16 +44,12 @@ export interface PartJob {
 }
 
 /** A part with its supports: what outputs are made of. */
-export interface SupportedPart {
+export interface SupportedPart extends FinishedLayers {
   /** Everything that supports.json says. */
   document: SupportsDocument;
   mesh: Triangles;
   slicer: Slicer;
   parameters: AnalysisParameters;
-  part: HeldPart;
-  tally: Tally;
-  /** Of each layer, pixels that nothing held before its own supports. */
-  owedPixels: Float64Array;
 }
 
 export interface PreparedPart {
@@ -116,46 +111,15 @@ export function requirePossible(
   }
 }
 
-export interface PartVisitor {
-  signal?: AbortSignal;
-  /** So many layers are analysed. */
-  layers?(done: number): void;
-  /** Each layer, from 0. */
-  layer?(result: SliceResult, index: number): void;
-  /** The points are finished, and the analysis is still open. */
-  finished?(analysis: Analysis, part: HeldPart, tally: Tally): Promise<void>;
-}
-
 /** Analyses all layers and finishes the points. */
 export async function analysePart(
   { job, host, slicer, parameters }: PreparedPart,
-  visitor: PartVisitor,
+  visitor: LayersVisitor,
 ): Promise<SupportedPart> {
-  const { signal } = visitor;
-  const tally = new Tally();
-  let materialPixels = 0;
-  const { print, support } = job;
-  const { pixelSize, layerHeight } = print;
-  const { criticalAngle, minimumHeight, supportArea } = support;
-  const survey = { pixelSize, layerHeight, criticalAngle, minimumHeight, supportArea };
-  const analysis = Analysis.create(parameters, { survey });
-  try {
-    for await (const result of analysis.run(slicer, { signal })) {
-      materialPixels += result.layer.pixelCount;
-      visitor.layer?.(result, tally.layers.length);
-      tally.add(result);
-      visitor.layers?.(tally.layers.length);
-    }
-    if (materialPixels === 0) throw emptySlices(job, slicer);
-    const part = await (job.asAnalysed ? analysedPart : finishedPart)(analysis, print, support);
-    signal?.throwIfAborted();
-    await visitor.finished?.(analysis, part, tally);
-    const owedPixels = await analysis.owedPixels();
-    const document = documentOf(job, host, slicer, parameters, tally, part, materialPixels);
-    return { document, mesh: job.mesh, slicer, parameters, part, tally, owedPixels };
-  } finally {
-    await analysis.close();
-  }
+  const empty = (): UserError => emptySlices(job, slicer);
+  const finished = await finishLayers(slicer, parameters, job, visitor, empty);
+  const document = documentOf(job, host, slicer, parameters, finished);
+  return { document, mesh: job.mesh, slicer, parameters, ...finished };
 }
 
 function documentOf(
@@ -163,12 +127,10 @@ function documentOf(
   host: Host,
   slicer: Slicer,
   parameters: AnalysisParameters,
-  tally: Tally,
-  part: HeldPart,
-  materialPixels: number,
+  { tally, part }: FinishedLayers,
 ): SupportsDocument {
   const { print, support } = job;
-  const sliceVolume = materialPixels * print.pixelSize ** 2 * print.layerHeight;
+  const sliceVolume = tally.materialPixels * print.pixelSize ** 2 * print.layerHeight;
   const { report } = slicer;
   const { minimumHeight = defaultSupport.minimumHeight } = support;
   const warnings = [

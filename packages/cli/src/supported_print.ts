@@ -1,4 +1,4 @@
-import { Analysis, type AnalysisParameters, type SliceResult } from 'stiltforge/analysis';
+import type { AnalysisParameters, SliceResult } from 'stiltforge/analysis';
 import {
   analysisParameters,
   createLayerSlicer,
@@ -8,15 +8,14 @@ import {
   type SupportSettings,
 } from 'stiltforge/slicing';
 import { ExitCode, UserError } from './errors.js';
-import { analysedPart, finishedPart, type HeldPart } from './held_part.js';
+import { type FinishedLayers, finishLayers, type LayersVisitor } from './finished_layers.js';
 import type { Host } from './host.js';
 import { nameOfPath } from './name_of_path.js';
 import type { SupportsDocument } from './output/documents.js';
 import { type Places, Records } from './output/records.js';
 import { boxOnPlate, type PixelBox, type PrintedFile, placeOnPlate } from './printed_file.js';
 import { checkSettings } from './setting_ranges.js';
-import { type PartVisitor, requirePossible } from './supported_part.js';
-import { Tally } from './tally.js';
+import { requirePossible } from './supported_part.js';
 import { layerWarnings } from './warnings.js';
 
 export interface LayersJob {
@@ -35,16 +34,12 @@ export interface LayersJob {
 }
 
 /** A print, whose layers are in a file, with its supports: what outputs are made of. */
-export interface SupportedPrint {
+export interface SupportedPrint extends FinishedLayers {
   /** Everything that supports.json says. */
   document: SupportsDocument;
-  part: HeldPart;
-  tally: Tally;
   /** Around all material, and its highest layer. */
   box: PixelBox;
   top: number;
-  /** Of each layer, pixels that nothing held before its own supports. */
-  owedPixels: Float64Array;
 }
 
 export interface PreparedPrint {
@@ -100,38 +95,23 @@ export function layerParameters(job: LayersJob, slicer: LayerSlicer): AnalysisPa
 /** Analyses all layers and finishes the points. */
 export async function analyseLayers(
   { job, host, slicer, parameters }: PreparedPrint,
-  visitor: PartVisitor,
+  visitor: LayersVisitor,
 ): Promise<SupportedPrint> {
-  const { signal } = visitor;
-  const tally = new Tally();
   const box: PixelBox = { left: slicer.width, top: slicer.height, right: 0, bottom: 0 };
-  let materialPixels = 0;
   let top = 0;
-  const { pixelSize, layerHeight } = job.printed.print;
-  const { criticalAngle, minimumHeight, supportArea } = job.support;
-  const survey = { pixelSize, layerHeight, criticalAngle, minimumHeight, supportArea };
-  const analysis = Analysis.create(parameters, { survey });
-  try {
-    for await (const result of analysis.run(slicer, { signal })) {
-      const layer = tally.layers.length;
-      materialPixels += result.layer.pixelCount;
-      if (result.layer.pixelCount > 0) top = layer;
+  const boxed: LayersVisitor = {
+    ...visitor,
+    layer: (result, index) => {
+      if (result.layer.pixelCount > 0) top = index;
       extend(box, result);
-      visitor.layer?.(result, layer);
-      tally.add(result);
-      visitor.layers?.(tally.layers.length);
-    }
-    if (materialPixels === 0) throw emptyLayers(job);
-    const finish = job.asAnalysed ? analysedPart : finishedPart;
-    const part = await finish(analysis, job.printed.print, job.support);
-    signal?.throwIfAborted();
-    await visitor.finished?.(analysis, part, tally);
-    const owedPixels = await analysis.owedPixels();
-    const found = { tally, part, box, top, owedPixels };
-    return { ...found, document: documentOf(job, host, parameters, found, materialPixels) };
-  } finally {
-    await analysis.close();
-  }
+      visitor.layer?.(result, index);
+    },
+  };
+  const settings = { ...job, print: job.printed.print };
+  const empty = (): UserError => emptyLayers(job);
+  const finished = await finishLayers(slicer, parameters, settings, boxed, empty);
+  const found = { ...finished, box, top };
+  return { ...found, document: documentOf(job, host, parameters, found) };
 }
 
 function extend(box: PixelBox, { layer }: SliceResult): void {
@@ -155,7 +135,6 @@ function documentOf(
   host: Host,
   parameters: AnalysisParameters,
   { tally, part, box, top }: Omit<SupportedPrint, 'document'>,
-  materialPixels: number,
 ): SupportsDocument {
   const { file, pixel, print } = job.printed;
   const { minimumHeight = defaultSupport.minimumHeight } = job.support;
@@ -178,7 +157,7 @@ function documentOf(
       min: [...min, 0],
       max: [...max, (top + 1) * print.layerHeight],
       layers: { format, printer, material },
-      sliceVolume: materialPixels * pixel.width * pixel.height * print.layerHeight,
+      sliceVolume: tally.materialPixels * pixel.width * pixel.height * print.layerHeight,
       warnings,
     },
     print: {
