@@ -17,6 +17,7 @@ import { tmpdir } from 'node:os';
 import { dirname, join } from 'node:path';
 import { after, before, test } from 'node:test';
 import { fileURLToPath } from 'node:url';
+import { libraries } from '../scripts/libraries/sources.mjs';
 import { billOfMaterials } from '../scripts/prebuild/bill_of_materials.mjs';
 import { neededFolders } from '../scripts/prebuild/needed.mjs';
 import {
@@ -164,7 +165,8 @@ test('packages name the works of others that they carry, with their licences', (
 });
 
 test('the bill of materials lists all that is installed and all that is linked in, once', () => {
-  const { metadata, components, dependencies } = billOfMaterials(made, needed, new Date(0));
+  const found = libraries.map((one) => ({ ...one, package: `lib${one.name}` }));
+  const { metadata, components, dependencies } = billOfMaterials(made, needed, found, new Date(0));
   const refs = [metadata.component, ...components].map((one) => one['bom-ref']);
   assert.equal(new Set(refs).size, refs.length);
   const names = components.map(({ name }) => name);

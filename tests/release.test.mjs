@@ -6,6 +6,7 @@ import { tmpdir } from 'node:os';
 import { join } from 'node:path';
 import { test } from 'node:test';
 import { fileURLToPath } from 'node:url';
+import { libraries, libraryFaults, makersVersion } from '../scripts/libraries/sources.mjs';
 import { faultsOf } from '../scripts/prebuild/check_binary.mjs';
 import { missingFiles, oddFiles, versionFaults } from '../scripts/prebuild/release_rules.mjs';
 import { targets, targetsNamed } from '../scripts/prebuild/targets.mjs';
@@ -109,5 +110,35 @@ test('a build for this machine does not make the binaries of all platforms befor
   assert.equal(
     execFileSync('npm', ['run', '--silent', 'prebuild'], options).trim(),
     'ran prebuild',
+  );
+});
+
+const foundAsReleased = () =>
+  libraries.map(({ name, version, sha256 }) => ({ name, version: `${version}-1`, sha256 }));
+
+test("Debian's revisions of a library leave the version of its makers", () => {
+  assert.equal(makersVersion('1:1.2.13.dfsg-1'), '1.2.13');
+  assert.equal(makersVersion('2.5.0-1+deb12u2'), '2.5.0');
+  assert.equal(makersVersion('1.74.0+ds1-21'), '1.74.0');
+});
+
+test('a release may carry any revision of Debian of the libraries that were looked at', () => {
+  const found = foundAsReleased();
+  found.find(({ name }) => name === 'expat').version = '2.5.0-1+deb12u9';
+  assert.deepEqual(libraryFaults(found), []);
+});
+
+test('another version of a library, or other sources of it, are told with what to do', () => {
+  const found = foundAsReleased();
+  found.find(({ name }) => name === 'expat').version = '2.7.1-2';
+  found.find(({ name }) => name === 'minizip').sha256 = 'other';
+  const [minizip, expat] = libraryFaults(found);
+  assert.match(
+    minizip,
+    /^the sources of minizip 1.1-1 have the SHA-256 other, not 7d8da4.*: they are/,
+  );
+  assert.match(
+    expat,
+    /^expat has the version 2.7.1-2 in .*, and a release carries 2.5.0: make it on/,
   );
 });

@@ -31,8 +31,18 @@ const ofFolder = (folder) => {
   return component(name, version, license, npmUrl(name, version));
 };
 
-/** `made`: the folder that the packages were written to; `needed`: folders of what npm installs. */
-export function billOfMaterials(made, needed, time) {
+/** The package URL of a library that was compiled in, as Debian has it. */
+function debianUrl({ package: name, version, sha256 }) {
+  const url = `pkg:deb/debian/${name}@${encodeURIComponent(version)}`;
+  return sha256 ? `${url}?arch=source` : url;
+}
+
+/**
+ * `made`: the folder that the packages were written to; `needed`: folders of what npm installs; `found`:
+ * which libraries were compiled in, see `prepareLibraries`.
+ */
+export function billOfMaterials(made, needed, found, time) {
+  const debianUrls = new Map(found.map((one) => [one.name, debianUrl(one)]));
   const components = new Map();
   const dependencies = new Map();
   const add = (one) => {
@@ -54,7 +64,7 @@ export function billOfMaterials(made, needed, time) {
     const manifest = manifestOf(join(made, folder));
     const wanted = Object.keys({ ...manifest.dependencies, ...manifest.optionalDependencies });
     const inside = parts.map(({ name, version, licence, purl }) =>
-      add(component(name, version, licence, purl ?? npmUrl(name, version))),
+      add(component(name, version, licence, purl ?? debianUrls.get(name) ?? npmUrl(name, version))),
     );
     const installed = wanted.map((name) => refOf.get(name)).filter(Boolean);
     dependencies.set(refOf.get(manifest.name), [...new Set([...installed, ...inside])].sort());

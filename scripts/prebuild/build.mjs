@@ -10,7 +10,7 @@ import {
 } from 'node:fs';
 import { join } from 'node:path';
 import { fileURLToPath } from 'node:url';
-import { capture, run } from './run.mjs';
+import { capture, run } from '../run.mjs';
 import { addons } from './targets.mjs';
 
 const here = fileURLToPath(new URL('.', import.meta.url));
@@ -51,9 +51,10 @@ const treeOf = (target, folder) => join(folder, target.name, 'addons');
 
 /**
  * Builds the addons and returns the folder that they are in. The setting: the compiler, the folders of the
- * libraries' `sources` and `headers`, and a `folder` for build trees and the compiler's caches.
+ * libraries' `sources` and of the `prefix` with headers, and a `folder` for build trees and the compiler's
+ * caches.
  */
-export function build(target, { compiler, sources, headers, folder }) {
+export function build(target, { compiler, sources, prefix: headers, folder }) {
   const trees = join(folder, target.name);
   const prefix = join(trees, 'installed');
   const env = compilerEnvironment(compiler, folder);
@@ -71,7 +72,7 @@ export function build(target, { compiler, sources, headers, folder }) {
 
   const libraries = join(trees, 'libraries');
   const options = [`-DSOURCES=${sources}`, `-DCMAKE_INSTALL_PREFIX=${prefix}`];
-  configure(join(here, 'libraries'), libraries, ...options);
+  configure(join(root, 'scripts/libraries'), libraries, ...options);
   run('cmake', ['--build', libraries, '--target', 'install'], { env });
 
   const tree = treeOf(target, folder);
@@ -109,6 +110,7 @@ export function sourceState() {
     'src',
     'cmake',
     'CMakeLists.txt',
+    'scripts/libraries',
     'scripts/prebuild',
   ];
   return capture('git', words, { cwd: root }).trim() === '' ? commit : `${commit}+`;

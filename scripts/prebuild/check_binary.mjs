@@ -2,8 +2,8 @@
 import { readFileSync, statSync } from 'node:fs';
 import { createRequire } from 'node:module';
 import { basename, join } from 'node:path';
+import { capture } from '../run.mjs';
 import { root } from './build.mjs';
-import { capture } from './run.mjs';
 
 const formats = {
   'linux-x64': 'elf64-x86-64',

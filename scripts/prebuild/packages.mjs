@@ -14,8 +14,8 @@ import {
 } from 'node:fs';
 import { join } from 'node:path';
 import { fileURLToPath } from 'node:url';
+import { capture } from '../run.mjs';
 import { bundledIn, noticeOf } from './notice.mjs';
-import { capture } from './run.mjs';
 import { addons, targets } from './targets.mjs';
 
 const root = fileURLToPath(new URL('../..', import.meta.url));

@@ -3,10 +3,10 @@ import { createHash } from 'node:crypto';
 import { readFileSync } from 'node:fs';
 import { join } from 'node:path';
 import { parseArgs } from 'node:util';
+import { libraryFaults, prepareLibraries } from '../libraries/sources.mjs';
 import { build, prepareTools, workFolder, writeRecord } from './build.mjs';
 import { faultsOf } from './check_binary.mjs';
 import { runTarget } from './run_targets.mjs';
-import { prepareSources } from './sources.mjs';
 import { addons, targets, targetsNamed } from './targets.mjs';
 
 const { values } = parseArgs({
@@ -44,7 +44,7 @@ function prebuild(target, setting) {
   const faults = addons.flatMap((name) => faultsOf(join(binaries, name), target));
   tell(faults.length === 0, `${target.name}: built and checked, ${secondsSince(start)}`, faults);
 
-  const record = { faults };
+  const record = { faults, libraries: setting.found };
   if (values.twice) {
     const again = build(target, { ...setting, folder: join(workFolder, 'again') });
     const different = addons.filter(
@@ -67,7 +67,11 @@ function prebuild(target, setting) {
 try {
   const chosen = targetsNamed(values.target);
   const compiler = prepareTools();
-  const setting = { compiler, ...prepareSources(workFolder), folder: workFolder };
+  const libraries = prepareLibraries();
+  for (const { name, version } of libraries.found) console.log(`       ${name} ${version}`);
+  const faults = libraryFaults(libraries.found);
+  if (faults.length > 0) throw new Error(faults.join('\n'));
+  const setting = { compiler, ...libraries, folder: workFolder };
   for (const target of chosen) prebuild(target, setting);
 } catch (error) {
   console.error(`prebuild: ${error.message}`);

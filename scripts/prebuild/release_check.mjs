@@ -1,13 +1,14 @@
 // Everything that must hold before a release is published. Publishes nothing.
 import { existsSync, mkdirSync, readFileSync, writeFileSync } from 'node:fs';
 import { join } from 'node:path';
-import { parseArgs } from 'node:util';
+import { isDeepStrictEqual, parseArgs } from 'node:util';
+import { libraryFaults, prepareLibraries } from '../libraries/sources.mjs';
+import { capture, run } from '../run.mjs';
 import { billOfMaterials } from './bill_of_materials.mjs';
 import { prepareTools, readRecord, root, sourceState, toolProgram, workFolder } from './build.mjs';
 import { neededFolders } from './needed.mjs';
 import { makePackages, workspacePackages } from './packages.mjs';
 import { missingFiles, oddFiles, versionFaults } from './release_rules.mjs';
-import { capture, run } from './run.mjs';
 import { targets } from './targets.mjs';
 
 const { values } = parseArgs({ options: { help: { type: 'boolean' } } });
@@ -57,6 +58,13 @@ check('the work tree is committed', () =>
   capture('git', ['status', '--porcelain'], { cwd: root }).trim() === '' ? [] : ['it has changes'],
 );
 
+let found = [];
+check('the libraries inside are those that a release carries', () => {
+  ({ found } = prepareLibraries());
+  for (const { name, version } of found) console.log(`       ${name} ${version}`);
+  return libraryFaults(found);
+});
+
 const binaries = {};
 check(
   'binaries of all platforms are of these sources and were checked, and run where they can',
@@ -72,6 +80,7 @@ check(
       }
       binaries[target.name] = record.binaries;
       if (record.sources !== sources) say(`built from ${record.sources}, not from ${sources}`);
+      if (!isDeepStrictEqual(record.libraries, found)) say('other revisions of libraries inside');
       for (const sentence of record.faults) say(sentence);
       if (record.runs === undefined) say('not run: npm run prebuild -- --test');
       for (const { label, same } of record.runs ?? []) {
@@ -146,7 +155,7 @@ check('a software bill of materials is written', () => {
   );
   const file = join(folder, 'sbom.cdx.json');
   mkdirSync(folder, { recursive: true });
-  const bill = billOfMaterials(folder, needed, new Date());
+  const bill = billOfMaterials(folder, needed, found, new Date());
   writeFileSync(file, `${JSON.stringify(bill, null, 2)}\n`);
   console.log(`       ${file}: ${bill.components.length} components`);
   return [];

@@ -4,9 +4,9 @@ import { existsSync, mkdirSync, readFileSync, rmSync, writeFileSync } from 'node
 import { createRequire } from 'node:module';
 import { join } from 'node:path';
 import { installedNode, newest } from '../nodes.mjs';
+import { run } from '../run.mjs';
 import { buildDigest, compilerEnvironment, root } from './build.mjs';
 import { platformPackageName, writePlatformPackage, writeWorkspacePackage } from './packages.mjs';
-import { run } from './run.mjs';
 import { writeSamples } from './samples.mjs';
 import { addons } from './targets.mjs';
 
