@@ -31,5 +31,6 @@ export function durationText(seconds: number): string {
 
 /** "587", "0.4": a number a second. */
 export function rateText(rate: number): string {
-  return rate < 10 ? rate.toPrecision(1) : countText(Math.round(rate));
+  const digits = rate < 10 ? { maximumSignificantDigits: 1 } : { maximumFractionDigits: 0 };
+  return rate.toLocaleString('en-US', digits);
 }

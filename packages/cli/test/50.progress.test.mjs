@@ -41,6 +41,21 @@ test('the pictures are part of the time left while layers are analysed', (t) => 
   assert.equal(share, 0.2);
 });
 
+for (const [layers, rate] of [
+  [4, '0.4'],
+  [94, '9'],
+  [96, '10'],
+  [12_345, '1,235'],
+]) {
+  test(`${layers} layers in ten seconds are ${rate} a second`, (t) => {
+    const clock = clockOf(t);
+    const course = new Course();
+    course.start(65_535, 0);
+    clock.seconds = 10;
+    assert.equal(course.layers(layers).parts[1], `${rate} layers/s`);
+  });
+}
+
 test('while pictures are drawn the time left follows how long they take', (t) => {
   const clock = clockOf(t);
   const course = new Course();
