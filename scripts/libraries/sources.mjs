@@ -17,6 +17,7 @@ import {
 import { join, resolve } from 'node:path';
 import { fileURLToPath } from 'node:url';
 import { capture, run } from '../run.mjs';
+import { aptOptions } from './apt.mjs';
 
 /**
  * What a release carries: `version` is that of the library's makers, `sha256` that of their sources as
@@ -49,7 +50,6 @@ export const libraries = [
 ];
 
 export const sourcesFolder = fileURLToPath(new URL('../../build/libraries', import.meta.url));
-const keys = '/usr/share/keyrings/debian-archive-keyring.gpg';
 
 /** What the makers of a library call the version that a package of Debian has. */
 export function makersVersion(version) {
@@ -81,36 +81,6 @@ export function libraryFaults(found) {
   return faults;
 }
 
-/** apt's options for lists of its own, since the machine's need not name sources. */
-function aptOptions(folder) {
-  const format = `\${Package} \${Version}`;
-  const words = ['indextargets', '--format', format, 'Created-By: Packages', 'Origin: Debian'];
-  const repositories = () => new Set(capture('apt-get', words).split('\n').filter(Boolean));
-  // A machine that has never asked knows none.
-  if (repositories().size === 0) run('apt-get', ['-qq', 'update']);
-  const known = [...repositories()];
-  if (known.length === 0) {
-    throw new Error(
-      'apt knows no repository of Debian, and the sources of libraries come from there: name one in' +
-        ' /etc/apt/sources.list.d, and run "apt-get update"',
-    );
-  }
-  const state = join(folder, 'apt');
-  const list = join(state, 'sources.list');
-  mkdirSync(join(state, 'lists/partial'), { recursive: true });
-  mkdirSync(join(state, 'archives/partial'), { recursive: true });
-  const signed = existsSync(keys) ? `[signed-by=${keys}] ` : '';
-  writeFileSync(list, known.map((line) => `deb-src ${signed}${line}\n`).join(''));
-  const settings = {
-    'APT::Sandbox::User': '',
-    'Dir::Etc::SourceList': list,
-    'Dir::Etc::SourceParts': '/dev/null',
-    'Dir::State::Lists': join(state, 'lists'),
-    'Dir::Cache': state,
-  };
-  return Object.entries(settings).flatMap(([key, value]) => ['-o', `${key}=${value}`]);
-}
-
 const isNewer = (version, other) =>
   spawnSync('dpkg', ['--compare-versions', version, 'gt', other]).status === 0;
 
@@ -130,7 +100,7 @@ function downloader(folder) {
   };
   return (name, place) => {
     if (!apt) {
-      apt = aptOptions(folder);
+      apt = aptOptions(join(folder, 'apt'), 'deb-src');
       // Of several repositories one may have no sources; the others still may.
       attempt('apt-get', ['-qq', 'update']);
     }
