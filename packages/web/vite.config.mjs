@@ -28,7 +28,7 @@ const carried = {
 
 /** In the worker the promise API is that of WebAssembly. */
 const alias = Object.fromEntries(
-  ['analysis', 'check', 'orientation', 'slicing'].map((name) => [
+  ['analysis', 'check', 'orientation', 'scaffold', 'slicing'].map((name) => [
     `stiltforge/${name}`,
     'stiltforge/wasm',
   ]),

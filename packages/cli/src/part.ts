@@ -14,15 +14,18 @@ export {
   turnRule,
 } from './number_rules.js';
 export { pointsCsv, type SupportsDocument, supportsJson } from './output/documents.js';
-export { formatFiles } from './output/formats.js';
+export { formatFiles, mergedFile } from './output/formats.js';
 export { packedPrint } from './output/packed_print.js';
 export { packedReport } from './output/packed_report.js';
 export { reportName } from './output/report_name.js';
+export { partWithSupportsStl, supportsStl } from './output/supports_stl.js';
 export { threeMfProject } from './output/three_mf.js';
 export type { PartOptions } from './part_options.js';
 export { placedMesh, placementOf, units } from './placement.js';
 export { resins, screens } from './presets/presets.js';
 export { asUserError, openPrint } from './printed_file.js';
+export { checkScaffold } from './scaffold/setting_ranges.js';
+export { type BuiltPart, buildSupports } from './scaffold/supports_geometry.js';
 export { checkSettings } from './setting_ranges.js';
 export { analysePart, type PartJob, preparePart, type SupportedPart } from './supported_part.js';
 export { analyseLayers, preparePrint, type SupportedPrint } from './supported_print.js';

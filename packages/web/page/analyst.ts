@@ -67,8 +67,8 @@ export class Analyst {
   }
 
   /** A file of the part that was analysed last. */
-  async save(format: FileFormat): Promise<Blob> {
-    return (await this.ask<'saved'>({ order: 'save', format })).file;
+  async save(format: FileFormat): Promise<AnswerTo<'saved'>> {
+    return this.ask<'saved'>({ order: 'save', format });
   }
 
   private async ask<Name extends Answer['answer']>(

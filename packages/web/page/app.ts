@@ -6,6 +6,7 @@ import { mountViewer } from '../../viewer/page/viewer.js';
 import { counted } from '../../viewer/page/words.js';
 import type { FileFormat } from '../worker/protocol.js';
 import { Analyst, Failure } from './analyst.js';
+import { Notice } from './notice.js';
 import { bytesOf, oneFile } from './part_file.js';
 import { type PlainWords, plainWords } from './plain_words.js';
 import { resultBar } from './result_bar.js';
@@ -247,29 +248,44 @@ export class App {
     this.panel.invite();
     const { model, supports } = packed.document.part;
     const viewer = element('div', { attributes: { id: 'viewer' } });
+    const notice = new Notice();
     const bar = resultBar(model.mesh !== undefined, {
       choose: () => this.chooser.click(),
       openSettings: () => {
         this.dialogPlace.append(this.form.element);
         this.dialog.showModal();
       },
-      save: (format, name) => this.save(format, name, model.file),
+      save: (format, name) => this.save(format, name, model.file, notice),
     });
-    const shown = element('div', { class: 'result' }, bar, viewer);
+    const shown = element('div', { class: 'result' }, bar, notice.element, viewer);
     this.root.prepend(shown);
     this.result = { element: shown, unmount: mountViewer(viewer, packed, this.theme) };
     document.title = `${model.file}: supports`;
     this.status.textContent = `${model.file}: ${counted(supports.length, 'support point')}`;
   }
 
-  private async save(format: FileFormat, name: string, part: string): Promise<void> {
+  private async save(
+    format: FileFormat,
+    name: string,
+    part: string,
+    notice: Notice,
+  ): Promise<void> {
+    notice.clear();
+    this.status.textContent = `Preparing ${name}`;
     try {
-      const file = await this.analyst.save(format);
+      const { file, warnings } = await this.analyst.save(format);
       saveFile(file, `${part.replace(/\.[^.]*$/, '')}-${name}`);
       this.status.textContent = `${name} is saved`;
+      if (warnings.length > 0) {
+        notice.tell(
+          'warning',
+          warnings.map((warning) => plainWords(warning).sentence),
+        );
+      }
     } catch (error) {
       const why = error instanceof Failure ? plainWords(error.message).sentence : String(error);
-      this.status.textContent = why;
+      this.status.textContent = '';
+      notice.tell('fault', [`${name} could not be made. ${why}`]);
     }
   }
 }

@@ -1,13 +1,34 @@
-import { formatFiles, reportName } from 'stiltforge-cli/part';
+import { formatFiles, mergedFile, reportName } from 'stiltforge-cli/part';
 import { button, element } from '../../viewer/page/dom.js';
 import type { FileFormat } from '../worker/protocol.js';
 
-/** What each file is called, and what it is for. */
-const files: readonly [format: FileFormat, name: string, purpose: string][] = [
-  ['csv', formatFiles.csv, 'The points as a table'],
-  ['json', formatFiles.json, 'The points and all that is known of them, for programs'],
-  ['3mf', formatFiles['3mf'], 'A project from which PrusaSlicer builds the supports'],
-  ['report', reportName, 'This view in a file of its own'],
+interface SavedFile {
+  format: FileFormat;
+  name: string;
+  purpose: string;
+  /** It is made of a mesh, which a print has not. */
+  needsMesh?: boolean;
+}
+
+const files: readonly SavedFile[] = [
+  { format: 'csv', name: formatFiles.csv, purpose: 'The points as a table' },
+  {
+    ...{ format: 'json', name: formatFiles.json },
+    purpose: 'The points and all that is known of them, for programs',
+  },
+  {
+    ...{ format: '3mf', name: formatFiles['3mf'], needsMesh: true },
+    purpose: 'A project from which PrusaSlicer builds the supports',
+  },
+  {
+    ...{ format: 'stl', name: formatFiles.stl, needsMesh: true },
+    purpose: 'The supports as geometry, to be printed with the part',
+  },
+  {
+    ...{ format: 'merged', name: mergedFile, needsMesh: true },
+    purpose: 'The part with its supports as geometry',
+  },
+  { format: 'report', name: reportName, purpose: 'This view in a file of its own' },
 ];
 
 export interface BarActions {
@@ -24,12 +45,14 @@ export function resultBar(
   hasMesh: boolean,
   { choose, openSettings, save }: BarActions,
 ): HTMLElement {
-  const given = files.filter(([format]) => hasMesh || format !== '3mf');
-  const saving = given.map(([format, name, purpose]) => {
+  const given = files.filter(({ needsMesh }) => hasMesh || !needsMesh);
+  const saving = given.map(({ format, name, purpose }) => {
     const made = button(name, purpose, () => {
-      made.disabled = true;
+      // It keeps the focus, which a button that is disabled loses.
+      if (made.ariaDisabled === 'true') return;
+      made.ariaDisabled = 'true';
       void save(format, name).finally(() => {
-        made.disabled = false;
+        made.ariaDisabled = null;
       });
     });
     return made;

@@ -84,6 +84,35 @@ for (const [what, name, content, words, steps] of [
   });
 }
 
+test('the same supports as geometry, and the part with them', { skip }, async (t) => {
+  const [name, content] = ['table.stl', binaryStl(table())];
+  const { folder } = temporaryFile(t, name, content);
+  const words = ['--scale', '3', '--lift', '4', '--tip-diameter', '0.6', '--raft', '1'];
+  const run = await stiltforge(
+    [name, ...words, '--no-pictures', '-q', '--format', 'stl', '--merge', '--out', 'out'],
+    { cwd: folder },
+  );
+  assert.equal(run.code, 0, run.err);
+
+  const { page, complaints } = await openStiltforge(t);
+  await unfold(page);
+  for (const [label, value] of [
+    ['Scale', '3'],
+    ['Lift off the plate', '4'],
+    ['Tip, across', '0.6'],
+    ['Raft, thick', '1'],
+  ]) {
+    await fill(label, value)(page);
+  }
+  await give(page, name, content);
+  await resultShown(page, name);
+  for (const file of ['supports.stl', 'part_with_supports.stl']) {
+    const { bytes } = await saved(page, file);
+    assert.ok(bytes.equals(await readFile(join(folder, 'out', file))), `${file} is another one`);
+  }
+  assert.deepEqual(complaints, []);
+});
+
 for (const [name, content] of [
   ['table.sl1', sl1()],
   ['table.nanodlp', nanoDlp()],
@@ -98,7 +127,9 @@ for (const [name, content] of [
     const { page } = await openStiltforge(t);
     await give(page, name, content);
     await resultShown(page, name);
-    assert.equal(await page.getByRole('button', { name: 'part.3mf' }).count(), 0);
+    for (const file of ['part.3mf', 'supports.stl', 'part_with_supports.stl']) {
+      assert.equal(await page.getByRole('button', { name: file }).count(), 0);
+    }
     for (const file of ['points.csv', 'supports.json', 'report.html']) {
       const { bytes } = await saved(page, file);
       assert.ok(bytes.equals(await readFile(join(folder, 'out', file))), `${file} is another one`);

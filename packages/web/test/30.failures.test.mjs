@@ -2,12 +2,13 @@
 import assert from 'node:assert/strict';
 import { test } from 'node:test';
 import { sl1 } from '../../cli/test/prints.mjs';
-import { binaryStl, box, bumpyBall, table } from './meshes.mjs';
+import { binaryStl, box, bumpyBall, footAndIsland, table } from './meshes.mjs';
 import {
   assertAccessible,
   give,
   openStiltforge,
   resultShown,
+  saved,
   withoutBrowser as skip,
   told,
 } from './stiltforge_page.mjs';
@@ -92,6 +93,35 @@ test('what is wrong with a setting stands beside it, in the words of the page', 
   await lift.fill('0');
   await page.getByRole('button', { name: 'Try again' }).click();
   await resultShown(page, 'table.stl');
+});
+
+test('a raft below a part that is not lifted is told beside it', { skip }, async (t) => {
+  const { page } = await openStiltforge(t);
+  await page.getByText('Tips, pillars, raft of the STL').click();
+  const raft = page.getByLabel('Raft, thick');
+  await raft.fill('2');
+  await raft.press('Tab');
+  await page.getByText(/^Raft, thick 2: /).waitFor();
+  assert.equal(await raft.getAttribute('aria-invalid'), 'true');
+});
+
+test('what is not all right with supports as geometry is told when they are saved', {
+  skip,
+}, async (t) => {
+  const { page } = await openStiltforge(t);
+  await page.getByText('Tips, pillars, raft of the STL').click();
+  await page.getByLabel('Foot, across').fill('8');
+  await page.getByLabel('Screen').selectOption('own');
+  await page.getByLabel('Pixels across').fill('210');
+  await page.getByLabel('Pixels up').fill('90');
+  await give(page, 'island.stl', binaryStl(footAndIsland()));
+  await resultShown(page, 'island.stl');
+  await saved(page, 'supports.stl');
+  const sentence = page.getByText(/^The supports reach .* over the edge of the screen/);
+  await sentence.waitFor();
+  await assertAccessible(page, 'a notice');
+  await page.getByRole('button', { name: 'Close' }).click();
+  await sentence.waitFor({ state: 'hidden' });
 });
 
 test('a part whose layers are cut already is not moved', { skip }, async (t) => {

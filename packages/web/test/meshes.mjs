@@ -1,4 +1,4 @@
-export { binaryStl, box, table } from '../../cli/test/meshes.mjs';
+export { binaryStl, box, footAndIsland, table } from '../../cli/test/meshes.mjs';
 
 const rings = 60;
 const segments = 120;

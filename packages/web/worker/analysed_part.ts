@@ -3,6 +3,8 @@ import {
   analyseLayers,
   analysePart,
   asUserError,
+  type BuiltPart,
+  buildSupports,
   type Host,
   isLackOfMemory,
   loadMesh,
@@ -24,6 +26,8 @@ import type { PartSettings, Progress } from './protocol.js';
 export interface AnalysedPart {
   part: SupportedPart | SupportedPrint;
   packed: PackedPart;
+  /** Its supports as geometry. Throws a UserError; of a part whose layers were cut before, an Error. */
+  built: () => Promise<BuiltPart>;
 }
 
 interface PartFile {
@@ -51,7 +55,7 @@ export async function analysedPart(
 
 async function analysedMesh(
   { name, bytes }: PartFile,
-  { placement, print, support }: PartSettings,
+  { placement, print, support, scaffold }: PartSettings,
   host: Host,
   tell: Teller,
 ): Promise<AnalysedPart> {
@@ -65,7 +69,12 @@ async function analysedMesh(
   const prepared = preparePart(job, { pictures: false, report: true }, host);
   const steps = stepsOf(prepared.slicer.layerCount, tell);
   const part = await analysePart(prepared, { layers: steps.layers });
-  return { part, packed: await packedReport(part, steps.packing) };
+  let building: Promise<BuiltPart> | undefined;
+  const built = (): Promise<BuiltPart> => {
+    building ??= buildSupports(part, { settings: scaffold, merge: false });
+    return building;
+  };
+  return { part, packed: await packedReport(part, steps.packing), built };
 }
 
 async function analysedPrint(
@@ -80,7 +89,8 @@ async function analysedPrint(
   const prepared = preparePrint({ name, printed, support }, { report: true }, host);
   const steps = stepsOf(prepared.slicer.layerCount, tell);
   const part = await analyseLayers(prepared, { layers: steps.layers });
-  return { part, packed: await packedPrint(prepared, part, steps.packing) };
+  const built = (): Promise<BuiltPart> => Promise.reject(new Error('a print has no mesh'));
+  return { part, packed: await packedPrint(prepared, part, steps.packing), built };
 }
 
 function stepsOf(layers: number, tell: Teller) {

@@ -1,5 +1,6 @@
 // What the page and its worker say to each other.
 
+import type { ScaffoldSettings } from 'stiltforge/scaffold';
 import type { PrintSettings, SupportSettings } from 'stiltforge/slicing';
 import type { PartOptions } from 'stiltforge-cli/part';
 import type { PackedPart } from 'stiltforge-viewer';
@@ -9,9 +10,11 @@ export interface PartSettings {
   placement: PartOptions;
   print: PrintSettings;
   support: SupportSettings;
+  scaffold: ScaffoldSettings;
 }
 
-export type FileFormat = 'json' | 'csv' | '3mf' | 'report';
+/** `merged`: the part with its supports. */
+export type FileFormat = 'json' | 'csv' | '3mf' | 'stl' | 'merged' | 'report';
 
 /** One is answered before the next is given. */
 export type Order =
@@ -26,7 +29,8 @@ export type Order =
 export type Answer =
   | { answer: 'done' }
   | { answer: 'analysed'; packed: PackedPart }
-  | { answer: 'saved'; file: Blob }
+  /** `warnings`: sentences that a person should read. */
+  | { answer: 'saved'; file: Blob; warnings: readonly string[] }
   /** `isMendable`: the sentence says what a person can do; else it is the trace of a mistake of ours. */
   | { answer: 'failed'; sentence: string; isMendable: boolean };
 

@@ -1,8 +1,8 @@
-import { checkSettings, type Host, messageOf, UserError } from 'stiltforge-cli/part';
+import { checkScaffold, checkSettings, type Host, messageOf, UserError } from 'stiltforge-cli/part';
 import { type AnalysedPart, analysedPart } from './analysed_part.js';
 import { mostMemory, startCore } from './core.js';
 import { fileOf } from './files.js';
-import type { Answer, Message, Order, Progress } from './protocol.js';
+import type { Answer, Message, Order, PartSettings, Progress } from './protocol.js';
 
 /** Milliseconds between two words of progress. */
 const tellingPause = 50;
@@ -27,6 +27,11 @@ function teller(): (progress: Progress) => void {
   };
 }
 
+function check({ print, support, scaffold }: PartSettings): void {
+  checkSettings(print, support);
+  checkScaffold(scaffold, print.lift);
+}
+
 async function answerTo(order: Order): Promise<Answer> {
   if (order.order === 'start') {
     template = order.template;
@@ -37,15 +42,15 @@ async function answerTo(order: Order): Promise<Answer> {
     case 'start':
       return { answer: 'done' };
     case 'check':
-      checkSettings(order.settings.print, order.settings.support);
+      check(order.settings);
       return { answer: 'done' };
     case 'analyse':
-      checkSettings(order.settings.print, order.settings.support);
+      check(order.settings);
       analysed = await analysedPart(order, order.settings, host, teller());
       return { answer: 'analysed', packed: analysed.packed };
     case 'save':
       if (analysed === undefined) throw new Error('nothing was analysed yet');
-      return { answer: 'saved', file: await fileOf(analysed, order.format, template) };
+      return { answer: 'saved', ...(await fileOf(analysed, order.format, template)) };
   }
 }
 

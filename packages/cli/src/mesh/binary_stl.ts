@@ -7,22 +7,28 @@ const triangleBytes = 50;
 const piece = 16384;
 
 /** A binary STL with exactly these corners; `title`, of ASCII, may stand in its header. */
-export function binaryStl(mesh: Triangles, title: string): Buffer {
-  return Buffer.concat([...binaryStlPieces([mesh], title)]);
+export function binaryStl(mesh: Triangles, title: string): Uint8Array<ArrayBuffer> {
+  const pieces = [...binaryStlPieces([mesh], title)];
+  const bytes = new Uint8Array(pieces.reduce((sum, { length }) => sum + length, 0));
+  let at = 0;
+  for (const part of pieces) {
+    bytes.set(part, at);
+    at += part.length;
+  }
+  return bytes;
 }
 
 /** The same in pieces, of several meshes, one after the other. */
 export function* binaryStlPieces(
   meshes: readonly Triangles[],
   title: string,
-): Generator<Buffer, void, void> {
-  const header = Buffer.alloc(headerBytes + 4);
+): Generator<Uint8Array<ArrayBuffer>, void, void> {
+  const header = new Uint8Array(headerBytes + 4);
   // "solid" would make it a text STL for many a reader.
-  header.write(title.replace(/^solid/i, '_'), 0, headerBytes, 'latin1');
-  header.writeUInt32LE(
-    meshes.reduce((count, mesh) => count + mesh.length / 9, 0),
-    headerBytes,
-  );
+  const text = title.replace(/^solid/i, '_').slice(0, headerBytes);
+  header.set(Array.from(text, (character) => character.charCodeAt(0)));
+  const count = meshes.reduce((sum, mesh) => sum + mesh.length / 9, 0);
+  new DataView(header.buffer).setUint32(headerBytes, count, true);
   yield header;
   for (const mesh of meshes) {
     for (let first = 0; first < mesh.length; first += 9 * piece) {
@@ -31,12 +37,13 @@ export function* binaryStlPieces(
   }
 }
 
-function trianglesOf(mesh: Triangles): Buffer {
-  const bytes = Buffer.alloc((mesh.length / 9) * triangleBytes);
+function trianglesOf(mesh: Triangles): Uint8Array<ArrayBuffer> {
+  const bytes = new Uint8Array((mesh.length / 9) * triangleBytes);
+  const view = new DataView(bytes.buffer);
   for (let i = 0, at = 0; i < mesh.length; i += 9, at += triangleBytes) {
     const normal = normalAt(mesh, i);
-    for (let k = 0; k < 3; k++) bytes.writeFloatLE(normal[k], at + 4 * k);
-    for (let k = 0; k < 9; k++) bytes.writeFloatLE(mesh[i + k], at + 12 + 4 * k);
+    for (let k = 0; k < 3; k++) view.setFloat32(at + 4 * k, normal[k], true);
+    for (let k = 0; k < 9; k++) view.setFloat32(at + 12 + 4 * k, mesh[i + k], true);
   }
   return bytes;
 }

@@ -1,8 +1,9 @@
 import type { Command, Option } from 'commander';
-import { defaultScaffold, findScaffoldConflict, type ScaffoldConflict } from 'stiltforge/scaffold';
+import { defaultScaffold } from 'stiltforge/scaffold';
 import { ExitCode, UserError } from '../errors.js';
 import { distance, positive } from '../option_values.js';
 import type { OutputFormat } from '../output/formats.js';
+import { checkScaffold } from './setting_ranges.js';
 import type { ScaffoldJob } from './supports_geometry.js';
 
 export interface ScaffoldOptions {
@@ -28,18 +29,6 @@ export function addScaffoldOptions(command: Command): Command {
     .option('--raft <mm>', 'a plate so thick below all supports; the part needs --lift', positive)
     .option('--merge', 'also write the part with its supports, part_with_supports.stl');
 }
-
-/** The names of the settings, as the command calls them. */
-const options: Record<ScaffoldConflict['setting'], string> = {
-  tipDiameter: '--tip-diameter',
-  tipLength: '--tip-length',
-  penetration: 'penetration',
-  pillarDiameter: '--pillar-diameter',
-  footDiameter: '--foot-diameter',
-  footHeight: '--foot-height',
-  clearance: 'clearance',
-  raftThickness: '--raft',
-};
 
 /**
  * What the words on the command line say; undefined without --format stl. Throws a UserError for an
@@ -67,7 +56,7 @@ export function scaffoldJob(
     },
     merge,
   };
-  checkScaffold(job, words.lift);
+  checkScaffold(job.settings, words.lift);
   return job;
 }
 
@@ -79,12 +68,4 @@ const only = new Set<string>(names);
 
 function isGiven(command: Command, option: Option): boolean {
   return command.getOptionValueSource(option.attributeName()) === 'cli';
-}
-
-/** Throws a UserError that names the option and its range when a setting can't be used. */
-export function checkScaffold({ settings }: ScaffoldJob, lift = 0): void {
-  const conflict = findScaffoldConflict(settings, lift);
-  if (conflict === undefined) return;
-  const { setting, value, range } = conflict;
-  throw new UserError(ExitCode.usage, `${options[setting]} ${value}: ${range}.`);
 }

@@ -20,6 +20,8 @@ export interface BuiltPart {
   scaffold: Scaffold;
   /** The document of the part, and what was built. */
   document: SupportsDocument;
+  /** What building adds to the warnings of the document. */
+  warnings: string[];
 }
 
 /**
@@ -54,7 +56,7 @@ export async function buildSupports(
   };
   const warnings = [...leftOutWarnings(record, document), ...edgeWarnings(part, scaffold)];
   return {
-    scaffold,
+    ...{ scaffold, warnings },
     document: {
       ...document,
       model: { ...model, warnings: [...model.warnings, ...warnings] },

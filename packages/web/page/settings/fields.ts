@@ -1,3 +1,4 @@
+import { defaultScaffold } from 'stiltforge/scaffold';
 import { defaultPrint, defaultSupport } from 'stiltforge/slicing';
 import {
   distanceRule,
@@ -21,58 +22,61 @@ export interface NumberField {
   without?: string;
 }
 
+/** `rest`: its value at first, or what it means without one. */
+function field(
+  option: string,
+  label: string,
+  unit: string,
+  rule: NumberRule,
+  rest: Pick<NumberField, 'value' | 'without'>,
+): NumberField {
+  return { option, label, unit, rule, ...rest };
+}
+
+const print = defaultPrint;
+const support = defaultSupport;
+const scaffold = defaultScaffold;
+
 export const fields = {
-  height: {
-    ...{ label: 'Height', unit: 'mm', rule: positiveRule, option: '--height' },
-    without: 'as it is',
-  },
-  scale: {
-    ...{ label: 'Scale', unit: '×', rule: positiveRule, option: '--scale' },
-    without: '1',
-  },
-  turnX: { label: 'Turn about x', unit: '°', rule: turnRule, option: '--rotate', without: '0' },
-  turnY: { label: 'Turn about y', unit: '°', rule: turnRule, option: '--rotate', without: '0' },
-  turnZ: { label: 'Turn about z', unit: '°', rule: turnRule, option: '--rotate', without: '0' },
-  lift: {
-    ...{ label: 'Lift off the plate', unit: 'mm', rule: distanceRule, option: '--lift' },
-    without: '0',
-  },
-  layerHeight: {
-    ...{ label: 'Layer height', unit: 'mm', rule: positiveRule, option: '--layer-height' },
-    value: defaultPrint.layerHeight,
-  },
-  pixelSize: {
-    ...{ label: 'Pixel size', unit: 'mm', rule: positiveRule, option: '--pixel-size' },
-    value: defaultPrint.pixelSize,
-  },
-  screenWidth: {
-    ...{ label: 'Pixels across', unit: 'px', rule: pixelsRule, option: '--screen' },
-    value: defaultPrint.screenWidth,
-  },
-  screenHeight: {
-    ...{ label: 'Pixels up', unit: 'px', rule: pixelsRule, option: '--screen' },
-    value: defaultPrint.screenHeight,
-  },
-  criticalAngle: {
-    ...{ label: 'Overhang angle', unit: '°', rule: slopeRule, option: '--critical-angle' },
-    value: defaultSupport.criticalAngle,
-  },
-  supportArea: {
-    ...{ label: 'A support holds', unit: 'mm²', rule: positiveRule, option: '--support-area' },
-    value: defaultSupport.supportArea,
-  },
-  inset: {
-    ...{ label: 'Off the contour', unit: 'mm', rule: distanceRule, option: '--inset' },
-    value: defaultSupport.inset,
-  },
-  minimumHeight: {
-    ...{ label: 'Least height', unit: 'mm', rule: distanceRule, option: '--min-height' },
-    value: defaultSupport.minimumHeight,
-  },
-  minimumSpacing: {
-    ...{ label: 'Least spacing', unit: 'mm', rule: distanceRule, option: '--min-spacing' },
+  height: field('--height', 'Height', 'mm', positiveRule, { without: 'as it is' }),
+  scale: field('--scale', 'Scale', '×', positiveRule, { without: '1' }),
+  turnX: field('--rotate', 'Turn about x', '°', turnRule, { without: '0' }),
+  turnY: field('--rotate', 'Turn about y', '°', turnRule, { without: '0' }),
+  turnZ: field('--rotate', 'Turn about z', '°', turnRule, { without: '0' }),
+  lift: field('--lift', 'Lift off the plate', 'mm', distanceRule, { without: '0' }),
+  layerHeight: field('--layer-height', 'Layer height', 'mm', positiveRule, {
+    value: print.layerHeight,
+  }),
+  pixelSize: field('--pixel-size', 'Pixel size', 'mm', positiveRule, { value: print.pixelSize }),
+  screenWidth: field('--screen', 'Pixels across', 'px', pixelsRule, { value: print.screenWidth }),
+  screenHeight: field('--screen', 'Pixels up', 'px', pixelsRule, { value: print.screenHeight }),
+  criticalAngle: field('--critical-angle', 'Overhang angle', '°', slopeRule, {
+    value: support.criticalAngle,
+  }),
+  supportArea: field('--support-area', 'A support holds', 'mm²', positiveRule, {
+    value: support.supportArea,
+  }),
+  inset: field('--inset', 'Off the contour', 'mm', distanceRule, { value: support.inset }),
+  minimumHeight: field('--min-height', 'Least height', 'mm', distanceRule, {
+    value: support.minimumHeight,
+  }),
+  minimumSpacing: field('--min-spacing', 'Least spacing', 'mm', distanceRule, {
     without: 'by area',
-  },
+  }),
+  tipDiameter: field('--tip-diameter', 'Tip, across', 'mm', positiveRule, {
+    value: scaffold.tipDiameter,
+  }),
+  tipLength: field('--tip-length', 'Tip, high', 'mm', positiveRule, { value: scaffold.tipLength }),
+  pillarDiameter: field('--pillar-diameter', 'Pillar, across', 'mm', positiveRule, {
+    value: scaffold.pillarDiameter,
+  }),
+  footDiameter: field('--foot-diameter', 'Foot, across', 'mm', positiveRule, {
+    value: scaffold.footDiameter,
+  }),
+  footHeight: field('--foot-height', 'Foot, high', 'mm', distanceRule, {
+    value: scaffold.footHeight,
+  }),
+  raft: field('--raft', 'Raft, thick', 'mm', positiveRule, { without: 'none' }),
 } as const satisfies Record<string, NumberField>;
 
 export type FieldName = keyof typeof fields;

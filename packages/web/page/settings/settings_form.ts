@@ -83,6 +83,15 @@ export class SettingsForm {
             ...part('supportArea', 'inset', 'minimumHeight', 'minimumSpacing'),
           ),
         ),
+        more(
+          'Tips, pillars, raft of the STL',
+          element(
+            'div',
+            { class: 'fields' },
+            ...part('tipDiameter', 'tipLength', 'pillarDiameter'),
+            ...part('raft', 'footDiameter', 'footHeight'),
+          ),
+        ),
       ),
     );
     this.screen.select.addEventListener('change', () => this.takeScreen());
@@ -138,6 +147,14 @@ export class SettingsForm {
         supportArea: given.supportArea,
         minimumHeight: given.minimumHeight,
         minimumSpacing: value.minimumSpacing,
+      },
+      scaffold: {
+        tipDiameter: given.tipDiameter,
+        tipLength: given.tipLength,
+        pillarDiameter: given.pillarDiameter,
+        footDiameter: given.footDiameter,
+        footHeight: given.footHeight,
+        raftThickness: value.raft ?? 0,
       },
     };
   }
