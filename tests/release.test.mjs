@@ -72,6 +72,13 @@ test('a target that does not exist is refused with the names of those that do', 
   );
 });
 
+test('the loader knows the package of each target, and the oldest glibc', () => {
+  const loader = readFileSync(join(root, 'packages/stiltforge/load.cjs'), 'utf8');
+  for (const { name } of targets) assert.ok(loader.includes(`'${name}'`), name);
+  const [{ triple }] = targets;
+  assert.ok(loader.includes(`oldestGlibc = '${triple.split('-gnu.')[1]}'`));
+});
+
 const onThisMachine = process.platform === 'linux' && process.arch === 'x64';
 
 test('a build for this machine alone is no binary to hand on', { skip: !onThisMachine }, () => {

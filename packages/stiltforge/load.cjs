@@ -7,15 +7,19 @@ const { version } = require('./package.json');
 
 const machine = `${process.platform}-${process.arch}`;
 
-/** Those that a package with binaries exists for, without the C library of Linux. */
-const machinesWithPackage = [
-  'linux-x64',
-  'linux-arm64',
+/** What there are packages with binaries for. */
+const platforms = [
+  'linux-x64-gnu',
+  'linux-arm64-gnu',
+  'linux-x64-musl',
+  'linux-arm64-musl',
   'win32-x64',
   'win32-arm64',
   'darwin-x64',
   'darwin-arm64',
 ];
+const oldestGlibc = '2.28';
+const oldestNode = '20';
 
 /** The root of the repository when this file lies in a clone of it, not in an installed package. */
 function repository() {
@@ -30,38 +34,56 @@ function repository() {
   }
 }
 
-/** What Linux runs on: Node's report names the version of glibc where that is it. */
-function libraryOfC() {
+/** The version of glibc that Linux runs on, as Node's report has it; undefined where it is another library. */
+function glibcVersion() {
   const { report } = process;
-  if (!report) return 'gnu';
   const { excludeNetwork } = report;
   report.excludeNetwork = true;
   const { header } = report.getReport();
   report.excludeNetwork = excludeNetwork;
-  return header.glibcVersionRuntime ? 'gnu' : 'musl';
+  return header.glibcVersionRuntime;
 }
 
 /** The name of the package with this platform's binaries, if there is one. */
 function platformPackage() {
-  if (!machinesWithPackage.includes(machine)) return undefined;
-  const platform = process.platform === 'linux' ? `${machine}-${libraryOfC()}` : machine;
-  return `@stiltforge/${platform}`;
+  const isGlibc = !process.report || glibcVersion() !== undefined;
+  const platform =
+    process.platform === 'linux' ? `${machine}-${isGlibc ? 'gnu' : 'musl'}` : machine;
+  return platforms.includes(platform) ? `@stiltforge/${platform}` : undefined;
+}
+
+/** What an installed package's package.json says, or why it can't be read; undefined where there is none. */
+function manifestOf(name) {
+  try {
+    const file = require.resolve(`${name}/package.json`);
+    return { file, version: JSON.parse(fs.readFileSync(file, 'utf8')).version };
+  } catch (error) {
+    return error.code === 'MODULE_NOT_FOUND' ? undefined : { reason: oneLine(error.message) };
+  }
 }
 
 /** The folder of an installed package of this very version, or why there is none. */
 function installed(name) {
-  let manifest;
-  try {
-    manifest = require.resolve(`${name}/package.json`);
-  } catch {
-    return { reason: `${name}: not installed` };
+  const manifest = manifestOf(name);
+  if (manifest === undefined) {
+    const others = platforms.map((platform) => `@stiltforge/${platform}`).filter(manifestOf);
+    if (others.length === 0) return { reason: `${name}: not installed` };
+    return { reason: `${name}: not installed, but ${others.join(' and ')} for another platform` };
   }
-  const found = JSON.parse(fs.readFileSync(manifest, 'utf8')).version;
+  const { file, version: found, reason } = manifest;
+  if (reason !== undefined) return { reason: `${name}: ${reason}` };
   if (found !== version) {
     return { reason: `${name}: its version is ${found}, that of stiltforge ${version}` };
   }
-  return { folder: path.dirname(manifest) };
+  return { folder: path.dirname(file) };
 }
+
+const oneLine = (text) => text.trim().replace(/\s+/g, ' ');
+
+const isOlder = (one, other) => {
+  const [a, b] = [one, other].map((text) => text.split('.').map(Number));
+  return a[0] < b[0] || (a[0] === b[0] && (a[1] ?? 0) < (b[1] ?? 0));
+};
 
 /**
  * Where binaries may be, best first: { folder } or the reason why not there. A clone's own build comes
@@ -87,12 +109,27 @@ function remedy() {
       ' or unset it'
     );
   }
+  if (isOlder(process.versions.node, oldestNode)) return `run it on Node ${oldestNode} or newer`;
+  const withoutBinary = 'import stiltforge/wasm, which needs none';
+  const root = repository();
+  if (root !== undefined) {
+    return `run "npm run build" in ${root}, which needs ${buildTools()}, or ${withoutBinary}`;
+  }
   const build =
     `run "npm run build" in a clone of the repository, which needs ${buildTools()}, and let the` +
     ' variable STILTFORGE_BINARIES name its folder build/Release';
-  const withoutBinary = 'import stiltforge/wasm, which needs none';
   const name = platformPackage();
   if (name === undefined) return `${withoutBinary}, or ${build}`;
+  const glibc = name.endsWith('-gnu') && process.report ? glibcVersion() : undefined;
+  if (glibc !== undefined && isOlder(glibc, oldestGlibc)) {
+    return (
+      `the binaries need glibc ${oldestGlibc} or newer and this system has ${glibc}, so` +
+      ` ${withoutBinary}, or ${build}`
+    );
+  }
+  if (manifestOf(name) !== undefined) {
+    return `install ${name}@${version} anew, as npm does beside stiltforge, ${withoutBinary}, or ${build}`;
+  }
   return (
     `install ${name}@${version} (npm does it beside stiltforge, unless optional packages are left out` +
     ` or the lock file was written for other platforms), ${withoutBinary}, or ${build}`
@@ -130,7 +167,7 @@ function loadBinary(name) {
     try {
       return require(file);
     } catch (error) {
-      tried.push(`${file}: ${String(error.message).trim().replace(/\s+/g, ' ')}`);
+      tried.push(`${file}: ${oneLine(String(error.message))}`);
     }
   }
   const attempts =

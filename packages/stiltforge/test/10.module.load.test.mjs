@@ -116,15 +116,72 @@ test('without a binary the error is one sentence: the platform, what was tried, 
   assert.match(message, / STILTFORGE_BINARIES name its folder build\/Release\.$/);
 });
 
+/** The same on a machine whose `process` has these values. */
+async function requireOn(machine, folder) {
+  const file = path.join(folder, 'machine.cjs');
+  const lines = Object.entries(machine).map(
+    ([key, value]) =>
+      `Object.defineProperty(process, '${key}', { value: ${JSON.stringify(value)} });`,
+  );
+  const report = machine.report
+    ? `process.report.getReport = () => (${JSON.stringify(machine.report)});`
+    : '';
+  writeFileSync(file, `${lines.join('\n')}\n${report}`);
+  return requireIn(folder, { NODE_OPTIONS: `--require "${file}"` });
+}
+
 test('on a platform without a package the error tells to build', async (t) => {
   const folder = copyOfPackage(temporaryFolder(t), 'node_modules', 'stiltforge');
-  const other = path.join(folder, 'other.cjs');
-  writeFileSync(other, "Object.defineProperty(process, 'arch', { value: 'riscv64' });");
-  const { message } = await requireIn(folder, { NODE_OPTIONS: `--require "${other}"` });
+  const { message } = await requireOn({ arch: 'riscv64' }, folder);
   assert.match(
     message,
     /on \w+-riscv64 \(there is no package with binaries for it\): import stiltforge\/wasm.* or run/,
   );
+});
+
+test('each platform is told the name of its package', async (t) => {
+  const folder = copyOfPackage(temporaryFolder(t), 'node_modules', 'stiltforge');
+  const glibc = { header: { glibcVersionRuntime: '2.36' } };
+  const machines = {
+    'linux-arm64-gnu': { platform: 'linux', arch: 'arm64', report: glibc },
+    'linux-x64-musl': { platform: 'linux', arch: 'x64', report: { header: {} } },
+    'win32-arm64': { platform: 'win32', arch: 'arm64' },
+    'darwin-arm64': { platform: 'darwin', arch: 'arm64' },
+  };
+  for (const [name, machine] of Object.entries(machines)) {
+    const { code, message } = await requireOn(machine, folder);
+    assert.equal(code, 'ERR_STILTFORGE_BINARY');
+    const middle =
+      ` can load on ${machine.platform}-${machine.arch} (tried @stiltforge/${name}: not installed):` +
+      ` install @stiltforge/${name}@${version} `;
+    assert.ok(message.includes(middle), message);
+  }
+});
+
+test('packages that were installed on another platform are named', async (t) => {
+  const folder = copyOfPackage(temporaryFolder(t), 'node_modules', 'stiltforge');
+  placeBinary(installPlatformPackage(folder));
+  const { message } = await requireOn({ platform: 'darwin', arch: 'x64' }, folder);
+  const reason =
+    `(tried @stiltforge/darwin-x64: not installed, but ${platformPackage} for another platform):` +
+    ` install @stiltforge/darwin-x64@${version} `;
+  assert.ok(message.includes(reason), message);
+});
+
+test('a system with too old a glibc is told so, and what runs there', async (t) => {
+  const folder = copyOfPackage(temporaryFolder(t), 'node_modules', 'stiltforge');
+  const report = { header: { glibcVersionRuntime: '2.17' } };
+  const { message } = await requireOn({ platform: 'linux', arch: 'x64', report }, folder);
+  assert.match(
+    message,
+    /: the binaries need glibc 2\.28 or newer and this system has 2\.17, so import stiltforge\/wasm/,
+  );
+});
+
+test('too old a Node is told which one it takes', async (t) => {
+  const folder = copyOfPackage(temporaryFolder(t), 'node_modules', 'stiltforge');
+  const { message } = await requireOn({ versions: { node: '18.20.4' } }, folder);
+  assert.match(message, / that Node 18\.20\.4 can load .*: run it on Node 20 or newer\.$/);
 });
 
 test("the platform's package is loaded", async (t) => {
@@ -149,6 +206,18 @@ test('a binary that does not load is reported with the reason', async (t) => {
   const { code, message } = await requireIn(folder);
   assert.equal(code, 'ERR_STILTFORGE_BINARY');
   assert.match(message, /@stiltforge.*stiltforge\.node: .*(file too short|invalid|not a)/i);
+  assert.ok(message.includes(`: install ${platformPackage}@${version} anew, `), message);
+});
+
+test('a package whose package.json is broken is reported', async (t) => {
+  const folder = copyOfPackage(temporaryFolder(t), 'node_modules', 'stiltforge');
+  const manifest = path.join(installPlatformPackage(folder), 'package.json');
+  writeFileSync(manifest, '{ "version": ');
+  const { code, message } = await requireIn(folder);
+  assert.equal(code, 'ERR_STILTFORGE_BINARY');
+  assert.ok(message.includes(`(tried ${platformPackage}: `), message);
+  assert.ok(message.includes(manifest), message);
+  assert.ok(message.includes(`: install ${platformPackage}@${version} anew, `), message);
 });
 
 test('STILTFORGE_BINARIES names the folder of the binaries, and no other is looked at', async (t) => {
@@ -191,6 +260,9 @@ test('in a clone of the repository its own build comes before an installed packa
   assert.deepEqual(await requireIn(folder), { file: built });
   rmSync(built);
   assert.deepEqual(await requireIn(folder), { file: packaged });
+  rmSync(packaged);
+  const { message } = await requireIn(folder);
+  assert.ok(message.includes(`: run "npm run build" in ${root}, which needs `), message);
 });
 
 test('a workspace of another name is no clone of the repository', async (t) => {
