@@ -51,7 +51,7 @@ async function rowOf(file, lifted) {
   const begin = performance.now();
   const { scaffold, document } = await buildSupports(part, { settings, merge: true });
   const time = performance.now() - begin;
-  const { stands, leftOut } = document.scaffold;
+  const { stands, leftOut, braces, alone } = document.scaffold;
   return {
     mesh: `${basename(file)}${lifted ? ', lifted, on a raft' : ''}`,
     supports: document.supports.length,
@@ -60,6 +60,8 @@ async function rowOf(file, lifted) {
     'on the part': stands.part,
     low: stands.low,
     'left out': leftOut.length,
+    braces,
+    'out of reach': alone.length,
     ms: Math.round(time),
     'loose without': await looseIn(mesh),
     'loose with': await looseIn(joined(mesh, scaffold.positions)),

@@ -108,6 +108,13 @@ class ScaffoldJob : public Job {
       make.set(leftOut, static_cast<uint32_t>(i), left);
     }
     make.set(*value, make.string("leftOut"), leftOut);
+    make.set(*value, make.string("braces"), braces(make));
+    napi_value alone = make.array(built_.alone.size());
+    for (std::size_t i = 0; i < built_.alone.size(); ++i) {
+      const ValueScope scope(make);
+      make.set(alone, static_cast<uint32_t>(i), make.number(built_.alone[i]));
+    }
+    make.set(*value, make.string("alone"), alone);
     make.set(*value, make.string("raftTriangles"),
              make.number(static_cast<double>(built_.raftTriangles)));
     return make.status();
@@ -118,6 +125,22 @@ class ScaffoldJob : public Job {
   }
 
  private:
+  napi_value braces(ValueMaker& make) {
+    napi_value braces = make.array(built_.braces.size());
+    for (std::size_t i = 0; i < built_.braces.size(); ++i) {
+      const ValueScope scope(make);
+      const scaffold::BuiltBrace& from = built_.braces[i];
+      napi_value brace = make.object();
+      make.set(brace, make.string("first"), make.number(from.first));
+      make.set(brace, make.string("second"), make.number(from.second));
+      make.set(brace, make.string("firstTriangle"),
+               make.number(static_cast<double>(from.firstTriangle)));
+      make.set(brace, make.string("triangles"), make.number(static_cast<double>(from.triangles)));
+      make.set(braces, static_cast<uint32_t>(i), brace);
+    }
+    return braces;
+  }
+
   napi_value positions(ValueMaker& make) {
     const std::size_t bytes = built_.triangles.size() * sizeof(slicing::Triangle);
     static_assert(sizeof(slicing::Triangle) == 9 * sizeof(float));
@@ -155,6 +178,8 @@ scaffold::Settings readSettings(const Options& options) {
   read("footHeight", settings.footHeight);
   read("clearance", settings.clearance);
   read("raftThickness", settings.raftThickness);
+  read("braceDiameter", settings.braceDiameter);
+  read("braceReach", settings.braceReach);
   return settings;
 }
 
@@ -189,9 +214,10 @@ std::vector<slicing::Vector> readPoints(Napi::Env env, const Napi::Value& value)
 Napi::Value buildScaffold(const Napi::CallbackInfo& info) {
   const Napi::Env env = info.Env();
   return rejectOnError(env, [&] {
-    const Options options(info, {"positions", "points", "plateZ", "layerHeight", "tipDiameter",
-                                 "tipLength", "penetration", "pillarDiameter", "footDiameter",
-                                 "footHeight", "clearance", "raftThickness"});
+    const Options options(
+        info, {"positions", "points", "plateZ", "layerHeight", "tipDiameter", "tipLength",
+               "penetration", "pillarDiameter", "footDiameter", "footHeight", "clearance",
+               "raftThickness", "braceDiameter", "braceReach"});
     scaffold::Settings settings = readSettings(options);
     settings.layerHeight = options.number("layerHeight");
     if (!(settings.layerHeight > 0 && std::isfinite(settings.layerHeight))) {
@@ -229,8 +255,9 @@ Napi::Value buildScaffold(const Napi::CallbackInfo& info) {
 
 Napi::Value findScaffoldConflict(const Napi::CallbackInfo& info) {
   const Napi::Env env = info.Env();
-  const Options options(info, {"tipDiameter", "tipLength", "penetration", "pillarDiameter",
-                               "footDiameter", "footHeight", "clearance", "raftThickness"});
+  const Options options(
+      info, {"tipDiameter", "tipLength", "penetration", "pillarDiameter", "footDiameter",
+             "footHeight", "clearance", "raftThickness", "braceDiameter", "braceReach"});
   const double lift = info[1].IsNumber() ? info[1].As<Napi::Number>().DoubleValue() : 0;
   const auto conflict = scaffold::findConflict(readSettings(options), lift);
   if (!conflict) return env.Undefined();

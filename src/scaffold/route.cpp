@@ -141,7 +141,8 @@ class RouteFinder::Search {
       const double end = tipPieces.at(i + 1);
       const double wide = tipRadius_ + (radius - tipRadius_) * end;
       const double distance = std::min(wide, leastRise * begin * std::abs(drop));
-      if (!part_.isFree(lean.down(from, begin * drop), lean.down(from, end * drop), distance)) {
+      if (!part_.isFree(lean.down(from, begin * drop), lean.down(from, end * drop), distance,
+                        &inTipsWay_.at(i))) {
         return false;
       }
     }
@@ -149,7 +150,7 @@ class RouteFinder::Search {
   }
 
   bool columnIsFree(const Vector& top, double bottom) const {
-    return part_.isFree(Column{top.x, top.y, bottom, top.z, room()});
+    return part_.isFree(Column{top.x, top.y, bottom, top.z, room()}, &inPillarsWay_);
   }
 
   // With the first tip under which nothing is in the way. Appends the first others that are free.
@@ -161,7 +162,7 @@ class RouteFinder::Search {
         const Tip tip{lean, lean.down(contact_.point, drop)};
         const bool isStraight = columnIsFree(tip.end, base_);
         if (!isStraight && tips.size() == mostTips) continue;
-        if (!part_.isFree(tip.end, tip.end, room())) continue;
+        if (!part_.isFree(tip.end, tip.end, room(), &inTipEndsWay_)) continue;
         if (!coneIsFree(contact_.point, lean, drop, radius())) continue;
         tips.push_back(tip);
         if (!isStraight) continue;
@@ -226,7 +227,7 @@ class RouteFinder::Search {
       if (end.z < base_ + settings_.footHeight) return std::nullopt;
       if (build_->columns.topAt(end.x, end.y) < end.z) continue;
       if (tries.at(span.sector) == mostTriesInSector) continue;
-      if (part_.isFree(begin, end, room())) return end;
+      if (part_.isFree(begin, end, room(), &inBridgesWay_)) return end;
       ++tries.at(span.sector);
     }
     return std::nullopt;
@@ -336,6 +337,12 @@ class RouteFinder::Search {
   double tipRadius_;
   std::vector<Lean> leans_;
   const Build* build_ = nullptr;
+
+  // Those that were met last.
+  mutable std::array<TriangleIndex::Obstacle, tipPieces.size()> inTipsWay_{};
+  mutable TriangleIndex::Obstacle inTipEndsWay_ = nullptr;
+  mutable TriangleIndex::Obstacle inPillarsWay_ = nullptr;
+  mutable TriangleIndex::Obstacle inBridgesWay_ = nullptr;
 };
 
 RouteFinder::RouteFinder(const TriangleIndex& part, const Settings& settings, double base)

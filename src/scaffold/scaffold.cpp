@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "runtime/worker_pool.h"
+#include "scaffold/brace.h"
 #include "scaffold/contact.h"
 #include "scaffold/raft.h"
 #include "scaffold/shell.h"
@@ -33,6 +34,30 @@ void requireNear(const slicing::Bounds& bounds, double plateZ) {
   throw slicing::SlicingError("The part reaches " + slicing::numberText(far) +
                               " mm from the origin, where coordinates are too coarse for the tips "
                               "of supports; it must stay within 16,384 mm. Move it there.");
+}
+
+void appendBraces(const std::vector<std::optional<Route>>& routes, const TriangleIndex& part,
+                  const Settings& settings, const std::atomic<bool>* cancelled,
+                  Scaffold& scaffold) {
+  std::vector<std::optional<Pillar>> pillars(routes.size());
+  for (std::size_t i = 0; i < routes.size(); ++i) {
+    if (routes[i]) pillars[i] = pillarOf(routes[i]->rings);
+  }
+  std::vector<bool> isBraced(routes.size());
+  for (const Brace& brace : bracesBetween(pillars, part, settings, cancelled)) {
+    const std::size_t before = scaffold.triangles.size();
+    appendShell(brace.rings, scaffold.triangles);
+    scaffold.braces.push_back({static_cast<uint32_t>(brace.first),
+                               static_cast<uint32_t>(brace.second), before,
+                               scaffold.triangles.size() - before});
+    isBraced[brace.first] = true;
+    isBraced[brace.second] = true;
+  }
+  for (std::size_t i = 0; i < routes.size(); ++i) {
+    if (pillars[i] && pillars[i]->isSlender() && !isBraced[i]) {
+      scaffold.alone.push_back(static_cast<uint32_t>(i));
+    }
+  }
 }
 
 }  // namespace
@@ -67,6 +92,8 @@ Scaffold build(slicing::TriangleMesh part, std::span<const slicing::Vector> poin
         {point, routes[i]->stand, before, scaffold.triangles.size() - before});
     if (routes[i]->stand != Stand::part) feet.push_back(routes[i]->rings.front().centre);
   }
+  appendBraces(routes, index, settings, cancelled, scaffold);
+  if (cancelled && *cancelled) throw Cancelled();
   if (settings.raftThickness > 0) {
     const std::size_t before = scaffold.triangles.size();
     appendRaft(feet, settings.footDiameter / 2, plateZ, raftTop, scaffold.triangles);

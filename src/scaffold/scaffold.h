@@ -22,6 +22,14 @@ struct Support {
   std::size_t triangles = 0;
 };
 
+/// A rod between the pillars of two supports.
+struct BuiltBrace {
+  uint32_t first = 0;  ///< number of a point, the lesser one
+  uint32_t second = 0;
+  std::size_t firstTriangle = 0;
+  std::size_t triangles = 0;
+};
+
 /// Why a point has none.
 enum class Reason : uint8_t {
   tooLow,  ///< less than a layer above the plate or the raft
@@ -33,13 +41,15 @@ struct LeftOut {
   Reason reason = Reason::noWay;
 };
 
-/// The supports of a part as geometry: a closed surface for each, and one for the raft, which is
-/// the last. They overlap where supports meet, and reach into the part by their tips: slicers take
-/// the union.
+/// The supports of a part as geometry: a closed surface for each, then one for each brace between
+/// them, and one for the raft, which is the last. They overlap where supports meet, and reach into
+/// the part by their tips: slicers take the union.
 struct Scaffold {
   std::vector<slicing::Triangle> triangles;
   std::vector<Support> supports;  ///< in the order of the points
   std::vector<LeftOut> leftOut;   ///< likewise
+  std::vector<BuiltBrace> braces;
+  std::vector<uint32_t> alone;  ///< numbers of points whose slender pillar has no brace
   std::size_t raftTriangles = 0;
 };
 

@@ -32,6 +32,8 @@ std::optional<SettingConflict> findConflict(const Settings& settings, double lif
   if (auto conflict = check("footHeight", s.footHeight, 0, 20)) return conflict;
   if (auto conflict = check("clearance", s.clearance, 0, 10)) return conflict;
   if (auto conflict = check("raftThickness", s.raftThickness, 0, 20)) return conflict;
+  if (auto conflict = check("braceDiameter", s.braceDiameter, 0.1, 20)) return conflict;
+  if (auto conflict = check("braceReach", s.braceReach, 0, longest)) return conflict;
   if (s.pillarDiameter < s.tipDiameter) {
     return SettingConflict{
         "pillarDiameter", s.pillarDiameter,

@@ -127,6 +127,17 @@ double squaredDistance(const Vector& a, const Vector& b, const Triangle& triangl
   return least;
 }
 
+bool isBeyond(const Vector& a, const Vector& b, const Triangle& triangle, double distance) {
+  const Vector normal = normalOf(triangle);
+  const double da = dot(a - cornerOf(triangle, 0), normal);
+  const double db = dot(b - cornerOf(triangle, 0), normal);
+  if (!(da > 0 && db > 0) && !(da < 0 && db < 0)) return false;
+  // What is rounded is left to those that measure.
+  constexpr double slack = 1 + 1e-9;
+  const double least = std::min(std::abs(da), std::abs(db));
+  return least * least > slack * distance * distance * squared(normal);
+}
+
 bool reachesInto(const Triangle& triangle, const Column& column) {
   Polygon polygon;
   polygon.count = 3;

@@ -32,6 +32,10 @@ Vector nearestPoint(const Vector& point, const Triangle& triangle);
 /// mm2 between the triangle and the line from a to b; 0 where they cross.
 double squaredDistance(const Vector& a, const Vector& b, const Triangle& triangle);
 
+/// Whether the triangle is surely at least so far from the line from a to b: most that are can be
+/// told by their plane alone.
+bool isBeyond(const Vector& a, const Vector& b, const Triangle& triangle, double distance);
+
 /// An upright cylinder.
 struct Column {
   double x, y;

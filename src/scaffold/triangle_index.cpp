@@ -52,18 +52,48 @@ Vector unitNormal(const Triangle& triangle) {
   return length > 0 ? normal * (1 / length) : Vector{0, 0, 0};
 }
 
-// What of the line from a to b lies between two planes across an axis.
-void narrow(double a, double b, double low, double high, double& begin, double& end) {
-  const double along = b - a;
-  if (along == 0) {
-    if (a < low || a > high) end = -1;
-    return;
+// A line with room around it, which passes boxes or does not.
+class ThickLine {
+ public:
+  ThickLine(const Vector& a, const Vector& b, double distance)
+      : axes_{Axis(a.x, b.x), Axis(a.y, b.y), Axis(a.z, b.z)},
+        // More than rounding takes away.
+        room_(distance + 1e-9 * (1 + distance)) {}
+
+  // Whether it may touch the box.
+  bool reaches(const float* min, const float* max) const {
+    double begin = -slack;
+    double end = 1 + slack;
+    for (std::size_t i = 0; i < 3; ++i) axes_[i].narrow(min[i] - room_, max[i] + room_, begin, end);
+    return begin <= end;
   }
-  const double first = (low - a) / along;
-  const double second = (high - a) / along;
-  begin = std::max(begin, std::min(first, second));
-  end = std::min(end, std::max(first, second));
-}
+
+ private:
+  static constexpr double slack = 1e-9;
+  static constexpr double shortest = 1e-12;  // mm
+
+  struct Axis {
+    Axis(double a, double b) : from(a), perLength(std::abs(b - a) > shortest ? 1 / (b - a) : 0) {}
+
+    // What of the line lies between two planes across the axis.
+    void narrow(double low, double high, double& begin, double& end) const {
+      if (perLength == 0) {
+        if (from < low || from > high) end = begin - 1;
+        return;
+      }
+      const double first = (low - from) * perLength;
+      const double second = (high - from) * perLength;
+      begin = std::max(begin, std::min(first, second) - slack);
+      end = std::min(end, std::max(first, second) + slack);
+    }
+
+    double from;
+    double perLength;
+  };
+
+  std::array<Axis, 3> axes_;
+  double room_;
+};
 
 }  // namespace
 
@@ -127,26 +157,32 @@ void TriangleIndex::visit(Accept&& accept, Visit&& visit) const {
   }
 }
 
-bool TriangleIndex::isFree(const Vector& a, const Vector& b, double distance) const {
-  bool isFree = true;
-  visit(
-      [&](const Box& box) {
-        double begin = 0;
-        double end = 1;
-        narrow(a.x, b.x, box.min[0] - distance, box.max[0] + distance, begin, end);
-        narrow(a.y, b.y, box.min[1] - distance, box.max[1] + distance, begin, end);
-        narrow(a.z, b.z, box.min[2] - distance, box.max[2] + distance, begin, end);
-        return begin <= end;
-      },
-      [&](const Triangle& triangle) {
-        isFree = squaredDistance(a, b, triangle) >= distance * distance;
-        return isFree;
-      });
-  return isFree;
+bool TriangleIndex::isFree(const Vector& a, const Vector& b, double distance,
+                           Obstacle* last) const {
+  const auto isInTheWay = [&](const Triangle& triangle) {
+    return squaredDistance(a, b, triangle) < distance * distance;
+  };
+  if (last && *last && isInTheWay(**last)) return false;
+  const ThickLine line(a, b, distance);
+  Obstacle found = nullptr;
+  visit([&](const Box& box) { return line.reaches(box.min, box.max); },
+        [&](const Triangle& triangle) {
+          if (isBeyond(a, b, triangle, distance)) return true;
+          const auto [lowX, highX] = std::minmax({triangle[0].x, triangle[1].x, triangle[2].x});
+          const auto [lowY, highY] = std::minmax({triangle[0].y, triangle[1].y, triangle[2].y});
+          const auto [lowZ, highZ] = std::minmax({triangle[0].z, triangle[1].z, triangle[2].z});
+          const float min[3] = {lowX, lowY, lowZ};
+          const float max[3] = {highX, highY, highZ};
+          if (line.reaches(min, max) && isInTheWay(triangle)) found = &triangle;
+          return found == nullptr;
+        });
+  if (last && found) *last = found;
+  return found == nullptr;
 }
 
-bool TriangleIndex::isFree(const Column& column) const {
-  bool isFree = true;
+bool TriangleIndex::isFree(const Column& column, Obstacle* last) const {
+  if (last && *last && reachesInto(**last, column)) return false;
+  Obstacle found = nullptr;
   const auto overlaps = [](double low, double high, double min, double max) {
     return low <= max && high >= min;
   };
@@ -158,10 +194,11 @@ bool TriangleIndex::isFree(const Column& column) const {
                overlaps(column.bottom, column.top, box.min[2], box.max[2]);
       },
       [&](const Triangle& triangle) {
-        isFree = !reachesInto(triangle, column);
-        return isFree;
+        if (reachesInto(triangle, column)) found = &triangle;
+        return found == nullptr;
       });
-  return isFree;
+  if (last && found) *last = found;
+  return found == nullptr;
 }
 
 template <class Better>

@@ -22,9 +22,12 @@ class TriangleIndex {
   /// Those that have an area, in an order of its own.
   std::span<const slicing::Triangle> triangles() const { return triangles_; }
 
-  /// Whether no triangle is nearer than `distance` to the line from a to b.
-  bool isFree(const Vector& a, const Vector& b, double distance) const;
-  bool isFree(const Column& column) const;
+  /// What was in the way of a question, which is likely in the way of one like it: looked at first.
+  using Obstacle = const slicing::Triangle*;
+
+  /// Whether no triangle is nearer than `distance` to the line from a to b. Keeps the one that is.
+  bool isFree(const Vector& a, const Vector& b, double distance, Obstacle* last = nullptr) const;
+  bool isFree(const Column& column, Obstacle* last = nullptr) const;
 
   /// A place on the surface.
   struct Hit {

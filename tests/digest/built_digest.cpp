@@ -49,6 +49,10 @@ void addBuilt(Digest& digest) {
       digest.add(support.point);
       digest.add(static_cast<uint8_t>(support.stand));
     }
+    for (const scaffold::BuiltBrace& brace : built.braces) {
+      digest.add(brace.first);
+      digest.add(brace.second);
+    }
     for (const scaffold::LeftOut& left : built.leftOut) {
       digest.add(left.point);
       digest.add(static_cast<uint8_t>(left.reason));

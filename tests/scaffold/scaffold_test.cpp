@@ -34,8 +34,9 @@ Scaffold built(const Soup& part, const std::vector<Vector>& points, Settings set
   return build(TriangleMesh::fromSoup(part), points, plateZ, settings);
 }
 
-std::span<const Triangle> shellOf(const Scaffold& scaffold, const Support& support) {
-  return std::span(scaffold.triangles).subspan(support.firstTriangle, support.triangles);
+template <class Piece>
+std::span<const Triangle> shellOf(const Scaffold& scaffold, const Piece& piece) {
+  return std::span(scaffold.triangles).subspan(piece.firstTriangle, piece.triangles);
 }
 
 slicing::Bounds boundsOf(std::span<const Triangle> triangles) {
@@ -80,6 +81,10 @@ void expectSound(const Scaffold& scaffold) {
   for (const Support& support : scaffold.supports) {
     EXPECT_TRUE(isClosed(shellOf(scaffold, support)));
     EXPECT_GT(volumeOf(shellOf(scaffold, support)), 0);
+  }
+  for (const BuiltBrace& brace : scaffold.braces) {
+    EXPECT_TRUE(isClosed(shellOf(scaffold, brace)));
+    EXPECT_GT(volumeOf(shellOf(scaffold, brace)), 0);
   }
 }
 
@@ -226,6 +231,29 @@ TEST(Scaffold, StandsOnItsRaft) {
     EXPECT_LT(foot, -4) << "reaches into the raft";
     EXPECT_GT(foot, -5);
   }
+}
+
+TEST(Scaffold, BracesSlenderPillarsAndTellsWhichStandAlone) {
+  const Soup high = box({-20, -20, 30}, {20, 20, 32});
+  const std::vector<Vector> points{{0, 0, 30}, {5, 0, 30}, {-18, -18, 30}};
+  Settings settings;
+  settings.raftThickness = 1;
+  const Scaffold scaffold = built(high, points, settings, -2);
+  expectSound(scaffold);
+  ASSERT_GT(scaffold.braces.size(), 2u);
+  std::size_t end = scaffold.supports.back().firstTriangle + scaffold.supports.back().triangles;
+  for (const BuiltBrace& brace : scaffold.braces) {
+    EXPECT_EQ(brace.first, 0u);
+    EXPECT_EQ(brace.second, 1u);
+    EXPECT_EQ(brace.firstTriangle, end) << "they follow the supports";
+    end += brace.triangles;
+  }
+  EXPECT_EQ(end + scaffold.raftTriangles, scaffold.triangles.size());
+  EXPECT_EQ(scaffold.alone, std::vector<uint32_t>{2});
+  settings.braceReach = 0;
+  const Scaffold without = built(high, points, settings, -2);
+  EXPECT_TRUE(without.braces.empty());
+  EXPECT_EQ(without.alone.size(), 3u);
 }
 
 TEST(Scaffold, OfAMeshThatIsInsideOutOrOpenIsTheSame) {

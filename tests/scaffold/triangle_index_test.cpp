@@ -35,6 +35,8 @@ TEST_P(TriangleIndexOf, FindsWhatALookAtAllTrianglesFinds) {
   const TriangleIndex index(meshOf(triangles));
   std::mt19937 random(6);
   const auto number = [&] { return static_cast<double>(random() % 1400) / 100 - 2; };
+  TriangleIndex::Obstacle inLinesWay = nullptr;
+  TriangleIndex::Obstacle inColumnsWay = nullptr;
   for (int i = 0; i < 500; ++i) {
     const Vector a{number(), number(), number()};
     const Vector b = i % 3 == 0 ? Vector{a.x, a.y, number()} : Vector{number(), number(), number()};
@@ -57,6 +59,8 @@ TEST_P(TriangleIndexOf, FindsWhatALookAtAllTrianglesFinds) {
     }
     EXPECT_EQ(index.isFree(a, b, reach), isFree);
     EXPECT_EQ(index.isFree(column), isColumnFree);
+    EXPECT_EQ(index.isFree(a, b, reach, &inLinesWay), isFree) << "whatever was in the way before";
+    EXPECT_EQ(index.isFree(column, &inColumnsWay), isColumnFree);
     const auto hit = index.nearest(a, reach);
     EXPECT_NEAR(hit ? std::sqrt(dot(hit->point - a, hit->point - a)) : reach, nearest, 1e-9);
     const auto crossing = index.lowest(a.x, a.y, column.bottom, column.top);

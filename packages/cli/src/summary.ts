@@ -87,7 +87,7 @@ function plateRows({ model, supports }: SupportsDocument): string[][] {
 /** The supports as geometry. */
 function builtRows({ scaffold }: SupportsDocument): string[][] {
   if (scaffold === undefined) return [];
-  const { built, stands, leftOut } = scaffold;
+  const { built, stands, leftOut, braces, alone } = scaffold;
   const words = [
     [stands.plate, 'straight'],
     [stands.bridge, 'past the part'],
@@ -96,7 +96,14 @@ function builtRows({ scaffold }: SupportsDocument): string[][] {
   ] as const;
   const kinds = words.filter(([count]) => count > 0).map(([n, how]) => `${countText(n)} ${how}`);
   const all = kinds.length > 0 ? `${countText(built)} (${kinds.join(', ')})` : countText(built);
-  return [['built', leftOut.length > 0 ? `${all}; ${countText(leftOut.length)} left out` : all]];
+  const left = leftOut.length > 0 ? [`${countText(leftOut.length)} left out`] : [];
+  const rows = [['built', [all, ...left].join('; ')]];
+  if (braces + alone.length > 0) {
+    const free =
+      alone.length > 0 ? [`${counted(alone.length, 'slender pillar')} out of reach`] : [];
+    rows.push(['braces', [countText(braces), ...free].join('; ')]);
+  }
+  return rows;
 }
 
 /** What the supports hold, in words. */

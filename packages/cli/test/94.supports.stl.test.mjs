@@ -85,6 +85,24 @@ test('the part with its supports, sliced, has no island', async (t) => {
   assert.deepEqual(await findingsOf(join(out, 'part_with_supports.stl')), []);
 });
 
+test('slender pillars are braced unless the command line says otherwise', async (t) => {
+  const high = table().map((face) => face.map(([x, y, z]) => [x, y, 6 * z]));
+  const thin = ['--pillar-diameter', '0.6', '--merge'];
+  const { folder, out, scaffold } = await builtOf(t, high, thin);
+  assert.ok(scaffold.braces > 0);
+  const { positions } = await loadMesh(join(out, 'supports.stl'));
+  assert.ok(isClosed(positions));
+  assert.deepEqual(await findingsOf(join(out, 'part_with_supports.stl')), []);
+  const words = ['--format', 'stl,json', '--no-pictures', '--out', join(folder, 'without')];
+  const part = join(folder, 'part.stl');
+  const { code, out: told } = await stiltforge([part, ...thin, ...words, '--brace-reach', '0']);
+  assert.equal(code, 0);
+  const document = JSON.parse(await readFile(join(folder, 'without/supports.json'), 'utf8'));
+  assert.equal(document.scaffold.braces, 0);
+  assert.ok(document.scaffold.alone.length > scaffold.alone.length);
+  assert.match(told, /braces +0; \d+ slender pillars out of reach\n/);
+});
+
 test('... and keeps the triangles of the part', async (t) => {
   const { out } = await builtOf(t, table(), ['--merge']);
   const { positions } = await loadMesh(join(out, 'part_with_supports.stl'));

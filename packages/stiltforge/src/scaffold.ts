@@ -22,6 +22,10 @@ export interface ScaffoldSettings {
   clearance?: number;
   /** Of a plate below all supports, 0 to 20; the part must be lifted 0.5 mm more. Default 0: none. */
   raftThickness?: number;
+  /** Of the rods between slender pillars, 0.1 to 20; they stay thinner than these. Default 0.6. */
+  braceDiameter?: number;
+  /** Of pillars from each other, at most, for braces, 0 to 100; 0 is none. Default 10. */
+  braceReach?: number;
 }
 
 export const defaultScaffold: Readonly<Required<ScaffoldSettings>> = {
@@ -33,6 +37,8 @@ export const defaultScaffold: Readonly<Required<ScaffoldSettings>> = {
   footHeight: 0.5,
   clearance: 0.3,
   raftThickness: 0,
+  braceDiameter: 0.6,
+  braceReach: 10,
 };
 
 /** A setting that can't be used, alone or together with the others. */
@@ -85,9 +91,19 @@ export interface UnbuiltSupport {
   reason: 'tooLow' | 'noWay';
 }
 
+/** A rod that rises by 45 degrees from the pillar of one support to that of another. */
+export interface BuiltBrace {
+  /** Numbers of their points, from 0, the lesser one first. */
+  first: number;
+  second: number;
+  /** Its closed surface in the positions, in triangles. */
+  firstTriangle: number;
+  triangles: number;
+}
+
 /**
- * The supports of a part: a closed surface for each, seen counter-clockwise from outside, and one for
- * the raft, the last. They overlap where supports meet and reach into the part by their tips; slicers
+ * The supports of a part: a closed surface for each, seen counter-clockwise from outside, then one for
+ * each brace, and one for the raft, the last. They overlap where supports meet and reach into the part by their tips; slicers
  * take the union.
  */
 export interface Scaffold {
@@ -95,6 +111,10 @@ export interface Scaffold {
   /** In the order of the points. */
   supports: BuiltSupport[];
   leftOut: UnbuiltSupport[];
+  /** Between pillars that are at least ten times as high as wide. */
+  braces: BuiltBrace[];
+  /** Numbers of points, from 0, with such a pillar that no brace holds. */
+  alone: number[];
   /** Of the raft; 0 without one. */
   raftTriangles: number;
 }

@@ -34,6 +34,27 @@ test('the defaults are those of the native side', async () => {
   );
 });
 
+test('slender pillars are braced, and those that stand alone are told', async () => {
+  const places = [
+    [0, 0],
+    [2, 0],
+    [10, 10],
+  ];
+  const points = places.map(([x, y]) => ({ x, y, z: 10 }));
+  const thin = { ...options, points, pillarDiameter: 0.5, tipDiameter: 0.3 };
+  const { supports, braces, alone, positions } = await buildScaffold(thin);
+  assert.ok(braces.length > 0);
+  let next = supports.at(-1).firstTriangle + supports.at(-1).triangles;
+  for (const { first, second, firstTriangle, triangles } of braces) {
+    assert.deepEqual([first, second, firstTriangle], [0, 1, next]);
+    next += triangles;
+  }
+  assert.equal(next, positions.length / 9);
+  assert.deepEqual(alone, [2]);
+  const without = await buildScaffold({ ...thin, braceReach: 0 });
+  assert.deepEqual([without.braces, without.alone], [[], [0, 1, 2]]);
+});
+
 test('a raft is the last surface', async () => {
   const { positions, supports, raftTriangles } = await buildScaffold({
     ...options,

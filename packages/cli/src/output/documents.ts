@@ -89,6 +89,10 @@ export interface ScaffoldRecord extends Required<ScaffoldSettings> {
   built: number;
   /** How many of them stand on what. */
   stands: Record<Stand, number>;
+  /** Rods between pillars. */
+  braces: number;
+  /** Those whose slender pillar has none: their numbers among the supports. */
+  alone: number[];
   /** Those that were not: their numbers among the supports, and why. */
   leftOut: { support: number; reason: 'tooLow' | 'noWay' }[];
 }

@@ -12,6 +12,8 @@ export interface ScaffoldOptions {
   pillarDiameter: number;
   footDiameter: number;
   footHeight: number;
+  braceDiameter: number;
+  braceReach: number;
   raft?: number;
   merge?: boolean;
 }
@@ -26,6 +28,18 @@ export function addScaffoldOptions(command: Command): Command {
     .option('--pillar-diameter <mm>', 'of the pillar below that', positive, usual.pillarDiameter)
     .option('--foot-diameter <mm>', 'where it stands on the plate', positive, usual.footDiameter)
     .option('--foot-height <mm>', 'height of the foot', distance, usual.footHeight)
+    .option(
+      '--brace-diameter <mm>',
+      'of the rods between pillars that are ten times as high as wide',
+      positive,
+      usual.braceDiameter,
+    )
+    .option(
+      '--brace-reach <mm>',
+      'connect such pillars up to this far apart; 0 connects none',
+      distance,
+      usual.braceReach,
+    )
     .option('--raft <mm>', 'a plate so thick below all supports; the part needs --lift', positive)
     .option('--merge', 'also write the part with its supports, part_with_supports.stl');
 }
@@ -49,10 +63,11 @@ export function scaffoldJob(
     );
   }
   const { tipDiameter, tipLength, pillarDiameter, footDiameter, footHeight } = words;
-  const { raft: raftThickness = 0, merge = false } = words;
+  const { braceDiameter, braceReach, raft: raftThickness = 0, merge = false } = words;
   const job = {
     settings: {
       ...{ tipDiameter, tipLength, pillarDiameter, footDiameter, footHeight, raftThickness },
+      ...{ braceDiameter, braceReach },
     },
     merge,
   };
@@ -62,7 +77,7 @@ export function scaffoldJob(
 
 const names: readonly (keyof ScaffoldOptions)[] = [
   ...(['tipDiameter', 'tipLength', 'pillarDiameter', 'footDiameter', 'footHeight'] as const),
-  ...(['raft', 'merge'] as const),
+  ...(['braceDiameter', 'braceReach', 'raft', 'merge'] as const),
 ];
 const only = new Set<string>(names);
 

@@ -15,6 +15,8 @@ const options: Record<ScaffoldConflict['setting'], string> = {
   footHeight: '--foot-height',
   clearance: 'clearance',
   raftThickness: '--raft',
+  braceDiameter: '--brace-diameter',
+  braceReach: '--brace-reach',
 };
 
 /** Throws a UserError that names the option and its range when a setting can't be used. */

@@ -52,6 +52,8 @@ export async function buildSupports(
     merged: merge,
     built: scaffold.supports.length,
     stands,
+    braces: scaffold.braces.length,
+    alone: scaffold.alone,
     leftOut: scaffold.leftOut.map(({ point, reason }) => ({ support: point, reason })),
   };
   const warnings = [...leftOutWarnings(record, document), ...edgeWarnings(part, scaffold)];

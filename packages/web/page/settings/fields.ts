@@ -76,6 +76,12 @@ export const fields = {
   footHeight: field('--foot-height', 'Foot, high', 'mm', distanceRule, {
     value: scaffold.footHeight,
   }),
+  braceDiameter: field('--brace-diameter', 'Braces, across', 'mm', positiveRule, {
+    value: scaffold.braceDiameter,
+  }),
+  braceReach: field('--brace-reach', 'Braces, reach', 'mm', distanceRule, {
+    value: scaffold.braceReach,
+  }),
   raft: field('--raft', 'Raft, thick', 'mm', positiveRule, { without: 'none' }),
 } as const satisfies Record<string, NumberField>;
 

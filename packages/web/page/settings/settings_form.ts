@@ -89,7 +89,7 @@ export class SettingsForm {
             'div',
             { class: 'fields' },
             ...part('tipDiameter', 'tipLength', 'pillarDiameter'),
-            ...part('raft', 'footDiameter', 'footHeight'),
+            ...part('raft', 'footDiameter', 'footHeight', 'braceDiameter', 'braceReach'),
           ),
         ),
       ),
@@ -154,6 +154,8 @@ export class SettingsForm {
         pillarDiameter: given.pillarDiameter,
         footDiameter: given.footDiameter,
         footHeight: given.footHeight,
+        braceDiameter: given.braceDiameter,
+        braceReach: given.braceReach,
         raftThickness: value.raft ?? 0,
       },
     };
