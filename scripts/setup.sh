@@ -26,7 +26,7 @@ case $purpose in
     ;;
   wasm) packages="$packages emscripten dpkg-dev" ;;
   prebuild)
-    packages="$packages dpkg-dev xz-utils llvm musl qemu-user wine wine64"
+    packages="$packages dpkg-dev xz-utils llvm qemu-user wine wine64"
     packages="$packages libc6-arm64-cross libstdc++6-arm64-cross"
     ;;
   *)

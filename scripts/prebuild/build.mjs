@@ -1,14 +1,17 @@
 // Builds both addons for one target.
+import { createHash } from 'node:crypto';
 import {
   copyFileSync,
+  cpSync,
   existsSync,
   mkdirSync,
   readFileSync,
   rmSync,
   statSync,
+  symlinkSync,
   writeFileSync,
 } from 'node:fs';
-import { join } from 'node:path';
+import { join, relative } from 'node:path';
 import { fileURLToPath } from 'node:url';
 import { capture, run } from '../run.mjs';
 import { addons } from './targets.mjs';
@@ -50,11 +53,31 @@ export function compilerEnvironment(compiler, folder) {
 const treeOf = (target, folder) => join(folder, target.name, 'addons');
 
 /**
- * Builds the addons and returns the folder that they are in. The setting: the compiler, the folders of the
- * libraries' `sources` and of the `prefix` with headers, and a `folder` for build trees and the compiler's
- * caches.
+ * A copy in another folder of all that the addons are made of, to see that no name of a folder gets into
+ * them. Returns the setting that builds it, with an empty cache.
  */
-export function build(target, { compiler, sources, prefix: headers, folder }) {
+export function settingElsewhere({ compiler, sources, prefix }, folder) {
+  const copy = join(folder, 'repository');
+  rmSync(folder, { recursive: true, force: true });
+  mkdirSync(copy, { recursive: true });
+  for (const part of ['CMakeLists.txt', 'cmake', 'include', 'src', 'tests', 'scripts/libraries']) {
+    cpSync(join(root, part), join(copy, part), { recursive: true });
+  }
+  symlinkSync(join(root, 'node_modules'), join(copy, 'node_modules'));
+  const [sourcesThere, prefixThere] = [sources, prefix].map((place) => {
+    const there = join(copy, relative(root, place));
+    cpSync(place, there, { recursive: true, verbatimSymlinks: true });
+    return there;
+  });
+  return { compiler, repository: copy, sources: sourcesThere, prefix: prefixThere, folder };
+}
+
+/**
+ * Builds the addons and returns the folder that they are in. The setting: the compiler, the folders of the
+ * libraries' `sources` and of the `prefix` with headers, a `folder` for build trees and the compiler's
+ * caches, and the `repository` to build.
+ */
+export function build(target, { compiler, sources, prefix: headers, folder, repository = root }) {
   const trees = join(folder, target.name);
   const prefix = join(trees, 'installed');
   const env = compilerEnvironment(compiler, folder);
@@ -72,12 +95,12 @@ export function build(target, { compiler, sources, prefix: headers, folder }) {
 
   const libraries = join(trees, 'libraries');
   const options = [`-DSOURCES=${sources}`, `-DCMAKE_INSTALL_PREFIX=${prefix}`];
-  configure(join(root, 'scripts/libraries'), libraries, ...options);
+  configure(join(repository, 'scripts/libraries'), libraries, ...options);
   run('cmake', ['--build', libraries, '--target', 'install'], { env });
 
   const tree = treeOf(target, folder);
   configure(
-    root,
+    repository,
     tree,
     `-DCMAKE_PREFIX_PATH=${prefix};${headers}`,
     ...['TESTS', 'INSTALL'].map((option) => `-DSTILTFORGE_${option}=OFF`),
@@ -100,20 +123,19 @@ export function buildDigest(target, { compiler, folder }) {
   return join(tree, 'tests/digest/stiltforge_digest');
 }
 
-/** The commit that the sources are of, with a plus where they were changed since. */
+/** What a binary is made of and by. */
+const partsOfSources = [
+  ...['CMakeLists.txt', 'cmake', 'include', 'src', 'scripts/libraries'],
+  ...['build.mjs', 'package-lock.json', 'rules.cmake', 'targets.mjs', 'toolchain.cmake'].map(
+    (name) => `scripts/prebuild/${name}`,
+  ),
+];
+
+/** A short digest of what is committed of the sources, with a plus where they were changed since. */
 export function sourceState() {
-  const commit = capture('git', ['rev-parse', 'HEAD'], { cwd: root }).trim();
-  const words = [
-    'status',
-    '--porcelain',
-    '--',
-    'src',
-    'cmake',
-    'CMakeLists.txt',
-    'scripts/libraries',
-    'scripts/prebuild',
-  ];
-  return capture('git', words, { cwd: root }).trim() === '' ? commit : `${commit}+`;
+  const told = (...words) => capture('git', [...words, '--', ...partsOfSources], { cwd: root });
+  const digest = createHash('sha256').update(told('ls-tree', 'HEAD')).digest('hex').slice(0, 12);
+  return told('status', '--porcelain').trim() === '' ? digest : `${digest}+`;
 }
 
 const recordOf = ({ name }) => join(workFolder, name, 'record.json');
@@ -121,6 +143,11 @@ const recordOf = ({ name }) => join(workFolder, name, 'record.json');
 /** Keeps for a release what was found about a target's binaries, and which sources they are of. */
 export function writeRecord(target, findings) {
   writeFileSync(recordOf(target), JSON.stringify({ sources: sourceState(), ...findings }, null, 2));
+}
+
+/** Before anything is built anew: what was found about other binaries says nothing of these. */
+export function dropRecord(target) {
+  rmSync(recordOf(target), { force: true });
 }
 
 /** What was kept, with the folder of the binaries; undefined when there are none. */

@@ -4,7 +4,14 @@ import { readFileSync } from 'node:fs';
 import { join } from 'node:path';
 import { parseArgs } from 'node:util';
 import { libraryFaults, prepareLibraries } from '../libraries/sources.mjs';
-import { build, prepareTools, workFolder, writeRecord } from './build.mjs';
+import {
+  build,
+  dropRecord,
+  prepareTools,
+  settingElsewhere,
+  workFolder,
+  writeRecord,
+} from './build.mjs';
 import { faultsOf } from './check_binary.mjs';
 import { runTarget } from './run_targets.mjs';
 import { addons, targets, targetsNamed } from './targets.mjs';
@@ -23,7 +30,7 @@ Builds both addons for every platform, or for those named, into build/prebuild/N
 them: format, libraries and symbols that they need and export, size.
   --test   also runs them, as far as this machine can, and compares the results with those of the native
            build, which "npm run build" makes
-  --twice  also builds them a second time, elsewhere, and compares the bytes
+  --twice  also builds them a second time, from sources in another folder, and compares the bytes
 Targets: ${targets.map(({ name }) => name).join(', ')}.`);
   process.exit(0);
 }
@@ -38,20 +45,21 @@ function tell(isWell, sentence, details = []) {
   for (const line of details) console.log(`       ${line}`);
 }
 
-function prebuild(target, setting) {
+function prebuild(target, setting, settingThere) {
   const start = Date.now();
+  dropRecord(target);
   const binaries = build(target, setting);
   const faults = addons.flatMap((name) => faultsOf(join(binaries, name), target));
   tell(faults.length === 0, `${target.name}: built and checked, ${secondsSince(start)}`, faults);
 
   const record = { faults, libraries: setting.found };
-  if (values.twice) {
-    const again = build(target, { ...setting, folder: join(workFolder, 'again') });
+  if (settingThere) {
+    const again = build(target, settingThere);
     const different = addons.filter(
       (name) => hashOf(join(binaries, name)) !== hashOf(join(again, name)),
     );
     record.sameAgain = different.length === 0;
-    tell(record.sameAgain, `${target.name}: the same bytes when built again`, different);
+    tell(record.sameAgain, `${target.name}: the same bytes when built elsewhere`, different);
   }
   if (values.test) {
     record.runs = [];
@@ -72,7 +80,15 @@ try {
   const faults = libraryFaults(libraries.found);
   if (faults.length > 0) throw new Error(faults.join('\n'));
   const setting = { compiler, ...libraries, folder: workFolder };
-  for (const target of chosen) prebuild(target, setting);
+  const there = values.twice ? settingElsewhere(setting, join(workFolder, 'again')) : undefined;
+  for (const target of chosen) {
+    try {
+      prebuild(target, setting, there);
+    } catch (error) {
+      // The others may be well all the same.
+      tell(false, `${target.name}: not built`, error.message.split('\n'));
+    }
+  }
 } catch (error) {
   console.error(`prebuild: ${error.message}`);
   process.exit(1);

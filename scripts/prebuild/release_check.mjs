@@ -79,7 +79,8 @@ check(
         continue;
       }
       binaries[target.name] = record.binaries;
-      if (record.sources !== sources) say(`built from ${record.sources}, not from ${sources}`);
+      if (record.sources !== sources)
+        say(`built from other sources (${record.sources}, not ${sources})`);
       if (!isDeepStrictEqual(record.libraries, found)) say('other revisions of libraries inside');
       for (const sentence of record.faults) say(sentence);
       if (record.runs === undefined) say('not run: npm run prebuild -- --test');

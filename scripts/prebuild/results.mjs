@@ -1,5 +1,5 @@
 // What an installation of stiltforge makes of a folder of samples, as digests to compare with those of
-// another one. Runs on every Node that the package promises and needs nothing but that package.
+// another one. Runs on every Node that the package promises, and on Bun, and needs nothing but that package.
 //   node results.mjs PACKAGE SAMPLES OUTPUT      PACKAGE: the folder of the package; OUTPUT: a JSON file
 import { createHash } from 'node:crypto';
 import { readdirSync, readFileSync, writeFileSync } from 'node:fs';
@@ -123,6 +123,10 @@ tell(
 
 const { vectorPath } = require('stiltforge/load').loadBinary('binding.node');
 const binaries = Object.keys(require.cache).filter((file) => file.endsWith('.node'));
-const { node } = process.versions;
+const { node, bun } = process.versions;
+const runtime = bun ? `Bun ${bun}` : `Node ${node}`;
 const platform = `${process.platform}-${process.arch}`;
-writeFileSync(output, JSON.stringify({ node, platform, vectorPath, binaries, digests }, null, 2));
+writeFileSync(
+  output,
+  JSON.stringify({ runtime, platform, vectorPath, binaries, digests }, null, 2),
+);

@@ -45,7 +45,7 @@ try {
   const [results, expected] = [read(output), read(join(samples, 'expected.json'))];
   const names = Object.keys(expected.digests);
   const different = names.filter((name) => results.digests[name] !== expected.digests[name]);
-  console.log(`${platform}, Node ${results.node}, ${results.vectorPath} code path`);
+  console.log(`${platform}, ${results.runtime}, ${results.vectorPath} code path`);
   for (const name of different) console.log(`  other results: ${name}`);
   console.log(`${names.length - different.length} passed, ${different.length} failed`);
   process.exitCode = different.length === 0 ? 0 : 1;
