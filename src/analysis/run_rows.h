@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <span>
@@ -16,6 +17,12 @@ struct Run {
 
   uint32_t length() const { return static_cast<uint32_t>(end - begin); }
   bool operator==(const Run&) const = default;
+};
+
+/// Rows [begin, end).
+struct RowRange {
+  int begin = 0;
+  int end = 0;
 };
 
 /// A set of pixels as the maximal runs of each row, ascending and never touching.
@@ -48,6 +55,14 @@ class RunRows {
     rowStart_.push_back(static_cast<uint32_t>(runs_.size()));
   }
 
+  /// Ends so many rows, the open one first.
+  void endRows(int count) {
+    if (count <= 0) return;
+    if (rowStart_.empty()) rowStart_.push_back(0);
+    rowStart_.insert(rowStart_.end(), static_cast<std::size_t>(count),
+                     static_cast<uint32_t>(runs_.size()));
+  }
+
   int height() const { return rowStart_.empty() ? 0 : static_cast<int>(rowStart_.size()) - 1; }
   std::size_t runCount() const { return runs_.size(); }
   bool empty() const { return runs_.empty(); }
@@ -56,6 +71,14 @@ class RunRows {
     if (y < 0 || y >= height()) return {};
     const auto r = static_cast<std::size_t>(y);
     return {runs_.data() + rowStart_[r], rowStart_[r + 1] - rowStart_[r]};
+  }
+  /// From the first ended row that has runs to the last; none where no row has any.
+  RowRange occupiedRows() const {
+    if (rowStart_.empty() || rowStart_.back() == 0) return {};
+    const auto first = std::upper_bound(rowStart_.begin(), rowStart_.end(), 0u);
+    const auto last = std::lower_bound(first, rowStart_.end(), rowStart_.back());
+    return {static_cast<int>(first - rowStart_.begin()) - 1,
+            static_cast<int>(last - rowStart_.begin())};
   }
   /// The run at this position in raster order.
   const Run& operator[](std::size_t i) const { return runs_[i]; }

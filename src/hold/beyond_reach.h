@@ -1,5 +1,6 @@
 #pragma once
 
+#include <span>
 #include <vector>
 
 #include "analysis/run_rows.h"
@@ -11,6 +12,10 @@ class BeyondReach {
  public:
   /// reach: pixels, between their centres; 0 or more.
   explicit BeyondReach(double reach);
+
+  /// Whether each run of row y lies within reach of one run of its own row, so that find() would
+  /// append nothing: what can be told at a glance of a wall.
+  bool isWithinReach(std::span<const Run> row, int y, const RunRows& material) const;
 
   /// Appends those parts of a run of row y to the row of `beyond` that is not yet ended.
   void find(Run run, int y, const RunRows& material, RunRows& beyond);

@@ -52,7 +52,9 @@ Components findComponents(RunRows pixels, Contact contact) {
   ScratchVector<uint32_t>& set = components.ofRun;
   set.assign(rows.runCount(), Components::none);
   DisjointSets sets;
-  for (std::size_t y = 0; y < static_cast<std::size_t>(rows.height()); ++y) {
+  const RowRange occupied = rows.occupiedRows();
+  for (auto y = static_cast<std::size_t>(occupied.begin);
+       y < static_cast<std::size_t>(occupied.end); ++y) {
     if (y > 0) uniteRows(rows, y, corner, set, sets);
     for (uint32_t run = rows.rowStart(y); run < rows.rowStart(y + 1); ++run) {
       if (set[run] == Components::none) set[run] = sets.add();

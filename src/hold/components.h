@@ -36,12 +36,14 @@ uint32_t findRun(const RunRows& rows, int x, int y);
 /// share, in raster order; runs are named by their positions.
 template <class Fn>
 void forEachShared(const RunRows& first, const RunRows& second, Fn&& fn) {
-  const int height = std::min(first.height(), second.height());
-  for (int y = 0; y < height; ++y) {
-    uint32_t a = first.rowStart(static_cast<std::size_t>(y));
-    uint32_t b = second.rowStart(static_cast<std::size_t>(y));
-    const uint32_t endA = first.rowStart(static_cast<std::size_t>(y) + 1);
-    const uint32_t endB = second.rowStart(static_cast<std::size_t>(y) + 1);
+  const RowRange rowsA = first.occupiedRows();
+  const RowRange rowsB = second.occupiedRows();
+  const auto endRow = static_cast<std::size_t>(std::min(rowsA.end, rowsB.end));
+  for (auto y = static_cast<std::size_t>(std::max(rowsA.begin, rowsB.begin)); y < endRow; ++y) {
+    uint32_t a = first.rowStart(y);
+    uint32_t b = second.rowStart(y);
+    const uint32_t endA = first.rowStart(y + 1);
+    const uint32_t endB = second.rowStart(y + 1);
     while (a < endA && b < endB) {
       const Run& runA = first[a];
       const Run& runB = second[b];

@@ -6,7 +6,6 @@ Coverage::Coverage(const Survey& survey, const PointGrid& samples, Bodies& bodie
     : survey_(survey),
       samples_(samples),
       bodies_(bodies),
-      scale_{survey.settings().pixelSize, survey.settings().layerHeight},
       reach_(reach),
       points_(samples.size(), 0) {
   for (uint32_t i = 0; i < survey.samples().size(); ++i) {
@@ -24,10 +23,7 @@ void Coverage::forEachHeld(const Place& place, Wanted&& wanted, Fn&& fn) const {
   const Run pixel{place.x, static_cast<uint16_t>(place.x + 1)};
   samples_.forEachNear(pixel, place.y, place.layer, reach_, [&](uint32_t sample) {
     if (!wanted(sample)) return;
-    const Place& at = samples_[sample];
-    if (scale_.squaredDistance(place, at) <= reach_ * reach_ && bodies_.areOne(place, at)) {
-      fn(sample);
-    }
+    if (bodies_.areOne(place, samples_[sample])) fn(sample);
   });
 }
 
@@ -48,12 +44,16 @@ uint64_t Coverage::gainOf(const Place& place) const {
   return pixels;
 }
 
-void Coverage::add(const Place& place) {
+std::vector<uint32_t> Coverage::add(const Place& place) {
+  std::vector<uint32_t> reached;
   forEachHeld(
       place, [&](uint32_t sample) { return counts(sample); },
       [&](uint32_t sample) {
-        if (points_[sample]++ == 0) reachedPixels_ += survey_.samples()[sample].pixels;
+        if (points_[sample]++ > 0) return;
+        reachedPixels_ += survey_.samples()[sample].pixels;
+        reached.push_back(sample);
       });
+  return reached;
 }
 
 uint64_t Coverage::lossOf(const Place& place) const {

@@ -21,11 +21,13 @@ class Coverage {
 
   /// Pixels that a point there would reach and that no point does yet.
   uint64_t gainOf(const Place& place) const;
-  void add(const Place& place);
+  /// Returns the samples that no point has reached yet and this one does.
+  std::vector<uint32_t> add(const Place& place);
   /// Pixels that no point but the one there reaches; it was added.
   uint64_t lossOf(const Place& place) const;
   void remove(const Place& place);
 
+  double reach() const { return reach_; }
   /// Whether the sample counts, and whether no point reaches it yet.
   bool counts(std::size_t sample) const { return points_[sample] != ignored; }
   bool isOpen(std::size_t sample) const { return points_[sample] == 0; }
@@ -44,7 +46,6 @@ class Coverage {
   const Survey& survey_;
   const PointGrid& samples_;
   Bodies& bodies_;
-  Scale scale_;
   double reach_;
   std::vector<uint32_t> points_;  // that reach each sample
   uint64_t pixels_ = 0;

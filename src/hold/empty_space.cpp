@@ -1,5 +1,7 @@
 #include "hold/empty_space.h"
 
+#include <algorithm>
+#include <cstddef>
 #include <span>
 #include <utility>
 
@@ -9,66 +11,119 @@ namespace {
 
 constexpr uint32_t outside = 0;
 
-// Calls fn(position, run, row) for each run.
+// Columns between the run and the one on its left.
+Run gapBefore(const RunRows& rows, uint32_t run) {
+  return {rows[run - 1].end, rows[run].begin};
+}
+
+// Calls fn(y, begin, end) for each row with gaps, those before its runs [begin, end).
 template <class Fn>
-void forEachRun(const RunRows& rows, Fn&& fn) {
-  for (std::size_t y = 0; y < static_cast<std::size_t>(rows.height()); ++y) {
-    for (uint32_t i = rows.rowStart(y); i < rows.rowStart(y + 1); ++i) fn(i, rows[i], y);
+void forEachRowOfGaps(const RunRows& rows, Fn&& fn) {
+  const RowRange range = rows.occupiedRows();
+  for (auto y = static_cast<std::size_t>(range.begin); y < static_cast<std::size_t>(range.end);
+       ++y) {
+    const uint32_t begin = rows.rowStart(y) + 1;
+    const uint32_t end = rows.rowStart(y + 1);
+    if (begin < end) fn(y, begin, end);
   }
+}
+
+// Calls fn(a, b) for the gaps of row y of the first and row z of the second that share a column,
+// from left to right.
+template <class Fn>
+void forEachSharedGap(const RunRows& first, std::size_t y, const RunRows& second, std::size_t z,
+                      Fn&& fn) {
+  uint32_t a = first.rowStart(y) + 1;
+  uint32_t b = second.rowStart(z) + 1;
+  const uint32_t endA = first.rowStart(y + 1);
+  const uint32_t endB = second.rowStart(z + 1);
+  while (a < endA && b < endB) {
+    const Run gapA = gapBefore(first, a);
+    const Run gapB = gapBefore(second, b);
+    if (gapA.begin < gapB.end && gapB.begin < gapA.end) fn(a, b);
+    if (gapA.end <= gapB.end) ++a;
+    if (gapB.end <= gapA.end) ++b;
+  }
+}
+
+bool isBesideMaterial(Run columns, const RunRows& material, std::size_t y) {
+  const uint32_t first = material.rowStart(y);
+  const uint32_t end = material.rowStart(y + 1);
+  return first == end || columns.begin < material[first].begin ||
+         columns.end > material[end - 1].end;
 }
 
 }  // namespace
 
-void EmptySpace::add(const RunRows& material) {
+void EmptySpace::add(const RunRows& material, const RunRows& below) {
   std::swap(below_, layer_);
-  const auto height = static_cast<std::size_t>(material.height());
-  layer_.extent.assign(height, Run());
-  RunRows gaps = std::move(layer_.gaps.pixels);
-  gaps.clear();
-  for (std::size_t y = 0; y < height; ++y) {
-    const std::span<const Run> row = material.row(static_cast<int>(y));
-    for (std::size_t i = 1; i < row.size(); ++i) gaps.add(row[i - 1].end, row[i].begin);
-    gaps.endRow();
-    if (!row.empty()) layer_.extent[y] = {row.front().begin, row.back().end};
-  }
-  layer_.gaps = findComponents(std::move(gaps), Contact::sides);
   const bool liesOnPlate = std::exchange(isFirst_, false);
-  layer_.spaceOf.assign(layer_.gaps.count, liesOnPlate ? outside : none);
-  if (liesOnPlate) return;
+  layer_.assign(material.runCount(), liesOnPlate ? outside : none);
+  if (!liesOnPlate) findSpaces(material, below);
+}
 
-  const auto join = [&](uint32_t run, uint32_t space) {
-    uint32_t& known = layer_.spaceOf[layer_.gaps.ofRun[run]];
-    known = known == none ? spaces_.root(space) : spaces_.unite(known, space);
+void EmptySpace::findSpaces(const RunRows& material, const RunRows& below) {
+  const auto height = static_cast<std::size_t>(material.height());
+  const auto isOpen = [&](Run gap, std::size_t y) {
+    return y == 0 || y + 1 == height || isBesideMaterial(gap, material, y - 1) ||
+           isBesideMaterial(gap, material, y + 1) || isBesideMaterial(gap, below, y);
   };
-  forEachRun(layer_.gaps.pixels, [&](uint32_t i, const Run& gap, std::size_t y) {
-    const bool isAtBorder = y == 0 || y + 1 == height;
-    if (isAtBorder || layer_.isOpen(gap, y - 1) || layer_.isOpen(gap, y + 1) ||
-        below_.isOpen(gap, y)) {
-      join(i, outside);
+  DisjointSets pieces;  // of the layer
+  pieces.add();         // outside
+  forEachRowOfGaps(material, [&](std::size_t y, uint32_t begin, uint32_t end) {
+    for (uint32_t gap = begin; gap < end; ++gap) {
+      if (isOpen(gapBefore(material, gap), y)) layer_[gap] = outside;
+    }
+    if (y > 0) {
+      forEachSharedGap(material, y - 1, material, y, [&](uint32_t above, uint32_t gap) {
+        layer_[gap] = layer_[gap] == none ? pieces.root(layer_[above])
+                                          : pieces.unite(layer_[gap], layer_[above]);
+      });
+    }
+    for (uint32_t gap = begin; gap < end; ++gap) {
+      if (layer_[gap] == none) layer_[gap] = pieces.add();
     }
   });
-  forEachShared(layer_.gaps.pixels, below_.gaps.pixels,
-                [&](uint32_t run, uint32_t lower, uint16_t, uint16_t) {
-                  join(run, below_.spaceOf[below_.gaps.ofRun[lower]]);
-                });
-  for (uint32_t& space : layer_.spaceOf) {
-    if (space == none) space = spaces_.add();
+
+  std::vector<uint32_t> spaceOf(pieces.size(), none);
+  spaceOf[outside] = outside;
+  forEachRowOfGaps(material, [&](std::size_t y, uint32_t begin, uint32_t end) {
+    for (uint32_t gap = begin; gap < end; ++gap) layer_[gap] = pieces.root(layer_[gap]);
+    forEachSharedGap(material, y, below, y, [&](uint32_t gap, uint32_t lower) {
+      uint32_t& known = spaceOf[layer_[gap]];
+      known = known == none ? spaces_.root(below_[lower]) : spaces_.unite(known, below_[lower]);
+    });
+  });
+  for (uint32_t piece = 0; piece < pieces.size(); ++piece) {
+    if (spaceOf[piece] == none && pieces.root(piece) == piece) spaceOf[piece] = spaces_.add();
   }
-  forEachRun(below_.gaps.pixels, [&](uint32_t i, const Run& gap, std::size_t y) {
-    if (layer_.isOpen(gap, y)) spaces_.unite(below_.spaceOf[below_.gaps.ofRun[i]], outside);
+  forEachRowOfGaps(material, [&](std::size_t, uint32_t begin, uint32_t end) {
+    for (uint32_t gap = begin; gap < end; ++gap) layer_[gap] = spaceOf[layer_[gap]];
+  });
+  forEachRowOfGaps(below, [&](std::size_t y, uint32_t begin, uint32_t end) {
+    for (uint32_t gap = begin; gap < end; ++gap) {
+      if (below_[gap] != outside && isBesideMaterial(gapBefore(below, gap), material, y)) {
+        spaces_.unite(below_[gap], outside);
+      }
+    }
   });
 }
 
-uint32_t EmptySpace::below(int x, int y) const {
-  if (y < 0 || static_cast<std::size_t>(y) >= below_.extent.size()) return none;
-  const Run& extent = below_.extent[static_cast<std::size_t>(y)];
-  if (x < extent.begin || x >= extent.end) return outside;
-  const uint32_t gap = below_.gaps.at(x, y);
-  return gap == Components::none ? none : below_.spaceOf[gap];
+uint32_t EmptySpace::below(const RunRows& below, int x, int y) const {
+  if (y < 0 || y >= below.height()) return none;
+  const std::span<const Run> row = below.row(y);
+  const auto right =
+      std::partition_point(row.begin(), row.end(), [&](const Run& run) { return run.end <= x; });
+  if (right != row.end() && right->begin <= x) return none;
+  if (right == row.begin() || right == row.end()) return outside;
+  return below_[below.rowStart(static_cast<std::size_t>(y)) +
+                static_cast<std::size_t>(right - row.begin())];
 }
 
 void EmptySpace::finish() {
-  for (const uint32_t space : layer_.spaceOf) spaces_.unite(space, outside);
+  for (const uint32_t space : layer_) {
+    if (space != none) spaces_.unite(space, outside);
+  }
   layer_ = {};
   below_ = {};
   outside_.resize(spaces_.size());

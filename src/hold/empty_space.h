@@ -6,6 +6,7 @@
 #include "analysis/run_rows.h"
 #include "hold/components.h"
 #include "hold/disjoint_sets.h"
+#include "runtime/scratch_vector.h"
 
 namespace stiltforge::hold {
 
@@ -21,12 +22,13 @@ class EmptySpace {
 
   EmptySpace() { spaces_.add(); }
 
-  /// Takes the material of the next layer, bottom first; all have the same height.
-  void add(const RunRows& material);
+  /// Takes the material of the next layer, bottom first; all have the same height. `below` is that
+  /// of the last call.
+  void add(const RunRows& material, const RunRows& below);
 
-  /// The piece that holds this pixel of the layer below the one last added, none where there is
-  /// material or no such layer. Pieces that turn out to be one keep their numbers.
-  uint32_t below(int x, int y) const;
+  /// The piece that holds this pixel of the layer below the one last added, `below`, none where
+  /// there is material or no such layer. Pieces that turn out to be one keep their numbers.
+  uint32_t below(const RunRows& below, int x, int y) const;
 
   /// Whether the piece is cut off from outside by the layers so far, what lies above the last of
   /// them counted as outside.
@@ -36,21 +38,15 @@ class EmptySpace {
 
  private:
   // What lies left and right of a row's material reaches the border; only the gaps in between may
-  // not.
-  struct Layer {
-    std::vector<Run> extent;        // of each row's material; empty where there is none
-    Components gaps;                // between the runs of the rows
-    std::vector<uint32_t> spaceOf;  // by component
+  // not. A gap is named by the run on its right.
+  using SpaceOfGap = ScratchVector<uint32_t>;
 
-    bool isOpen(Run columns, std::size_t y) const {
-      return columns.begin < extent[y].begin || columns.end > extent[y].end;
-    }
-  };
+  void findSpaces(const RunRows& material, const RunRows& below);
 
   DisjointSets spaces_;  // 0 is outside
   bool isFirst_ = true;
-  Layer layer_;
-  Layer below_;
+  SpaceOfGap layer_;
+  SpaceOfGap below_;
   std::vector<uint8_t> outside_;
 };
 

@@ -13,6 +13,7 @@
 
 #include "hold/coverage.h"
 #include "hold/floating_bodies.h"
+#include "hold/gains.h"
 
 namespace stiltforge::hold {
 
@@ -127,7 +128,8 @@ class Finisher {
   }
 
   void keep(const Site& site, Reason reason, uint32_t analysed = FinishedPoint::none) {
-    near_.add(site.place);
+    const std::vector<uint32_t> reached = near_.add(site.place);
+    if (gains_) gains_->take(reached);
     far_.add(site.place);
     own_.add(site.place);
     kept_.add(site.place);
@@ -219,18 +221,16 @@ class Finisher {
     }
   }
 
-  // Takes the candidate that gains most, of equal ones the first, until none gains `least` pixels
-  // or isEnough(); only those that mayCome(). What a candidate gains only falls as others are
-  // taken, so that an earlier figure is a bound (M. Minoux, "Accelerated greedy algorithms for
-  // maximizing submodular set functions", 1978).
-  template <class MayCome, class IsEnough>
-  void takeGreedily(const Coverage& coverage, uint64_t least, MayCome&& mayCome,
-                    IsEnough&& isEnough) {
+  // Takes the candidate of the highest gainOf(), in pixels, of equal ones the first, until none
+  // gains `least` or isEnough(). What a candidate gains only falls as others are taken, so that an
+  // earlier figure is a bound (M. Minoux, "Accelerated greedy algorithms for maximizing submodular
+  // set functions", 1978).
+  template <class GainOf, class IsEnough>
+  void takeGreedily(uint64_t least, GainOf&& gainOf, IsEnough&& isEnough) {
     using Bound = std::pair<double, int64_t>;  // weight, and the negative number of the candidate
     std::priority_queue<Bound> bounds;
     const auto weigh = [&](std::size_t candidate) {
-      const Place* const place = mayCome(candidate) ? placeOf(candidate) : nullptr;
-      const uint64_t gain = place ? coverage.gainOf(*place) : 0;
+      const uint64_t gain = placeOf(candidate) != nullptr ? gainOf(candidate) : 0;
       if (gain < std::max<uint64_t>(least, 1)) return 0.0;
       return static_cast<double>(gain) * (isAnalysed(candidate) ? settings_.preference : 1);
     };
@@ -255,15 +255,22 @@ class Finisher {
     return static_cast<double>(reached) >= settings_.share * static_cast<double>(near_.pixels());
   }
   void cover() {
+    PointGrid candidates = gridOf(survey_, settings_.reach);
+    for (const Site& point : points()) candidates.add(point.place);
+    for (const OverhangSample& sample : samples()) candidates.add(sample.place);
+    gains_.emplace(survey_, candidates, near_, bodies_,
+                   [&](std::size_t candidate) { return placeOf(candidate) != nullptr; });
     takeGreedily(
-        near_, 1, [](std::size_t) { return true; },
+        1, [&](std::size_t candidate) { return gains_->of(candidate); },
         [&] { return isCovered(near_.reachedPixels()); });
+    gains_.reset();
   }
   void closeFarGaps() {
-    const auto standsInGap = [&](std::size_t candidate) {
-      return !isAnalysed(candidate) && far_.isOpen(candidate - points().size());
+    const auto gainOf = [&](std::size_t candidate) {
+      const bool isInGap = !isAnalysed(candidate) && far_.isOpen(candidate - points().size());
+      return isInGap ? far_.gainOf(*placeOf(candidate)) : 0;
     };
-    takeGreedily(far_, pixelsOf(settings_.leastGap), standsInGap, [] { return false; });
+    takeGreedily(pixelsOf(settings_.leastGap), gainOf, [] { return false; });
   }
   // Drops those of the points from that one on that mayGo() and without which enough is held, the
   // least loss first. What a point loses only grows as others go.
@@ -309,9 +316,10 @@ class Finisher {
     result_.points = std::move(points);
   }
   void keepStrength() {
-    takeGreedily(
-        own_, pixelsOf(settings_.leastOwnArea),
-        [&](std::size_t candidate) { return isAnalysed(candidate); }, [] { return false; });
+    const auto gainOf = [&](std::size_t candidate) {
+      return isAnalysed(candidate) ? own_.gainOf(*placeOf(candidate)) : 0;
+    };
+    takeGreedily(pixelsOf(settings_.leastOwnArea), gainOf, [] { return false; });
   }
 
   // The nearest kept point of the same body within reach, of equally near ones the first.
@@ -408,6 +416,7 @@ class Finisher {
   Coverage near_;
   Coverage far_;
   Coverage own_;
+  std::optional<Gains> gains_;   // of all candidates, while the overhang is covered
   std::vector<uint8_t> isOpen_;  // points of the analysis that may still be taken
   std::vector<std::optional<DropReason>> dropReason_;
   Finished result_;

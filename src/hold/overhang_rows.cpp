@@ -7,10 +7,13 @@ namespace stiltforge::hold {
 RunRows overhangBeyond(const Slice& slice, const RunRows& below) {
   RunRows beyond;
   BeyondReach reach(1.5);
-  for (int y = 0; y < slice.overhang.height(); ++y) {
+  const RowRange rows = slice.overhang.occupiedRows();
+  beyond.endRows(rows.begin);
+  for (int y = rows.begin; y < rows.end; ++y) {
     for (const Run& run : slice.overhang.row(y)) reach.find(run, y, below, beyond);
     beyond.endRow();
   }
+  beyond.endRows(slice.overhang.height() - rows.end);
   return beyond;
 }
 

@@ -18,10 +18,20 @@ PointGrid::PointGrid(const Scale& scale, double cellSize, uint16_t width, uint16
       cells_(static_cast<std::size_t>(columns_) * static_cast<std::size_t>(rows_)) {}
 
 void PointGrid::add(const Place& place) {
-  const auto row = static_cast<std::size_t>(cellOf(place.y, rows_));
-  const auto column = static_cast<std::size_t>(cellOf(place.x, columns_));
-  cells_[row * static_cast<std::size_t>(columns_) + column].push_back(
-      static_cast<uint32_t>(places_.size()));
+  std::vector<Block>& cell = cells_[cellAt(cellOf(place.y, rows_), cellOf(place.x, columns_))];
+  const Corner at{place.x, place.y, place.layer};
+  if (cell.empty() || cell.back().size == Block::room) {
+    cell.emplace_back();
+    cell.back().box = {at, at};
+  }
+  Block& block = cell.back();
+  Corner& low = block.box.low;
+  Corner& high = block.box.high;
+  low = {std::min(low.x, at.x), std::min(low.y, at.y), std::min(low.layer, at.layer)};
+  high = {std::max(high.x, at.x), std::max(high.y, at.y), std::max(high.layer, at.layer)};
+  block.at[block.size] = at;
+  block.point[block.size] = static_cast<uint32_t>(places_.size());
+  ++block.size;
   places_.push_back(place);
 }
 

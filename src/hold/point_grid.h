@@ -1,6 +1,7 @@
 #pragma once
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
@@ -36,23 +37,23 @@ class PointGrid {
   std::size_t size() const { return places_.size(); }
   const Place& operator[](uint32_t point) const { return places_[point]; }
 
-  /// Calls fn(point) for every point that may lie within `reach` mm of a pixel of columns
-  /// [begin, end) of the row: for all that do, and some more.
+  /// Calls fn(point) for every point within `reach` mm of a pixel of columns [begin, end) of the
+  /// row.
   template <class Fn>
   void forEachNear(Run run, int y, uint32_t layer, double reach, Fn&& fn) const {
     const double pixels = reach / scale_.pixelSize;
     const int left = cellOf(run.begin - pixels, columns_);
     const int right = cellOf(run.end + pixels, columns_);
     const int bottom = cellOf(y + pixels, rows_);
-    const double layers = reach / scale_.layerHeight + 1;
+    const Box searched{{run.begin, y, layer}, {run.end - 1, y, layer}};
     for (int row = cellOf(y - pixels, rows_); row <= bottom; ++row) {
       for (int column = left; column <= right; ++column) {
-        const std::vector<uint32_t>& cell =
-            cells_[static_cast<std::size_t>(row) * static_cast<std::size_t>(columns_) +
-                   static_cast<std::size_t>(column)];
-        for (const uint32_t point : cell) {
-          const int64_t apart = std::abs(int64_t{places_[point].layer} - layer);
-          if (static_cast<double>(apart) <= layers) fn(point);
+        for (const Block& block : cells_[cellAt(row, column)]) {
+          if (squaredDistance(searched, block.box) > reach * reach) continue;
+          for (std::size_t i = 0; i < block.size; ++i) {
+            const Corner& at = block.at[i];
+            if (squaredDistance(searched, {at, at}) <= reach * reach) fn(block.point[i]);
+          }
         }
       }
     }
@@ -69,6 +70,39 @@ class PointGrid {
   void findWithin(Run run, int y, uint32_t layer, double reach, std::vector<Run>& within) const;
 
  private:
+  struct Corner {
+    int32_t x = 0;
+    int32_t y = 0;
+    int64_t layer = 0;
+  };
+  // Both corners belong to it.
+  struct Box {
+    Corner low;
+    Corner high;
+  };
+  double squaredDistance(const Box& a, const Box& b) const {
+    const int64_t columns = std::max({b.low.x - a.high.x, a.low.x - b.high.x, 0});
+    const int64_t rows = std::max({b.low.y - a.high.y, a.low.y - b.high.y, 0});
+    const int64_t layers =
+        std::max({b.low.layer - a.high.layer, a.low.layer - b.high.layer, int64_t{0}});
+    return scale_.squared(columns, rows, layers);
+  }
+
+  // Some points of a cell that were added one after the other, and the box around them: what lies
+  // in other layers or rows is passed over at once.
+  struct Block {
+    static constexpr std::size_t room = 16;
+
+    Box box;
+    std::size_t size = 0;
+    std::array<Corner, room> at{};
+    std::array<uint32_t, room> point{};
+  };
+
+  std::size_t cellAt(int row, int column) const {
+    return static_cast<std::size_t>(row) * static_cast<std::size_t>(columns_) +
+           static_cast<std::size_t>(column);
+  }
   int cellOf(double pixels, int count) const {
     return static_cast<int>(std::clamp(pixels / cellPixels_, 0.0, count - 1.0));
   }
@@ -78,7 +112,7 @@ class PointGrid {
   int columns_;
   int rows_;
   std::vector<Place> places_;
-  std::vector<std::vector<uint32_t>> cells_;
+  std::vector<std::vector<Block>> cells_;
 };
 
 }  // namespace stiltforge::hold

@@ -10,19 +10,23 @@ SteepOverhang::SteepOverhang(uint32_t layers, double reach)
 
 void SteepOverhang::add(const RunRows& material, const RunRows& below, RunRows& overhang) {
   overhang.clear();
-  const bool isFirst = layer_ == 0;
-  for (int y = 0; y < material.height(); ++y) {
-    if (!isFirst) {
-      std::span<const Run> known = below.row(y);
-      for (const Run& run : material.row(y)) {
-        forEachUncovered(run, known, [&](int32_t begin, int32_t end) {
-          beyond_.find({static_cast<uint16_t>(begin), static_cast<uint16_t>(end)}, y, carrier_,
-                       overhang);
-        });
-      }
+  const RowRange rows = layer_ == 0 ? RowRange() : material.occupiedRows();
+  overhang.endRows(rows.begin);
+  for (int y = rows.begin; y < rows.end; ++y) {
+    if (beyond_.isWithinReach(material.row(y), y, carrier_)) {
+      overhang.endRow();
+      continue;
+    }
+    std::span<const Run> known = below.row(y);
+    for (const Run& run : material.row(y)) {
+      forEachUncovered(run, known, [&](int32_t begin, int32_t end) {
+        beyond_.find({static_cast<uint16_t>(begin), static_cast<uint16_t>(end)}, y, carrier_,
+                     overhang);
+      });
     }
     overhang.endRow();
   }
+  overhang.endRows(material.height() - rows.end);
   if (layer_++ % layers_ == 0) carrier_ = material;
 }
 

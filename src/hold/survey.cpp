@@ -80,7 +80,7 @@ void Survey::add(const Slice& slice) {
   below_ = std::move(regions_);
   regions_ = findComponents(slice.material, Contact::sidesAndCorners);
   tracks_.add(regions_, below_);
-  space_.add(slice.material);
+  space_.add(slice.material, below_.pixels);
   room_.add(slice.material);
   if (layerCount() > 0) {
     addIslands();
@@ -96,7 +96,7 @@ Place Survey::placeAt(int x, int y) const {
   place.layer = layerCount();
   place.x = static_cast<uint16_t>(x);
   place.y = static_cast<uint16_t>(y);
-  place.space = space_.below(x, y);
+  place.space = space_.below(below_.pixels, x, y);
   return place;
 }
 
@@ -151,9 +151,11 @@ void Survey::addIslands() {
 void Survey::addOverhang(const Slice& slice) {
   const RunRows beyond = overhangBeyond(slice, below_.pixels);
   RunRows roomy;
-  for (int y = 0; y < beyond.height(); ++y) {
+  const RowRange rows = beyond.occupiedRows();
+  for (int y = rows.begin; y < rows.end; ++y) {
     for (const Run& run : beyond.row(y)) {
-      OverhangRun stretch{space_.below(run.begin, y), static_cast<uint16_t>(y), 0, 0, false};
+      OverhangRun stretch{space_.below(below_.pixels, run.begin, y), static_cast<uint16_t>(y), 0, 0,
+                          false};
       const auto append = [&](int32_t begin, int32_t end, bool hasRoom) {
         if (begin >= end) return;
         stretch.begin = static_cast<uint16_t>(begin);
@@ -183,7 +185,9 @@ void Survey::addSamples(const Slice& slice) {
   steep_.add(slice.material, below_.pixels, steep);
   RunRows roomy;
   std::size_t pixel = 0;
-  for (int y = 0; y < steep.height(); ++y) {
+  const RowRange rows = steep.occupiedRows();
+  const RowRange hanging = slice.overhang.occupiedRows();
+  for (int y = std::min(rows.begin, hanging.begin); y < rows.end; ++y) {
     const std::span<const Run> spans = slice.overhang.row(y);
     if (steep.row(y).empty()) {
       for (const Run& span : spans) pixel += span.length();

@@ -51,6 +51,32 @@ TEST(RunRows, TellWhereARowBegins) {
   EXPECT_EQ(rows.rowStart(3), rows.runCount());
 }
 
+TEST(RunRows, EndSeveralRowsAtOnceTheOpenOneFirst) {
+  RunRows rows;
+  rows.endRows(0);
+  EXPECT_EQ(rows.height(), 0);
+  rows.add(1, 2);
+  rows.endRows(3);
+  EXPECT_EQ(rows.height(), 3);
+  EXPECT_EQ(rowOf(rows, 0), (Runs{{1, 2}}));
+  EXPECT_TRUE(rows.row(1).empty());
+  EXPECT_TRUE(rows.row(2).empty());
+}
+
+TEST(RunRows, TellWhichOfTheirRowsAreOccupied) {
+  RunRows rows;
+  EXPECT_EQ(rows.occupiedRows().end, 0);
+  rows.endRows(2);
+  EXPECT_EQ(rows.occupiedRows().end, 0) << "rows without a run";
+  rows.add(3, 4);
+  EXPECT_EQ(rows.occupiedRows().end, 0) << "a row that is not ended";
+  rows.endRows(2);
+  rows.add(5, 7);
+  rows.endRows(4);
+  EXPECT_EQ(rows.occupiedRows().begin, 2);
+  EXPECT_EQ(rows.occupiedRows().end, 5);
+}
+
 TEST(RunRows, ForgetTheirRows) {
   RunRows rows;
   rows.add(1, 2);

@@ -62,6 +62,19 @@ TEST(Samples, LieWhereASupportFitsIfItDoesAnywhereInTheirCell) {
   EXPECT_EQ(last.pixels, 4u);
 }
 
+TEST(Samples, CountWhatTheHostCallsSupportedAboveAndBelowWhatHangsOver) {
+  Part part;
+  part.addLayers(3, {"+........", ".........", "........."});
+  part.addLayer({"+++++++++", "+..######", "+++++++++"});
+  auto& blue = part.slices.back().blue;
+  blue.assign(blue.size(), 200);
+  blue.back() = 100;
+  const Survey survey = part.survey(sampled());
+  EXPECT_EQ(pixelsOf(survey), 7u + 6u + 9u);
+  EXPECT_EQ(survey.samples().back().place.x, 8);
+  EXPECT_EQ(survey.samples().back().place.y, 1);
+}
+
 TEST(Samples, OfSeparateRegionsStaySeparate) {
   Part part;
   part.addLayers(3, {"..."});

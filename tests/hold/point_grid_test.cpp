@@ -1,0 +1,48 @@
+#include "hold/point_grid.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <vector>
+
+#include "core/random.h"
+
+namespace stiltforge::hold {
+namespace {
+
+Place randomPlace(Random& random, uint32_t side, uint32_t layers) {
+  Place place;
+  place.layer = random.below(layers);
+  place.x = static_cast<uint16_t>(random.below(side));
+  place.y = static_cast<uint16_t>(random.below(side));
+  return place;
+}
+
+TEST(PointGridProperty, FindsAllPointsWithinReachOfARunOnce) {
+  Random random(91);
+  for (int i = 0; i < 300; ++i) {
+    const uint32_t side = 1 + random.below(60);
+    const uint32_t layers = 1 + random.below(40);
+    const Scale scale{0.05 * (1 + random.below(4)), 0.05 * (1 + random.below(4))};
+    PointGrid grid(scale, 0.2 * (1 + random.below(10)), static_cast<uint16_t>(side),
+                   static_cast<uint16_t>(side));
+    const uint32_t count = random.below(200);
+    for (uint32_t p = 0; p < count; ++p) grid.add(randomPlace(random, side, layers));
+    for (int search = 0; search < 20; ++search) {
+      const Place at = randomPlace(random, side, layers);
+      const stiltforge::Run run{at.x, static_cast<uint16_t>(at.x + 1 + random.below(side - at.x))};
+      const double reach = 0.1 * random.below(40);
+      std::vector<int> times(count, 0);
+      grid.forEachNear(run, at.y, at.layer, reach, [&](uint32_t point) { ++times[point]; });
+      for (uint32_t p = 0; p < count; ++p) {
+        Place nearest = at;
+        nearest.x = std::clamp(grid[p].x, run.begin, static_cast<uint16_t>(run.end - 1));
+        const bool isNear = scale.squaredDistance(nearest, grid[p]) <= reach * reach;
+        ASSERT_EQ(times[p], isNear ? 1 : 0) << "grid " << i << ", point " << p;
+      }
+    }
+  }
+}
+
+}  // namespace
+}  // namespace stiltforge::hold
