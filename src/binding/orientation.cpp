@@ -18,6 +18,7 @@
 #include "node_api/host_memory.h"
 #include "node_api/refusal.h"
 #include "node_api/value_maker.h"
+#include "node_api/work_listener.h"
 #include "orient/search.h"
 #include "print/setting_ranges.h"
 #include "print/turn.h"
@@ -60,8 +61,12 @@ const char* nameOf(orient::Origin origin) {
 class SearchJob : public Job {
  public:
   SearchJob(Napi::Env env, std::vector<float> positions, const orient::SearchSettings& settings,
-            std::shared_ptr<Watch> watch)
-      : Job(env), positions_(std::move(positions)), settings_(settings), watch_(std::move(watch)) {}
+            std::shared_ptr<Watch> watch, WorkListener listener)
+      : Job(env),
+        positions_(std::move(positions)),
+        settings_(settings),
+        watch_(std::move(watch)),
+        listener_(std::move(listener)) {}
 
  protected:
   void work() override {
@@ -71,6 +76,7 @@ class SearchJob : public Job {
           [this](std::size_t done, std::size_t total) {
             watch_->total = total;
             watch_->done = done;
+            listener_.tell(static_cast<double>(done), static_cast<double>(total));
           },
           &watch_->cancelled);
     } catch (const slicing::SlicingError& error) {
@@ -142,6 +148,7 @@ class SearchJob : public Job {
   std::vector<float> positions_;
   orient::SearchSettings settings_;
   std::shared_ptr<Watch> watch_;
+  WorkListener listener_;
   orient::SearchResult found_;
 };
 
@@ -222,9 +229,10 @@ Napi::Value startOrientation(const Napi::CallbackInfo& info) {
              "lift",           "criticalAngle", "inset",          "supportArea",   "minimumHeight",
              "minimumSpacing", "pointsWeight",  "overhangWeight", "islandsWeight", "heightWeight",
              "cupsWeight",     "marksWeight",   "keepClean",      "directions",    "listed",
-             "confirm",        "atOnce"});
+             "confirm",        "atOnce",        "listener"});
   const orient::SearchSettings settings = readSettings(env, options, info[0].As<Napi::Object>());
   auto watch = std::make_shared<Watch>();
+  WorkListener listener(info[0].As<Napi::Object>().Get("listener"));
   // Last, so that no getter can take the memory away between the check and the copy.
   const Napi::TypedArray given = options.floats("positions");
   std::unique_ptr<SearchJob> job;
@@ -232,7 +240,8 @@ Napi::Value startOrientation(const Napi::CallbackInfo& info) {
     const HostBytes host = HostBytes::ofView(given);
     const std::span<const float> numbers = host.as<float>();
     std::vector<float> positions(numbers.begin(), numbers.end());
-    job = std::make_unique<SearchJob>(env, std::move(positions), settings, watch);
+    job = std::make_unique<SearchJob>(env, std::move(positions), settings, watch,
+                                      std::move(listener));
   } catch (const std::bad_alloc&) {
     throw refusal(env, codes::memory,
                   "There is not enough memory for a copy of the mesh. Simplify it first.");

@@ -13,6 +13,19 @@ export {
   slopeRule,
   turnRule,
 } from './number_rules.js';
+export {
+  findOrientations,
+  type OrientationSearch,
+  orientedStl,
+} from './orient/find_orientations.js';
+export { type Direction, preferences, preferredWeight, sides } from './orient/preferred.js';
+export {
+  type OrientationRow,
+  orientationColumns,
+  orientationRows,
+  orientationsJson,
+  roundedTurn,
+} from './orient/ranking.js';
 export { pointsCsv, type SupportsDocument, supportsJson } from './output/documents.js';
 export { formatFiles, mergedFile } from './output/formats.js';
 export { packedPrint } from './output/packed_print.js';

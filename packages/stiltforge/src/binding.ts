@@ -85,6 +85,8 @@ export interface NativeOrientOptions
   heightWeight: number;
   cupsWeight: number;
   marksWeight: number;
+  /** Called where the search blocks the host, which can't ask for its progress then. */
+  listener?: (done: number, total: number) => void;
 }
 
 interface NativePoint {

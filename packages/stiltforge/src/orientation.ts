@@ -115,6 +115,7 @@ export async function orient(options: OrientOptions): Promise<OrientResult> {
     const names = Object.keys(defaultWeights).join(', ');
     throw new TypeError(`There is no weight "${stranger}"; the weights are ${names}.`);
   }
+  const tell = progress && telling(progress);
   const search = binding().startOrientation({
     ...rest,
     pointsWeight: given.points,
@@ -123,13 +124,9 @@ export async function orient(options: OrientOptions): Promise<OrientResult> {
     heightWeight: given.height,
     cupsWeight: given.cups,
     marksWeight: given.marks,
+    listener: tell,
   });
-  const looks =
-    progress &&
-    setInterval(() => {
-      const [done, total] = search.progress();
-      if (total > 0) progress(done, total);
-    }, millisecondsBetweenLooks);
+  const looks = tell && setInterval(() => tell(...search.progress()), millisecondsBetweenLooks);
   signal?.addEventListener('abort', search.cancel, { once: true });
   try {
     return await abortable(search.result, signal);
@@ -137,6 +134,17 @@ export async function orient(options: OrientOptions): Promise<OrientResult> {
     clearInterval(looks);
     signal?.removeEventListener('abort', search.cancel);
   }
+}
+
+/** Tells, about ten times a second at most, as soon as there is something to tell. */
+function telling(progress: (done: number, total: number) => void) {
+  let last = -Infinity;
+  return (done: number, total: number): void => {
+    const now = performance.now();
+    if (total === 0 || now - last < 0.9 * millisecondsBetweenLooks) return;
+    last = now;
+    progress(done, total);
+  };
 }
 
 /** A copy of the mesh, turned about the origin. Quarter turns are exact. Throws a TypeError or a RangeError. */

@@ -7,6 +7,7 @@ import { orient, turnedMesh } from 'stiltforge/orientation';
 import { buildScaffold } from 'stiltforge/scaffold';
 import * as slicing from 'stiltforge/slicing';
 import * as wasm from 'stiltforge/wasm';
+import { box } from './boxes.mjs';
 import { digest, names, readExpected, readStack } from './golden.mjs';
 import { parameters, rectangle, runsOf } from './harness.mjs';
 import { roadOf } from './road.mjs';
@@ -107,6 +108,26 @@ test('errors have the words and the code of the addon', async () => {
   for (const mistake of mistakes) {
     assert.deepEqual(await outcome(mistake, wasm), await outcome(mistake, native));
   }
+});
+
+test('a search of orientations tells how far it is, though nothing else of the host runs', async () => {
+  const positions = Float32Array.from(box([0, 0, 0], [5, 20, 30]));
+  const coarse = { pixelSize: 0.25, layerHeight: 0.25, directions: 300, confirm: false };
+  const told = [];
+  await wasm.orient({
+    ...{ positions, ...coarse },
+    progress: (done, total) => told.push([done, total]),
+  });
+  assert.ok(told.length > 0);
+  for (const [done, total] of told) assert.ok(done > 0 && done <= total, `${done} of ${total}`);
+
+  const stop = new AbortController();
+  const reason = new Error('enough');
+  const cancelled = wasm.orient({
+    ...{ positions, ...coarse, directions: 100_000, signal: stop.signal },
+    progress: () => stop.abort(reason),
+  });
+  await assert.rejects(cancelled, reason);
 });
 
 test('memory stays bounded: what slices and closed analyses took is given back', async () => {

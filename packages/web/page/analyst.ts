@@ -4,8 +4,12 @@ import type {
   FileFormat,
   Message,
   Order,
+  OrientationFormat,
+  OrientationWish,
+  PartFile,
   PartSettings,
   Progress,
+  Ranking,
 } from '../worker/protocol.js';
 import { embedded, embeddedText } from './embedded.js';
 
@@ -24,31 +28,86 @@ export class Failure extends Error {
 
 type AnswerTo<Name extends Answer['answer']> = Extract<Answer, { answer: Name }>;
 
-/** Analyses parts in a worker, one at a time. */
+/** What a person hears of work and ends it by. */
+export interface Watcher {
+  tell: (progress: Progress) => void;
+  signal: AbortSignal;
+}
+
+/** Analyses parts and looks for orientations, each in a worker of its own, one part at a time. */
 export class Analyst {
-  private readonly code = embeddedText('worker').then((text) =>
-    URL.createObjectURL(new Blob([text], { type: 'text/javascript' })),
-  );
-  private readonly core = embedded('core');
-  private readonly template = embeddedText('template');
-  /** The one that takes orders, and whether it has none of an earlier part's memory. */
-  private channel = this.hired();
-  private isFresh = true;
+  private readonly seat = new Seat();
+  private scout: Seat | undefined;
 
   /** Throws a Failure when the settings make no sense. */
   async check(settings: PartSettings): Promise<void> {
-    await this.ask<'done'>({ order: 'check', settings });
+    await this.seat.ask<'done'>({ order: 'check', settings });
   }
 
   /**
-   * Finds the supports of a mesh file. Throws a Failure; the signal ends it at once, with its reason.
+   * Finds the supports of a mesh or a print. Throws a Failure; the signal ends it at once, with its reason.
    */
-  async analyse(
-    name: string,
-    bytes: ArrayBuffer,
+  async analyse(file: PartFile, settings: PartSettings, watcher: Watcher): Promise<PackedPart> {
+    const order: Order = { order: 'analyse', file, settings };
+    return (await this.seat.work<'analysed'>(order, [file.bytes], watcher)).packed;
+  }
+
+  /** A file of the part that was analysed last. */
+  async save(format: FileFormat): Promise<AnswerTo<'saved'>> {
+    return this.seat.ask<'saved'>({ order: 'save', format });
+  }
+
+  /** Finds how a mesh should stand. Throws a Failure; the signal ends it at once, with its reason. */
+  async orient(
+    file: PartFile,
     settings: PartSettings,
-    { tell, signal }: { tell: (progress: Progress) => void; signal: AbortSignal },
-  ): Promise<PackedPart> {
+    wish: OrientationWish,
+    watcher: Watcher,
+  ): Promise<Ranking> {
+    this.scout ??= new Seat();
+    const order: Order = { order: 'orient', file, settings, wish };
+    return (await this.scout.work<'oriented'>(order, [file.bytes], watcher)).ranking;
+  }
+
+  /** A file of the orientations that were found last. */
+  async saveOriented(format: OrientationFormat): Promise<AnswerTo<'saved'>> {
+    this.scout ??= new Seat();
+    return this.scout.ask<'saved'>({ order: 'saveOriented', format });
+  }
+}
+
+/** What every worker is started with. */
+class Supplies {
+  readonly code = embeddedText('worker').then((text) =>
+    URL.createObjectURL(new Blob([text], { type: 'text/javascript' })),
+  );
+  readonly core = embedded('core');
+  readonly template = embeddedText('template');
+}
+
+let supplies: Supplies | undefined;
+
+/** A worker that takes orders, and another one in its place when it was dismissed. */
+class Seat {
+  private channel = this.hired();
+  /** Whether it has none of an earlier part's memory. */
+  private isFresh = true;
+
+  async ask<Name extends Answer['answer']>(
+    order: Order,
+    transferred: Transferable[] = [],
+    tell?: (progress: Progress) => void,
+  ): Promise<AnswerTo<Name>> {
+    const { channel } = this;
+    return (await (await channel).ask(order, transferred, tell)) as AnswerTo<Name>;
+  }
+
+  /** The same of work on a part, which a person may end. */
+  async work<Name extends Answer['answer']>(
+    order: Order,
+    transferred: Transferable[],
+    { tell, signal }: Watcher,
+  ): Promise<AnswerTo<Name>> {
     // What a part took of memory goes with its worker.
     if (!this.isFresh) this.dismiss();
     this.isFresh = false;
@@ -56,28 +115,13 @@ export class Analyst {
     const stop = (): void => this.dismiss(signal.reason);
     signal.addEventListener('abort', stop, { once: true });
     try {
-      const order: Order = { order: 'analyse', name, bytes, settings };
-      return (await this.ask<'analysed'>(order, [bytes], tell)).packed;
+      return await this.ask<Name>(order, transferred, tell);
     } catch (error) {
       if (error instanceof Failure && !error.isMendable) this.dismiss();
       throw error;
     } finally {
       signal.removeEventListener('abort', stop);
     }
-  }
-
-  /** A file of the part that was analysed last. */
-  async save(format: FileFormat): Promise<AnswerTo<'saved'>> {
-    return this.ask<'saved'>({ order: 'save', format });
-  }
-
-  private async ask<Name extends Answer['answer']>(
-    order: Order,
-    transferred: Transferable[] = [],
-    tell?: (progress: Progress) => void,
-  ): Promise<AnswerTo<Name>> {
-    const { channel } = this;
-    return (await (await channel).ask(order, transferred, tell)) as AnswerTo<Name>;
   }
 
   private dismiss(reason: unknown = new Failure('This part gave way to another one.', true)): void {
@@ -91,20 +135,21 @@ export class Analyst {
   }
 
   private hired(): Promise<Channel> {
-    const hired = this.hire();
+    const hired = hire();
     // Told when it is asked for something.
     hired.catch(() => {});
     return hired;
   }
+}
 
-  private async hire(): Promise<Channel> {
-    const channel = new Channel(new Worker(await this.code));
-    const core = (await this.core).slice(0);
-    const template = await this.template;
-    // Whether this failed is told with what is asked next.
-    channel.ask({ order: 'start', core, template }, [core]).catch(() => {});
-    return channel;
-  }
+async function hire(): Promise<Channel> {
+  supplies ??= new Supplies();
+  const channel = new Channel(new Worker(await supplies.code));
+  const core = (await supplies.core).slice(0);
+  const template = await supplies.template;
+  // Whether this failed is told with what is asked next.
+  channel.ask({ order: 'start', core, template }, [core]).catch(() => {});
+  return channel;
 }
 
 /** A worker that answers one order after the other. */

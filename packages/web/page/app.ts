@@ -4,9 +4,10 @@ import { themeIcon } from '../../viewer/page/panels/head.js';
 import type { ThemeChoice } from '../../viewer/page/theme.js';
 import { mountViewer } from '../../viewer/page/viewer.js';
 import { counted } from '../../viewer/page/words.js';
-import type { FileFormat } from '../worker/protocol.js';
-import { Analyst, Failure } from './analyst.js';
+import type { OrientationWish, PartSettings, RankedTurn, Ranking } from '../worker/protocol.js';
+import { Analyst, Failure, type Watcher } from './analyst.js';
 import { Notice } from './notice.js';
+import { OrientationDialog } from './orientation/orientation_dialog.js';
 import { bytesOf, oneFile } from './part_file.js';
 import { type PlainWords, plainWords } from './plain_words.js';
 import { resultBar } from './result_bar.js';
@@ -15,6 +16,8 @@ import { SettingsForm } from './settings/settings_form.js';
 import { PartPanel } from './start_screen.js';
 
 const title = document.title;
+
+const noTurn = [0, 0, 0] as const;
 
 /** The page: a part and settings go in, what the analysis found comes out. */
 export class App {
@@ -31,10 +34,13 @@ export class App {
   private readonly start: HTMLElement;
   private readonly formPlace = element('div', { class: 'form-place' });
   private readonly dialog: HTMLDialogElement;
+  private readonly orientation: OrientationDialog;
   private readonly dialogPlace = element('div', { class: 'form-place' });
   /** What is shown of the part that was analysed last. */
   private result: { element: HTMLElement; unmount: () => void } | undefined;
   private file: File | undefined;
+  /** Counts the files that were taken. */
+  private fileNumber = 0;
   private working: AbortController | undefined;
 
   constructor(
@@ -45,8 +51,15 @@ export class App {
     const again = (): void => this.analyseAgain();
     this.panel = new PartPanel({ choose, again, cancel: () => this.working?.abort() });
     this.dialog = this.settingsDialog(again);
+    this.orientation = new OrientationDialog({
+      search: (wish, watcher) => this.searchOrientation(wish, watcher),
+      take: (turn, scale) => this.turnPart(turn, scale),
+      save: (format, name, notice) =>
+        this.save(name, notice, () => this.analyst.saveOriented(format)),
+      wordsOf,
+    });
     this.start = this.startScreen();
-    root.append(this.start, this.dialog, this.chooser, this.status);
+    root.append(this.start, this.dialog, this.orientation.element, this.chooser, this.status);
     this.formPlace.append(this.form.element);
     this.chooser.addEventListener('change', () => {
       if (this.chooser.files?.length) this.take(this.chooser.files);
@@ -132,6 +145,7 @@ export class App {
 
   private take(files: FileList | null | undefined): void {
     this.file = undefined;
+    this.fileNumber++;
     try {
       this.file = oneFile(files);
     } catch (error) {
@@ -165,7 +179,7 @@ export class App {
     let packed: PackedPart;
     try {
       const bytes = await bytesOf(file);
-      packed = await this.analyst.analyse(file.name, bytes, settings, {
+      packed = await this.analyst.analyse({ name: file.name, bytes }, settings, {
         tell: (progress) => this.panel.tell(progress),
         signal,
       });
@@ -233,7 +247,8 @@ export class App {
   }
 
   private showStart(): void {
-    if (this.dialog.open) this.dialog.close();
+    this.dialog.close();
+    this.orientation.element.close();
     this.result?.unmount();
     this.result?.element.remove();
     this.result = undefined;
@@ -251,11 +266,9 @@ export class App {
     const notice = new Notice();
     const bar = resultBar(model.mesh !== undefined, {
       choose: () => this.chooser.click(),
-      openSettings: () => {
-        this.dialogPlace.append(this.form.element);
-        this.dialog.showModal();
-      },
-      save: (format, name) => this.save(format, name, model.file, notice),
+      openSettings: () => this.openSettings(),
+      openOrientation: () => this.openOrientation(),
+      save: (format, name) => this.save(name, notice, () => this.analyst.save(format)),
     });
     const shown = element('div', { class: 'result' }, bar, notice.element, viewer);
     this.root.prepend(shown);
@@ -264,28 +277,65 @@ export class App {
     this.status.textContent = `${model.file}: ${counted(supports.length, 'support point')}`;
   }
 
+  private openSettings(): void {
+    this.dialogPlace.append(this.form.element);
+    this.dialog.showModal();
+  }
+
+  private openOrientation(): void {
+    const settings = this.form.read();
+    if (settings === undefined) {
+      this.openSettings();
+      this.form.focusWrong();
+      return;
+    }
+    this.orientation.open(this.orientationSubject(settings), settings.placement.rotate ?? noTurn);
+  }
+
+  /** A name for what orientations depend on: how the part is turned is none of it, but its size is. */
+  private orientationSubject({ placement, print, support }: PartSettings): string {
+    const { rotate, ...rest } = placement;
+    const turn = rest.height === undefined ? undefined : rotate;
+    return JSON.stringify({ file: this.fileNumber, rest, turn, print, support });
+  }
+
+  private async searchOrientation(wish: OrientationWish, watcher: Watcher): Promise<Ranking> {
+    const { file } = this;
+    const settings = this.form.read();
+    if (file === undefined || settings === undefined) throw new Error('there is no part');
+    const bytes = await bytesOf(file);
+    return this.analyst.orient({ name: file.name, bytes }, settings, wish, watcher);
+  }
+
+  private turnPart(turn: RankedTurn['turn'], scale: number | undefined): void {
+    this.form.turn(turn, scale);
+    const settings = this.form.read();
+    if (settings !== undefined) this.orientation.subject = this.orientationSubject(settings);
+    this.analyseAgain();
+  }
+
+  /** Hands the file that `make` gives to the browser; what is to be said of it goes to `notice`. */
   private async save(
-    format: FileFormat,
     name: string,
-    part: string,
     notice: Notice,
+    make: () => Promise<{ file: Blob; warnings: readonly string[] }>,
   ): Promise<void> {
     notice.clear();
     this.status.textContent = `Preparing ${name}`;
     try {
-      const { file, warnings } = await this.analyst.save(format);
-      saveFile(file, `${part.replace(/\.[^.]*$/, '')}-${name}`);
+      const { file, warnings } = await make();
+      saveFile(file, `${this.file?.name.replace(/\.[^.]*$/, '')}-${name}`);
       this.status.textContent = `${name} is saved`;
-      if (warnings.length > 0) {
-        notice.tell(
-          'warning',
-          warnings.map((warning) => plainWords(warning).sentence),
-        );
-      }
+      const sentences = warnings.map((warning) => plainWords(warning).sentence);
+      if (sentences.length > 0) notice.tell('warning', sentences);
     } catch (error) {
-      const why = error instanceof Failure ? plainWords(error.message).sentence : String(error);
       this.status.textContent = '';
-      notice.tell('fault', [`${name} could not be made. ${why}`]);
+      notice.tell('fault', [`${name} could not be made. ${wordsOf(error)}`]);
     }
   }
+}
+
+/** Of what failed, for a person. */
+function wordsOf(error: unknown): string {
+  return error instanceof Failure ? plainWords(error.message).sentence : String(error);
 }

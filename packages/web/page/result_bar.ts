@@ -34,6 +34,7 @@ const files: readonly SavedFile[] = [
 export interface BarActions {
   choose(): void;
   openSettings(): void;
+  openOrientation(): void;
   save(format: FileFormat, name: string): Promise<void>;
 }
 
@@ -43,7 +44,7 @@ export interface BarActions {
  */
 export function resultBar(
   hasMesh: boolean,
-  { choose, openSettings, save }: BarActions,
+  { choose, openSettings, openOrientation, save }: BarActions,
 ): HTMLElement {
   const given = files.filter(({ needsMesh }) => hasMesh || !needsMesh);
   const saving = given.map(({ format, name, purpose }) => {
@@ -66,6 +67,7 @@ export function resultBar(
       { class: 'tools' },
       button('Another part', 'Choose another file, or drop one', choose),
       button('Settings', 'Change the settings and analyse it again', openSettings),
+      hasMesh && button('Orientation', 'Find which way the part should stand', openOrientation),
     ),
     element(
       'div',

@@ -10,8 +10,8 @@ export interface StartActions {
 }
 
 /** How much of the time each step takes, about. */
-const weights = { reading: 0.05, layers: 0.7, packing: 0.25 } as const;
-const before = { reading: 0, layers: 0.05, packing: 0.75 } as const;
+const weights = { layers: 0.7, packing: 0.25 } as const;
+const before = { layers: 0.05, packing: 0.75 } as const;
 
 /** Where a part is dropped, and where it is told how far its analysis is or why there is none. */
 export class PartPanel {
@@ -63,13 +63,12 @@ export class PartPanel {
     return cancel;
   }
 
-  tell({ step, share, layers }: Progress): void {
-    if (step !== 'reading') this.bar.value = before[step] + weights[step] * share;
-    this.step.textContent = {
-      reading: 'Reading the file',
-      layers: `Layer ${countText(Math.round(share * layers))} of ${countText(layers)}`,
-      packing: 'Preparing the pictures',
-    }[step];
+  tell(progress: Progress): void {
+    const { step, share } = progress;
+    if (step === 'layers' || step === 'packing') {
+      this.bar.value = before[step] + weights[step] * share;
+    }
+    this.step.textContent = stepText(progress);
   }
 
   /** A part could not be analysed. `trace`: of a mistake of the program. */
@@ -115,6 +114,17 @@ export class PartPanel {
     this.element.dataset.state = state;
     this.element.replaceChildren(...children.filter((child) => child !== false));
   }
+}
+
+/** What is under way, in words. */
+export function stepText({ step, share, total }: Progress): string {
+  const ofAll = `${countText(Math.round(share * total))} of ${countText(total)}`;
+  return {
+    reading: 'Reading the file',
+    layers: `Layer ${ofAll}`,
+    packing: 'Preparing the pictures',
+    orientations: `Orientation ${ofAll}`,
+  }[step];
 }
 
 /** A part on its supports. */

@@ -8,6 +8,7 @@ import { binaryStl, obj, table, threeMf } from '../../cli/test/meshes.mjs';
 import { goo, nanoDlp, sl1 } from '../../cli/test/prints.mjs';
 import { rabbit } from './rabbit.mjs';
 import {
+  assertAccessible,
   give,
   openStiltforge,
   resultShown,
@@ -110,6 +111,56 @@ test('the same supports as geometry, and the part with them', { skip }, async (t
     const { bytes } = await saved(page, file);
     assert.ok(bytes.equals(await readFile(join(folder, 'out', file))), `${file} is another one`);
   }
+  assert.deepEqual(complaints, []);
+});
+
+test('the same orientations, and the part turned by one of them', { skip }, async (t) => {
+  const [name, content] = ['table.stl', binaryStl(table())];
+  const { folder } = temporaryFile(t, name, content);
+  const coarse = ['--pixel-size', '0.2', '--layer-height', '0.2', '--no-pictures'];
+  const command = async (...words) => {
+    const run = await stiltforge([...words, ...coarse, '-q'], { cwd: folder });
+    assert.equal(run.code, 0, run.err);
+  };
+  const wishes = ['--prefer', 'low', '--keep-clean', 'top'];
+  await command('orient', name, '--height', '9', ...wishes, '--out', 'out');
+
+  const { page, complaints } = await openStiltforge(t);
+  await fill('Height', '9')(page);
+  await fill('Pixel size', '0.2')(page);
+  await fill('Layer height', '0.2')(page);
+  await give(page, name, content);
+  await resultShown(page, name);
+  await page.getByRole('button', { name: 'Orientation' }).click();
+  await choose('Prefer', 'low')(page);
+  await choose('Side to keep clean', 'top')(page);
+  await page.getByRole('button', { name: 'Search' }).click();
+  await page.getByText(/orientations tried$/).waitFor();
+  await assertAccessible(page, 'orientations');
+  for (const file of ['oriented.stl', 'orientations.json']) {
+    const { bytes } = await saved(page, file);
+    assert.ok(bytes.equals(await readFile(join(folder, 'out', file))), `${file} is another one`);
+  }
+
+  await page.getByRole('row', { name: /^2 / }).getByRole('button').click();
+  await page.getByRole('dialog').waitFor({ state: 'hidden' });
+  await resultShown(page, name);
+  await page.getByRole('button', { name: 'Orientation' }).click();
+  await page.getByRole('row', { name: /^2 / }).getByText('Stands so').waitFor();
+  await page.keyboard.press('Escape');
+  await page.getByRole('button', { name: 'Settings', exact: true }).click();
+  const setting = (label) => page.getByLabel(label, { exact: true }).inputValue();
+  const turn = [];
+  for (const axis of 'xyz') turn.push((await setting(`Turn about ${axis}`)) || '0');
+  assert.equal(await setting('Height'), '');
+  assert.equal(await setting('Scale'), '2');
+  const { best } = JSON.parse(await readFile(join(folder, 'out', 'orientations.json'), 'utf8'));
+  const rounded = best[1].turn.map((degrees) => String(Number(degrees.toFixed(3))));
+  assert.deepEqual(turn, rounded);
+  await page.keyboard.press('Escape');
+  await command(name, '--rotate', turn.join(), '--scale', '2', '--out', 'turned');
+  const { bytes } = await saved(page, 'points.csv');
+  assert.ok(bytes.equals(await readFile(join(folder, 'turned', 'points.csv'))));
   assert.deepEqual(complaints, []);
 });
 

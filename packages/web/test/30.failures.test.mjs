@@ -124,6 +124,28 @@ test('what is not all right with supports as geometry is told when they are save
   await sentence.waitFor({ state: 'hidden' });
 });
 
+test('a search of orientations can be cancelled, and the part is still there', {
+  skip,
+}, async (t) => {
+  const { page } = await openStiltforge(t);
+  await give(page, 'table.stl', tableStl);
+  await resultShown(page, 'table.stl');
+  const orientation = page.getByRole('button', { name: 'Orientation' });
+  await orientation.click();
+  const search = page.getByRole('button', { name: 'Search' });
+  await search.click();
+  await page.getByText(/^Orientation [1-9]/).waitFor();
+  await page.getByRole('button', { name: 'Cancel' }).click();
+  await page.getByText('Cancelled').waitFor();
+  // Closing the dialog ends it, too.
+  await search.click();
+  await page.keyboard.press('Escape');
+  await orientation.click();
+  await page.getByText('Cancelled').waitFor();
+  await page.keyboard.press('Escape');
+  assert.match(String((await saved(page, 'points.csv')).bytes), /^x_mm,/);
+});
+
 test('a part whose layers are cut already is not moved', { skip }, async (t) => {
   const { page } = await openStiltforge(t);
   await page.getByLabel('Height', { exact: true }).fill('10');

@@ -21,7 +21,7 @@ import {
 } from 'stiltforge-cli/part';
 import type { PackedPart } from 'stiltforge-viewer';
 import { requireAsItIs } from './print_settings.js';
-import type { PartSettings, Progress } from './protocol.js';
+import type { PartFile, PartSettings, Progress } from './protocol.js';
 
 export interface AnalysedPart {
   part: SupportedPart | SupportedPrint;
@@ -30,12 +30,7 @@ export interface AnalysedPart {
   built: () => Promise<BuiltPart>;
 }
 
-interface PartFile {
-  name: string;
-  bytes: ArrayBuffer;
-}
-
-type Teller = (progress: Progress) => void;
+export type Teller = (progress: Progress) => void;
 
 /** The road of the command with --report, from the bytes of a file. Throws as its steps do. */
 export async function analysedPart(
@@ -45,7 +40,7 @@ export async function analysedPart(
   tell: Teller,
 ): Promise<AnalysedPart> {
   try {
-    tell({ step: 'reading', share: 0, layers: 0 });
+    tell({ step: 'reading', share: 0, total: 0 });
     const road = isPrinterFile(file.bytes, file.name) ? analysedPrint : analysedMesh;
     return await road(file, settings, host, tell);
   } catch (error) {
@@ -93,9 +88,9 @@ async function analysedPrint(
   return { part, packed: await packedPrint(prepared, part, steps.packing), built };
 }
 
-function stepsOf(layers: number, tell: Teller) {
+function stepsOf(total: number, tell: Teller) {
   return {
-    layers: (done: number): void => tell({ step: 'layers', share: done / layers, layers }),
-    packing: (share: number): void => tell({ step: 'packing', share, layers }),
+    layers: (done: number): void => tell({ step: 'layers', share: done / total, total }),
+    packing: (share: number): void => tell({ step: 'packing', share, total }),
   };
 }

@@ -2,6 +2,7 @@ import { checkScaffold, checkSettings, type Host, messageOf, UserError } from 's
 import { type AnalysedPart, analysedPart } from './analysed_part.js';
 import { mostMemory, startCore } from './core.js';
 import { fileOf } from './files.js';
+import { type OrientedPart, orientedPart } from './oriented_part.js';
 import type { Answer, Message, Order, PartSettings, Progress } from './protocol.js';
 
 /** Milliseconds between two words of progress. */
@@ -13,6 +14,7 @@ let template = '';
 let started: Promise<void> = Promise.reject(new Error('the worker was not started'));
 started.catch(() => {});
 let analysed: AnalysedPart | undefined;
+let oriented: OrientedPart | undefined;
 
 function say(message: Message): void {
   postMessage(message);
@@ -46,11 +48,18 @@ async function answerTo(order: Order): Promise<Answer> {
       return { answer: 'done' };
     case 'analyse':
       check(order.settings);
-      analysed = await analysedPart(order, order.settings, host, teller());
+      analysed = await analysedPart(order.file, order.settings, host, teller());
       return { answer: 'analysed', packed: analysed.packed };
     case 'save':
       if (analysed === undefined) throw new Error('nothing was analysed yet');
       return { answer: 'saved', ...(await fileOf(analysed, order.format, template)) };
+    case 'orient':
+      check(order.settings);
+      oriented = await orientedPart(order.file, order.settings, order.wish, host, teller());
+      return { answer: 'oriented', ranking: oriented.ranking };
+    case 'saveOriented':
+      if (oriented === undefined) throw new Error('no orientations were found yet');
+      return { answer: 'saved', file: oriented.fileOf(order.format), warnings: [] };
   }
 }
 

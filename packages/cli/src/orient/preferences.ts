@@ -1,19 +1,8 @@
 import { InvalidArgumentError } from 'commander';
 import { defaultWeights, type OrientationWeights } from 'stiltforge/orientation';
 import { threeNumbers } from '../option_values.js';
+import { type Direction, preferences, preferredWeight, sides } from './preferred.js';
 
-/** What a person may prefer, and the measure that then weighs more. */
-export const preferences: Readonly<Record<string, keyof OrientationWeights>> = {
-  'few-points': 'points',
-  'little-overhang': 'overhang',
-  'few-islands': 'islands',
-  low: 'height',
-  'no-cups': 'cups',
-  clean: 'marks',
-};
-
-/** How many times more a preference weighs than it does by itself. */
-const emphasis = 10;
 const mostWeight = 1e6;
 
 /** "few-points,low" or "few-points=3,low=1": a number is the weight itself. */
@@ -27,7 +16,7 @@ export function weightsFrom(text: string, earlier?: OrientationWeights): Orienta
       throw new InvalidArgumentError(`There is no preference "${name}"; there are ${names}.`);
     }
     weights[measure] =
-      number === undefined ? emphasis * defaultWeights[measure] : weightFrom(name, number.trim());
+      number === undefined ? preferredWeight(measure) : weightFrom(name, number.trim());
   }
   return weights;
 }
@@ -40,15 +29,8 @@ function weightFrom(name: string, text: string): number {
   );
 }
 
-type Direction = [x: number, y: number, z: number];
-
-const sides: Readonly<Record<string, Direction>> = {
-  front: [0, -1, 0],
-  back: [0, 1, 0],
-  left: [-1, 0, 0],
-  right: [1, 0, 0],
-  top: [0, 0, 1],
-  bottom: [0, 0, -1],
+const sidesAndAxes: Readonly<Record<string, Direction>> = {
+  ...sides,
   '+x': [1, 0, 0],
   '-x': [-1, 0, 0],
   '+y': [0, 1, 0],
@@ -60,10 +42,10 @@ const sides: Readonly<Record<string, Direction>> = {
 /** The direction that a side faces: its name, an axis, or three numbers. */
 export function directionFrom(text: string): Direction {
   const name = text.trim().toLowerCase();
-  if (Object.hasOwn(sides, name)) return sides[name];
+  if (Object.hasOwn(sidesAndAxes, name)) return sidesAndAxes[name];
   const direction = threeNumbers(text);
   if (direction?.some((value) => value !== 0)) return direction;
   throw new InvalidArgumentError(
-    `It must be a side (${Object.keys(sides).join(', ')}) or a direction like 0,-1,0.5.`,
+    `It must be a side (${Object.keys(sidesAndAxes).join(', ')}) or a direction like 0,-1,0.5.`,
   );
 }

@@ -1,6 +1,6 @@
-import { basename } from 'node:path';
-import type { Orientation, OrientationMeasures, OrientResult } from 'stiltforge/orientation';
+import type { OrientResult } from 'stiltforge/orientation';
 import { countText, durationText, rateText } from '../wording.js';
+import { orientationColumns, orientationRows, turnText } from './ranking.js';
 
 /** What the command found, for people and for files. */
 export interface OrientReport {
@@ -17,49 +17,6 @@ export interface OrientReport {
   files: readonly string[];
 }
 
-interface Column {
-  title: string;
-  text(measures: OrientationMeasures): string;
-  value(measures: OrientationMeasures): number;
-}
-
-const columns: Column[] = [
-  { title: 'supports', value: (m) => m.points, text: (m) => countText(m.points) },
-  { title: 'overhang mm2', value: (m) => m.overhang, text: (m) => rounded(m.overhang) },
-  { title: 'islands', value: (m) => m.islands, text: (m) => countText(m.islands) },
-  { title: 'height mm', value: (m) => m.height, text: (m) => m.height.toFixed(1) },
-  { title: 'cups mm3', value: (m) => m.cups, text: (m) => rounded(m.cups) },
-];
-
-const marks: Column = {
-  title: 'marked mm2',
-  value: (m) => m.marks,
-  text: (m) => rounded(m.marks),
-};
-
-const origins: Record<Orientation['origin'], string> = {
-  asItIs: 'as it is',
-  flatSide: 'on a flat side',
-  spread: 'tilted',
-  nearby: 'tilted',
-};
-
-function rounded(value: number): string {
-  return countText(Math.round(value));
-}
-
-/** "-43 %"; nothing where what it is compared with shows as 0. */
-function gain(now: number, before: number, shownBefore: string): string {
-  if (Number(shownBefore) === 0) return '';
-  const percent = Math.round(100 * (now / before - 1));
-  return percent > 0 ? `+${countText(percent)} %` : `${percent} %`;
-}
-
-/** Degrees as `--rotate` takes them. */
-export function turnText({ turn }: Orientation): string {
-  return turn.map((degrees) => String(Number(degrees.toFixed(3)))).join(',');
-}
-
 export function tableText({
   name,
   result,
@@ -68,28 +25,16 @@ export function tableText({
   folder,
   files,
 }: OrientReport): string {
-  const { asItIs, best, tried } = result;
-  const shown = hasCleanSide ? [...columns, marks] : columns;
-  const row = (title: string, orientation: Orientation, before?: Orientation): string[] => [
-    title,
-    origins[orientation.origin],
-    turnText(orientation),
-    ...shown.flatMap(({ text, value }) => [
-      text(orientation.measures),
-      before === undefined
-        ? ''
-        : gain(value(orientation.measures), value(before.measures), text(before.measures)),
-    ]),
-    orientation.cost.toFixed(2),
-    before === undefined ? '' : gain(orientation.cost, before.cost, before.cost.toFixed(2)),
-  ];
-  const heading = ['', '', '--rotate', ...shown.flatMap(({ title }) => [title, '']), 'cost', ''];
+  const { asItIs, tried } = result;
+  const titles = orientationColumns(hasCleanSide).flatMap(({ title }) => [title, '']);
   const rows = [
-    heading,
-    ...(asItIs === undefined ? [] : [row('file', asItIs)]),
-    ...best.map((orientation, i) =>
-      row(String(i + 1), orientation, orientation.origin === 'asItIs' ? undefined : asItIs),
-    ),
+    ['', '', '--rotate', ...titles],
+    ...orientationRows(result, hasCleanSide).map(({ rank, origin, orientation, figures }) => [
+      rank === undefined ? 'file' : String(rank),
+      origin,
+      turnText(orientation),
+      ...figures.flatMap(({ text, gain }) => [text, gain]),
+    ]),
   ];
   const lines = [
     `${name}: ${countText(tried)} orientations tried in ${durationText(seconds)} ` +
@@ -122,18 +67,4 @@ function aligned(rows: readonly string[][]): string[] {
       .join('')
       .trimEnd(),
   );
-}
-
-/** Everything, for machines: what --json prints, and orientations.json. The same for the same part. */
-export function orientationsJson(name: string, result: OrientResult, generator: string): string {
-  const { asItIs, best, tried, pixelSize, layerHeight } = result;
-  const document = {
-    schemaVersion: 1,
-    generator,
-    model: { file: basename(name) },
-    search: { tried, pixelSize, layerHeight },
-    asItIs: asItIs ?? null,
-    best,
-  };
-  return `${JSON.stringify(document, null, 2)}\n`;
 }

@@ -1,10 +1,14 @@
 import { type PartOptions, resins, screens, units } from 'stiltforge-cli/part';
 import { element } from '../../../viewer/page/dom.js';
 import type { PartSettings } from '../../worker/protocol.js';
+import { choice } from './choice.js';
 import { type FieldName, fields } from './fields.js';
 import { NumberInput } from './number_input.js';
 
 const own = 'own';
+
+/** Of a scale that follows from a height: more than a print can tell. */
+const scaleDigits = 7;
 
 /** The settings, as a person types them. */
 export class SettingsForm {
@@ -161,6 +165,17 @@ export class SettingsForm {
     };
   }
 
+  /** Turns the part; its height stands in the way where it has a scale instead. */
+  turn(turn: readonly [x: number, y: number, z: number], scale: number | undefined): void {
+    const { turnX, turnY, turnZ, height, scale: scaling } = this.numbers;
+    [turnX, turnY, turnZ].forEach((number, axis) => {
+      number.set(turn[axis] === 0 ? undefined : turn[axis]);
+    });
+    if (scale === undefined) return;
+    height.set(undefined);
+    scaling.set(Number(scale.toPrecision(scaleDigits)));
+  }
+
   /** Says beside the setting that the command gives by `option` what is wrong with it. */
   tell(option: string, sentence: string): void {
     const input = Object.values(this.numbers).find(({ field }) => field.option === option);
@@ -237,25 +252,4 @@ function group(name: string, ...children: HTMLElement[]): HTMLElement {
 
 function more(name: string, ...children: HTMLElement[]): HTMLElement {
   return element('details', {}, element('summary', { text: name }), ...children);
-}
-
-interface Choice {
-  element: HTMLElement;
-  select: HTMLSelectElement;
-}
-
-function choice(label: string, options: [value: string, text: string][]): Choice {
-  const id = `setting-${label.toLowerCase().replace(/\W+/g, '-')}`;
-  const select = element(
-    'select',
-    { attributes: { id } },
-    ...options.map(([value, text]) => element('option', { text, attributes: { value } })),
-  );
-  const field = element(
-    'div',
-    { class: 'field' },
-    element('label', { text: label, attributes: { for: id } }),
-    select,
-  );
-  return { element: field, select };
 }
