@@ -8,7 +8,13 @@ import { test } from 'node:test';
 import { fileURLToPath } from 'node:url';
 import { libraries, libraryFaults, makersVersion } from '../scripts/libraries/sources.mjs';
 import { faultsOf } from '../scripts/prebuild/check_binary.mjs';
-import { missingFiles, oddFiles, versionFaults } from '../scripts/prebuild/release_rules.mjs';
+import {
+  changelogFaults,
+  missingFiles,
+  oddFiles,
+  recordFaults,
+  versionFaults,
+} from '../scripts/prebuild/release_rules.mjs';
 import { targets, targetsNamed } from '../scripts/prebuild/targets.mjs';
 
 const root = fileURLToPath(new URL('..', import.meta.url));
@@ -35,6 +41,36 @@ test('another version of a package, of what it asks for or of the library is a f
     'stiltforge-cli asks for stiltforge ^1.2.3, not 1.2.3',
     'CMakeLists.txt has the version 1.2.0, not 1.2.3',
   ]);
+});
+
+test('a changelog is ready when its newest section has the version', () => {
+  assert.deepEqual(changelogFaults('# Changelog\n\n## 1.2.3\n\n## 1.2.2\n', '1.2.3'), []);
+  assert.deepEqual(changelogFaults('## Unreleased\n', '1.2.3'), [
+    'there is a section "Unreleased": give it the heading "## 1.2.3"',
+  ]);
+  assert.deepEqual(changelogFaults('## 1.2.2\n', '1.2.3'), ['there is no heading "## 1.2.3"']);
+});
+
+test('binaries are ready that were checked, run and built twice, of these very sources', () => {
+  const now = { sources: 'abc', libraries: [{ name: 'zlib', version: '1.2.13-1' }] };
+  const record = { ...now, faults: [], sameAgain: true, runs: [{ label: 'a run', same: true }] };
+  assert.deepEqual(recordFaults(record, now), []);
+  assert.deepEqual(recordFaults({ ...record, runs: [] }, now), []);
+  const redo = 'npm run prebuild -- --test --twice';
+  const other = { faults: ['it needs a.so'], sources: 'abc+', libraries: [] };
+  assert.deepEqual(recordFaults(other, now), [
+    'it needs a.so',
+    'built from other sources (abc+, not abc)',
+    'other revisions of libraries are inside',
+    `not run: ${redo}`,
+    `not built twice: ${redo}`,
+  ]);
+  const different = { ...record, sameAgain: false, runs: [{ label: 'a run', same: false }] };
+  assert.deepEqual(recordFaults(different, now), [
+    'other results: a run',
+    'other bytes when built elsewhere',
+  ]);
+  assert.deepEqual(recordFaults(undefined, now), [`not built: ${redo}`]);
 });
 
 test('a package that lacks what its package.json names, or holds what is for its makers, is found', (t) => {

@@ -73,7 +73,10 @@ const nativeParts = [
 /** Of npm, bundled into the addons and the page of reports. */
 const npmParts = {
   native: ['node-addon-api', 'node-api-headers'],
-  wasm: ['@emnapi/core', '@emnapi/runtime', 'node-addon-api', 'node-api-headers'],
+  wasm: [
+    ...['@emnapi/core', '@emnapi/runtime', '@emnapi/wasi-threads', 'tslib'],
+    ...['node-addon-api', 'node-api-headers'],
+  ],
   viewer: ['three', 'meshoptimizer', '@fontsource/roboto'],
 };
 

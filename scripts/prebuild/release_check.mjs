@@ -1,39 +1,50 @@
 // Everything that must hold before a release is published. Publishes nothing.
+import { createHash } from 'node:crypto';
 import { existsSync, mkdirSync, readFileSync, writeFileSync } from 'node:fs';
 import { join } from 'node:path';
-import { isDeepStrictEqual, parseArgs } from 'node:util';
+import { parseArgs } from 'node:util';
 import { libraryFaults, prepareLibraries } from '../libraries/sources.mjs';
 import { capture, run } from '../run.mjs';
 import { billOfMaterials } from './bill_of_materials.mjs';
 import { prepareTools, readRecord, root, sourceState, toolProgram, workFolder } from './build.mjs';
+import { bundledPackages } from './bundled.mjs';
 import { neededFolders } from './needed.mjs';
+import { bundledIn } from './notice.mjs';
 import { makePackages, workspacePackages } from './packages.mjs';
-import { missingFiles, oddFiles, versionFaults } from './release_rules.mjs';
+import {
+  changelogFaults,
+  missingFiles,
+  oddFiles,
+  recordFaults,
+  versionFaults,
+} from './release_rules.mjs';
 import { targets } from './targets.mjs';
 
 const { values } = parseArgs({ options: { help: { type: 'boolean' } } });
 if (values.help) {
   console.log(`usage: npm run release:check
-Checks what must hold before a release, after "npm run build" and "npm run prebuild -- --test --twice", and
-leaves the packages to publish in build/prebuild/release/tarballs/ and a software bill of materials beside
+Checks what must hold before a release, after "npm run prebuild -- --test --twice", and leaves the packages
+to publish in build/prebuild/release/tarballs/, with a software bill of materials and checksums beside
 them. Publishes nothing.`);
   process.exit(0);
 }
 
 const folder = join(workFolder, 'release');
-const faults = [];
+let failures = 0;
 
-/** A check: a sentence for each fault that it returns or throws. */
-function check(what, findFaults) {
+/** A check: a sentence for each fault that it returns or throws; `tell` adds a line to what is printed. */
+async function check(what, findFaults) {
+  const told = [];
   let found;
   try {
-    found = findFaults();
+    found = await findFaults((line) => told.push(line));
   } catch (error) {
     found = [error.message];
   }
+  if (found.length > 0) failures += 1;
   console.log(`${found.length === 0 ? 'ok    ' : 'FAILED'} ${what}`);
-  for (const sentence of found) console.log(`       ${sentence.replaceAll('\n', '\n       ')}`);
-  faults.push(...found);
+  for (const line of [...told, ...found])
+    console.log(`       ${line.replaceAll('\n', '\n       ')}`);
 }
 
 const read = (file) => readFileSync(join(root, file), 'utf8');
@@ -42,71 +53,66 @@ const manifests = workspacePackages.map((name) =>
 );
 const { version } = manifests[0];
 
-check(`all packages and the library have the version ${version}`, () =>
+await check(`all packages and the library have the version ${version}`, () =>
   versionFaults(manifests, read('CMakeLists.txt')),
 );
 
-check(`CHANGELOG.md has a section of ${version}, and nothing unreleased`, () => {
-  const headings = [...read('CHANGELOG.md').matchAll(/^## \[?([\w.]+)/gm)].map(([, name]) => name);
-  const wrong = [];
-  if (!headings.includes(version)) wrong.push(`there is no heading "## ${version}"`);
-  if (headings.includes('Unreleased')) wrong.push('there is a section "Unreleased"');
-  return wrong;
-});
+await check(`CHANGELOG.md has a section of ${version}, and nothing unreleased`, () =>
+  changelogFaults(read('CHANGELOG.md'), version),
+);
 
-check('the work tree is committed', () =>
+await check('the work tree is committed', () =>
   capture('git', ['status', '--porcelain'], { cwd: root }).trim() === '' ? [] : ['it has changes'],
 );
 
-let found = [];
-check('the libraries inside are those that a release carries', () => {
-  ({ found } = prepareLibraries());
-  for (const { name, version } of found) console.log(`       ${name} ${version}`);
-  return libraryFaults(found);
+let libraries = [];
+await check('the libraries inside are those that a release carries', (tell) => {
+  libraries = prepareLibraries().found;
+  for (const { name, version: revision } of libraries) tell(`${name} ${revision}`);
+  return libraryFaults(libraries);
 });
 
 const binaries = {};
-check(
-  'binaries of all platforms are of these sources and were checked, and run where they can',
-  () => {
-    const sources = sourceState();
-    const wrong = [];
-    for (const target of targets) {
+const sources = sourceState();
+for (const target of targets) {
+  await check(
+    `${target.name}: of these sources, checked, the same when built elsewhere, run where it can`,
+    (tell) => {
       const record = readRecord(target);
-      const say = (sentence) => wrong.push(`${target.name}: ${sentence}`);
-      if (record === undefined) {
-        say('not built');
-        continue;
+      if (record) binaries[target.name] = record.binaries;
+      for (const { label, same } of record?.runs ?? []) {
+        if (same) tell(`same results: ${label}`);
       }
-      binaries[target.name] = record.binaries;
-      if (record.sources !== sources)
-        say(`built from other sources (${record.sources}, not ${sources})`);
-      if (!isDeepStrictEqual(record.libraries, found)) say('other revisions of libraries inside');
-      for (const sentence of record.faults) say(sentence);
-      if (record.runs === undefined) say('not run: npm run prebuild -- --test');
-      for (const { label, same } of record.runs ?? []) {
-        console.log(`       ${same ? 'same results' : 'OTHER RESULTS'}: ${label}`);
-        if (!same) say(`other results: ${label}`);
-      }
-      if (record.sameAgain === undefined) say('not built twice: npm run prebuild -- --twice');
-      if (record.sameAgain === false) say('other bytes when built again');
-    }
-    return wrong;
-  },
-);
+      if (record?.runs?.length === 0) tell("this machine can't run it");
+      return recordFaults(record, { sources, libraries });
+    },
+  );
+}
 
 let packed = [];
-check('all packages can be packed', () => {
+await check('all packages can be packed', (tell) => {
   packed = makePackages(binaries, folder);
   for (const { name, filename, size, entryCount } of packed) {
-    console.log(`       ${name}: ${filename}, ${(size / 1e6).toFixed(2)} MB, ${entryCount} files`);
+    tell(`${name}: ${filename}, ${(size / 1e6).toFixed(2)} MB, ${entryCount} files`);
   }
   return [];
 });
 
-check('the packages hold what they name, and nothing that is for their makers', () =>
+await check('the packages hold what they name, and nothing that is for their makers', () =>
   packed.flatMap((one) => [...missingFiles(one), ...oddFiles(one)]),
 );
+
+await check('a NOTICE names all that bundlers put into a package, with its licence', async () => {
+  const faults = [];
+  for (const name of ['stiltforge', 'viewer']) {
+    const named = bundledIn(name).map((part) => part.name);
+    for (const part of await bundledPackages(name)) {
+      if (!named.includes(part))
+        faults.push(`packages/${name} carries ${part}: add it to notice.mjs`);
+    }
+  }
+  return faults;
+});
 
 /** For are-the-types-wrong: what is meant to be as it is. */
 function meant({ folder: place }) {
@@ -121,34 +127,31 @@ function meant({ folder: place }) {
   return options;
 }
 
-const tarballOf = ({ filename }) => join(folder, 'tarballs', filename);
+const tarballs = join(folder, 'tarballs');
 const typed = packed.filter(({ folder: place }) => existsSync(join(place, 'dist')));
 
-check('the types are right for every way of importing (are-the-types-wrong)', () => {
+/** What a tool says of each package with code that it finds fault with. */
+function faultsByTool(program, wordsFor) {
   prepareTools();
   return typed.flatMap((one) => {
     try {
-      run(toolProgram('attw'), [tarballOf(one), ...meant(one)]);
+      run(toolProgram(program), wordsFor(one));
       return [];
     } catch (error) {
       return [error.message];
     }
   });
-});
+}
 
-check('the packages are put together as npm and bundlers expect (publint)', () => {
-  prepareTools();
-  return typed.flatMap((one) => {
-    try {
-      run(toolProgram('publint'), ['--strict', one.folder]);
-      return [];
-    } catch (error) {
-      return [error.message];
-    }
-  });
-});
+await check('the types are right for every way of importing (are-the-types-wrong)', () =>
+  faultsByTool('attw', (one) => [join(tarballs, one.filename), ...meant(one)]),
+);
 
-check('a software bill of materials is written', () => {
+await check('the packages are put together as npm and bundlers expect (publint)', () =>
+  faultsByTool('publint', (one) => ['--strict', one.folder]),
+);
+
+await check('a software bill of materials is written', (tell) => {
   const own = packed.map(({ name }) => name);
   const needed = neededFolders(
     workspacePackages.map((name) => join(root, 'packages', name)),
@@ -156,14 +159,25 @@ check('a software bill of materials is written', () => {
   );
   const file = join(folder, 'sbom.cdx.json');
   mkdirSync(folder, { recursive: true });
-  const bill = billOfMaterials(folder, needed, found, new Date());
+  const bill = billOfMaterials(folder, needed, libraries, new Date());
   writeFileSync(file, `${JSON.stringify(bill, null, 2)}\n`);
-  console.log(`       ${file}: ${bill.components.length} components`);
+  tell(`${file}: ${bill.components.length} components`);
   return [];
 });
 
-if (faults.length > 0) {
-  console.log(`Not ready: ${faults.length} to mend.`);
+await check('the checksums of the packages are written', (tell) => {
+  const file = join(folder, 'SHA256SUMS');
+  const lines = packed.map(({ filename }) => {
+    const bytes = readFileSync(join(tarballs, filename));
+    return `${createHash('sha256').update(bytes).digest('hex')}  tarballs/${filename}\n`;
+  });
+  writeFileSync(file, lines.join(''));
+  tell(`${file}: "sha256sum --check" compares them`);
+  return [];
+});
+
+if (failures > 0) {
+  console.log(`Not ready: ${failures} of these failed.`);
   process.exit(1);
 }
-console.log(`Ready: ${join(folder, 'tarballs')} holds what is to be published. Nothing was.`);
+console.log(`Ready: ${tarballs} holds what is to be published. Nothing was.`);

@@ -1,6 +1,7 @@
 // Rules that a release is held to: each function returns a sentence for every fault.
 import { readFileSync } from 'node:fs';
 import { join } from 'node:path';
+import { isDeepStrictEqual } from 'node:util';
 import { addons } from './targets.mjs';
 
 /** Packages and the library are released together: they have one version and ask for just that. */
@@ -54,4 +55,41 @@ export function oddFiles({ name, files, folder }) {
   return files
     .filter(({ path }) => forMakers.test(path) || (!isPlatform && path.endsWith('.node')))
     .map(({ path }) => `${name} holds ${path}`);
+}
+
+/** What CHANGELOG.md lacks of a release: a section of its version, and nothing left unreleased. */
+export function changelogFaults(changelog, version) {
+  const headings = [...changelog.matchAll(/^## \[?([\w.]+)/gm)].map(([, name]) => name);
+  const faults = [];
+  if (headings.includes('Unreleased')) {
+    faults.push(`there is a section "Unreleased": give it the heading "## ${version}"`);
+  } else if (!headings.includes(version)) {
+    faults.push(`there is no heading "## ${version}"`);
+  }
+  return faults;
+}
+
+/**
+ * What a target's binaries lack of a release. `record`: what prebuild kept of them, undefined where it
+ * built none; `now`: the digest of the `sources` and the `libraries` of this release.
+ */
+export function recordFaults(record, now) {
+  if (record === undefined) return ['not built: npm run prebuild -- --test --twice'];
+  const faults = [...record.faults];
+  if (record.sources !== now.sources) {
+    faults.push(`built from other sources (${record.sources}, not ${now.sources})`);
+  }
+  if (!isDeepStrictEqual(record.libraries, now.libraries)) {
+    faults.push('other revisions of libraries are inside');
+  }
+  if (record.runs === undefined) faults.push('not run: npm run prebuild -- --test --twice');
+  for (const { label, same } of record.runs ?? []) {
+    if (!same) faults.push(`other results: ${label}`);
+  }
+  if (record.sameAgain === undefined) {
+    faults.push('not built twice: npm run prebuild -- --test --twice');
+  } else if (!record.sameAgain) {
+    faults.push('other bytes when built elsewhere');
+  }
+  return faults;
 }
