@@ -1,6 +1,6 @@
 // Makes the binaries of all platforms on a Debian machine, checks them, and runs those that it can.
 import { createHash } from 'node:crypto';
-import { readFileSync } from 'node:fs';
+import { existsSync, readFileSync } from 'node:fs';
 import { join } from 'node:path';
 import { parseArgs } from 'node:util';
 import { libraryFaults, prepareLibraries } from '../libraries/sources.mjs';
@@ -8,6 +8,7 @@ import {
   build,
   dropRecord,
   prepareTools,
+  root,
   settingElsewhere,
   workFolder,
   writeRecord,
@@ -74,6 +75,10 @@ function prebuild(target, setting, settingThere) {
 
 try {
   const chosen = targetsNamed(values.target);
+  const native = ['build/Release/binding.node', 'packages/stiltforge/dist/analysis.js'];
+  if (values.test && !native.every((file) => existsSync(join(root, file)))) {
+    throw new Error('there is no native build to compare with: run "npm run build" first');
+  }
   const compiler = prepareTools();
   const libraries = prepareLibraries();
   for (const { name, version } of libraries.found) console.log(`       ${name} ${version}`);
@@ -86,7 +91,7 @@ try {
       prebuild(target, setting, there);
     } catch (error) {
       // The others may be well all the same.
-      tell(false, `${target.name}: not built`, error.message.split('\n'));
+      tell(false, `${target.name}: not finished`, error.message.split('\n'));
     }
   }
 } catch (error) {
