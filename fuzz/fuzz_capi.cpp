@@ -70,7 +70,9 @@ class Host {
     parameters_.retireOldest();
     models_.retireOldest();
     maskSlicers_.retireOldest();
-    switch (input_.ConsumeIntegralInRange(0, 16)) {
+    surveys_.retireOldest();
+    finished_.retireOldest();
+    switch (input_.ConsumeIntegralInRange(0, 22)) {
       case 0:
         return createMesh();
       case 1:
@@ -103,6 +105,18 @@ class Host {
         return createMaskSlicer();
       case 15:
         return cutMasks();
+      case 16:
+        return createSurvey();
+      case 17:
+        return surveyMesh();
+      case 18:
+        return addToSurvey();
+      case 19:
+        return addAnalysedToSurvey();
+      case 20:
+        return finishSurvey();
+      case 21:
+        return judgeSurvey();
       default:
         return askForMore();
     }
@@ -155,6 +169,9 @@ class Host {
     print.full_overhang = number(-1);
     print.inset = number(0.4);
     print.support_area = number(15);
+    print.lift = number(0);
+    print.minimum_height = number(0.2);
+    print.minimum_spacing = number(-1);
     if (input_.ConsumeIntegralInRange(0, 31) == 0) {
       print.struct_size = input_.ConsumeIntegralInRange<std::size_t>(0, sizeof print);
     }
@@ -390,6 +407,129 @@ class Host {
     check(status);
   }
 
+  void createSurvey() {
+    const stiltforge_print_settings print = printSettings();
+    stiltforge_survey* survey = nullptr;
+    keep(surveys_, stiltforge_survey_create(&print, &survey, &error_), survey);
+  }
+
+  void surveyMesh() {
+    stiltforge_model* const model = models_.pick(input_);
+    stiltforge_slicer* const slicer = slicers_.pick(input_);
+    stiltforge_survey* const survey = surveys_.pick(input_);
+    const auto count = input_.ConsumeIntegralInRange<uint32_t>(0, mostLayersAtOnce);
+    stiltforge_error error;
+    const stiltforge_status status =
+        stiltforge_model_survey_mesh(model, slicer, survey, count, nullptr, watch, this, &error);
+    error_ = error;
+    check(status);
+  }
+
+  void addToSurvey() {
+    stiltforge_survey* const survey = surveys_.pick(input_);
+    const uint32_t layer = stiltforge_survey_layer_count(survey);
+    std::vector<stiltforge_support> supports(input_.ConsumeIntegralInRange<std::size_t>(0, 9));
+    for (stiltforge_support& support : supports) {
+      const bool isOdd = input_.ConsumeIntegralInRange(0, 31) == 0;
+      support.layer = isOdd ? input_.ConsumeIntegral<uint32_t>() : layer;
+      support.x = isOdd ? input_.ConsumeIntegral<uint32_t>() : side();
+      support.y = side();
+      support.island = input_.ConsumeIntegralInRange<uint32_t>(0, 1);
+    }
+    check(stiltforge_survey_add(survey, pickSlice(), supports.data(), supports.size(), &error_));
+  }
+
+  void addAnalysedToSurvey() {
+    stiltforge_slice* const slice = pickSlice();
+    stiltforge_layer* layer = nullptr;
+    check(stiltforge_model_analyse(models_.pick(input_), slice, nullptr, &layer, &error_));
+    stiltforge_slice* const given = input_.ConsumeIntegralInRange(0, 7) == 0 ? pickSlice() : slice;
+    check(stiltforge_survey_add_layer(surveys_.pick(input_), given, layer, &error_));
+    stiltforge_layer_destroy(layer);
+  }
+
+  void finishSurvey() {
+    stiltforge_finished* finished = nullptr;
+    const stiltforge_status status =
+        stiltforge_survey_finish(surveys_.pick(input_), &finished, &error_);
+    checkFinished(finished);
+    keep(finished_, status, finished);
+  }
+
+  static void checkFinished(const stiltforge_finished* finished) {
+    std::size_t supports = 0;
+    std::size_t origins = 0;
+    std::size_t dropped = 0;
+    std::size_t merged = 0;
+    stiltforge_finished_supports(finished, &supports);
+    const stiltforge_origin* const origin = stiltforge_finished_origins(finished, &origins);
+    const stiltforge_dropped* const drop = stiltforge_finished_dropped(finished, &dropped);
+    stiltforge_finished_merged(finished, &merged);
+    require(origins == supports, "a finished support without its origin");
+    std::size_t kept = 0;
+    std::size_t listed = 0;
+    for (std::size_t i = 0; i < origins; ++i) {
+      require(origin[i].first_merged == listed, "merged supports are not in their order");
+      listed += origin[i].merged_count;
+      const bool isAdded = origin[i].before == STILTFORGE_NONE;
+      require(isAdded == (origin[i].reason >= STILTFORGE_ADDED_ISLAND), "a reason that is none");
+      kept += isAdded ? 0 : 1;
+    }
+    require(listed == merged, "a merged support of no other");
+    std::vector<int> seen(kept + dropped, 0);
+    const auto see = [&](uint32_t number) {
+      require(number < seen.size() && seen[number]++ == 0, "a support that is lost or there twice");
+    };
+    for (std::size_t i = 0; i < origins; ++i) {
+      if (origin[i].before != STILTFORGE_NONE) see(origin[i].before);
+    }
+    for (std::size_t i = 0; i < dropped; ++i) {
+      see(drop[i].before);
+      require((drop[i].reason == STILTFORGE_DROPPED_MERGED) == (drop[i].into < supports),
+              "a support that is merged into nothing");
+    }
+  }
+
+  void judgeSurvey() {
+    stiltforge_judge_settings settings{};
+    settings.struct_size = sizeof settings;
+    check(stiltforge_judge_settings_init(&settings, &error_));
+    settings.near_reach = number(-1);
+    settings.far_reach = number(-1);
+    settings.spacing = number(-1);
+    stiltforge_verdict* verdict = nullptr;
+    const stiltforge_status status =
+        stiltforge_survey_judge(surveys_.pick(input_), finished_.pick(input_),
+                                input_.ConsumeBool() ? &settings : nullptr, &verdict, &error_);
+    require((check(status) == STILTFORGE_OK) == (verdict != nullptr), "a verdict without success");
+    checkVerdict(verdict);
+    stiltforge_verdict_destroy(verdict);
+  }
+
+  void checkVerdict(const stiltforge_verdict* verdict) {
+    stiltforge_verdict_info info{};
+    info.struct_size = sizeof info;
+    if (check(stiltforge_verdict_get_info(verdict, &info, &error_)) != STILTFORGE_OK) return;
+    std::size_t count = 0;
+    const stiltforge_island* const island = stiltforge_verdict_islands(verdict, &count);
+    require(count == info.islands && info.held_islands <= count, "islands too many");
+    for (std::size_t i = 0; i < count; ++i) {
+      const bool bySupport = island[i].held_by == STILTFORGE_HELD_BY_SUPPORT;
+      require(bySupport == (island[i].support < info.supports), "an island held by no support");
+    }
+    const stiltforge_close_pair* const pair = stiltforge_verdict_close_pairs(verdict, &count);
+    for (std::size_t i = 0; i < count; ++i) {
+      require(pair[i].first < pair[i].second && pair[i].second < info.supports, "a pair of none");
+    }
+    stiltforge_verdict_worst(verdict, &count);
+    const auto fault = input_.ConsumeIntegralInRange<uint32_t>(0, 5);
+    const uint32_t* const number = stiltforge_verdict_faults(verdict, fault, &count);
+    for (std::size_t i = 0; i < count; ++i) {
+      require(number[i] < info.supports, "a fault of no support");
+    }
+    require(info.overhang.beyond_near <= info.overhang.area, "more beyond reach than there is");
+  }
+
   void readSupports() {
     const stiltforge_model* const model = models_.pick(input_);
     std::vector<stiltforge_support> supports(input_.ConsumeIntegralInRange<std::size_t>(0, 50));
@@ -476,6 +616,8 @@ class Host {
   Handles<stiltforge_parameters> parameters_{stiltforge_parameters_destroy};
   Handles<stiltforge_model> models_{stiltforge_model_destroy};
   Handles<stiltforge_mask_slicer> maskSlicers_{stiltforge_mask_slicer_destroy};
+  Handles<stiltforge_survey> surveys_{stiltforge_survey_destroy};
+  Handles<stiltforge_finished> finished_{stiltforge_finished_destroy};
 };
 
 }  // namespace

@@ -1,5 +1,5 @@
-/* Prints where a part needs supports: the points of the analysis, as stiltforge --as-analysed has
- * them.
+/* Prints where a part needs supports: the finished points, as the command writes them to
+ * points.csv. What they hold is told on standard error.
  *
  *   points part.stl > points.csv
  */
@@ -19,9 +19,16 @@ static int32_t show_progress(void* context, const stiltforge_layer* layer) {
   return 0;
 }
 
-static void print_point(const stiltforge_point* point) {
-  printf("%.10g,%.10g,%.10g,%u,%u,%u,%u,%s\n", point->x, point->y, point->z, point->column,
-         point->row, point->layer, point->group, point->island ? "island" : "overhang");
+static void print_point(const stiltforge_point* point, const stiltforge_origin* origin) {
+  printf("%.10g,%.10g,%.10g,%u,%u,%u,%u,%s,%s\n", point->x, point->y, point->z, point->column,
+         point->row, point->layer, point->group, point->island ? "island" : "overhang",
+         stiltforge_reason_name(origin->reason));
+}
+
+static void print_verdict(const stiltforge_verdict_info* verdict) {
+  fprintf(stderr, "%u of %u islands held; %.1f of %.1f mm2 of overhang further than %g mm away\n",
+          verdict->held_islands, verdict->islands, verdict->overhang.beyond_near,
+          verdict->overhang.area, verdict->near_reach);
 }
 
 int main(int argc, char** argv) {
@@ -32,7 +39,12 @@ int main(int argc, char** argv) {
   stiltforge_slicer* slicer;
   stiltforge_parameters* parameters;
   stiltforge_model* model;
-  stiltforge_support* supports;
+  stiltforge_survey* survey;
+  stiltforge_finished* finished;
+  stiltforge_verdict* verdict;
+  stiltforge_verdict_info held = {.struct_size = sizeof held};
+  const stiltforge_support* supports;
+  const stiltforge_origin* origins;
   stiltforge_point* points;
   size_t count;
   size_t i;
@@ -47,23 +59,29 @@ int main(int argc, char** argv) {
   require(stiltforge_slicer_get_info(slicer, &info, &error), &error);
   require(stiltforge_slicer_create_parameters(slicer, &parameters, &error), &error);
   require(stiltforge_model_create(parameters, &model, &error), &error);
-  require(
-      stiltforge_model_analyse_mesh(model, slicer, UINT32_MAX, NULL, show_progress, &info, &error),
-      &error);
+  require(stiltforge_survey_create(&print, &survey, &error), &error);
+  require(stiltforge_model_survey_mesh(model, slicer, survey, UINT32_MAX, NULL, show_progress,
+                                       &info, &error),
+          &error);
+  require(stiltforge_survey_finish(survey, &finished, &error), &error);
+  require(stiltforge_survey_judge(survey, finished, NULL, &verdict, &error), &error);
+  require(stiltforge_verdict_get_info(verdict, &held, &error), &error);
   fprintf(stderr, "\n");
+  print_verdict(&held);
 
-  require(stiltforge_model_get_supports(model, NULL, 0, &count, &error), &error);
-  supports = malloc((count + 1) * sizeof *supports);
+  supports = stiltforge_finished_supports(finished, &count);
+  origins = stiltforge_finished_origins(finished, NULL);
   points = malloc((count + 1) * sizeof *points);
-  if (supports == NULL || points == NULL) return EXIT_FAILURE;
-  require(stiltforge_model_get_supports(model, supports, count, &count, &error), &error);
+  if (points == NULL) return EXIT_FAILURE;
   require(stiltforge_slicer_locate(slicer, supports, count, points, &error), &error);
 
-  printf("x_mm,y_mm,z_mm,column,row,layer,region,kind\n");
-  for (i = 0; i < count; ++i) print_point(&points[i]);
+  printf("x_mm,y_mm,z_mm,column,row,layer,region,kind,reason\n");
+  for (i = 0; i < count; ++i) print_point(&points[i], &origins[i]);
 
   free(points);
-  free(supports);
+  stiltforge_verdict_destroy(verdict);
+  stiltforge_finished_destroy(finished);
+  stiltforge_survey_destroy(survey);
   stiltforge_model_destroy(model);
   stiltforge_parameters_destroy(parameters);
   stiltforge_slicer_destroy(slicer);

@@ -1,4 +1,5 @@
-"""Prints where a part needs supports: the points of the analysis, as stiltforge --as-analysed has them.
+"""Prints where a part needs supports: the finished points, as the command writes them to points.csv.
+What they hold is told on standard error.
 
     python3 points.py part.stl > points.csv
 
@@ -9,7 +10,7 @@ STILTFORGE_LIBRARY names the file.
 import ctypes
 import os
 import sys
-from ctypes import byref, c_char_p, c_double, c_int32, c_size_t, c_uint32, c_void_p
+from ctypes import POINTER, byref, c_char_p, c_double, c_int32, c_size_t, c_uint32, c_void_p
 
 library = ctypes.CDLL(os.environ.get("STILTFORGE_LIBRARY", "libstiltforge.so.0"))
 library.stiltforge_layer_index.argtypes = [c_void_p]
@@ -34,6 +35,9 @@ class PrintSettings(ctypes.Structure):
         ("full_overhang", c_double),
         ("inset", c_double),
         ("support_area", c_double),
+        ("lift", c_double),
+        ("minimum_height", c_double),
+        ("minimum_spacing", c_double),
     ]
 
 
@@ -45,6 +49,34 @@ class Point(ctypes.Structure):
     _fields_ = [(name, c_double) for name in ("x", "y", "z")] + [
         (name, c_uint32) for name in ("column", "row", "layer", "group", "island")
     ]
+
+
+class Origin(ctypes.Structure):
+    _fields_ = [(name, c_uint32) for name in ("reason", "before", "first_merged", "merged_count")]
+
+
+class Surface(ctypes.Structure):
+    _fields_ = [(name, c_double) for name in ("area", "beyond_near", "beyond_far")]
+
+
+class VerdictInfo(ctypes.Structure):
+    _fields_ = [
+        ("struct_size", c_size_t),
+        ("supports", c_uint32),
+        ("near_reach", c_double),
+        ("far_reach", c_double),
+        ("spacing", c_double),
+        ("islands", c_uint32),
+        ("held_islands", c_uint32),
+        ("overhang", Surface),
+        ("overhang_without_room", Surface),
+        ("overhang_in_sealed_voids", Surface),
+    ]
+
+
+library.stiltforge_finished_supports.restype = POINTER(Support)
+library.stiltforge_finished_origins.restype = POINTER(Origin)
+library.stiltforge_reason_name.restype = c_char_p
 
 
 def call(name, *arguments):
@@ -67,13 +99,14 @@ class Handle(c_void_p):
 
 
 def points_of(path, show_layer):
-    """The points of a mesh file with the default settings."""
+    """The points of a mesh file with the default settings, why each is there, and what they hold."""
     print_settings = PrintSettings(struct_size=ctypes.sizeof(PrintSettings))
     call("print_settings_init", byref(print_settings))
     mesh = Handle("mesh", "mesh_read_file", c_char_p(os.fsencode(path)), None)
     slicer = Handle("slicer", "slicer_create", mesh, byref(print_settings))
     parameters = Handle("parameters", "slicer_create_parameters", slicer)
     model = Handle("model", "model_create", parameters)
+    survey = Handle("survey", "survey_create", byref(print_settings))
 
     @LayerCallback
     def on_layer(_, layer):
@@ -81,15 +114,22 @@ def points_of(path, show_layer):
         return 0
 
     all_layers = c_uint32(0xFFFFFFFF)
-    call("model_analyse_mesh", model, slicer, all_layers, None, on_layer, None)
+    call("model_survey_mesh", model, slicer, survey, all_layers, None, on_layer, None)
+    finished = Handle("finished", "survey_finish", survey)
+    verdict = Handle("verdict", "survey_judge", survey, finished, None)
+    held = VerdictInfo(struct_size=ctypes.sizeof(VerdictInfo))
+    call("verdict_get_info", verdict, byref(held))
 
     count = c_size_t()
-    call("model_get_supports", model, None, c_size_t(0), byref(count))
-    supports = (Support * count.value)()
+    supports = library.stiltforge_finished_supports(finished, byref(count))
+    origins = library.stiltforge_finished_origins(finished, None)
     points = (Point * count.value)()
-    call("model_get_supports", model, supports, count, byref(count))
     call("slicer_locate", slicer, supports, count, points)
-    return points
+    reasons = [
+        library.stiltforge_reason_name(c_uint32(origins[i].reason)).decode()
+        for i in range(count.value)
+    ]
+    return points, reasons, held
 
 
 def main():
@@ -97,14 +137,19 @@ def main():
         sys.exit("usage: points.py MESH")
     show = lambda layer: print(f"\rlayer {layer + 1}", end="", file=sys.stderr)
     try:
-        points = points_of(sys.argv[1], show)
+        points, reasons, held = points_of(sys.argv[1], show)
     except RuntimeError as error:
         sys.exit(str(error))
     print(file=sys.stderr)
-    print("x_mm,y_mm,z_mm,column,row,layer,region,kind")
-    for p in points:
-        kind = "island" if p.island else "overhang"
-        print(f"{p.x:.10g},{p.y:.10g},{p.z:.10g},{p.column},{p.row},{p.layer},{p.group},{kind}")
+    print(
+        f"{held.held_islands} of {held.islands} islands held; {held.overhang.beyond_near:.1f} of "
+        f"{held.overhang.area:.1f} mm2 of overhang further than {held.near_reach:g} mm away",
+        file=sys.stderr,
+    )
+    print("x_mm,y_mm,z_mm,column,row,layer,region,kind,reason")
+    for p, reason in zip(points, reasons):
+        place = f"{p.x:.10g},{p.y:.10g},{p.z:.10g},{p.column},{p.row},{p.layer},{p.group}"
+        print(f"{place},{'island' if p.island else 'overhang'},{reason}")
 
 
 if __name__ == "__main__":

@@ -6,6 +6,7 @@
  *
  * The road of a model
  *   mesh -> stiltforge_slicer -> stiltforge_model -> supports
+ *   mesh -> stiltforge_slicer -> stiltforge_model -> stiltforge_survey -> finished supports
  * A host that slices by itself hands its layers over as pictures or as runs, in a stiltforge_slice.
  *
  * Words
@@ -14,6 +15,8 @@
  *   layer       an analysed slice. Layers are counted from 0, the one on the plate.
  *   group       a connected region of material of one layer, counted from 1.
  *   support     a point at which a support is to touch the part: a pixel of a layer.
+ *   survey      what is known of a part to judge what supports hold of it, and to finish them: to
+ *               leave out what no one needs and to add what is missing.
  *   x, y        column and row of a pixel, from 0 at the top left of the slice.
  * Lengths are in millimetres unless pixels or layers are said. All numbers are in the byte order
  * and the floating-point format (IEEE 754) of the machine.
@@ -119,7 +122,7 @@ STILTFORGE_API uint32_t stiltforge_worker_count(void);
  * Sets the number of worker threads of this process, 1 to 1024. They are started by the first call
  * that needs them and wait idly between calls.
  *
- * STILTFORGE_BUSY while any slicer, mask slicer, slice or model is at work.
+ * STILTFORGE_BUSY while any slicer, mask slicer, slice, model or survey is at work.
  */
 STILTFORGE_API stiltforge_status stiltforge_set_worker_count(uint32_t count,
                                                              stiltforge_error* error);
@@ -167,6 +170,12 @@ typedef struct stiltforge_print_settings {
   double full_overhang;
   double inset;        /**< mm from the contour inwards where supports are avoided; 0.4 */
   double support_area; /**< mm2 of a layer that one support holds; 15 */
+  double lift;         /**< mm from the plate to the part's lowest point, 0 to 1,000; 0 */
+  /** mm from the plate, or the part, to a place where a support fits; 0.2. */
+  double minimum_height;
+  /** mm between finished supports of the same region, at least. Below 0: it follows from the area,
+      1.5 for 15 mm2; -1. */
+  double minimum_spacing;
 } stiltforge_print_settings;
 
 /** Fills in the defaults. */
@@ -432,7 +441,7 @@ typedef struct stiltforge_point {
 /* Slicing meshes */
 
 /** Cuts a mesh into slices. Layer i is cut through its middle, (i + 0.5) layer heights above the
-    model's lowest point, which stands on the plate. */
+    plate, on which the model's lowest point stands unless the print lifts it. */
 typedef struct stiltforge_slicer stiltforge_slicer;
 
 /**
@@ -461,7 +470,7 @@ typedef struct stiltforge_slicer_info {
   int32_t crop_y;       /**< row of the screen that is row 0 of the slices */
   double origin_x;      /**< mm, of the screen's corner at column 0, row 0 */
   double origin_y;      /**< mm */
-  double plate_z;       /**< mm, the lowest point of the model */
+  double plate_z;       /**< mm, of the plate */
   double pixel_size;    /**< mm */
   double layer_height;  /**< mm */
 } stiltforge_slicer_info;
@@ -671,6 +680,276 @@ STILTFORGE_API stiltforge_status stiltforge_model_get_supports(const stiltforge_
                                                                stiltforge_error* error);
 
 STILTFORGE_API void stiltforge_model_destroy(stiltforge_model* model);
+
+/* Surveys: what supports hold, and finished supports */
+
+/**
+ * What has to be known of a part to judge what supports hold of it, and to finish them: collected
+ * layer by layer, in memory that follows the contours and overhangs. docs/holding.md tells what is
+ * judged, and how supports are finished.
+ */
+typedef struct stiltforge_survey stiltforge_survey;
+
+/** Creates a survey for a print with these settings; the screen, offsets, margin, lift,
+   full_overhang and inset have no influence. */
+STILTFORGE_API stiltforge_status stiltforge_survey_create(const stiltforge_print_settings* print,
+                                                          stiltforge_survey** survey,
+                                                          stiltforge_error* error);
+
+/**
+ * Adds the next slice, bottom first, with the supports that stand in it, wherever they come from.
+ * All slices have the size of the first; there are at most 65535.
+ *
+ * supports: `count` of them. Their layer is the number of the slice, from 0. x, y: 0 to 65535;
+ * those beyond the slice or beside its material hold nothing. group: not read.
+ *
+ * Nothing can be added any more once the survey was judged or finished. When there is not enough
+ * memory the survey has to stop there: it is STILTFORGE_STOPPED then.
+ */
+STILTFORGE_API stiltforge_status stiltforge_survey_add(stiltforge_survey* survey,
+                                                       const stiltforge_slice* slice,
+                                                       const stiltforge_support* supports,
+                                                       size_t count, stiltforge_error* error);
+
+/** The same for an analysed slice: `layer`, with its supports, is what stiltforge_model_analyse()
+    made of it. */
+STILTFORGE_API stiltforge_status stiltforge_survey_add_layer(stiltforge_survey* survey,
+                                                             const stiltforge_slice* slice,
+                                                             const stiltforge_layer* layer,
+                                                             stiltforge_error* error);
+
+/**
+ * Does what stiltforge_model_analyse_mesh() does, and adds each layer to the survey. Beforehand the
+ * survey has as many layers as the model; afterwards, too, however the call ends, unless one of the
+ * two is STILTFORGE_STOPPED. The callback cannot use the survey.
+ */
+STILTFORGE_API stiltforge_status stiltforge_model_survey_mesh(
+    stiltforge_model* model, stiltforge_slicer* slicer, stiltforge_survey* survey, uint32_t count,
+    stiltforge_cancel_token* cancel, stiltforge_layer_callback on_layer, void* context,
+    stiltforge_error* error);
+
+/** Layers so far; 0 for null. May be called while another call uses the survey. */
+STILTFORGE_API uint32_t stiltforge_survey_layer_count(const stiltforge_survey* survey);
+
+STILTFORGE_API void stiltforge_survey_destroy(stiltforge_survey* survey);
+
+/** In the place of a number where there is none. */
+#define STILTFORGE_NONE 0xFFFFFFFFu
+
+/* Finished supports */
+
+/** Supports as an experienced person would leave them. They do not need their survey. */
+typedef struct stiltforge_finished stiltforge_finished;
+
+/**
+ * Finishes the supports of a survey as the print asks for, by its support_area, minimum_height and
+ * minimum_spacing: leaves out those for which there is no room and those that others make needless,
+ * adds some where an island or an overhang would be left alone.
+ */
+STILTFORGE_API stiltforge_status stiltforge_survey_finish(stiltforge_survey* survey,
+                                                          stiltforge_finished** finished,
+                                                          stiltforge_error* error);
+
+/** Why a finished support is there. */
+enum {
+  STILTFORGE_ANALYSED = 0,      /**< it was there before */
+  STILTFORGE_MERGED = 1,        /**< likewise, and it stands for others, too */
+  STILTFORGE_ADDED_ISLAND = 2,  /**< none before could hold an island */
+  STILTFORGE_ADDED_OVERHANG = 3 /**< it closes a gap between the others */
+};
+
+/** Its name in the command's outputs, such as "addedForIsland"; "unknown" for any other number. */
+STILTFORGE_API const char* stiltforge_reason_name(uint32_t reason);
+
+/** What is known of a finished support. */
+typedef struct stiltforge_origin {
+  uint32_t reason; /**< STILTFORGE_ANALYSED and so on */
+  /** Its number among the supports of the survey, from 0, in the order in which they were added;
+      STILTFORGE_NONE for one that was not among them. */
+  uint32_t before;
+  uint32_t first_merged; /**< place of the first support that it stands for in the list of these */
+  uint32_t merged_count;
+} stiltforge_origin;
+
+/** The finished supports, bottom first, within a layer by row, then column. `count`, which may be
+    null, becomes their number. Null when there are none, or for null. The group is 0 where no
+    analysed layer was added. Valid until the handle is destroyed. */
+STILTFORGE_API const stiltforge_support* stiltforge_finished_supports(
+    const stiltforge_finished* finished, size_t* count);
+
+/** What is known of each of them, in the same order; otherwise as above. */
+STILTFORGE_API const stiltforge_origin* stiltforge_finished_origins(
+    const stiltforge_finished* finished, size_t* count);
+
+/** Numbers, among the supports of the survey, of those that finished ones stand for: see
+    stiltforge_origin. */
+STILTFORGE_API const uint32_t* stiltforge_finished_merged(const stiltforge_finished* finished,
+                                                          size_t* count);
+
+/** Why a support of the survey is not among the finished ones. */
+enum {
+  STILTFORGE_DROPPED_MERGED = 0,       /**< another holds what it held */
+  STILTFORGE_DROPPED_HOLDS_LITTLE = 1, /**< no other is near, but it held next to nothing */
+  STILTFORGE_DROPPED_NO_ROOM = 2,      /**< no support fits below it */
+  STILTFORGE_DROPPED_SEALED_VOID = 3,  /**< its support could not be taken out */
+  STILTFORGE_DROPPED_HOLDS_NOTHING = 4 /**< there is no overhang where it stands */
+};
+
+/** Its name in the command's outputs, such as "holdsLittle"; "unknown" for any other number. */
+STILTFORGE_API const char* stiltforge_drop_reason_name(uint32_t reason);
+
+typedef struct stiltforge_dropped {
+  stiltforge_support support;
+  uint32_t reason; /**< STILTFORGE_DROPPED_MERGED and so on */
+  uint32_t before; /**< its number among the supports of the survey */
+  uint32_t into;   /**< the finished support that stands for it, from 0, or STILTFORGE_NONE */
+} stiltforge_dropped;
+
+/** The supports of the survey that are not among the finished ones, in their order; otherwise as
+    above. */
+STILTFORGE_API const stiltforge_dropped* stiltforge_finished_dropped(
+    const stiltforge_finished* finished, size_t* count);
+
+/** Numbers, from 0, of the islands of the survey that get no support, because none fits or none
+    could be taken out: see stiltforge_verdict_islands(). */
+STILTFORGE_API const uint32_t* stiltforge_finished_islands_left(const stiltforge_finished* finished,
+                                                                size_t* count);
+
+/** What supports cannot hold, and how they were finished. */
+typedef struct stiltforge_finished_info {
+  size_t struct_size;
+  double spacing;         /**< mm between supports of the same region, at least */
+  double area_near_plate; /**< mm2 of steep overhang too close to the plate for a support */
+  double area_near_part;  /**< mm2 too close to the part below */
+  double sealed_area;     /**< mm2 in sealed voids */
+  double lift;            /**< mm to lift the part so that supports fit below all near the plate */
+} stiltforge_finished_info;
+
+STILTFORGE_API stiltforge_status stiltforge_finished_get_info(const stiltforge_finished* finished,
+                                                              stiltforge_finished_info* info,
+                                                              stiltforge_error* error);
+
+STILTFORGE_API void stiltforge_finished_destroy(stiltforge_finished* finished);
+
+/* Verdicts */
+
+/** What a set of supports holds of a part. It does not need its survey. */
+typedef struct stiltforge_verdict stiltforge_verdict;
+
+typedef struct stiltforge_judge_settings {
+  size_t struct_size;
+  /** mm around a support within which it holds an overhang well, to 1,000,000. Below 0: 3, or ten
+      pixels, where that is more; -1. */
+  double near_reach;
+  double far_reach; /**< mm within which it holds one at all; likewise with 5; -1 */
+  /** mm, to 1,000,000; supports closer to each other stand in each other's way. Below 0: 1, or that
+      of the finished supports, where it is less; -1. */
+  double spacing;
+} stiltforge_judge_settings;
+
+/** Fills in the defaults. */
+STILTFORGE_API stiltforge_status stiltforge_judge_settings_init(stiltforge_judge_settings* settings,
+                                                                stiltforge_error* error);
+
+/**
+ * Judges supports by distances, straight through air and material: it knows nothing of forces, of
+ * the resin, or of whether a support finds its way to the plate.
+ *
+ * finished: those to judge, which came of this survey; null for the supports of the survey.
+ * settings: null for the defaults.
+ */
+STILTFORGE_API stiltforge_status stiltforge_survey_judge(stiltforge_survey* survey,
+                                                         const stiltforge_finished* finished,
+                                                         const stiltforge_judge_settings* settings,
+                                                         stiltforge_verdict** verdict,
+                                                         stiltforge_error* error);
+
+/** Overhanging surface. */
+typedef struct stiltforge_surface {
+  double area;        /**< mm2 */
+  double beyond_near; /**< mm2 of it further than near_reach from every support */
+  double beyond_far;  /**< mm2 of it further than far_reach */
+} stiltforge_surface;
+
+typedef struct stiltforge_verdict_info {
+  size_t struct_size;
+  uint32_t supports; /**< that were judged */
+  double near_reach; /**< mm: what they were judged by */
+  double far_reach;  /**< mm */
+  double spacing;    /**< mm */
+  uint32_t islands;
+  uint32_t held_islands;
+  stiltforge_surface overhang;                 /**< where a support fits */
+  stiltforge_surface overhang_without_room;    /**< where none fits */
+  stiltforge_surface overhang_in_sealed_voids; /**< where none could be taken out */
+} stiltforge_verdict_info;
+
+STILTFORGE_API stiltforge_status stiltforge_verdict_get_info(const stiltforge_verdict* verdict,
+                                                             stiltforge_verdict_info* info,
+                                                             stiltforge_error* error);
+
+enum {
+  STILTFORGE_HELD_BY_NOTHING = 0,
+  STILTFORGE_HELD_BY_SUPPORT = 1,
+  STILTFORGE_HELD_BY_MATERIAL = 2 /**< that is held already */
+};
+
+/** A region that rests on nothing in the layer where it begins. */
+typedef struct stiltforge_island {
+  uint32_t layer;
+  uint32_t x; /**< its pixel nearest to its centre */
+  uint32_t y;
+  uint32_t pixels;
+  uint32_t held_by;   /**< STILTFORGE_HELD_BY_NOTHING and so on */
+  uint32_t support;   /**< number of the support that holds it, or STILTFORGE_NONE */
+  uint32_t taken_in;  /**< layer in which it is held; STILTFORGE_NONE when nothing takes it soon */
+  uint32_t has_room;  /**< 1: a support fits below it */
+  uint32_t is_sealed; /**< 1: it lies in a sealed void */
+} stiltforge_island;
+
+/** The islands, bottom first. `count`, which may be null, becomes their number. Null when there are
+    none, or for null. Valid until the handle is destroyed. */
+STILTFORGE_API const stiltforge_island* stiltforge_verdict_islands(
+    const stiltforge_verdict* verdict, size_t* count);
+
+typedef struct stiltforge_worst_place {
+  uint32_t layer;
+  uint32_t x;
+  uint32_t y;
+  double distance; /**< mm to the nearest support; infinite without any */
+} stiltforge_worst_place;
+
+/** The places of the overhang where a support fits that are furthest from one, worst first, beyond
+    near_reach; 10 at most. Otherwise as above. */
+STILTFORGE_API const stiltforge_worst_place* stiltforge_verdict_worst(
+    const stiltforge_verdict* verdict, size_t* count);
+
+/** Two supports closer than the spacing, by their numbers. */
+typedef struct stiltforge_close_pair {
+  uint32_t first;
+  uint32_t second;      /**< above first */
+  uint32_t is_separate; /**< 1: of regions that stay separate */
+  double distance;      /**< mm */
+} stiltforge_close_pair;
+
+/** The pairs, ascending; otherwise as above. */
+STILTFORGE_API const stiltforge_close_pair* stiltforge_verdict_close_pairs(
+    const stiltforge_verdict* verdict, size_t* count);
+
+/** What may be wrong with a support. */
+enum {
+  STILTFORGE_IN_NO_MATERIAL = 0,
+  STILTFORGE_ON_HELD_MATERIAL = 1, /**< that overhangs nowhere near it */
+  STILTFORGE_WITHOUT_ROOM = 2,
+  STILTFORGE_IN_SEALED_VOID = 3
+};
+
+/** The numbers of the supports with this fault, ascending; null for a fault that there is not.
+    Otherwise as above. */
+STILTFORGE_API const uint32_t* stiltforge_verdict_faults(const stiltforge_verdict* verdict,
+                                                         uint32_t fault, size_t* count);
+
+STILTFORGE_API void stiltforge_verdict_destroy(stiltforge_verdict* verdict);
 
 /* Pictures of a group */
 

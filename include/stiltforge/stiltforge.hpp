@@ -86,6 +86,13 @@ using SliceInfo = stiltforge_slice_info;
 using MeshReport = stiltforge_mesh_report;
 using ParameterInfo = stiltforge_parameter_info;
 using MemoryEstimate = stiltforge_memory_estimate;
+using Origin = stiltforge_origin;
+using Dropped = stiltforge_dropped;
+using FinishedInfo = stiltforge_finished_info;
+using VerdictInfo = stiltforge_verdict_info;
+using Island = stiltforge_island;
+using WorstPlace = stiltforge_worst_place;
+using ClosePair = stiltforge_close_pair;
 
 /// The library's version.
 inline std::string version() {
@@ -118,6 +125,11 @@ struct AnalysisOptions : stiltforge_analysis_options {
       : stiltforge_analysis_options(
             detail::filled<stiltforge_analysis_options>(stiltforge_analysis_options_init)) {}
 };
+struct JudgeSettings : stiltforge_judge_settings {
+  JudgeSettings()
+      : stiltforge_judge_settings(
+            detail::filled<stiltforge_judge_settings>(stiltforge_judge_settings_init)) {}
+};
 struct ModelSize : stiltforge_model_size {
   ModelSize()
       : stiltforge_model_size(detail::filled<stiltforge_model_size>(stiltforge_model_size_init)) {}
@@ -142,6 +154,18 @@ class View {
   const T* data_;
   std::size_t size_;
 };
+
+namespace detail {
+
+/// The list that a function gives of a handle.
+template <typename T, typename Owner>
+View<T> listOf(const T* (*function)(const Owner*, std::size_t*), const Owner* owner) {
+  std::size_t count = 0;
+  const T* const data = function(owner, &count);
+  return {data, count};
+}
+
+}  // namespace detail
 
 class CancelToken
     : public detail::Handle<stiltforge_cancel_token, stiltforge_cancel_token_destroy> {
@@ -264,8 +288,11 @@ class Slicer : public detail::Handle<stiltforge_slicer, stiltforge_slicer_destro
   }
   /// Where supports lie in the mesh.
   std::vector<Point> locate(const std::vector<Support>& supports) const {
+    return locate(View<Support>(supports.data(), supports.size()));
+  }
+  std::vector<Point> locate(View<Support> supports) const {
     std::vector<Point> points(supports.size());
-    detail::call(stiltforge_slicer_locate, get(), supports.data(), supports.size(), points.data());
+    detail::call(stiltforge_slicer_locate, get(), supports.begin(), supports.size(), points.data());
     return points;
   }
 };
@@ -291,23 +318,87 @@ class LayerView {
   std::uint32_t index() const { return stiltforge_layer_index(layer_); }
   std::uint32_t pixels() const { return stiltforge_layer_pixels(layer_); }
   /// groups()[0] is group 1.
-  View<Group> groups() const { return list<Group>(stiltforge_layer_groups); }
-  View<Support> supports() const { return list<Support>(stiltforge_layer_supports); }
+  View<Group> groups() const { return detail::listOf(stiltforge_layer_groups, layer_); }
+  View<Support> supports() const { return detail::listOf(stiltforge_layer_supports, layer_); }
 
  private:
-  template <typename T, typename Function>
-  View<T> list(Function function) const {
-    std::size_t count = 0;
-    const T* const data = function(layer_, &count);
-    return {data, count};
-  }
-
   const stiltforge_layer* layer_;
 };
 
 class Layer : public detail::Handle<stiltforge_layer, stiltforge_layer_destroy>, public LayerView {
  public:
   explicit Layer(stiltforge_layer* layer) : Handle(layer), LayerView(layer) {}
+};
+
+/// Supports as an experienced person would leave them. The lists are valid until it is destroyed.
+class Finished : public detail::Handle<stiltforge_finished, stiltforge_finished_destroy> {
+ public:
+  using Handle::Handle;
+  View<Support> supports() const { return detail::listOf(stiltforge_finished_supports, get()); }
+  /// What is known of each of them.
+  View<Origin> origins() const { return detail::listOf(stiltforge_finished_origins, get()); }
+  View<std::uint32_t> merged() const { return detail::listOf(stiltforge_finished_merged, get()); }
+  View<Dropped> dropped() const { return detail::listOf(stiltforge_finished_dropped, get()); }
+  View<std::uint32_t> islandsLeft() const {
+    return detail::listOf(stiltforge_finished_islands_left, get());
+  }
+  FinishedInfo info() const {
+    return detail::filled<FinishedInfo>(stiltforge_finished_get_info, get());
+  }
+};
+
+/// What supports hold of a part. The lists are valid until it is destroyed.
+class Verdict : public detail::Handle<stiltforge_verdict, stiltforge_verdict_destroy> {
+ public:
+  using Handle::Handle;
+  VerdictInfo info() const {
+    return detail::filled<VerdictInfo>(stiltforge_verdict_get_info, get());
+  }
+  View<Island> islands() const { return detail::listOf(stiltforge_verdict_islands, get()); }
+  View<WorstPlace> worst() const { return detail::listOf(stiltforge_verdict_worst, get()); }
+  View<ClosePair> closePairs() const {
+    return detail::listOf(stiltforge_verdict_close_pairs, get());
+  }
+  /// fault: STILTFORGE_IN_NO_MATERIAL and so on.
+  View<std::uint32_t> faults(std::uint32_t fault) const {
+    std::size_t count = 0;
+    const std::uint32_t* const data = stiltforge_verdict_faults(get(), fault, &count);
+    return {data, count};
+  }
+};
+
+/// What is known of a part to judge and finish its supports.
+class Survey : public detail::Handle<stiltforge_survey, stiltforge_survey_destroy> {
+ public:
+  explicit Survey(const PrintSettings& print) : Handle(create(stiltforge_survey_create, &print)) {}
+
+  /// Adds the next slice with the supports that stand in it.
+  void add(const Slice& slice, const std::vector<Support>& supports = {}) {
+    detail::call(stiltforge_survey_add, get(), slice.get(), supports.data(), supports.size());
+  }
+  /// Adds an analysed slice.
+  void add(const Slice& slice, const Layer& layer) {
+    detail::call(stiltforge_survey_add_layer, get(), slice.get(), layer.get());
+  }
+  std::uint32_t layerCount() const { return stiltforge_survey_layer_count(get()); }
+
+  Finished finish() {
+    stiltforge_finished* finished = nullptr;
+    detail::call(stiltforge_survey_finish, get(), &finished);
+    return Finished(finished);
+  }
+  /// Judges the supports that were added, or the finished ones.
+  Verdict judge(const JudgeSettings& settings = {}) { return verdictOn(nullptr, settings); }
+  Verdict judge(const Finished& finished, const JudgeSettings& settings = {}) {
+    return verdictOn(finished.get(), settings);
+  }
+
+ private:
+  Verdict verdictOn(const stiltforge_finished* finished, const JudgeSettings& settings) {
+    stiltforge_verdict* verdict = nullptr;
+    detail::call(stiltforge_survey_judge, get(), finished, &settings, &verdict);
+    return Verdict(verdict);
+  }
 };
 
 class GroupImages
@@ -340,15 +431,19 @@ class Model : public detail::Handle<stiltforge_model, stiltforge_model_destroy> 
   /// ends the call with that exception, or may be null.
   void analyse(Slicer& slicer, const std::function<void(const LayerView&)>& onLayer = {},
                CancelToken* cancel = nullptr, std::uint32_t count = allLayers) {
-    Watcher watcher{onLayer, {}};
-    const stiltforge_layer_callback callback = onLayer ? &Watcher::tell : nullptr;
-    try {
+    Watcher::watch(onLayer, [&](stiltforge_layer_callback callback, void* watcher) {
       detail::call(stiltforge_model_analyse_mesh, get(), slicer.get(), count,
-                   cancel ? cancel->get() : nullptr, callback, static_cast<void*>(&watcher));
-    } catch (const Error&) {
-      if (watcher.failure) std::rethrow_exception(watcher.failure);
-      throw;
-    }
+                   cancel ? cancel->get() : nullptr, callback, watcher);
+    });
+  }
+  /// The same, and adds each layer to the survey.
+  void analyse(Slicer& slicer, Survey& survey,
+               const std::function<void(const LayerView&)>& onLayer = {},
+               CancelToken* cancel = nullptr, std::uint32_t count = allLayers) {
+    Watcher::watch(onLayer, [&](stiltforge_layer_callback callback, void* watcher) {
+      detail::call(stiltforge_model_survey_mesh, get(), slicer.get(), survey.get(), count,
+                   cancel ? cancel->get() : nullptr, callback, watcher);
+    });
   }
 
   std::uint32_t layerCount() const { return stiltforge_model_layer_count(get()); }
@@ -373,6 +468,17 @@ class Model : public detail::Handle<stiltforge_model, stiltforge_model_destroy> 
   struct Watcher {
     const std::function<void(const LayerView&)>& onLayer;
     std::exception_ptr failure;
+
+    template <typename Run>
+    static void watch(const std::function<void(const LayerView&)>& onLayer, Run&& run) {
+      Watcher watcher{onLayer, {}};
+      try {
+        run(onLayer ? &Watcher::tell : nullptr, &watcher);
+      } catch (const Error&) {
+        if (watcher.failure) std::rethrow_exception(watcher.failure);
+        throw;
+      }
+    }
 
     static std::int32_t tell(void* context, const stiltforge_layer* layer) {
       auto& watcher = *static_cast<Watcher*>(context);

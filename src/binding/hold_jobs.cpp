@@ -48,12 +48,14 @@ FinishJob::FinishJob(Napi::Env env, SurveySource survey, const hold::FinishSetti
     : Job(env), survey_(std::move(survey)), finishing_(finishing), judging_(judging) {}
 
 void FinishJob::work() {
-  part_ = survey_().finish(finishing_, judging_);
+  hold::SurveyedPart& survey = survey_();
+  part_ = survey.finish(finishing_);
+  judged_ = survey.judge(part_, judging_);
 }
 
 napi_status FinishJob::result(napi_env env, napi_value* value) {
   ValueMaker make(env);
-  *value = finishedValue(make, part_);
+  *value = finishedValue(make, part_, judged_);
   return make.status();
 }
 

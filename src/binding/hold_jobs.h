@@ -62,6 +62,7 @@ class FinishJob : public Job {
   hold::FinishSettings finishing_;
   hold::JudgeSettings judging_;
   hold::FinishedPart part_;
+  hold::JudgedPart judged_;
 };
 
 }  // namespace stiltforge::binding

@@ -81,36 +81,6 @@ napi_value regionValue(ValueMaker& make, const std::optional<hold::RegionRecord>
   return object;
 }
 
-const char* nameOf(hold::Reason reason) {
-  switch (reason) {
-    case hold::Reason::analysed:
-      return "analysed";
-    case hold::Reason::merged:
-      return "merged";
-    case hold::Reason::addedForIsland:
-      return "addedForIsland";
-    case hold::Reason::addedForOverhang:
-      return "addedForOverhang";
-  }
-  return "";
-}
-
-const char* nameOf(hold::DropReason reason) {
-  switch (reason) {
-    case hold::DropReason::merged:
-      return "merged";
-    case hold::DropReason::holdsLittle:
-      return "holdsLittle";
-    case hold::DropReason::noRoom:
-      return "noRoom";
-    case hold::DropReason::sealedVoid:
-      return "sealedVoid";
-    case hold::DropReason::holdsNothing:
-      return "holdsNothing";
-  }
-  return "";
-}
-
 napi_value pointValue(ValueMaker& make, const hold::FinishedPart::Point& point) {
   const napi_value object = make.object();
   setPlace(make, object, point.point.site.place);
@@ -175,7 +145,8 @@ napi_value verdictValue(ValueMaker& make, const hold::JudgedPart& part) {
   return object;
 }
 
-napi_value finishedValue(ValueMaker& make, const hold::FinishedPart& part) {
+napi_value finishedValue(ValueMaker& make, const hold::FinishedPart& part,
+                         const hold::JudgedPart& judged) {
   const napi_value object = make.object();
   set(make, object, "supports",
       arrayOf(make, part.points,
@@ -191,7 +162,7 @@ napi_value finishedValue(ValueMaker& make, const hold::FinishedPart& part) {
   set(make, object, "leftAlone", leftAlone);
   set(make, object, "spacing", make.number(part.spacing));
   set(make, object, "islandsLeft", numbers(make, part.islandsLeft));
-  set(make, object, "verdict", verdictValue(make, part.judged));
+  set(make, object, "verdict", verdictValue(make, judged));
   return object;
 }
 

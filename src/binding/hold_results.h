@@ -8,7 +8,8 @@ namespace stiltforge::binding {
 /// Verdict of packages/stiltforge/src/hold.ts.
 napi_value verdictValue(ValueMaker& make, const hold::JudgedPart& part);
 
-/// FinishedSupports of the same.
-napi_value finishedValue(ValueMaker& make, const hold::FinishedPart& part);
+/// FinishedSupports of the same, with the verdict on them.
+napi_value finishedValue(ValueMaker& make, const hold::FinishedPart& part,
+                         const hold::JudgedPart& judged);
 
 }  // namespace stiltforge::binding

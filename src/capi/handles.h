@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <atomic>
 #include <cstdint>
 #include <string>
@@ -7,6 +8,7 @@
 
 #include "analysis/slice.h"
 #include "capi/handle.h"
+#include "hold/surveyed_part.h"
 #include "model/model.h"
 #include "model/parameters.h"
 #include "print/print_settings.h"
@@ -64,6 +66,7 @@ struct stiltforge_layer : stiltforge::capi::Handle {
   uint32_t pixels = 0;
   std::vector<stiltforge_group> groups;
   std::vector<stiltforge_support> supports;
+  stiltforge::hold::LayerFindings findings;  // where the host has its slice
 };
 
 struct stiltforge_model : stiltforge::capi::Handle {
@@ -83,4 +86,37 @@ struct stiltforge_group_images : stiltforge::capi::Handle {
   explicit stiltforge_group_images(stiltforge::GroupImages rendered)
       : Handle(kind), images(std::move(rendered)) {}
   const stiltforge::GroupImages images;
+};
+
+struct stiltforge_survey : stiltforge::capi::Handle {
+  static constexpr uint32_t kind = 0x56525553;
+  explicit stiltforge_survey(const stiltforge::PrintSettings& settings);
+  const stiltforge::PrintSettings print;
+  const uint64_t number;  // of all surveys
+  stiltforge::hold::SurveyedPart part;
+  uint16_t width = 0;  // of the slices, once there is one
+  uint16_t height = 0;
+  std::atomic<uint32_t> layerCount{0};  // whole ones
+  bool isStopped = false;               // the part failed in the middle of a layer
+};
+
+struct stiltforge_finished : stiltforge::capi::Handle {
+  static constexpr uint32_t kind = 0x534E4946;
+  stiltforge_finished() : Handle(kind) {}
+  stiltforge::hold::FinishedPart part;
+  uint64_t survey = 0;  // its number
+  std::vector<stiltforge_support> supports;
+  std::vector<stiltforge_origin> origins;
+  std::vector<uint32_t> merged;
+  std::vector<stiltforge_dropped> dropped;
+};
+
+struct stiltforge_verdict : stiltforge::capi::Handle {
+  static constexpr uint32_t kind = 0x44524556;
+  stiltforge_verdict() : Handle(kind) {}
+  stiltforge_verdict_info info{};
+  std::vector<stiltforge_island> islands;
+  std::vector<stiltforge_worst_place> worst;
+  std::vector<stiltforge_close_pair> closePairs;
+  std::array<std::vector<uint32_t>, 4> faults;  // by STILTFORGE_IN_NO_MATERIAL and so on
 };

@@ -2,6 +2,8 @@
 
 #include <cstddef>
 
+#include "capi/lists.h"
+
 namespace stiltforge::capi {
 
 stiltforge_support toSupport(const Voxel& voxel, uint32_t group) {
@@ -30,36 +32,24 @@ std::unique_ptr<stiltforge_layer> layerResult(const Layer& layer, uint32_t index
 
 }  // namespace stiltforge::capi
 
-namespace {
-
-const stiltforge_layer* checked(const stiltforge_layer* layer) {
-  return layer && layer->isOf(stiltforge_layer::kind) ? layer : nullptr;
-}
-
-template <typename T>
-const T* listOf(const std::vector<T>* list, size_t* count) {
-  if (count) *count = list ? list->size() : 0;
-  return list && !list->empty() ? list->data() : nullptr;
-}
-
-}  // namespace
+namespace capi = stiltforge::capi;
 
 uint32_t stiltforge_layer_index(const stiltforge_layer* layer) {
-  return checked(layer) ? layer->index : 0;
+  return capi::checked(layer) ? layer->index : 0;
 }
 
 uint32_t stiltforge_layer_pixels(const stiltforge_layer* layer) {
-  return checked(layer) ? layer->pixels : 0;
+  return capi::checked(layer) ? layer->pixels : 0;
 }
 
 const stiltforge_group* stiltforge_layer_groups(const stiltforge_layer* layer, size_t* count) {
-  return listOf(checked(layer) ? &layer->groups : nullptr, count);
+  return capi::listOf(capi::checked(layer) ? &layer->groups : nullptr, count);
 }
 
 const stiltforge_support* stiltforge_layer_supports(const stiltforge_layer* layer, size_t* count) {
-  return listOf(checked(layer) ? &layer->supports : nullptr, count);
+  return capi::listOf(capi::checked(layer) ? &layer->supports : nullptr, count);
 }
 
 void stiltforge_layer_destroy(stiltforge_layer* layer) {
-  stiltforge::capi::destroy(layer);
+  capi::destroy(layer);
 }

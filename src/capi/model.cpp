@@ -1,4 +1,3 @@
-#include <algorithm>
 #include <cstddef>
 #include <memory>
 #include <string>
@@ -10,8 +9,8 @@
 #include "capi/cancel_token.h"
 #include "capi/handles.h"
 #include "capi/layer.h"
+#include "capi/model_step.h"
 #include "capi/slice_size.h"
-#include "capi/slices_ahead.h"
 #include "capi/structure.h"
 
 namespace stiltforge::capi {
@@ -22,49 +21,8 @@ inline constexpr std::size_t firstSize<stiltforge_analysis_options> =
 
 namespace {
 
-// Layers have 16-bit numbers, counted from 1.
-constexpr uint32_t mostLayers = 65535;
-
-void requireGoingOn(const stiltforge_model& model) {
-  if (model.isStopped) {
-    throw Refusal(STILTFORGE_STOPPED, "an earlier call failed in the middle of layer " +
-                                          std::to_string(model.layerCount) +
-                                          ", so the model takes no more; make a new one");
-  }
-  if (model.layerCount == mostLayers) {
-    throw InvalidArgument("model has " + std::to_string(mostLayers) + " layers, which is the most");
-  }
-}
-
-// Analyses a slice of the model's size. What is made of the layer by `use` is part of the step: the
-// model goes on only if both succeed.
-template <typename Use>
-void analyse(stiltforge_model& model, Slice slice, Model::SliceOptions options, Use&& use) {
-  requireGoingOn(model);
-  options.addSupport = model.parameters.addSupport;
-  const std::size_t before = model.model.layers().size();
-  try {
-    model.model.analyse(std::move(slice), options);
-    std::forward<Use>(use)(model.model.layers().back());
-  } catch (...) {
-    model.isStopped = model.model.layers().size() != before;
-    throw;
-  }
-  ++model.layerCount;
-}
-
 stiltforge_analysis_options readOptions(const stiltforge_analysis_options* options) {
   return options ? readStructure(options, "options") : stiltforge_analysis_options{};
-}
-
-void requireModelSize(const stiltforge_model& model, uint32_t width, uint32_t height,
-                      const char* name) {
-  const auto& [modelWidth, modelHeight] =
-      std::pair(model.parameters.width, model.parameters.height);
-  if (width == modelWidth && height == modelHeight) return;
-  throw InvalidArgument(std::string(name) + " is " + std::to_string(width) + " x " +
-                        std::to_string(height) + " pixels; the model's slices are " +
-                        std::to_string(modelWidth) + " x " + std::to_string(modelHeight));
 }
 
 // The blocks that the host wants, and in the place of others that the analysis always fills some
@@ -104,13 +62,6 @@ void forEachSupport(const Model& model, Fn&& fn) {
       for (const Voxel& voxel : placement->supports) fn(voxel, static_cast<uint32_t>(group));
     }
   }
-}
-
-// Whether the host wants to go on.
-bool tellHost(stiltforge_layer_callback callback, void* context, const stiltforge_layer& layer,
-              const DefaultFloats& floats) {
-  const HostFloats restored(floats);
-  return callback(context, &layer) == 0;
 }
 
 }  // namespace
@@ -158,50 +109,11 @@ stiltforge_status stiltforge_model_analyse(stiltforge_model* model, const stiltf
     sliceOptions.buffers = buffers.get();
     std::unique_ptr<stiltforge_layer> result;
     capi::analyse(*analysed, read->slice, sliceOptions, [&](const stiltforge::Layer& done) {
-      if (layer) result = capi::layerResult(done, analysed->layerCount);
+      if (!layer) return;
+      result = capi::layerResult(done, analysed->layerCount);
+      result->findings = stiltforge::hold::findingsOf(done);
     });
     if (layer) *layer = result.release();
-  });
-}
-
-stiltforge_status stiltforge_model_analyse_mesh(stiltforge_model* model, stiltforge_slicer* slicer,
-                                                uint32_t count, stiltforge_cancel_token* cancel,
-                                                stiltforge_layer_callback on_layer, void* context,
-                                                stiltforge_error* error) {
-  return capi::guarded(__func__, error, [&](const capi::DefaultFloats& floats) {
-    const capi::WorkerUse workers;
-    const capi::Keeping kept(model, "model");
-    const capi::Writing cutter(slicer, "slicer");
-    stiltforge::Model::SliceOptions options;
-    options.cancelled = capi::flagOf(cancel);
-    const uint32_t layers = cutter->slicer.layerCount();
-    uint32_t first = 0;
-    {
-      const capi::Writing analysed(model, "model");
-      capi::requireGoingOn(*analysed);
-      const auto& placement = cutter->slicer.placement();
-      capi::requireModelSize(*analysed, static_cast<uint32_t>(placement.width),
-                             static_cast<uint32_t>(placement.height), "slicer");
-      first = std::min<uint32_t>(analysed->layerCount, layers);
-    }
-    const uint32_t end = first + std::min(count, layers - first);
-
-    capi::SlicesAhead slices(cutter->slicer, first, end);
-    for (uint32_t index = first; index < end; ++index) {
-      stiltforge::Slice slice = slices.next();
-      std::unique_ptr<stiltforge_layer> result;
-      {
-        const capi::Writing analysed(model, "model");
-        if (analysed->layerCount != index) {
-          throw capi::InvalidArgument("on_layer gave the model slices of its own");
-        }
-        capi::analyse(*analysed, std::move(slice), options, [&](const stiltforge::Layer& done) {
-          if (on_layer) result = capi::layerResult(done, index);
-        });
-      }
-      if (!on_layer || capi::tellHost(on_layer, context, *result, floats)) continue;
-      throw capi::Refusal(STILTFORGE_CANCELLED, "ended by its callback");
-    }
   });
 }
 

@@ -39,6 +39,9 @@ PrintSettings readPrintSettings(const stiltforge_print_settings* settings, const
   if (!(given.full_overhang < 0)) print.fullOverhang = given.full_overhang;
   print.inset = given.inset;
   print.supportArea = given.support_area;
+  print.lift = given.lift;
+  print.minimumHeight = given.minimum_height;
+  if (!(given.minimum_spacing < 0)) print.minimumSpacing = given.minimum_spacing;
 
   const std::string prefix = std::string(name) + "->";
   requireRange(print.screenWidth, (prefix + "screen_width").c_str(), 1, longestScreenSide);
@@ -70,6 +73,9 @@ stiltforge_status stiltforge_print_settings_init(stiltforge_print_settings* sett
     filled.full_overhang = -1;
     filled.inset = defaults.inset;
     filled.support_area = defaults.supportArea;
+    filled.lift = defaults.lift;
+    filled.minimum_height = defaults.minimumHeight;
+    filled.minimum_spacing = -1;
     capi::writeStructure(settings, filled, "settings");
   });
 }

@@ -24,10 +24,6 @@ inline constexpr std::size_t firstSize<stiltforge_mesh_report> = offsetof(stiltf
 
 namespace {
 
-double plateZ(const stiltforge_slicer& slicer) {
-  return slicer.slicer.report().bounds.min.z;
-}
-
 void write(const slicing::Vertex& vertex, double* target) {
   target[0] = vertex.x;
   target[1] = vertex.y;
@@ -97,7 +93,7 @@ stiltforge_status stiltforge_slicer_get_info(const stiltforge_slicer* slicer,
     filled.crop_y = placement.cropY;
     filled.origin_x = placement.originX;
     filled.origin_y = placement.originY;
-    filled.plate_z = capi::plateZ(*slicer);
+    filled.plate_z = slicer->slicer.plateZ();
     filled.pixel_size = placement.pixelSize;
     filled.layer_height = slicer->print.layerHeight;
     capi::writeStructure(info, filled, "info");
@@ -159,7 +155,7 @@ stiltforge_status stiltforge_slicer_locate(const stiltforge_slicer* slicer,
       const stiltforge_support& support = supports[i];
       const auto [x, y, z, column, row] =
           stiltforge::positionOf(support.x, support.y, support.layer, slicer->slicer.placement(),
-                                 capi::plateZ(*slicer), slicer->print.layerHeight);
+                                 slicer->slicer.plateZ(), slicer->print.layerHeight);
       points[i] = {x, y, z, column, row, support.layer, support.group, support.island};
     }
   });

@@ -436,6 +436,36 @@ FinishSettings FinishSettings::forSupportArea(double area) {
   return settings;
 }
 
+const char* nameOf(Reason reason) {
+  switch (reason) {
+    case Reason::analysed:
+      return "analysed";
+    case Reason::merged:
+      return "merged";
+    case Reason::addedForIsland:
+      return "addedForIsland";
+    case Reason::addedForOverhang:
+      return "addedForOverhang";
+  }
+  return "unknown";
+}
+
+const char* nameOf(DropReason reason) {
+  switch (reason) {
+    case DropReason::merged:
+      return "merged";
+    case DropReason::holdsLittle:
+      return "holdsLittle";
+    case DropReason::noRoom:
+      return "noRoom";
+    case DropReason::sealedVoid:
+      return "sealedVoid";
+    case DropReason::holdsNothing:
+      return "holdsNothing";
+  }
+  return "unknown";
+}
+
 std::vector<Site> Finished::sites() const {
   std::vector<Site> sites;
   for (const FinishedPoint& point : points) sites.push_back(point.site);

@@ -43,6 +43,10 @@ enum class DropReason : uint8_t {
   holdsNothing,  ///< there is no overhang where it stands
 };
 
+/// As the outputs say it, such as "addedForIsland".
+const char* nameOf(Reason reason);
+const char* nameOf(DropReason reason);
+
 struct FinishedPoint {
   static constexpr uint32_t none = Place::none;
 

@@ -38,6 +38,13 @@ class NotedPlaces {
 
 }  // namespace
 
+std::vector<Site> FinishedPart::sites() const {
+  std::vector<Site> sites;
+  sites.reserve(points.size());
+  for (const Point& point : points) sites.push_back(point.point.site);
+  return sites;
+}
+
 LayerFindings findingsOf(const Layer& layer) {
   LayerFindings findings;
   findings.groupOfRun = layer.groupOfRun;
@@ -151,14 +158,18 @@ JudgedPart SurveyedPart::judge(const JudgeSettings& settings) {
   return judged(survey_.points(), settings);
 }
 
-FinishedPart SurveyedPart::finish(const FinishSettings& finishing, const JudgeSettings& judging) {
+JudgedPart SurveyedPart::judge(const FinishedPart& finished, const JudgeSettings& settings) {
   end();
-  Finished finished = hold::finish(survey_, finishing);
+  return judged(finished.sites(), settings);
+}
+
+FinishedPart SurveyedPart::finish(const FinishSettings& settings) {
+  end();
+  Finished finished = hold::finish(survey_, settings);
   FinishedPart part;
-  part.judged = judged(finished.sites(), judging);
   part.islandsLeft = std::move(finished.islandsLeft);
   part.leftAlone = finished.leftAlone;
-  part.spacing = finishing.spacing;
+  part.spacing = settings.spacing;
 
   NotedPlaces noted;
   const std::vector<Island>& islands = survey_.islands();

@@ -74,7 +74,8 @@ struct FinishedPart {
   std::vector<uint32_t> islandsLeft;  ///< see Finished
   LeftAlone leftAlone;
   double spacing = 0;  ///< see FinishSettings
-  JudgedPart judged;
+
+  std::vector<Site> sites() const;
 };
 
 /// A survey that keeps, for the regions in which points stand or may be added, how the analysis
@@ -88,9 +89,13 @@ class SurveyedPart {
   void add(const Slice& slice, const LayerFindings& findings);
   uint32_t layerCount() const { return survey_.layerCount(); }
 
-  /// Ends the part: nothing may be added after one of these.
+  // Each of these ends the part: nothing may be added afterwards.
+
+  /// Judges the points that were added.
   JudgedPart judge(const JudgeSettings& settings);
-  FinishedPart finish(const FinishSettings& finishing, const JudgeSettings& judging);
+  /// Judges those that came of them.
+  JudgedPart judge(const FinishedPart& finished, const JudgeSettings& settings);
+  FinishedPart finish(const FinishSettings& settings);
   bool isEnded() const { return isEnded_; }
 
  private:

@@ -25,6 +25,10 @@ TEST(Arguments, NullIsRefusedByName) {
   host::Parameters parameters = smallParameters();
   host::Model model(parameters);
   host::Slice slice;
+  host::Survey survey(print);
+  stiltforge_survey* newSurvey = nullptr;
+  stiltforge_finished* newFinished = nullptr;
+  stiltforge_verdict* newVerdict = nullptr;
   stiltforge_slicer_info info{};
   info.struct_size = sizeof info;
   const float positions[9] = {};
@@ -112,6 +116,31 @@ TEST(Arguments, NullIsRefusedByName) {
       {"images is null",
        [&] { return stiltforge_model_create_group_images(model.get(), 0, 1, null, e); }},
       {"size is null", [&] { return stiltforge_estimate_memory(null, null, e); }},
+      {"survey is null", [&] { return stiltforge_survey_create(&print, null, e); }},
+      {"print is null", [&] { return stiltforge_survey_create(null, &newSurvey, e); }},
+      {"survey is null", [&] { return stiltforge_survey_add(null, null, null, 0, e); }},
+      {"slice is null", [&] { return stiltforge_survey_add(survey.get(), null, null, 0, e); }},
+      {"supports is null",
+       [&] { return stiltforge_survey_add(survey.get(), slice.get(), null, 1, e); }},
+      {"survey is null", [&] { return stiltforge_survey_add_layer(null, null, null, e); }},
+      {"slice is null", [&] { return stiltforge_survey_add_layer(survey.get(), null, null, e); }},
+      {"layer is null",
+       [&] { return stiltforge_survey_add_layer(survey.get(), slice.get(), null, e); }},
+      {"model is null",
+       [&] { return stiltforge_model_survey_mesh(null, null, null, 1, null, null, null, e); }},
+      {"survey is null",
+       [&] {
+         return stiltforge_model_survey_mesh(model.get(), slicer.get(), null, 1, null, null, null,
+                                             e);
+       }},
+      {"finished is null", [&] { return stiltforge_survey_finish(survey.get(), null, e); }},
+      {"survey is null", [&] { return stiltforge_survey_finish(null, &newFinished, e); }},
+      {"finished is null", [&] { return stiltforge_finished_get_info(null, null, e); }},
+      {"settings is null", [&] { return stiltforge_judge_settings_init(null, e); }},
+      {"verdict is null",
+       [&] { return stiltforge_survey_judge(survey.get(), null, null, null, e); }},
+      {"survey is null", [&] { return stiltforge_survey_judge(null, null, null, &newVerdict, e); }},
+      {"verdict is null", [&] { return stiltforge_verdict_get_info(null, null, e); }},
   };
   for (const Call& call : calls) {
     EXPECT_EQ(call.run(), STILTFORGE_INVALID_ARGUMENT) << call.named;
@@ -156,6 +185,16 @@ TEST(Arguments, WhatAsksNullHasNothingToTell) {
   EXPECT_EQ(stiltforge_group_images_width(nullptr), 0u);
   EXPECT_EQ(stiltforge_group_images_height(nullptr), 0u);
   EXPECT_EQ(stiltforge_group_images_pixels(nullptr, 0), nullptr);
+  EXPECT_EQ(stiltforge_survey_layer_count(nullptr), 0u);
+  EXPECT_EQ(stiltforge_finished_supports(nullptr, nullptr), nullptr);
+  EXPECT_EQ(stiltforge_finished_origins(nullptr, nullptr), nullptr);
+  EXPECT_EQ(stiltforge_finished_merged(nullptr, nullptr), nullptr);
+  EXPECT_EQ(stiltforge_finished_dropped(nullptr, nullptr), nullptr);
+  EXPECT_EQ(stiltforge_finished_islands_left(nullptr, nullptr), nullptr);
+  EXPECT_EQ(stiltforge_verdict_islands(nullptr, nullptr), nullptr);
+  EXPECT_EQ(stiltforge_verdict_worst(nullptr, nullptr), nullptr);
+  EXPECT_EQ(stiltforge_verdict_close_pairs(nullptr, nullptr), nullptr);
+  EXPECT_EQ(stiltforge_verdict_faults(nullptr, 0, nullptr), nullptr);
 }
 
 TEST(Arguments, NullMayBeDestroyed) {
@@ -169,6 +208,9 @@ TEST(Arguments, NullMayBeDestroyed) {
   stiltforge_layer_destroy(nullptr);
   stiltforge_model_destroy(nullptr);
   stiltforge_group_images_destroy(nullptr);
+  stiltforge_survey_destroy(nullptr);
+  stiltforge_finished_destroy(nullptr);
+  stiltforge_verdict_destroy(nullptr);
 }
 
 TEST(Arguments, AnErrorMayBeNull) {
@@ -194,6 +236,15 @@ TEST(Arguments, AHandleOfAnotherKindIsRefused) {
                "stiltforge_model_analyse: model is no handle of that kind, or destroyed.");
   EXPECT_EQ(stiltforge_model_layer_count(noModel), 0u);
   stiltforge_model_destroy(noModel);
+  auto* const noSurvey = reinterpret_cast<stiltforge_survey*>(mesh.get());
+  EXPECT_EQ(stiltforge_survey_finish(noSurvey, nullptr, &error), STILTFORGE_INVALID_ARGUMENT);
+  EXPECT_EQ(stiltforge_survey_layer_count(noSurvey), 0u);
+  std::size_t count = 1;
+  auto* const notFinished = reinterpret_cast<stiltforge_finished*>(mesh.get());
+  EXPECT_EQ(stiltforge_finished_supports(notFinished, &count), nullptr);
+  EXPECT_EQ(count, 0u);
+  auto* const noVerdict = reinterpret_cast<stiltforge_verdict*>(mesh.get());
+  EXPECT_EQ(stiltforge_verdict_faults(noVerdict, STILTFORGE_WITHOUT_ROOM, nullptr), nullptr);
   EXPECT_EQ(stiltforge_mesh_triangle_count(mesh.get()), 36u);
 }
 

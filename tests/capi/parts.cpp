@@ -32,6 +32,12 @@ std::vector<float> table() {
   return part;
 }
 
+std::vector<float> tableAndBlock() {
+  std::vector<float> part = table();
+  appendBox(part, {14, 0, 2}, {16, 2, 4});
+  return part;
+}
+
 host::PrintSettings coarsePrint() {
   host::PrintSettings print;
   print.pixel_size = 0.1;
@@ -60,6 +66,13 @@ host::Slice fullSlice(uint32_t width, uint32_t height, uint32_t overhanging) {
     const auto column = static_cast<uint32_t>(i / 4 % width);
     if (column >= width - overhanging) rgba[i + 2] = 0;
   }
+  host::Slice slice;
+  slice.setRgba(rgba.data(), rgba.size(), width, height);
+  return slice;
+}
+
+host::Slice emptySlice(uint32_t width, uint32_t height) {
+  const std::vector<uint8_t> rgba(std::size_t{4} * width * height, 0);
   host::Slice slice;
   slice.setRgba(rgba.data(), rgba.size(), width, height);
   return slice;

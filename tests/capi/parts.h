@@ -15,6 +15,9 @@ namespace stiltforge::capi_test {
 /// A plate, a post and a wide table on top: nine floats a triangle, mm. It gets supports.
 std::vector<float> table();
 
+/// The same with a block beside it that begins in the air, 2 mm up.
+std::vector<float> tableAndBlock();
+
 /// Coarse, so that a part takes no time.
 host::PrintSettings coarsePrint();
 
@@ -27,6 +30,9 @@ std::vector<Place> placesOf(const std::vector<float>& part, const host::PrintSet
 
 /// A slice of that size, all material, of which `overhanging` columns at the right hang free.
 host::Slice fullSlice(uint32_t width, uint32_t height, uint32_t overhanging = 0);
+
+/// A slice of that size without material.
+host::Slice emptySlice(uint32_t width, uint32_t height);
 
 /// A model of 40 x 30 pixels with small supports.
 host::Parameters smallParameters();

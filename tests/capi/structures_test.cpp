@@ -46,6 +46,17 @@ TEST(Structures, ANewerHostWorksWhileItAsksForNothingNew) {
             "library does not know.");
 }
 
+TEST(Structures, AnOlderHostNeedNotKnowTheLatestFields) {
+  stiltforge_print_settings settings{};
+  settings.struct_size = offsetof(stiltforge_print_settings, lift);
+  settings.minimum_height = 7;
+  ASSERT_EQ(stiltforge_print_settings_init(&settings, nullptr), STILTFORGE_OK);
+  EXPECT_EQ(settings.support_area, 15);
+  EXPECT_EQ(settings.minimum_height, 7) << "beyond the host's structure nothing is written";
+  settings.lift = -1;
+  EXPECT_EQ(messageOf(&settings), "") << "nor read";
+}
+
 TEST(Structures, ASizeThatCannotBeIsRefused) {
   for (const std::size_t size :
        {std::size_t{0}, std::size_t{8}, std::size_t{4097}, ~std::size_t{0}}) {

@@ -1,0 +1,21 @@
+#pragma once
+
+#include <cstddef>
+#include <vector>
+
+namespace stiltforge::capi {
+
+/// The handle, or null where it is none of its kind.
+template <typename T>
+const T* checked(const T* handle) {
+  return handle && handle->isOf(T::kind) ? handle : nullptr;
+}
+
+/// What a function gives back of a list of a handle: null and 0 when it is empty, or null.
+template <typename T>
+const T* listOf(const std::vector<T>* list, std::size_t* count) {
+  if (count) *count = list ? list->size() : 0;
+  return list && !list->empty() ? list->data() : nullptr;
+}
+
+}  // namespace stiltforge::capi
