@@ -3,12 +3,15 @@
 //   node scripts/digest.mjs --check PROGRAM...   one build of stiltforge_digest, by the command that runs
 //                                             it, against the expected
 //   node scripts/digest.mjs --write PROGRAM   makes that build's digests the expected ones
-import { execFileSync, spawnSync } from 'node:child_process';
+import { execFile, execFileSync } from 'node:child_process';
 import { mkdtempSync, readdirSync, readFileSync, rmSync, writeFileSync } from 'node:fs';
 import { availableParallelism, tmpdir } from 'node:os';
 import { join } from 'node:path';
 import { fileURLToPath } from 'node:url';
+import { promisify } from 'node:util';
 import { gunzipSync } from 'node:zlib';
+
+const execFileAsync = promisify(execFile);
 
 const root = fileURLToPath(new URL('..', import.meta.url));
 const goldenFolder = join(root, 'tests/golden');
@@ -39,15 +42,9 @@ function writeStackFiles(folder) {
     });
 }
 
-function digestsOf(command, stackFiles, options = []) {
+async function digestsOf(command, stackFiles, options = []) {
   const [program, ...before] = command;
-  const { status, stdout, stderr, error } = spawnSync(
-    program,
-    [...before, ...options, ...stackFiles],
-    { encoding: 'utf8' },
-  );
-  if (error) throw error;
-  if (status !== 0) throw new Error(`${command.join(' ')} failed: ${stderr}`);
+  const { stdout } = await execFileAsync(program, [...before, ...options, ...stackFiles]);
   return stdout;
 }
 
@@ -84,11 +81,15 @@ function run(program, ...words) {
   execFileSync(program, words, { cwd: root, stdio: ['ignore', 'ignore', 'inherit'] });
 }
 
-function build(preset) {
-  run('cmake', '--preset', preset);
-  const folder = join(root, 'build', preset);
+function build(preset, folder = join('build', preset), ...options) {
+  run('cmake', '--preset', preset, ...options);
   run('cmake', '--build', folder, '--target', 'stiltforge_digest');
-  return join(folder, 'tests/digest/stiltforge_digest');
+  return join(root, folder, 'tests/digest/stiltforge_digest');
+}
+
+/** That of `npm run build`, which has most of its parts already. */
+function buildHere() {
+  return build('release', 'build', '-DSTILTFORGE_TESTS=OFF', '-DSTILTFORGE_DIGEST=ON');
 }
 
 /** The program in WebAssembly, which Node runs. */
@@ -97,28 +98,48 @@ function buildWasm() {
   return `${build('wasm')}.js`;
 }
 
-function checkAll(expected, stackFiles) {
+/** As many at once as there are cores; results in the order of the list. */
+async function sideBySide(list, work) {
+  const results = [];
+  const rest = list.entries();
+  const worker = async () => {
+    for (const [index, each] of rest) results[index] = await work(each);
+  };
+  await Promise.all(Array.from({ length: availableParallelism() }, worker));
+  return results;
+}
+
+async function checkAll(expected, stackFiles) {
+  const workerCounts = [...new Set([1, 2, 5, availableParallelism()])];
   const builds = [
-    { label: 'g++ with libstdc++', command: [build('digest')] },
-    { label: 'clang++ with libc++', command: [build('libcxx')] },
-    { label: '64-bit Arm, g++, under qemu', command: ['qemu-aarch64', build('arm64')] },
-    { label: 'WebAssembly, emscripten, in Node', command: [process.execPath, buildWasm()] },
+    { label: 'g++ with libstdc++', command: [buildHere()], workerCounts },
+    { label: 'clang++ with libc++', command: [build('libcxx')], workerCounts },
+    {
+      label: '64-bit Arm, g++, under qemu',
+      command: ['qemu-aarch64', build('arm64')],
+      workerCounts: [1, 5],
+    },
+    {
+      label: 'WebAssembly, emscripten, in Node',
+      command: [process.execPath, buildWasm()],
+      // It has one thread.
+      workerCounts: [1],
+    },
   ];
-  let same = true;
-  for (const { label, command } of builds) {
-    const list = digestsOf(command, [], ['--list-variants']);
+  const runs = [];
+  for (const { label, command, workerCounts } of builds) {
+    const list = await digestsOf(command, [], ['--list-variants']);
     for (const variant of list.trim().split('\n')) {
-      for (const workers of new Set([1, 2, 5, availableParallelism()])) {
-        const actual = digestsOf(command, stackFiles, [
-          `--variant=${variant}`,
-          `--workers=${workers}`,
-        ]);
+      for (const workers of workerCounts) {
         const path = `${label}, ${variant} code path, ${workers} worker${workers > 1 ? 's' : ''}`;
-        same = check(path, actual, expected) && same;
+        runs.push({ path, command, options: [`--variant=${variant}`, `--workers=${workers}`] });
       }
     }
   }
-  return same;
+  const same = await sideBySide(runs, async ({ path, command, options }) =>
+    check(path, await digestsOf(command, stackFiles, options), expected),
+  );
+  return same.every(Boolean);
 }
 
 const [mode, ...program] = process.argv.slice(2);
@@ -126,13 +147,13 @@ const folder = mkdtempSync(join(tmpdir(), 'stiltforge-digest-'));
 try {
   const stackFiles = writeStackFiles(folder);
   if (mode === '--write') {
-    writeFileSync(expectedFile, digestsOf(program, stackFiles));
+    writeFileSync(expectedFile, await digestsOf(program, stackFiles));
   } else {
     const expected = readFileSync(expectedFile, 'utf8');
     const same =
       mode === '--check'
-        ? check(program.join(' '), digestsOf(program, stackFiles), expected)
-        : checkAll(expected, stackFiles);
+        ? check(program.join(' '), await digestsOf(program, stackFiles), expected)
+        : await checkAll(expected, stackFiles);
     if (!same) process.exitCode = 1;
   }
 } finally {

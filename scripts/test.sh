@@ -16,6 +16,6 @@ stage 'Build, types' build
 stage 'WebAssembly' sh scripts/build_wasm.sh
 stage 'Page' npm run --silent build -w stiltforge-web
 stage 'C++ tests' ctest --test-dir build --output-on-failure --parallel 2 --progress
-stage 'JavaScript tests' node --test tests/*.test.mjs packages/*/test/*.test.mjs examples/*/test/*.test.mjs
+stage 'JavaScript tests' node --test --test-concurrency=2 tests/*.test.mjs packages/*/test/*.test.mjs examples/*/test/*.test.mjs
 stage 'Formatting, lint' npm run --silent lint
 echo 'all checks passed'

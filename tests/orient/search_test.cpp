@@ -23,7 +23,7 @@ using slicing::Vertex;
 // Fewer directions than a person would try: the shapes are simple.
 SearchSettings quick() {
   SearchSettings settings;
-  settings.print.pixelSize = settings.print.layerHeight = 0.2;
+  settings.print.pixelSize = settings.print.layerHeight = 0.4;
   settings.print.screenWidth = settings.print.screenHeight = 1000;
   settings.spread = 40;
   settings.seeds = 2;
@@ -163,7 +163,7 @@ TEST(Orient, ListsTheBestFirstAndNoTwoAlike) {
 TEST(Orient, ConfirmsWhatThePrintWillBe) {
   SearchSettings settings = quick();
   settings.confirm = true;
-  settings.print.pixelSize = settings.print.layerHeight = 0.05;
+  settings.print.pixelSize = settings.print.layerHeight = 0.4;
   settings.print.screenWidth = settings.print.screenHeight = 2000;
   settings.spread = 10;
   const Soup part = tilted(table());
@@ -189,7 +189,7 @@ TEST(Orient, HoldsTheBottomOfALiftedPart) {
   PrintSettings print = quick().print;
   const Soup slab = box({0, 0, 0}, {20, 20, 3});
   EXPECT_EQ(measure(slab, {print})->supports.size(), 0u);
-  print.lift = 5;
+  print.lift = 4;
   const auto lifted = measure(slab, {print});
   EXPECT_GE(lifted->supports.size(), 9u) << "supports all over it";
   for (const Support& support : lifted->supports) EXPECT_NEAR(support.z, 0, 1e-9);
@@ -198,8 +198,8 @@ TEST(Orient, HoldsTheBottomOfALiftedPart) {
 
 TEST(Orient, KeepsToTheScreen) {
   SearchSettings settings = quick();
-  settings.print.screenWidth = 100;
-  settings.print.screenHeight = 200;
+  settings.print.screenWidth = 50;
+  settings.print.screenHeight = 100;
   const Soup bar = box({0, 0, 0}, {38, 10, 6});
   const SearchResult result = search(bar, settings);
   EXPECT_FALSE(result.asItIs) << "38 mm on 20 mm";
@@ -211,8 +211,8 @@ TEST(Orient, KeepsToTheScreen) {
 
 TEST(Orient, SpinsWhatLiesAcrossTheScreen) {
   SearchSettings settings = quick();
-  settings.print.screenWidth = 60;
-  settings.print.screenHeight = 200;
+  settings.print.screenWidth = 30;
+  settings.print.screenHeight = 100;
   const SearchResult result = search(box({0, 0, 0}, {38, 10, 4}), settings);
   EXPECT_FALSE(result.asItIs);
   EXPECT_EQ(bestOf(result).turn, (Turn{0, 0, 90}));
