@@ -86,7 +86,7 @@ const isNewer = (version, other) =>
 
 const newestFirst = (versions) => versions.toSorted((a, b) => (isNewer(a, b) ? -1 : 1));
 
-/** A function that downloads the newest sources of a package that can be had, into a folder. */
+/** A function that makes a folder with the newest sources of a package that can be had. */
 function downloader(folder) {
   let apt;
   const failures = [];
@@ -107,7 +107,9 @@ function downloader(folder) {
     const known = attempt('apt-cache', ['madison', name]) ?? '';
     const versions = known.split('\n').map((line) => line.split('|')[1]?.trim());
     for (const version of newestFirst([...new Set(versions)].filter(Boolean))) {
-      // A mirror may name a version that it doesn't have, in the days of an update.
+      // A mirror may name a version that it doesn't have, or not in whole, in the days of an update.
+      rmSync(place, { recursive: true, force: true });
+      mkdirSync(place, { recursive: true });
       const words = ['-qq', 'source', '--download-only', '--only-source', `${name}=${version}`];
       if (attempt('apt-get', words, { cwd: place }) !== undefined) return;
       console.log(`libraries: ${name} ${version} could not be had`);
@@ -122,8 +124,6 @@ function downloader(folder) {
 /** Downloads and unpacks a library into `place`, and writes what its sources are into the file `told`. */
 function unpack(name, { place, told }, download) {
   const part = `${place}.part`;
-  rmSync(part, { recursive: true, force: true });
-  mkdirSync(part, { recursive: true });
   download(name, part);
   const files = readdirSync(part);
   const fileOf = (kind) =>
