@@ -54,11 +54,13 @@ function platformPackage() {
 
 /** What an installed package's package.json says, or why it can't be read; undefined where there is none. */
 function manifestOf(name) {
+  let file;
   try {
-    const file = require.resolve(`${name}/package.json`);
+    file = require.resolve(`${name}/package.json`);
     return { file, version: JSON.parse(fs.readFileSync(file, 'utf8')).version };
   } catch (error) {
-    return error.code === 'MODULE_NOT_FOUND' ? undefined : { reason: oneLine(error.message) };
+    if (error.code === 'MODULE_NOT_FOUND') return undefined;
+    return { reason: `${file ?? name}: ${oneLine(error.message)}` };
   }
 }
 
@@ -71,7 +73,7 @@ function installed(name) {
     return { reason: `${name}: not installed, but ${others.join(' and ')} for another platform` };
   }
   const { file, version: found, reason } = manifest;
-  if (reason !== undefined) return { reason: `${name}: ${reason}` };
+  if (reason !== undefined) return { reason };
   if (found !== version) {
     return { reason: `${name}: its version is ${found}, that of stiltforge ${version}` };
   }

@@ -215,7 +215,6 @@ test('a package whose package.json is broken is reported', async (t) => {
   writeFileSync(manifest, '{ "version": ');
   const { code, message } = await requireIn(folder);
   assert.equal(code, 'ERR_STILTFORGE_BINARY');
-  assert.ok(message.includes(`(tried ${platformPackage}: `), message);
   assert.ok(message.includes(manifest), message);
   assert.ok(message.includes(`: install ${platformPackage}@${version} anew, `), message);
 });
