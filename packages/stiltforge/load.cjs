@@ -169,7 +169,9 @@ function loadBinary(name) {
     try {
       return require(file);
     } catch (error) {
-      tried.push(`${file}: ${oneLine(String(error.message))}`);
+      // Linux begins with the file, other systems don't name it.
+      const reason = oneLine(String(error.message));
+      tried.push(reason.startsWith(file) ? reason : `${file}: ${reason}`);
     }
   }
   const attempts =

@@ -206,6 +206,7 @@ test('a binary that does not load is reported with the reason', async (t) => {
   const { code, message } = await requireIn(folder);
   assert.equal(code, 'ERR_STILTFORGE_BINARY');
   assert.match(message, /@stiltforge.*stiltforge\.node: .*(file too short|invalid|not a)/i);
+  assert.equal(message.split(place).length, 2, 'the file is named once');
   assert.ok(message.includes(`: install ${platformPackage}@${version} anew, `), message);
 });
 
