@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "binding/hold_results.h"
+#include "node_api/refusal.h"
 #include "node_api/value_maker.h"
 
 namespace stiltforge::binding {
@@ -44,12 +45,20 @@ const char* JudgeJob::withoutMemory() const {
 }
 
 FinishJob::FinishJob(Napi::Env env, SurveySource survey, const hold::FinishSettings& finishing,
-                     const hold::JudgeSettings& judging)
-    : Job(env), survey_(std::move(survey)), finishing_(finishing), judging_(judging) {}
+                     const hold::JudgeSettings& judging, Cancelled cancelled)
+    : Job(env),
+      survey_(std::move(survey)),
+      finishing_(finishing),
+      judging_(judging),
+      cancelled_(std::move(cancelled)) {}
 
 void FinishJob::work() {
   hold::SurveyedPart& survey = survey_();
-  part_ = survey.finish(finishing_);
+  try {
+    part_ = survey.finish(finishing_, cancelled_.get());
+  } catch (const hold::Cancelled& error) {
+    throw JobRefusal("ABORT_ERR", error.what());
+  }
   judged_ = survey.judge(part_, judging_);
 }
 

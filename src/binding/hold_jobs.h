@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <functional>
 
+#include "binding/cancelled.h"
 #include "binding/job.h"
 #include "hold/surveyed_part.h"
 
@@ -50,7 +51,7 @@ class JudgeJob : public Job {
 class FinishJob : public Job {
  public:
   FinishJob(Napi::Env env, SurveySource survey, const hold::FinishSettings& finishing,
-            const hold::JudgeSettings& judging);
+            const hold::JudgeSettings& judging, Cancelled cancelled);
 
  protected:
   void work() override;
@@ -61,6 +62,7 @@ class FinishJob : public Job {
   SurveySource survey_;
   hold::FinishSettings finishing_;
   hold::JudgeSettings judging_;
+  Cancelled cancelled_;
   hold::FinishedPart part_;
   hold::JudgedPart judged_;
 };

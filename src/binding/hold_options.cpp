@@ -104,4 +104,8 @@ hold::JudgeSettings readFinishJudgeSettings(const Napi::Value& options) {
   return readJudgeSettings(given.get("judge"), fallback);
 }
 
+Cancelled readCancelled(const Napi::Value& finishOptions) {
+  return cancelledBy(finishOptions.Env(), HoldOptions(finishOptions, "finishing").get("signal"));
+}
+
 }  // namespace stiltforge::binding

@@ -2,6 +2,7 @@
 
 #include <napi.h>
 
+#include "binding/cancelled.h"
 #include "hold/finisher.h"
 #include "hold/judge.h"
 #include "hold/survey.h"
@@ -16,5 +17,7 @@ hold::JudgeSettings readJudgeSettings(const Napi::Value& options,
 hold::FinishSettings readFinishSettings(const Napi::Value& options);
 /// What the finished points of those FinishOptions are judged by.
 hold::JudgeSettings readFinishJudgeSettings(const Napi::Value& options);
+/// Their signal.
+Cancelled readCancelled(const Napi::Value& finishOptions);
 
 }  // namespace stiltforge::binding

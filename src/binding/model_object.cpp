@@ -195,10 +195,11 @@ Napi::Value ModelObject::judge(const Napi::CallbackInfo& info) {
 Napi::Value ModelObject::finish(const Napi::CallbackInfo& info) {
   const Napi::Env env = info.Env();
   requireOpen(env);
-  return Job::add(std::make_unique<FinishJob>(
-                      env, [model = model_]() -> hold::SurveyedPart& { return model->surveyed(); },
-                      readFinishSettings(info[0]), readFinishJudgeSettings(info[0])),
-                  queue_, info.This().As<Napi::Object>());
+  return Job::add(
+      std::make_unique<FinishJob>(
+          env, [model = model_]() -> hold::SurveyedPart& { return model->surveyed(); },
+          readFinishSettings(info[0]), readFinishJudgeSettings(info[0]), readCancelled(info[0])),
+      queue_, info.This().As<Napi::Object>());
 }
 
 Napi::Value ModelObject::close(const Napi::CallbackInfo& info) {

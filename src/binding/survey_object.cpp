@@ -174,9 +174,10 @@ Napi::Value SurveyObject::judge(const Napi::CallbackInfo& info) {
 }
 
 Napi::Value SurveyObject::finish(const Napi::CallbackInfo& info) {
-  return Job::add(std::make_unique<FinishJob>(info.Env(), source(), readFinishSettings(info[0]),
-                                              readFinishJudgeSettings(info[0])),
-                  queue_, info.This().As<Napi::Object>());
+  return Job::add(
+      std::make_unique<FinishJob>(info.Env(), source(), readFinishSettings(info[0]),
+                                  readFinishJudgeSettings(info[0]), readCancelled(info[0])),
+      queue_, info.This().As<Napi::Object>());
 }
 
 }  // namespace stiltforge::binding

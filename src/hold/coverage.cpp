@@ -2,13 +2,15 @@
 
 namespace stiltforge::hold {
 
-Coverage::Coverage(const Survey& survey, const PointGrid& samples, Bodies& bodies, double reach)
+Coverage::Coverage(const Survey& survey, const PointGrid& samples, Bodies& bodies, double reach,
+                   const std::atomic<bool>* cancelled)
     : survey_(survey),
       samples_(samples),
       bodies_(bodies),
       reach_(reach),
       points_(samples.size(), 0) {
   for (uint32_t i = 0; i < survey.samples().size(); ++i) {
+    stopIfCancelled(cancelled);
     const OverhangSample& sample = survey.samples()[i];
     if (survey.isSealed(sample.place.space) || !canBeReached(sample.place)) {
       points_[i] = ignored;

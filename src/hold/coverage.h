@@ -1,11 +1,13 @@
 #pragma once
 
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <limits>
 #include <vector>
 
 #include "hold/bodies.h"
+#include "hold/cancelled.h"
 #include "hold/point_grid.h"
 #include "hold/survey.h"
 
@@ -16,8 +18,9 @@ namespace stiltforge::hold {
 /// room within reach.
 class Coverage {
  public:
-  /// All by reference. reach: mm.
-  Coverage(const Survey& survey, const PointGrid& samples, Bodies& bodies, double reach);
+  /// All by reference. reach: mm. Throws Cancelled soon after the flag was raised.
+  Coverage(const Survey& survey, const PointGrid& samples, Bodies& bodies, double reach,
+           const std::atomic<bool>* cancelled = nullptr);
 
   /// Pixels that a point there would reach and that no point does yet.
   uint64_t gainOf(const Place& place) const;

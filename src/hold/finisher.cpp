@@ -57,8 +57,9 @@ PointGrid gridOfSamples(const Survey& survey, double cellSize) {
 
 class Finisher {
  public:
-  Finisher(const Survey& survey, const FinishSettings& settings)
+  Finisher(const Survey& survey, const FinishSettings& settings, const std::atomic<bool>* cancelled)
       : survey_(survey),
+        cancelled_(cancelled),
         settings_(checked(settings)),
         scale_{survey.settings().pixelSize, survey.settings().layerHeight},
         islandLayers_(static_cast<uint32_t>(std::min(
@@ -66,9 +67,9 @@ class Finisher {
         bodies_(survey.tracks(), islandLayers_),
         samples_(gridOfSamples(survey, settings.reach)),
         kept_(gridOf(survey, settings.reach)),
-        near_(survey, samples_, bodies_, settings.reach),
-        far_(survey, samples_, bodies_, settings.farReach),
-        own_(survey, samples_, bodies_, settings.ownReach),
+        near_(survey, samples_, bodies_, settings.reach, cancelled),
+        far_(survey, samples_, bodies_, settings.farReach, cancelled),
+        own_(survey, samples_, bodies_, settings.ownReach, cancelled),
         isOpen_(survey.points().size(), 0),
         dropReason_(survey.points().size()) {}
 
@@ -151,6 +152,7 @@ class Finisher {
   }
 
   bool takeBody(FloatingBody& body) {
+    stopIfCancelled(cancelled_);
     const std::vector<Island>& islands = survey_.islands();
     std::vector<uint32_t> usable;  // islands
     for (const uint32_t island : body.islands) {
@@ -230,6 +232,7 @@ class Finisher {
     using Bound = std::pair<double, int64_t>;  // weight, and the negative number of the candidate
     std::priority_queue<Bound> bounds;
     const auto weigh = [&](std::size_t candidate) {
+      stopIfCancelled(cancelled_);
       const uint64_t gain = placeOf(candidate) != nullptr ? gainOf(candidate) : 0;
       if (gain < std::max<uint64_t>(least, 1)) return 0.0;
       return static_cast<double>(gain) * (isAnalysed(candidate) ? settings_.preference : 1);
@@ -258,8 +261,10 @@ class Finisher {
     PointGrid candidates = gridOf(survey_, settings_.reach);
     for (const Site& point : points()) candidates.add(point.place);
     for (const OverhangSample& sample : samples()) candidates.add(sample.place);
-    gains_.emplace(survey_, candidates, near_, bodies_,
-                   [&](std::size_t candidate) { return placeOf(candidate) != nullptr; });
+    gains_.emplace(survey_, candidates, near_, bodies_, [&](std::size_t candidate) {
+      stopIfCancelled(cancelled_);
+      return placeOf(candidate) != nullptr;
+    });
     takeGreedily(
         1, [&](std::size_t candidate) { return gains_->of(candidate); },
         [&] { return isCovered(near_.reachedPixels()); });
@@ -279,6 +284,7 @@ class Finisher {
     using Loss = std::pair<uint64_t, std::size_t>;  // pixels, and the point
     std::priority_queue<Loss, std::vector<Loss>, std::greater<>> losses;
     const auto offer = [&](std::size_t point) {
+      stopIfCancelled(cancelled_);
       losses.push({near_.lossOf(result_.points[point].site.place), point});
     };
     for (std::size_t i = first; i < result_.points.size(); ++i) {
@@ -287,6 +293,7 @@ class Finisher {
     const uint64_t leastGap = std::max<uint64_t>(pixelsOf(settings_.leastGap), 1);
     std::vector<uint8_t> isNeedless(result_.points.size(), 0);
     while (!losses.empty()) {
+      stopIfCancelled(cancelled_);
       const auto [loss, point] = losses.top();
       losses.pop();
       const Place& place = result_.points[point].site.place;
@@ -407,6 +414,7 @@ class Finisher {
   }
 
   const Survey& survey_;
+  const std::atomic<bool>* const cancelled_;
   const FinishSettings settings_;
   const Scale scale_;
   const uint32_t islandLayers_;
@@ -478,8 +486,9 @@ std::size_t Finished::dropCount(DropReason reason) const {
                     [&](const DroppedPoint& point) { return point.reason == reason; }));
 }
 
-Finished finish(const Survey& survey, const FinishSettings& settings) {
-  return Finisher(survey, settings).finished();
+Finished finish(const Survey& survey, const FinishSettings& settings,
+                const std::atomic<bool>* cancelled) {
+  return Finisher(survey, settings, cancelled).finished();
 }
 
 }  // namespace stiltforge::hold

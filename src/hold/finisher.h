@@ -1,8 +1,10 @@
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <vector>
 
+#include "hold/cancelled.h"
 #include "hold/place.h"
 #include "hold/survey.h"
 
@@ -97,7 +99,9 @@ struct Finished {
 ///
 /// In steps 3 to 6 no point comes closer than spacing to another of its body. A point holds
 /// overhang of its own body only: what is joined to it by material between the two and islandHeight
-/// above. Throws std::invalid_argument when a setting is negative or no number.
-Finished finish(const Survey& survey, const FinishSettings& settings);
+/// above. Throws std::invalid_argument when a setting is negative or no number, Cancelled soon
+/// after the flag was raised.
+Finished finish(const Survey& survey, const FinishSettings& settings,
+                const std::atomic<bool>* cancelled = nullptr);
 
 }  // namespace stiltforge::hold

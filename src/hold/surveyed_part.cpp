@@ -163,9 +163,10 @@ JudgedPart SurveyedPart::judge(const FinishedPart& finished, const JudgeSettings
   return judged(finished.sites(), settings);
 }
 
-FinishedPart SurveyedPart::finish(const FinishSettings& settings) {
+FinishedPart SurveyedPart::finish(const FinishSettings& settings,
+                                  const std::atomic<bool>* cancelled) {
   end();
-  Finished finished = hold::finish(survey_, settings);
+  Finished finished = hold::finish(survey_, settings, cancelled);
   FinishedPart part;
   part.islandsLeft = std::move(finished.islandsLeft);
   part.leftAlone = finished.leftAlone;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <optional>
@@ -95,7 +96,8 @@ class SurveyedPart {
   JudgedPart judge(const JudgeSettings& settings);
   /// Judges those that came of them.
   JudgedPart judge(const FinishedPart& finished, const JudgeSettings& settings);
-  FinishedPart finish(const FinishSettings& settings);
+  /// Throws Cancelled soon after the flag was raised; the part may be finished again.
+  FinishedPart finish(const FinishSettings& settings, const std::atomic<bool>* cancelled = nullptr);
   bool isEnded() const { return isEnded_; }
 
  private:

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <cmath>
 #include <limits>
 #include <stdexcept>
@@ -53,6 +54,16 @@ TEST(Finisher, KeepsAPointThatHoldsSomething) {
   EXPECT_EQ(finished.points[0].reason, Reason::analysed);
   EXPECT_EQ(finished.points[0].analysed, 0u);
   EXPECT_TRUE(finished.dropped.empty());
+}
+
+TEST(Finisher, EndsWhenItIsCancelled) {
+  Part part = plank(8);
+  part.addPoint(4, 5, 0);
+  const Survey survey = part.survey(finishedSurvey());
+  std::atomic<bool> cancelled = true;
+  EXPECT_THROW(finish(survey, unitFinish(), &cancelled), Cancelled);
+  cancelled = false;
+  EXPECT_EQ(finish(survey, unitFinish(), &cancelled).points.size(), 1u);
 }
 
 TEST(Finisher, MergesPointsThatStandInEachOthersWay) {

@@ -43,7 +43,12 @@ export async function finishLayers(
       visitor.layers?.(tally.layers.length);
     }
     if (tally.materialPixels === 0) throw empty();
-    const part = await (job.asAnalysed ? analysedPart : finishedPart)(analysis, print, support);
+    const part = await (job.asAnalysed ? analysedPart : finishedPart)(
+      analysis,
+      print,
+      support,
+      signal,
+    );
     signal?.throwIfAborted();
     await visitor.finished?.(analysis, part, tally);
     return { part, tally, owedPixels: await analysis.owedPixels() };

@@ -60,9 +60,10 @@ export async function finishedPart(
   analysis: Analysis,
   print: PrintSettings,
   { supportArea, minimumSpacing: spacing }: SupportSettings,
+  signal?: AbortSignal,
 ): Promise<HeldPart> {
   const judge = reachOf(print);
-  const finished = await analysis.finishSupports({ supportArea, spacing, judge });
+  const finished = await analysis.finishSupports({ supportArea, spacing, judge, signal });
   const numberOf = new Map(finished.dropped.map(({ analysed }, number) => [analysed, number]));
   return {
     points: finished.supports.map((support) => ({
@@ -86,10 +87,11 @@ export async function analysedPart(
   analysis: Analysis,
   print: PrintSettings,
   { supportArea }: SupportSettings,
+  signal?: AbortSignal,
 ): Promise<HeldPart> {
   const judge = reachOf(print);
   // Finishing knows the region of every point, also of those that it leaves out.
-  const { supports, dropped } = await analysis.finishSupports({ supportArea, judge });
+  const { supports, dropped } = await analysis.finishSupports({ supportArea, judge, signal });
   const points: (FinishedSupport | DroppedSupport)[] = [];
   for (const point of [...supports, ...dropped]) {
     if (point.analysed !== null) points[point.analysed] = point;

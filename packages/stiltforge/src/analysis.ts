@@ -246,7 +246,12 @@ export class Analysis {
    * the option `survey`; no slice may follow, and it may be asked again, with other options.
    */
   async finishSupports(options: FinishOptions = {}): Promise<FinishedSupports> {
-    return this.#job(() => this.#model.finish(options));
+    const signal = options?.signal;
+    signal?.throwIfAborted();
+    return abortable(
+      this.#job(() => this.#model.finish(options)),
+      signal,
+    );
   }
 
   /**

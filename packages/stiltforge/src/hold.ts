@@ -1,5 +1,7 @@
 // What is said of a part whose supports are judged or finished. docs/holding.md tells how.
 
+import type { AbortSignalLike } from './waiting.js';
+
 /** How a part was printed, as far as judging its supports needs it. */
 export interface SurveyOptions {
   /** mm, side of the square pixels. */
@@ -30,6 +32,8 @@ export interface FinishOptions {
   spacing?: number;
   /** What the finished points are judged by; `spacing` is not above that of the points unless set. */
   judge?: JudgeOptions;
+  /** Ends the finishing early; the points may be finished again. */
+  signal?: AbortSignalLike;
 }
 
 /** A pixel of a layer. */

@@ -11,7 +11,7 @@ import type {
 import type { LayerSource } from './layer_source.js';
 import { type SliceImage, slicePixels } from './slice_image.js';
 import { isSliceRuns, type SliceRuns } from './slice_runs.js';
-import type { AbortSignalLike } from './waiting.js';
+import { type AbortSignalLike, abortable } from './waiting.js';
 
 /** A point of a slice. */
 export interface PointOnSlice {
@@ -92,7 +92,9 @@ export class Survey {
 
   /** The points that an experienced person would leave, and add. No slice may follow. */
   async finish(options: FinishOptions = {}): Promise<FinishedSupports> {
-    return refusing(() => this.#survey.finish(options)).catch(rejected);
+    const signal = options?.signal;
+    signal?.throwIfAborted();
+    return abortable(refusing(() => this.#survey.finish(options)).catch(rejected), signal);
   }
 }
 

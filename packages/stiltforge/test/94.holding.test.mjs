@@ -95,6 +95,31 @@ test('supports that stand for others, and those they stand for, name each other'
   }
 });
 
+test('finishing ends with the reason of its signal, and may be done again', async () => {
+  const { analysis } = await analysed();
+  const controller = new AbortController();
+  const reason = new Error('no time left');
+  const ended = analysis.finishSupports({ ...finishing, signal: controller.signal });
+  controller.abort(reason);
+  await assert.rejects(ended, reason);
+  await assert.rejects(analysis.finishSupports({ signal: controller.signal }), reason);
+  const { supports } = await analysis.finishSupports(finishing);
+  assert.ok(supports.length > 0);
+  await analysis.close();
+});
+
+test('finishing stops its work when its signal is aborted', async () => {
+  const { Survey: NativeSurvey } = loadBinary('binding.node');
+  const native = new NativeSurvey(width, height, survey);
+  await native.addSlicer(
+    slicer,
+    0,
+    pictures.map(() => []),
+  );
+  const signal = AbortSignal.abort();
+  await assert.rejects(native.finish({ ...finishing, signal }), { code: 'ABORT_ERR' });
+});
+
 test('the region of a support tells what it was owed and what was placed in it', async () => {
   const { supports, points } = await finished();
   const [island] = supports.supports.filter(({ isIsland }) => isIsland);
