@@ -18,9 +18,12 @@ constexpr double roundingSlack = 1e-9;
 // Of what just carries itself, so that the rounding of contours to pixels gives no alarm.
 constexpr double growthMargin = 1.1;
 // In which the near reach is walked.
-constexpr uint32_t nearSteps = 3;
+constexpr uint32_t nearSteps = 4;
 // Of what a speck may have, from which on all specks together are a risk.
 constexpr double manySpecks = 100;
+// An island that begins with so few pixels may be a layer late: with pixels that fall otherwise it
+// would begin a layer later.
+constexpr uint32_t pixelsOfTip = 4;
 // Further away nothing is looked for.
 constexpr double longestReach = 4096;
 
@@ -319,7 +322,8 @@ void PrintCheck::noteTaken(const FloatingBodies::Body& body, uint32_t layer) {
     return;
   }
   for (const FloatingBodies::Island& island : body.islands) {
-    const bool isLate = layer - island.spot.layer > limits_.layers;
+    const uint32_t most = limits_.layers + (island.pixels <= pixelsOfTip ? 1 : 0);
+    const bool isLate = layer - island.spot.layer > most;
     Finding finding;
     finding.kind = Kind::island;
     finding.severity = isLate ? Severity::fails : Severity::note;

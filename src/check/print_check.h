@@ -29,7 +29,7 @@ struct CheckSettings {
   uint32_t liftedLayers = 0;
 
   double criticalAngle = 45;   ///< degrees between the plate and a surface that just carries itself
-  double nearReach = 3;        ///< mm from what carries it, beyond which an overhang is at risk
+  double nearReach = 4;        ///< mm from what carries it, beyond which an overhang is at risk
   double farReach = 6;         ///< mm beyond which it fails
   double tipRadius = 0.2;      ///< mm around a point that it carries
   double islandHeight = 0.2;   ///< mm that an island may grow before something takes it

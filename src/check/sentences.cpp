@@ -75,7 +75,9 @@ Sentences overhang(const Finding& finding) {
                            " is too far from what "
                            "carries it, " +
                            areaText(finding.area) + " in one layer";
-  return {what, "Put supports under it, or turn the part."};
+  return {what, finding.severity == Severity::note
+                    ? "Nothing needs to be done; a support makes its first layers clean."
+                    : "Put supports under it, or turn the part."};
 }
 
 Sentences screenEdge(const Finding& finding) {

@@ -237,8 +237,9 @@ class PlainCheck {
       for (const Island& island : body.islands) {
         Finding finding;
         finding.kind = Kind::island;
-        finding.severity = z - static_cast<int>(island.spot.layer) > islandLayers_ ? Severity::fails
-                                                                                   : Severity::note;
+        const int most = island.pixels > 4 ? islandLayers_ : islandLayers_ + 1;
+        const int grown = z - static_cast<int>(island.spot.layer);
+        finding.severity = grown > most ? Severity::fails : Severity::note;
         finding.extent = extentOf(body.voxels, true);
         finding.extent.firstLayer = island.spot.layer;
         finding.extent.piece = island.spot;
@@ -352,7 +353,7 @@ class PlainCheck {
   }
 
   void findOverhang() {
-    const double step = s_.nearReach / 3;
+    const double step = s_.nearReach / 4;
     const int steps = static_cast<int>(std::round(s_.farReach / step));
     const double angle = s_.criticalAngle * std::numbers::pi / 180;
     const double growth = 1.1 * s_.layerHeight * std::cos(angle) / std::sin(angle);
@@ -394,7 +395,7 @@ class PlainCheck {
       }
       within = next;
       for (const Voxel& v : layerVoxels(z)) {
-        if (!within[3].contains(v)) nearly.insert(v);
+        if (!within[4].contains(v)) nearly.insert(v);
         if (!within[static_cast<std::size_t>(steps)].contains(v)) far.insert(v);
       }
     }

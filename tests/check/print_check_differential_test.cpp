@@ -22,8 +22,8 @@ CheckSettings randomSettings(Random& random, const Stack& stack) {
   settings.pixelHeight = random.oneIn(2) ? settings.pixelWidth : 0.25 * (1 + random.below(4));
   settings.layerHeight = 0.25 * (1 + random.below(4));
   settings.criticalAngle = 20 + random.below(60);
-  settings.nearReach = 0.75 * (1 + random.below(3));
-  settings.farReach = settings.nearReach * (1 + random.below(4) / 3.0);
+  settings.nearReach = 1 + random.below(3);
+  settings.farReach = settings.nearReach * (1 + random.below(9) / 4.0);
   settings.tipRadius = 0.25 * random.below(4);
   settings.islandHeight = 0.25 * random.below(6);
   settings.speckVolume = random.oneIn(2) ? 0 : random.unit();

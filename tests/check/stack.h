@@ -54,6 +54,7 @@ inline CheckSettings unitSettings(const Stack& stack) {
   settings.screenHeight = static_cast<uint32_t>(stack.height()) + 2;
   settings.cropX = settings.cropY = 1;
   settings.tipRadius = 0;
+  settings.nearReach = 4;
   settings.farReach = 5;
   settings.islandHeight = 2;
   settings.speckVolume = settings.leastOverhang = settings.leastTrap = settings.leastCup = 0;

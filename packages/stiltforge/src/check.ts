@@ -113,7 +113,7 @@ export interface CheckOptions {
   points?: Iterable<CheckPoint>;
   /** Degrees between the plate and a surface that just carries itself; default 45. */
   criticalAngle?: number;
-  /** mm from what carries it, beyond which an overhang is at risk, and fails; default 3 and 6. */
+  /** mm from what carries it, beyond which an overhang is at risk, and fails; default 4 and 6. */
   nearReach?: number;
   farReach?: number;
   /** mm that an island may grow before something takes it; default 0.2. */
