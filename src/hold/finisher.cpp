@@ -147,7 +147,15 @@ class Finisher {
   }
 
   void holdIslands() {
-    FloatingBodies floating(survey_, isOpen_);
+    std::vector<uint32_t> open;
+    for (uint32_t i = 0; i < points().size(); ++i) {
+      if (isOpen_[i] != 0) open.push_back(i);
+    }
+    std::vector<uint32_t> usable;  // samples
+    for (uint32_t i = 0; i < samples().size(); ++i) {
+      if (isSupportable(samples()[i].place)) usable.push_back(i);
+    }
+    FloatingBodies floating(survey_, std::move(open), std::move(usable));
     floating.forEachDue(islandLayers_, [&](FloatingBody& body) { return takeBody(body); });
   }
 
@@ -174,6 +182,15 @@ class Finisher {
       const uint32_t largest =
           bestOf(fromIslands, [&](uint32_t i) { return uint64_t{islands[i].pixels}; });
       addAt(islands[largest].place, Reason::addedForIsland);
+      return true;
+    }
+    // Where the islands themselves have no room, what they have grown into may.
+    if (!body.samples.empty()) {
+      const auto placeOf = [&](uint32_t i) -> const Place& { return samples()[i].place; };
+      const std::vector<uint32_t> spaced = spacedOf(body.samples, placeOf);
+      const std::vector<uint32_t>& from = spaced.empty() ? body.samples : spaced;
+      addAt(placeOf(bestOf(from, [&](uint32_t i) { return near_.gainOf(placeOf(i)); })),
+            Reason::addedForIsland);
       return true;
     }
     result_.islandsLeft.insert(result_.islandsLeft.end(), body.islands.begin(), body.islands.end());

@@ -75,7 +75,8 @@ struct LeftAlone {
 struct Finished {
   std::vector<FinishedPoint> points;  ///< bottom first, within a layer by row, then column
   std::vector<DroppedPoint> dropped;  ///< by number
-  /// Islands that get no point, because no support fits or none could be taken out; by number.
+  /// Islands that get no point in time, because no support fits or none could be taken out; by
+  /// number.
   std::vector<uint32_t> islandsLeft;
   LeftAlone leftAlone;
 
@@ -89,7 +90,9 @@ struct Finished {
 ///
 /// 1. What has no room, lies in a sealed void or holds nothing is dropped.
 /// 2. Bottom up, each island that nothing has taken when it has grown by islandHeight gets a point:
-///    of the analysis, if one stands on what it has grown together with by then, else an added one.
+///    of the analysis, if one stands on what it has grown together with by then, else an added one,
+///    below which a support fits. What had no place for one gets it at the top of the part, if it
+///    floats still and has grown one.
 /// 3. Until `share` of the overhang lies within reach of a point, the one that brings most of it
 ///    there is taken: points of the analysis before others, by `preference`.
 /// 4. Where leastGap is left further than farReach from all points, one is added.

@@ -1,18 +1,31 @@
 #include "hold/floating_bodies.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <utility>
 
 namespace stiltforge::hold {
 
-FloatingBodies::FloatingBodies(const Survey& survey, const std::vector<uint8_t>& isUsable)
-    : survey_(survey) {
-  for (uint32_t i = 0; i < survey.points().size(); ++i) {
-    if (isUsable[i] != 0 && survey.points()[i].place.track != Place::none) points_.push_back(i);
-  }
-  std::stable_sort(points_.begin(), points_.end(), [&](uint32_t a, uint32_t b) {
-    return survey.points()[a].place.layer < survey.points()[b].place.layer;
-  });
+namespace {
+
+// Their numbers, those of the lowest layers first.
+template <class PlaceOf>
+std::vector<uint32_t> bottomFirst(std::vector<uint32_t> numbers, PlaceOf&& placeOf) {
+  std::erase_if(numbers, [&](uint32_t i) { return placeOf(i).track == Place::none; });
+  std::stable_sort(numbers.begin(), numbers.end(),
+                   [&](uint32_t a, uint32_t b) { return placeOf(a).layer < placeOf(b).layer; });
+  return numbers;
+}
+
+}  // namespace
+
+FloatingBodies::FloatingBodies(const Survey& survey, std::vector<uint32_t> points,
+                               std::vector<uint32_t> samples)
+    : survey_(survey),
+      points_(bottomFirst(std::move(points),
+                          [&](uint32_t i) -> const Place& { return survey.points()[i].place; })),
+      samples_(bottomFirst(std::move(samples),
+                           [&](uint32_t i) -> const Place& { return survey.samples()[i].place; })) {
 }
 
 // Tracks, islands and links are sorted by their layer; all up to the given one come in, in the
@@ -32,13 +45,19 @@ void FloatingBodies::growTo(uint32_t layer) {
     State& state = bodies_[sets_.root(islands[nextIsland_].place.track)];
     if (!state.isHeld) state.body.islands.push_back(static_cast<uint32_t>(nextIsland_));
   }
-  const std::vector<Site>& points = survey_.points();
-  for (; nextPoint_ < points_.size(); ++nextPoint_) {
-    const Place& place = points[points_[nextPoint_]].place;
-    if (place.layer > layer) break;
-    State& state = bodies_[sets_.root(place.track)];
-    if (!state.isHeld) state.body.points.push_back(points_[nextPoint_]);
-  }
+  const auto comeIn = [&](const std::vector<uint32_t>& numbers, std::size_t& next, auto&& placeOf,
+                          std::vector<uint32_t> FloatingBody::*list) {
+    for (; next < numbers.size() && placeOf(numbers[next]).layer <= layer; ++next) {
+      State& state = bodies_[sets_.root(placeOf(numbers[next]).track)];
+      if (!state.isHeld) (state.body.*list).push_back(numbers[next]);
+    }
+  };
+  comeIn(
+      points_, nextPoint_, [&](uint32_t i) -> const Place& { return survey_.points()[i].place; },
+      &FloatingBody::points);
+  comeIn(
+      samples_, nextSample_, [&](uint32_t i) -> const Place& { return survey_.samples()[i].place; },
+      &FloatingBody::samples);
 }
 
 void FloatingBodies::join(uint32_t a, uint32_t b) {
@@ -56,6 +75,7 @@ void FloatingBodies::join(uint32_t a, uint32_t b) {
   };
   merge(other.body.islands, one.body.islands);
   merge(other.body.points, one.body.points);
+  merge(other.body.samples, one.body.samples);
   both.body = std::move(one.body);
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <limits>
 #include <vector>
 
 #include "hold/disjoint_sets.h"
@@ -12,26 +13,36 @@ namespace stiltforge::hold {
 struct FloatingBody {
   std::vector<uint32_t> islands;  ///< with which it began, by their numbers in Survey::islands()
   std::vector<uint32_t> points;   ///< usable ones that stand on it, numbers in Survey::points()
+  std::vector<uint32_t> samples;  ///< the same, numbers in Survey::samples()
 };
 
 /// Walks a part bottom up and finds the bodies that float for too long. As few points as can be do
 /// when each such body gets one as late as may be: by then most has grown together.
 class FloatingBodies {
  public:
-  /// isUsable: of each point of the survey, whether it may hold something. The survey by reference.
-  FloatingBodies(const Survey& survey, const std::vector<uint8_t>& isUsable);
+  /// points, samples: of the survey, by their numbers, where a point may stand. The survey by
+  /// reference.
+  FloatingBodies(const Survey& survey, std::vector<uint32_t> points, std::vector<uint32_t> samples);
 
   /// Calls hold(body) for each body that still floats `layers` layers above one of its islands.
   /// When it returns true a point holds it from then on; otherwise it is asked again when the next
-  /// of its islands is due.
+  /// of its islands is due, and at the end, when all has come that stands on it.
   template <class Hold>
   void forEachDue(uint32_t layers, Hold&& hold) {
+    std::vector<uint32_t> refused;  // tracks
+    const auto ask = [&](uint32_t track) {
+      State& state = bodies_[sets_.root(track)];
+      if (state.isHeld) return true;
+      if (!hold(state.body)) return false;
+      state = {{}, true};
+      return true;
+    };
     for (const Island& due : survey_.islands()) {
       growTo(due.place.layer + layers);
-      State& state = bodies_[sets_.root(due.place.track)];
-      if (state.isHeld || !hold(state.body)) continue;
-      state = {{}, true};
+      if (!ask(due.place.track)) refused.push_back(due.place.track);
     }
+    growTo(std::numeric_limits<uint32_t>::max());
+    for (const uint32_t track : refused) ask(track);
   }
 
  private:
@@ -44,9 +55,11 @@ class FloatingBodies {
   void join(uint32_t a, uint32_t b);
 
   const Survey& survey_;
-  std::vector<uint32_t> points_;  // bottom first
+  std::vector<uint32_t> points_;   // bottom first
+  std::vector<uint32_t> samples_;  // the same
   // Of each, the first that is still to come.
   std::size_t nextPoint_ = 0;
+  std::size_t nextSample_ = 0;
   std::size_t nextIsland_ = 0;
   std::size_t nextTrack_ = 0;
   std::size_t nextLink_ = 0;

@@ -48,9 +48,8 @@ uint64_t overhangPixels(const hold::Survey& survey) {
 }
 
 uint32_t countIslands(const hold::Survey& survey, double height) {
-  const std::vector<uint8_t> usable(survey.points().size(), 1);
   uint32_t count = 0;
-  hold::FloatingBodies(survey, usable)
+  hold::FloatingBodies(survey, {}, {})
       .forEachDue(static_cast<uint32_t>(height / survey.settings().layerHeight + roundingSlack),
                   [&](const hold::FloatingBody&) {
                     ++count;

@@ -187,6 +187,39 @@ TEST(Finisher, LeavesIslandsAloneUnderWhichNoSupportFits) {
   EXPECT_EQ(finished.islandsLeft, std::vector<uint32_t>{0});
 }
 
+TEST(Finisher, HoldsAnIslandWithoutRoomWhereItHasGrownBeyondWhatIsBelow) {
+  Part part;
+  part.addLayer({"+......."});
+  part.addLayers(2, {"++++...."});
+  part.addLayer({"+......."});
+  part.addLayer({"+.##...."});
+  part.addLayers(4, {"+.#####."});
+  const Finished finished = finishedOf(part);
+  ASSERT_EQ(finished.points.size(), 1u);
+  EXPECT_EQ(finished.points[0].reason, Reason::addedForIsland);
+  EXPECT_EQ(finished.points[0].site.place.layer, 5u);
+  EXPECT_GE(finished.points[0].site.place.x, 4);
+  EXPECT_TRUE(finished.points[0].site.place.hasRoom);
+  EXPECT_TRUE(finished.islandsLeft.empty());
+}
+
+TEST(Finisher, HoldsWhatStillFloatsAtTheTopWhereverASupportFits) {
+  Part part;
+  part.addLayer({"+......."});
+  part.addLayers(2, {"++++...."});
+  part.addLayer({"+......."});
+  part.addLayers(4, {"+.##...."});
+  part.addLayers(2, {"+.#####."});
+  FinishSettings settings = unitFinish();
+  settings.share = 0;
+  settings.leastGap = 1000;
+  const Finished finished = finishedOf(part, settings);
+  ASSERT_EQ(finished.points.size(), 1u);
+  EXPECT_EQ(finished.points[0].reason, Reason::addedForIsland);
+  EXPECT_EQ(finished.points[0].site.place.layer, 8u);
+  EXPECT_EQ(finished.islandsLeft, std::vector<uint32_t>{0}) << "it grew for too long alone";
+}
+
 TEST(Finisher, HoldsAnIslandRatherThanKeepingPointsApart) {
   Part part;
   part.addLayers(3, {"....."});

@@ -164,7 +164,7 @@ export interface FinishedSupports {
   };
   /** mm between points of the same region, at least. */
   spacing: number;
-  /** Numbers, in the verdict, of islands that get no point: none fits, or could be taken out. */
+  /** Numbers, in the verdict, of islands that get no point in time: none fits, or could be taken out. */
   islandsLeft: number[];
   /** On the finished supports. */
   verdict: Verdict;
