@@ -84,7 +84,8 @@ export async function printJob(
     if (format === 'json' || format === 'csv') continue;
     throw new UserError(
       ExitCode.usage,
-      `--format ${format}: it needs a mesh, and ${name} is a printer file. Choose json or csv.`,
+      `--format ${format}: it needs the mesh, and ${name} has layers alone. Give the mesh that it was ` +
+        'sliced from, or choose json or csv.',
     );
   }
   const given = {

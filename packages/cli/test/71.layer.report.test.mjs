@@ -3,7 +3,9 @@ import assert from 'node:assert/strict';
 import { readdir, readFile, stat, writeFile } from 'node:fs/promises';
 import { join } from 'node:path';
 import { test } from 'node:test';
+import { createLayerSlicer, openPrinterFile } from 'stiltforge/slicing';
 import { openFile, sliceShown, withoutBrowser } from '../../viewer/test/browser.mjs';
+import { croppedRuns, KeptLayers } from '../dist/output/kept_layers.js';
 import { layerSurface } from '../dist/output/layer_surface.js';
 import { stiltforge, temporaryFolder } from './harness.mjs';
 import { binaryStl, footAndIsland } from './meshes.mjs';
@@ -116,6 +118,41 @@ test('layers of many pixels are seen coarser, which is told', async () => {
   assert.equal(tolerance, 4);
   assert.ok(positions.length / 9 < 500_000);
   assert.ok(Math.abs(measure(positions).volume / (720 * 720 * 4) - 1) < 0.1);
+});
+
+test('a report reads layers that fit into its memory once, and those of a crop are those of its slicer', async (t) => {
+  const path = join(await temporaryFolder(t), 'plate.sl1');
+  await writeFile(path, sl1());
+  const file = await openPrinterFile(path);
+  const settings = { layerHeight: 0.05, pixelSize: 0.05 };
+  const slicer = createLayerSlicer(file, settings);
+  const asked = [];
+  const kept = new KeptLayers({
+    runs(first, count) {
+      asked.push(first);
+      return slicer.runs(first, count);
+    },
+  });
+  const count = Math.min(16, file.layerCount);
+  const read = await kept.runs(0, count);
+  assert.deepEqual(await kept.runs(0, count), read);
+  assert.deepEqual(await kept.runs(3, 1), [read[3]]);
+  assert.deepEqual(asked, [0]);
+  const rows = read.flatMap(({ rowStart }) =>
+    Array.from(rowStart, (_, row) => row).filter((row) => rowStart[row + 1] > rowStart[row]),
+  );
+  const columns = {
+    begin: read.flatMap(({ begin }) => [...begin]),
+    end: read.flatMap(({ end }) => [...end]),
+  };
+  const crop = { column: Math.min(...columns.begin), row: Math.min(...rows) };
+  const width = Math.max(...columns.end) - crop.column;
+  const height = Math.max(...rows) + 1 - crop.row;
+  const part = { cropX: crop.column, cropY: crop.row, width, height };
+  const expected = await createLayerSlicer(file, { ...settings, ...part }).runs(0, count);
+  for (const [i, runs] of read.entries()) {
+    assert.deepEqual(croppedRuns(runs, { ...crop, height }), expected[i]);
+  }
 });
 
 test('--report of a printer file shows its layers, the shape that they make and the points', async (t) => {

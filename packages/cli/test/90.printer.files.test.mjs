@@ -179,7 +179,7 @@ test('options that are for meshes, or for printer files, are refused with the re
   for (const [words, reason] of [
     [['--height', '5'], /--height: of table\.sl1 its layers are cut already/],
     [['--screen', '100x100'], /--screen: of table\.sl1 the file says how many pixels/],
-    [['--format', '3mf'], /--format 3mf: it needs a mesh/],
+    [['--format', '3mf'], /--format 3mf: it needs the mesh, .* has layers alone/],
     [['--threshold', '0'], /whole number from 1 to 255/],
   ]) {
     const { code, err } = await refused(t, sl1(), words);

@@ -189,7 +189,7 @@ test('options have ranges, and are for the geometry of meshes alone', async (t) 
     [['part.stl', ...stl, '--foot-diameter', '0.9'], /--foot-diameter 0\.9: it must be at least/],
     [['part.stl', ...stl, '--tip-length', '1e3'], /It must be a plain number above 0/],
     [['part.stl', ...stl, '--foot-height', '-1'], /It must be a plain number from 0/],
-    [['part.sl1', ...stl], /--format stl: it needs a mesh, and part\.sl1 is a printer file/],
+    [['part.sl1', ...stl], /--format stl: it needs the mesh, and part\.sl1 has layers alone/],
   ]) {
     const { code, err } = await stiltforge([...words, ...quiet], { cwd: folder });
     assert.equal(code, 2, words.join(' '));

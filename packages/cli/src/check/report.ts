@@ -1,8 +1,9 @@
 import { basename } from 'node:path';
 import type { CheckReport } from 'stiltforge/check';
-import { createLayerSlicer, type LayerSlicer, type PrintSettings } from 'stiltforge/slicing';
+import { createLayerSlicer, type PrinterFile, type PrintSettings } from 'stiltforge/slicing';
 import type { PartSource } from 'stiltforge-viewer';
 import { commandHost } from '../command_host.js';
+import { KeptLayers } from '../output/kept_layers.js';
 import { OutputFolder } from '../output/output_folder.js';
 import { packedLayers } from '../output/packed_layers.js';
 import { pageOf, pageWith } from '../output/report.js';
@@ -78,15 +79,15 @@ async function printPage(
   const { file, print } = printed;
   const { progress, signal } = reporting;
   const { layerHeight, pixelSize } = print;
-  const options = { layerHeight, pixelSize };
-  const { box, top } = await boxOf(createLayerSlicer(file, options), signal);
+  const layers = new KeptLayers(createLayerSlicer(file, { layerHeight, pixelSize }));
+  const { box, top } = await boxOf(file, layers, signal);
   const corners = boxOnPlate(printed, box);
   const crop = { column: 0, row: 0, width: file.width, height: file.height };
   const part = documentOf(name, report, reporting, whole(print, file.layerCount, crop), {
     min: [...corners.min, 0],
     max: [...corners.max, (top + 1) * layerHeight],
   });
-  return pageWith(await packedLayers({ printed, options, box, top, part }, progress, signal));
+  return pageWith(await packedLayers({ printed, layers, box, top, part }, progress, signal));
 }
 
 function whole(
@@ -139,15 +140,16 @@ const layersAtOnce = 16;
 
 /** Around all material; around the first pixel where there is none. */
 async function boxOf(
-  slicer: LayerSlicer,
+  { width, height, layerCount }: PrinterFile,
+  layers: KeptLayers,
   signal?: AbortSignal,
 ): Promise<{ box: PixelBox; top: number }> {
-  const box: PixelBox = { left: slicer.width, top: slicer.height, right: 0, bottom: 0 };
+  const box: PixelBox = { left: width, top: height, right: 0, bottom: 0 };
   let top = 0;
-  for (let first = 0; first < slicer.layerCount; first += layersAtOnce) {
+  for (let first = 0; first < layerCount; first += layersAtOnce) {
     signal?.throwIfAborted();
-    const count = Math.min(layersAtOnce, slicer.layerCount - first);
-    for (const [i, layer] of (await slicer.runs(first, count)).entries()) {
+    const count = Math.min(layersAtOnce, layerCount - first);
+    for (const [i, layer] of (await layers.runs(first, count)).entries()) {
       if (layer.begin.length === 0) continue;
       top = first + i;
       extend(box, layer);

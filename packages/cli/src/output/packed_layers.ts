@@ -1,13 +1,13 @@
-import { createLayerSlicer, type LayerSlicerOptions } from 'stiltforge/slicing';
 import { type PackedPart, type PartSource, type PixelGrid, packPart } from 'stiltforge-viewer';
 import { cropAround, type PixelBox, type PrintedFile, placeOnPlate } from '../printed_file.js';
+import { croppedRuns, type KeptLayers } from './kept_layers.js';
 import { layerSurface } from './layer_surface.js';
 
 /** What a page shows of a print that has no mesh. */
 export interface ReportedPrint extends Pick<PartSource, 'part' | 'strength'> {
   printed: PrintedFile;
-  /** How its layers are read. */
-  options: LayerSlicerOptions;
+  /** All of its layers. */
+  layers: KeptLayers;
   /** Around all material, and its highest layer. */
   box: PixelBox;
   top: number;
@@ -27,18 +27,15 @@ const surfaceShare = 0.3;
  * `progress` is told the share that is done, from 0 to 1. Throws the signal's reason.
  */
 export async function packedLayers(
-  { printed, options, box, top, part, strength }: ReportedPrint,
+  { printed, layers, box, top, part, strength }: ReportedPrint,
   progress?: (share: number) => void,
   signal?: AbortSignal,
 ): Promise<PackedPart> {
   const { file, pixel, print } = printed;
   const crop = cropAround(file, box, margin);
   const { width, height } = crop;
-  const slicer = createLayerSlicer(file, {
-    ...{ ...options, width, height },
-    ...{ cropX: crop.column, cropY: crop.row },
-  });
-  const runs: PartSource['runs'] = (first, count) => slicer.runs(first, count);
+  const runs: PartSource['runs'] = async (first, count) =>
+    (await layers.runs(first, count)).map((layer) => croppedRuns(layer, crop));
   const surface = await layerSurface(
     {
       ...{ width, height, layers: top + 1, layerHeight: print.layerHeight, runs },

@@ -1,7 +1,8 @@
 import { checkPrint } from 'stiltforge/check';
 import type { PackedPart } from 'stiltforge-viewer';
 import { checkedPrint } from '../printed_file.js';
-import { layerOptions, type PreparedPrint, type SupportedPrint } from '../supported_print.js';
+import type { PreparedPrint, SupportedPrint } from '../supported_print.js';
+import { KeptLayers } from './kept_layers.js';
 import { packedLayers } from './packed_layers.js';
 import { besidePoints, reported, strengthOf } from './packed_report.js';
 
@@ -22,7 +23,7 @@ export async function packedPrint(
     ...{ points: part.points, criticalAngle, signal },
   });
   const source = {
-    ...{ printed, box, top, options: layerOptions(job) },
+    ...{ printed, box, top, layers: new KeptLayers(slicer) },
     part: { ...reported(document, part), check: besidePoints(check) },
     strength: strengthOf(document, owedPixels),
   };
