@@ -37,8 +37,11 @@ std::string lowerCase(std::string text) {
   return text;
 }
 
-/// A binary file has zeros or other control characters soon.
+/// A binary file has zeros or other control characters soon. Some programs end a text with a few of
+/// them.
 bool isText(std::string_view head) {
+  constexpr std::string_view endMarks("\0\x1a", 2);
+  head = head.substr(0, head.find_last_not_of(endMarks) + 1);
   return std::none_of(head.begin(), head.end(), [](unsigned char character) {
     return character < 0x20 && (character < '\t' || character > '\r');
   });

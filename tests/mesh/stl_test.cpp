@@ -110,6 +110,14 @@ TEST(TextStl, WhatFollowsTheEndIsLeftOutWithAWarning) {
   EXPECT_THAT(mesh.warnings, ElementsAre(HasSubstr("from line 88 on, is left out")));
 }
 
+TEST(TextStl, MayBeFilledUpWithZerosOrEndWithTheSignOfAnEnd) {
+  for (const std::string& end : {std::string(3, '\0'), std::string("\x1a")}) {
+    const Mesh mesh = read(textStl(cube) + end);
+    EXPECT_EQ(mesh.positions, cube);
+    EXPECT_THAT(mesh.warnings, ElementsAre(HasSubstr("is left out")));
+  }
+}
+
 TEST(TextStl, NormalsNeedNotBeNumbers) {
   EXPECT_EQ(read(replaced(textStl(cube), "normal 0 0 0", "normal -1.#IND nan 0,0")).positions,
             cube);

@@ -72,6 +72,17 @@ test('inspect finds the mesh beside the results, or where it is told', async (t)
   assert.equal((await run(['inspect', 'out', ...words, '--model', 'moved.stl'])).code, 0);
 });
 
+test('inspect finds the mesh of results that are called as the mesh is', async (t) => {
+  const { folder } = await withRun(t);
+  await mkdir(join(folder, 'results'));
+  await rename(join(folder, 'out'), join(folder, 'results', 'part.stl'));
+  const there = { cwd: join(folder, 'results') };
+  await rename(join(folder, 'part.stl'), join(folder, 'results', 'part.stl', 'part.stl'));
+  const words = ['--layer', '20', '--region', '2', '-q'];
+  const { code, err } = await stiltforge(['inspect', 'part.stl', ...words], there);
+  assert.equal(code, 0, err);
+});
+
 test('inspect says what is wrong', async (t) => {
   const { folder, run } = await withRun(t);
   const words = ['--layer', '20', '--region', '2'];

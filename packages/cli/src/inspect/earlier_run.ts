@@ -1,4 +1,4 @@
-import { existsSync, readFileSync } from 'node:fs';
+import { readFileSync, statSync } from 'node:fs';
 import { basename, dirname, join } from 'node:path';
 import type { Triangles } from 'stiltforge/slicing';
 import { ExitCode, messageOf, UserError } from '../errors.js';
@@ -72,7 +72,7 @@ export async function modelOf(
 function modelFile(folder: string, file: string): string {
   const name = basename(file);
   const places = [name, join(dirname(folder), name), join(folder, name)];
-  const found = places.find((path) => existsSync(path));
+  const found = places.find((path) => statSync(path, { throwIfNoEntry: false })?.isFile());
   if (found !== undefined) return found;
   throw new UserError(
     ExitCode.usage,
