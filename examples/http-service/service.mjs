@@ -48,9 +48,11 @@ export function createService(limits = {}) {
   return server;
 }
 
+const base = 'http://service';
+
 async function answer(request, response, bounds, turns) {
-  const url = new URL(request.url, 'http://service');
-  if (url.pathname !== '/supports') throw new Refusal(404, 'There is only POST /supports.');
+  const url = URL.canParse(request.url, base) ? new URL(request.url, base) : undefined;
+  if (url?.pathname !== '/supports') throw new Refusal(404, 'There is only POST /supports.');
   if (request.method !== 'POST') {
     response.setHeader('Allow', 'POST');
     throw new Refusal(405, 'Send the mesh or the printer file with POST.');

@@ -3,8 +3,10 @@ import assert from 'node:assert/strict';
 import { spawnSync } from 'node:child_process';
 import { once } from 'node:events';
 import { readdir, readFile, writeFile } from 'node:fs/promises';
+import { request } from 'node:http';
 import { connect } from 'node:net';
 import { join } from 'node:path';
+import { text } from 'node:stream/consumers';
 import { test } from 'node:test';
 import { setTimeout } from 'node:timers/promises';
 import { fileURLToPath } from 'node:url';
@@ -158,6 +160,16 @@ test('the service says what is wrong with a request, and goes on', async (t) => 
   await once(socket, 'close');
   assert.equal((await ask(part)).status, 200);
 });
+
+for (const path of ['/', '/other', '//', '*']) {
+  test(`the service says of the address ${path} that there is nothing`, async (t) => {
+    const { port } = await serviceWith(t);
+    const asked = request({ port, path, method: 'POST' }).end();
+    const [answer] = await once(asked, 'response');
+    assert.match(JSON.parse(await text(answer)).error, /There is only POST \/supports/);
+    assert.equal(answer.statusCode, 404);
+  });
+}
 
 test('the service sends requests away when too many wait', async (t) => {
   const { ask } = await serviceWith(t, { concurrency: 1, waiting: 1 });
