@@ -1,3 +1,4 @@
+import { existsSync } from 'node:fs';
 import { Command, CommanderError, InvalidArgumentError, Option } from 'commander';
 import type { RegionToInspect } from './analyse_mesh.js';
 import { type CheckAction, checkCommand } from './check/command.js';
@@ -5,6 +6,7 @@ import { completionCommand } from './completion/command.js';
 import { doctorCommand } from './doctor/command.js';
 import { codeOf, ExitCode, Interrupted, messageOf, Told, UserError } from './errors.js';
 import { inspectCommand } from './inspect/command.js';
+import { nearestName } from './nearest_name.js';
 import type { Options } from './one_input.js';
 import { distance, folderName, outputFormats, positive, wholeNumber } from './option_values.js';
 import { orientCommand } from './orient/command.js';
@@ -43,7 +45,7 @@ Several inputs run side by side, as many as there are cores and as --memory
 allows, which then counts for all together. Each has a folder of its own, and
 one that fails does not stop the others. With --plate they are one print:
 x = y = 0 is then the middle of the plate, and supports.json tells where each
-mesh and each of its --copies stands.
+mesh and each of its --copies stands, and which supports are its own.
 
 Exit codes:
   0    done
@@ -144,7 +146,10 @@ function buildCommand({ analyse, check }: Actions): Command {
     .enablePositionalOptions()
     .helpCommand(false)
     .hook('preAction', (_, called) => applyPresets(called))
-    .action(analyse);
+    .action(async (files, options, called) => {
+      requireNoMistypedCommand(files[0], command);
+      await analyse(files, options, called);
+    });
   for (const other of [
     checkCommand(check),
     orientCommand(),
@@ -154,9 +159,21 @@ function buildCommand({ analyse, check }: Actions): Command {
     doctorCommand(),
     completionCommand(),
   ]) {
-    command.addCommand(other.copyInheritedSettings(command));
+    other.copyInheritedSettings(command);
+    command.addCommand(other.showHelpAfterError(`Try: stiltforge ${other.name()} --help`));
   }
   return command;
+}
+
+/** Throws a UserError when the first word is no file, but almost a command. */
+function requireNoMistypedCommand(word: string, { commands }: Command): void {
+  const names = commands.map((command) => command.name());
+  const meant = existsSync(word) ? undefined : nearestName(word, names);
+  if (meant === undefined) return;
+  throw new UserError(
+    ExitCode.usage,
+    `${word}: there is neither a file nor a command of this name. Did you mean stiltforge ${meant}?`,
+  );
 }
 
 /** Runs the command with the given words and returns the exit code. */

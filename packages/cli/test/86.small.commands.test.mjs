@@ -5,7 +5,7 @@ import { join } from 'node:path';
 import { test } from 'node:test';
 import { parameterTable } from 'stiltforge/analysis';
 import { stiltforge, temporaryFolder } from './harness.mjs';
-import { binaryStl, footAndIsland } from './meshes.mjs';
+import { binaryStl, box, footAndIsland } from './meshes.mjs';
 
 const coarse = ['--pixel-size', '0.1', '--layer-height', '0.1', '--no-pictures', '-q'];
 
@@ -159,4 +159,21 @@ test('--verbose tells what a run went by, beside its summary', async (t) => {
   const both = await run(['part.stl', '--verbose', '--quiet']);
   assert.equal(both.code, 2);
   assert.match(both.err, /cannot be used with/);
+});
+
+test('a mistake in a command leads to its own help, and a mistyped command to the right one', async (t) => {
+  const cwd = await temporaryFolder(t);
+  for (const command of ['check', 'orient', 'inspect', 'completion']) {
+    const { code, err } = await stiltforge([command], { cwd });
+    assert.equal(code, 2);
+    assert.ok(err.endsWith(`Try: stiltforge ${command} --help\n`), err);
+  }
+  const { code, err } = await stiltforge(['chek', 'part.stl'], { cwd });
+  assert.equal(code, 2);
+  assert.equal(
+    err,
+    'stiltforge: chek: there is neither a file nor a command of this name. Did you mean stiltforge check?\n',
+  );
+  await writeFile(join(cwd, 'chek'), binaryStl(box([0, 0, 0], [4, 4, 3])));
+  assert.equal((await stiltforge(['chek', '--no-pictures', '--quiet'], { cwd })).code, 0);
 });

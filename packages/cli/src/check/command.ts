@@ -86,6 +86,5 @@ export function checkCommand(run: CheckAction): Command {
     .option('-q, --quiet', 'print only warnings and errors')
     .helpOption('-h, --help', 'print this help')
     .addHelpText('after', notes)
-    .showHelpAfterError('Try: stiltforge check --help')
     .action(run);
 }

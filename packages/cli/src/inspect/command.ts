@@ -37,7 +37,6 @@ export function inspectCommand(): Command {
     .option('-q, --quiet', 'print only warnings and errors')
     .helpOption('-h, --help', 'print this help')
     .addHelpText('after', notes)
-    .showHelpAfterError('Try: stiltforge inspect --help')
     .action(inspect);
 }
 

@@ -93,7 +93,6 @@ export function orientCommand(): Command {
     .option('-q, --quiet', 'print only warnings and errors')
     .helpOption('-h, --help', 'print this help')
     .addHelpText('after', notes)
-    .showHelpAfterError('Try: stiltforge orient --help')
     .action(run);
 }
 

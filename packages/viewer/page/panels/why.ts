@@ -21,9 +21,9 @@ function weightText(part: ViewedPart, { weight }: PointRecord): string[] {
   const inArea = (pixels: number): string => area(pixels * part.document.part.print.pixelSize ** 2);
   const { pixels, resting, overhanging, owed, supports } = weight;
   const shared = supports > 1 ? `, for which it has ${supports} points` : '';
+  const alone = owed > 0 ? `; nothing held ${inArea(owed)}${shared}` : '';
   return [
-    `Of its ${inArea(pixels)}, ${inArea(resting)} rest on the layer below and ${inArea(overhanging)} hang over; ` +
-      `nothing held ${inArea(owed)}${shared}.`,
+    `Of its ${inArea(pixels)}, ${inArea(resting)} rest on the layer below and ${inArea(overhanging)} hang over${alone}.`,
   ];
 }
 
