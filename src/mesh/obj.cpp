@@ -98,6 +98,11 @@ class ObjReader {
       throw MeshError(here() + " has a face with corner " + inQuotes(word) + ", which is no number",
                       copyAgain);
     }
+    if (*number == 0) {
+      throw MeshError(here() + " has a face with corner " + inQuotes(word) +
+                          ", but an OBJ counts its vertices from 1",
+                      "Export it again");
+    }
     const auto count = static_cast<std::int64_t>(vertices_.size());
     const std::int64_t index = *number < 0 ? count + *number : *number - 1;
     if (index < 0 || index >= count) {

@@ -73,7 +73,9 @@ TEST(Obj, CornersThatNameNoVertexAreNamedWithTheirLine) {
       refusal(three + "f 1 2 9\n"),
       "line 4 has a face with corner \"9\", but 3 vertices precede it. The file is cut off or "
       "damaged; copy or export it again.");
-  EXPECT_THAT(refusal(three + "f 1 2 0\n"), HasSubstr("line 4 has a face with corner \"0\""));
+  EXPECT_EQ(refusal(three + "f 1 2 0\n"),
+            "line 4 has a face with corner \"0\", but an OBJ counts its vertices from 1. Export it "
+            "again.");
   EXPECT_THAT(refusal(three + "f 1 2 -4\n"), HasSubstr("corner \"-4\", but 3 vertices"));
   EXPECT_THAT(refusal(three + "f 1 2 -9223372036854775808\n"), HasSubstr("but 3 vertices"));
   EXPECT_THAT(refusal("v 0 0 0\nf 1 2 3\nv 1 1 1\nv 2 2 3\n"), HasSubstr("1 vertex precedes it"));
