@@ -62,7 +62,10 @@ await check(`CHANGELOG.md has a section of ${version}, and nothing unreleased`, 
 );
 
 await check('the work tree is committed', () =>
-  capture('git', ['status', '--porcelain'], { cwd: root }).trim() === '' ? [] : ['it has changes'],
+  capture('git', ['status', '--porcelain'], { cwd: root })
+    .split('\n')
+    .filter(Boolean)
+    .map((line) => `not committed: ${line}`),
 );
 
 let libraries = [];
