@@ -21,17 +21,6 @@ BeyondReach::BeyondReach(double reach) {
   }
 }
 
-bool BeyondReach::isWithinReach(std::span<const Run> row, int y, const RunRows& material) const {
-  const std::span<const Run> near = material.row(y);
-  const int half = half_[0];
-  auto at = near.begin();
-  for (const Run& run : row) {
-    while (at != near.end() && at->end + half < run.end) ++at;
-    if (at == near.end() || at->begin - half > run.begin) return false;
-  }
-  return true;
-}
-
 // Drops from the rest what row y reaches, so many columns to each side.
 void BeyondReach::keepBeyond(const RunRows& material, int y, int half) {
   const std::span<const Run> row = material.row(y);

@@ -57,6 +57,7 @@ bool isBesideMaterial(Run columns, const RunRows& material, std::size_t y) {
 
 void EmptySpace::add(const RunRows& material, const RunRows& below) {
   std::swap(below_, layer_);
+  isOpenBelow_ = std::exchange(isOpen_, true);
   const bool liesOnPlate = std::exchange(isFirst_, false);
   layer_.assign(material.runCount(), liesOnPlate ? outside : none);
   if (!liesOnPlate) findSpaces(material, below);
@@ -64,7 +65,7 @@ void EmptySpace::add(const RunRows& material, const RunRows& below) {
 
 void EmptySpace::findSpaces(const RunRows& material, const RunRows& below) {
   const auto height = static_cast<std::size_t>(material.height());
-  const auto isOpen = [&](Run gap, std::size_t y) {
+  const auto reachesOut = [&](Run gap, std::size_t y) {
     return y == 0 || y + 1 == height || isBesideMaterial(gap, material, y - 1) ||
            isBesideMaterial(gap, material, y + 1) || isBesideMaterial(gap, below, y);
   };
@@ -72,7 +73,7 @@ void EmptySpace::findSpaces(const RunRows& material, const RunRows& below) {
   pieces.add();         // outside
   forEachRowOfGaps(material, [&](std::size_t y, uint32_t begin, uint32_t end) {
     for (uint32_t gap = begin; gap < end; ++gap) {
-      if (isOpen(gapBefore(material, gap), y)) layer_[gap] = outside;
+      if (reachesOut(gapBefore(material, gap), y)) layer_[gap] = outside;
     }
     if (y > 0) {
       forEachSharedGap(material, y - 1, material, y, [&](uint32_t above, uint32_t gap) {
@@ -84,6 +85,14 @@ void EmptySpace::findSpaces(const RunRows& material, const RunRows& below) {
       if (layer_[gap] == none) layer_[gap] = pieces.add();
     }
   });
+
+  for (uint32_t piece = 1; piece < pieces.size(); ++piece) {
+    isOpen_ = isOpen_ && pieces.root(piece) == outside;
+  }
+  if (isOpen_ && isOpenBelow_) {
+    std::fill(layer_.begin(), layer_.end(), outside);
+    return;
+  }
 
   std::vector<uint32_t> spaceOf(pieces.size(), none);
   spaceOf[outside] = outside;
@@ -97,8 +106,12 @@ void EmptySpace::findSpaces(const RunRows& material, const RunRows& below) {
   for (uint32_t piece = 0; piece < pieces.size(); ++piece) {
     if (spaceOf[piece] == none && pieces.root(piece) == piece) spaceOf[piece] = spaces_.add();
   }
+  isOpen_ = true;
   forEachRowOfGaps(material, [&](std::size_t, uint32_t begin, uint32_t end) {
-    for (uint32_t gap = begin; gap < end; ++gap) layer_[gap] = spaceOf[layer_[gap]];
+    for (uint32_t gap = begin; gap < end; ++gap) {
+      layer_[gap] = spaceOf[layer_[gap]];
+      isOpen_ = isOpen_ && layer_[gap] == outside;
+    }
   });
   forEachRowOfGaps(below, [&](std::size_t y, uint32_t begin, uint32_t end) {
     for (uint32_t gap = begin; gap < end; ++gap) {

@@ -47,6 +47,9 @@ class EmptySpace {
   bool isFirst_ = true;
   SpaceOfGap layer_;
   SpaceOfGap below_;
+  // Whether all gaps of the layer lie outside.
+  bool isOpen_ = true;
+  bool isOpenBelow_ = true;
   std::vector<uint8_t> outside_;
 };
 

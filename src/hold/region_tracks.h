@@ -38,7 +38,16 @@ class RegionTracks {
   const std::vector<Link>& links() const { return links_; }
 
  private:
+  // A region of the layer last added and one of the layer below it that share pixels.
+  using RegionPair = std::pair<uint32_t, uint32_t>;
+
+  void findContacts(const Components& regions, const Components& below);
+
   uint32_t layerCount_ = 0;
+  std::vector<RegionPair> contacts_;
+  std::vector<uint32_t> lastContact_;  // of each region the one below that it touched last
+  std::vector<uint32_t> carries_;      // of each region below, how many rest on it
+  std::vector<uint32_t> lowerTrack_;
   std::vector<uint32_t> trackOf_;
   std::vector<uint8_t> isIsland_;
   std::vector<Track> tracks_;

@@ -13,12 +13,10 @@ void SteepOverhang::add(const RunRows& material, const RunRows& below, RunRows& 
   const RowRange rows = layer_ == 0 ? RowRange() : material.occupiedRows();
   overhang.endRows(rows.begin);
   for (int y = rows.begin; y < rows.end; ++y) {
-    if (beyond_.isWithinReach(material.row(y), y, carrier_)) {
-      overhang.endRow();
-      continue;
-    }
     std::span<const Run> known = below.row(y);
+    std::span<const Run> carrying = carrier_.row(y);
     for (const Run& run : material.row(y)) {
+      if (beyond_.isWithinRow(run, carrying)) continue;
       forEachUncovered(run, known, [&](int32_t begin, int32_t end) {
         beyond_.find({static_cast<uint16_t>(begin), static_cast<uint16_t>(end)}, y, carrier_,
                      overhang);

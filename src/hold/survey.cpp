@@ -150,7 +150,7 @@ void Survey::addIslands() {
 
 void Survey::addOverhang(const Slice& slice) {
   const RunRows beyond = overhangBeyond(slice, below_.pixels);
-  RunRows roomy;
+  RunRows& roomy = roomyRow_;
   const RowRange rows = beyond.occupiedRows();
   for (int y = rows.begin; y < rows.end; ++y) {
     for (const Run& run : beyond.row(y)) {
@@ -181,9 +181,10 @@ void Survey::addSamples(const Slice& slice) {
   const auto storey =
       static_cast<int32_t>(layerCount() * (settings_.layerHeight / settings_.sampleSize));
   if (std::exchange(storey_, storey) != storey) cells_.clear();
-  RunRows steep;
-  steep_.add(slice.material, below_.pixels, steep);
-  RunRows roomy;
+  steep_.add(slice.material, below_.pixels, steepRows_);
+  const RunRows& steep = steepRows_;
+  RunRows& roomy = roomyRow_;
+  need_.resize(width_);
   std::size_t pixel = 0;
   const RowRange rows = steep.occupiedRows();
   const RowRange hanging = slice.overhang.occupiedRows();
@@ -193,7 +194,8 @@ void Survey::addSamples(const Slice& slice) {
       for (const Run& span : spans) pixel += span.length();
       continue;
     }
-    need_.assign(width_, 0xFFFF);
+    std::fill(need_.begin() + steep.row(y).front().begin, need_.begin() + steep.row(y).back().end,
+              0xFFFF);
     for (const Run& span : spans) {
       for (uint32_t x = span.begin; x < span.end; ++x, ++pixel) {
         need_[x] = static_cast<uint16_t>(slice.blue[pixel] << 8 | slice.green[pixel]);

@@ -112,6 +112,8 @@ class Survey {
   std::vector<OverhangSample> samples_;
   std::vector<uint16_t> sampleNeed_;  // see need_, of the place of each
   std::vector<uint16_t> need_;        // of the columns of a row: low where a support is needed most
+  RunRows steepRows_;                 // of the last layer
+  RunRows roomyRow_;
   int32_t storey_ = 0;
   std::unordered_map<Cell, std::size_t, CellHash> cells_;
   std::vector<Site> points_;
