@@ -115,7 +115,7 @@ void printHeading(const std::vector<std::string>& heading) {
 void printTimes(const std::vector<std::vector<std::string>>& times) {
   std::puts("\nCPU time of the whole part, ms:\n");
   printHeading({"mesh", "tilt", "pixel", "layer", "layers", "analysis", "survey", "finishing",
-                "judging", "survey and finishing / analysis"});
+                "judging", "survey / analysis", "survey and finishing / analysis"});
   for (const std::vector<std::string>& row : times) printRow(row);
 }
 
@@ -208,6 +208,7 @@ std::vector<std::string> judgePart(const Part& part, double tilt, const PrintSet
           milliseconds(times.survey),
           milliseconds(finishing),
           milliseconds(judging),
+          text(times.survey / times.analysis, 2),
           text((times.survey + finishing) / times.analysis, 2)};
 }
 
