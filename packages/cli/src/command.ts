@@ -7,6 +7,7 @@ import { doctorCommand } from './doctor/command.js';
 import { codeOf, ExitCode, Interrupted, messageOf, Told, UserError } from './errors.js';
 import { inspectCommand } from './inspect/command.js';
 import { nearestName } from './nearest_name.js';
+import { mostCopies } from './number_rules.js';
 import type { Options } from './one_input.js';
 import { distance, folderName, outputFormats, positive, wholeNumber } from './option_values.js';
 import { orientCommand } from './orient/command.js';
@@ -72,7 +73,7 @@ function addPlateOptions(command: Command): Command {
   return command
     .optionsGroup('The plate:')
     .option('--plate', 'put all meshes side by side on one plate, for one print')
-    .option('--copies <n>', 'print each mesh so many times', wholeNumber(1, 10_000), 1)
+    .option('--copies <n>', 'print each mesh so many times', wholeNumber(1, mostCopies), 1)
     .option('--gap <mm>', 'space between parts on a plate', distance, usualGap);
 }
 

@@ -33,6 +33,14 @@ export const pixelsRule: NumberRule = {
   wanted: 'a whole number of pixels from 1 to 65535',
 };
 
+/** Of a mesh on a plate. */
+export const mostCopies = 10_000;
+
+export const copiesRule: NumberRule = {
+  accepts: (value) => Number.isInteger(value) && value >= 1 && value <= mostCopies,
+  wanted: 'a whole number from 1 to 10,000',
+};
+
 /** Digits with a decimal point, if any: no other notation, so that "0x10" or "5e" is no length. */
 const plainNumber = /^(\d+\.?\d*|\.\d+)$/;
 

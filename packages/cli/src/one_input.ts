@@ -14,7 +14,7 @@ import {
   supportSettings,
 } from './part_options.js';
 import { placedMesh, placementOf } from './placement.js';
-import { arranged, type PlatePart, plateMesh } from './plate/arrange.js';
+import { partOfMeshes, type ReadMesh } from './plate/part_of_meshes.js';
 import { type PrintOptions, printJob, requireNoPrintOptions } from './print_options.js';
 import { type ScaffoldOptions, scaffoldJob } from './scaffold/options.js';
 import type { ScaffoldJob } from './scaffold/supports_geometry.js';
@@ -103,31 +103,18 @@ async function meshRun(
   return (watcher) => analyseMesh(job, watcher);
 }
 
-/** A mesh by itself as it is placed, or meshes and their copies side by side on the plate. */
 async function partOf(
   files: readonly string[],
   options: Options,
   print: PrintSettings,
   signal?: AbortSignal,
 ): Promise<Pick<Job, 'name' | 'mesh' | 'meshWarnings' | 'plate'>> {
-  const parts: PlatePart[] = [];
-  const meshWarnings: string[] = [];
+  const meshes: ReadMesh[] = [];
   for (const name of files) {
     const file = await loadMesh(name, signal);
-    const mesh = placedMesh(file, name, options);
-    const { warnings } = file;
-    if (!isPlate(files, options)) return { name, mesh, meshWarnings: warnings };
-    for (let copy = 0; copy < options.copies; copy++) parts.push({ name: basename(name), mesh });
-    meshWarnings.push(...warnings.map((sentence) => `${name}: ${sentence}`));
+    meshes.push({ name, mesh: placedMesh(file, name, options), warnings: file.warnings });
   }
-  const plate = arranged(parts, options.gap, print);
-  const name =
-    files.length === 1 ? files[0] : [...new Set(files.map((file) => basename(file)))].join(', ');
-  return { name, mesh: plateMesh(parts, plate), meshWarnings, plate };
-}
-
-function isPlate(files: readonly string[], { plate = false, copies }: Options): boolean {
-  return plate || copies > 1 || files.length > 1;
+  return partOfMeshes(meshes, options, print);
 }
 
 async function printRun(

@@ -5,6 +5,7 @@ export type { Host } from './host.js';
 export { isLackOfMemory, outOfMemory } from './memory.js';
 export { loadMesh } from './mesh/load.js';
 export {
+  copiesRule,
   distanceRule,
   type NumberRule,
   pixelsRule,
@@ -35,6 +36,8 @@ export { partWithSupportsStl, supportsStl } from './output/supports_stl.js';
 export { threeMfProject } from './output/three_mf.js';
 export type { PartOptions } from './part_options.js';
 export { placedMesh, placementOf, units } from './placement.js';
+export { usualGap } from './plate/arrange.js';
+export { type PlateOptions, partOfMeshes, type ReadMesh } from './plate/part_of_meshes.js';
 export { resins, screens } from './presets/presets.js';
 export { asUserError, openPrint } from './printed_file.js';
 export { checkScaffold } from './scaffold/setting_ranges.js';

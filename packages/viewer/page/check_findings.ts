@@ -1,5 +1,6 @@
 import type { CheckFinding, CheckRecord } from '../src/document.js';
 import type { Finding, Weight } from './findings.js';
+import { withSigns } from './words.js';
 
 const weights: Record<CheckFinding['severity'], Weight> = {
   fails: 'fault',
@@ -11,8 +12,8 @@ const weights: Record<CheckFinding['severity'], Weight> = {
 export function checkFindings({ findings }: CheckRecord): Finding[] {
   return findings.map(({ severity, what, remedy, firstLayer, place }) => ({
     weight: weights[severity],
-    title: what[0].toUpperCase() + what.slice(1),
-    detail: remedy,
+    title: withSigns(what[0].toUpperCase() + what.slice(1)),
+    detail: withSigns(remedy),
     places: [place ?? { layer: firstLayer }],
   }));
 }

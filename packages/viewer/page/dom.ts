@@ -59,3 +59,6 @@ export function button(
   if (options.pressed !== undefined) made.setAttribute('aria-pressed', String(options.pressed));
   return made;
 }
+
+/** Whether a person wants nothing to move by itself. */
+export const wantsStillness = (): boolean => matchMedia('(prefers-reduced-motion: reduce)').matches;

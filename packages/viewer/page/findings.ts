@@ -2,7 +2,7 @@ import type { IslandRecord } from '../src/document.js';
 import { checkFindings } from './check_findings.js';
 import type { ViewedPart } from './part.js';
 import { droppedFindings, verdictFindings } from './verdict_findings.js';
-import { area, counted, largest, millimetres } from './words.js';
+import { area, counted, largest, millimetres, withSigns } from './words.js';
 
 /** How much it matters: the print may fail, somebody should look, good to know. */
 export type Weight = 'fault' | 'warning' | 'note';
@@ -50,7 +50,7 @@ function judged(part: ViewedPart): Finding[] {
 function warningFinding(sentence: string): Finding {
   const [layer] = /(?<=\blayer )\d+/.exec(sentence) ?? [];
   const places = layer === undefined ? [] : [{ layer: Number(layer) }];
-  return { weight: 'warning', title: 'Warning', detail: sentence, places };
+  return { weight: 'warning', title: 'Warning', detail: withSigns(sentence), places };
 }
 
 /** One finding for islands that have no point of their own for the same cause. */

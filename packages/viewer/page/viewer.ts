@@ -1,6 +1,6 @@
 import type { PackedPart } from '../src/document.js';
 import { Timeline } from './charts/timeline.js';
-import { element } from './dom.js';
+import { element, wantsStillness } from './dom.js';
 import { type Finding, findingsOf, type Place } from './findings.js';
 import { listenToKeys } from './keyboard.js';
 import { findingsList } from './panels/findings_list.js';
@@ -45,7 +45,8 @@ export function mountViewer(
   const reveal = (): void => {
     const { top, bottom } = slice.panel.getBoundingClientRect();
     if (bottom < 120 || top > innerHeight - 120) {
-      scene.panel.scrollIntoView({ block: 'start', behavior: 'smooth' });
+      const behavior = wantsStillness() ? 'auto' : 'smooth';
+      scene.panel.scrollIntoView({ block: 'start', behavior });
     }
   };
   const goToPoint = (index: number): void => {

@@ -20,6 +20,10 @@ export const area = (value: number): string => `${figure(value)} mm²`;
 export const volume = (value: number): string =>
   value < 1000 ? `${value.toFixed(value < 10 ? 1 : 0)} mm³` : `${(value / 1000).toFixed(1)} ml`;
 
+/** A sentence of the analysis, which writes mm2 and mm3, with the signs of this page. */
+export const withSigns = (sentence: string): string =>
+  sentence.replace(/\bmm2\b/g, 'mm²').replace(/\bmm3\b/g, 'mm³');
+
 /** 0 of none; there may be more than a call takes arguments. */
 export function largest(values: readonly number[]): number {
   let most = 0;

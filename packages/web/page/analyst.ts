@@ -45,11 +45,17 @@ export class Analyst {
   }
 
   /**
-   * Finds the supports of a mesh or a print. Throws a Failure; the signal ends it at once, with its reason.
+   * Finds the supports of a print, or of meshes, of which several are one plate. Throws a Failure; the
+   * signal ends it at once, with its reason.
    */
-  async analyse(file: PartFile, settings: PartSettings, watcher: Watcher): Promise<PackedPart> {
-    const order: Order = { order: 'analyse', file, settings };
-    return (await this.seat.work<'analysed'>(order, [file.bytes], watcher)).packed;
+  async analyse(
+    files: readonly PartFile[],
+    settings: PartSettings,
+    watcher: Watcher,
+  ): Promise<PackedPart> {
+    const order: Order = { order: 'analyse', files, settings };
+    const bytes = files.map((file) => file.bytes);
+    return (await this.seat.work<'analysed'>(order, bytes, watcher)).packed;
   }
 
   /** A file of the part that was analysed last. */

@@ -4,11 +4,17 @@ import { themeIcon } from '../../viewer/page/panels/head.js';
 import type { ThemeChoice } from '../../viewer/page/theme.js';
 import { mountViewer } from '../../viewer/page/viewer.js';
 import { counted } from '../../viewer/page/words.js';
-import type { OrientationWish, PartSettings, RankedTurn, Ranking } from '../worker/protocol.js';
+import type {
+  OrientationWish,
+  PartFile,
+  PartSettings,
+  RankedTurn,
+  Ranking,
+} from '../worker/protocol.js';
 import { Analyst, Failure, type Watcher } from './analyst.js';
 import { Notice } from './notice.js';
 import { OrientationDialog } from './orientation/orientation_dialog.js';
-import { bytesOf, oneFile } from './part_file.js';
+import { bytesOf, filesOf, nameOf } from './part_file.js';
 import { type PlainWords, plainWords } from './plain_words.js';
 import { resultBar } from './result_bar.js';
 import { saveFile } from './save_file.js';
@@ -26,7 +32,7 @@ export class App {
   private readonly panel: PartPanel;
   private readonly chooser = element('input', {
     attributes: {
-      ...{ type: 'file', hidden: '', 'aria-label': 'Part' },
+      ...{ type: 'file', multiple: '', hidden: '', 'aria-label': 'Part' },
       accept: '.stl,.obj,.ply,.3mf,.sl1,.sl1s,.goo,.nanodlp,.zip',
     },
   });
@@ -38,9 +44,10 @@ export class App {
   private readonly dialogPlace = element('div', { class: 'form-place' });
   /** What is shown of the part that was analysed last. */
   private result: { element: HTMLElement; unmount: () => void } | undefined;
-  private file: File | undefined;
-  /** Counts the files that were taken. */
-  private fileNumber = 0;
+  /** Several are one plate. */
+  private files: readonly File[] = [];
+  /** Counts the choices of files. */
+  private choiceNumber = 0;
   private working: AbortController | undefined;
 
   constructor(
@@ -144,10 +151,10 @@ export class App {
   }
 
   private take(files: FileList | null | undefined): void {
-    this.file = undefined;
-    this.fileNumber++;
+    this.files = [];
+    this.choiceNumber++;
     try {
-      this.file = oneFile(files);
+      this.files = filesOf(files);
     } catch (error) {
       this.working?.abort();
       this.rest();
@@ -155,14 +162,15 @@ export class App {
       this.tellFailure(error);
       return;
     }
-    void this.analyse(this.file);
+    void this.analyse(this.files);
   }
 
   private analyseAgain(): void {
-    if (this.file !== undefined) void this.analyse(this.file);
+    if (this.files.length > 0) void this.analyse(this.files);
   }
 
-  private async analyse(file: File): Promise<void> {
+  private async analyse(files: readonly File[]): Promise<void> {
+    const name = nameOf(files);
     const settings = this.form.read();
     if (settings === undefined) {
       this.refuseSettings();
@@ -174,12 +182,13 @@ export class App {
     this.working = working;
     this.showStart();
     this.form.forget();
-    this.panel.work(file.name).focus();
-    this.status.textContent = `Analysing ${file.name}`;
+    this.panel.work(name).focus();
+    this.status.textContent = `Analysing ${name}`;
     let packed: PackedPart;
     try {
-      const bytes = await bytesOf(file);
-      packed = await this.analyst.analyse({ name: file.name, bytes }, settings, {
+      const parts: PartFile[] = [];
+      for (const file of files) parts.push({ name: file.name, bytes: await bytesOf(file) });
+      packed = await this.analyst.analyse(parts, settings, {
         tell: (progress) => this.panel.tell(progress),
         signal,
       });
@@ -187,7 +196,7 @@ export class App {
       // Another part is under way.
       if (this.working !== working) return;
       this.rest();
-      if (signal.aborted) this.tellCancelled(file);
+      if (signal.aborted) this.tellCancelled(name);
       else this.tellFailure(error);
       return;
     }
@@ -205,19 +214,19 @@ export class App {
   private refuseSettings(): void {
     if (!this.dialog.open) {
       this.showStart();
-      this.panel.fail('A setting is wrong: see there.', undefined, this.file !== undefined);
+      this.panel.fail('A setting is wrong: see there.', undefined, this.files.length > 0);
     }
     this.form.focusWrong();
   }
 
-  private tellCancelled({ name }: File): void {
+  private tellCancelled(name: string): void {
     this.panel.cancelled(name);
     this.status.textContent = 'Cancelled';
     this.start.querySelector<HTMLElement>('.part button')?.focus();
   }
 
   private tellFailure(error: unknown): void {
-    const canRepeat = this.file !== undefined;
+    const canRepeat = this.files.length > 0;
     if (!(error instanceof Failure)) {
       this.panel.fail('Something unexpected failed; please report it.', String(error), canRepeat);
     } else if (error.isMendable) {
@@ -264,7 +273,8 @@ export class App {
     const { model, supports } = packed.document.part;
     const viewer = element('div', { attributes: { id: 'viewer' } });
     const notice = new Notice();
-    const bar = resultBar(model.mesh !== undefined, {
+    const kind = model.mesh === undefined ? 'print' : model.plate ? 'plate' : 'mesh';
+    const bar = resultBar(kind, {
       choose: () => this.chooser.click(),
       openSettings: () => this.openSettings(),
       openOrientation: () => this.openOrientation(),
@@ -296,11 +306,11 @@ export class App {
   private orientationSubject({ placement, print, support }: PartSettings): string {
     const { rotate, ...rest } = placement;
     const turn = rest.height === undefined ? undefined : rotate;
-    return JSON.stringify({ file: this.fileNumber, rest, turn, print, support });
+    return JSON.stringify({ choice: this.choiceNumber, rest, turn, print, support });
   }
 
   private async searchOrientation(wish: OrientationWish, watcher: Watcher): Promise<Ranking> {
-    const { file } = this;
+    const [file] = this.files;
     const settings = this.form.read();
     if (file === undefined || settings === undefined) throw new Error('there is no part');
     const bytes = await bytesOf(file);
@@ -324,7 +334,8 @@ export class App {
     this.status.textContent = `Preparing ${name}`;
     try {
       const { file, warnings } = await make();
-      saveFile(file, `${this.file?.name.replace(/\.[^.]*$/, '')}-${name}`);
+      const part = this.files.length > 1 ? 'plate' : this.files[0].name.replace(/\.[^.]*$/, '');
+      saveFile(file, `${part}-${name}`);
       this.status.textContent = `${name} is saved`;
       const sentences = warnings.map((warning) => plainWords(warning).sentence);
       if (sentences.length > 0) notice.tell('warning', sentences);

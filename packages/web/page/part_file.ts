@@ -1,14 +1,14 @@
 import { Failure } from './analyst.js';
 
-/** What is taken from a person's drop or choice: one file. */
-export function oneFile(files: FileList | null | undefined): File {
-  if (files?.length === 1) return files[0];
-  throw new Failure(
-    files === null || files === undefined || files.length === 0
-      ? 'That was no file. Drop a mesh or a file for a printer.'
-      : `These were ${files.length} files. Drop one at a time.`,
-    true,
-  );
+/** What is taken from a person's drop or choice. */
+export function filesOf(files: FileList | null | undefined): File[] {
+  if (files?.length) return [...files];
+  throw new Failure('That was no file. Drop meshes or a file for a printer.', true);
+}
+
+/** What a part, or a plate of several, is called. */
+export function nameOf(files: readonly File[]): string {
+  return files.map(({ name }) => name).join(', ');
 }
 
 /** More than a browser hands over at once. */

@@ -38,15 +38,12 @@ export interface BarActions {
   save(format: FileFormat, name: string): Promise<void>;
 }
 
-/**
- * The line above a part: on to another one, its settings, its files. `hasMesh`: it was read as a mesh, not
- * as the layers of a print.
- */
+/** The line above a part: on to another one, its settings, its files. */
 export function resultBar(
-  hasMesh: boolean,
+  kind: 'mesh' | 'plate' | 'print',
   { choose, openSettings, openOrientation, save }: BarActions,
 ): HTMLElement {
-  const given = files.filter(({ needsMesh }) => hasMesh || !needsMesh);
+  const given = files.filter(({ needsMesh }) => kind !== 'print' || !needsMesh);
   const saving = given.map(({ format, name, purpose }) => {
     const made = button(name, purpose, () => {
       // It keeps the focus, which a button that is disabled loses.
@@ -67,7 +64,8 @@ export function resultBar(
       { class: 'tools' },
       button('Another part', 'Choose another file, or drop one', choose),
       button('Settings', 'Change the settings and analyse it again', openSettings),
-      hasMesh && button('Orientation', 'Find which way the part should stand', openOrientation),
+      kind === 'mesh' &&
+        button('Orientation', 'Find which way the part should stand', openOrientation),
     ),
     element(
       'div',

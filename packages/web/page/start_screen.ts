@@ -45,7 +45,7 @@ export class PartPanel {
       choose,
       element('p', {
         class: 'caption',
-        text: 'A mesh: STL, OBJ, PLY, 3MF, or a file for a printer: SL1, NanoDLP, GOO, PNG layers in a zip',
+        text: 'A mesh: STL, OBJ, PLY, 3MF, or several for one plate; or a file for a printer: SL1, NanoDLP, GOO, PNG layers in a zip',
       }),
       element('p', {
         class: 'promise',

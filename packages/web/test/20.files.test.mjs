@@ -1,15 +1,17 @@
 // What the page saves is what the command writes.
 import assert from 'node:assert/strict';
+import { writeFileSync } from 'node:fs';
 import { readFile } from 'node:fs/promises';
 import { join } from 'node:path';
 import { test } from 'node:test';
 import { stiltforge } from '../../cli/test/harness.mjs';
-import { binaryStl, obj, table, threeMf } from '../../cli/test/meshes.mjs';
+import { binaryStl, footAndIsland, obj, table, threeMf } from '../../cli/test/meshes.mjs';
 import { goo, nanoDlp, sl1 } from '../../cli/test/prints.mjs';
 import { rabbit } from './rabbit.mjs';
 import {
   assertAccessible,
   give,
+  giveAll,
   openStiltforge,
   resultShown,
   saved,
@@ -110,6 +112,36 @@ test('the same supports as geometry, and the part with them', { skip }, async (t
   for (const file of ['supports.stl', 'part_with_supports.stl']) {
     const { bytes } = await saved(page, file);
     assert.ok(bytes.equals(await readFile(join(folder, 'out', file))), `${file} is another one`);
+  }
+  assert.deepEqual(complaints, []);
+});
+
+test('several meshes and their copies are one plate, as the command makes it', {
+  skip,
+}, async (t) => {
+  const meshes = { 'table.stl': binaryStl(table()), 'island.stl': binaryStl(footAndIsland()) };
+  const { folder } = temporaryFile(t, 'table.stl', meshes['table.stl']);
+  writeFileSync(join(folder, 'island.stl'), meshes['island.stl']);
+  const words = ['--plate', '--copies', '2', '--gap', '3', '--layer-height', '0.1'];
+  const run = await stiltforge(
+    [...Object.keys(meshes), ...words, '--no-pictures', '-q', '--report', '--out', 'out'],
+    { cwd: folder },
+  );
+  assert.equal(run.code, 0, run.err);
+
+  const { page, complaints } = await openStiltforge(t);
+  await unfold(page);
+  await fill('Copies', '2')(page);
+  await fill('Gap between parts', '3')(page);
+  await fill('Layer height', '0.1')(page);
+  await giveAll(page, meshes);
+  await resultShown(page, 'table.stl, island.stl');
+  assert.equal(await page.getByRole('button', { name: 'Orientation' }).count(), 0);
+  for (const file of ['points.csv', 'supports.json', 'report.html']) {
+    const download = await saved(page, file);
+    assert.equal(download.name, `plate-${file}`);
+    const written = await readFile(join(folder, 'out', file));
+    assert.ok(download.bytes.equals(written), `${file} is another one`);
   }
   assert.deepEqual(complaints, []);
 });

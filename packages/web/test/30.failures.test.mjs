@@ -6,6 +6,7 @@ import { binaryStl, box, bumpyBall, footAndIsland, table } from './meshes.mjs';
 import {
   assertAccessible,
   give,
+  giveAll,
   openStiltforge,
   resultShown,
   saved,
@@ -53,20 +54,27 @@ for (const [what, name, content, sentence] of [
   });
 }
 
-test('several files, or none, are told, too', { skip }, async (t) => {
+test('no file, and a print among several files, are told, too', { skip }, async (t) => {
   const { page } = await openStiltforge(t);
-  const drop = (count) =>
-    page.evaluate((files) => {
-      const dataTransfer = new DataTransfer();
-      for (let i = 0; i < files; i++) dataTransfer.items.add(new File(['x'], `${i}.stl`));
-      window.dispatchEvent(new DragEvent('drop', { dataTransfer, cancelable: true }));
-    }, count);
-  await drop(2);
-  assert.equal(await told(page), 'These were 2 files. Drop one at a time.');
-  await drop(0);
+  await page.evaluate(() => {
+    const dataTransfer = new DataTransfer();
+    window.dispatchEvent(new DragEvent('drop', { dataTransfer, cancelable: true }));
+  });
   assert.match(await told(page), /^That was no file\./);
-  await drop(1);
-  await page.getByText(/^0\.stl: /).waitFor();
+  await giveAll(page, { 'table.stl': tableStl, 'plate.sl1': sl1() });
+  const alert = page.getByRole('alert');
+  await alert.filter({ hasText: 'plate.sl1: it is a plate of its own' }).waitFor();
+  await page.getByText('Units, axis, place').click();
+  await page.getByLabel('Copies').fill('2');
+  await give(page, 'plate.sl1', sl1());
+  await alert.filter({ hasText: 'Copies: the layers of plate.sl1 are cut already' }).waitFor();
+});
+
+test('parts that find no room on the plate are named', { skip }, async (t) => {
+  const { page } = await openStiltforge(t);
+  const large = binaryStl(box([0, 0, 0], [100, 100, 5]));
+  await giveAll(page, { 'one.stl': large, 'two.stl': large });
+  assert.match(await told(page), /1 of 2 parts find no room .*less “Gap between parts”/);
 });
 
 test('what is wrong with a setting stands beside it, in the words of the page', {

@@ -23,11 +23,18 @@ export async function openStiltforge(t, options) {
 
 /** Hands the page a file as a person's choice. */
 export async function give(page, name, content) {
-  await page.locator('input[type=file]').setInputFiles({
-    name,
-    mimeType: 'application/octet-stream',
-    buffer: Buffer.from(content),
-  });
+  await giveAll(page, { [name]: content });
+}
+
+/** The same of several: their names and contents. */
+export async function giveAll(page, files) {
+  await page.locator('input[type=file]').setInputFiles(
+    Object.entries(files).map(([name, content]) => ({
+      name,
+      mimeType: 'application/octet-stream',
+      buffer: Buffer.from(content),
+    })),
+  );
 }
 
 /** Fails with what the page tells when there is no result. */

@@ -5,6 +5,7 @@ import {
   asUserError,
   type BuiltPart,
   buildSupports,
+  ExitCode,
   type Host,
   isLackOfMemory,
   loadMesh,
@@ -12,12 +13,15 @@ import {
   outOfMemory,
   packedPrint,
   packedReport,
+  partOfMeshes,
   placedMesh,
   placementOf,
   preparePart,
   preparePrint,
+  type ReadMesh,
   type SupportedPart,
   type SupportedPrint,
+  UserError,
 } from 'stiltforge-cli/part';
 import type { PackedPart } from 'stiltforge-viewer';
 import { requireAsItIs } from './print_settings.js';
@@ -32,34 +36,58 @@ export interface AnalysedPart {
 
 export type Teller = (progress: Progress) => void;
 
-/** The road of the command with --report, from the bytes of a file. Throws as its steps do. */
+/** The road of the command with --report, from the bytes of its files. Throws as its steps do. */
 export async function analysedPart(
-  file: PartFile,
+  files: readonly PartFile[],
   settings: PartSettings,
   host: Host,
   tell: Teller,
 ): Promise<AnalysedPart> {
   try {
     tell({ step: 'reading', share: 0, total: 0 });
-    const road = isPrinterFile(file.bytes, file.name) ? analysedPrint : analysedMesh;
-    return await road(file, settings, host, tell);
+    const print = files.find(({ bytes, name }) => isPrinterFile(bytes, name));
+    if (print === undefined) return await analysedMesh(files, settings, host, tell);
+    requireAlone(print, files, settings);
+    return await analysedPrint(print, settings, host, tell);
   } catch (error) {
-    throw isLackOfMemory(error) ? outOfMemory(file.name, error) : asUserError(error);
+    const names = files.map(({ name }) => name).join(', ');
+    throw isLackOfMemory(error) ? outOfMemory(names, error) : asUserError(error);
+  }
+}
+
+function requireAlone(
+  { name }: PartFile,
+  files: readonly PartFile[],
+  { plate }: PartSettings,
+): void {
+  if (files.length > 1) {
+    throw new UserError(
+      ExitCode.usage,
+      `${name}: it is a plate of its own, with layers that are cut already. Choose it alone, or meshes.`,
+    );
+  }
+  if (plate.copies > 1) {
+    throw new UserError(
+      ExitCode.usage,
+      `--copies: the layers of ${name} are cut already. Choose its mesh for copies.`,
+    );
   }
 }
 
 async function analysedMesh(
-  { name, bytes }: PartFile,
-  { placement, print, support, scaffold }: PartSettings,
+  files: readonly PartFile[],
+  { placement, plate, print, support, scaffold }: PartSettings,
   host: Host,
   tell: Teller,
 ): Promise<AnalysedPart> {
-  const file = await loadMesh(bytes, undefined, name);
+  const meshes: ReadMesh[] = [];
+  for (const { name, bytes } of files) {
+    const file = await loadMesh(bytes, undefined, name);
+    meshes.push({ name, mesh: placedMesh(file, name, placement), warnings: file.warnings });
+  }
   const job = {
-    ...{ name, print, support },
-    mesh: placedMesh(file, name, placement),
-    meshWarnings: file.warnings,
-    placement: placementOf(placement),
+    ...partOfMeshes(meshes, plate, print),
+    ...{ print, support, placement: placementOf(placement) },
   };
   const prepared = preparePart(job, { pictures: false, report: true }, host);
   const steps = stepsOf(prepared.slicer.layerCount, tell);

@@ -3,12 +3,13 @@
 import type { OrientationWeights } from 'stiltforge/orientation';
 import type { ScaffoldSettings } from 'stiltforge/scaffold';
 import type { PrintSettings, SupportSettings } from 'stiltforge/slicing';
-import type { Direction, OrientationRow, PartOptions } from 'stiltforge-cli/part';
+import type { Direction, OrientationRow, PartOptions, PlateOptions } from 'stiltforge-cli/part';
 import type { PackedPart } from 'stiltforge-viewer';
 
 /** All that a person sets. */
 export interface PartSettings {
   placement: PartOptions;
+  plate: Pick<PlateOptions, 'copies' | 'gap'>;
   print: PrintSettings;
   support: SupportSettings;
   scaffold: ScaffoldSettings;
@@ -55,7 +56,8 @@ export type Order =
   | { order: 'start'; core: ArrayBuffer; template: string }
   /** Whether the settings make sense. */
   | { order: 'check'; settings: PartSettings }
-  | { order: 'analyse'; file: PartFile; settings: PartSettings }
+  /** Several are one plate. */
+  | { order: 'analyse'; files: readonly PartFile[]; settings: PartSettings }
   /** A file of the part that was analysed. */
   | { order: 'save'; format: FileFormat }
   | { order: 'orient'; file: PartFile; settings: PartSettings; wish: OrientationWish }

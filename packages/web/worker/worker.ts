@@ -48,7 +48,7 @@ async function answerTo(order: Order): Promise<Answer> {
       return { answer: 'done' };
     case 'analyse':
       check(order.settings);
-      analysed = await analysedPart(order.file, order.settings, host, teller());
+      analysed = await analysedPart(order.files, order.settings, host, teller());
       return { answer: 'analysed', packed: analysed.packed };
     case 'save':
       if (analysed === undefined) throw new Error('nothing was analysed yet');

@@ -34,7 +34,8 @@ export function head(part: ViewedPart, toggleTheme: () => void, help: () => void
     element(
       'div',
       { class: 'name' },
-      element('h1', { text: model.file }),
+      // Long ones are cut.
+      element('h1', { text: model.file, title: model.file }),
       element('p', {
         class: 'caption',
         text: `${isCheck ? 'Check' : 'Support'} report · ${generator}`,

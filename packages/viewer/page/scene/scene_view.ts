@@ -1,6 +1,6 @@
 import { MOUSE, PerspectiveCamera, TOUCH, Vector3, WebGLRenderer } from 'three';
 import { OrbitControls } from 'three/addons/controls/OrbitControls.js';
-import { button, element } from '../dom.js';
+import { button, element, wantsStillness } from '../dom.js';
 import type { Place } from '../findings.js';
 import type { ViewedPart } from '../part.js';
 import type { ThemeChoice } from '../theme.js';
@@ -284,7 +284,7 @@ export class SceneView {
     const fromTarget = controls.target.clone();
     const flightNumber = ++this.flying;
     const started = performance.now();
-    const still = matchMedia('(prefers-reduced-motion: reduce)').matches;
+    const still = wantsStillness();
     const step = (): void => {
       if (flightNumber !== this.flying) return;
       const share = still ? 1 : Math.min(1, (performance.now() - started) / flight);

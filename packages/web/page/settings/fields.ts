@@ -1,12 +1,14 @@
 import { defaultScaffold } from 'stiltforge/scaffold';
 import { defaultPrint, defaultSupport } from 'stiltforge/slicing';
 import {
+  copiesRule,
   distanceRule,
   type NumberRule,
   pixelsRule,
   positiveRule,
   slopeRule,
   turnRule,
+  usualGap,
 } from 'stiltforge-cli/part';
 
 /** A setting that is a number. */
@@ -44,6 +46,8 @@ export const fields = {
   turnY: field('--rotate', 'Turn about y', '°', turnRule, { without: '0' }),
   turnZ: field('--rotate', 'Turn about z', '°', turnRule, { without: '0' }),
   lift: field('--lift', 'Lift off the plate', 'mm', distanceRule, { without: '0' }),
+  copies: field('--copies', 'Copies', '', copiesRule, { value: 1 }),
+  gap: field('--gap', 'Gap between parts', 'mm', distanceRule, { value: usualGap }),
   layerHeight: field('--layer-height', 'Layer height', 'mm', positiveRule, {
     value: print.layerHeight,
   }),

@@ -51,7 +51,7 @@ export class SettingsForm {
         element('div', { class: 'fields' }, ...part('height', 'scale')),
         element('div', { class: 'fields three' }, ...part('turnX', 'turnY', 'turnZ')),
         more(
-          'Units, axis, place',
+          'Units, axis, place, copies',
           element(
             'div',
             { class: 'fields' },
@@ -67,6 +67,7 @@ export class SettingsForm {
                 attributes: { for: 'setting-center' },
               }),
             ),
+            ...part('copies', 'gap'),
           ),
         ),
       ),
@@ -138,6 +139,7 @@ export class SettingsForm {
         rotate: isTurned ? [turnX, turnY, turnZ] : undefined,
         ...{ height, scale, center: this.center.checked || undefined },
       },
+      plate: { copies: given.copies, gap: given.gap },
       print: {
         layerHeight: given.layerHeight,
         pixelSize: given.pixelSize,
