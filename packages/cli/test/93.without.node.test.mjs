@@ -27,6 +27,7 @@ test('the road of a part reaches nothing that browsers lack', () => {
     'stiltforge/analysis',
     'stiltforge/check',
     'stiltforge/orientation',
+    'stiltforge/scaffold',
     'stiltforge/slicing',
   ]);
 });
