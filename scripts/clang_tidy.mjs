@@ -9,6 +9,7 @@ import { execFile } from 'node:child_process';
 import { createHash } from 'node:crypto';
 import { existsSync, mkdirSync, readFileSync, writeFileSync } from 'node:fs';
 import { dirname, extname, join, resolve } from 'node:path';
+import { sideBySide } from './side_by_side.mjs';
 
 const filesTogether = 32;
 // Reads the sources without walking through them, so only errors of the language are found.
@@ -21,14 +22,6 @@ function capture(program, words, cwd) {
       else done({ succeeded: !error, stdout, stderr });
     });
   });
-}
-
-async function forEachInParallel(jobs, list, work) {
-  const queue = list.slice();
-  const worker = async () => {
-    while (queue.length > 0) await work(queue.shift());
-  };
-  await Promise.all(Array.from({ length: jobs }, worker));
 }
 
 function memoized(compute) {
@@ -176,11 +169,8 @@ export async function clangTidy({ root, database, files, jobs }) {
     return alone(suspects);
   }
 
-  const stale = [];
-  await forEachInParallel(jobs, entries, async (entry) => {
-    const described = await describe(entry);
-    if (clean[entry.file] !== described.state) stale.push(described);
-  });
+  const described = await sideBySide(entries, describe, jobs);
+  const stale = described.filter(({ file, state }) => clean[file] !== state);
   const alike = new Map();
   for (const entry of stale) {
     const together = alike.get(entry.alike) ?? [];
@@ -194,7 +184,7 @@ export async function clangTidy({ root, database, files, jobs }) {
     )
     .sort((a, b) => b.length - a.length)
     .map((group, index) => ({ group, name: String(index) }));
-  await forEachInParallel(jobs, groups, ({ group, name }) => check(group, name));
+  await sideBySide(groups, ({ group, name }) => check(group, name), jobs);
   return {
     unchanged: entries.length - stale.length,
     checked: stale.length,

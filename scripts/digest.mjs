@@ -10,6 +10,7 @@ import { join } from 'node:path';
 import { fileURLToPath } from 'node:url';
 import { promisify } from 'node:util';
 import { gunzipSync } from 'node:zlib';
+import { sideBySide } from './side_by_side.mjs';
 
 const execFileAsync = promisify(execFile);
 
@@ -96,17 +97,6 @@ function buildHere() {
 function buildWasm() {
   run('sh', 'scripts/build_wasm.sh');
   return `${build('wasm')}.js`;
-}
-
-/** As many at once as there are cores; results in the order of the list. */
-async function sideBySide(list, work) {
-  const results = [];
-  const rest = list.entries();
-  const worker = async () => {
-    for (const [index, each] of rest) results[index] = await work(each);
-  };
-  await Promise.all(Array.from({ length: availableParallelism() }, worker));
-  return results;
 }
 
 async function checkAll(expected, stackFiles) {

@@ -1,10 +1,12 @@
 // Runs the tests under the address, undefined behaviour, leak and thread sanitizers.
 
-import { execFileSync, spawnSync } from 'node:child_process';
+import { execFileSync, spawn, spawnSync } from 'node:child_process';
+import { once } from 'node:events';
 import { readdirSync, readFileSync } from 'node:fs';
 import { availableParallelism } from 'node:os';
 import { fileURLToPath } from 'node:url';
 import { parseArgs } from 'node:util';
+import { sideBySide } from './side_by_side.mjs';
 
 const root = fileURLToPath(new URL('..', import.meta.url));
 const jobs = String(availableParallelism());
@@ -54,8 +56,21 @@ function build(preset, ...targets) {
   if (!built) process.exit(1);
 }
 
-/** The GoogleTest programs as a whole: a process for every test would spend its time on starting. */
-function runCppTests(preset) {
+/** Runs a program and prints what it said when it has ended. */
+async function runQuietly(env, program, ...words) {
+  const child = spawn(program, words, { cwd: root, env: { ...process.env, ...env } });
+  const said = [];
+  for (const stream of [child.stdout, child.stderr]) stream.on('data', (piece) => said.push(piece));
+  const [status] = await once(child, 'close');
+  process.stdout.write(Buffer.concat(said));
+  return status === 0;
+}
+
+/**
+ * The GoogleTest programs as a whole: a process for every test would spend its time on starting. As many
+ * at once as there are cores.
+ */
+async function runCppTests(preset) {
   build(preset, 'test_programs');
   const env = {
     ASAN_OPTIONS: 'detect_leaks=1:strict_string_checks=1:detect_stack_use_after_return=1',
@@ -63,11 +78,15 @@ function runCppTests(preset) {
     TSAN_OPTIONS: `second_deadlock_stack=1 suppressions=${root}tests/tsan.supp`,
     STILTFORGE_STACKS: '400',
   };
-  return readFileSync(`${root}build/${preset}/test_programs.txt`, 'utf8')
+  const programs = readFileSync(`${root}build/${preset}/test_programs.txt`, 'utf8')
     .trim()
-    .split('\n')
-    .map((program) => run(env, program, '--gtest_brief=1'))
-    .every(Boolean);
+    .split('\n');
+  const passed = await sideBySide(programs, async (program) => {
+    const hasPassed = await runQuietly(env, program, '--gtest_brief=1');
+    if (!hasPassed) console.error(`sanitize: ${program} failed`);
+    return hasPassed;
+  });
+  return passed.every(Boolean);
 }
 
 function clang(option) {
@@ -104,7 +123,7 @@ const runners = {
 };
 for (const part of wanted) {
   console.log(`== ${parts[part]}`);
-  if (!runners[part]()) failed.push(part);
+  if (!(await runners[part]())) failed.push(part);
 }
 const minutes = ((Date.now() - startedAt) / 60000).toFixed(1);
 console.log(
