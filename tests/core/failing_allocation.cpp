@@ -33,6 +33,14 @@ void* operator new[](std::size_t size) {
   return operator new(size);
 }
 
+void* operator new(std::size_t size, const std::nothrow_t& /*unused*/) noexcept {
+  return size > largestBlock ? nullptr : std::malloc(size == 0 ? 1 : size);
+}
+
+void* operator new[](std::size_t size, const std::nothrow_t& how) noexcept {
+  return operator new(size, how);
+}
+
 void operator delete(void* block) noexcept {
   std::free(block);
 }
@@ -46,5 +54,13 @@ void operator delete(void* block, std::size_t) noexcept {
 }
 
 void operator delete[](void* block, std::size_t) noexcept {
+  std::free(block);
+}
+
+void operator delete(void* block, const std::nothrow_t& /*unused*/) noexcept {
+  std::free(block);
+}
+
+void operator delete[](void* block, const std::nothrow_t& /*unused*/) noexcept {
   std::free(block);
 }

