@@ -24,7 +24,10 @@ uint32_t sideOf(float radius) {
 }  // namespace
 
 GhostSpread::GhostSpread(float radius)
-    : radius_(radius), side_(sideOf(radius)), steps_(std::size_t{side_} * side_) {}
+    : radius_(radius),
+      side_(sideOf(radius)),
+      steps_(std::size_t{side_} * side_),
+      squares_(std::size_t{squaresAcross()} * squaresAcross()) {}
 
 float GhostSpread::weight(std::size_t k) const {
   const int32_t centre = static_cast<int16_t>(toInt32(radius_));
@@ -44,6 +47,17 @@ void GhostSpread::create() {
       const float index = static_cast<float>(j) + 2.0f * (static_cast<float>(i) * radius_);
       const std::size_t entry = std::min<std::size_t>(toUint32(index), steps_.size() - 1);
       row[j] = static_cast<uint8_t>(toInt32(weight(entry)) & 0xFF);
+    }
+  });
+  workers::parallelFor(squaresAcross(), [this](std::size_t i) {
+    uint8_t* const squares = squares_.data() + i * squaresAcross();
+    std::fill(squares, squares + squaresAcross(), uint8_t{0});
+    const std::size_t end = std::min<std::size_t>(side_, (i + 1) * squareSide);
+    for (std::size_t y = i * squareSide; y < end; ++y) {
+      const uint8_t* const steps = steps_.data() + y * side_;
+      for (uint32_t x = 0; x < side_; ++x) {
+        squares[x / squareSide] = std::max(squares[x / squareSide], steps[x]);
+      }
     }
   });
   created_ = true;

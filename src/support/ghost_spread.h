@@ -26,13 +26,22 @@ class GhostSpread {
   uint32_t side() const { return side_; }
   /// Row i of the table, side() numbers.
   const uint8_t* row(uint32_t i) const { return steps_.data() + std::size_t{i} * side_; }
+  /// The table in squares of this side, the last ones cut off: none of square (i, j) is above this.
+  static constexpr uint32_t squareSide = 16;
+  uint8_t mostInSquare(uint32_t i, uint32_t j) const {
+    return squares_[std::size_t{i} * squaresAcross() + j];
+  }
+
   /// Entry k, row by row, of the cone that the table's steps are cut from: not rounded.
   float weight(std::size_t k) const;
 
  private:
+  uint32_t squaresAcross() const { return (side_ + squareSide - 1) / squareSide; }
+
   float radius_;
   uint32_t side_;
   Plane<uint8_t> steps_;
+  Plane<uint8_t> squares_;
   bool created_ = false;
 };
 

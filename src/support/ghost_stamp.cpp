@@ -35,11 +35,12 @@ std::vector<GhostStamp::Span> GhostStamp::spansAlong(uint16_t ghost, uint16_t bo
 }
 
 GhostStamp::GhostStamp(const GhostSpread& spread, const std::vector<Voxel*>& ghosts, Box box)
-    : spread_(spread), boxWidth_(static_cast<uint32_t>(box.xMax - box.xMin)) {
-  const auto boxHeight = static_cast<uint32_t>(box.yMax - box.yMin);
+    : spread_(spread),
+      boxWidth_(static_cast<uint32_t>(box.xMax - box.xMin)),
+      boxHeight_(static_cast<uint32_t>(box.yMax - box.yMin)) {
   for (const Voxel* ghost : ghosts) {
     if (ghost->toDelete) continue;
-    Footprint footprint{spansAlong(ghost->y, box.yMin, boxHeight), {}};
+    Footprint footprint{spansAlong(ghost->y, box.yMin, boxHeight_), {}};
     if (footprint.rows.empty()) continue;
     footprint.columns = spansAlong(ghost->x, box.xMin, boxWidth_);
     if (!footprint.columns.empty()) footprints_.push_back(std::move(footprint));
@@ -61,30 +62,86 @@ uint64_t GhostStamp::mostInRows(uint32_t firstRow, uint32_t endRow) const {
   return most;
 }
 
+// The largest entry of the table where both spans meet, or of the squares around them.
+uint64_t GhostStamp::mostInSpans(const Span& rows, const Span& columns) const {
+  constexpr uint32_t side = GhostSpread::squareSide;
+  uint8_t most = 0;
+  for (uint32_t i = rows.cell / side; i * side < rows.cell + rows.length; ++i) {
+    for (uint32_t j = columns.cell / side; j * side < columns.cell + columns.length; ++j) {
+      most = std::max(most, spread_.mostInSquare(i, j));
+    }
+  }
+  return most;
+}
+
+std::vector<uint64_t> GhostStamp::mostInTiles() const {
+  const uint32_t across = tilesAcross();
+  std::vector<uint64_t> most(std::size_t{across} * ((boxHeight_ + tileHeight - 1) / tileHeight), 0);
+  // Calls visit(tile, part of the span in it).
+  const auto forEachTile = [](const Span& span, uint32_t side, auto&& visit) {
+    for (uint32_t tile = span.place / side; tile * side < span.place + span.length; ++tile) {
+      const uint32_t begin = std::max(span.place, tile * side);
+      const uint32_t end = std::min(span.place + span.length, (tile + 1) * side);
+      visit(tile, Span{span.cell + (begin - span.place), begin, end - begin});
+    }
+  };
+  for (const Footprint& footprint : footprints_) {
+    for (const Span& allRows : footprint.rows) {
+      for (const Span& allColumns : footprint.columns) {
+        forEachTile(allRows, tileHeight, [&](uint32_t i, const Span& rows) {
+          forEachTile(allColumns, tileWidth, [&](uint32_t j, const Span& columns) {
+            most[std::size_t{i} * across + j] += mostInSpans(rows, columns);
+          });
+        });
+      }
+    }
+  }
+  return most;
+}
+
+uint64_t GhostStamp::sumAt(uint32_t x, uint32_t y) const {
+  uint64_t sum = 0;
+  for (const Footprint& footprint : footprints_) {
+    for (const Span& rows : footprint.rows) {
+      if (y - rows.place >= rows.length) continue;
+      const uint8_t* const table = spread_.row(rows.cell + (y - rows.place));
+      for (const Span& columns : footprint.columns) {
+        if (x - columns.place < columns.length) sum += table[columns.cell + (x - columns.place)];
+      }
+    }
+  }
+  return sum;
+}
+
 template <typename Sum>
-void GhostStamp::addRow(const Footprint& footprint, uint32_t tableRow, Sum* line) const {
+void GhostStamp::addRow(const Footprint& footprint, uint32_t tableRow, const Part& part,
+                        Sum* line) const {
   const uint8_t* table = spread_.row(tableRow);
   for (const Span& columns : footprint.columns) {
-    const uint8_t* from = table + columns.cell;
-    Sum* to = line + columns.place;
-    for (uint32_t k = 0; k < columns.length; ++k) to[k] = static_cast<Sum>(to[k] + from[k]);
+    const uint32_t begin = std::max(part.left, columns.place);
+    const uint32_t end = std::min(part.right, columns.place + columns.length);
+    const uint8_t* from = table + columns.cell + (begin - columns.place);
+    Sum* to = line + begin;
+    for (uint32_t k = 0; begin + k < end; ++k) to[k] = static_cast<Sum>(to[k] + from[k]);
   }
 }
 
 template <typename Sum>
-void GhostStamp::addRows(uint32_t firstRow, uint32_t endRow, Sum* sums) const {
+void GhostStamp::add(const Part& part, Sum* sums) const {
   for (const Footprint& footprint : footprints_) {
     for (const Span& rows : footprint.rows) {
-      const uint32_t end = std::min(endRow, rows.place + rows.length);
-      for (uint32_t y = std::max(firstRow, rows.place); y < end; ++y) {
-        addRow(footprint, rows.cell + (y - rows.place),
-               sums + std::size_t{y - firstRow} * boxWidth_);
+      const uint32_t end = std::min(part.endRow, rows.place + rows.length);
+      uint32_t y = std::max(part.firstRow, rows.place);
+      y += (part.step - y % part.step) % part.step;
+      for (; y < end; y += part.step) {
+        addRow(footprint, rows.cell + (y - rows.place), part,
+               sums + std::size_t{y - part.firstRow} * boxWidth_);
       }
     }
   }
 }
 
-template void GhostStamp::addRows(uint32_t, uint32_t, uint16_t*) const;
-template void GhostStamp::addRows(uint32_t, uint32_t, float*) const;
+template void GhostStamp::add(const Part&, uint16_t*) const;
+template void GhostStamp::add(const Part&, float*) const;
 
 }  // namespace stiltforge

@@ -4,6 +4,8 @@
 #include <array>
 #include <cmath>
 #include <limits>
+#include <span>
+#include <utility>
 
 #include "runtime/float_conversion.h"
 #include "runtime/worker_pool.h"
@@ -25,10 +27,15 @@ uint32_t latticeStep(float s) {
   return s < static_cast<float>(largestStep) ? toUint32(s) : largestStep;
 }
 
+// Whole numbers up to it are floats, too.
+constexpr uint64_t mostInFloat = uint64_t{1} << 24;
+// More would take longer than they save.
+constexpr std::size_t mostGhostsTried = 64;
+
 // The largest of values that are numbers and not negative, several side by side: one after the
 // other each comparison would wait for the last.
 template <typename Number>
-Number largestOf(const std::vector<Number>& values) {
+Number largestOf(std::span<const Number> values) {
   constexpr std::size_t lanes = 64 / sizeof(Number);
   std::array<Number, lanes> largest{};
   std::size_t i = 0;
@@ -80,6 +87,12 @@ class SampleField::RowBands {
   uint32_t top_;
   uint32_t height_;
   uint32_t rowsPerBand_;
+};
+
+// What is known of the ghost sums before they are added.
+struct SampleField::GhostTiles {
+  std::vector<uint64_t> most;  // see GhostStamp::mostInTiles()
+  float floor = 0;             // a sum that counts
 };
 
 SampleField::SampleField(const Settings& settings, const GhostSpread& spread, const Group& group,
@@ -136,7 +149,9 @@ void SampleField::collect() {
   blue_ = Plane<uint8_t>(first.back());
   green_ = Plane<uint8_t>(first.back());
   score_ = Plane<float>(first.back());
-  std::vector<float> largestGhostSum(bands.count(), 0.0f);
+  GhostTiles tiles;
+  if (!stamp_.empty()) tiles = {stamp_.mostInTiles(), ghostFloor()};
+  std::vector<float> largestGhostSum(bands.count(), tiles.floor);
   workers::parallelFor(bands.count(), [&](std::size_t b) {
     uint32_t next = first[b];
     visitSamples(bands.spans(b), [&](const OverhangSpan& span, uint32_t x) {
@@ -152,9 +167,10 @@ void SampleField::collect() {
       return;
     }
     const uint64_t most = stamp_.mostInRows(bands.firstRow(b), bands.endRow(b));
-    largestGhostSum[b] = most <= std::numeric_limits<uint16_t>::max()
-                             ? stampBand<uint16_t>(bands, b, first[b], first[b + 1])
-                             : stampBand<float>(bands, b, first[b], first[b + 1]);
+    const float largest = most <= std::numeric_limits<uint16_t>::max()
+                              ? stampBand<uint16_t>(bands, b, tiles, first[b], first[b + 1])
+                              : stampBand<float>(bands, b, tiles, first[b], first[b + 1]);
+    largestGhostSum[b] = std::max(largestGhostSum[b], largest);
   });
   for (const float sum : largestGhostSum) ghostNorm_ = std::max(ghostNorm_, sum);
 }
@@ -170,26 +186,99 @@ void SampleField::visitSamples(SpanRange spans, Visit visit) const {
   }
 }
 
+// Whether the pixel overhangs and is no sample: its ghost sum does not count.
+bool SampleField::isLeftOut(uint16_t x, uint16_t y) const {
+  const auto after = std::upper_bound(overhang_.begin(), overhang_.end(), std::pair(y, x),
+                                      [](const auto& place, const OverhangSpan& span) {
+                                        return place < std::pair(span.y, span.begin);
+                                      });
+  if (after == overhang_.begin()) return false;
+  const OverhangSpan& span = after[-1];
+  if (span.y != y || x >= span.begin + span.length()) return false;
+  const auto dy = static_cast<uint32_t>(y - group_.yMin);
+  return !lattice_.holdsRow(dy) || !lattice_.holds(static_cast<uint32_t>(x - group_.xMin), dy);
+}
+
+// A ghost sum that counts, a large one mostly: the largest on some of the ghosts.
+float SampleField::ghostFloor() const {
+  const std::vector<Voxel*>& ghosts = group_.placement->ghostSupports;
+  const std::size_t step = ghosts.size() / mostGhostsTried + 1;
+  uint64_t floor = 0;
+  for (std::size_t i = 0; i < ghosts.size(); i += step) {
+    const Voxel& ghost = *ghosts[i];
+    const bool isInBox = ghost.x >= group_.xMin && ghost.x < group_.xMax &&
+                         ghost.y >= group_.yMin && ghost.y < group_.yMax;
+    if (!isInBox || isLeftOut(ghost.x, ghost.y)) continue;
+    floor = std::max(floor, stamp_.sumAt(static_cast<uint32_t>(ghost.x - group_.xMin),
+                                         static_cast<uint32_t>(ghost.y - group_.yMin)));
+  }
+  return floor <= mostInFloat ? static_cast<float>(floor) : 0.0f;
+}
+
+// Parts of the band's rows, by tiles side by side: those whose sums may exceed the floor are
+// stamped as a whole, of others with samples only the rows of the lattice.
 template <typename Sum>
-float SampleField::stampBand(const RowBands& bands, std::size_t band, uint32_t firstSample,
-                             uint32_t endSample) {
+float SampleField::stampBand(const RowBands& bands, std::size_t band, const GhostTiles& tiles,
+                             uint32_t firstSample, uint32_t endSample) {
   const auto width = static_cast<uint32_t>(group_.xMax - group_.xMin);
   const uint32_t firstRow = bands.firstRow(band);
-  std::vector<Sum> sums(std::size_t{bands.endRow(band) - firstRow} * width, Sum{0});
-  stamp_.addRows(firstRow, bands.endRow(band), sums.data());
-  const auto rowSums = [&](uint32_t y) {
-    return sums.data() + std::size_t{y - group_.yMin - firstRow} * width;
+  const uint32_t endRow = bands.endRow(band);
+  const uint32_t across = stamp_.tilesAcross();
+  std::vector<uint8_t> hasSamples(across, 0);
+  for (uint32_t s = firstSample; s < endSample; ++s) {
+    hasSamples[(x_[s] - group_.xMin) / GhostStamp::tileWidth] = 1;
+  }
+  const auto mayExceed = [&](uint32_t column) {
+    uint64_t most = 0;
+    for (uint32_t row = firstRow / GhostStamp::tileHeight; row * GhostStamp::tileHeight < endRow;
+         ++row) {
+      most = std::max(most, tiles.most[std::size_t{row} * across + column]);
+    }
+    return most > mostInFloat || static_cast<float>(most) > tiles.floor;
   };
+
+  Plane<Sum> sums(std::size_t{endRow - firstRow} * width);
+  const auto rowSums = [&](uint32_t row) {
+    return sums.data() + std::size_t{row - firstRow} * width;
+  };
+  std::vector<GhostStamp::Part> whole;
+  for (uint32_t column = 0; column < across;) {
+    const uint32_t begin = column;
+    const bool isWhole = mayExceed(column);
+    const bool isStamped = isWhole || hasSamples[column] != 0;
+    while (column < across && mayExceed(column) == isWhole &&
+           (isWhole || hasSamples[column] != 0) == isStamped) {
+      ++column;
+    }
+    if (!isStamped) continue;
+    const GhostStamp::Part part{firstRow, endRow, begin * GhostStamp::tileWidth,
+                                std::min(width, column * GhostStamp::tileWidth),
+                                isWhole ? 1 : lattice_.stepY};
+    for (uint32_t row = firstRow; row < endRow; ++row) {
+      std::fill(rowSums(row) + part.left, rowSums(row) + part.right, Sum{0});
+    }
+    stamp_.add(part, sums.data());
+    if (isWhole) whole.push_back(part);
+  }
+
   float largest = 0.0f;
   for (uint32_t s = firstSample; s < endSample; ++s) {
-    score_[s] = static_cast<float>(rowSums(y_[s])[x_[s] - group_.xMin]);
+    score_[s] = static_cast<float>(rowSums(y_[s] - uint32_t{group_.yMin})[x_[s] - group_.xMin]);
     largest = std::max(largest, score_[s]);
   }
+  if (whole.empty()) return largest;
   // Of the group's overhanging pixels only the samples are stamped; of the others all.
   for (const OverhangSpan& span : bands.spans(band)) {
-    std::fill_n(rowSums(span.y) + (span.begin - group_.xMin), span.length(), Sum{0});
+    std::fill_n(rowSums(span.y - uint32_t{group_.yMin}) + (span.begin - group_.xMin), span.length(),
+                Sum{0});
   }
-  return std::max(largest, static_cast<float>(largestOf(sums)));
+  for (const GhostStamp::Part& part : whole) {
+    for (uint32_t row = firstRow; row < endRow; ++row) {
+      const std::span<const Sum> line(rowSums(row) + part.left, part.right - part.left);
+      largest = std::max(largest, static_cast<float>(largestOf(line)));
+    }
+  }
+  return largest;
 }
 
 void SampleField::score() {

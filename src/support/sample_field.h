@@ -38,14 +38,17 @@ class SampleField {
  private:
   struct SpanRange;
   class RowBands;
+  struct GhostTiles;
 
   void chooseSteps(uint32_t supports);
   void collect();
   template <typename Visit>
   void visitSamples(SpanRange spans, Visit visit) const;
+  float ghostFloor() const;
+  bool isLeftOut(uint16_t x, uint16_t y) const;
   template <typename Sum>
-  float stampBand(const RowBands& bands, std::size_t band, uint32_t firstSample,
-                  uint32_t endSample);
+  float stampBand(const RowBands& bands, std::size_t band, const GhostTiles& tiles,
+                  uint32_t firstSample, uint32_t endSample);
   void score();
 
   const Settings& settings_;
