@@ -9,6 +9,7 @@
 #include <utility>
 
 #include "orient/fitting.h"
+#include "orient/known_directions.h"
 #include "orient/marked_side.h"
 #include "print/part_transform.h"
 #include "print/setting_ranges.h"
@@ -25,7 +26,7 @@ constexpr double pixelsAlongPart = 250;
 // Below it a region gets no support at all, see findConflict().
 constexpr double leastSupportArea = 16;  // pixels
 // Directions closer than that are one.
-constexpr double sameDegrees = 1;
+constexpr double sameDegrees = KnownDirections::mostApart;
 // A part that stands next to flat is worth being laid flat.
 constexpr double smallestTurn = 0.01;
 // Around the best it is searched in so many directions at a time.
@@ -116,21 +117,19 @@ class Search {
 
  private:
   std::vector<Candidate> firstCandidates() const {
-    std::vector<Candidate> candidates{{{0, 0, -1}, Origin::asItIs}};
+    std::vector<Candidate> candidates;
+    KnownDirections known;
     const auto add = [&](const std::vector<Vector>& directions, Origin origin, double apart) {
       for (const Vector& down : directions) {
-        if (!isKnown(candidates, down, apart)) candidates.push_back({down, origin});
+        if (known.hasNear(down, apart)) continue;
+        candidates.push_back({down, origin});
+        known.add(down);
       }
     };
+    add({{0, 0, -1}}, Origin::asItIs, smallestTurn);
     add(flatSides(positions_, settings_.flatSides), Origin::flatSide, smallestTurn);
     add(sphereLattice(settings_.spread), Origin::spread, sameDegrees);
     return candidates;
-  }
-
-  template <class List>
-  static bool isKnown(const List& list, const Vector& down, double apart) {
-    return std::any_of(list.begin(), list.end(),
-                       [&](const auto& known) { return angleBetween(known.down, down) < apart; });
   }
 
   std::optional<Orientation> tryOne(const Candidate& candidate, const PrintSettings& print) {
@@ -254,12 +253,14 @@ class Search {
     const double between =
         std::sqrt(4 * std::numbers::pi / settings_.spread) * 180 / std::numbers::pi;
     const double step = between / std::pow(2.0, round + 1);
+    KnownDirections known;
+    for (const Tried& tried : tried_) known.add(tried.down);
     std::vector<Candidate> candidates;
     for (const Tried& seed : cheapest(settings_.seeds, seedsApart)) {
       for (const Vector& down : ringAround(seed.down, step, ringSize)) {
-        if (!isKnown(candidates, down, sameDegrees) && !isKnown(tried_, down, sameDegrees)) {
-          candidates.push_back({down, Origin::nearby});
-        }
+        if (known.hasNear(down, sameDegrees)) continue;
+        candidates.push_back({down, Origin::nearby});
+        known.add(down);
       }
     }
     tryAll(candidates);
