@@ -1,5 +1,5 @@
 import assert from 'node:assert/strict';
-import { readFileSync } from 'node:fs';
+import { readFileSync, statSync } from 'node:fs';
 import { createServer } from 'node:http';
 import { join } from 'node:path';
 import { test } from 'node:test';
@@ -32,6 +32,10 @@ test('a mesh gives its part, its points and what is to be said of them', { skip 
   await page.keyboard.press('Home');
   await sliceShown(page, 0);
   assert.deepEqual(complaints, []);
+});
+
+test('the page is one file of less than 2 MB', () => {
+  assert.ok(statSync(pageFile).size < 2e6);
 });
 
 test('nothing leaves the machine: no request after the page is loaded', { skip }, async (t) => {
