@@ -70,11 +70,11 @@ LayerFindings findingsOf(const Layer& layer) {
   return findings;
 }
 
-void SurveyedPart::add(const Slice& slice, const LayerFindings& layer) {
+void SurveyedPart::add(const Slice& slice, const LayerFindings& findings) {
   const std::size_t islandsBefore = survey_.islands().size();
   survey_.add(slice);
-  survey_.addPoints(slice, layer.points);
-  noteRegions(slice, layer, islandsBefore);
+  survey_.addPoints(slice, findings.points);
+  noteRegions(slice, findings, islandsBefore);
 }
 
 void SurveyedPart::noteRegions(const Slice& slice, const LayerFindings& layer,
