@@ -341,6 +341,8 @@ function randomRuns({ width, height }) {
   const parts = [runs, runs.overhang];
   const put = (part, key, property) =>
     Object.defineProperty(part, key, { configurable: true, enumerable: true, ...property });
+  // Of such memory the player itself can't read any more.
+  const goneAway = new Set();
   const spoils = {
     value: (_part, _key, array) => {
       if (array.length > 0)
@@ -352,7 +354,10 @@ function randomRuns({ width, height }) {
       put(part, key, { value: pick([...array], new Float64Array(4), ...oddValues) }),
     shared: (part, key, array) =>
       put(part, key, { value: new array.constructor(new SharedArrayBuffer(8)) }),
-    detached: (_part, _key, array) => mistreat(array.buffer),
+    detached: (_part, _key, { buffer }) => {
+      goneAway.add(buffer);
+      mistreat(buffer);
+    },
     getter: (part, key, array) =>
       put(part, key, {
         get() {
@@ -370,7 +375,8 @@ function randomRuns({ width, height }) {
   );
   for (let i = chance(0.6) ? 1 + below(3) : 0; i > 0; i -= 1) {
     const spoil = pick('value', 'value', 'value', ...Object.keys(spoils));
-    spoils[spoil](...pick(...arrays));
+    const chosen = pick(...arrays);
+    if (!goneAway.has(chosen[2].buffer)) spoils[spoil](...chosen);
   }
   if (chance(0.05)) runs.overhang = pick(...oddValues);
   return runs;

@@ -185,21 +185,21 @@ Napi::Value ModelObject::owedPixels(const Napi::CallbackInfo& info) {
 
 Napi::Value ModelObject::judge(const Napi::CallbackInfo& info) {
   const Napi::Env env = info.Env();
+  auto job = std::make_unique<JudgeJob>(
+      env, [model = model_]() -> hold::SurveyedPart& { return model->surveyed(); },
+      readJudgeSettings(info[0]));
+  // A getter of the options may have closed the model.
   requireOpen(env);
-  return Job::add(std::make_unique<JudgeJob>(
-                      env, [model = model_]() -> hold::SurveyedPart& { return model->surveyed(); },
-                      readJudgeSettings(info[0])),
-                  queue_, info.This().As<Napi::Object>());
+  return Job::add(std::move(job), queue_, info.This().As<Napi::Object>());
 }
 
 Napi::Value ModelObject::finish(const Napi::CallbackInfo& info) {
   const Napi::Env env = info.Env();
+  auto job = std::make_unique<FinishJob>(
+      env, [model = model_]() -> hold::SurveyedPart& { return model->surveyed(); },
+      readFinishSettings(info[0]), readFinishJudgeSettings(info[0]), readCancelled(info[0]));
   requireOpen(env);
-  return Job::add(
-      std::make_unique<FinishJob>(
-          env, [model = model_]() -> hold::SurveyedPart& { return model->surveyed(); },
-          readFinishSettings(info[0]), readFinishJudgeSettings(info[0]), readCancelled(info[0])),
-      queue_, info.This().As<Napi::Object>());
+  return Job::add(std::move(job), queue_, info.This().As<Napi::Object>());
 }
 
 Napi::Value ModelObject::close(const Napi::CallbackInfo& info) {

@@ -324,6 +324,19 @@ if (isMainThread) {
     assert.equal(await model.close(), undefined);
   });
 
+  test('a getter of the options may close the model, which then takes no work', async () => {
+    for (const method of ['judge', 'finish']) {
+      const model = small();
+      let closed;
+      const get = () => {
+        closed ??= model.close();
+      };
+      const options = Object.defineProperties({}, { nearReach: { get }, spacing: { get } });
+      assert.throws(() => model[method](options), { code: 'ERR_STILTFORGE_CLOSED' });
+      await closed;
+    }
+  });
+
   test('methods called on something else are refused', () => {
     assert.throws(() => Model.prototype.close.call({}), TypeError);
     assert.throws(
