@@ -4,19 +4,9 @@
 import { setFlagsFromString } from 'node:v8';
 import { runInNewContext } from 'node:vm';
 import { isMainThread, threadId, workerData } from 'node:worker_threads';
+import { generator } from './generator.mjs';
 
 export const seed = isMainThread ? Number(process.argv[2]) : workerData;
-
-/** Mulberry32 by Tommy Ettinger: uniform in [0, 1). */
-function generator(state) {
-  let a = state >>> 0;
-  return () => {
-    a = (a + 0x6d2b79f5) >>> 0;
-    let t = Math.imul(a ^ (a >>> 15), a | 1);
-    t ^= t + Math.imul(t ^ (t >>> 7), t | 61);
-    return ((t ^ (t >>> 14)) >>> 0) / 2 ** 32;
-  };
-}
 
 export const random = generator(seed);
 export const below = (n) => Math.floor(random() * n);

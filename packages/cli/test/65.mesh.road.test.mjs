@@ -4,6 +4,7 @@ import { createRequire } from 'node:module';
 import { test } from 'node:test';
 import { Analysis } from 'stiltforge/analysis';
 import { analysisParameters, createSlicer, defaultPrint, defaultSupport } from 'stiltforge/slicing';
+import { generator } from '../../../fuzz/generator.mjs';
 import { scaled, standingOnOrigin, turnedFromYUp } from '../dist/mesh/triangles.js';
 import { box, footAndIsland, footAndSpike, table } from './meshes.mjs';
 
@@ -13,17 +14,6 @@ function bunny(height) {
   const standing = standingOnOrigin(turnedFromYUp(new Float32Array(corners)));
   const tallest = standing.reduce((top, value, i) => (i % 3 === 2 ? Math.max(top, value) : top), 0);
   return scaled(standing, height / tallest);
-}
-
-/** Mulberry32 by Tommy Ettinger: uniform in [0, 1). */
-function generator(state) {
-  let a = state >>> 0;
-  return () => {
-    a = (a + 0x6d2b79f5) >>> 0;
-    let t = Math.imul(a ^ (a >>> 15), a | 1);
-    t ^= t + Math.imul(t ^ (t >>> 7), t | 61);
-    return ((t ^ (t >>> 14)) >>> 0) / 2 ** 32;
-  };
 }
 
 /** Boxes at random, and triangles that belong to nothing: any mesh takes the same road. */

@@ -1,4 +1,5 @@
-const faces = [
+/** Corners of the six sides of a box, outwards; of a corner's number, bits 0 to 2 say x, y and z. */
+export const faces = [
   [0, 2, 3, 1],
   [4, 5, 7, 6],
   [0, 1, 5, 4],

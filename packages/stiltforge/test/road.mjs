@@ -1,4 +1,5 @@
 // The whole road of a part, by the promise API of any make. Runs in browsers, too.
+import { faces } from './boxes.mjs';
 
 /** A slab on two thin legs, leaning: islands, overhang and something to finish. */
 const part = new TextEncoder().encode(
@@ -24,15 +25,7 @@ function prism([x, y, z], [width, depth, height], [leanX, leanY]) {
     y + (i & 2 ? depth : 0) + (i & 4 ? leanY : 0),
     z + (i & 4 ? height : 0),
   ];
-  const quads = [
-    [0, 2, 3, 1],
-    [4, 5, 7, 6],
-    [0, 1, 5, 4],
-    [2, 6, 7, 3],
-    [0, 4, 6, 2],
-    [1, 3, 7, 5],
-  ];
-  return quads.flatMap(([a, b, c, d]) => [[a, b, c].map(corner), [a, c, d].map(corner)]);
+  return faces.flatMap(([a, b, c, d]) => [[a, b, c].map(corner), [a, c, d].map(corner)]);
 }
 
 /** Everything on the road of a part, by one of the two. */
