@@ -6,8 +6,8 @@ import {
   type SupportSettings,
 } from 'stiltforge/slicing';
 import { angle, distance, positive, screenSize, turn } from './option_values.js';
-import { units } from './placement.js';
 import { addPresetOption } from './presets/option.js';
+import { units } from './units.js';
 
 // Options that several commands have.
 

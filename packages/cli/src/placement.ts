@@ -3,9 +3,7 @@ import type { MeshFile, Triangles } from 'stiltforge/slicing';
 import { ExitCode, UserError } from './errors.js';
 import { boundingBox, scaled, standingOnOrigin, turnedFromYUp } from './mesh/triangles.js';
 import type { PartOptions } from './part_options.js';
-
-/** Millimetres of a unit. */
-export const units = { mm: 1, cm: 10, m: 1000, inch: 25.4 };
+import { units } from './units.js';
 
 /** The mesh of a file as the options place it: unit, up, turn, size, and then its place. */
 export function placedMesh(file: MeshFile, name: string, options: PartOptions): Triangles {

@@ -1,5 +1,5 @@
+import type { CheckOptions } from 'stiltforge/check';
 import { openPrinterFile, type PrinterFile, type PrintSettings } from 'stiltforge/slicing';
-import type { CheckedPrint } from './check/input.js';
 import { codeOf, ExitCode, messageOf, UserError } from './errors.js';
 
 /** What a person says of a print; what is missing comes from its file. */
@@ -26,6 +26,21 @@ export interface PrintedFile {
   /** Sentences that a person should read. */
   warnings: string[];
 }
+
+/** What there is to know of a print's layers. */
+export type CheckedPrint = Pick<
+  CheckOptions,
+  | 'layerHeight'
+  | 'pixelWidth'
+  | 'pixelHeight'
+  | 'screenWidth'
+  | 'screenHeight'
+  | 'plateZ'
+  | 'lift'
+  | 'turned'
+  | 'mirroredX'
+  | 'mirroredY'
+>;
 
 /** From this share on pixels count as not square. */
 const strikingDifference = 0.01;

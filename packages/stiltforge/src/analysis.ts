@@ -3,7 +3,6 @@
 /// <reference lib="esnext.disposable" preserve="true" />
 
 import type { AnalysisParameters, Bytes, SliceResult } from 'stiltforge';
-import { binding, type NativeModel } from './binding.js';
 import { AnalysisError, fromNative } from './errors.js';
 import type {
   FinishedSupports,
@@ -13,6 +12,7 @@ import type {
   Verdict,
 } from './hold.js';
 import { isLayerSource, type LayerSource } from './layer_source.js';
+import { createModel, type NativeModel } from './native_model.js';
 import { checkedParameters } from './parameters.js';
 import { type SliceImage, slicePixels } from './slice_image.js';
 import { isSliceMask, type SliceMask } from './slice_mask.js';
@@ -27,7 +27,6 @@ export type {
   SliceResult,
   Support,
 } from 'stiltforge';
-export type { ParameterRow } from './binding.js';
 export { AnalysisError, type AnalysisErrorCode } from './errors.js';
 export type {
   DroppedSupport,
@@ -49,7 +48,7 @@ export {
   type ModelExpectation,
   type ModelSize,
 } from './memory_estimate.js';
-export { parameterTable } from './parameters.js';
+export { type ParameterRow, parameterTable } from './parameters.js';
 export type { ImageLike, SliceImage } from './slice_image.js';
 export type { SliceMask } from './slice_mask.js';
 export type { Overhang, RunArrays, SliceRuns } from './slice_runs.js';
@@ -139,9 +138,8 @@ export class Analysis {
    */
   static create(parameters: AnalysisParameters, { survey }: AnalysisOptions = {}): Analysis {
     const checked = checkedParameters(parameters);
-    const { Model } = binding();
     try {
-      return new Analysis(checked, new Model(checked, survey));
+      return new Analysis(checked, createModel(checked, survey));
     } catch (error) {
       throw fromNative(error);
     }

@@ -1,6 +1,6 @@
 // Does a print hold as it is? docs/check.md tells what is found, and how.
 
-import { binding, type NativeFinding } from './binding.js';
+import { binding } from './binding.js';
 import type { LayerSource } from './layer_source.js';
 import type { Box } from './slicing.js';
 import { type AbortSignalLike, abortable } from './waiting.js';
@@ -123,6 +123,50 @@ export interface CheckOptions {
   signal?: AbortSignalLike;
 }
 
+/** A finding in pixels of the layers; without left there is no place to tell. */
+interface NativeFinding extends Omit<Finding, 'place' | 'box'> {
+  left?: number;
+  right: number;
+  top: number;
+  bottom: number;
+  layer: number;
+  column: number;
+  row: number;
+}
+
+/** A print under check. */
+interface NativeCheck {
+  /** Takes layers from `first` on, some at a time. Resolves to how many. */
+  add(slicer: LayerSource, first: number): Promise<number>;
+  finish(): Promise<Omit<CheckReport, 'findings'> & { findings: NativeFinding[] }>;
+}
+
+interface NativeCheckOptions
+  extends Pick<
+    CheckOptions,
+    | 'layerHeight'
+    | 'pixelWidth'
+    | 'screenWidth'
+    | 'screenHeight'
+    | 'criticalAngle'
+    | 'nearReach'
+    | 'farReach'
+    | 'islandHeight'
+  > {
+  pixelHeight: number;
+  cropX: number;
+  cropY: number;
+  liftedLayers: number;
+}
+
+interface CheckBinding {
+  /** points: layer, column and row of each, of the layers. */
+  PrintCheck: new (
+    options: NativeCheckOptions,
+    points?: Uint32Array,
+  ) => NativeCheck;
+}
+
 /**
  * Tells what will go wrong with a print, off the main thread and on all cores. The same findings for
  * any number of workers.
@@ -138,7 +182,7 @@ export async function checkPrint(
   const { points, progress, signal, plateZ, lift, turned, mirroredX, mirroredY, ...rest } = options;
   signal?.throwIfAborted();
   const { cropX = 0, cropY = 0, layerCount } = layers;
-  const { PrintCheck } = binding();
+  const { PrintCheck } = binding<CheckBinding>();
   const check = new PrintCheck(
     {
       ...{ ...rest, pixelHeight: options.pixelHeight ?? options.pixelWidth, cropX, cropY },

@@ -51,6 +51,10 @@ export type ModelExpectation = Partial<
   >
 >;
 
+interface MemoryBinding {
+  estimateMemory(model: ModelSize): MemoryEstimate;
+}
+
 /**
  * Predicts, in bytes, what the analysis of a model takes at its peak, before it is started: an upper
  * bound unless slices are thin stripes or noise (count their runs as regions then).
@@ -61,7 +65,7 @@ export function estimateMemory(
 ): MemoryEstimate {
   const { width, height, numLayer, needBuffer, ghostRadius, maxGhost, supportStrength } =
     checkedParameters(parameters);
-  return binding().estimateMemory({
+  return binding<MemoryBinding>().estimateMemory({
     width,
     height,
     layers: numLayer,

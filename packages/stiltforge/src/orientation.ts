@@ -95,6 +95,28 @@ export interface OrientResult {
   layerHeight: number;
 }
 
+/** Weights are plain options here. */
+interface NativeOrientOptions extends Omit<OrientOptions, 'weights' | 'progress' | 'signal'> {
+  pointsWeight: number;
+  overhangWeight: number;
+  islandsWeight: number;
+  heightWeight: number;
+  cupsWeight: number;
+  marksWeight: number;
+  /** Called where the search blocks the host, which can't ask for its progress then. */
+  listener?: (done: number, total: number) => void;
+}
+
+interface OrientationBinding {
+  /** Throws for options that are none; the result rejects for what fails at work. */
+  startOrientation(options: NativeOrientOptions): {
+    result: Promise<OrientResult>;
+    progress(): [done: number, total: number];
+    cancel(): void;
+  };
+  turnMesh(positions: Triangles, turn: Readonly<Turn>): Triangles;
+}
+
 const millisecondsBetweenLooks = 100;
 
 /**
@@ -116,7 +138,7 @@ export async function orient(options: OrientOptions): Promise<OrientResult> {
     throw new TypeError(`There is no weight "${stranger}"; the weights are ${names}.`);
   }
   const tell = progress && telling(progress);
-  const search = binding().startOrientation({
+  const search = binding<OrientationBinding>().startOrientation({
     ...rest,
     pointsWeight: given.points,
     overhangWeight: given.overhang,
@@ -149,5 +171,5 @@ function telling(progress: (done: number, total: number) => void) {
 
 /** A copy of the mesh, turned about the origin. Quarter turns are exact. Throws a TypeError or a RangeError. */
 export function turnedMesh(positions: Triangles, turn: Readonly<Turn>): Triangles {
-  return binding().turnMesh(positions, turn);
+  return binding<OrientationBinding>().turnMesh(positions, turn);
 }

@@ -1,10 +1,24 @@
 import type { AnalysisParameters } from 'stiltforge';
-import { binding, type ParameterRow } from './binding.js';
+import { binding } from './binding.js';
 import { AnalysisError } from './errors.js';
+
+/** A row of the table of parameters, which the native side keeps. */
+export interface ParameterRow {
+  name: keyof AnalysisParameters;
+  kind: 'flag' | 'integer' | 'number';
+  /** Numbers outside least to most make no sense. */
+  least: number;
+  most: number;
+  /** None for the size. */
+  default?: number | boolean;
+  unit: string;
+  /** One sentence without a full stop. */
+  summary: string;
+}
 
 /** The 28 parameters with their ranges, defaults and units, in the order of the native checks. */
 export function parameterTable(): readonly Readonly<ParameterRow>[] {
-  return binding().parameterTable;
+  return binding<{ parameterTable: readonly Readonly<ParameterRow>[] }>().parameterTable;
 }
 
 /** Pixels. Below it a region is owed more supports than it has pixels, and then it gets none. */

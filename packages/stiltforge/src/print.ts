@@ -50,6 +50,14 @@ export interface SettingConflict {
   range: string;
 }
 
+interface PrintBinding {
+  analysisParameters(
+    settings: PrintSettings & SupportSettings,
+    slices: { width: number; height: number; layerCount: number },
+  ): AnalysisParameters;
+  findSettingConflict(settings: PrintSettings & SupportSettings): SettingConflict | undefined;
+}
+
 /**
  * The 28 parameters of the analysis for slices of the given size, such as a slicer. Lengths and areas
  * are physical here and turned into pixels and layers, so that a part gets about the same supports on
@@ -60,7 +68,7 @@ export function analysisParameters(
   support: SupportSettings,
   slices: { width: number; height: number; layerCount: number },
 ): AnalysisParameters {
-  return binding().analysisParameters(nativeSettings(print, support), slices);
+  return binding<PrintBinding>().analysisParameters(nativeSettings(print, support), slices);
 }
 
 /** The first setting that makes no sense or can't work with the others; undefined when all are well. */
@@ -68,7 +76,7 @@ export function findSettingConflict(
   print: PrintSettings,
   support: SupportSettings,
 ): SettingConflict | undefined {
-  return binding().findSettingConflict(nativeSettings(print, support));
+  return binding<PrintBinding>().findSettingConflict(nativeSettings(print, support));
 }
 
 /** What the native side takes, which refuses anything else. */

@@ -2,7 +2,7 @@
 
 import { binding } from './binding.js';
 import type { FileSource } from './file_source.js';
-import type { ChannelOptions, LabelledRuns, Slice } from './slicing.js';
+import type { ChannelOptions, LabelledRuns, Slice } from './sliced_layer.js';
 import type { AbortSignalLike } from './waiting.js';
 
 /**
@@ -74,6 +74,12 @@ export interface LayerSlicer {
   runs(first: number, count?: number): Promise<LabelledRuns[]>;
 }
 
+interface PrinterFileBinding {
+  openPrinterFile(source: FileSource, options?: OpenOptions): Promise<PrinterFile>;
+  isPrinterFile(source: FileSource, name?: string): boolean;
+  LayerSlicer: new (file: PrinterFile, options: LayerSlicerOptions) => LayerSlicer;
+}
+
 /**
  * Opens an SL1, NanoDLP or GOO file, another zip archive or a folder of numbered PNG pictures, off the
  * main thread. The content tells which. No layer is decoded yet; the file stays open as long as there is
@@ -84,7 +90,7 @@ export interface LayerSlicer {
  * aborted; with a TypeError or a RangeError for arguments that are none.
  */
 export function openPrinterFile(source: FileSource, options?: OpenOptions): Promise<PrinterFile> {
-  return binding().openPrinterFile(source, options);
+  return binding<PrinterFileBinding>().openPrinterFile(source, options);
 }
 
 /**
@@ -93,7 +99,7 @@ export function openPrinterFile(source: FileSource, options?: OpenOptions): Prom
  * the name of their file where it is known.
  */
 export function isPrinterFile(source: FileSource, name?: string): boolean {
-  return binding().isPrinterFile(source, name);
+  return binding<PrinterFileBinding>().isPrinterFile(source, name);
 }
 
 /**
@@ -101,6 +107,6 @@ export function isPrinterFile(source: FileSource, name?: string): boolean {
  * unknown or of another type, an Error with a sentence for one that is out of range.
  */
 export function createLayerSlicer(file: PrinterFile, options: LayerSlicerOptions): LayerSlicer {
-  const { LayerSlicer } = binding();
+  const { LayerSlicer } = binding<PrinterFileBinding>();
   return new LayerSlicer(file, options);
 }

@@ -119,8 +119,13 @@ export interface Scaffold {
   raftTriangles: number;
 }
 
-export interface NativeScaffoldOptions extends Omit<ScaffoldOptions, 'points' | 'signal'> {
+interface NativeScaffoldOptions extends Omit<ScaffoldOptions, 'points' | 'signal'> {
   points: Float64Array;
+}
+
+interface ScaffoldBinding {
+  buildScaffold(options: NativeScaffoldOptions, signal?: AbortSignalLike): Promise<Scaffold>;
+  findScaffoldConflict(settings: ScaffoldSettings, lift: number): ScaffoldConflict | undefined;
 }
 
 /**
@@ -140,7 +145,10 @@ export async function buildScaffold(options: ScaffoldOptions): Promise<Scaffold>
   points.forEach(({ x, y, z }, i) => {
     places.set([x, y, z], 3 * i);
   });
-  return abortable(binding().buildScaffold({ ...rest, points: places }, signal), signal);
+  return abortable(
+    binding<ScaffoldBinding>().buildScaffold({ ...rest, points: places }, signal),
+    signal,
+  );
 }
 
 /** The first setting that can't be used for a part that is lifted by so many mm; undefined when all can. */
@@ -148,5 +156,5 @@ export function findScaffoldConflict(
   settings: ScaffoldSettings,
   lift = 0,
 ): ScaffoldConflict | undefined {
-  return binding().findScaffoldConflict(settings, lift);
+  return binding<ScaffoldBinding>().findScaffoldConflict(settings, lift);
 }

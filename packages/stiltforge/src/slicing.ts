@@ -2,7 +2,7 @@
 
 import { binding } from './binding.js';
 import type { FileSource } from './file_source.js';
-import type { Overhang, RunArrays } from './slice_runs.js';
+import type { ChannelOptions, LabelledRuns, Slice } from './sliced_layer.js';
 import type { AbortSignalLike } from './waiting.js';
 
 export type { FileSource } from './file_source.js';
@@ -24,6 +24,7 @@ export {
   openPrinterFile,
   type PrinterFile,
 } from './printer_file.js';
+export type { ChannelOptions, LabelledRuns, Slice } from './sliced_layer.js';
 
 /** Nine floats a triangle: x, y, z of its three corners, in millimetres, z pointing up. */
 export type Triangles = Float32Array<ArrayBuffer>;
@@ -33,30 +34,6 @@ export type Point = [x: number, y: number, z: number];
 export interface Box {
   min: Point;
   max: Point;
-}
-
-/** What the green and the blue byte of a pixel mean. */
-export interface ChannelOptions {
-  /** mm, positive. */
-  layerHeight: number;
-  /** mm, positive: the side of the square pixels. */
-  pixelSize: number;
-  /**
-   * Degrees between the plate and a surface that just carries itself, above 0 and at most 90; 45
-   * unless set. The support value is 255 up to layerHeight / tan(criticalAngle) beyond the material
-   * below.
-   */
-  criticalAngle?: number;
-  /**
-   * mm beyond the material below from where on the support value is 0, from 0 to 4096 pixels. Unless
-   * set: 0.5, or twice the reach of criticalAngle where that is more.
-   */
-  fullOverhang?: number;
-  /**
-   * mm inwards of the contour from where on the stroke value is 0, from 0 to 4096 pixels; 0.4 unless
-   * set.
-   */
-  inset?: number;
 }
 
 export interface SlicerOptions extends ChannelOptions {
@@ -107,25 +84,6 @@ export interface MeshReport {
   expectedVolume: number;
   /** mm. */
   bounds: Box;
-}
-
-export interface Slice {
-  /**
-   * width * height RGBA pixels, row by row: red 255 where there is material, green its stroke value,
-   * blue its support value, alpha 255; background 0, 0, 0, 255. The caller's to keep, change or
-   * recycle.
-   */
-  pixels: ArrayBuffer;
-  materialPixels: number;
-  /** mm above the plate, the middle of the layer. */
-  z: number;
-}
-
-/** A slice as runs, and the region that each belongs to. */
-export interface LabelledRuns extends RunArrays {
-  /** Number of each run's region, from 1, in reading order of the regions' first pixels. */
-  readonly region: Uint32Array;
-  readonly overhang: Overhang;
 }
 
 /** Cuts a triangle mesh into slices, off the main thread. */
@@ -211,6 +169,12 @@ export interface ReadMeshOptions {
   signal?: AbortSignalLike;
 }
 
+interface SlicingBinding {
+  readMesh(source: FileSource, options?: ReadMeshOptions): Promise<MeshFile>;
+  Slicer: new (options: SlicerOptions) => Slicer;
+  MaskSlicer: new (options: MaskSlicerOptions) => MaskSlicer;
+}
+
 /**
  * Reads a mesh in STL, OBJ, PLY or 3MF off the main thread: the file of a path, or bytes, which the
  * call copies. The content tells the format.
@@ -220,7 +184,7 @@ export interface ReadMeshOptions {
  * aborted; with a TypeError for arguments that are none.
  */
 export function readMesh(source: FileSource, options?: ReadMeshOptions): Promise<MeshFile> {
-  return binding().readMesh(source, options);
+  return binding<SlicingBinding>().readMesh(source, options);
 }
 
 /**
@@ -229,12 +193,12 @@ export function readMesh(source: FileSource, options?: ReadMeshOptions): Promise
  * what cannot be sliced: its message says what is wrong, by how much, and what to do.
  */
 export function createSlicer(options: SlicerOptions): Slicer {
-  const { Slicer } = binding();
+  const { Slicer } = binding<SlicingBinding>();
   return new Slicer(options);
 }
 
 /** Throws as createSlicer() does. */
 export function createMaskSlicer(options: MaskSlicerOptions): MaskSlicer {
-  const { MaskSlicer } = binding();
+  const { MaskSlicer } = binding<SlicingBinding>();
   return new MaskSlicer(options);
 }

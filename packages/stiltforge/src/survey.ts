@@ -1,4 +1,4 @@
-import { binding, type NativeSurvey } from './binding.js';
+import { binding } from './binding.js';
 import { AnalysisError, fromNative } from './errors.js';
 import type {
   FinishedSupports,
@@ -24,6 +24,28 @@ export interface PointOnSlice {
 
 /** A point of a stack: its layer counts from 0. */
 export type PointInStack = PointOnSlice & Pick<Place, 'layer'>;
+
+/** A part with given points. Refuses and rejects like NativeModel. */
+interface NativeSurvey {
+  /** Not of shared memory. The promises resolve to the number of layers so far. */
+  addPixels(
+    pixels: ArrayBuffer | Uint8Array | Uint8ClampedArray,
+    points: readonly PointOnSlice[],
+  ): Promise<number>;
+  addRuns(runs: SliceRuns, points: readonly PointOnSlice[]): Promise<number>;
+  /** As many layers of a Slicer, from `first` on, as there are lists of points. */
+  addSlicer(
+    slicer: LayerSource,
+    first: number,
+    points: readonly (readonly PointOnSlice[])[],
+  ): Promise<number>;
+  judge(options: JudgeOptions): Promise<Verdict>;
+  finish(options: FinishOptions): Promise<FinishedSupports>;
+}
+
+interface SurveyBinding {
+  Survey: new (width: number, height: number, options: SurveyOptions) => NativeSurvey;
+}
 
 /** Layers of a slicer that are handed over at once. */
 const layersAtOnce = 32;
@@ -55,7 +77,7 @@ export class Survey {
     return new Survey(
       width,
       height,
-      refusing(() => new (binding().Survey)(width, height, rest)),
+      refusing(() => new (binding<SurveyBinding>().Survey)(width, height, rest)),
     );
   }
 

@@ -1,5 +1,5 @@
 import type { CheckFinding, CheckRecord } from '../src/document.js';
-import type { Finding, Weight } from './findings.js';
+import type { Finding, Weight } from './finding.js';
 import { withSigns } from './words.js';
 
 const weights: Record<CheckFinding['severity'], Weight> = {

@@ -1,26 +1,9 @@
 import type { IslandRecord } from '../src/document.js';
 import { checkFindings } from './check_findings.js';
+import type { Finding, Weight } from './finding.js';
 import type { ViewedPart } from './part.js';
 import { droppedFindings, verdictFindings } from './verdict_findings.js';
 import { area, counted, largest, millimetres, withSigns } from './words.js';
-
-/** How much it matters: the print may fail, somebody should look, good to know. */
-export type Weight = 'fault' | 'warning' | 'note';
-
-export interface Place {
-  layer: number;
-  /** Pixel of the screen; none for a whole layer. */
-  column?: number;
-  row?: number;
-}
-
-export interface Finding {
-  weight: Weight;
-  title: string;
-  detail: string;
-  /** Where to look, bottom up. */
-  places: readonly Place[];
-}
 
 /** What a person should look at, the gravest first, then bottom up. */
 export function findingsOf(part: ViewedPart): Finding[] {

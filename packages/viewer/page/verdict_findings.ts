@@ -1,5 +1,5 @@
 import type { DroppedRecord, PixelPlace, VerdictRecord } from '../src/document.js';
-import type { Finding } from './findings.js';
+import type { Finding } from './finding.js';
 import type { ViewedPart } from './part.js';
 import { area, counted } from './words.js';
 

@@ -1,4 +1,4 @@
-import type { Finding, Place } from './findings.js';
+import type { Finding, Place } from './finding.js';
 
 export interface ViewState {
   layer: number;

@@ -1,7 +1,8 @@
 import type { PackedPart } from '../src/document.js';
 import { Timeline } from './charts/timeline.js';
 import { element, wantsStillness } from './dom.js';
-import { type Finding, findingsOf, type Place } from './findings.js';
+import type { Finding, Place } from './finding.js';
+import { findingsOf } from './findings.js';
 import { listenToKeys } from './keyboard.js';
 import { findingsList } from './panels/findings_list.js';
 import { head } from './panels/head.js';

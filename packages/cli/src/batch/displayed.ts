@@ -1,7 +1,8 @@
 import { ExitCode, Interrupted, Told } from '../errors.js';
 import { untilInterrupted } from '../interrupting.js';
 import { memoryOfMachine } from '../machine_memory.js';
-import { displayOn, noDisplay } from './display.js';
+import { type Display, noDisplay } from './display.js';
+import { displayLines } from './display_lines.js';
 import type { Outcome } from './outcome.js';
 import { type Input, runSideBySide } from './side_by_side.js';
 
@@ -52,4 +53,11 @@ export async function runDisplayed<Result>(
   } finally {
     display.stop();
   }
+}
+
+/** Bars, or lines where the stream is not a terminal. */
+async function displayOn(stream: NodeJS.WriteStream, inputs: number): Promise<Display> {
+  if (!stream.isTTY) return displayLines(stream, inputs);
+  const { displayBars } = await import('./display_bars.js');
+  return displayBars(stream, inputs);
 }

@@ -1,4 +1,4 @@
-import type { CheckedLayers, CheckOptions, CheckPoint } from 'stiltforge/check';
+import type { CheckedLayers, CheckPoint } from 'stiltforge/check';
 import {
   createLayerSlicer,
   createSlicer,
@@ -11,23 +11,14 @@ import { ExitCode, messageOf, UserError } from '../errors.js';
 import { loadMesh } from '../mesh/load.js';
 import type { PartOptions } from '../part_options.js';
 import { placedMesh } from '../placement.js';
-import { checkedPrint, type GivenPrint, openPrint, type PrintedFile } from '../printed_file.js';
+import {
+  type CheckedPrint,
+  checkedPrint,
+  type GivenPrint,
+  openPrint,
+  type PrintedFile,
+} from '../printed_file.js';
 import type { SupportPlace } from './points.js';
-
-/** What there is to know of a print's layers. */
-export type CheckedPrint = Pick<
-  CheckOptions,
-  | 'layerHeight'
-  | 'pixelWidth'
-  | 'pixelHeight'
-  | 'screenWidth'
-  | 'screenHeight'
-  | 'plateZ'
-  | 'lift'
-  | 'turned'
-  | 'mirroredX'
-  | 'mirroredY'
->;
 
 /** Layers of a mesh, as it was placed; mm from the plate to it. */
 export interface MeshLayers {

@@ -1,6 +1,5 @@
 import { instantiateNapiModule } from '@emnapi/core';
 import { createContext } from '@emnapi/runtime';
-import type { Binding } from '../binding.js';
 import { AnalysisError } from '../errors.js';
 import { wasiFunctions, withoutSystem } from './wasi.mjs';
 
@@ -14,7 +13,7 @@ type Reader = (address: string) => WasmSource | Promise<WasmSource>;
 
 let readDefault: Reader = (address) => address;
 let loading: Promise<void> | undefined;
-let loaded: Binding | undefined;
+let loaded: object | undefined;
 
 /** How the module beside this script is read, where it can't be fetched. */
 export function readDefaultBy(reader: Reader): void {
@@ -36,7 +35,7 @@ export function load(source?: WasmSource | Promise<WasmSource>): Promise<void> {
 }
 
 /** Stands in the place of ../native_binding.ts. */
-export function loadBinding(): Binding {
+export function loadBinding(): object {
   if (loaded) return loaded;
   throw new AnalysisError(
     'ERR_STILTFORGE_BINARY',
@@ -49,7 +48,7 @@ async function instantiate(source: WasmSource | Promise<WasmSource> | undefined)
   const isAddress = typeof source === 'string' || source instanceof URL;
   const place = source === undefined ? beside : isAddress ? source : 'what was given';
   try {
-    loaded = (await exportsOf(await (source ?? readDefault(beside.href)))) as Binding;
+    loaded = await exportsOf(await (source ?? readDefault(beside.href)));
   } catch (error) {
     const { message = String(error) } = Object(error) as { message?: string };
     throw new AnalysisError(
@@ -61,7 +60,7 @@ async function instantiate(source: WasmSource | Promise<WasmSource> | undefined)
   }
 }
 
-async function exportsOf(source: WasmSource): Promise<unknown> {
+async function exportsOf(source: WasmSource): Promise<object> {
   let memory: WebAssembly.Memory;
   const { napiModule } = await instantiateNapiModule(source as BufferSource, {
     context: createContext(),
@@ -74,5 +73,5 @@ async function exportsOf(source: WasmSource): Promise<unknown> {
       (instance.exports as { _initialize(): void })._initialize();
     },
   });
-  return napiModule.exports;
+  return napiModule.exports as object;
 }

@@ -1,5 +1,5 @@
 import { element } from '../dom.js';
-import type { Finding, Place } from '../findings.js';
+import type { Finding, Place } from '../finding.js';
 import type { ViewModel } from '../view_state.js';
 import { weightIcon } from './mark_icon.js';
 

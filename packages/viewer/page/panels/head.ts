@@ -1,6 +1,6 @@
 import type { CheckRecord, VerdictRecord } from '../../src/document.js';
 import { button, drawing, element } from '../dom.js';
-import type { Weight } from '../findings.js';
+import type { Weight } from '../finding.js';
 import { markOf } from '../marks.js';
 import type { ViewedPart } from '../part.js';
 import { area, counted, countText, volume } from '../words.js';

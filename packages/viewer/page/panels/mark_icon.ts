@@ -1,5 +1,5 @@
 import { drawing } from '../dom.js';
-import type { Weight } from '../findings.js';
+import type { Weight } from '../finding.js';
 import type { Mark } from '../marks.js';
 
 const markShapes: Record<Mark, string> = {

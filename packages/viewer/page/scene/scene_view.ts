@@ -1,7 +1,7 @@
 import { MOUSE, PerspectiveCamera, TOUCH, Vector3, WebGLRenderer } from 'three';
 import { OrbitControls } from 'three/addons/controls/OrbitControls.js';
 import { button, element, wantsStillness } from '../dom.js';
-import type { Place } from '../findings.js';
+import type { Place } from '../finding.js';
 import type { ViewedPart } from '../part.js';
 import type { ThemeChoice } from '../theme.js';
 import type { ViewModel } from '../view_state.js';
