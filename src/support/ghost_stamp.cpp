@@ -45,19 +45,38 @@ GhostStamp::GhostStamp(const GhostSpread& spread, const std::vector<Voxel*>& gho
     footprint.columns = spansAlong(ghost->x, box.xMin, boxWidth_);
     if (!footprint.columns.empty()) footprints_.push_back(std::move(footprint));
   }
+  sortIntoTileRows();
+}
+
+void GhostStamp::sortIntoTileRows() {
+  inTileRow_.resize((boxHeight_ + tileHeight - 1) / tileHeight);
+  for (uint32_t number = 0; number < footprints_.size(); ++number) {
+    for (const Span& rows : footprints_[number].rows) {
+      for (uint32_t tile = rows.place / tileHeight; tile * tileHeight < rows.place + rows.length;
+           ++tile) {
+        std::vector<uint32_t>& inRow = inTileRow_[tile];
+        if (inRow.empty() || inRow.back() != number) inRow.push_back(number);
+      }
+    }
+  }
 }
 
 uint64_t GhostStamp::mostInRows(uint32_t firstRow, uint32_t endRow) const {
   constexpr uint64_t steepest = 255;
   uint64_t most = 0;
-  for (const Footprint& footprint : footprints_) {
-    // Cells beside each other fall onto one pixel where a coordinate is rounded towards 0 from both
-    // sides; they are in different spans.
-    uint64_t rows = 0;
-    for (const Span& span : footprint.rows) {
-      rows += span.place < endRow && span.place + span.length > firstRow ? 1 : 0;
+  for (uint32_t tile = firstRow / tileHeight; tile * tileHeight < endRow; ++tile) {
+    for (const uint32_t number : inTileRow_[tile]) {
+      const Footprint& footprint = footprints_[number];
+      // Cells beside each other fall onto one pixel where a coordinate is rounded towards 0 from
+      // both sides; they are in different spans. Each counts in its first tile.
+      uint64_t rows = 0;
+      for (const Span& span : footprint.rows) {
+        const uint32_t begin = std::max(firstRow, span.place);
+        const uint32_t end = std::min(endRow, span.place + span.length);
+        rows += begin < end && begin / tileHeight == tile ? 1 : 0;
+      }
+      most += steepest * rows * footprint.columns.size();
     }
-    most += steepest * rows * footprint.columns.size();
   }
   return most;
 }
@@ -128,14 +147,20 @@ void GhostStamp::addRow(const Footprint& footprint, uint32_t tableRow, const Par
 
 template <typename Sum>
 void GhostStamp::add(const Part& part, Sum* sums) const {
-  for (const Footprint& footprint : footprints_) {
-    for (const Span& rows : footprint.rows) {
-      const uint32_t end = std::min(part.endRow, rows.place + rows.length);
-      uint32_t y = std::max(part.firstRow, rows.place);
-      y += (part.step - y % part.step) % part.step;
-      for (; y < end; y += part.step) {
-        addRow(footprint, rows.cell + (y - rows.place), part,
-               sums + std::size_t{y - part.firstRow} * boxWidth_);
+  for (uint32_t tile = part.firstRow / tileHeight; tile * tileHeight < part.endRow; ++tile) {
+    const uint32_t firstRow = std::max(part.firstRow, tile * tileHeight);
+    const uint32_t endRow = std::min(part.endRow, (tile + 1) * tileHeight);
+    for (const uint32_t number : inTileRow_[tile]) {
+      const Footprint& footprint = footprints_[number];
+      for (const Span& rows : footprint.rows) {
+        const uint32_t end = std::min(endRow, rows.place + rows.length);
+        uint32_t y = std::max(firstRow, rows.place);
+        if (y >= end) continue;
+        y += (part.step - y % part.step) % part.step;
+        for (; y < end; y += part.step) {
+          addRow(footprint, rows.cell + (y - rows.place), part,
+                 sums + std::size_t{y - part.firstRow} * boxWidth_);
+        }
       }
     }
   }

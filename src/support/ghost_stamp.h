@@ -62,6 +62,7 @@ class GhostStamp {
     std::vector<Span> columns;
   };
 
+  void sortIntoTileRows();
   std::vector<Span> spansAlong(uint16_t ghost, uint16_t boxMin, uint32_t boxLength) const;
   uint64_t mostInSpans(const Span& rows, const Span& columns) const;
   template <typename Sum>
@@ -71,6 +72,8 @@ class GhostStamp {
   uint32_t boxWidth_;
   uint32_t boxHeight_;
   std::vector<Footprint> footprints_;
+  // By row of tiles the numbers of the footprints that reach it, ascending: few of a large box's.
+  std::vector<std::vector<uint32_t>> inTileRow_;
 };
 
 }  // namespace stiltforge
