@@ -45,10 +45,11 @@ std::unique_ptr<DecodeMemory> DecodeMemoryPool::take() {
   }
 }
 
-void DecodeMemoryPool::give(std::unique_ptr<DecodeMemory> memory) {
+void DecodeMemoryPool::give(std::unique_ptr<DecodeMemory> memory) noexcept {
   {
     const std::lock_guard<std::mutex> lock(mutex_);
     --taken_;
+    // There is room for all that can be taken.
     if (memory) kept_.push_back(std::move(memory));
   }
   given_.notify_one();

@@ -43,7 +43,7 @@ struct DecodeMemory {
 /// Memory for several threads, as many as it was made for; who comes when all is taken waits.
 class DecodeMemoryPool {
  public:
-  explicit DecodeMemoryPool(std::size_t most) : most_(most) {}
+  explicit DecodeMemoryPool(std::size_t most) : most_(most) { kept_.reserve(most); }
 
   /// Gives the memory back when it goes.
   class Loan {
@@ -61,7 +61,7 @@ class DecodeMemoryPool {
 
  private:
   std::unique_ptr<DecodeMemory> take();
-  void give(std::unique_ptr<DecodeMemory> memory);
+  void give(std::unique_ptr<DecodeMemory> memory) noexcept;
 
   const std::size_t most_;
   std::size_t taken_ = 0;

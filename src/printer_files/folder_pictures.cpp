@@ -43,7 +43,7 @@ std::vector<std::filesystem::path> filesIn(const std::filesystem::path& folder) 
 
 FolderPictures::FolderPictures(const std::filesystem::path& folder,
                                const std::atomic<bool>* cancelled)
-    : folder_(folder), cancelled_(cancelled) {
+    : cancelled_(cancelled) {
   const std::vector<std::filesystem::path> all = filesIn(folder);
   std::vector<std::string> allNames;
   allNames.reserve(all.size());

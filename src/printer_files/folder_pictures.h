@@ -21,7 +21,6 @@ class FolderPictures : public PictureSource {
   std::span<const uint8_t> read(uint32_t layer, DecodeMemory& memory) override;
 
  private:
-  const std::filesystem::path folder_;
   const std::atomic<bool>* cancelled_;
   std::vector<std::filesystem::path> files_;
   std::vector<std::string> names_;

@@ -7,6 +7,7 @@
 
 #include "printer_files/big_endian.h"
 #include "printer_files/defect.h"
+#include "printer_files/limits.h"
 
 namespace stiltforge::printer_files {
 
@@ -15,8 +16,6 @@ namespace {
 enum Filter : int { none = 0, sub = 1, up = 2, average = 3, paeth = 4 };
 
 constexpr std::size_t wordBytes = 8;
-// No deflated data unpacks to more bytes for each of its own.
-constexpr std::size_t mostDeflateRatio = 1032;
 
 uint64_t wordAt(const uint8_t* bytes) {
   uint64_t word;
@@ -157,7 +156,7 @@ void PngRows::unpack() {
   expectedChecksum_ = bigEndian32(packed.data() + headBytes + used);
 }
 
-uint8_t* PngRows::undoFilter(int filter, uint8_t* row) {
+void PngRows::undoFilter(int filter, uint8_t* row) const {
   const auto pixelBytes = static_cast<std::size_t>(pixelBytes_);
   const bool isBytes = pixelBytes == 1;
   switch (filter) {
@@ -192,7 +191,6 @@ uint8_t* PngRows::undoFilter(int filter, uint8_t* row) {
       throw Defect{"is damaged: row " + std::to_string(done_) + " has the filter " +
                    std::to_string(filter) + ", which PNG does not know"};
   }
-  return row;
 }
 
 PngRows::Row PngRows::next() {

@@ -27,7 +27,7 @@ class PngRows {
  private:
   void unpack();
   void finish() const;
-  uint8_t* undoFilter(int filter, uint8_t* row);
+  void undoFilter(int filter, uint8_t* row) const;
 
   const PngPicture& picture_;
   DecodeMemory& memory_;

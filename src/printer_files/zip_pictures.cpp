@@ -83,8 +83,6 @@ std::span<const uint8_t> PrintArchive::read(std::size_t index, DecodeMemory& mem
   if (entry.isStored()) {
     if (size != packedSize) throw damaged;
   } else {
-    // No deflated data unpacks to more bytes for each of its own.
-    constexpr std::size_t mostDeflateRatio = 1032;
     if (size / mostDeflateRatio > packedSize) throw damaged;
     uint8_t* const unpacked = memory.picture.reserve(size);
     std::size_t count = 0;
