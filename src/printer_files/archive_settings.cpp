@@ -1,5 +1,6 @@
 #include "printer_files/archive_settings.h"
 
+#include <cmath>
 #include <nlohmann/json.hpp>
 
 #include "files/file_error.h"
@@ -83,19 +84,24 @@ class JsonSettings {
     if (value == 0) return std::nullopt;
     constexpr double most = 1e9;
     if (value > 0 && value <= most) return value;
-    throw FileError(inQuotes(name_) + " of the archive has the " + key + " " +
-                        inQuotes(found->dump(-1, ' ', true, Json::error_handler_t::replace)) +
-                        ", which is no positive number",
-                    exportAgain);
+    throw refused(key, "which is no positive number");
   }
 
   std::optional<uint32_t> count(const char* key) const {
     const auto value = number(key);
-    return value ? std::optional(static_cast<uint32_t>(*value)) : std::nullopt;
+    if (!value) return std::nullopt;
+    if (*value == std::floor(*value)) return static_cast<uint32_t>(*value);
+    throw refused(key, "which is no whole number");
   }
 
  private:
   JsonSettings(std::string name, Json json) : name_(std::move(name)), json_(std::move(json)) {}
+
+  FileError refused(const char* key, const char* why) const {
+    const std::string value = json_.at(key).dump(-1, ' ', true, Json::error_handler_t::replace);
+    return {inQuotes(name_) + " of the archive has the " + key + " " + inQuotes(value) + ", " + why,
+            exportAgain};
+  }
 
   std::string name_;
   Json json_;

@@ -171,6 +171,8 @@ TEST(NanoDlp, SettingsThatMakeNoSenseAreRefused) {
               HasSubstr("\"options.json\" of the archive has the Thickness \"\"50\"\""));
   EXPECT_THAT(refusal(zipArchive(nanoDlp(R"({"PWidth": 60, "PHeight": 4})"))),
               HasSubstr("options.json tells of a screen of 60 x 4 pixels"));
+  EXPECT_THAT(refusal(zipArchive(nanoDlp(R"({"PWidth": 6.5, "PHeight": 4})"))),
+              HasSubstr("has the PWidth \"6.5\", which is no whole number"));
   std::vector<ZipEntry> fewer = nanoDlp("{}");
   fewer.pop_back();
   EXPECT_THAT(refusal(zipArchive(fewer)),
