@@ -201,15 +201,29 @@ class Parameters : public detail::Handle<stiltforge_parameters, stiltforge_param
   }
 };
 
+namespace detail {
+
+/// How many times `each` numbers a list has.
+template <typename T>
+std::size_t countOf(const std::vector<T>& list, std::size_t each, const std::string& name) {
+  if (list.size() % each == 0) return list.size() / each;
+  throw std::invalid_argument(name + " has " + std::to_string(list.size()) +
+                              " numbers, which is no multiple of " + std::to_string(each));
+}
+
+}  // namespace detail
+
 class Mesh : public detail::Handle<stiltforge_mesh, stiltforge_mesh_destroy> {
  public:
-  /// Nine floats a triangle.
+  /// Nine floats a triangle. Throws std::invalid_argument when some are left over.
   explicit Mesh(const std::vector<float>& positions)
-      : Handle(create(stiltforge_mesh_create, positions.data(), positions.size() / 9)) {}
-  /// Three floats a vertex, three indices a triangle.
+      : Handle(create(stiltforge_mesh_create, positions.data(),
+                      detail::countOf(positions, 9, "positions"))) {}
+  /// Three floats a vertex, three indices a triangle. Throws likewise.
   Mesh(const std::vector<float>& vertices, const std::vector<std::uint32_t>& indices)
-      : Handle(create(stiltforge_mesh_create_indexed, vertices.data(), vertices.size() / 3,
-                      indices.data(), indices.size() / 3)) {}
+      : Handle(create(stiltforge_mesh_create_indexed, vertices.data(),
+                      detail::countOf(vertices, 3, "vertices"), indices.data(),
+                      detail::countOf(indices, 3, "indices"))) {}
   /// path: UTF-8.
   static Mesh read(const std::string& path, CancelToken* cancel = nullptr) {
     return Mesh(create(stiltforge_mesh_read_file, path.c_str(), cancel ? cancel->get() : nullptr));
@@ -301,10 +315,15 @@ class MaskSlicer : public detail::Handle<stiltforge_mask_slicer, stiltforge_mask
  public:
   MaskSlicer(const MaskSettings& masks, const PrintSettings& print)
       : Handle(create(stiltforge_mask_slicer_create, &masks, &print)) {}
-  /// Fills the slices with the next layers: one for each mask of maskSize bytes.
+  /// Fills the slices with the next layers: one for each mask of maskSize bytes. Throws
+  /// std::invalid_argument when there are more or fewer.
   void next(const std::vector<const std::uint8_t*>& masks, std::size_t maskSize,
             std::vector<Slice>& slices) {
-    if (masks.size() != slices.size()) throw std::invalid_argument("one slice for each mask");
+    if (masks.size() != slices.size()) {
+      throw std::invalid_argument("there are " + std::to_string(masks.size()) + " masks and " +
+                                  std::to_string(slices.size()) +
+                                  " slices; each mask needs a slice of its own");
+    }
     const auto handles = detail::handlesOf(slices);
     detail::call(stiltforge_mask_slicer_next, get(), masks.data(), maskSize,
                  static_cast<std::uint32_t>(handles.size()), handles.data());

@@ -6,7 +6,10 @@
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
+#include <functional>
+#include <stdexcept>
 #include <string>
+#include <vector>
 
 #include "capi/parts.h"
 
@@ -37,6 +40,28 @@ TEST(Mesh, OfSharedVerticesIsThatOfItsTriangles) {
                 STILTFORGE_INVALID_ARGUMENT),
             "stiltforge_mesh_create_indexed: indices[2] is 4; there are 4 vertices, counted from "
             "0.");
+}
+
+TEST(Mesh, NumbersThatAreLeftOverAreRefused) {
+  const auto refusalOfList = [](const std::function<void()>& call) -> std::string {
+    try {
+      call();
+    } catch (const std::invalid_argument& refused) {
+      return refused.what();
+    }
+    return "";
+  };
+  const std::vector<float> vertices{0, 0, 0, 1, 0, 0, 0, 1, 0};
+  EXPECT_EQ(refusalOfList([] { host::Mesh(std::vector<float>(10)); }),
+            "positions has 10 numbers, which is no multiple of 9");
+  EXPECT_EQ(refusalOfList([&] {
+              host::Mesh(vertices, {0, 1, 2, 0});
+            }),
+            "indices has 4 numbers, which is no multiple of 3");
+  EXPECT_EQ(refusalOfList([] {
+              host::Mesh(std::vector<float>(8), {0, 1, 2});
+            }),
+            "vertices has 8 numbers, which is no multiple of 3");
 }
 
 TEST(Mesh, CountsThatCannotBeAreRefusedUnread) {
