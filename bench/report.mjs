@@ -319,7 +319,6 @@ function timesOf(entries) {
   );
 }
 
-/** All measurements as the rows of one table; what was not measured has none. */
 /** Seconds are of the processor: compiling goes on beside the work. */
 function wasmRows({ addon, wasm }) {
   const row = (what, a, b, bound) => quotient(what, [a, seconds(a)], [b, seconds(b)], bound);
@@ -335,6 +334,7 @@ function wasmRows({ addon, wasm }) {
   ];
 }
 
+/** All measurements as the rows of one table; what was not measured has none. */
 export function rowsOf({ native, sizes, models, memory, files, orient, wasm, command }) {
   const rows = [];
   if (native) {

@@ -19,8 +19,7 @@ namespace {
 
 constexpr const char* withoutMemoryForSlice =
     "Not enough memory to analyse the slice. Use smaller slices, or free memory and start the "
-    "model "
-    "again.";
+    "model again.";
 
 // Long enough that handing over costs nothing beside it, short enough that results flow, a run can
 // be left, and models that share the threads take turns.

@@ -13,7 +13,7 @@
 namespace stiltforge::binding {
 
 /// Slices some layers and promises their runs with the regions that the runs belong to, an array of
-/// LabelledRuns; packages/cli/src/slicer.ts declares them.
+/// LabelledRuns; packages/stiltforge/src/slicing.ts declares them.
 class LayerRunsJob : public Job {
  public:
   /// Layers [first, first + count) of the slicer, at least one.

@@ -12,8 +12,8 @@ namespace stiltforge::binding {
 PrintSettings readPrint(const Options& options);
 
 /// (settings, { width, height, layerCount }) => the 28 parameters. settings: layerHeight,
-/// pixelSize, screenWidth, screenHeight, criticalAngle, inset, supportArea, minimumHeight, each
-/// with a default, and minimumSpacing.
+/// pixelSize, screenWidth, screenHeight, lift, criticalAngle, inset, supportArea, minimumHeight,
+/// each with a default, and minimumSpacing.
 Napi::Value analysisParameters(const Napi::CallbackInfo& info);
 
 /// (settings) => { setting, value, range } of the first that cannot be used, or undefined.

@@ -9,6 +9,7 @@
 
 #include "capi/boundary.h"
 #include "capi/handles.h"
+#include "capi/model_step.h"
 #include "capi/print_settings.h"
 #include "capi/slice_size.h"
 #include "capi/structure.h"
@@ -21,8 +22,6 @@ inline constexpr std::size_t firstSize<stiltforge_parameter_info> =
     offsetof(stiltforge_parameter_info, kind) + sizeof(int32_t);
 
 namespace {
-
-constexpr uint32_t mostLayers = 65535;
 
 int32_t kindOf(const Parameter& parameter) {
   if (std::holds_alternative<bool ModelParameters::*>(parameter.target)) return STILTFORGE_FLAG;
