@@ -209,7 +209,9 @@ function liftedLayers({ lift = 0, layerHeight }: CheckOptions): number {
   if (typeof lift !== 'number' || !(lift >= 0)) {
     throw new RangeError(`The lift must be 0 mm or more, not ${lift}.`);
   }
-  return Math.min(mostLayers, Math.max(0, Math.ceil(lift / layerHeight - 0.5)));
+  const layers = Math.ceil(lift / layerHeight - 0.5);
+  // Of a layer height that gives none the native side has a sentence.
+  return layers > 0 ? Math.min(mostLayers, layers) : 0;
 }
 
 const mostLayers = 65535;
@@ -229,7 +231,8 @@ function packed(points: Iterable<CheckPoint>, layers: CheckedLayers): Uint32Arra
       );
     }
     const isInside = x >= 0 && x < width && y >= 0 && y < height && layer >= 0;
-    numbers.push(Math.max(layer, 0), isInside ? x : beyond, isInside ? y : beyond);
+    const level = Math.min(Math.max(layer, 0), beyond);
+    numbers.push(level, isInside ? x : beyond, isInside ? y : beyond);
   }
   return Uint32Array.from(numbers);
 }

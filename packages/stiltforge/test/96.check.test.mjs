@@ -95,6 +95,15 @@ test('a screen that the part fills is told at each side', async () => {
   assert.deepEqual(told(report), ['risk screenEdge', 'risk screenEdge']);
 });
 
+test('a point above all layers touches none, however high it is', async () => {
+  const slicer = slicerOf(base);
+  const { cropX, cropY } = slicer;
+  for (const layer of [40, 65536, 2 ** 32]) {
+    const points = [{ layer, column: cropX + 10, row: cropY + 10 }];
+    assert.deepEqual(told(await check(slicer, { points })), ['risk idlePoints'], String(layer));
+  }
+});
+
 test('progress goes on to the last layer', async () => {
   const seen = [];
   await check(slicerOf(base), { progress: (layers, total) => seen.push([layers, total]) });
@@ -116,6 +125,7 @@ test('options that are none are refused', async () => {
     message: "The print can't be checked: the width of a pixel must be above 0 mm, not 0.000000.",
   });
   await assert.rejects(check(slicer, { layerHeight: '1' }), TypeError);
+  await assert.rejects(check(slicer, { layerHeight: 0 }), /layer height must be above 0 mm/);
   await assert.rejects(check(slicer, { lift: -1 }), /lift must be 0 mm or more, not -1/);
   await assert.rejects(check(slicer, { lift: '1' }), RangeError);
   await assert.rejects(check(slicer, { colour: 1 }), /There is no option "colour"/);
