@@ -17,7 +17,7 @@ import { checkedParameters } from './parameters.js';
 import { type SliceImage, slicePixels } from './slice_image.js';
 import { isSliceMask, type SliceMask } from './slice_mask.js';
 import { isSliceRuns, type SliceRuns } from './slice_runs.js';
-import { type AbortSignalLike, abortable, ignoreUntilAwaited } from './waiting.js';
+import { type AbortSignalLike, abortable, following, ignoreUntilAwaited } from './waiting.js';
 
 export type {
   AnalysisParameters,
@@ -247,7 +247,11 @@ export class Analysis {
     const signal = options?.signal;
     signal?.throwIfAborted();
     return abortable(
-      this.#job(() => this.#model.finish(options)),
+      this.#job(() =>
+        following(signal, (follower) =>
+          this.#model.finish(follower ? { ...options, signal: follower } : options),
+        ),
+      ),
       signal,
     );
   }

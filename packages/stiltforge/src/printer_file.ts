@@ -3,7 +3,7 @@
 import { binding } from './binding.js';
 import type { FileSource } from './file_source.js';
 import type { ChannelOptions, LabelledRuns, Slice } from './sliced_layer.js';
-import type { AbortSignalLike } from './waiting.js';
+import { type AbortSignalLike, following } from './waiting.js';
 
 /**
  * An open file or folder with the layers of a print. What the file does not say is missing, or an
@@ -90,7 +90,10 @@ interface PrinterFileBinding {
  * aborted; with a TypeError or a RangeError for arguments that are none.
  */
 export function openPrinterFile(source: FileSource, options?: OpenOptions): Promise<PrinterFile> {
-  return binding<PrinterFileBinding>().openPrinterFile(source, options);
+  const { openPrinterFile: open } = binding<PrinterFileBinding>();
+  return following(options?.signal, (signal) =>
+    open(source, signal ? { ...options, signal } : options),
+  );
 }
 
 /**

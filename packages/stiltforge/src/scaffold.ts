@@ -2,7 +2,7 @@
 
 import { binding } from './binding.js';
 import type { Triangles } from './slicing.js';
-import { type AbortSignalLike, abortable } from './waiting.js';
+import { type AbortSignalLike, abortable, following } from './waiting.js';
 
 /** How supports are built, mm. */
 export interface ScaffoldSettings {
@@ -145,8 +145,10 @@ export async function buildScaffold(options: ScaffoldOptions): Promise<Scaffold>
   points.forEach(({ x, y, z }, i) => {
     places.set([x, y, z], 3 * i);
   });
+  const { buildScaffold: build } = binding<ScaffoldBinding>();
+  const given = { ...rest, points: places };
   return abortable(
-    binding<ScaffoldBinding>().buildScaffold({ ...rest, points: places }, signal),
+    following(signal, (follower) => build(given, follower)),
     signal,
   );
 }

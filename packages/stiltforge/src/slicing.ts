@@ -3,7 +3,7 @@
 import { binding } from './binding.js';
 import type { FileSource } from './file_source.js';
 import type { ChannelOptions, LabelledRuns, Slice } from './sliced_layer.js';
-import type { AbortSignalLike } from './waiting.js';
+import { type AbortSignalLike, following } from './waiting.js';
 
 export type { FileSource } from './file_source.js';
 export {
@@ -184,7 +184,10 @@ interface SlicingBinding {
  * aborted; with a TypeError for arguments that are none.
  */
 export function readMesh(source: FileSource, options?: ReadMeshOptions): Promise<MeshFile> {
-  return binding<SlicingBinding>().readMesh(source, options);
+  const { readMesh: read } = binding<SlicingBinding>();
+  return following(options?.signal, (signal) =>
+    read(source, signal ? { ...options, signal } : options),
+  );
 }
 
 /**

@@ -11,7 +11,7 @@ import type {
 import type { LayerSource } from './layer_source.js';
 import { type SliceImage, slicePixels } from './slice_image.js';
 import { isSliceRuns, type SliceRuns } from './slice_runs.js';
-import { type AbortSignalLike, abortable } from './waiting.js';
+import { type AbortSignalLike, abortable, following } from './waiting.js';
 
 /** A point of a slice. */
 export interface PointOnSlice {
@@ -116,7 +116,10 @@ export class Survey {
   async finish(options: FinishOptions = {}): Promise<FinishedSupports> {
     const signal = options?.signal;
     signal?.throwIfAborted();
-    return abortable(refusing(() => this.#survey.finish(options)).catch(rejected), signal);
+    const finished = following(signal, (follower) =>
+      this.#survey.finish(follower ? { ...options, signal: follower } : options),
+    );
+    return abortable(finished.catch(rejected), signal);
   }
 }
 

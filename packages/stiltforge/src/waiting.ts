@@ -18,6 +18,26 @@ export function abortable<T>(promise: Promise<T>, signal: AbortSignalLike | unde
   });
 }
 
+/**
+ * Hands work a signal that follows the given one until the work has ended: the native side listens to
+ * its signal for good, and a host may have one for all its calls. What is no signal is not handed on.
+ */
+export async function following<T>(
+  signal: AbortSignalLike | undefined,
+  work: (follower?: AbortSignalLike) => Promise<T>,
+): Promise<T> {
+  if (typeof signal?.addEventListener !== 'function') return work();
+  const follower = new AbortController();
+  const follow = () => follower.abort(signal.reason);
+  if (signal.aborted) follow();
+  signal.addEventListener('abort', follow, { once: true });
+  try {
+    return await work(follower.signal);
+  } finally {
+    signal.removeEventListener('abort', follow);
+  }
+}
+
 /** Keeps a promise that may be awaited only later from counting as an unhandled rejection. */
 export function ignoreUntilAwaited(promise: Promise<unknown>): void {
   promise.catch(() => {});
