@@ -4,19 +4,13 @@
 #include <cstddef>
 #include <span>
 
-#include "hold/disjoint_sets.h"
+#include "runtime/disjoint_sets.h"
 
 namespace stiltforge::check {
 
 namespace {
 
-hold::DisjointSets setsOf(uint32_t count) {
-  hold::DisjointSets sets;
-  for (uint32_t i = 0; i < count; ++i) sets.add();
-  return sets;
-}
-
-JoinedLayer numbered(hold::DisjointSets& sets, uint32_t bodies) {
+JoinedLayer numbered(DisjointSets& sets, uint32_t bodies) {
   JoinedLayer joined;
   joined.ofBody.resize(bodies);
   joined.ofComponent.resize(sets.size() - bodies);
@@ -38,7 +32,7 @@ JoinedLayer numbered(hold::DisjointSets& sets, uint32_t bodies) {
 JoinedLayer joinLayers(const hold::Components& layer, const hold::Components& below,
                        const std::vector<uint32_t>& bodyOf, uint32_t bodies,
                        const std::vector<uint32_t>& anchored) {
-  hold::DisjointSets sets = setsOf(bodies + layer.count);
+  DisjointSets sets(bodies + layer.count);
   hold::forEachShared(layer.pixels, below.pixels,
                       [&](uint32_t run, uint32_t lower, uint16_t, uint16_t) {
                         sets.unite(bodies + layer.ofRun[run], bodyOf[below.ofRun[lower]]);
@@ -50,7 +44,7 @@ JoinedLayer joinLayers(const hold::Components& layer, const hold::Components& be
 JoinedLayer joinLayersWithin(const Reach& reach, const hold::Components& layer,
                              const hold::Components& below, const std::vector<uint32_t>& bodyOf,
                              uint32_t bodies) {
-  hold::DisjointSets sets = setsOf(bodies + layer.count);
+  DisjointSets sets(bodies + layer.count);
   for (int y = 0; y < layer.pixels.height(); ++y) {
     uint32_t position = layer.pixels.rowStart(static_cast<std::size_t>(y));
     for (const Run& run : layer.pixels.row(y)) {

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <utility>
 
-#include "hold/disjoint_sets.h"
+#include "runtime/disjoint_sets.h"
 
 namespace stiltforge::hold {
 

@@ -3,7 +3,7 @@
 #include <utility>
 #include <vector>
 
-#include "hold/disjoint_sets.h"
+#include "runtime/disjoint_sets.h"
 
 namespace stiltforge::hold {
 

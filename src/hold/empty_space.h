@@ -5,7 +5,7 @@
 
 #include "analysis/run_rows.h"
 #include "hold/components.h"
-#include "hold/disjoint_sets.h"
+#include "runtime/disjoint_sets.h"
 #include "runtime/scratch_vector.h"
 
 namespace stiltforge::hold {

@@ -4,8 +4,8 @@
 #include <limits>
 #include <vector>
 
-#include "hold/disjoint_sets.h"
 #include "hold/survey.h"
+#include "runtime/disjoint_sets.h"
 
 namespace stiltforge::hold {
 

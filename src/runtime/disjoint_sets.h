@@ -21,6 +21,11 @@ class DisjointSets {
 
   std::size_t size() const { return size_; }
 
+  /// Adds the next number, as a set of its own.
+  uint32_t add() {
+    reserve(1);
+    return addIf(true);
+  }
   /// Makes room for `more` calls of addIf().
   void reserve(std::size_t more) {
     if (size_ + more > parent_.size()) parent_.resize(std::max(2 * parent_.size(), size_ + more));
@@ -41,10 +46,13 @@ class DisjointSets {
     }
     return number;
   }
-  void unite(uint32_t a, uint32_t b) {
+  /// Returns the root of both now.
+  uint32_t unite(uint32_t a, uint32_t b) {
     a = root(a);
     b = root(b);
-    parent_[std::max(a, b)] = std::min(a, b);
+    const uint32_t root = std::min(a, b);
+    parent_[std::max(a, b)] = root;
+    return root;
   }
 
   /// Lets every number point to its root; parents are smaller, so one pass upwards does.

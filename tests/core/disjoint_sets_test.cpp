@@ -31,6 +31,15 @@ TEST(DisjointSets, GrowByTheNumbersThatAreWanted) {
   EXPECT_EQ(sets.root(1), 0u);
 }
 
+TEST(DisjointSets, TellTheRootOfWhatTheyUnite) {
+  DisjointSets sets;
+  for (uint32_t i = 0; i < 100; ++i) EXPECT_EQ(sets.add(), i);
+  EXPECT_EQ(sets.size(), 100u);
+  EXPECT_EQ(sets.unite(90, 40), 40u);
+  EXPECT_EQ(sets.unite(7, 90), 7u);
+  EXPECT_EQ(sets.unite(40, 7), 7u);
+}
+
 TEST(DisjointSets, TakeOthersInAtAnOffset) {
   DisjointSets lower(2);
   lower.unite(0, 1);
