@@ -13,11 +13,7 @@
 namespace stiltforge::binding {
 
 /// Slices some layers and promises their runs with the regions that the runs belong to, an array of
-<<<<<<< HEAD
-/// LabelledRuns; packages/stiltforge/src/slicing.ts declares them.
-=======
 /// LabelledRuns; packages/stiltforge/src/sliced_layer.ts declares them.
->>>>>>> 4ac8178 (Unite sets in one class, for the judge and the check, too)
 class LayerRunsJob : public Job {
  public:
   /// Layers [first, first + count) of the slicer, at least one.
