@@ -12,12 +12,17 @@ bool touchesRow(std::span<const Run> row, int32_t x) {
   return run != row.end() && run->begin <= x + 1;
 }
 
+bool isSinglePixel(Run run) {
+  return run.length() == 1;
+}
+
 bool isLone(const RunRows& layer, int y, Run run) {
-  return run.end - run.begin == 1 && !touchesRow(layer.row(y - 1), run.begin) &&
+  return isSinglePixel(run) && !touchesRow(layer.row(y - 1), run.begin) &&
          !touchesRow(layer.row(y + 1), run.begin);
 }
 
 bool hasLonePixel(const RunRows& layer) {
+  if (std::none_of(layer.data(), layer.data() + layer.runCount(), isSinglePixel)) return false;
   for (int y = 0; y < layer.height(); ++y) {
     for (const Run& run : layer.row(y)) {
       if (isLone(layer, y, run)) return true;

@@ -21,15 +21,15 @@ void intersect(std::span<const Run> upper, std::span<const Run> lower, std::vect
   }
 }
 
-}  // namespace
+// Finds the contour pixels of single rows.
+class RowContours {
+ public:
+  explicit RowContours(const RunRows& material) : material_(material) {}
 
-void findContourPixels(const RunRows& material, RunRows& contours) {
-  std::vector<Run> covered;
-  contours.clear();
-  for (int y = 0; y < material.height(); ++y) {
-    intersect(material.row(y - 1), material.row(y + 1), covered);
-    std::span<const Run> inside = covered;
-    for (const Run& run : material.row(y)) {
+  void append(int y, RunRows& contours) {
+    intersect(material_.row(y - 1), material_.row(y + 1), covered_);
+    std::span<const Run> inside = covered_;
+    for (const Run& run : material_.row(y)) {
       if (run.length() <= 2) {
         contours.add(run.begin, run.end);
         continue;
@@ -38,6 +38,32 @@ void findContourPixels(const RunRows& material, RunRows& contours) {
       forEachUncovered(run, inside, [&](int32_t begin, int32_t end) { contours.add(begin, end); });
       contours.add(run.end - 1, run.end);
     }
+  }
+
+ private:
+  const RunRows& material_;
+  std::vector<Run> covered_;  // columns with material above and below
+};
+
+}  // namespace
+
+void findContourPixels(const RunRows& material, RunRows& contours) {
+  RowContours rows(material);
+  contours.clear();
+  for (int y = 0; y < material.height(); ++y) {
+    rows.append(y, contours);
+    contours.endRow();
+  }
+}
+
+void findContourPixels(const RunRows& material, const RunRows& near, int reach, RunRows& contours) {
+  RowContours rows(material);
+  contours.clear();
+  const RowRange occupied = near.occupiedRows();
+  int nearRow = occupied.begin;  // the first with pixels that is not out of reach above
+  for (int y = 0; y < material.height(); ++y) {
+    while (nearRow < occupied.end && (nearRow < y - reach || near.row(nearRow).empty())) ++nearRow;
+    if (nearRow < occupied.end && nearRow <= y + reach) rows.append(y, contours);
     contours.endRow();
   }
 }

@@ -8,4 +8,7 @@ namespace stiltforge::slicing {
 /// picture's border, on at least one of their four sides.
 void findContourPixels(const RunRows& material, RunRows& contours);
 
+/// The same for rows within `reach` of one in which `near` has pixels; other rows become empty.
+void findContourPixels(const RunRows& material, const RunRows& near, int reach, RunRows& contours);
+
 }  // namespace stiltforge::slicing

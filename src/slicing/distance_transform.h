@@ -66,7 +66,7 @@ class DistanceTransform {
 
   int32_t firstColumn_ = 0;             // of alongColumns_
   std::vector<uint16_t> alongColumns_;  // distances of a part of the row, at most beyond_
-  std::vector<int16_t> narrowWork_;
+  std::vector<int16_t> alongSquared_;   // their squares, and room to each side
   std::vector<Parabola> envelope_;
   std::vector<int32_t> squared_;  // distances of a part of that
 };

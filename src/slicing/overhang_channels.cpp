@@ -26,9 +26,17 @@ OverhangChannels::OverhangChannels(const ChannelFalloff& falloff)
 // The pixels that nothing right below or close by in their row carries.
 void OverhangChannels::findCandidates(const RunRows& material, const RunRows& carrying) {
   candidates_.clear();
-  for (int y = 0; y < material.height(); ++y) {
+  const RowRange rows = material.occupiedRows();
+  candidates_.endRows(rows.begin);
+  for (int y = rows.begin; y < rows.end; ++y) {
     std::span<const Run> carried = carrying.row(y);
     for (const Run& run : material.row(y)) {
+      while (!carried.empty() && carried.front().end <= run.begin) carried = carried.subspan(1);
+      // Most runs belong to walls, which is seen at a glance.
+      if (!carried.empty() && carried.front().begin - selfSupported_ <= run.begin &&
+          carried.front().end + selfSupported_ >= run.end) {
+        continue;
+      }
       forEachUncovered(run, carried, [&](int32_t begin, int32_t end) {
         candidates_.add(begin > run.begin ? begin + selfSupported_ : begin,
                         end < run.end ? end - selfSupported_ : end);
@@ -36,6 +44,7 @@ void OverhangChannels::findCandidates(const RunRows& material, const RunRows& ca
     }
     candidates_.endRow();
   }
+  candidates_.endRows(material.height() - rows.end);
 }
 
 // From the bytes of the candidates, which `blue` holds, to those of the pixels that overhang.
@@ -43,7 +52,9 @@ void OverhangChannels::keepOverhang(RunRows& overhang, ScratchVector<uint8_t>& b
   overhang.clear();
   const uint8_t* next = blue.data();
   uint8_t* kept = blue.data();
-  for (int y = 0; y < candidates_.height(); ++y) {
+  const RowRange rows = candidates_.occupiedRows();
+  overhang.endRows(rows.begin);
+  for (int y = rows.begin; y < rows.end; ++y) {
     for (const Run& run : candidates_.row(y)) {
       const uint8_t* const end = next + run.length();
       while (next != end) {
@@ -57,6 +68,7 @@ void OverhangChannels::keepOverhang(RunRows& overhang, ScratchVector<uint8_t>& b
     }
     overhang.endRow();
   }
+  overhang.endRows(candidates_.height() - rows.end);
   blue.resize(static_cast<std::size_t>(kept - blue.data()));
 }
 
@@ -64,7 +76,7 @@ void OverhangChannels::findOverhang(const RunRows& material, const RunRows* belo
                                     RunRows& overhang, ScratchVector<uint8_t>& blue) {
   if (below == nullptr) {
     overhang.clear();
-    for (int y = 0; y < material.height(); ++y) overhang.endRow();
+    overhang.endRows(material.height());
     blue.clear();
     return;
   }
@@ -78,7 +90,7 @@ void OverhangChannels::fill(const RunRows* below, Slice& slice) {
   findOverhang(slice.material, below, slice.overhang, slice.blue);
   slice.green.clear();
   if (slice.overhang.empty()) return;
-  findContourPixels(slice.material, contours_);
+  findContourPixels(slice.material, slice.overhang, stroke_.radius(), contours_);
   stroke_.findNearContour(slice.overhang, contours_, slice.green);
 }
 

@@ -53,13 +53,15 @@ bool ProximityValues::isWide(std::span<const Run> stretches) const {
 }
 
 // Whether there are enough to begin a transform for them, which the set makes costly.
-bool ProximityValues::hasManyWideRows(const RunRows& pixels) const {
-  int64_t wide = 0;
-  for (int y = 0; y < pixels.height(); ++y) {
+bool ProximityValues::hasManyWideRows(const RunRows& pixels, std::size_t pixelCount) const {
+  if (pixelCount <= set_->runCount()) return false;
+  std::size_t wide = 0;
+  const RowRange rows = pixels.occupiedRows();
+  for (int y = rows.begin; y < rows.end; ++y) {
     if (!isWide(pixels.row(y))) continue;
     for (const Run& stretch : pixels.row(y)) wide += stretch.length();
   }
-  return wide > static_cast<int64_t>(set_->runCount());
+  return wide > set_->runCount();
 }
 
 void ProximityValues::transformRow(int y, std::span<const Run> stretches, int reach,
@@ -111,9 +113,10 @@ void ProximityValues::begin(const RunRows& set, bool isContour) {
 
 void ProximityValues::findAll(const RunRows& pixels, ScratchVector<uint8_t>& values) {
   values.resize(pixels.pixelCount());
-  const bool transformsWideRows = hasManyWideRows(pixels);
+  const bool transformsWideRows = hasManyWideRows(pixels, values.size());
   uint8_t* at = values.data();
-  for (int y = 0; y < pixels.height(); ++y) {
+  const RowRange rows = pixels.occupiedRows();
+  for (int y = rows.begin; y < rows.end; ++y) {
     const std::span<const Run> stretches = pixels.row(y);
     if (stretches.empty()) continue;
     std::size_t count = 0;

@@ -20,6 +20,9 @@ class ProximityValues {
   /// entry the byte is 0.
   explicit ProximityValues(const std::vector<uint8_t>& falloff);
 
+  /// The longest distance, in whole pixels, with an entry.
+  int radius() const { return radius_; }
+
   /// Replaces `values` by the bytes of `pixels` in raster order. Both have the same rows. Those of
   /// the pixels that are in the set, too, must be on its contour.
   void find(const RunRows& pixels, const RunRows& set, ScratchVector<uint8_t>& values);
@@ -31,7 +34,7 @@ class ProximityValues {
   void begin(const RunRows& set, bool isContour);
   void findAll(const RunRows& pixels, ScratchVector<uint8_t>& values);
   bool isWide(std::span<const Run> stretches) const;
-  bool hasManyWideRows(const RunRows& pixels) const;
+  bool hasManyWideRows(const RunRows& pixels, std::size_t pixelCount) const;
   void searchRow(int y, std::span<const Run> stretches, uint8_t* values);
   void transformRow(int y, std::span<const Run> stretches, int reach, uint8_t* values);
 
