@@ -134,6 +134,29 @@ test('a file that cannot be moved to its place: all is as it was before', async 
   assert.ok(!existsSync(join(folder, 'new')));
 });
 
+test('a folder where the record of the run goes is an error before the work begins', async (t) => {
+  const folder = await folderWith(t);
+  await mkdir(join(folder, 'out', '.stiltforge.json'));
+  const { code, err } = await stiltforge(words, { cwd: folder });
+  assert.equal(code, 4);
+  assert.match(err, /out.\.stiltforge\.json: the file can't be written \(it is no file\)/);
+  assert.deepEqual(await readdir(join(folder, 'out')), ['.stiltforge.json']);
+});
+
+test('a record that cannot be written when all is done: all is as it was before', async (t) => {
+  const folder = await folderWith(t);
+  const out = OutputFolder.open(join(folder, 'out'), { expected: ['points.csv'], force: false });
+  await out.write('points.csv', 'points');
+  await mkdir(join(folder, 'out', '.stiltforge.json'));
+  assert.throws(() => out.commit(() => false), {
+    name: 'UserError',
+    exitCode: 4,
+    message: /\.stiltforge\.json: the file can't be written/,
+  });
+  out.discard();
+  assert.deepEqual(await readdir(join(folder, 'out')), ['.stiltforge.json']);
+});
+
 test('what a killed run left goes with the next run, what other runs are writing stays', async (t) => {
   const folder = await temporaryFolder(t);
   await writeFile(join(folder, 'tall.stl'), binaryStl(box([0, 0, 0], [60, 60, 200])));

@@ -57,6 +57,7 @@ export class OutputFolder {
         for (const stale of staleStagingFolders(path)) folder.clearUp(stale);
         folder.staging = makeStagingFolder(path);
       });
+      folder.requireNoFolderAt(recordName);
       const record = readRecord(path);
       for (const name of expected) folder.requirePlaceFor(name, record);
     } catch (error) {
@@ -129,8 +130,11 @@ export class OutputFolder {
       this.writeRecord(after);
     } catch (error) {
       moves.undo();
-      if (before.size > 0) this.writeRecord(before);
-      else rmSync(join(this.path, recordName), { force: true });
+      // Where that fails, too, the record that is there names the old files as well.
+      ignoringErrors(() => {
+        if (before.size > 0) this.writeRecord(before);
+        else rmSync(join(this.path, recordName), { force: true });
+      });
       throw outputError(join(this.path, current), 'the file', error);
     }
     for (const name of retired) {
@@ -142,7 +146,8 @@ export class OutputFolder {
 
   /** Removes what was written and not committed, and the folders made for it. Synchronous, so that a dying process can do it. */
   discard(): void {
-    if (this.staging !== '') removeStagingFolder(this.staging);
+    // What can't be removed, as by a system that is still looking at it, goes with a later run.
+    if (this.staging !== '') ignoringErrors(() => removeStagingFolder(this.staging));
     // Somebody may have put something else into them meanwhile.
     for (const folder of this.made.splice(0).reverse()) ignoringErrors(() => rmdirSync(folder));
   }
@@ -165,7 +170,7 @@ export class OutputFolder {
     removeStagingFolder(staging);
   }
 
-  private requirePlaceFor(name: string, record: RunRecord): void {
+  private requireNoFolderAt(name: string): void {
     const place = join(this.path, name);
     inOutputError(place, 'the file', () => {
       const parent = dirname(place);
@@ -174,6 +179,11 @@ export class OutputFolder {
       }
       if (existsSync(place) && !statSync(place).isFile()) throw new Error('it is no file');
     });
+  }
+
+  private requirePlaceFor(name: string, record: RunRecord): void {
+    const place = join(this.path, name);
+    this.requireNoFolderAt(name);
     if (!existsSync(place) || this.force || this.isOurs(name, record)) return;
     throw new UserError(
       ExitCode.output,
