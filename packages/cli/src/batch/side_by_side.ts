@@ -91,7 +91,7 @@ function ended<Result>(
     const stop = (): void => tell({ kind: 'stop' });
     signal.addEventListener('abort', stop);
 
-    child.stderr?.on('data', (text) => {
+    child.stderr?.setEncoding('utf8').on('data', (text: string) => {
       lastWords = `${lastWords}${text}`.slice(-mostLastWords);
     });
     child.on('message', async (message: FromRun<Result>) => {
