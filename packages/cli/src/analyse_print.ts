@@ -1,23 +1,15 @@
 import { basename } from 'node:path';
 import { createLayerSlicer, defaultSupport } from 'stiltforge/slicing';
-import {
-  admission,
-  type Inspected,
-  inspectFolder,
-  inspecting,
-  inspectName,
-  type JobWatcher,
-  requireLayers,
-} from './analyse_mesh.js';
 import { commandHost } from './command_host.js';
-import { Interrupted } from './errors.js';
-import { isLackOfMemory, outOfMemory, predictedMemory } from './memory.js';
+import { type Inspected, inspectedFiles, inspecting, requireLayers } from './inspected_regions.js';
+import { predictedMemory } from './memory.js';
 import { pointsCsv, supportsJson } from './output/documents.js';
 import { defaultFormats, formatFiles, type OutputFormat } from './output/formats.js';
-import { OutputFolder } from './output/output_folder.js';
+import type { OutputFolder } from './output/output_folder.js';
 import { reportName } from './output/report_name.js';
 import { mostSlices, sliceName, sliceSheetName } from './picture_names.js';
-import { asUserError, cropAround } from './printed_file.js';
+import { cropAround } from './printed_file.js';
+import { type FolderJob, type JobWatcher, runIntoFolder } from './run_into_folder.js';
 import type { Summary } from './summary.js';
 import {
   analyseLayers,
@@ -32,11 +24,7 @@ import {
 /** Pixels around the material in pictures of slices. */
 const pictureMargin = 4;
 
-export interface PrintJob extends LayersJob, Inspected {
-  /** Folder for the outputs; made when missing. */
-  folder: string;
-  /** Overwrite files that stand in the way and were not written by an earlier run. */
-  force?: boolean;
+export interface PrintJob extends LayersJob, Omit<FolderJob, 'keep'>, Inspected {
   /** What the points are written to, json or csv; both unless set. */
   formats?: readonly OutputFormat[];
   pictures: boolean;
@@ -48,43 +36,26 @@ export interface PrintJob extends LayersJob, Inspected {
  * The whole road of a print whose layers are in a file: the same analysis and outputs as analyseMesh(),
  * with places in millimetres of the plate. Throws as that does.
  */
-export async function analysePrint(job: PrintJob, watcher: JobWatcher): Promise<Summary> {
-  const started = performance.now();
-  const prepared = preparePrint(job, job, commandHost);
-  requireLayers(job, job.printed.file.layerCount);
-  const folder = OutputFolder.open(job.folder, {
-    expected: expectedFiles(job),
-    force: job.force ?? false,
+export function analysePrint(job: PrintJob, watcher: JobWatcher): Promise<Summary> {
+  return runIntoFolder(job, watcher, () => {
+    const prepared = preparePrint(job, job, commandHost);
+    requireLayers(job, job.printed.file.layerCount);
+    return {
+      expected: expectedFiles(job),
+      memory: prepared.memory,
+      write: (folder) => writeOutputs(job, watcher, prepared, folder),
+    };
   });
-  const discard = (): void => folder.discard();
-  process.once('exit', discard);
-  try {
-    const waited = await admission(watcher, prepared.memory);
-    const summary = await writeOutputs(job, watcher, prepared, folder);
-    folder.commit((name) => name.startsWith(`${inspectFolder}/`));
-    const seconds = (performance.now() - started) / 1000 - waited;
-    return { ...summary, seconds, peakMemory: 1024 * process.resourceUsage().maxRSS };
-  } catch (error) {
-    if (watcher.signal.aborted) throw new Interrupted();
-    throw isLackOfMemory(error) ? outOfMemory(job.name, error) : asUserError(error);
-  } finally {
-    folder.discard();
-    process.off('exit', discard);
-  }
 }
 
-function expectedFiles({
-  pictures,
-  report,
-  inspect,
-  formats = defaultFormats,
-}: PrintJob): string[] {
+function expectedFiles(job: PrintJob): string[] {
+  const { formats = defaultFormats, pictures, report } = job;
   const slices = Array.from({ length: mostSlices }, (_, index) => sliceName(index));
   return [
     ...formats.map((format) => formatFiles[format]),
     ...(pictures ? [sliceSheetName, ...slices] : []),
     ...(report ? [reportName] : []),
-    ...inspect.map((region) => `${inspectName(region)}.png`),
+    ...inspectedFiles(job),
   ];
 }
 

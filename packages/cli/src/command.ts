@@ -1,11 +1,11 @@
 import { existsSync } from 'node:fs';
 import { Command, CommanderError, InvalidArgumentError, Option } from 'commander';
-import type { RegionToInspect } from './analyse_mesh.js';
 import { type CheckAction, checkCommand } from './check/command.js';
 import { completionCommand } from './completion/command.js';
 import { doctorCommand } from './doctor/command.js';
 import { codeOf, ExitCode, Interrupted, messageOf, Told, UserError } from './errors.js';
 import { inspectCommand } from './inspect/command.js';
+import type { RegionToInspect } from './inspected_regions.js';
 import { nearestName } from './nearest_name.js';
 import { mostCopies } from './number_rules.js';
 import type { Options } from './one_input.js';

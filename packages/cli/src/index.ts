@@ -9,16 +9,12 @@ export {
   type PrintSettings,
   type SupportSettings,
 } from 'stiltforge/slicing';
-export {
-  analyseMesh,
-  type Job,
-  type JobWatcher,
-  type RegionToInspect,
-} from './analyse_mesh.js';
+export { analyseMesh, type Job } from './analyse_mesh.js';
 export { analysePrint, type PrintJob } from './analyse_print.js';
 export { type CheckedFile, type CheckRun, checkFiles } from './check/check_files.js';
 export { type CheckDocument, checkDocument } from './check/document.js';
 export { ExitCode, Interrupted, UserError } from './errors.js';
+export type { RegionToInspect } from './inspected_regions.js';
 export { type Making, predictedMemory } from './memory.js';
 export { loadMesh } from './mesh/load.js';
 export type {
@@ -44,6 +40,7 @@ export {
   type RegionPoint,
   regionPictures,
 } from './region_pictures.js';
+export type { JobWatcher } from './run_into_folder.js';
 export {
   type BuiltPart,
   buildSupports,

@@ -1,8 +1,9 @@
 import { basename, extname } from 'node:path';
 import type { Command } from 'commander';
 import { isPrinterFile, type PrintSettings, type SupportSettings } from 'stiltforge/slicing';
-import { analyseMesh, type Job, type JobWatcher, type RegionToInspect } from './analyse_mesh.js';
+import { analyseMesh, type Job } from './analyse_mesh.js';
 import { analysePrint } from './analyse_print.js';
+import type { RegionToInspect } from './inspected_regions.js';
 import { loadMesh } from './mesh/load.js';
 import type { OutputFormat } from './output/formats.js';
 import { givenParameters, type ParameterOptions } from './params/given.js';
@@ -16,6 +17,7 @@ import {
 import { placedMesh, placementOf } from './placement.js';
 import { partOfMeshes, type ReadMesh } from './plate/part_of_meshes.js';
 import { type PrintOptions, printJob, requireNoPrintOptions } from './print_options.js';
+import type { JobWatcher } from './run_into_folder.js';
 import { type ScaffoldOptions, scaffoldJob } from './scaffold/options.js';
 import type { ScaffoldJob } from './scaffold/supports_geometry.js';
 import { checkSettings } from './setting_ranges.js';

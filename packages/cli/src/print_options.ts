@@ -1,9 +1,9 @@
 import { basename, extname } from 'node:path';
 import { type Command, InvalidArgumentError } from 'commander';
 import type { SupportSettings } from 'stiltforge/slicing';
-import type { RegionToInspect } from './analyse_mesh.js';
 import type { PrintJob } from './analyse_print.js';
 import { ExitCode, UserError } from './errors.js';
+import type { RegionToInspect } from './inspected_regions.js';
 import type { OutputFormat } from './output/formats.js';
 import { openPrint } from './printed_file.js';
 
