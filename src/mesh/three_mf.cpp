@@ -104,10 +104,6 @@ class ThreeMfReader {
     std::unordered_map<std::uint32_t, Node> nodes;
   };
 
-  static std::string itemName(std::size_t index) {
-    return "build item " + grouped(index + 1) + " of the 3MF";
-  }
-
   const files::ZipArchive::Entry& rootEntry() {
     std::string name = usualModelPart;
     if (const files::ZipArchive::Entry* list = archive_.find(relationshipsPart)) {
