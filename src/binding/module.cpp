@@ -36,8 +36,8 @@ Napi::Object initialize(Napi::Env env, Napi::Object exports) {
   exports.Set("readMesh", Napi::Function::New<&stiltforge::binding::readMesh>(env, "readMesh"));
   exports.Set("startOrientation",
               Napi::Function::New<&stiltforge::binding::startOrientation>(env, "startOrientation"));
-  exports.Set("buildScaffold",
-              Napi::Function::New<&stiltforge::binding::buildScaffold>(env, "buildScaffold"));
+  exports.Set("startScaffold",
+              Napi::Function::New<&stiltforge::binding::startScaffold>(env, "startScaffold"));
   exports.Set(
       "findScaffoldConflict",
       Napi::Function::New<&stiltforge::binding::findScaffoldConflict>(env, "findScaffoldConflict"));

@@ -1,7 +1,6 @@
 #include "binding/orientation.h"
 
 #include <array>
-#include <atomic>
 #include <cmath>
 #include <cstring>
 #include <memory>
@@ -15,10 +14,10 @@
 #include "binding/job.h"
 #include "binding/options.h"
 #include "binding/print_settings.h"
+#include "binding/watch.h"
 #include "node_api/host_memory.h"
 #include "node_api/refusal.h"
 #include "node_api/value_maker.h"
-#include "node_api/work_listener.h"
 #include "orient/search.h"
 #include "print/setting_ranges.h"
 #include "print/turn.h"
@@ -37,13 +36,6 @@ constexpr uint32_t mostListed = 1000;
 constexpr uint32_t mostAtOnce = 1000;
 constexpr double mostWeight = 1e6;
 
-/// What a search and the functions that watch it share.
-struct Watch {
-  std::atomic<std::size_t> done{0};
-  std::atomic<std::size_t> total{0};
-  std::atomic<bool> cancelled{false};
-};
-
 const char* nameOf(orient::Origin origin) {
   switch (origin) {
     case orient::Origin::asItIs:
@@ -61,23 +53,15 @@ const char* nameOf(orient::Origin origin) {
 class SearchJob : public Job {
  public:
   SearchJob(Napi::Env env, std::vector<float> positions, const orient::SearchSettings& settings,
-            std::shared_ptr<Watch> watch, WorkListener listener)
-      : Job(env),
-        positions_(std::move(positions)),
-        settings_(settings),
-        watch_(std::move(watch)),
-        listener_(std::move(listener)) {}
+            std::shared_ptr<Watch> watch)
+      : Job(env), positions_(std::move(positions)), settings_(settings), watch_(std::move(watch)) {}
 
  protected:
   void work() override {
     try {
       found_ = orient::search(
           positions_, settings_,
-          [this](std::size_t done, std::size_t total) {
-            watch_->total = total;
-            watch_->done = done;
-            listener_.tell(static_cast<double>(done), static_cast<double>(total));
-          },
+          [this](std::size_t done, std::size_t total) { watch_->tell(done, total); },
           &watch_->cancelled);
     } catch (const slicing::SlicingError& error) {
       throw JobRefusal(codes::mesh, error.what());
@@ -148,7 +132,6 @@ class SearchJob : public Job {
   std::vector<float> positions_;
   orient::SearchSettings settings_;
   std::shared_ptr<Watch> watch_;
-  WorkListener listener_;
   orient::SearchResult found_;
 };
 
@@ -231,8 +214,7 @@ Napi::Value startOrientation(const Napi::CallbackInfo& info) {
              "cupsWeight",     "marksWeight",   "keepClean",      "directions",    "listed",
              "confirm",        "atOnce",        "listener"});
   const orient::SearchSettings settings = readSettings(env, options, info[0].As<Napi::Object>());
-  auto watch = std::make_shared<Watch>();
-  WorkListener listener(info[0].As<Napi::Object>().Get("listener"));
+  auto watch = std::make_shared<Watch>(info[0].As<Napi::Object>());
   // Last, so that no getter can take the memory away between the check and the copy.
   const Napi::TypedArray given = options.floats("positions");
   std::unique_ptr<SearchJob> job;
@@ -240,27 +222,12 @@ Napi::Value startOrientation(const Napi::CallbackInfo& info) {
     const HostBytes host = HostBytes::ofView(given);
     const std::span<const float> numbers = host.as<float>();
     std::vector<float> positions(numbers.begin(), numbers.end());
-    job = std::make_unique<SearchJob>(env, std::move(positions), settings, watch,
-                                      std::move(listener));
+    job = std::make_unique<SearchJob>(env, std::move(positions), settings, watch);
   } catch (const std::bad_alloc&) {
     throw refusal(env, codes::memory,
                   "There is not enough memory for a copy of the mesh. Simplify it first.");
   }
-  Napi::Object search = Napi::Object::New(env);
-  search.Set("progress", Napi::Function::New(
-                             env,
-                             [watch](const Napi::CallbackInfo& call) {
-                               Napi::Array progress = Napi::Array::New(call.Env(), 2);
-                               progress.Set(0U, static_cast<double>(watch->done));
-                               progress.Set(1U, static_cast<double>(watch->total));
-                               return progress;
-                             },
-                             "progress"));
-  search.Set("cancel",
-             Napi::Function::New(
-                 env, [watch](const Napi::CallbackInfo&) { watch->cancelled = true; }, "cancel"));
-  search.Set("result", Job::startAtOnce(std::move(job)));
-  return search;
+  return watched(env, watch, Job::startAtOnce(std::move(job)));
 }
 
 Napi::Value turnMesh(const Napi::CallbackInfo& info) {

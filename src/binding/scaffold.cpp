@@ -12,10 +12,9 @@
 #include <vector>
 
 #include "binding/array_buffer.h"
-#include "binding/cancelled.h"
 #include "binding/job.h"
 #include "binding/options.h"
-#include "binding/rejection.h"
+#include "binding/watch.h"
 #include "node_api/host_memory.h"
 #include "node_api/refusal.h"
 #include "node_api/value_maker.h"
@@ -57,13 +56,13 @@ std::string sentenceOf(const scaffold::SettingConflict& conflict) {
 class ScaffoldJob : public Job {
  public:
   ScaffoldJob(Napi::Env env, std::vector<float> positions, std::vector<slicing::Vector> points,
-              double plateZ, const scaffold::Settings& settings, Cancelled cancelled)
+              double plateZ, const scaffold::Settings& settings, std::shared_ptr<Watch> watch)
       : Job(env),
         positions_(std::move(positions)),
         points_(std::move(points)),
         plateZ_(plateZ),
         settings_(settings),
-        cancelled_(std::move(cancelled)) {}
+        watch_(std::move(watch)) {}
 
  protected:
   void work() override {
@@ -74,7 +73,10 @@ class ScaffoldJob : public Job {
       if (const auto conflict = scaffold::findConflict(settings_, lift)) {
         throw JobRefusal(codes::parameter, sentenceOf(*conflict));
       }
-      built_ = scaffold::build(std::move(part), points_, plateZ_, settings_, cancelled_.get());
+      built_ = scaffold::build(
+          std::move(part), points_, plateZ_, settings_,
+          [this](std::size_t done, std::size_t total) { watch_->tell(done, total); },
+          &watch_->cancelled);
     } catch (const slicing::SlicingError& error) {
       throw JobRefusal(codes::mesh, error.what());
     } catch (const scaffold::Cancelled& error) {
@@ -86,6 +88,7 @@ class ScaffoldJob : public Job {
     ValueMaker make(env);
     *value = make.object();
     make.set(*value, make.string("positions"), positions(make));
+    make.set(*value, make.string("rings"), rings(make));
     napi_value supports = make.array(built_.supports.size());
     for (std::size_t i = 0; i < built_.supports.size(); ++i) {
       const ValueScope scope(make);
@@ -93,9 +96,7 @@ class ScaffoldJob : public Job {
       napi_value support = make.object();
       make.set(support, make.string("point"), make.number(from.point));
       make.set(support, make.string("stand"), make.string(nameOf(from.stand)));
-      make.set(support, make.string("firstTriangle"),
-               make.number(static_cast<double>(from.firstTriangle)));
-      make.set(support, make.string("triangles"), make.number(static_cast<double>(from.triangles)));
+      setPlace(make, support, from);
       make.set(supports, static_cast<uint32_t>(i), support);
     }
     make.set(*value, make.string("supports"), supports);
@@ -125,6 +126,18 @@ class ScaffoldJob : public Job {
   }
 
  private:
+  // Where a support or a brace is among the triangles and the rings.
+  template <class Piece>
+  static void setPlace(ValueMaker& make, napi_value object, const Piece& piece) {
+    const auto set = [&](const char* name, std::size_t value) {
+      make.set(object, make.string(name), make.number(static_cast<double>(value)));
+    };
+    set("firstTriangle", piece.firstTriangle);
+    set("triangles", piece.triangles);
+    set("firstRing", piece.firstRing);
+    set("rings", piece.rings);
+  }
+
   napi_value braces(ValueMaker& make) {
     napi_value braces = make.array(built_.braces.size());
     for (std::size_t i = 0; i < built_.braces.size(); ++i) {
@@ -133,27 +146,39 @@ class ScaffoldJob : public Job {
       napi_value brace = make.object();
       make.set(brace, make.string("first"), make.number(from.first));
       make.set(brace, make.string("second"), make.number(from.second));
-      make.set(brace, make.string("firstTriangle"),
-               make.number(static_cast<double>(from.firstTriangle)));
-      make.set(brace, make.string("triangles"), make.number(static_cast<double>(from.triangles)));
+      setPlace(make, brace, from);
       make.set(braces, static_cast<uint32_t>(i), brace);
     }
     return braces;
   }
 
   napi_value positions(ValueMaker& make) {
-    const std::size_t bytes = built_.triangles.size() * sizeof(slicing::Triangle);
     static_assert(sizeof(slicing::Triangle) == 9 * sizeof(float));
+    napi_value array = numbers(make, napi_float32_array, sizeof(float), built_.triangles);
+    built_.triangles = {};
+    return array;
+  }
+
+  napi_value rings(ValueMaker& make) {
+    static_assert(sizeof(scaffold::Ring) == 4 * sizeof(double));
+    napi_value array = numbers(make, napi_float64_array, sizeof(double), built_.rings);
+    built_.rings = {};
+    return array;
+  }
+
+  // The numbers that elements consist of, each of `size` bytes.
+  template <class Element>
+  static napi_value numbers(ValueMaker& make, napi_typedarray_type type, std::size_t size,
+                            const std::vector<Element>& elements) {
+    const std::size_t bytes = elements.size() * sizeof(Element);
     napi_value buffer = nullptr;
     napi_value array = nullptr;
     if (make.status() == napi_ok) make.check(newArrayBuffer(make.env(), bytes, &buffer));
     if (make.status() == napi_ok) {
-      make.check(copyToHost(make.env(), buffer, built_.triangles.data(), bytes));
+      make.check(copyToHost(make.env(), buffer, elements.data(), bytes));
     }
     if (make.status() != napi_ok) return nullptr;
-    make.check(napi_create_typedarray(make.env(), napi_float32_array, bytes / sizeof(float), buffer,
-                                      0, &array));
-    built_.triangles = {};
+    make.check(napi_create_typedarray(make.env(), type, bytes / size, buffer, 0, &array));
     return array;
   }
 
@@ -161,7 +186,7 @@ class ScaffoldJob : public Job {
   std::vector<slicing::Vector> points_;
   double plateZ_;
   scaffold::Settings settings_;
-  Cancelled cancelled_;
+  std::shared_ptr<Watch> watch_;
   Scaffold built_;
 };
 
@@ -211,46 +236,44 @@ std::vector<slicing::Vector> readPoints(Napi::Env env, const Napi::Value& value)
 
 }  // namespace
 
-Napi::Value buildScaffold(const Napi::CallbackInfo& info) {
+Napi::Value startScaffold(const Napi::CallbackInfo& info) {
   const Napi::Env env = info.Env();
-  return rejectOnError(env, [&] {
-    const Options options(
-        info, {"positions", "points", "plateZ", "layerHeight", "tipDiameter", "tipLength",
-               "penetration", "pillarDiameter", "footDiameter", "footHeight", "clearance",
-               "raftThickness", "braceDiameter", "braceReach"});
-    scaffold::Settings settings = readSettings(options);
-    settings.layerHeight = options.number("layerHeight");
-    if (!(settings.layerHeight > 0 && std::isfinite(settings.layerHeight))) {
-      throw Napi::RangeError::New(env, "The option \"layerHeight\" is " +
-                                           slicing::numberText(settings.layerHeight) +
-                                           "; it must be a positive number of millimetres.");
-    }
-    // The lift is known when the mesh has been looked at.
-    constexpr double anyLift = std::numeric_limits<double>::infinity();
-    if (const auto conflict = scaffold::findConflict(settings, anyLift)) {
-      throw Napi::RangeError::New(env, sentenceOf(*conflict));
-    }
-    const double plateZ = options.number("plateZ");
-    if (!std::isfinite(plateZ)) {
-      throw Napi::RangeError::New(env, "The option \"plateZ\" must be a finite number.");
-    }
-    Cancelled cancelled = cancelledBy(env, info[1]);
-    std::unique_ptr<ScaffoldJob> job;
-    try {
-      std::vector<slicing::Vector> points =
-          readPoints(env, info[0].As<Napi::Object>().Get("points"));
-      // Last, so that no getter can take the memory away between the check and the copy.
-      const HostBytes host = HostBytes::ofView(options.floats("positions"));
-      const std::span<const float> given = host.as<float>();
-      std::vector<float> positions(given.begin(), given.end());
-      job = std::make_unique<ScaffoldJob>(env, std::move(positions), std::move(points), plateZ,
-                                          settings, std::move(cancelled));
-    } catch (const std::bad_alloc&) {
-      throw refusal(env, codes::memory,
-                    "There is not enough memory for a copy of the mesh. Simplify it first.");
-    }
-    return Job::startAtOnce(std::move(job));
-  });
+  const Options options(info,
+                        {"positions", "points", "plateZ", "layerHeight", "tipDiameter", "tipLength",
+                         "penetration", "pillarDiameter", "footDiameter", "footHeight", "clearance",
+                         "raftThickness", "braceDiameter", "braceReach", "listener"});
+  scaffold::Settings settings = readSettings(options);
+  settings.layerHeight = options.number("layerHeight");
+  if (!(settings.layerHeight > 0 && std::isfinite(settings.layerHeight))) {
+    throw Napi::RangeError::New(env, "The option \"layerHeight\" is " +
+                                         slicing::numberText(settings.layerHeight) +
+                                         "; it must be a positive number of millimetres.");
+  }
+  // The lift is known when the mesh has been looked at.
+  constexpr double anyLift = std::numeric_limits<double>::infinity();
+  if (const auto conflict = scaffold::findConflict(settings, anyLift)) {
+    throw Napi::RangeError::New(env, sentenceOf(*conflict));
+  }
+  const double plateZ = options.number("plateZ");
+  if (!std::isfinite(plateZ)) {
+    throw Napi::RangeError::New(env, "The option \"plateZ\" must be a finite number.");
+  }
+  const auto given = info[0].As<Napi::Object>();
+  auto watch = std::make_shared<Watch>(given);
+  std::unique_ptr<ScaffoldJob> job;
+  try {
+    std::vector<slicing::Vector> points = readPoints(env, given.Get("points"));
+    // Last, so that no getter can take the memory away between the check and the copy.
+    const HostBytes host = HostBytes::ofView(options.floats("positions"));
+    const std::span<const float> floats = host.as<float>();
+    std::vector<float> positions(floats.begin(), floats.end());
+    job = std::make_unique<ScaffoldJob>(env, std::move(positions), std::move(points), plateZ,
+                                        settings, watch);
+  } catch (const std::bad_alloc&) {
+    throw refusal(env, codes::memory,
+                  "There is not enough memory for a copy of the mesh. Simplify it first.");
+  }
+  return watched(env, watch, Job::startAtOnce(std::move(job)));
 }
 
 Napi::Value findScaffoldConflict(const Napi::CallbackInfo& info) {

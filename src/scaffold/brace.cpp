@@ -120,10 +120,11 @@ using Pair = std::pair<std::size_t, std::size_t>;
 class Bracing {
  public:
   Bracing(const std::vector<Pillar>& pillars, const TriangleIndex& part, const Settings& settings,
-          const std::atomic<bool>* cancelled)
+          const std::function<void()>& looked, const std::atomic<bool>* cancelled)
       : pillars_(pillars),
         part_(part),
         settings_(settings),
+        looked_(looked),
         cancelled_(cancelled),
         surroundings_(pillars, settings.braceReach) {}
 
@@ -151,6 +152,7 @@ class Bracing {
     workers::parallelFor(pillars_.size(), [&](std::size_t i) {
       if (cancelled_ && *cancelled_) return;
       each[i] = find(i);
+      if (looked_) looked_();
     });
     std::map<Pair, std::vector<Brace>> found;
     for (std::vector<Brace>& braces : each) {
@@ -186,6 +188,7 @@ class Bracing {
   const std::vector<Pillar>& pillars_;
   const TriangleIndex& part_;
   const Settings& settings_;
+  const std::function<void()>& looked_;
   const std::atomic<bool>* cancelled_;
   Surroundings surroundings_;
   std::map<Pair, std::vector<Brace>> found_;
@@ -211,6 +214,7 @@ std::optional<Pillar> pillarOf(const std::vector<Ring>& rings) {
 
 std::vector<Brace> bracesBetween(const std::vector<std::optional<Pillar>>& pillars,
                                  const TriangleIndex& part, const Settings& settings,
+                                 const std::function<void()>& looked,
                                  const std::atomic<bool>* cancelled) {
   if (!(settings.braceReach > 0)) return {};
   std::vector<Pillar> high;
@@ -220,7 +224,7 @@ std::vector<Brace> bracesBetween(const std::vector<std::optional<Pillar>>& pilla
     high.push_back(*pillars[i]);
     numbers.push_back(i);
   }
-  std::vector<Brace> braces = Bracing(high, part, settings, cancelled).run();
+  std::vector<Brace> braces = Bracing(high, part, settings, looked, cancelled).run();
   for (Brace& brace : braces) {
     brace.first = numbers[brace.first];
     brace.second = numbers[brace.second];

@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <cstddef>
+#include <functional>
 #include <optional>
 #include <vector>
 
@@ -31,14 +32,19 @@ struct Brace {
   std::vector<Ring> rings;  ///< the lower one first; both lie inside the pillars
 };
 
+/// How often bracesBetween() looks at a slender pillar.
+inline constexpr std::size_t looksAtPillar = 2;
+
 /// Connects slender pillars that stand within settings.braceReach of each other, free of the part:
 /// those between which no other stands (K. R. Gabriel and R. R. Sokal, "A new statistical approach
 /// to geographic variation analysis", 1969), and those that would stand alone with the nearest that
 /// they can reach. By pairs; of a pair the highest brace comes first. Others are passed over.
-/// Spread over the worker pool; the same for any number of workers. Ends early, with whatever there
-/// is, when `cancelled` is raised.
+/// Spread over the worker pool; the same for any number of workers. `looked` is called by any
+/// thread after each look at a pillar. Ends early, with whatever there is, when `cancelled` is
+/// raised.
 std::vector<Brace> bracesBetween(const std::vector<std::optional<Pillar>>& pillars,
                                  const TriangleIndex& part, const Settings& settings,
-                                 const std::atomic<bool>* cancelled);
+                                 const std::function<void()>& looked = {},
+                                 const std::atomic<bool>* cancelled = nullptr);
 
 }  // namespace stiltforge::scaffold

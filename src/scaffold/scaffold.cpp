@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <mutex>
 #include <optional>
 #include <string>
 #include <utility>
@@ -36,20 +37,60 @@ void requireNear(const slicing::Bounds& bounds, double plateZ) {
                               "of supports; it must stay within 16,384 mm. Move it there.");
 }
 
+// Tells how far the work is.
+class Steps {
+ public:
+  Steps(const Progress& progress, std::size_t total) : progress_(progress), total_(total) {}
+
+  // So many in all, as is known by now.
+  void expect(std::size_t total) {
+    total_ = total;
+    if (progress_) progress_(done_, total_);
+  }
+
+  // By any thread.
+  void count() {
+    if (!progress_) return;
+    const std::lock_guard<std::mutex> lock(mutex_);
+    progress_(++done_, total_);
+  }
+
+ private:
+  const Progress& progress_;
+  std::mutex mutex_;
+  std::size_t done_ = 0;
+  std::size_t total_;
+};
+
+// Appends the surface around rings, and these; `piece` is told where they are.
+template <class Piece>
+void append(const std::vector<Ring>& rings, Piece& piece, Scaffold& scaffold) {
+  piece.firstTriangle = scaffold.triangles.size();
+  appendShell(rings, scaffold.triangles);
+  piece.triangles = scaffold.triangles.size() - piece.firstTriangle;
+  piece.firstRing = scaffold.rings.size();
+  piece.rings = rings.size();
+  scaffold.rings.insert(scaffold.rings.end(), rings.begin(), rings.end());
+}
+
 void appendBraces(const std::vector<std::optional<Route>>& routes, const TriangleIndex& part,
-                  const Settings& settings, const std::atomic<bool>* cancelled,
+                  const Settings& settings, const std::atomic<bool>* cancelled, Steps& steps,
                   Scaffold& scaffold) {
   std::vector<std::optional<Pillar>> pillars(routes.size());
+  std::size_t slender = 0;
   for (std::size_t i = 0; i < routes.size(); ++i) {
     if (routes[i]) pillars[i] = pillarOf(routes[i]->rings);
+    if (pillars[i] && pillars[i]->isSlender()) ++slender;
   }
+  steps.expect(routes.size() + (settings.braceReach > 0 ? looksAtPillar * slender : 0));
   std::vector<bool> isBraced(routes.size());
-  for (const Brace& brace : bracesBetween(pillars, part, settings, cancelled)) {
-    const std::size_t before = scaffold.triangles.size();
-    appendShell(brace.rings, scaffold.triangles);
-    scaffold.braces.push_back({static_cast<uint32_t>(brace.first),
-                               static_cast<uint32_t>(brace.second), before,
-                               scaffold.triangles.size() - before});
+  for (const Brace& brace : bracesBetween(
+           pillars, part, settings, [&steps] { steps.count(); }, cancelled)) {
+    BuiltBrace built;
+    built.first = static_cast<uint32_t>(brace.first);
+    built.second = static_cast<uint32_t>(brace.second);
+    append(brace.rings, built, scaffold);
+    scaffold.braces.push_back(built);
     isBraced[brace.first] = true;
     isBraced[brace.second] = true;
   }
@@ -63,7 +104,8 @@ void appendBraces(const std::vector<std::optional<Route>>& routes, const Triangl
 }  // namespace
 
 Scaffold build(slicing::TriangleMesh part, std::span<const slicing::Vector> points, double plateZ,
-               const Settings& settings, const std::atomic<bool>* cancelled) {
+               const Settings& settings, const Progress& progress,
+               const std::atomic<bool>* cancelled) {
   requireNear(part.bounds, plateZ);
   const TriangleIndex index(std::move(part));
   const double raftTop = plateZ + settings.raftThickness;
@@ -71,9 +113,11 @@ Scaffold build(slicing::TriangleMesh part, std::span<const slicing::Vector> poin
 
   const RouteFinder finder(index, settings, base);
   std::vector<std::optional<Route>> routes(points.size());
+  Steps steps(progress, (1 + looksAtPillar) * points.size());
   workers::parallelFor(points.size(), [&](std::size_t i) {
     if (cancelled && *cancelled) return;
     routes[i] = finder.find(contactAt(points[i], index, settings));
+    steps.count();
   });
   if (cancelled && *cancelled) throw Cancelled();
 
@@ -86,13 +130,14 @@ Scaffold build(slicing::TriangleMesh part, std::span<const slicing::Vector> poin
       scaffold.leftOut.push_back({point, isLow ? Reason::tooLow : Reason::noWay});
       continue;
     }
-    const std::size_t before = scaffold.triangles.size();
-    appendShell(routes[i]->rings, scaffold.triangles);
-    scaffold.supports.push_back(
-        {point, routes[i]->stand, before, scaffold.triangles.size() - before});
+    Support support;
+    support.point = point;
+    support.stand = routes[i]->stand;
+    append(routes[i]->rings, support, scaffold);
+    scaffold.supports.push_back(support);
     if (routes[i]->stand != Stand::part) feet.push_back(routes[i]->rings.front().centre);
   }
-  appendBraces(routes, index, settings, cancelled, scaffold);
+  appendBraces(routes, index, settings, cancelled, steps, scaffold);
   if (cancelled && *cancelled) throw Cancelled();
   if (settings.raftThickness > 0) {
     const std::size_t before = scaffold.triangles.size();

@@ -3,12 +3,14 @@
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <span>
 #include <stdexcept>
 #include <vector>
 
 #include "scaffold/route.h"
 #include "scaffold/settings.h"
+#include "scaffold/shell.h"
 #include "slicing/triangle_mesh.h"
 #include "slicing/vector.h"
 
@@ -20,6 +22,8 @@ struct Support {
   Stand stand = Stand::plate;
   std::size_t firstTriangle = 0;
   std::size_t triangles = 0;
+  std::size_t firstRing = 0;
+  std::size_t rings = 0;
 };
 
 /// A rod between the pillars of two supports.
@@ -28,6 +32,8 @@ struct BuiltBrace {
   uint32_t second = 0;
   std::size_t firstTriangle = 0;
   std::size_t triangles = 0;
+  std::size_t firstRing = 0;
+  std::size_t rings = 0;
 };
 
 /// Why a point has none.
@@ -46,6 +52,7 @@ struct LeftOut {
 /// the part by their tips: slicers take the union.
 struct Scaffold {
   std::vector<slicing::Triangle> triangles;
+  std::vector<Ring> rings;        ///< around which the surfaces are, of each the lowest first
   std::vector<Support> supports;  ///< in the order of the points
   std::vector<LeftOut> leftOut;   ///< likewise
   std::vector<BuiltBrace> braces;
@@ -58,6 +65,10 @@ struct Cancelled : std::runtime_error {
   Cancelled() : std::runtime_error("the building of supports was cancelled") {}
 };
 
+/// (steps done, all of them as far as is known). Called by one thread at a time, in ascending
+/// order, from any thread.
+using Progress = std::function<void(std::size_t done, std::size_t total)>;
+
 /// Builds the supports of the points: x and y of the middle of a pixel, z of the lower face of its
 /// layer, mm. plateZ: mm. Settings must be usable, see findConflict(). The part need not be closed.
 /// Spread over the worker pool; the same result for any number of workers.
@@ -65,6 +76,7 @@ struct Cancelled : std::runtime_error {
 /// Throws slicing::SlicingError where the part or a point is so far from the origin that 32-bit
 /// coordinates can't tell a tip's width; Cancelled; std::bad_alloc.
 Scaffold build(slicing::TriangleMesh part, std::span<const slicing::Vector> points, double plateZ,
-               const Settings& settings, const std::atomic<bool>* cancelled = nullptr);
+               const Settings& settings, const Progress& progress = {},
+               const std::atomic<bool>* cancelled = nullptr);
 
 }  // namespace stiltforge::scaffold

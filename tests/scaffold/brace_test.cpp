@@ -29,7 +29,7 @@ Pillar pillarAt(double x, double y, double top = 30, double radius = 0.5) {
 std::vector<Brace> braced(const Pillars& pillars, const slicing::Soup& part,
                           const Settings& settings = {}) {
   const TriangleIndex index(TriangleMesh::fromSoup(part));
-  return bracesBetween(pillars, index, settings, nullptr);
+  return bracesBetween(pillars, index, settings);
 }
 
 // Far from everything.
@@ -108,7 +108,7 @@ TEST(Brace, KeepsClearOfThePart) {
   const slicing::Soup wall = box({2.5F, -5, 10}, {3.5F, 5, 16});
   const TriangleIndex index(TriangleMesh::fromSoup(wall));
   const Settings settings;
-  const std::vector<Brace> braces = bracesBetween(pillars, index, settings, nullptr);
+  const std::vector<Brace> braces = bracesBetween(pillars, index, settings);
   EXPECT_GT(braces.size(), 0u);
   EXPECT_LT(braces.size(), braced(pillars, elsewhere).size());
   for (const Brace& brace : braces) {

@@ -107,6 +107,28 @@ TEST(Scaffold, StandsOnThePlateBelowItsPointsAndReachesIntoThePart) {
   }
 }
 
+TEST(Scaffold, TellsTheRingsAroundWhichItsSurfacesAre) {
+  Settings settings;
+  settings.pillarDiameter = 0.5;
+  const Scaffold scaffold = built(table, {{7, 7, 10}, {7, 3, 10}}, settings);
+  ASSERT_FALSE(scaffold.braces.empty());
+  std::size_t next = 0;
+  const auto expectRings = [&](const auto& piece) {
+    EXPECT_EQ(piece.firstRing, next);
+    next += piece.rings;
+    const auto rings = std::span(scaffold.rings).subspan(piece.firstRing, piece.rings);
+    std::vector<Triangle> around;
+    appendShell({rings.begin(), rings.end()}, around);
+    const auto shell = shellOf(scaffold, piece);
+    EXPECT_TRUE(std::equal(
+        around.begin(), around.end(), shell.begin(), shell.end(),
+        [](const Triangle& a, const Triangle& b) { return std::memcmp(&a, &b, sizeof a) == 0; }));
+  };
+  for (const Support& support : scaffold.supports) expectRings(support);
+  for (const BuiltBrace& brace : scaffold.braces) expectRings(brace);
+  EXPECT_EQ(next, scaffold.rings.size());
+}
+
 TEST(Scaffold, TouchesWithATipOfTheGivenDiameter) {
   Settings settings;
   settings.tipDiameter = 0.6;
@@ -330,7 +352,28 @@ TEST(Scaffold, RefusesAPartTooFarAway) {
 TEST(Scaffold, CanBeCancelled) {
   const std::atomic<bool> cancelled{true};
   const std::vector<Vector> points{{6, 6, 10}};
-  EXPECT_THROW(build(TriangleMesh::fromSoup(table), points, 0, {}, &cancelled), Cancelled);
+  EXPECT_THROW(build(TriangleMesh::fromSoup(table), points, 0, {}, {}, &cancelled), Cancelled);
+}
+
+TEST(Scaffold, TellsHowFarItIs) {
+  Settings settings;
+  settings.layerHeight = layerHeight;
+  const std::vector<Vector> points{{7, 7, 10}, {7, 3, 10}, {3, 7, 10}, {-7, -7, 10}, {0, 0, 0}};
+  for (const bool isBraced : {true, false}) {
+    settings.pillarDiameter = 0.5;
+    settings.braceReach = isBraced ? 10 : 0;
+    std::vector<double> shares;
+    const Scaffold scaffold =
+        build(TriangleMesh::fromSoup(table), points, 0, settings,
+              [&](std::size_t done, std::size_t total) {
+                shares.push_back(static_cast<double>(done) / static_cast<double>(total));
+              });
+    EXPECT_EQ(scaffold.braces.empty(), !isBraced);
+    EXPECT_GT(shares.size(), points.size());
+    EXPECT_GT(shares.front(), 0);
+    EXPECT_EQ(shares.back(), 1);
+    EXPECT_TRUE(std::is_sorted(shares.begin(), shares.end()));
+  }
 }
 
 }  // namespace

@@ -3,7 +3,8 @@
 import { binding } from './binding.js';
 import type { PrintSettings, SupportSettings } from './print.js';
 import type { Triangles } from './slicing.js';
-import { type AbortSignalLike, abortable } from './waiting.js';
+import type { AbortSignalLike } from './waiting.js';
+import { type WatchedWork, watched } from './watched.js';
 
 /** Degrees about the fixed axes x, then y, then z, counter-clockwise seen from their positive ends. */
 export type Turn = [x: number, y: number, z: number];
@@ -109,15 +110,9 @@ interface NativeOrientOptions extends Omit<OrientOptions, 'weights' | 'progress'
 
 interface OrientationBinding {
   /** Throws for options that are none; the result rejects for what fails at work. */
-  startOrientation(options: NativeOrientOptions): {
-    result: Promise<OrientResult>;
-    progress(): [done: number, total: number];
-    cancel(): void;
-  };
+  startOrientation(options: NativeOrientOptions): WatchedWork<OrientResult>;
   turnMesh(positions: Triangles, turn: Readonly<Turn>): Triangles;
 }
-
-const millisecondsBetweenLooks = 100;
 
 /**
  * Tries orientations of a mesh, off the main thread and on all cores: its flat sides, a spread over
@@ -130,15 +125,13 @@ const millisecondsBetweenLooks = 100;
  */
 export async function orient(options: OrientOptions): Promise<OrientResult> {
   const { weights = {}, progress, signal, ...rest } = options;
-  signal?.throwIfAborted();
   const given = { ...defaultWeights, ...weights };
   const stranger = Object.keys(given).find((name) => !Object.hasOwn(defaultWeights, name));
   if (stranger !== undefined) {
     const names = Object.keys(defaultWeights).join(', ');
     throw new TypeError(`There is no weight "${stranger}"; the weights are ${names}.`);
   }
-  const tell = progress && telling(progress);
-  const search = binding<OrientationBinding>().startOrientation({
+  const asked = {
     ...rest,
     pointsWeight: given.points,
     overhangWeight: given.overhang,
@@ -146,27 +139,9 @@ export async function orient(options: OrientOptions): Promise<OrientResult> {
     heightWeight: given.height,
     cupsWeight: given.cups,
     marksWeight: given.marks,
-    listener: tell,
-  });
-  const looks = tell && setInterval(() => tell(...search.progress()), millisecondsBetweenLooks);
-  signal?.addEventListener('abort', search.cancel, { once: true });
-  try {
-    return await abortable(search.result, signal);
-  } finally {
-    clearInterval(looks);
-    signal?.removeEventListener('abort', search.cancel);
-  }
-}
-
-/** Tells, about ten times a second at most, as soon as there is something to tell. */
-function telling(progress: (done: number, total: number) => void) {
-  let last = -Infinity;
-  return (done: number, total: number): void => {
-    const now = performance.now();
-    if (total === 0 || now - last < 0.9 * millisecondsBetweenLooks) return;
-    last = now;
-    progress(done, total);
   };
+  const { startOrientation } = binding<OrientationBinding>();
+  return watched((listener) => startOrientation({ ...asked, listener }), progress, signal);
 }
 
 /** A copy of the mesh, turned about the origin. Quarter turns are exact. Throws a TypeError or a RangeError. */

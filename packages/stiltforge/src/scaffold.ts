@@ -2,7 +2,8 @@
 
 import { binding } from './binding.js';
 import type { Triangles } from './slicing.js';
-import { type AbortSignalLike, abortable, following } from './waiting.js';
+import type { AbortSignalLike } from './waiting.js';
+import { type WatchedWork, watched } from './watched.js';
 
 /** How supports are built, mm. */
 export interface ScaffoldSettings {
@@ -61,6 +62,8 @@ export interface ScaffoldOptions extends ScaffoldSettings {
   plateZ: number;
   /** mm, of the print. */
   layerHeight: number;
+  /** Called about ten times a second with the share that is done, from 0 to 1. */
+  progress?: (share: number) => void;
   signal?: AbortSignalLike;
 }
 
@@ -75,13 +78,20 @@ export type Stand =
   /** A cone from the plate: there is no height for more. */
   | 'low';
 
-export interface BuiltSupport {
-  /** Number of its point, from 0. */
-  point: number;
-  stand: Stand;
+/** Where a support or a brace is. */
+export interface BuiltPiece {
   /** Its closed surface in the positions, in triangles. */
   firstTriangle: number;
   triangles: number;
+  /** Its rings, the lowest first. */
+  firstRing: number;
+  rings: number;
+}
+
+export interface BuiltSupport extends BuiltPiece {
+  /** Number of its point, from 0. */
+  point: number;
+  stand: Stand;
 }
 
 export interface UnbuiltSupport {
@@ -92,13 +102,10 @@ export interface UnbuiltSupport {
 }
 
 /** A rod that rises by 45 degrees from the pillar of one support to that of another. */
-export interface BuiltBrace {
+export interface BuiltBrace extends BuiltPiece {
   /** Numbers of their points, from 0, the lesser one first. */
   first: number;
   second: number;
-  /** Its closed surface in the positions, in triangles. */
-  firstTriangle: number;
-  triangles: number;
 }
 
 /**
@@ -108,6 +115,11 @@ export interface BuiltBrace {
  */
 export interface Scaffold {
   positions: Triangles;
+  /**
+   * Four numbers a ring, mm: x, y and z of its middle, and its radius. Rings lie level; a surface goes
+   * straight from one to the next, in 16 sides.
+   */
+  rings: Float64Array;
   /** In the order of the points. */
   supports: BuiltSupport[];
   leftOut: UnbuiltSupport[];
@@ -119,12 +131,14 @@ export interface Scaffold {
   raftTriangles: number;
 }
 
-interface NativeScaffoldOptions extends Omit<ScaffoldOptions, 'points' | 'signal'> {
+interface NativeScaffoldOptions extends Omit<ScaffoldOptions, 'points' | 'progress' | 'signal'> {
   points: Float64Array;
+  listener?: (done: number, total: number) => void;
 }
 
 interface ScaffoldBinding {
-  buildScaffold(options: NativeScaffoldOptions, signal?: AbortSignalLike): Promise<Scaffold>;
+  /** Throws for options that are none; the result rejects for what fails at work. */
+  startScaffold(options: NativeScaffoldOptions): WatchedWork<Scaffold>;
   findScaffoldConflict(settings: ScaffoldSettings, lift: number): ScaffoldConflict | undefined;
 }
 
@@ -139,16 +153,15 @@ interface ScaffoldBinding {
  * signal's reason when it is aborted.
  */
 export async function buildScaffold(options: ScaffoldOptions): Promise<Scaffold> {
-  const { points, signal, ...rest } = options;
-  signal?.throwIfAborted();
+  const { points, progress, signal, ...rest } = options;
   const places = new Float64Array(3 * points.length);
   points.forEach(({ x, y, z }, i) => {
     places.set([x, y, z], 3 * i);
   });
-  const { buildScaffold: build } = binding<ScaffoldBinding>();
-  const given = { ...rest, points: places };
-  return abortable(
-    following(signal, (follower) => build(given, follower)),
+  const { startScaffold } = binding<ScaffoldBinding>();
+  return watched(
+    (listener) => startScaffold({ ...rest, points: places, listener }),
+    progress && ((done, total) => progress(done / total)),
     signal,
   );
 }

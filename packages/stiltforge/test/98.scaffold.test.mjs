@@ -15,9 +15,18 @@ function extent(positions, axis) {
 }
 
 test('a support stands on the plate and reaches into the part', async () => {
-  const { positions, supports, leftOut, raftTriangles } = await buildScaffold(options);
+  const { positions, rings, supports, leftOut, raftTriangles } = await buildScaffold(options);
   const triangles = positions.length / 9;
-  assert.deepEqual(supports, [{ point: 0, stand: 'plate', firstTriangle: 0, triangles }]);
+  assert.deepEqual(supports, [
+    {
+      point: 0,
+      stand: 'plate',
+      firstTriangle: 0,
+      triangles,
+      firstRing: 0,
+      rings: rings.length / 4,
+    },
+  ]);
   assert.deepEqual(leftOut, []);
   assert.equal(raftTriangles, 0);
   const [low, high] = extent(positions, 2);
@@ -25,6 +34,14 @@ test('a support stands on the plate and reaches into the part', async () => {
   assert.ok(Math.abs(high - 10 - defaultScaffold.penetration) < 1e-5);
   const [left, right] = extent(positions, 0);
   assert.ok(Math.abs(right - left - defaultScaffold.footDiameter) < 1e-5);
+});
+
+test('its rings go from the foot to the tip', async () => {
+  const { rings } = await buildScaffold(options);
+  const { footDiameter, tipDiameter, penetration } = defaultScaffold;
+  const [foot, tip] = [rings.subarray(0, 4), rings.subarray(-4)];
+  assert.deepEqual([foot[2], foot[3]], [0, footDiameter / 2]);
+  assert.deepEqual([...tip], [corner.x, corner.y, corner.z + penetration, tipDiameter / 2]);
 });
 
 test('the defaults are those of the native side', async () => {
@@ -126,6 +143,26 @@ test('what fails at work is rejected with a code', async () => {
       return true;
     });
   }
+});
+
+test('the share that is done is told while it builds', async () => {
+  const shares = [];
+  const points = Array.from({ length: 400 }, (_, i) => ({ ...corner, x: 2 + (i % 20) / 10 }));
+  // How often depends on the time that it takes.
+  let told;
+  const isTold = new Promise((resolve) => {
+    told = resolve;
+  });
+  const progress = (share) => {
+    shares.push(share);
+    told();
+  };
+  while (shares.length === 0) {
+    await Promise.race([buildScaffold({ ...options, points, progress }), isTold]);
+    points.push(...points);
+  }
+  assert.ok(shares.every((share) => share >= 0 && share <= 1));
+  assert.deepEqual(shares, shares.toSorted());
 });
 
 test('a signal ends it with its reason', async () => {
