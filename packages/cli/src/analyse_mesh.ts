@@ -1,4 +1,5 @@
-import type { Slicer, Triangles } from 'stiltforge/slicing';
+import type { Scaffold } from 'stiltforge/scaffold';
+import type { Slicer } from 'stiltforge/slicing';
 import { commandHost } from './command_host.js';
 import { type Inspected, inspectedFiles, inspecting, requireLayers } from './inspected_regions.js';
 import { pointsCsv, supportsJson } from './output/documents.js';
@@ -75,7 +76,7 @@ async function writeOutputs(
       ...inspecting(job, folder),
     });
     const analysisSeconds = (performance.now() - begin) / 1000;
-    const supported = await withGeometry(job, analysed, folder, signal);
+    const supported = await withGeometry(job, analysed, folder, { progress, signal });
     const { document } = supported;
     warnings = document.model.warnings;
     await writePoints(job, supported, folder, signal);
@@ -109,15 +110,15 @@ async function withGeometry(
   { formats = defaultFormats, scaffold: asked = usualScaffold }: Job,
   part: SupportedPart,
   folder: OutputFolder,
-  signal: AbortSignal,
-): Promise<SupportedPart & { built?: Triangles }> {
+  { progress, signal }: Pick<JobWatcher, 'progress' | 'signal'>,
+): Promise<SupportedPart & { built?: Scaffold }> {
   if (!formats.includes('stl')) return part;
   const { buildSupports } = await import('./scaffold/supports_geometry.js');
   const { partWithSupportsStl, supportsStl } = await import('./output/supports_stl.js');
-  const { scaffold, document } = await buildSupports(part, asked, signal);
+  const { scaffold, document } = await buildSupports(part, asked, progress.supports, signal);
   await folder.write(formatFiles.stl, supportsStl(scaffold, signal));
   if (asked.merge) await folder.write(mergedFile, partWithSupportsStl(part, scaffold, signal));
-  return { ...part, document, built: scaffold.positions };
+  return { ...part, document, built: scaffold };
 }
 
 const usualScaffold: ScaffoldJob = { settings: {}, merge: false };

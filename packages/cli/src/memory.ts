@@ -71,10 +71,10 @@ export function predictedMemory(
       estimateMemory({ ...parameters, needBuffer: true, addSupport: false }, { heldResults: 2 })
         .total
     : 0;
-  const reporting = report ? reportBytes + reportBytesPerTriangle * triangles : 0;
-  const building = geometry
-    ? builderBytesPerTriangle * triangles + builtBytesPerSupport * supports
-    : 0;
+  const built = builtBytesPerSupport * supports;
+  // A report shows supports as they are built.
+  const building = geometry || report ? builderBytesPerTriangle * triangles + built : 0;
+  const reporting = report ? reportBytes + reportBytesPerTriangle * triangles + built : 0;
   return (
     processBytes +
     bytesPerTriangle * triangles +

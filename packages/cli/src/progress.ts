@@ -6,7 +6,9 @@ export interface Progress {
   start(layers: number, pictureSeconds: number): void;
   /** So many layers are analysed. */
   layers(done: number): void;
-  /** All are, and of the report the share is made. */
+  /** All are, and of the supports as geometry the share is built. */
+  supports(share: number): void;
+  /** They are, too, and of the report the share is made. */
   report(share: number): void;
   /** It is, too, and of the pictures the share is drawn. */
   pictures(share: number): void;
@@ -16,6 +18,7 @@ export interface Progress {
 export const noProgress: Progress = {
   start() {},
   layers() {},
+  supports() {},
   report() {},
   pictures() {},
   stop() {},
@@ -39,6 +42,7 @@ export function progressLines(stream: NodeJS.WritableStream, prefix = ''): Progr
       course.start(layers, pictureSeconds);
     },
     layers: (done) => write(course.layers(done)),
+    supports: (share) => write(course.supports(share)),
     report: (share) => write(course.report(share)),
     pictures: (share) => write(course.pictures(share)),
     stop() {},
@@ -59,7 +63,7 @@ export class Course {
   private pictureSeconds = 0;
   private began = 0;
   private drawingBegan = 0;
-  private reportBegan = 0;
+  private step = { name: '', began: 0 };
   private shown = 0;
 
   start(layers: number, pictureSeconds: number): State {
@@ -68,7 +72,7 @@ export class Course {
     this.began = performance.now();
     this.shown = 0;
     this.drawingBegan = 0;
-    this.reportBegan = 0;
+    this.step = { name: '', began: 0 };
     this.marks = [{ time: this.began, done: 0 }];
     return this.layers(0);
   }
@@ -85,11 +89,12 @@ export class Course {
     return this.state(left, [layer, `${rateText(rate)} layers/s`]);
   }
 
+  supports(share: number): State {
+    return this.before('building the supports', share);
+  }
+
   report(share: number): State {
-    this.reportBegan ||= performance.now();
-    const elapsed = (performance.now() - this.reportBegan) / 1000;
-    const rest = share > 0 ? (elapsed / share) * (1 - share) : 0;
-    return this.state(rest + this.pictureSeconds, ['writing the report']);
+    return this.before('writing the report', share);
   }
 
   pictures(share: number): State {
@@ -99,6 +104,15 @@ export class Course {
     const rest = (1 - share) * (share > 0 ? elapsed / share : 0);
     const left = share * rest + (1 - share) * (1 - share) * this.pictureSeconds;
     return this.state(left, ['drawing pictures']);
+  }
+
+  /** A step before the pictures; how long it takes follows from how long it took. */
+  private before(name: string, share: number): State {
+    const now = performance.now();
+    if (this.step.name !== name) this.step = { name, began: now };
+    const elapsed = (now - this.step.began) / 1000;
+    const rest = share > 0 ? (elapsed / share) * (1 - share) : 0;
+    return this.state(rest + this.pictureSeconds, [name]);
   }
 
   /** The bar never goes back, though the time left may grow. */

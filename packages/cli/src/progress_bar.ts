@@ -26,6 +26,7 @@ export function progressBar(stream: NodeJS.WriteStream): Progress {
       bar.start(1, 0, payload(course.start(layers, pictureSeconds)));
     },
     layers: (done) => show(course.layers(done)),
+    supports: (share) => show(course.supports(share)),
     report: (share) => show(course.report(share)),
     pictures: (share) => show(course.pictures(share)),
     stop: () => bar.stop(),

@@ -1,6 +1,7 @@
 import { basename } from 'node:path';
 import { setImmediate } from 'node:timers/promises';
 import type { AnalysisParameters } from 'stiltforge';
+import type { Scaffold } from 'stiltforge/scaffold';
 import type { PrintSettings, Slicer, SupportSettings, Triangles } from 'stiltforge/slicing';
 import type { HeldPart } from './held_part.js';
 import { boundingBox } from './mesh/triangles.js';
@@ -27,7 +28,7 @@ export interface AnalysedPart {
   /** What supports.json says of them. */
   document: SupportsDocument;
   /** The supports as geometry, where they were built. */
-  built?: Triangles;
+  built?: Scaffold;
 }
 
 /**
@@ -65,7 +66,14 @@ export async function drawPictures(
   try {
     const points = partPoints(document);
     const { layerHeight, lift } = print;
-    const scene = partScene(mesh, points, support.criticalAngle, layerHeight, lift, built);
+    const scene = partScene(
+      mesh,
+      points,
+      support.criticalAngle,
+      layerHeight,
+      lift,
+      built?.positions,
+    );
     await step();
     const { min, max } = boundingBox(mesh);
     const size = max.map((value, axis) => (value - min[axis]).toFixed(1)).join(' x ');

@@ -71,6 +71,21 @@ test('while pictures are drawn the time left follows how long they take', (t) =>
   assert.equal(course.pictures(1).share, 1);
 });
 
+test('while supports are built the time left follows how long they take', (t) => {
+  const clock = clockOf(t);
+  const course = new Course();
+  course.start(100, 0);
+  clock.seconds = 1;
+  course.layers(100);
+  course.supports(0);
+  clock.seconds = 4;
+  assert.deepEqual(course.supports(0.25).parts, ['building the supports', '9 s left']);
+  clock.seconds = 13;
+  course.report(0);
+  clock.seconds = 14;
+  assert.deepEqual(course.report(0.5).parts, ['writing the report', '1 s left']);
+});
+
 test('while the report is made the time left follows how long it takes', (t) => {
   const clock = clockOf(t);
   const course = new Course();

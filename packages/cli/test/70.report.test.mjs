@@ -37,7 +37,7 @@ test('a report holds supports.json, and a figure for each layer', async (t) => {
   const { schemaVersion, ...supports } = JSON.parse(
     await readFile(join(folder, 'supports.json'), 'utf8'),
   );
-  const { part, layers, islands, feet, slices } = await documentOf(file);
+  const { part, layers, islands, scaffold, slices } = await documentOf(file);
   // Beside what supports.json says the page has what its points stand for, and loose islands alone.
   assert.deepEqual(
     part.supports.map(({ standsFor: _standsFor, weight: _weight, ...support }) => support),
@@ -54,7 +54,7 @@ test('a report holds supports.json, and a figure for each layer', async (t) => {
   assert.equal(islands.length, supports.summary.islands);
   const volume = sum(layers.material) * supports.print.layerHeight;
   assert.ok(Math.abs(volume / supports.model.sliceVolume - 1) < 1e-4);
-  assert.equal(feet.length, supports.supports.length);
+  assert.equal(scaffold.supports, supports.supports.length);
   assert.equal(slices.layers.length, supports.print.layers);
 });
 

@@ -222,7 +222,10 @@ test('programs build supports of a part that they have', async () => {
   assert.equal(both.length, alone.length + 50 * footAndIsland().length);
   const reason = new Error('enough');
   const signal = AbortSignal.abort(reason);
-  await assert.rejects(buildSupports(part, { settings: {}, merge: true }, signal), reason);
+  await assert.rejects(
+    buildSupports(part, { settings: {}, merge: true }, undefined, signal),
+    reason,
+  );
   await assert.rejects(bytesOf(supportsStl(scaffold, signal)), reason);
 });
 

@@ -12,6 +12,7 @@ export function findingsOf(part: ViewedPart): Finding[] {
     ...(model.warnings ?? []).map(warningFinding),
     ...(check === undefined ? [] : checkFindings(check)),
     ...judged(part),
+    ...withoutWay(part),
     ...droppedFindings(dropped),
     ...telling(part),
   ];
@@ -61,6 +62,21 @@ function islandFindings(part: ViewedPart): Finding[] {
     });
   }
   return found;
+}
+
+/** Points that no support reaches. */
+function withoutWay({ document, points }: ViewedPart): Finding[] {
+  const places = (document.scaffold?.withoutWay ?? []).map((index) => points[index]);
+  if (places.length === 0) return [];
+  return [
+    {
+      weight: 'warning',
+      title: `${counted(places.length, 'point')} without a way for a pillar`,
+      detail:
+        'The part is in the way wherever a pillar might go: turn it, or make supports thinner.',
+      places,
+    },
+  ];
 }
 
 /** The layers that stand out. */

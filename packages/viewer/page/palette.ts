@@ -10,7 +10,7 @@ export interface Palette {
   pointBelow: string;
   part: string;
   tint: string;
-  pillar: string;
+  support: string;
   plate: string;
   plateLines: string;
   ink: string;
@@ -32,7 +32,7 @@ const light: Palette = {
   pointBelow: '#5f6f80',
   part: '#aab8c7',
   tint: '#e0a35e',
-  pillar: '#c79a6b',
+  support: '#6fa8a3',
   plate: '#e3e9ee',
   plateLines: '#c9d3dc',
   ink: '#16202b',
@@ -54,7 +54,7 @@ const dark: Palette = {
   pointBelow: '#c3ced9',
   part: '#8fa0b2',
   tint: '#c98a45',
-  pillar: '#a67f57',
+  support: '#4c8a85',
   plate: '#1c252f',
   plateLines: '#2f3c49',
   ink: '#e8eef4',

@@ -2,14 +2,18 @@ import { inflated } from '../src/compression.js';
 import type {
   DroppedRecord,
   IslandRecord,
+  MeshSection,
   PackedPart,
   PartDocument,
   PixelGrid,
   PixelPlace,
   PointRecord,
+  ScaffoldIndex,
+  Section,
   ViewerDocument,
 } from '../src/document.js';
 import { decodeMesh, type GridMesh } from '../src/mesh_codec.js';
+import { decodeRings, type RingPairs } from '../src/scaffold_codec.js';
 import { decodeSlice, type ViewerSlice } from '../src/slice_codec.js';
 import { markOf } from './marks.js';
 
@@ -118,13 +122,29 @@ export class ViewedPart {
     return slice;
   }
 
-  async mesh(): Promise<GridMesh> {
-    const { offset, length, vertices, triangles } = this.document.mesh;
-    return decodeMesh(
-      await inflated(this.binary.slice(offset, offset + length)),
-      vertices,
-      triangles,
-    );
+  mesh(): Promise<GridMesh> {
+    return this.meshAt(this.document.mesh);
+  }
+
+  /** The surfaces of the supports and their braces, and the raft. Rejects when the bytes are damaged. */
+  async scaffold({
+    rings,
+    supports,
+    braces,
+    raft,
+  }: ScaffoldIndex): Promise<{ pairs: RingPairs; raft?: GridMesh }> {
+    return {
+      pairs: decodeRings(await this.bytesOf(rings), supports + braces),
+      raft: raft && (await this.meshAt(raft)),
+    };
+  }
+
+  private async meshAt(section: MeshSection): Promise<GridMesh> {
+    return decodeMesh(await this.bytesOf(section), section.vertices, section.triangles);
+  }
+
+  private bytesOf({ offset, length }: Section): Promise<Uint8Array<ArrayBuffer>> {
+    return inflated(this.binary.slice(offset, offset + length));
   }
 
   private keptPlace(layer: number): number {
@@ -139,9 +159,9 @@ export class ViewedPart {
   }
 
   private async decode(place: number): Promise<ViewerSlice> {
-    const offset = this.offsets[place];
-    const code = this.binary.slice(offset, offset + this.document.slices.lengths[place]);
-    return decodeSlice(await inflated(code), this.document.part.print.crop.height);
+    const { slices, part } = this.document;
+    const section = { offset: this.offsets[place], length: slices.lengths[place] };
+    return decodeSlice(await this.bytesOf(section), part.print.crop.height);
   }
 }
 

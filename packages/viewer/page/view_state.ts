@@ -11,7 +11,8 @@ export interface ViewState {
   isCut: boolean;
   /** Surfaces that lie flatter than the critical angle are tinted. */
   isTinted: boolean;
-  hasPillars: boolean;
+  /** Supports stand as they are built. */
+  hasSupports: boolean;
 }
 
 type Listener = (state: Readonly<ViewState>, before: Readonly<ViewState>) => void;

@@ -35,7 +35,7 @@ export function mountViewer(
       place: null,
       isCut: true,
       isTinted: true,
-      hasPillars: true,
+      hasSupports: true,
     },
     part.layerCount,
   );
@@ -133,7 +133,7 @@ export function mountViewer(
     F: () => stepFinding(-1),
     c: () => model.set({ isCut: !model.state.isCut }),
     o: () => model.set({ isTinted: !model.state.isTinted }),
-    l: () => model.set({ hasPillars: !model.state.hasPillars }),
+    s: () => model.set({ hasSupports: !model.state.hasSupports }),
     ...Object.fromEntries(
       ['1', '2', '3', '4', '5', '6'].map((key) => [key, () => scene.lookFrom(key)]),
     ),

@@ -176,15 +176,30 @@ export interface Section {
   length: number;
 }
 
-export interface MeshIndex extends Section {
+export interface MeshSection extends Section {
   vertices: number;
   triangles: number;
+}
+
+export interface MeshIndex extends MeshSection {
   /** Triangles of the file, before some were merged. */
   sourceTriangles: number;
   /** mm, how far corners may lie from where they were, along each axis. */
   tolerance: number;
   /** The triangles were put around the layers, for there was no mesh. */
   isOfLayers?: boolean;
+}
+
+/** Supports as they are built. */
+export interface ScaffoldIndex {
+  supports: number;
+  braces: number;
+  /** Numbers of points below which the part is in the way wherever a pillar might go. */
+  withoutWay: number[];
+  /** The rings of all of them. */
+  rings: Section;
+  /** mm: the corners of its box, on whose grid its mesh lies. */
+  raft?: MeshSection & { min: number[]; max: number[] };
 }
 
 export interface SliceIndex {
@@ -201,9 +216,8 @@ export interface ViewerDocument {
   part: PartDocument;
   layers: LayerColumns;
   islands: IslandRecord[];
-  /** z of what a straight pillar under each point would stand on, mm. */
-  feet?: number[];
   mesh: MeshIndex;
+  scaffold?: ScaffoldIndex;
   slices: SliceIndex;
 }
 

@@ -1,8 +1,16 @@
 import { deflated, joined } from './compression.js';
-import type { IslandRecord, LayerColumns, PackedPart, PartDocument } from './document.js';
+import type {
+  IslandRecord,
+  LayerColumns,
+  PackedPart,
+  PartDocument,
+  ScaffoldIndex,
+  Section,
+} from './document.js';
 import { encodeMesh } from './mesh_codec.js';
-import { gridMesh } from './mesh_grid.js';
+import { type Box, gridMesh } from './mesh_grid.js';
 import { regionsOf } from './resting.js';
+import { encodeRings, type RingSpan } from './scaffold_codec.js';
 import { encodeSlice, type LabelledRuns } from './slice_codec.js';
 
 /** What there is to know of an analysed part. */
@@ -16,8 +24,21 @@ export interface PartSource {
   runs(first: number, count: number): Promise<readonly LabelledRuns[]>;
   /** mm2 of each layer, where it is known. */
   strength?: { owed: readonly number[]; given: readonly number[] };
-  /** z of what a straight pillar under each point would stand on, mm. */
-  feet?: Iterable<number>;
+  /** The supports as they are built, where they are. */
+  scaffold?: ScaffoldSource;
+}
+
+/** What buildScaffold() of stiltforge gives. */
+export interface ScaffoldSource {
+  /** Four numbers a ring, mm: x, y and z of its middle, and its radius. */
+  rings: Float64Array;
+  supports: readonly RingSpan[];
+  braces: readonly RingSpan[];
+  /** Numbers of points. */
+  leftOut: readonly { point: number; reason: 'tooLow' | 'noWay' }[];
+  /** Nine numbers a triangle, mm; the last ones are those of a raft. */
+  positions: Float32Array;
+  raftTriangles: number;
 }
 
 export interface PackOptions {
@@ -41,10 +62,12 @@ const sampleLayers = 24;
  * Error when layers are missing.
  */
 export async function packPart(source: PartSource, options: PackOptions = {}): Promise<PackedPart> {
-  const { part, positions, offLayers, strength, feet } = source;
+  const { part, positions, offLayers, strength, scaffold } = source;
   const { mesh, tolerance } = await gridMesh(positions, part.model);
   const { bytes: meshBytes, vertices } = encodeMesh(mesh);
-  const meshCode = deflated(meshBytes);
+  const binary = new Sections();
+  const meshSection = binary.add(meshBytes);
+  const built = scaffold && (await packScaffold(scaffold, binary));
 
   const { columns, islands, layers, codes } = await packLayers(source, options);
   if (strength !== undefined) {
@@ -57,20 +80,62 @@ export async function packPart(source: PartSource, options: PackOptions = {}): P
       part,
       layers: columns,
       islands,
-      ...(feet && { feet: Array.from(feet, rounded) }),
       mesh: {
-        offset: 0,
-        length: meshCode.length,
+        ...meshSection,
         vertices,
         triangles: mesh.triangles.length / 3,
         sourceTriangles: positions.length / 9,
         tolerance: tolerance + (offLayers ?? 0),
         ...(offLayers !== undefined && { isOfLayers: true }),
       },
-      slices: { layers, lengths: codes.map(({ length }) => length), offset: meshCode.length },
+      ...(built && { scaffold: built }),
+      slices: { layers, lengths: codes.map(({ length }) => length), offset: binary.length },
     },
-    binary: joined([meshCode, ...codes]),
+    binary: joined([...binary.codes, ...codes]),
   };
+}
+
+/** Deflated bytes, one behind the other. */
+class Sections {
+  readonly codes: Uint8Array[] = [];
+  length = 0;
+
+  add(bytes: Uint8Array): Section {
+    const code = deflated(bytes);
+    const section = { offset: this.length, length: code.length };
+    this.codes.push(code);
+    this.length += code.length;
+    return section;
+  }
+}
+
+async function packScaffold(
+  { rings, supports, braces, leftOut, positions, raftTriangles }: ScaffoldSource,
+  binary: Sections,
+): Promise<ScaffoldIndex> {
+  const index: ScaffoldIndex = {
+    supports: supports.length,
+    braces: braces.length,
+    withoutWay: leftOut.filter(({ reason }) => reason === 'noWay').map(({ point }) => point),
+    rings: binary.add(encodeRings(rings, [...supports, ...braces])),
+  };
+  if (raftTriangles === 0) return index;
+  const raft = positions.subarray(positions.length - 9 * raftTriangles);
+  const box = boxOf(raft);
+  const { mesh } = await gridMesh(raft, box);
+  const { bytes, vertices } = encodeMesh(mesh);
+  const triangles = mesh.triangles.length / 3;
+  return { ...index, raft: { ...binary.add(bytes), vertices, triangles, ...box } };
+}
+
+function boxOf(positions: Float32Array): Box & { min: number[]; max: number[] } {
+  const min = [Infinity, Infinity, Infinity];
+  const max = [-Infinity, -Infinity, -Infinity];
+  positions.forEach((value, i) => {
+    min[i % 3] = Math.min(min[i % 3], value);
+    max[i % 3] = Math.max(max[i % 3], value);
+  });
+  return { min, max };
 }
 
 async function packLayers(

@@ -12,7 +12,8 @@ test('what a page needs of the layers is taken from their runs', async () => {
     { layer: 4, region: 2, column: 13, row: 4, pixels: 4, points: 1 },
   ]);
   assert.deepEqual(document.slices.layers, [0, 1, 2, 3, 4, 5, 6, 7]);
-  assert.deepEqual(document.feet, [0, 0]);
+  const { supports, braces, withoutWay, raft } = document.scaffold;
+  assert.deepEqual([supports, braces, withoutWay, raft], [2, 0, [], undefined]);
 });
 
 test('the same part gives the same bytes', async () => {

@@ -8,7 +8,7 @@ import {
   sliceShown,
   withoutBrowser,
 } from './browser.mjs';
-import { runsOf, smallPart } from './parts.mjs';
+import { boxesMesh, runsOf, smallPart } from './parts.mjs';
 
 const skip = withoutBrowser;
 const slice = '.slice canvas';
@@ -201,6 +201,51 @@ test('the part is drawn, and cut open on demand', { skip }, async (t) => {
   );
 });
 
+test('supports stand as they are built, up to the cut, until somebody hides them', {
+  skip,
+}, async (t) => {
+  const source = smallPart();
+  // A second support leans from a foot far aside, and a raft lies below both.
+  source.scaffold = {
+    rings: Float64Array.of(
+      ...[8, 2.5, 0, 0.5, 8, 2.5, 4, 0.5],
+      ...[5.5, -6, 0, 1.5, 5.5, -6, 1, 0.5, 5.5, -2, 5, 0.5, 5.5, 1, 6, 0.2],
+    ),
+    supports: [
+      { firstRing: 0, rings: 2 },
+      { firstRing: 2, rings: 4 },
+    ],
+    braces: [],
+    leftOut: [{ point: 1, reason: 'noWay' }],
+    positions: boxesMesh([[4, -8, 0, 9, 4, 0.4]]),
+    raftTriangles: 12,
+  };
+  const { page, complaints } = await open(t, source);
+  const shown = async (name) => {
+    const picture = await settledPicture(page, scene);
+    t.diagnostic(`${name}: ${picture.length} bytes`);
+    return picture;
+  };
+  await page.keyboard.press('c');
+  const whole = await shown('whole');
+  const supports = page.getByRole('button', { name: 'Supports', exact: true });
+  assert.equal(await supports.getAttribute('aria-pressed'), 'true');
+  await page.keyboard.press('s');
+  assert.equal(await supports.getAttribute('aria-pressed'), 'false');
+  const without = await shown('without');
+  assert.ok(!whole.equals(without));
+  await supports.click();
+  assert.ok(whole.equals(await shown('whole again')));
+  await page.keyboard.press('c');
+  await page.keyboard.press('Home');
+  await sliceShown(page, 0);
+  const low = await shown('cut low');
+  await page.keyboard.press('s');
+  assert.ok(!low.equals(await shown('cut low, without')), 'the raft is below the cut');
+  await page.getByText('1 point without a way for a pillar').waitFor();
+  assert.deepEqual(complaints, []);
+});
+
 /** smallPart() so many layers above the plate. */
 function liftedPart(lift) {
   const { part, slices, ...source } = smallPart();
@@ -215,7 +260,7 @@ function liftedPart(lift) {
     },
     runs: async (first, count) =>
       [...Array(lift).fill(empty), ...slices].slice(first, first + count),
-    feet: [-lift, -lift],
+    scaffold: undefined,
   };
 }
 

@@ -47,6 +47,18 @@ export function runsOf(rows, hanging = []) {
   };
 }
 
+/** A pillar of 0.6 mm from the plate to each point, as supports that are built. */
+export function straightPillars(points) {
+  return {
+    rings: Float64Array.from(points.flatMap(({ x, y, z }) => [x, y, 0, 0.3, x, y, z, 0.3])),
+    supports: points.map((_, point) => ({ firstRing: 2 * point, rings: 2 })),
+    braces: [],
+    leftOut: [],
+    positions: new Float32Array(),
+    raftTriangles: 0,
+  };
+}
+
 /**
  * A post of 4 x 4 mm on the plate with a block of 2 x 2 mm beside it that begins in the air in layer 4.
  * Pixels and layers of 1 mm, a point under the block and one under the post's side.
@@ -72,6 +84,7 @@ export function smallPart({ file = 'post.stl', layers = 8, warnings = [] } = {})
     const y = 2 - (row + 0.5 - 5);
     return { x, y, z: layer, column, row, layer, region, kind };
   };
+  const supports = [point(12, 4, 4, 2, 'island'), point(6, 4, 6, 1, 'overhang')];
   return {
     part: {
       generator: 'test 1.0',
@@ -79,14 +92,14 @@ export function smallPart({ file = 'post.stl', layers = 8, warnings = [] } = {})
       print: { layerHeight: 1, pixelSize: 1, screenWidth: 20, screenHeight: 10, layers, crop },
       settings: { criticalAngle: 45, inset: 0.4, supportArea: 15 },
       parameters: { width, height, numLayer: layers },
-      supports: [point(12, 4, 4, 2, 'island'), point(6, 4, 6, 1, 'overhang')],
+      supports,
     },
     positions: boxesMesh([
       [0, 0, 0, 4, 4, layers],
       [7, 1, 4, 9, 3, layers],
     ]),
     runs: async (first, count) => slices.slice(first, first + count),
-    feet: [0, 0],
+    scaffold: straightPillars(supports),
     slices,
   };
 }

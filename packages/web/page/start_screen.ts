@@ -10,8 +10,8 @@ export interface StartActions {
 }
 
 /** How much of the time each step takes, about. */
-const weights = { layers: 0.7, packing: 0.25 } as const;
-const before = { layers: 0.05, packing: 0.75 } as const;
+const weights = { layers: 0.65, building: 0.1, packing: 0.2 } as const;
+const before = { layers: 0.05, building: 0.7, packing: 0.8 } as const;
 
 /** Where a part is dropped, and where it is told how far its analysis is or why there is none. */
 export class PartPanel {
@@ -65,7 +65,7 @@ export class PartPanel {
 
   tell(progress: Progress): void {
     const { step, share } = progress;
-    if (step === 'layers' || step === 'packing') {
+    if (step === 'layers' || step === 'building' || step === 'packing') {
       this.bar.value = before[step] + weights[step] * share;
     }
     this.step.textContent = stepText(progress);
@@ -122,6 +122,7 @@ export function stepText({ step, share, total }: Progress): string {
   return {
     reading: 'Reading the file',
     layers: `Layer ${ofAll}`,
+    building: `Building the supports: ${Math.round(100 * share)} %`,
     packing: 'Preparing the pictures',
     orientations: `Orientation ${ofAll}`,
   }[step];

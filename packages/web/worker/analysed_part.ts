@@ -1,3 +1,4 @@
+import type { Scaffold } from 'stiltforge/scaffold';
 import { isPrinterFile } from 'stiltforge/slicing';
 import {
   analyseLayers,
@@ -92,12 +93,19 @@ async function analysedMesh(
   const prepared = preparePart(job, { pictures: false, report: true }, host);
   const steps = stepsOf(prepared.slicer.layerCount, tell);
   const part = await analysePart(prepared, { layers: steps.layers });
-  let building: Promise<BuiltPart> | undefined;
-  const built = (): Promise<BuiltPart> => {
-    building ??= buildSupports(part, { settings: scaffold, merge: false });
-    return building;
-  };
-  return { part, packed: await packedReport(part, steps.packing), built };
+  const building = buildSupports(part, { settings: scaffold, merge: false }, steps.building);
+  const packed = await packedReport({ ...part, built: await shown(building) }, steps.packing);
+  return { part, packed, built: () => building };
+}
+
+/** Supports that can't be built are told when somebody wants them as a file. */
+async function shown(building: Promise<BuiltPart>): Promise<Scaffold | undefined> {
+  try {
+    return (await building).scaffold;
+  } catch (error) {
+    if (error instanceof UserError) return undefined;
+    throw error;
+  }
 }
 
 async function analysedPrint(
@@ -119,6 +127,7 @@ async function analysedPrint(
 function stepsOf(total: number, tell: Teller) {
   return {
     layers: (done: number): void => tell({ step: 'layers', share: done / total, total }),
+    building: (share: number): void => tell({ step: 'building', share, total }),
     packing: (share: number): void => tell({ step: 'packing', share, total }),
   };
 }

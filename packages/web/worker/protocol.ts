@@ -73,7 +73,7 @@ export type Answer =
   /** `isMendable`: the sentence says what a person can do; else it is the trace of a mistake of ours. */
   | { answer: 'failed'; sentence: string; isMendable: boolean };
 
-export type Step = 'reading' | 'layers' | 'packing' | 'orientations';
+export type Step = 'reading' | 'layers' | 'building' | 'packing' | 'orientations';
 
 /** Told again and again before the answer to `analyse` and `orient`. */
 export interface Progress {

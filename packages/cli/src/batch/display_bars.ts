@@ -59,6 +59,7 @@ function progressOf(bar: SingleBar): Omit<Progress, 'stop'> {
   return {
     start: (layers, pictureSeconds) => show(course.start(layers, pictureSeconds)),
     layers: (done) => show(course.layers(done)),
+    supports: (share) => show(course.supports(share)),
     report: (share) => show(course.report(share)),
     pictures: (share) => show(course.pictures(share)),
   };

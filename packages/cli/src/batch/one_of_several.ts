@@ -6,7 +6,7 @@ import { ExitCode, Interrupted, messageOf } from '../errors.js';
 import { openRun } from '../one_input.js';
 import type { Progress } from '../progress.js';
 import { summaryText } from '../summary.js';
-import type { FromRun, ToRun } from './messages.js';
+import type { FromRun, Step, ToRun } from './messages.js';
 import { failureOf, type RunResult, resultOf } from './outcome.js';
 
 // A process for one of several inputs. It reads the words of the command line as the command did that
@@ -93,7 +93,7 @@ const pause = 50;
 
 function toldProgress(): Progress {
   let last = 0;
-  const share = (kind: 'layers' | 'report' | 'pictures', value: number): void => {
+  const share = (kind: Step, value: number): void => {
     if (performance.now() - last < pause) return;
     last = performance.now();
     tell({ kind, value });
@@ -101,6 +101,7 @@ function toldProgress(): Progress {
   return {
     start: (layers, pictureSeconds) => tell({ kind: 'start', layers, pictureSeconds }),
     layers: (done) => share('layers', done),
+    supports: (done) => share('supports', done),
     report: (done) => share('report', done),
     pictures: (done) => share('pictures', done),
     stop() {},

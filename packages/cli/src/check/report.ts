@@ -8,7 +8,7 @@ import { OutputFolder } from '../output/output_folder.js';
 import { packedLayers } from '../output/packed_layers.js';
 import { pageOf, pageWith } from '../output/report.js';
 import { reportName } from '../output/report_name.js';
-import { pillarFeet } from '../pictures/pillars.js';
+import { usualScaffold } from '../output/usual_scaffold.js';
 import { boxOnPlate, type PixelBox, type PrintedFile } from '../printed_file.js';
 import type { CheckInput, MeshLayers } from './input.js';
 import type { SupportPlace } from './points.js';
@@ -120,7 +120,12 @@ async function meshPage(
     whole(settings, slicer.layerCount, crop),
     bounds,
   );
-  const places = Float32Array.from(supports.flatMap(({ x, y, z }) => [x, y, z]));
+  const { progress, signal } = reporting;
+  const { plateZ } = slicer;
+  const scaffold =
+    supports.length === 0
+      ? undefined
+      : await usualScaffold({ positions: mesh, points: supports, plateZ, layerHeight, signal });
   const source: PartSource = {
     part: {
       ...part,
@@ -130,9 +135,8 @@ async function meshPage(
     },
     positions: mesh,
     runs: (first, count) => slicer.runs(first, count),
-    feet: pillarFeet(places, mesh, bounds.min[2] - lift),
+    scaffold,
   };
-  const { progress, signal } = reporting;
   return pageOf(source, { progress, signal });
 }
 

@@ -1,15 +1,22 @@
 import { type CheckReport, checkPrint, type FindingKind } from 'stiltforge/check';
+import type { Scaffold } from 'stiltforge/scaffold';
 import { type CheckRecord, type PackedPart, type PartSource, packPart } from 'stiltforge-viewer';
 import type { HeldPart } from '../held_part.js';
-import { pillarFeet } from '../pictures/pillars.js';
 import type { SupportedPart } from '../supported_part.js';
 import type { SupportsDocument } from './documents.js';
+import { usualScaffold } from './usual_scaffold.js';
 
 /** What a page shows of a part. */
 export type ReportedPart = Pick<
   SupportedPart,
   'document' | 'part' | 'mesh' | 'slicer' | 'owedPixels'
->;
+> & {
+  /** Its supports as geometry, where they are built already. */
+  built?: Scaffold;
+};
+
+/** Of the time, about. */
+const buildingShare = 0.2;
 
 /**
  * All that there is to see of a part, for the page of a report. `progress` is told the share that is
@@ -22,15 +29,22 @@ export async function packedReport(
 ): Promise<PackedPart> {
   const { document, part, mesh, slicer, owedPixels } = reportedPart;
   const check = await besideVerdict(reportedPart, signal);
-  const places = Float32Array.from(document.supports.flatMap(({ x, y, z }) => [x, y, z]));
+  const scaffold =
+    reportedPart.built ??
+    (await usualScaffold({
+      ...{ positions: mesh, points: document.supports, plateZ: slicer.plateZ },
+      ...{ layerHeight: document.print.layerHeight, signal },
+      progress: (share) => progress?.(buildingShare * share),
+    }));
   const source: PartSource = {
     part: { ...reported(document, part), check },
     positions: mesh,
     runs: (first, count) => slicer.runs(first, count),
     strength: strengthOf(document, owedPixels),
-    feet: pillarFeet(places, mesh, document.model.min[2] - (document.print.lift ?? 0)),
+    scaffold,
   };
-  return packPart(source, { progress, signal });
+  const packing = (share: number): void => progress?.(buildingShare + (1 - buildingShare) * share);
+  return packPart(source, { progress: packing, signal });
 }
 
 /** What a check finds in the part, of which the verdict on its points says nothing. */

@@ -25,12 +25,14 @@ export interface BuiltPart {
 }
 
 /**
- * Builds the supports of a part as geometry, off the main thread. Throws a UserError when the part can't
- * be used, the signal's reason when it is aborted.
+ * Builds the supports of a part as geometry, off the main thread. `progress` is told the share that is
+ * done, from 0 to 1. Throws a UserError when the part can't be used, the signal's reason when it is
+ * aborted.
  */
 export async function buildSupports(
   part: Pick<SupportedPart, 'document' | 'mesh' | 'slicer'>,
   { settings, merge }: ScaffoldJob,
+  progress?: (share: number) => void,
   signal?: AbortSignal,
 ): Promise<BuiltPart> {
   const { document, mesh, slicer } = part;
@@ -39,7 +41,7 @@ export async function buildSupports(
   const { plateZ } = slicer;
   const scaffold = await buildScaffold({
     ...{ positions: mesh, points, plateZ, layerHeight },
-    ...{ ...settings, signal },
+    ...{ ...settings, progress, signal },
   }).catch((error) => {
     signal?.throwIfAborted();
     if (codeOf(error) !== 'ERR_STILTFORGE_MESH') throw error;

@@ -9,7 +9,7 @@ const keys: readonly [keys: string[], what: string][] = [
   [['f', 'Shift f'], 'the next, the previous finding'],
   [['c'], 'cut the part open or close it'],
   [['o'], 'tint surfaces that overhang'],
-  [['l'], 'show pillars'],
+  [['s'], 'show the supports'],
   [['1', '–', '6'], 'look from the front left, front, right, back, above, below'],
   [['+', '-', '0'], 'zoom into the slice, out of it, show all of it'],
   [['t'], 'light or dark'],

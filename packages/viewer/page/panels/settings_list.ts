@@ -1,4 +1,4 @@
-import type { MeshIndex, VerdictRecord } from '../../src/document.js';
+import type { MeshIndex, ScaffoldIndex, VerdictRecord } from '../../src/document.js';
 import { element } from '../dom.js';
 import type { ViewedPart } from '../part.js';
 import { countText, millimetres } from '../words.js';
@@ -25,7 +25,10 @@ export function settingsList(part: ViewedPart): HTMLElement {
     { class: 'settings' },
     group('Print', printRows),
     group('Supports', Object.entries(settings).map(settingRow)),
-    ...(document.part.verdict === undefined ? [] : [judged(document.part.verdict)]),
+    ...(document.part.verdict === undefined
+      ? []
+      : [judged(document.part.verdict, document.scaffold)]),
+    ...(document.scaffold === undefined ? [] : [built(document.scaffold)]),
     group('This report', [['Made by', generator], ...leftOut(part)]),
     element(
       'details',
@@ -40,11 +43,24 @@ export function settingsList(part: ViewedPart): HTMLElement {
 }
 
 /** What the verdict goes by, and what it does not know. */
-function judged({ nearReach, farReach }: VerdictRecord): HTMLElement {
+function judged(
+  { nearReach, farReach }: VerdictRecord,
+  scaffold: ScaffoldIndex | undefined,
+): HTMLElement {
+  const ways = 'forces, the resin, and whether a pillar finds its way';
   return group('What the points hold', [
     ['Overhang held well within', `${nearReach} mm of a point`],
     ['Overhang held at all within', `${farReach} mm of a point`],
-    ['Not judged', 'forces, the resin, and whether a pillar finds its way'],
+    ['Not judged', scaffold === undefined ? ways : 'forces and the resin'],
+  ]);
+}
+
+/** The supports of the picture. */
+function built({ supports, braces, withoutWay }: ScaffoldIndex): HTMLElement {
+  return group('Supports as they are built', [
+    ['Built', countText(supports)],
+    ['Braces between slender ones', countText(braces)],
+    ['Points without a way for a pillar', countText(withoutWay.length)],
   ]);
 }
 

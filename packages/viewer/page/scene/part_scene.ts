@@ -17,11 +17,14 @@ import {
   Scene,
   Vector3,
 } from 'three';
+import type { ScaffoldIndex } from '../../src/document.js';
 import type { GridMesh } from '../../src/mesh_codec.js';
+import type { RingPairs } from '../../src/scaffold_codec.js';
 import type { Palette } from '../palette.js';
 import type { ViewedPart } from '../part.js';
 import { CutFace } from './cut_face.js';
 import { PointMarks } from './point_marks.js';
+import { ScaffoldMesh } from './scaffold_mesh.js';
 import { shadedSurface } from './surface.js';
 
 const gridSteps = 65_535;
@@ -36,6 +39,7 @@ export class PartScene {
   readonly size: Vector3;
   readonly marks: PointMarks;
   readonly cutFace: CutFace;
+  private readonly scaffold = new ScaffoldMesh();
   /** To be seen from above only. */
   readonly plate: Group;
   private readonly below = new Plane(new Vector3(0, 0, -1), 0);
@@ -71,7 +75,7 @@ export class PartScene {
     this.cutFace = new CutFace(part);
     this.plate = this.makePlate();
     this.scene.add(this.light, this.light.target, this.sky, this.plate);
-    this.scene.add(this.marks.group, this.cutFace.mesh);
+    this.scene.add(this.marks.group, this.cutFace.mesh, this.scaffold.group);
   }
 
   /** Takes the mesh in, which comes later than the rest. */
@@ -100,9 +104,28 @@ export class PartScene {
     this.paint();
   }
 
+  /** Takes the supports in as they are built, which come later, too. */
+  setScaffold(
+    { pairs, raft }: { pairs: RingPairs; raft?: GridMesh },
+    { raft: section }: ScaffoldIndex,
+  ): void {
+    const { min, max, plateZ } = this.part;
+    const offset = [-(min[0] + max[0]) / 2, -(min[1] + max[1]) / 2, -plateZ] as const;
+    this.scaffold.setPieces(pairs, offset);
+    if (raft === undefined || section === undefined) return;
+    const scale = section.max.map((top, axis) => (top - section.min[axis]) / gridSteps);
+    const origin = section.min.map((value, axis) => value + offset[axis]);
+    this.scaffold.setRaft(raft, scale, origin);
+  }
+
+  showScaffold(isShown: boolean): void {
+    this.scaffold.group.visible = isShown;
+  }
+
   /** Cuts the part open above `z`, mm above the plate; null leaves it whole. */
   cut(z: number | null): void {
     this.solid.clippingPlanes = z === null ? [] : [this.below];
+    this.scaffold.cut(z === null ? [] : [this.below]);
     this.hint.clippingPlanes = [this.above];
     this.hintDepth.clippingPlanes = [this.above];
     this.hintMesh.visible = z !== null;
@@ -120,6 +143,7 @@ export class PartScene {
     this.plateLines.color.set(palette.plateLines);
     this.hint.color.set(palette.part);
     this.marks.setPalette(palette);
+    this.scaffold.setPalette(palette);
     this.paint();
   }
 

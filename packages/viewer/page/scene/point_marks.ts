@@ -1,7 +1,6 @@
 import {
   BoxGeometry,
   type BufferGeometry,
-  CylinderGeometry,
   Group,
   InstancedMesh,
   Matrix4,
@@ -17,10 +16,7 @@ import { type Mark, markColour, markOf, marks } from '../marks.js';
 import type { Palette } from '../palette.js';
 import type { ViewedPart } from '../part.js';
 
-/**
- * The points in the scene: rhombs under islands, balls under overhangs, cubes for added ones, and what
- * they would stand on.
- */
+/** The points in the scene: rhombs under islands, balls under overhangs, cubes for added ones. */
 export class PointMarks {
   readonly group = new Group();
   /** Of each point, in mm of the scene. */
@@ -31,13 +27,10 @@ export class PointMarks {
     overhang: new MeshLambertMaterial(),
     added: new MeshLambertMaterial(),
   };
-  private readonly pillarMaterial = new MeshLambertMaterial();
   private readonly ringMaterial = new MeshBasicMaterial({ depthTest: false, transparent: true });
   private readonly meshes: Record<Mark, InstancedMesh>;
   private readonly indices: Record<Mark, number[]> = { island: [], overhang: [], added: [] };
-  private readonly pillars: InstancedMesh | null;
   private readonly ring: Mesh;
-  private readonly order: number[];
 
   constructor(
     private readonly part: ViewedPart,
@@ -48,8 +41,8 @@ export class PointMarks {
     this.places = points.map(({ x, y, z }) => new Vector3(x - middleX, y - middleY, z - plateZ));
     this.radius = Math.max(0.007 * diagonal, 0.05);
     // By layer, so that those up to one are the first ones.
-    this.order = points.map((_, index) => index).sort((a, b) => points[a].layer - points[b].layer);
-    for (const index of this.order) this.indices[markOf(points[index])]?.push(index);
+    const order = points.map((_, index) => index).sort((a, b) => points[a].layer - points[b].layer);
+    for (const index of order) this.indices[markOf(points[index])]?.push(index);
     const cube = 1.7 * this.radius;
     const shapes: Record<Mark, BufferGeometry> = {
       island: new OctahedronGeometry(1.45 * this.radius),
@@ -69,7 +62,6 @@ export class PointMarks {
       return mesh;
     });
     this.meshes = { island, overhang, added };
-    this.pillars = this.makePillars();
     this.ring = new Mesh(
       new TorusGeometry(2.2 * this.radius, 0.28 * this.radius, 10, 40),
       this.ringMaterial,
@@ -86,21 +78,17 @@ export class PointMarks {
       this.materials[mark].color.set(colour);
       this.materials[mark].emissive.set(colour).multiplyScalar(0.45);
     }
-    this.pillarMaterial.color.set(palette.pillar);
     this.ringMaterial.color.set(palette.accent);
   }
 
-  /** Shows the points up to a layer, and pillars if they are wanted. */
-  showUpTo(layer: number, hasPillars: boolean): void {
+  /** Shows the points up to a layer. */
+  showUpTo(layer: number): void {
     const { points } = this.part;
     const countUpTo = (list: readonly number[]): number => {
       const end = list.findIndex((index) => points[index].layer > layer);
       return end < 0 ? list.length : end;
     };
     for (const mark of marks) this.meshes[mark].count = countUpTo(this.indices[mark]);
-    if (this.pillars === null) return;
-    this.pillars.count = countUpTo(this.order);
-    this.pillars.visible = hasPillars;
   }
 
   /** Rings a place of the scene, or none. */
@@ -112,22 +100,5 @@ export class PointMarks {
   /** The ring looks at who looks at it. */
   face(eye: Vector3): void {
     this.ring.lookAt(eye);
-  }
-
-  private makePillars(): InstancedMesh | null {
-    const { feet } = this.part.document;
-    if (feet === undefined) return null;
-    const radius = 0.32 * this.radius;
-    const shape = new CylinderGeometry(radius, radius, 1, 8).rotateX(Math.PI / 2);
-    const mesh = new InstancedMesh(shape, this.pillarMaterial, this.order.length);
-    mesh.frustumCulled = false;
-    this.order.forEach((index, i) => {
-      const { x, y, z } = this.places[index];
-      const foot = feet[index] - this.part.plateZ;
-      const matrix = new Matrix4().makeScale(1, 1, Math.max(z - foot, 1e-3));
-      mesh.setMatrixAt(i, matrix.setPosition(x, y, (z + foot) / 2));
-    });
-    this.group.add(mesh);
-    return mesh;
   }
 }

@@ -17,6 +17,8 @@ const directions = [
   { name: 'Below', key: '6', from: [-0.4, -0.55, -0.75] },
 ] as const;
 
+type Toggle = 'isCut' | 'isTinted' | 'hasSupports';
+
 const angleOfView = 26;
 const flight = 320; // ms
 
@@ -35,7 +37,7 @@ export class SceneView {
   private readonly camera = new PerspectiveCamera(angleOfView, 1, 1, 1000);
   private renderer: WebGLRenderer | null;
   private readonly controls: OrbitControls | null = null;
-  private readonly toggles: [button: HTMLButtonElement, key: 'isCut' | 'isTinted' | 'hasPillars'][];
+  private readonly toggles: [button: HTMLButtonElement, key: Toggle][];
   private isPlanned = false;
   private flying = 0;
   /** The layer whose slice lies on the cut; -1 for none. */
@@ -49,7 +51,7 @@ export class SceneView {
   ) {
     this.scene = new PartScene(part);
     this.renderer = rendererOn(this.canvas);
-    const toggle = (label: string, title: string, key: 'isCut' | 'isTinted' | 'hasPillars') => {
+    const toggle = (label: string, title: string, key: Toggle) => {
       const act = (): void => model.set({ [key]: !model.state[key] });
       const made = button(label, title, act, { pressed: model.state[key] });
       return [made, key] as [HTMLButtonElement, typeof key];
@@ -57,9 +59,9 @@ export class SceneView {
     this.toggles = [
       toggle('Cut', 'Cut the part open at the layer (c)', 'isCut'),
       toggle('Overhang', 'Tint surfaces that lie flatter than the critical angle (o)', 'isTinted'),
-      ...(part.document.feet === undefined
+      ...(part.document.scaffold === undefined
         ? []
-        : [toggle('Pillars', 'Show what the points would stand on (l)', 'hasPillars')]),
+        : [toggle('Supports', 'Show the supports as they are built (s)', 'hasSupports')]),
     ];
     this.views.addEventListener('change', () => this.lookFrom(this.views.value));
     this.views.append(
@@ -88,7 +90,7 @@ export class SceneView {
     }
     this.controls = this.makeControls();
     this.listen();
-    void this.loadMesh();
+    void this.loadShapes();
   }
 
   /** Turns the camera so that this place, in mm of the model, is in the middle. */
@@ -135,9 +137,13 @@ export class SceneView {
     this.frame.append(element('p', { class: 'fallback', text }));
   }
 
-  private async loadMesh(): Promise<void> {
+  private async loadShapes(): Promise<void> {
+    const { scaffold } = this.part.document;
     try {
       this.scene.setMesh(await this.part.mesh());
+      if (scaffold !== undefined) {
+        this.scene.setScaffold(await this.part.scaffold(scaffold), scaffold);
+      }
     } catch (error) {
       this.sayInstead(`The part can't be shown: ${(error as Error).message}.`);
     }
@@ -199,11 +205,12 @@ export class SceneView {
   }
 
   private apply(): void {
-    const { point, place, isCut, isTinted, hasPillars } = this.model.state;
+    const { point, place, isCut, isTinted, hasSupports } = this.model.state;
     const layer = this.cutLayer < 0 ? this.model.state.layer : this.cutLayer;
     this.scene.cut(isCut ? this.part.topOf(layer) : null);
     this.scene.setTinted(isTinted);
-    this.scene.marks.showUpTo(isCut ? layer : this.part.layerCount, hasPillars);
+    this.scene.marks.showUpTo(isCut ? layer : this.part.layerCount);
+    this.scene.showScaffold(hasSupports);
     this.scene.marks.ringAt(point === null ? this.sceneOf(place) : this.scene.marks.places[point]);
     this.plan();
   }
@@ -361,6 +368,7 @@ export class SceneView {
       entry('mark-island', 'point under an island'),
       entry('mark-overhang', 'point under an overhang'),
       this.part.hasAddedPoints && entry('mark-added', 'point that was added'),
+      this.part.document.scaffold !== undefined && entry('support', 'support as it is built'),
       entry('tint', 'surface that overhangs'),
     );
   }
