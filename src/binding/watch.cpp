@@ -10,7 +10,8 @@ void Watch::tell(std::size_t nowDone, std::size_t nowTotal) {
   listener.tell(static_cast<double>(nowDone), static_cast<double>(nowTotal));
 }
 
-Napi::Object watched(Napi::Env env, std::shared_ptr<Watch> watch, const Napi::Promise& result) {
+Napi::Object watched(Napi::Env env, const std::shared_ptr<Watch>& watch,
+                     const Napi::Promise& result) {
   Napi::Object object = Napi::Object::New(env);
   object.Set("progress", Napi::Function::New(
                              env,

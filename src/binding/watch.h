@@ -26,6 +26,7 @@ struct Watch {
 
 /// { result, progress, cancel }: the promise of the job, a function that gives how much of it is
 /// done and all of it, and one that ends it.
-Napi::Object watched(Napi::Env env, std::shared_ptr<Watch> watch, const Napi::Promise& result);
+Napi::Object watched(Napi::Env env, const std::shared_ptr<Watch>& watch,
+                     const Napi::Promise& result);
 
 }  // namespace stiltforge::binding
