@@ -317,9 +317,13 @@ test('what is wrong with points is told with its place', async (t) => {
     'x,y,z\n1,2,3\n1,2\n',
     /points\.csv: line 3 has no three numbers x, y and z\./,
   );
+  await expectRefused(
+    'x,y,z\n1e308,2,0\n',
+    /points\.csv: line 2 lies more than 1,000 km from the origin\. Write them in millimetres/,
+  );
   await expectRefused('1,2,inf\n', /line 1 has no/);
   await expectRefused('{"supports": 3}', /it has no list "supports"/);
-  await expectRefused('{"supports": [{"x": 1, "y": 2}]}', /support 1 has no numbers/);
+  await expectRefused('{"supports": [{"x": 1, "y": 2}]}', /support 1 has no three numbers/);
   await expectRefused('{', /it is no JSON/);
   const missing = await stiltforge(['check', part, '--points', 'no-such.csv']);
   assert.equal(missing.code, 3);

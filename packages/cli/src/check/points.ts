@@ -14,6 +14,9 @@ export interface SupportPlace {
 /** No real list is near it, and all of it is read at once. */
 const mostBytes = 256e6;
 
+/** mm from the origin along an axis; no part is as large. */
+const furthest = 1e9;
+
 /**
  * Reads the places of supports from a supports.json, or from a table whose first line names the columns
  * x_mm, y_mm and z_mm, or x, y and z; without such a line they are the first three. Throws a UserError
@@ -54,8 +57,7 @@ function fromDocument(file: string, text: string): SupportPlace[] {
   }
   return supports.map((support: unknown, i) => {
     const { x, y, z, region, kind } = Object(support) as Record<string, unknown>;
-    const wrong = (): UserError => refused(file, `support ${i + 1} has no numbers x, y and z.`);
-    return { ...place(x, y, z, wrong), ...cause(region, kind) };
+    return { ...place([x, y, z], file, `support ${i + 1}`), ...cause(region, kind) };
   });
 }
 
@@ -70,15 +72,9 @@ function fromTable(file: string, text: string): SupportPlace[] {
   return lines.flatMap((line, i) => {
     if (line.trim() === '' || (i === 0 && hasNames)) return [];
     const row = cells(line);
-    const [x, y, z] = columns.map((column) => numberFrom(row[column]));
-    const wrong = (): UserError =>
-      refused(
-        file,
-        `line ${i + 1} has no three numbers x, y and z. Write them in millimetres, with decimal ` +
-          'points and commas between, under a line of names or first in each line.',
-      );
+    const numbers = columns.map((column) => numberFrom(row[column]));
     return {
-      ...place(x, y, z, wrong),
+      ...place(numbers, file, `line ${i + 1}`, asTable),
       ...cause(numberFrom(row[regionColumn]), row[kindColumn]),
     };
   });
@@ -94,9 +90,22 @@ function numberFrom(text: string | undefined): number {
   return text === undefined || text === '' ? Number.NaN : Number(text);
 }
 
-function place(x: unknown, y: unknown, z: unknown, error: () => UserError): SupportPlace {
-  if (Number.isFinite(x) && Number.isFinite(y) && Number.isFinite(z)) {
-    return { x, y, z } as SupportPlace;
+const asTable =
+  ', with decimal points and commas between, under a line of names or first in each line';
+
+function place(
+  numbers: readonly unknown[],
+  file: string,
+  where: string,
+  layout = '',
+): Pick<SupportPlace, 'x' | 'y' | 'z'> {
+  const remedy = `Write them in millimetres${layout}.`;
+  if (!numbers.every(Number.isFinite)) {
+    throw refused(file, `${where} has no three numbers x, y and z. ${remedy}`);
   }
-  throw error();
+  const [x, y, z] = numbers as number[];
+  if (Math.max(Math.abs(x), Math.abs(y), Math.abs(z)) > furthest) {
+    throw refused(file, `${where} lies more than 1,000 km from the origin. ${remedy}`);
+  }
+  return { x, y, z };
 }
