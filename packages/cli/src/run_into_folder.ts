@@ -1,7 +1,7 @@
 import { Interrupted } from './errors.js';
 import { isOfRegion } from './inspected_regions.js';
 import { isLackOfMemory, outOfMemory } from './memory.js';
-import { OutputFolder } from './output/output_folder.js';
+import { inOutputFolder, type OutputFolder } from './output/output_folder.js';
 import { asUserError } from './printed_file.js';
 import type { Progress } from './progress.js';
 import type { Summary } from './summary.js';
@@ -46,23 +46,20 @@ export async function runIntoFolder(
 ): Promise<Summary> {
   const started = performance.now();
   const { expected, memory, write } = prepare();
-  const folder = OutputFolder.open(job.folder, { expected, force: job.force ?? false });
-  const discard = (): void => folder.discard();
-  process.once('exit', discard);
-  try {
-    const asked = performance.now();
-    await watcher.admit?.(memory);
-    const waited = performance.now() - asked;
-    const summary = await write(folder);
-    // What was inspected stays: it was asked for one by one.
-    folder.commit((name) => job.keep === true || isOfRegion(name));
-    const seconds = (performance.now() - started - waited) / 1000;
-    return { ...summary, seconds, peakMemory: 1024 * process.resourceUsage().maxRSS };
-  } catch (error) {
-    if (watcher.signal.aborted) throw new Interrupted();
-    throw isLackOfMemory(error) ? outOfMemory(job.name, error) : asUserError(error);
-  } finally {
-    folder.discard();
-    process.off('exit', discard);
-  }
+  const options = { expected, force: job.force ?? false };
+  return inOutputFolder(job.folder, options, async (folder) => {
+    try {
+      const asked = performance.now();
+      await watcher.admit?.(memory);
+      const waited = performance.now() - asked;
+      const summary = await write(folder);
+      // What was inspected stays: it was asked for one by one.
+      folder.commit((name) => job.keep === true || isOfRegion(name));
+      const seconds = (performance.now() - started - waited) / 1000;
+      return { ...summary, seconds, peakMemory: 1024 * process.resourceUsage().maxRSS };
+    } catch (error) {
+      if (watcher.signal.aborted) throw new Interrupted();
+      throw isLackOfMemory(error) ? outOfMemory(job.name, error) : asUserError(error);
+    }
+  });
 }

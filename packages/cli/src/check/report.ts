@@ -4,7 +4,7 @@ import { createLayerSlicer, type PrinterFile, type PrintSettings } from 'stiltfo
 import type { PartSource } from 'stiltforge-viewer';
 import { commandHost } from '../command_host.js';
 import { KeptLayers } from '../output/kept_layers.js';
-import { OutputFolder } from '../output/output_folder.js';
+import { inOutputFolder } from '../output/output_folder.js';
 import { packedLayers } from '../output/packed_layers.js';
 import { pageOf, pageWith } from '../output/report.js';
 import { reportName } from '../output/report_name.js';
@@ -23,21 +23,15 @@ export interface CheckReporting {
 }
 
 /** Writes the page with what was found into a folder; whole or not at all. Throws a UserError where it can't. */
-export async function writeCheckReport(
+export function writeCheckReport(
   folder: string,
   force: boolean,
   makePage: () => Promise<string>,
 ): Promise<void> {
-  const outputs = OutputFolder.open(folder, { expected: [reportName], force });
-  const discard = (): void => outputs.discard();
-  process.once('exit', discard);
-  try {
+  return inOutputFolder(folder, { expected: [reportName], force }, async (outputs) => {
     await outputs.write(reportName, await makePage());
     outputs.commit(() => false);
-  } finally {
-    outputs.discard();
-    process.off('exit', discard);
-  }
+  });
 }
 
 /** A page with a print and what a check found in it. Throws the signal's reason. */

@@ -2,7 +2,7 @@ import type { Orientation, OrientResult } from 'stiltforge/orientation';
 import { commandHost } from '../command_host.js';
 import { codeOf, Interrupted } from '../errors.js';
 import { outOfMemory } from '../memory.js';
-import { OutputFolder } from '../output/output_folder.js';
+import { inOutputFolder, type OutputFolder } from '../output/output_folder.js';
 import {
   findOrientations,
   type OrientationSearch,
@@ -28,35 +28,29 @@ export interface OrientJob extends Omit<OrientationSearch, 'memory'> {
  * Finds how a part should stand and writes the turned mesh, a list and a picture: all of them or none.
  * Throws a UserError for what the user can mend, Interrupted when the signal says so.
  */
-export async function orientMesh(
+export function orientMesh(
   job: OrientJob,
   watcher: OrientWatcher & { signal: AbortSignal },
 ): Promise<OrientReport> {
   const { signal } = watcher;
   const { generator, memory } = commandHost;
-  const folder = OutputFolder.open(job.folder, {
-    expected: [meshName, jsonName, ...(job.pictures ? [pictureName] : [])],
-    force: job.force ?? false,
+  const expected = [meshName, jsonName, ...(job.pictures ? [pictureName] : [])];
+  return inOutputFolder(job.folder, { expected, force: job.force ?? false }, async (folder) => {
+    try {
+      const began = performance.now();
+      const result = await findOrientations({ ...job, memory: job.memory ?? memory }, watcher);
+      const seconds = (performance.now() - began) / 1000;
+      const json = orientationsJson(job.name, result, generator);
+      await writeOutputs(job, result, json, folder, signal);
+      const files = folder.topLevelNames();
+      folder.commit(() => false);
+      const hasCleanSide = job.keepClean !== undefined;
+      return { name: job.name, result, json, hasCleanSide, seconds, folder: job.folder, files };
+    } catch (error) {
+      if (signal.aborted) throw new Interrupted();
+      throw codeOf(error) === 'ERR_STILTFORGE_MEMORY' ? outOfMemory(job.name, error) : error;
+    }
   });
-  const discard = (): void => folder.discard();
-  process.once('exit', discard);
-  try {
-    const began = performance.now();
-    const result = await findOrientations({ ...job, memory: job.memory ?? memory }, watcher);
-    const seconds = (performance.now() - began) / 1000;
-    const json = orientationsJson(job.name, result, generator);
-    await writeOutputs(job, result, json, folder, signal);
-    const files = folder.topLevelNames();
-    folder.commit(() => false);
-    const hasCleanSide = job.keepClean !== undefined;
-    return { name: job.name, result, json, hasCleanSide, seconds, folder: job.folder, files };
-  } catch (error) {
-    if (signal.aborted) throw new Interrupted();
-    throw codeOf(error) === 'ERR_STILTFORGE_MEMORY' ? outOfMemory(job.name, error) : error;
-  } finally {
-    folder.discard();
-    process.off('exit', discard);
-  }
 }
 
 async function writeOutputs(

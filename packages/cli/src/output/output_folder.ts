@@ -225,6 +225,26 @@ export class OutputFolder {
   }
 }
 
+/**
+ * Opens a folder for work that writes and commits; what it has not committed goes, also when the process
+ * ends meanwhile.
+ */
+export async function inOutputFolder<Result>(
+  path: string,
+  options: OutputFolderOptions,
+  work: (folder: OutputFolder) => Promise<Result>,
+): Promise<Result> {
+  const folder = OutputFolder.open(path, options);
+  const discard = (): void => folder.discard();
+  process.once('exit', discard);
+  try {
+    return await work(folder);
+  } finally {
+    folder.discard();
+    process.off('exit', discard);
+  }
+}
+
 /** Files that were moved, and can be moved back. */
 class Moves {
   private readonly done: [from: string, to: string][] = [];
