@@ -60,11 +60,11 @@ async function answer(request, response, bounds, turns) {
   const settings = settingsOf(url.searchParams);
   const client = new AbortController();
   response.once('close', () => client.abort(new Refusal(499, 'The client went away.')));
-  const tooLate = new Refusal(504, `It takes more than the ${bounds.time} s that a part may have.`);
-  const timer = setTimeout(() => client.abort(tooLate), 1000 * bounds.time);
   const { signal } = client;
   // Layers are read from their file as they are needed, so it is not kept in memory.
   const folder = await mkdtemp(join(tmpdir(), 'stiltforge-service-'));
+  const tooLate = new Refusal(504, `It takes more than the ${bounds.time} s that a part may have.`);
+  const timer = setTimeout(() => client.abort(tooLate), 1000 * bounds.time);
   try {
     const file = join(folder, settings.name);
     await store(request, file, bounds.size);

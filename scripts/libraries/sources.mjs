@@ -49,7 +49,7 @@ export const libraries = [
   { name: 'nlohmann-json', version: '3.11.2', headers: 'nlohmann', header: 'json.hpp' },
 ];
 
-export const sourcesFolder = fileURLToPath(new URL('../../build/libraries', import.meta.url));
+const sourcesFolder = fileURLToPath(new URL('../../build/libraries', import.meta.url));
 
 /** What the makers of a library call the version that a package of Debian has. */
 export function makersVersion(version) {

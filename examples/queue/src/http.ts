@@ -11,8 +11,11 @@ export interface Health {
  * GET /healthz: the process lives. GET /readyz: it takes jobs; 503 with a sentence when not.
  * GET /metrics: for Prometheus.
  */
-export function healthServer(health: Health, metrics: Metrics): Server {
-  return createServer(async ({ url }, response) => {
+export function healthServer(
+  health: Health,
+  metrics: Pick<Metrics, 'text' | 'contentType'>,
+): Server {
+  const answer = async (url: string | undefined, response: ServerResponse): Promise<void> => {
     switch (url) {
       case '/healthz':
         return say(response, 200, 'alive\n');
@@ -25,6 +28,10 @@ export function healthServer(health: Health, metrics: Metrics): Server {
       default:
         return say(response, 404, 'There are /healthz, /readyz and /metrics.\n');
     }
+  };
+  return createServer(({ url }, response) => {
+    // A page that fails must not end the jobs at work.
+    answer(url, response).catch((error) => say(response, 500, `${error.message}\n`));
   });
 }
 

@@ -18,16 +18,20 @@ async function parked(words: string[]): Promise<void> {
   const connection = connectionTo(settings);
   const queue = openQueue(settings, connection);
   queue.on('error', () => {});
-  const jobs = await queue.getFailed();
-  clearTimeout(giveUp);
-  for (const job of jobs) {
-    process.stdout.write(
-      `${job.id} ${Object.values(Object(job.data?.source))[0]}: ${job.failedReason}\n`,
-    );
-    if (values.retry) await job.retry('failed', { resetAttemptsMade: true });
+  try {
+    const jobs = await queue.getFailed();
+    clearTimeout(giveUp);
+    for (const job of jobs) {
+      process.stdout.write(
+        `${job.id} ${Object.values(Object(job.data?.source))[0]}: ${job.failedReason}\n`,
+      );
+      if (values.retry) await job.retry('failed', { resetAttemptsMade: true });
+    }
+  } finally {
+    clearTimeout(giveUp);
+    await queue.close();
+    await connection.quit();
   }
-  await queue.close();
-  await connection.quit();
 }
 
 try {

@@ -21,7 +21,7 @@ export function connectionTo({ redisUrl }: QueuePlace): Redis {
 }
 
 /** How jobs are to be added: tried three times, with growing pauses, and parked if all fail. */
-export const jobOptions: JobsOptions = {
+const jobOptions: JobsOptions = {
   attempts: 3,
   backoff: { type: 'exponential', delay: 1000, jitter: 0.5 },
   removeOnComplete: kept,

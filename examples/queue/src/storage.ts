@@ -40,7 +40,7 @@ export async function openStorage(
 }
 
 /** Objects are files of a folder, on a file system with hard links that all workers share. */
-export class FolderStorage implements Storage {
+class FolderStorage implements Storage {
   private constructor(
     private readonly folder: string,
     private readonly incoming: string,

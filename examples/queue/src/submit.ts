@@ -63,26 +63,30 @@ async function submit(words: string[]): Promise<void> {
   const events = new QueueEvents(settings.queue, { connection: listening });
   queue.on('error', () => {});
   events.on('error', () => {});
-  await events.waitUntilReady();
-  const jobs = await queue.addBulk(requests.map((data) => ({ name: 'part', data })));
-  clearTimeout(giveUp);
-  for (const [index, job] of jobs.entries()) {
-    const source = Object.values(requests[index].source)[0];
-    if (!wait) {
-      process.stdout.write(`${job.id} ${source}\n`);
-      continue;
+  try {
+    await events.waitUntilReady();
+    const jobs = await queue.addBulk(requests.map((data) => ({ name: 'part', data })));
+    clearTimeout(giveUp);
+    for (const [index, job] of jobs.entries()) {
+      const source = Object.values(requests[index].source)[0];
+      if (!wait) {
+        process.stdout.write(`${job.id} ${source}\n`);
+        continue;
+      }
+      try {
+        const { result } = await job.waitUntilFinished(events);
+        process.stdout.write(`${job.id} ${source} -> ${result}\n`);
+      } catch (error) {
+        process.stdout.write(`${job.id} ${source}: ${(error as Error).message}\n`);
+        process.exitCode = 1;
+      }
     }
-    try {
-      const { result } = await job.waitUntilFinished(events);
-      process.stdout.write(`${job.id} ${source} -> ${result}\n`);
-    } catch (error) {
-      process.stdout.write(`${job.id} ${source}: ${(error as Error).message}\n`);
-      process.exitCode = 1;
-    }
+  } finally {
+    clearTimeout(giveUp);
+    await events.close();
+    await queue.close();
+    await Promise.all([connection.quit(), listening.quit()]);
   }
-  await events.close();
-  await queue.close();
-  await Promise.all([connection.quit(), listening.quit()]);
 }
 
 try {

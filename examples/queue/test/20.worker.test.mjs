@@ -1,11 +1,13 @@
 // What a worker does with a job, well or badly meant, and with its own end.
 import assert from 'node:assert/strict';
+import { once } from 'node:events';
 import { readFileSync } from 'node:fs';
 import { mkdir, readdir, readFile, symlink, writeFile } from 'node:fs/promises';
 import { join } from 'node:path';
 import { after, before, test } from 'node:test';
 import { fileURLToPath } from 'node:url';
 import { binaryStl, box, footAndIsland, table } from '../../../packages/cli/test/meshes.mjs';
+import { healthServer } from '../dist/http.js';
 import {
   ended,
   queueOn,
@@ -352,4 +354,20 @@ test('an environment with mistakes is refused, all named at once', async (t) => 
     err,
     /^worker: The environment can't be used: REDIS_URL: .*; TIME_LIMIT: .*; PORT: /,
   );
+});
+
+test('metrics that cannot be had are told, and end nothing', async (t) => {
+  const metrics = {
+    contentType: 'text/plain',
+    text: () => Promise.reject(new Error('no numbers')),
+  };
+  const server = healthServer({ notReady: () => undefined }, metrics).listen(0, '127.0.0.1');
+  t.after(() => server.close().closeAllConnections());
+  await once(server, 'listening');
+  const answerTo = async (path) => {
+    const response = await fetch(`http://127.0.0.1:${server.address().port}${path}`);
+    return [response.status, await response.text()];
+  };
+  assert.deepEqual(await answerTo('/metrics'), [500, 'no numbers\n']);
+  assert.deepEqual(await answerTo('/healthz'), [200, 'alive\n']);
 });
