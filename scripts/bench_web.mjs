@@ -13,9 +13,10 @@ const root = fileURLToPath(new URL('..', import.meta.url));
 const runs = Number(process.argv[2] ?? 3);
 const height = 60; // mm
 
+const executablePath = process.env.STILTFORGE_CHROMIUM ?? '/usr/bin/chromium';
+const browser = await chromium.launch({ executablePath, args: ['--no-sandbox'] });
 const folder = mkdtempSync(join(tmpdir(), 'stiltforge-bench-'));
 const mesh = join(folder, 'rabbit.stl');
-writeFileSync(mesh, binaryStl(rabbit()));
 
 function secondsOfCommand() {
   const words = [mesh, '--up', 'y', '--height', height, '--no-pictures', '--report', '-q'];
@@ -39,9 +40,8 @@ async function secondsOfPage(page) {
   return (performance.now() - began) / 1000;
 }
 
-const executablePath = process.env.STILTFORGE_CHROMIUM ?? '/usr/bin/chromium';
-const browser = await chromium.launch({ executablePath, args: ['--no-sandbox'] });
 try {
+  writeFileSync(mesh, binaryStl(rabbit()));
   const page = await browser.newPage();
   const times = { page: Infinity, command: Infinity };
   for (let run = 0; run < runs; run++) {

@@ -6,6 +6,7 @@ import { createRequire } from 'node:module';
 import { tmpdir } from 'node:os';
 import { join } from 'node:path';
 import { fileURLToPath } from 'node:url';
+import { binaryStl } from '../packages/cli/test/meshes.mjs';
 
 const cli = createRequire(new URL('../packages/cli/package.json', import.meta.url));
 const { unzipSync } = cli('fflate');
@@ -53,13 +54,7 @@ try {
 
 function bunnyStl() {
   const { positions, cells } = cli('bunny');
-  const corners = cells.flatMap((cell) => cell.map((vertex) => positions[vertex]));
-  const bytes = Buffer.alloc(84 + 50 * cells.length);
-  bytes.writeUInt32LE(cells.length, 80);
-  corners.flat().forEach((value, i) => {
-    bytes.writeFloatLE(value, 84 + 50 * Math.floor(i / 9) + 12 + 4 * (i % 9));
-  });
-  return bytes;
+  return binaryStl(cells.map((cell) => cell.map((vertex) => positions[vertex])));
 }
 
 function run(program, words) {

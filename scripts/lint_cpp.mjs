@@ -56,7 +56,7 @@ async function tidy() {
   const jobs = availableParallelism();
   const { unchanged, checked, findings, commandless } = await clangTidy({
     ...{ root, database, jobs },
-    files: files.filter((file) => !file.endsWith('.h')),
+    files: files.filter((file) => !/\.h(pp)?$/.test(file)),
   });
   for (const finding of findings) console.log(finding);
   for (const file of commandless) console.log(`clang-tidy: ${file} is not part of any target here`);

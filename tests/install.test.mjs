@@ -17,6 +17,7 @@ import { tmpdir } from 'node:os';
 import { join } from 'node:path';
 import { after, before, test } from 'node:test';
 import { fileURLToPath } from 'node:url';
+import { binaryStl } from '../packages/cli/test/meshes.mjs';
 
 const root = fileURLToPath(new URL('..', import.meta.url));
 const examples = join(root, 'examples');
@@ -59,17 +60,11 @@ function buildWithCMake(source, name, ...settings) {
 /** The demo's bunny, 30 mm high, standing as a slicer wants it. */
 function bunny() {
   const { positions, cells } = createRequire(import.meta.url)('bunny');
-  const corners = cells.flat().map((vertex) => positions[vertex]);
-  const standing = corners.flatMap(([x, y, z]) => [x, -z, y]);
-  const heights = standing.filter((_, i) => i % 3 === 2);
+  const heights = positions.map(([, y]) => y);
   const lowest = heights.reduce((a, b) => Math.min(a, b));
   const factor = 30 / (heights.reduce((a, b) => Math.max(a, b)) - lowest);
-  const bytes = Buffer.alloc(84 + 50 * cells.length);
-  bytes.writeUInt32LE(cells.length, 80);
-  standing.forEach((value, i) => {
-    bytes.writeFloatLE(value * factor, 84 + 50 * Math.floor(i / 9) + 12 + 4 * (i % 9));
-  });
-  return bytes;
+  const standing = positions.map(([x, y, z]) => [x * factor, -z * factor, y * factor]);
+  return binaryStl(cells.map((cell) => cell.map((vertex) => standing[vertex])));
 }
 
 let expected = '';

@@ -6,7 +6,7 @@ import { join } from 'node:path';
 const manifestOf = (folder) => JSON.parse(readFileSync(join(folder, 'package.json'), 'utf8'));
 
 /** The installed folder of a package that the package in `folder` asks for, or undefined. */
-function installedFolder(folder, name) {
+export function installedFolder(folder, name) {
   const places = createRequire(join(folder, 'package.json')).resolve.paths(name);
   for (const place of places) {
     try {

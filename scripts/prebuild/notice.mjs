@@ -1,9 +1,9 @@
 // What the packages carry of others, and its licences.
 import { readFileSync } from 'node:fs';
-import { createRequire } from 'node:module';
 import { join } from 'node:path';
 import { fileURLToPath } from 'node:url';
 import { libraries } from '../libraries/sources.mjs';
+import { installedFolder } from './needed.mjs';
 
 const root = fileURLToPath(new URL('../..', import.meta.url));
 const folder = fileURLToPath(new URL('licences', import.meta.url));
@@ -81,14 +81,8 @@ const npmParts = {
 };
 
 function npmPart(name, from) {
-  const require = createRequire(join(root, from, 'package.json'));
-  let place;
-  for (const modules of require.resolve.paths(name)) {
-    try {
-      readFileSync(join(modules, name, 'package.json'));
-      place ??= join(modules, name);
-    } catch {}
-  }
+  const place = installedFolder(join(root, from), name);
+  if (place === undefined) throw new Error(`${name} is not installed: run "npm ci"`);
   const manifest = JSON.parse(readFileSync(join(place, 'package.json'), 'utf8'));
   for (const file of ['LICENSE', 'LICENSE.md', 'LICENSE.txt']) {
     try {

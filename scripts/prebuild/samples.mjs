@@ -4,6 +4,7 @@ import { createRequire } from 'node:module';
 import { join } from 'node:path';
 import { fileURLToPath } from 'node:url';
 import { strToU8, zipSync } from 'fflate';
+import { binaryStl } from '../../packages/cli/test/meshes.mjs';
 import { goo, nanoDlp, sl1 } from '../../packages/cli/test/prints.mjs';
 
 const root = fileURLToPath(new URL('../..', import.meta.url));
@@ -18,18 +19,8 @@ function bunny() {
   return { corners: standing.map((corner) => corner.map((value) => value * factor)), cells };
 }
 
-function stl({ corners, cells }) {
-  const bytes = Buffer.alloc(84 + 50 * cells.length);
-  bytes.writeUInt32LE(cells.length, 80);
-  cells.forEach((cell, face) => {
-    cell
-      .flatMap((vertex) => corners[vertex])
-      .forEach((value, i) => {
-        bytes.writeFloatLE(value, 84 + 50 * face + 12 + 4 * i);
-      });
-  });
-  return bytes;
-}
+const stl = ({ corners, cells }) =>
+  binaryStl(cells.map((cell) => cell.map((vertex) => corners[vertex])));
 
 const obj = ({ corners, cells }) =>
   corners.map((corner) => `v ${corner.join(' ')}\n`).join('') +
