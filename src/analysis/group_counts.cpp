@@ -120,7 +120,9 @@ class RowCounter {
         sums_(readsBlue_ ? layer.width : 0, limits) {}
 
   void count(uint32_t firstRow, uint32_t endRow) {
-    for (uint32_t y = firstRow; y < endRow; ++y) countRow(y);
+    for (uint32_t y = firstRow; y < endRow; ++y) {
+      if (layer_.material.rowStart(y) < layer_.material.rowStart(y + 1)) countRow(y);
+    }
     counts_[group_].add(current_);
   }
 
@@ -150,6 +152,7 @@ class RowCounter {
       current_.lastColumn = std::max(current_.lastColumn, static_cast<uint16_t>(run.end - 1));
       current_.firstRow = std::min(current_.firstRow, row);
       current_.lastRow = row;
+      if (span == spans.end()) continue;
       const std::size_t first = pixel;
       for (; span != spans.end() && span->begin < run.end; ++span) pixel += span->length();
       current_.unsupported += static_cast<uint32_t>(pixel - first);

@@ -19,50 +19,72 @@ struct SharedPixels {
 constexpr std::size_t runsPerTask = std::size_t{1} << 15;
 
 // A position in a layer's runs that knows its row.
-struct RunCursor {
-  const Layer* layer;
-  uint32_t run;
-  uint32_t row;
-
-  void settle() {
-    while (row < layer->height && run >= layer->material.rowStart(row + 1)) ++row;
-  }
-  bool atEnd() const { return run >= layer->material.runCount(); }
-  uint64_t first() const { return uint64_t{row} * layer->width + layer->material[run].begin; }
-  uint64_t end() const { return uint64_t{row} * layer->width + layer->material[run].end; }
-  void advance() {
-    ++run;
+class RunCursor {
+ public:
+  RunCursor(const Layer& layer, uint32_t row)
+      : runs_(layer.material.data()),
+        runCount_(static_cast<uint32_t>(layer.material.runCount())),
+        rows_(layer.material),
+        width_(layer.width),
+        height_(layer.height),
+        run_(layer.material.rowStart(row)),
+        row_(row) {
     settle();
   }
+
+  uint32_t run() const { return run_; }
+  bool atEnd() const { return run_ >= runCount_; }
+  /// Index of its first pixel in the layer, row by row, and that behind its last one.
+  uint64_t first() const { return first_; }
+  uint64_t end() const { return end_; }
+  void advance() {
+    ++run_;
+    settle();
+  }
+
+ private:
+  void settle() {
+    while (row_ < height_ && run_ >= rows_.rowStart(row_ + 1)) ++row_;
+    if (atEnd()) return;
+    const uint64_t rowFirst = uint64_t{row_} * width_;
+    first_ = rowFirst + runs_[run_].begin;
+    end_ = rowFirst + runs_[run_].end;
+  }
+
+  const Run* runs_;
+  uint32_t runCount_;
+  const RunRows& rows_;
+  uint32_t width_;
+  uint32_t height_;
+  uint32_t run_;
+  uint32_t row_;
+  uint64_t first_ = 0;
+  uint64_t end_ = 0;
 };
 
 // The first run of the layer that ends beyond the pixel index.
 RunCursor seek(const Layer& layer, uint64_t index) {
-  RunCursor cursor{&layer, 0, 0};
-  if (layer.width == 0) return cursor;
-  cursor.row = static_cast<uint32_t>(std::min<uint64_t>(index / layer.width, layer.height));
-  cursor.run = layer.material.rowStart(cursor.row);
-  cursor.settle();
+  const uint64_t row = layer.width == 0 ? 0 : index / layer.width;
+  RunCursor cursor(layer, static_cast<uint32_t>(std::min<uint64_t>(row, layer.height)));
   while (!cursor.atEnd() && cursor.end() <= index) cursor.advance();
   return cursor;
 }
 
 void intersectRows(const Layer& layer, const Layer& below, uint32_t firstRow, uint32_t endRow,
                    ScratchVector<SharedPixels>& shared) {
-  RunCursor upper{&layer, layer.material.rowStart(firstRow), firstRow};
-  upper.settle();
+  RunCursor upper(layer, firstRow);
   const uint32_t lastRun = layer.material.rowStart(endRow);
-  if (upper.run >= lastRun) return;
+  if (upper.run() >= lastRun) return;
   RunCursor lower = seek(below, upper.first());
   SharedPixels current;
-  while (upper.run < lastRun && !lower.atEnd()) {
+  while (upper.run() < lastRun && !lower.atEnd()) {
     const uint64_t from = std::max(upper.first(), lower.first());
     const uint64_t upperEnd = upper.end();
     const uint64_t lowerEnd = lower.end();
     const uint64_t to = std::min(upperEnd, lowerEnd);
     if (from < to) {
-      const uint32_t group = layer.groupOfRun[upper.run];
-      const uint32_t label = below.groupOfRun[lower.run];
+      const uint32_t group = layer.groupOfRun[upper.run()];
+      const uint32_t label = below.groupOfRun[lower.run()];
       if (group != current.group || label != current.lower) {
         if (current.count != 0) shared.push_back(current);
         current = {group, label, 0};
