@@ -12,6 +12,9 @@ namespace {
 // Distances that differ only by rounding from the reach lie within it.
 constexpr double roundingSlack = 1e-9;
 
+// In rows of fewer runs the first one near is soon found by looking at each.
+constexpr std::size_t searchedRuns = 8;
+
 }  // namespace
 
 BeyondReach::BeyondReach(double reach) {
@@ -21,21 +24,23 @@ BeyondReach::BeyondReach(double reach) {
   }
 }
 
-// Drops from the rest what row y reaches, so many columns to each side.
-void BeyondReach::keepBeyond(const RunRows& material, int y, int half) {
-  const std::span<const Run> row = material.row(y);
-  if (row.empty()) return;
-  auto near = std::partition_point(row.begin(), row.end(), [&](const Run& run) {
-    return run.end + half <= rest_.front().begin;
-  });
-  if (near == row.end() || near->begin - half >= rest_.back().end) return;
+// Drops from the rest what a row reaches, so many columns to each side.
+void BeyondReach::keepBeyond(std::span<const Run> row, int half) {
+  const auto isLeftOf = [&](const Run& run, const Run& rest) {
+    return run.end + half <= rest.begin;
+  };
+  auto near = row.begin();
+  if (row.size() > searchedRuns) {
+    near = std::partition_point(row.begin(), row.end(),
+                                [&](const Run& run) { return isLeftOf(run, rest_.front()); });
+  }
   next_.clear();
   for (const Run& run : rest_) {
     int32_t at = run.begin;
     const auto keep = [&](int32_t end) {
       if (at < end) next_.push_back({static_cast<uint16_t>(at), static_cast<uint16_t>(end)});
     };
-    while (near != row.end() && near->end + half <= run.begin) ++near;
+    while (near != row.end() && isLeftOf(*near, run)) ++near;
     for (auto reached = near; reached != row.end() && reached->begin - half < run.end; ++reached) {
       keep(std::min<int32_t>(reached->begin - half, run.end));
       at = std::max<int32_t>(at, reached->end + half);
@@ -46,13 +51,21 @@ void BeyondReach::keepBeyond(const RunRows& material, int y, int half) {
 }
 
 void BeyondReach::find(Run run, int y, const RunRows& material, RunRows& beyond) {
-  // The nearest rows first: most runs are a rim.
   const int furthest =
       std::min(static_cast<int>(half_.size()) - 1, std::max(y, material.height() - 1 - y));
   rest_.assign(1, run);
-  for (int i = 0; i <= 2 * furthest && !rest_.empty(); ++i) {
-    const int rows = (i + 1) / 2;
-    keepBeyond(material, i % 2 == 0 ? y + rows : y - rows, half_[static_cast<std::size_t>(rows)]);
+  const auto dropReachedBy = [&](int other, int half) {
+    const std::span<const Run> row = material.row(other);
+    const bool reaches = !row.empty() && row.front().begin - half < rest_.back().end &&
+                         row.back().end + half > rest_.front().begin;
+    if (reaches) keepBeyond(row, half);
+    return rest_.empty();
+  };
+  // The nearest rows first: most runs are a rim.
+  if (dropReachedBy(y, half_[0])) return;
+  for (int rows = 1; rows <= furthest; ++rows) {
+    const int half = half_[static_cast<std::size_t>(rows)];
+    if (dropReachedBy(y - rows, half) || dropReachedBy(y + rows, half)) return;
   }
   for (const Run& rest : rest_) beyond.add(rest.begin, rest.end);
 }

@@ -26,7 +26,7 @@ class BeyondReach {
   void find(Run run, int y, const RunRows& material, RunRows& beyond);
 
  private:
-  void keepBeyond(const RunRows& material, int y, int half);
+  void keepBeyond(std::span<const Run> row, int half);
 
   std::vector<int> half_;  // columns to each side that lie within reach, by the rows between
   std::vector<Run> rest_;  // ascending
