@@ -3,6 +3,7 @@
 #include <minizip/unzip.h>
 
 #include <algorithm>
+#include <array>
 #include <cstring>
 #include <exception>
 #include <string_view>
@@ -17,6 +18,14 @@ namespace {
 
 constexpr std::size_t pieceBytes = std::size_t{64} << 10;
 constexpr uLong encryptedFlag = 1;
+
+/// The archive library takes a directory's end at byte 0 for none.
+bool isEmptyArchive(ByteSource& source) {
+  constexpr std::string_view endOfDirectory = "PK\5\6";
+  std::array<char, endOfDirectory.size()> first{};
+  return source.read(0, first) == first.size() &&
+         std::string_view(first.data(), first.size()) == endOfDirectory;
+}
 
 std::string keyOf(std::string_view name) {
   while (!name.empty() && name.front() == '/') name.remove_prefix(1);
@@ -118,6 +127,8 @@ ZipArchive::ZipArchive(ByteSource& source, ZipKind kind)
     : kind_(std::move(kind)), reader_(std::make_unique<Reader>(source)) {
   if (reader_->failure) std::rethrow_exception(reader_->failure);
   if (reader_->handle == nullptr) {
+    if (isEmptyArchive(source))
+      throw FileError(kind_.archive + " has no entries", "Export it again");
     throw FileError(kind_.archive + " is cut off: the directory at its end is missing or damaged",
                     "Copy or export it again");
   }

@@ -439,6 +439,7 @@ TEST(ThreeMf, AnArchiveThatIsCutOffOrNo3mfIsNamed) {
   EXPECT_EQ(refusal(archive.substr(0, archive.size() - 60)),
             "the 3MF archive is cut off: the directory at its end is missing or damaged. Copy or "
             "export it again.");
+  EXPECT_EQ(refusal(zipArchive({})), "the 3MF archive has no entries. Export it again.");
   EXPECT_THAT(refusal(zipArchive({{"readme.txt", "no model"}})),
               HasSubstr("the zip archive holds no 3D model \"3D/3dmodel.model\", so it is no 3MF"));
 }
