@@ -1,5 +1,5 @@
 import type { SupportsDocument } from './output/documents.js';
-import { counted, countText, durationText, rateText } from './wording.js';
+import { counted, countText, durationText, lengthText, rateText } from './wording.js';
 
 export interface Summary {
   name: string;
@@ -20,6 +20,7 @@ const mostFilesTold = 4;
 export function summaryText({ name, document, ...run }: Summary): string {
   const { layers, regions } = document.summary;
   const rows = [
+    ['size', sizeText(document)],
     ['layers', countText(layers)],
     ['regions', countText(regions)],
     ...supportRows(document),
@@ -35,6 +36,11 @@ export function summaryText({ name, document, ...run }: Summary): string {
   ];
   const lines = rows.map(([title, value]) => `  ${title.padEnd(13)}${value}`);
   return `${[name, ...lines].join('\n')}\n`;
+}
+
+/** Of the box around all material: it tells a mesh in other units at once. */
+function sizeText({ model: { min, max } }: SupportsDocument): string {
+  return `${max.map((end, axis) => lengthText(end - min[axis])).join(' x ')} mm`;
 }
 
 /** z of the plate in the coordinates of the mesh, mm. */

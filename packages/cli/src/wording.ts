@@ -18,6 +18,11 @@ export function areaText(squareMillimetres: number): string {
   return `${threeDigits(squareMillimetres)} mm2`;
 }
 
+/** "60.4", "0.906", of mm. */
+export function lengthText(millimetres: number): string {
+  return threeDigits(millimetres);
+}
+
 function threeDigits(value: number): string {
   const digits = value < 100 ? { maximumSignificantDigits: 3 } : { maximumFractionDigits: 0 };
   return value.toLocaleString('en-US', digits);

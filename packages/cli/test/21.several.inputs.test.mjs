@@ -144,8 +144,8 @@ test('--quiet leaves warnings and errors, --verbose tells each run as a single o
   const quiet = await stiltforge([...words, '--quiet'], { cwd });
   assert.deepEqual([quiet.code, quiet.out], [0, '']);
   const { err } = await stiltforge([...words, '--verbose'], { cwd });
-  assert.match(err, /^table\.stl\n {2}layers/m);
-  assert.match(err, /^island\.stl\n {2}layers/m);
+  assert.match(err, /^table\.stl\n {2}size/m);
+  assert.match(err, /^island\.stl\n {2}size/m);
   assert.match(err, /^ {4}numSupport|^ {4}supportStrength/m);
 });
 

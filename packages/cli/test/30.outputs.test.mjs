@@ -71,9 +71,11 @@ test('points.csv has a row for each support of supports.json', async (t) => {
 
 test('the printed summary says what supports.json says', async (t) => {
   const { outputs, out } = await run(t, ['--no-pictures']);
-  const { summary, supports } = await json(outputs);
+  const { summary, supports, model } = await json(outputs);
   const islands = supports.filter(({ kind }) => kind === 'island').length;
   const row = (name) => new RegExp(`^  ${name} +(.*)$`, 'm').exec(out)[1];
+  const sides = model.max.map((end, axis) => Number((end - model.min[axis]).toPrecision(3)));
+  assert.equal(row('size'), `${sides.join(' x ')} mm`);
   assert.equal(row('layers'), String(summary.layers));
   assert.equal(row('regions'), String(summary.regions));
   assert.equal(

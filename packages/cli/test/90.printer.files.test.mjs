@@ -83,7 +83,7 @@ test('its pictures are those of its slices, where there is material', async (t) 
   await writeFile(join(cwd, 'table.sl1'), sl1());
   const { code, out, err } = await stiltforge(['table.sl1'], { cwd });
   assert.equal(code, 0, err);
-  assert.match(out, /^table\.sl1\n {2}layers {7}50\n/);
+  assert.match(out, /^table\.sl1\n {2}size {9}12 x 3 x 2\.5 mm\n {2}layers {7}50\n/);
   assert.deepEqual(await outputNames(join(cwd, 'table-supports')), [
     'points.csv',
     'slices',
