@@ -11,6 +11,7 @@ import { separateFolders } from './output/separate_folders.js';
 import { noProgress } from './progress.js';
 import { progressOn } from './progress_on.js';
 import { type Summary, summaryText } from './summary.js';
+import { tell } from './terminal_text.js';
 import { counted } from './wording.js';
 
 /** What the command does with its inputs, given all words of its command line. */
@@ -45,10 +46,10 @@ async function analyseOne(
     throw error;
   }
   if (json) return print(runsDocument([{ file, result: resultOf(summary) }]));
-  if (!options.quiet) process.stdout.write(summaryText(summary));
+  if (!options.quiet) tell(process.stdout, summaryText(summary));
   if (options.verbose) {
     const { verboseText } = await import('./verbose.js');
-    process.stdout.write(await verboseText(summary.document));
+    tell(process.stdout, await verboseText(summary.document));
   }
 }
 
@@ -65,7 +66,7 @@ async function analyseSeveral(
       `${length} of ${counted(inputs.length, 'input')} had been done, nothing was written of the others`,
   });
   if (json) print(runsDocument(outcomes));
-  else if (!quiet) process.stdout.write(overviewText(outcomes));
+  else if (!quiet) tell(process.stdout, overviewText(outcomes));
   const failed = outcomes.find(({ error }) => error !== undefined)?.error;
   if (failed) throw new Told(failed.exitCode);
 }
@@ -85,7 +86,7 @@ function inputsOf(files: readonly string[], { out, inspect }: Options): Input[] 
 }
 
 function warn(sentence: string): void {
-  process.stderr.write(`stiltforge: warning: ${sentence}\n`);
+  tell(process.stderr, `stiltforge: warning: ${sentence}\n`);
 }
 
 function print(document: object): void {

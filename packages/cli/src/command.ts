@@ -24,6 +24,7 @@ import { presetsCommand } from './presets/command.js';
 import { applyPresets } from './presets/option.js';
 import { addPrintOptions } from './print_options.js';
 import { addScaffoldOptions } from './scaffold/options.js';
+import { tell } from './terminal_text.js';
 import { version } from './version.js';
 
 const description =
@@ -192,7 +193,7 @@ export async function runCommand(words: readonly string[], actions: Actions): Pr
     }
     if (error instanceof Told) return error.exitCode;
     if (error instanceof UserError) {
-      process.stderr.write(`stiltforge: ${error.message}\n`);
+      tell(process.stderr, `stiltforge: ${error.message}\n`);
       return error.exitCode;
     }
     if (codeOf(error) === 'ERR_STILTFORGE_BINARY') {

@@ -282,3 +282,21 @@ test('a run that is killed while it moves its files: the next one finds what was
     assert.equal(await readFile(join(folder, 'a.txt'), 'utf8'), 'newest');
   }
 });
+
+test('a name that would command the terminal is shown without its commands', {
+  skip: process.platform === 'win32' && 'no file has such a name there',
+}, async (t) => {
+  const red = 'a\u001b[31m\u0007.stl';
+  const cwd = await folderWith(t, { [red]: parts['table.stl'], 'b.stl': 'no mesh' });
+  const nowhere = `${red}.ply`;
+  for (const words of [[red], [nowhere], [red, 'b.stl'], ['check', red], ['check', nowhere, red]]) {
+    const { out, err } = await stiltforge(
+      [...words, ...(words[0] === 'check' ? [] : ['--no-pictures'])],
+      {
+        cwd,
+      },
+    );
+    assert.ok(`${out}${err}`.includes('a?[31m?.stl'), words.join(' '));
+    assert.doesNotMatch(`${out}${err}`, /[^\P{Cc}\n]/u);
+  }
+});

@@ -1,4 +1,5 @@
 import { noProgress, type Progress } from '../progress.js';
+import { tell } from '../terminal_text.js';
 
 /** Shows how far several runs are. */
 export interface Display {
@@ -11,6 +12,6 @@ export interface Display {
 
 export const noDisplay = (stream: NodeJS.WritableStream): Display => ({
   begin: () => noProgress,
-  say: (text) => stream.write(text),
+  say: (text) => tell(stream, text),
   stop() {},
 });

@@ -3,6 +3,7 @@ import { MultiBar, Presets, type SingleBar } from 'cli-progress';
 import { wrapped } from '../plain_text.js';
 import { Course, type Progress, type State } from '../progress.js';
 import { longestText, usualColumns } from '../progress_bar.js';
+import { terminalText } from '../terminal_text.js';
 import { counted } from '../wording.js';
 import type { Display } from './display.js';
 
@@ -33,7 +34,10 @@ export function displayBars(stream: NodeJS.WriteStream, inputs: number): Display
   const all = bars.create(inputs, 0, { name: nameOf('all'), text: allText() });
   return {
     begin(file) {
-      const bar = bars.create(1, 0, { name: nameOf(basename(file)), text: 'reading' });
+      const bar = bars.create(1, 0, {
+        name: nameOf(terminalText(basename(file))),
+        text: 'reading',
+      });
       return {
         ...progressOf(bar),
         stop() {
@@ -46,7 +50,7 @@ export function displayBars(stream: NodeJS.WriteStream, inputs: number): Display
     // A line at a time, and none wider than the terminal: what is left of a bar would stand behind it.
     say(text) {
       for (const line of text.trimEnd().split('\n')) {
-        for (const part of wrapped(line, columns - 1, '  ')) bars.log(`${part}\n`);
+        for (const part of wrapped(terminalText(line), columns - 1, '  ')) bars.log(`${part}\n`);
       }
     },
     stop: () => bars.stop(),

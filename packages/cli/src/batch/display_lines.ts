@@ -1,4 +1,5 @@
 import { progressLines } from '../progress.js';
+import { tell, terminalText } from '../terminal_text.js';
 import { counted } from '../wording.js';
 import type { Display } from './display.js';
 
@@ -7,16 +8,16 @@ export function displayLines(stream: NodeJS.WritableStream, inputs: number): Dis
   let done = 0;
   return {
     begin(file) {
-      const lines = progressLines(stream, `${file}: `);
+      const lines = progressLines(stream, terminalText(`${file}: `));
       return {
         ...lines,
         stop() {
           done++;
-          stream.write(`${file}: ended, ${done} of ${counted(inputs, 'input')}\n`);
+          tell(stream, `${file}: ended, ${done} of ${counted(inputs, 'input')}\n`);
         },
       };
     },
-    say: (text) => stream.write(text),
+    say: (text) => tell(stream, text),
     stop() {},
   };
 }

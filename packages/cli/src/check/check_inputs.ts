@@ -6,6 +6,7 @@ import { untilInterrupted } from '../interrupting.js';
 import { separateFolders } from '../output/separate_folders.js';
 import { noProgress } from '../progress.js';
 import { progressOn } from '../progress_on.js';
+import { tell } from '../terminal_text.js';
 import { counted } from '../wording.js';
 import { type CheckedFile, checkFile, isAsBadAs } from './check_files.js';
 import type { CheckAction } from './command.js';
@@ -32,8 +33,8 @@ export function checkInputs(words: readonly string[]): CheckAction {
         : await checkSeveral(files, options, words);
     if (json) process.stdout.write(`${JSON.stringify(checkDocument(checked), undefined, 2)}\n`);
     else if (!quiet) {
-      process.stdout.write(checked.map(textOf).join(''));
-      if (checked.length > 1) process.stdout.write(overviewText(checked));
+      tell(process.stdout, checked.map(textOf).join(''));
+      if (checked.length > 1) tell(process.stdout, overviewText(checked));
     }
     const unusable = checked.find(({ error }) => error !== undefined)?.error;
     if (unusable) throw new Told(unusable.exitCode);
@@ -53,10 +54,10 @@ async function checkOne(
       ...(report && { reportFolder: () => out ?? checkFolder(file) }),
       progress: quiet ? noProgress : await progressOn(process.stderr),
       signal,
-      warn: (sentence) => process.stderr.write(`stiltforge: warning: ${sentence}\n`),
+      warn: (sentence) => tell(process.stderr, `stiltforge: warning: ${sentence}\n`),
     }),
   );
-  if (checked.error) process.stderr.write(`stiltforge: ${checked.error.message}\n`);
+  if (checked.error) tell(process.stderr, `stiltforge: ${checked.error.message}\n`);
   return checked;
 }
 
@@ -71,7 +72,7 @@ async function checkSeveral(
   const outcomes = await runDisplayed<CheckReport>(inputs, {
     ...{ words, memory, quiet },
     interrupted(done) {
-      if (!quiet && !json) process.stdout.write(done.map((one) => textOf(checkedOf(one))).join(''));
+      if (!quiet && !json) tell(process.stdout, done.map((one) => textOf(checkedOf(one))).join(''));
       return `${done.length} of ${counted(files.length, 'file')} had been checked`;
     },
   });

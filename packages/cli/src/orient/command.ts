@@ -18,6 +18,7 @@ import {
 } from '../part_options.js';
 import { placedMesh } from '../placement.js';
 import { checkSettings } from '../setting_ranges.js';
+import { tell } from '../terminal_text.js';
 import { orientMesh } from './orient_mesh.js';
 import { directionFrom, weightsFrom } from './preferences.js';
 import { tableText } from './report.js';
@@ -108,7 +109,7 @@ async function run(meshFile: string, options: Options): Promise<void> {
   const report = await untilInterrupted(async (signal) => {
     const file = await loadMesh(meshFile, signal);
     for (const warning of file.warnings) {
-      process.stderr.write(`stiltforge: warning: ${meshFile}: ${warning}\n`);
+      tell(process.stderr, `stiltforge: warning: ${meshFile}: ${warning}\n`);
     }
     try {
       return await orientMesh(
@@ -133,5 +134,5 @@ async function run(meshFile: string, options: Options): Promise<void> {
     }
   });
   if (options.json) process.stdout.write(report.json);
-  else if (!options.quiet) process.stdout.write(tableText(report));
+  else if (!options.quiet) tell(process.stdout, tableText(report));
 }
