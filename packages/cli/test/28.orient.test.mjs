@@ -195,7 +195,7 @@ test('Ctrl-C ends the search, and nothing is written', async (t) => {
   const words = ['orient', 'part.stl', ...coarse, '--directions', '100000'];
   const { child, done } = start(words, { cwd: folder });
   const isAtWork = async () => (await readdir(folder)).includes('part-orientation');
-  for (let look = 0; look < 1000 && !(await isAtWork()); look++) await setTimeout(20);
+  while (child.exitCode === null && !(await isAtWork())) await setTimeout(20);
   child.kill('SIGINT');
   const { code, err } = await done;
   assert.equal(code, 130);
