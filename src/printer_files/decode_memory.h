@@ -11,6 +11,9 @@
 
 namespace stiltforge::printer_files {
 
+/// Bytes that a byte of deflated data unpacks to at most, by the format itself.
+inline constexpr std::size_t mostDeflateRatio = 1032;
+
 /// Memory that only ever grows and whose content is lost when it does.
 class Buffer {
  public:

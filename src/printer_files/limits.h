@@ -23,7 +23,4 @@ inline constexpr uint64_t mostPixelBytes = uint64_t{1} << 30;
 /// Bytes of a file with settings.
 inline constexpr uint64_t mostSettingsBytes = uint64_t{4} << 20;
 
-/// Bytes that a byte of deflated data unpacks to, by the format itself.
-inline constexpr std::size_t mostDeflateRatio = 1032;
-
 }  // namespace stiltforge::printer_files

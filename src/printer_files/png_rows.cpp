@@ -7,7 +7,6 @@
 
 #include "printer_files/big_endian.h"
 #include "printer_files/defect.h"
-#include "printer_files/limits.h"
 
 namespace stiltforge::printer_files {
 
