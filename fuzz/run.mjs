@@ -12,6 +12,7 @@ import { spawn, spawnSync } from 'node:child_process';
 import { existsSync, mkdirSync } from 'node:fs';
 import { fileURLToPath } from 'node:url';
 import { parseArgs } from 'node:util';
+import { sideBySide } from '../scripts/side_by_side.mjs';
 
 const root = fileURLToPath(new URL('..', import.meta.url));
 const buildFolder = `${root}build/asan`;
@@ -128,14 +129,8 @@ if (libFuzzerTargets.some(wanted)) {
 }
 if (scripts.some(wanted)) step('npm', 'run', '--silent', 'build');
 
-const failures = [];
-async function worker() {
-  for (let job = jobs.shift(); job; job = jobs.shift()) {
-    const result = await run(job);
-    if (result.failed) failures.push(result);
-  }
-}
-await Promise.all([worker(), worker()]);
+const results = await sideBySide(jobs, run, 2);
+const failures = results.filter(({ failed }) => failed);
 for (const { name, output } of failures) {
   console.error(`== ${name} found something:\n${output.slice(-8000)}`);
 }
