@@ -215,7 +215,7 @@ function refuse(response, error) {
   response.end(`${JSON.stringify({ error: message })}\n`);
 }
 
-if (import.meta.url === pathToFileURL(process.argv[1]).href) {
+if (import.meta.url === pathToFileURL(process.argv[1] ?? '').href) {
   const port = Number(process.env.PORT ?? 8080);
   createService().listen(port, () => console.log(`listening on http://localhost:${port}/supports`));
 }

@@ -18,7 +18,8 @@ PART: a file, a URL, or object:NAME for what is in the storage`;
 /** Milliseconds that Redis has to answer before this gives up. */
 const patience = 10_000;
 
-function requestsFrom(words: string[]): { requests: PartRequest[]; wait: boolean } {
+/** Undefined when help was asked for. */
+function requestsFrom(words: string[]): { requests: PartRequest[]; wait: boolean } | undefined {
   const { values, positionals } = parseArgs({
     args: words,
     allowPositionals: true,
@@ -28,8 +29,10 @@ function requestsFrom(words: string[]): { requests: PartRequest[]; wait: boolean
       'pixel-size': { type: 'string' },
       'support-area': { type: 'string' },
       wait: { type: 'boolean', default: false },
+      help: { type: 'boolean', short: 'h' },
     },
   });
+  if (values.help) return undefined;
   if (positionals.length === 0) throw new Error(usage);
   const number = (text: string | undefined) => (text === undefined ? undefined : Number(text));
   const requests = positionals.map((part) => ({
@@ -52,7 +55,12 @@ function sourceOf(part: string): PartRequest['source'] {
 }
 
 async function submit(words: string[]): Promise<void> {
-  const { requests, wait } = requestsFrom(words);
+  const asked = requestsFrom(words);
+  if (asked === undefined) {
+    process.stdout.write(`${usage}\n`);
+    return;
+  }
+  const { requests, wait } = asked;
   const settings = settingsFrom(process.env);
   const giveUp = setTimeout(() => {
     process.stderr.write(`submit: Redis does not answer at ${settings.redisUrl}\n`);

@@ -208,6 +208,9 @@ test('parts are submitted from the command line', async (t) => {
   assert.equal(wrong.code, 1);
   assert.match(wrong.out, /there is no such file/);
   assert.match((await submit([])).err, /^submit: usage: /);
+  const help = await submit(['--help']);
+  assert.equal(help.code, 0);
+  assert.match(help.out, /^usage: /);
   assert.match((await submit(['a.stl', '--format', 'gcode'])).err, /format: /);
 });
 

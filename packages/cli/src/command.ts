@@ -150,6 +150,7 @@ function buildCommand({ analyse, check }: Actions): Command {
     .hook('preAction', (_, called) => applyPresets(called))
     .action(async (files, options, called) => {
       requireNoMistypedCommand(files[0], command);
+      requireFiles(files);
       await analyse(files, options, called);
     });
   for (const other of [
@@ -175,6 +176,15 @@ function requireNoMistypedCommand(word: string, { commands }: Command): void {
   throw new UserError(
     ExitCode.usage,
     `${word}: there is neither a file nor a command of this name. Did you mean stiltforge ${meant}?`,
+  );
+}
+
+/** Throws a UserError for "-", which stands for standard input elsewhere: a part is read more than once. */
+function requireFiles(names: readonly string[]): void {
+  if (!names.includes('-') || existsSync('-')) return;
+  throw new UserError(
+    ExitCode.usage,
+    '-: standard input is not read. Save the part as a file, and name that.',
   );
 }
 

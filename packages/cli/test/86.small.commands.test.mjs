@@ -177,3 +177,15 @@ test('a mistake in a command leads to its own help, and a mistyped command to th
   await writeFile(join(cwd, 'chek'), binaryStl(box([0, 0, 0], [4, 4, 3])));
   assert.equal((await stiltforge(['chek', '--no-pictures', '--quiet'], { cwd })).code, 0);
 });
+
+test('standard input is refused, a file of its name is not', async (t) => {
+  const cwd = await temporaryFolder(t);
+  const { code, err } = await stiltforge(['-'], { cwd });
+  assert.equal(code, 2);
+  assert.equal(
+    err,
+    'stiltforge: -: standard input is not read. Save the part as a file, and name that.\n',
+  );
+  await writeFile(join(cwd, '-'), binaryStl(box([0, 0, 0], [4, 4, 3])));
+  assert.equal((await stiltforge(['-', '--no-pictures', '--quiet'], { cwd })).code, 0);
+});

@@ -59,6 +59,14 @@ async function serviceWith(t, limits) {
 /** A part that takes seconds on any machine: at 0.001 mm it has 60,000 layers. */
 const slow = [binaryStl(box([0, 0, 0], [60, 60, 60])), { query: 'layerHeight=0.001' }];
 
+test('the service can be imported where no script runs', () => {
+  const service = new URL('../../../examples/http-service/service.mjs', import.meta.url);
+  const script = `const { createService } = await import('${service}'); createService().close();`;
+  const words = ['--input-type=module', '--eval', script];
+  const { status, stderr } = spawnSync(process.execPath, words, { encoding: 'utf8' });
+  assert.equal(status, 0, stderr);
+});
+
 test('the service answers with what the command writes', async (t) => {
   const { ask } = await serviceWith(t);
   const { status, headers, text } = await ask(binaryStl(footAndIsland()), {
