@@ -2,10 +2,8 @@
 
 #include <array>
 #include <cmath>
-#include <cstring>
 #include <memory>
 #include <new>
-#include <optional>
 #include <string>
 #include <utility>
 #include <vector>

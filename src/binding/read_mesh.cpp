@@ -1,11 +1,9 @@
 #include "binding/read_mesh.h"
 
-#include <algorithm>
 #include <filesystem>
 #include <memory>
 #include <string>
 #include <utility>
-#include <vector>
 
 #include "binding/array_buffer.h"
 #include "binding/cancelled.h"

@@ -5,7 +5,6 @@
 #include <limits>
 #include <memory>
 #include <new>
-#include <optional>
 #include <span>
 #include <string>
 #include <utility>

@@ -1,6 +1,5 @@
 #include "capi/boundary.h"
 
-#include <algorithm>
 #include <cstddef>
 #include <cstring>
 #include <exception>

@@ -2,7 +2,6 @@
 #include <cstddef>
 #include <memory>
 #include <string>
-#include <vector>
 
 #include "capi/boundary.h"
 #include "capi/handles.h"

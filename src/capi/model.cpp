@@ -1,7 +1,6 @@
 #include <cstddef>
 #include <memory>
 #include <string>
-#include <utility>
 
 #include "analysis/plane.h"
 #include "analysis/slice_buffers.h"

@@ -2,7 +2,6 @@
 #include <cstddef>
 #include <memory>
 #include <string>
-#include <utility>
 
 #include "analysis/run_extraction.h"
 #include "analysis/slice_from_runs.h"

@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <filesystem>
+#include <span>
 #include <string>
 #include <vector>
 
