@@ -21,7 +21,13 @@ function notices(files) {
 
 const hashOf = (text) => `'sha256-${createHash('sha256').update(text).digest('base64')}'`;
 
-const policyTag = (policy) => `<meta http-equiv="Content-Security-Policy" content="${policy}" />`;
+/** What stands first in the head of every page. */
+const headOf = (policy) => `<meta charset="utf-8" />
+    <meta http-equiv="Content-Security-Policy" content="${policy}" />
+    <meta name="viewport" content="width=device-width, initial-scale=1" />
+    <meta name="color-scheme" content="light dark" />
+    <meta name="referrer" content="no-referrer" />
+    <link rel="icon" href="data:," />`;
 
 /**
  * Puts the script and the style sheet into the page, so that one file is all there is, and allows it
@@ -51,16 +57,16 @@ export function singleFile({ fileName, scripts = [], rules = [], carried = {}, d
         "form-action 'none'",
         ...rules,
       ].join('; ');
-      const head = notices({ ...licences, ...carried }).join('\n\n');
+      const licenceText = notices({ ...licences, ...carried }).join('\n\n');
       const dataText = (await data?.()) ?? '';
       page.source = String(page.source)
         .replace(/^\s*<script type="module"[^>]*><\/script>\n/m, '')
         .replace(/^\s*<link rel="stylesheet"[^>]*>\n/m, '')
-        .replace('<!--policy-->', () => policyTag(policy))
+        .replace('<!--head-->', () => headOf(policy))
         .replace('<!--style-->', () => `<style>${css}</style>`)
         .replace('<!--data-->', () => dataText)
         .replace('<!--script-->', () => `<script>${code}</script>`)
-        .replace('<!doctype html>', () => `<!doctype html>\n<!--\n${head}\n-->`);
+        .replace('<!doctype html>', () => `<!doctype html>\n<!--\n${licenceText}\n-->`);
       for (const name of Object.keys(bundle)) if (bundle[name] !== page) delete bundle[name];
       page.fileName = fileName;
     },

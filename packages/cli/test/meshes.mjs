@@ -1,17 +1,10 @@
 // Small meshes in each format, made here.
 import { strToU8, zipSync } from 'fflate';
+import { faces } from '../../stiltforge/test/boxes.mjs';
 
 /** The twelve triangles of a box, outward, as an array of three corners each; mm. */
 export function box([x0, y0, z0], [x1, y1, z1]) {
   const corner = (i) => [i & 1 ? x1 : x0, i & 2 ? y1 : y0, i & 4 ? z1 : z0];
-  const faces = [
-    [0, 2, 3, 1], // bottom
-    [4, 5, 7, 6], // top
-    [0, 1, 5, 4], // front
-    [2, 6, 7, 3], // back
-    [0, 4, 6, 2], // left
-    [1, 3, 7, 5], // right
-  ];
   return faces.flatMap(([a, b, c, d]) => [
     [corner(a), corner(b), corner(c)],
     [corner(a), corner(c), corner(d)],

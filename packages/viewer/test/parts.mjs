@@ -1,21 +1,9 @@
 // Parts made of boxes, as a program hands them to the viewer.
-
-const faces = [
-  [0, 2, 3, 1],
-  [4, 5, 7, 6],
-  [0, 1, 5, 4],
-  [2, 6, 7, 3],
-  [0, 4, 6, 2],
-  [1, 3, 7, 5],
-].flatMap(([a, b, c, d]) => [a, b, c, a, c, d]);
+import { box } from '../../stiltforge/test/boxes.mjs';
 
 /** Nine numbers a triangle of boxes [x0, y0, z0, x1, y1, z1]. */
 export function boxesMesh(boxes) {
-  return Float32Array.from(
-    boxes.flatMap((box) =>
-      faces.flatMap((corner) => [0, 1, 2].map((axis) => box[axis + ((corner >> axis) & 1) * 3])),
-    ),
-  );
+  return Float32Array.from(boxes.flatMap((sides) => box(sides.slice(0, 3), sides.slice(3))));
 }
 
 /** A slice of rows of [begin, end, region], with all pixels of `hanging` regions overhanging freely. */
@@ -77,7 +65,7 @@ export function smallPart({ file = 'post.stl', layers = 8, warnings = [] } = {})
     ),
   );
   // The box is in the middle of the screen of 20 x 10 pixels.
-  const box = { min: [0, 0, 0], max: [9, 4, layers] };
+  const bounds = { min: [0, 0, 0], max: [9, 4, layers] };
   const crop = { column: 4, row: 2, width, height };
   const point = (column, row, layer, region, kind) => {
     const x = 4.5 + (column + 0.5 - 10);
@@ -88,7 +76,7 @@ export function smallPart({ file = 'post.stl', layers = 8, warnings = [] } = {})
   return {
     part: {
       generator: 'test 1.0',
-      model: { file, ...box, sliceVolume: 160, warnings },
+      model: { file, ...bounds, sliceVolume: 160, warnings },
       print: { layerHeight: 1, pixelSize: 1, screenWidth: 20, screenHeight: 10, layers, crop },
       settings: { criticalAngle: 45, inset: 0.4, supportArea: 15 },
       parameters: { width, height, numLayer: layers },
