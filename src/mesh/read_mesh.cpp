@@ -21,14 +21,24 @@ constexpr std::size_t headBytes = 4096;
 constexpr std::string_view byteOrderMark = "\xef\xbb\xbf";
 
 /// Formats that people take for meshes, by how their files begin.
-constexpr std::array<std::pair<std::string_view, const char*>, 6> otherFormats{{
+constexpr std::array<std::pair<std::string_view, const char*>, 8> otherFormats{{
     {"ISO-10303-21", "STEP"},
     {"glTF", "glTF"},
     {"Kaydara FBX", "FBX"},
     {"BLENDER", "Blender"},
     {"\x1f\x8b", "gzip"},
     {"%PDF", "PDF"},
+    {"\x89PNG", "PNG"},
+    {"\xff\xd8\xff", "JPEG"},
 }};
+
+/// Nothing where it is none of those.
+const char* otherFormatOf(std::string_view head) {
+  for (const auto& [begin, name] : otherFormats) {
+    if (head.starts_with(begin)) return name;
+  }
+  return nullptr;
+}
 
 std::string lowerCase(std::string text) {
   for (char& character : text) {
@@ -79,10 +89,8 @@ bool hasObjLine(std::string_view head) {
 
 MeshError unknownContent(std::string_view head, const std::string& extension) {
   const char* remedy = "Export the model as one of STL, OBJ, PLY or 3MF";
-  for (const auto& [begin, name] : otherFormats) {
-    if (head.starts_with(begin)) {
-      return {std::string("the content is that of a ") + name + " file", remedy};
-    }
+  if (const char* const name = otherFormatOf(head)) {
+    return {std::string("the content is that of a ") + name + " file", remedy};
   }
   for (const char* known : {".stl", ".obj", ".ply", ".3mf"}) {
     if (extension == known) {
@@ -106,7 +114,8 @@ Mesh readSource(files::ByteSource& source, const std::string& extension) {
   const std::string_view head = whole.substr(begin);
   if (!isText(head)) {
     // A binary STL of the wrong length has nothing else to tell it by.
-    if (extension == ".stl" || beginsWithSolid(head)) return readBinaryStl(source);
+    const bool isCalledStl = extension == ".stl" && otherFormatOf(head) == nullptr;
+    if (isCalledStl || beginsWithSolid(head)) return readBinaryStl(source);
     throw unknownContent(head, extension);
   }
   if (beginsWithSolid(head)) return readTextStl(source, begin);

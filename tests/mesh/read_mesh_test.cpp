@@ -60,7 +60,7 @@ TEST(ReadMesh, GivesTheSameTrianglesWhicheverTheFormat) {
 TEST(ReadMesh, RefusesWhatIsNoMesh) {
   EXPECT_EQ(refusal(""), "the file is empty. Copy or export it again.");
   EXPECT_THAT(refusal("dear diary"), HasSubstr("the content is none of STL, OBJ, PLY or 3MF"));
-  EXPECT_THAT(refusal(std::string("\x89PNG\0\1", 6)), HasSubstr("none of STL, OBJ, PLY or 3MF"));
+  EXPECT_THAT(refusal(std::string("\x89PNG\0\1", 6)), HasSubstr("that of a PNG file"));
   EXPECT_THAT(refusal("ISO-10303-21;\nHEADER;"), HasSubstr("the content is that of a STEP file"));
   EXPECT_THAT(refusal(std::string("glTF\2\0\0\0", 8)), HasSubstr("that of a glTF file"));
 }
@@ -100,8 +100,15 @@ TEST_F(MeshFile, TheNameDecidesWhereTheContentLeavesItOpen) {
               HasSubstr("the binary STL is cut off"));
   EXPECT_THAT(refusalOf(file("short.stl", std::string("\0\1\2", 3))),
               HasSubstr("the file has 3 bytes, a binary STL has at least 84"));
-  EXPECT_THAT(refusalOf(file("picture.obj", std::string("\x89PNG\0\1", 6))),
+  EXPECT_THAT(refusalOf(file("noise.obj", std::string("\xa7\0\1", 3))),
               HasSubstr("the content is not that of a file named .obj"));
+}
+
+TEST_F(MeshFile, APictureIsNoMeshWhateverItsName) {
+  const std::string picture("\x89PNG\r\n\x1a\n\0\0\0\rIHDR", 16);
+  for (const char* name : {"picture.stl", "picture.obj", "picture.png"}) {
+    EXPECT_THAT(refusalOf(file(name, picture)), HasSubstr("the content is that of a PNG file"));
+  }
 }
 
 TEST_F(MeshFile, ThatCannotBeReadSaysWhy) {
