@@ -60,5 +60,15 @@ export function button(
   return made;
 }
 
+/** Brings a row into the sight of the list that scrolls it; the page itself stays where it is. */
+export function bringIntoList(row: HTMLElement): void {
+  const list = row.closest<HTMLElement>('.tab-body');
+  if (list === null) return;
+  const room = list.getBoundingClientRect();
+  const { top, bottom } = row.getBoundingClientRect();
+  if (top < room.top) list.scrollTop -= room.top - top;
+  else if (bottom > room.bottom) list.scrollTop += bottom - room.bottom;
+}
+
 /** Whether a person wants nothing to move by itself. */
 export const wantsStillness = (): boolean => matchMedia('(prefers-reduced-motion: reduce)').matches;

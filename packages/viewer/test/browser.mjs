@@ -97,6 +97,15 @@ export async function settledPicture(page, selector) {
   return last;
 }
 
+/** The picture of an element as soon as it is another one. */
+export async function pictureOtherThan(page, selector, other) {
+  for (;;) {
+    const picture = await page.locator(selector).screenshot();
+    if (!picture.equals(other)) return picture;
+    await page.waitForTimeout(100);
+  }
+}
+
 /** Of a canvas, how many pixels have this colour, "#rrggbb", but for so much of each channel. */
 export function pixelsOf(page, selector, hex, tolerance = 12) {
   const count = (canvas, { colour, most }) => {

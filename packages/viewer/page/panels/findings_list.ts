@@ -1,4 +1,4 @@
-import { element } from '../dom.js';
+import { bringIntoList, element } from '../dom.js';
 import type { Finding, Place } from '../finding.js';
 import type { ViewModel } from '../view_state.js';
 import { weightIcon } from './mark_icon.js';
@@ -61,7 +61,7 @@ export function findingsList(
     for (const { finding, row } of rows) {
       const isChosen = finding === state.finding;
       row.classList.toggle('chosen', isChosen);
-      if (isChosen) row.scrollIntoView({ block: 'nearest' });
+      if (isChosen) bringIntoList(row);
     }
     for (const [place, made] of buttons) {
       if (place === state.place) made.setAttribute('aria-current', 'true');

@@ -1,5 +1,5 @@
 import type { PointRecord } from '../../src/document.js';
-import { button, element } from '../dom.js';
+import { bringIntoList, button, element } from '../dom.js';
 import { markOf } from '../marks.js';
 import type { ViewedPart } from '../part.js';
 import type { ViewModel } from '../view_state.js';
@@ -101,7 +101,7 @@ export function pointsList(
     const row = rows.get(point);
     row?.setAttribute('aria-current', 'true');
     // By then the list shows, if another tab did.
-    requestAnimationFrame(() => row?.scrollIntoView({ block: 'nearest' }));
+    requestAnimationFrame(() => row && bringIntoList(row));
   });
   return element('div', {}, element('div', { class: 'filter' }, filter, count), list, more);
 }

@@ -18,7 +18,7 @@ import { shadedSurface } from './surface.js';
 /** Of a ring; of very many fewer do, for nobody sees them all from near. */
 const sides = 16;
 const sidesOfMany = 8;
-const many = 10_000;
+const many = 1_000;
 
 /** Supports as they are built: pieces between level rings, drawn as one shape in many places, and a raft. */
 export class ScaffoldMesh {
