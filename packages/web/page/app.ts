@@ -280,11 +280,37 @@ export class App {
       openOrientation: () => this.openOrientation(),
       save: (format, name) => this.save(name, notice, () => this.analyst.save(format)),
     });
+    if (kind === 'mesh') this.proposeOrientation(packed, notice);
     const shown = element('div', { class: 'result' }, bar, notice.element, viewer);
     this.root.prepend(shown);
     this.result = { element: shown, unmount: mountViewer(viewer, packed, this.theme) };
     document.title = `${model.file}: supports`;
     this.status.textContent = `${model.file}: ${counted(supports.length, 'support point')}`;
+  }
+
+  /** A part that does not hold as it stands may hold in another way. */
+  private proposeOrientation({ document }: PackedPart, notice: Notice): void {
+    const unheld = (document.part.verdict?.islands ?? []).filter(({ pixels }) => pixels > 1).length;
+    const withoutWay = document.scaffold?.withoutWay.length ?? 0;
+    const faults = [
+      ...(unheld > 0 ? [counted(unheld, 'island stays unheld', 'islands stay unheld')] : []),
+      ...(withoutWay > 0
+        ? [
+            counted(
+              withoutWay,
+              'point finds no way for a pillar',
+              'points find no way for a pillar',
+            ),
+          ]
+        : []),
+    ];
+    if (faults.length === 0) return;
+    const open = (): void => this.openOrientation();
+    notice.tell(
+      unheld > 0 ? 'fault' : 'warning',
+      [`As the part stands, ${faults.join(' and ')}.`],
+      button('Try another orientation', 'Find which way the part should stand', open),
+    );
   }
 
   private openSettings(): void {

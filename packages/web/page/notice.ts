@@ -14,11 +14,21 @@ export class Notice {
     this.element.replaceChildren();
   }
 
-  tell(weight: 'fault' | 'warning', sentences: readonly string[]): void {
+  /** `remedy`: a button that mends it. */
+  tell(
+    weight: 'fault' | 'warning',
+    sentences: readonly string[],
+    remedy?: HTMLButtonElement,
+  ): void {
     this.element.replaceChildren(
       weightIcon(weight),
       element('div', {}, ...sentences.map((text) => element('p', { text }))),
-      button('Close', 'Close this notice', () => this.clear()),
+      element(
+        'div',
+        { class: 'tools' },
+        remedy,
+        button('Close', 'Close this notice', () => this.clear()),
+      ),
     );
     this.element.hidden = false;
   }

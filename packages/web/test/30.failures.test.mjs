@@ -26,6 +26,12 @@ function boastful() {
 for (const [what, name, content, sentence] of [
   ['an empty file', 'empty.stl', '', /^empty\.stl: the file is empty/],
   ['no mesh', 'notes.txt', 'dear diary', /^notes\.txt: .*none of STL, OBJ, PLY or 3MF/],
+  [
+    'a picture',
+    'photo.stl',
+    Buffer.from('\x89PNG\r\n\x1a\n\0\0\0\rIHDR', 'latin1'),
+    /that of a PNG file/,
+  ],
   ['noise', 'noise.stl', Buffer.alloc(5000, 0xa7), /^noise\.stl: /],
   ['a mesh that is cut off', 'cut.stl', tableStl.subarray(0, 300), /^cut\.stl: .*announces 36/],
   [
@@ -130,6 +136,26 @@ test('what is not all right with supports as geometry is told when they are save
   await assertAccessible(page, 'a notice');
   await page.getByRole('button', { name: 'Close' }).click();
   await sentence.waitFor({ state: 'hidden' });
+});
+
+test('for a part that does not hold as it stands another orientation is proposed', {
+  skip,
+}, async (t) => {
+  const { page, complaints } = await openStiltforge(t);
+  // A block so close above a foot that no support fits between.
+  const hovering = [...box([0, 0, 0], [6, 6, 3]), ...box([2, 2, 3.1], [4, 4, 4])];
+  await give(page, 'hovering.stl', binaryStl(hovering));
+  await resultShown(page, 'hovering.stl');
+  await page.getByText('As the part stands, 1 island stays unheld.').waitFor();
+  await assertAccessible(page, 'a proposal');
+  await page.getByRole('button', { name: 'Try another orientation' }).press('Enter');
+  await page.getByRole('heading', { name: 'Which way should it stand?' }).waitFor();
+  await page.keyboard.press('Escape');
+  await page.getByRole('dialog').waitFor({ state: 'hidden' });
+  await give(page, 'table.stl', tableStl);
+  await resultShown(page, 'table.stl');
+  assert.equal(await page.getByRole('button', { name: 'Try another orientation' }).count(), 0);
+  assert.deepEqual(complaints, []);
 });
 
 test('a search of orientations can be cancelled, and the part is still there', {
