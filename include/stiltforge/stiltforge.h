@@ -811,7 +811,8 @@ STILTFORGE_API const stiltforge_dropped* stiltforge_finished_dropped(
     const stiltforge_finished* finished, size_t* count);
 
 /** Numbers, from 0, of the islands of the survey that get no support, because none fits or none
-    could be taken out: see stiltforge_verdict_islands(). */
+    could be taken out, or because they are lone pixels on which nothing grows: see
+    stiltforge_verdict_islands(). */
 STILTFORGE_API const uint32_t* stiltforge_finished_islands_left(const stiltforge_finished* finished,
                                                                 size_t* count);
 

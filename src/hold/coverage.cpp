@@ -2,7 +2,8 @@
 
 namespace stiltforge::hold {
 
-Coverage::Coverage(const Survey& survey, const PointGrid& samples, Bodies& bodies, double reach,
+Coverage::Coverage(const Survey& survey, const PointGrid& samples, Bodies& bodies,
+                   const std::vector<uint8_t>& isSpeck, double reach,
                    const std::atomic<bool>* cancelled)
     : survey_(survey),
       samples_(samples),
@@ -12,7 +13,8 @@ Coverage::Coverage(const Survey& survey, const PointGrid& samples, Bodies& bodie
   for (uint32_t i = 0; i < survey.samples().size(); ++i) {
     stopIfCancelled(cancelled);
     const OverhangSample& sample = survey.samples()[i];
-    if (survey.isSealed(sample.place.space) || !canBeReached(sample.place)) {
+    if (isSpeck[sample.place.track] != 0 || survey.isSealed(sample.place.space) ||
+        !canBeReached(sample.place)) {
       points_[i] = ignored;
     } else {
       pixels_ += sample.pixels;

@@ -15,11 +15,13 @@ namespace stiltforge::hold {
 
 /// The samples of a part's overhang, and which of them some points reach. What no support could
 /// reach counts neither way: samples in sealed voids, and those without room that have none with
-/// room within reach.
+/// room within reach. Nor do specks.
 class Coverage {
  public:
-  /// All by reference. reach: mm. Throws Cancelled soon after the flag was raised.
-  Coverage(const Survey& survey, const PointGrid& samples, Bodies& bodies, double reach,
+  /// All by reference. isSpeck: of each track, see specksOf(). reach: mm. Throws Cancelled soon
+  /// after the flag was raised.
+  Coverage(const Survey& survey, const PointGrid& samples, Bodies& bodies,
+           const std::vector<uint8_t>& isSpeck, double reach,
            const std::atomic<bool>* cancelled = nullptr);
 
   /// Pixels that a point there would reach and that no point does yet.

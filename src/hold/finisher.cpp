@@ -14,6 +14,7 @@
 #include "hold/coverage.h"
 #include "hold/floating_bodies.h"
 #include "hold/gains.h"
+#include "hold/specks.h"
 
 namespace stiltforge::hold {
 
@@ -64,12 +65,13 @@ class Finisher {
         scale_{survey.settings().pixelSize, survey.settings().layerHeight},
         islandLayers_(static_cast<uint32_t>(std::min(
             std::floor(settings.islandHeight / scale_.layerHeight + roundingSlack), 65535.0))),
+        isSpeck_(specksOf(survey, islandLayers_)),
         bodies_(survey.tracks(), islandLayers_),
         samples_(gridOfSamples(survey, settings.reach)),
         kept_(gridOf(survey, settings.reach)),
-        near_(survey, samples_, bodies_, settings.reach, cancelled),
-        far_(survey, samples_, bodies_, settings.farReach, cancelled),
-        own_(survey, samples_, bodies_, settings.ownReach, cancelled),
+        near_(survey, samples_, bodies_, isSpeck_, settings.reach, cancelled),
+        far_(survey, samples_, bodies_, isSpeck_, settings.farReach, cancelled),
+        own_(survey, samples_, bodies_, isSpeck_, settings.ownReach, cancelled),
         isOpen_(survey.points().size(), 0),
         dropReason_(survey.points().size()) {}
 
@@ -97,6 +99,7 @@ class Finisher {
   bool isSupportable(const Place& place) const {
     return place.hasRoom && !survey_.isSealed(place.space);
   }
+  bool isSpeck(const Place& place) const { return isSpeck_[place.track] != 0; }
   uint64_t pixelsOf(double area) const {
     return static_cast<uint64_t>(
         std::min(std::ceil(area / (scale_.pixelSize * scale_.pixelSize)), 1e18));
@@ -162,6 +165,10 @@ class Finisher {
   bool takeBody(FloatingBody& body) {
     stopIfCancelled(cancelled_);
     const std::vector<Island>& islands = survey_.islands();
+    if (!body.islands.empty() && isSpeck(islands[body.islands.front()].place)) {
+      result_.islandsLeft.push_back(body.islands.front());
+      return true;
+    }
     std::vector<uint32_t> usable;  // islands
     for (const uint32_t island : body.islands) {
       if (isSupportable(islands[island].place)) usable.push_back(island);
@@ -417,7 +424,7 @@ class Finisher {
     };
     for (uint32_t i = 0; i < samples().size(); ++i) {
       const OverhangSample& sample = samples()[i];
-      if (near_.counts(i)) continue;
+      if (near_.counts(i) || isSpeck(sample.place)) continue;
       const double area = sample.pixels * (scale_.pixelSize * scale_.pixelSize);
       if (survey_.isSealed(sample.place.space)) {
         left.sealedArea += area;
@@ -426,7 +433,10 @@ class Finisher {
         liftFor(sample.place);
       }
     }
-    for (const uint32_t island : result_.islandsLeft) liftFor(survey_.islands()[island].place);
+    for (const uint32_t island : result_.islandsLeft) {
+      const Place& place = survey_.islands()[island].place;
+      if (!isSpeck(place)) liftFor(place);
+    }
     left.lift = lift * scale_.layerHeight;
   }
 
@@ -435,6 +445,7 @@ class Finisher {
   const FinishSettings settings_;
   const Scale scale_;
   const uint32_t islandLayers_;
+  const std::vector<uint8_t> isSpeck_;  // by track
   Bodies bodies_;
   const PointGrid samples_;
   PointGrid kept_;

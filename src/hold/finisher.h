@@ -75,8 +75,8 @@ struct LeftAlone {
 struct Finished {
   std::vector<FinishedPoint> points;  ///< bottom first, within a layer by row, then column
   std::vector<DroppedPoint> dropped;  ///< by number
-  /// Islands that get no point in time, because no support fits or none could be taken out; by
-  /// number.
+  /// Islands that get no point in time, because no support fits or none could be taken out, or
+  /// because they are specks (see specksOf()); by number.
   std::vector<uint32_t> islandsLeft;
   LeftAlone leftAlone;
 
@@ -92,7 +92,7 @@ struct Finished {
 /// 2. Bottom up, each island that nothing has taken when it has grown by islandHeight gets a point:
 ///    of the analysis, if one stands on what it has grown together with by then, else an added one,
 ///    below which a support fits. What had no place for one gets it at the top of the part, if it
-///    floats still and has grown one.
+///    floats still and has grown one. A speck, on which nothing grows, is left alone.
 /// 3. Until `share` of the overhang lies within reach of a point, the one that brings most of it
 ///    there is taken: points of the analysis before others, by `preference`.
 /// 4. Where leastGap is left further than farReach from all points, one is added.

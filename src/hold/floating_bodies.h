@@ -25,8 +25,8 @@ class FloatingBodies {
   FloatingBodies(const Survey& survey, std::vector<uint32_t> points, std::vector<uint32_t> samples);
 
   /// Calls hold(body) for each body that still floats `layers` layers above one of its islands.
-  /// When it returns true a point holds it from then on; otherwise it is asked again when the next
-  /// of its islands is due, and at the end, when all has come that stands on it.
+  /// When it returns true nothing more is to be done for it; otherwise it is asked again when the
+  /// next of its islands is due, and at the end, when all has come that stands on it.
   template <class Hold>
   void forEachDue(uint32_t layers, Hold&& hold) {
     std::vector<uint32_t> refused;  // tracks

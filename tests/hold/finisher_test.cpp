@@ -170,6 +170,49 @@ TEST(Finisher, GivesSpecksThatStaySeparateAPointEach) {
   EXPECT_EQ(finished.points[1].site.place.x, 2);
 }
 
+// A pixel that touches nothing, so many layers high.
+Part loneSpeck(std::size_t layers, const std::string& row = "..#...") {
+  Part part;
+  part.addLayers(4, {"......"});
+  part.addLayers(layers, {row});
+  part.addLayer({"......"});
+  part.addPoint(4, 2, 0);
+  return part;
+}
+
+TEST(Finisher, LeavesASpeckAlone) {
+  const Finished finished = finishedOf(loneSpeck(2));
+  EXPECT_TRUE(finished.points.empty());
+  EXPECT_EQ(finished.islandsLeft, std::vector<uint32_t>{0});
+  ASSERT_EQ(finished.dropped.size(), 1u);
+  EXPECT_EQ(finished.dropped[0].reason, DropReason::holdsLittle);
+  EXPECT_EQ(finished.leftAlone.areaNearPart, 0);
+}
+
+TEST(Finisher, HoldsASpeckThatGrowsOnOrHasTwoPixels) {
+  EXPECT_EQ(finishedOf(loneSpeck(3)).points.size(), 1u);
+  EXPECT_EQ(finishedOf(loneSpeck(1, "..##..")).points.size(), 1u);
+}
+
+TEST(Finisher, HoldsASpeckOnWhichSomethingGrows) {
+  Part part;
+  part.addLayers(4, {"......"});
+  part.addLayer({"..#.#."});
+  part.addLayers(2, {".####."});
+  EXPECT_EQ(finishedOf(part).points.size(), 1u);
+}
+
+TEST(Finisher, NeedsNoLiftForASpeckNearThePlate) {
+  Part part;
+  part.addLayer({"+....."});
+  part.addLayer({"+...#."});
+  part.addLayers(4, {"+....."});
+  const Finished finished = finishedOf(part);
+  EXPECT_EQ(finished.islandsLeft, std::vector<uint32_t>{0});
+  EXPECT_EQ(finished.leftAlone.lift, 0);
+  EXPECT_EQ(finished.leftAlone.areaNearPlate, 0);
+}
+
 TEST(Finisher, NeedsNoPointForAnIslandThatHeldMaterialTakesSoon) {
   Part part;
   part.addLayers(3, {"+....."});

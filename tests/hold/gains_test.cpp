@@ -4,6 +4,7 @@
 
 #include "core/random.h"
 #include "generated_part.h"
+#include "hold/specks.h"
 
 namespace stiltforge::hold {
 namespace {
@@ -22,7 +23,8 @@ TEST(GainsProperty, AreWhatEachPlaceWouldGainAfterAnyNumberOfPoints) {
     PointGrid samples(scale, 3, survey.width(), survey.height());
     for (const OverhangSample& sample : survey.samples()) samples.add(sample.place);
     Bodies bodies(survey.tracks(), random.below(3));
-    Coverage coverage(survey, samples, bodies, reach);
+    const std::vector<uint8_t> isSpeck = specksOf(survey, 1);
+    Coverage coverage(survey, samples, bodies, isSpeck, reach);
     const auto isWanted = [](std::size_t place) { return place % 5 != 0; };
     Gains gains(survey, samples, coverage, bodies, isWanted);
     for (uint32_t s = 0; s < samples.size(); s += 1 + random.below(4)) {

@@ -152,7 +152,8 @@ function islandsText({ islands }: SupportsDocument): string {
   const told = layers.slice(0, mostLayersTold).join(', ');
   const more = layers.length > mostLayersTold ? ' and more' : '';
   const where = `${layers.length === 1 ? 'layer' : 'layers'} ${told}${more}`;
-  return `${all}, ${countText(loose.length)} not held (${where})`;
+  const size = loose.every(({ pixels }) => pixels === 1) ? ' of a single pixel' : '';
+  return `${all}, ${countText(loose.length)}${size} not held (${where})`;
 }
 
 function overhangText({ verdict, supports }: SupportsDocument): string {

@@ -160,6 +160,17 @@ test('a spike is held by what it grows into, or by a support of its own', async 
   }
 });
 
+test('a speck of a single pixel on which nothing grows gets no support', async (t) => {
+  const speck = [...box([0, 0, 0], [4, 4, 4]), ...box([8.01, 2.01, 2.01], [8.06, 2.06, 2.06])];
+  const { document, out } = await run(t, speck);
+  assert.equal(document.supports.length, 0);
+  assert.deepEqual(
+    document.islands.map(({ pixels, heldBy }) => ({ pixels, heldBy })),
+    [{ pixels: 1, heldBy: null }],
+  );
+  assert.match(row(out, 'held'), /^1 island, 1 of a single pixel not held \(layer 40\);/);
+});
+
 test('what is not held is told with its layer, and the weakest place with its distance', async (t) => {
   const { document, out } = await run(t, footAndIsland(), ['--no-pictures', '--min-height', '2.5']);
   assert.equal(document.supports.length, 0);

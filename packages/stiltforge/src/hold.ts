@@ -164,7 +164,10 @@ export interface FinishedSupports {
   };
   /** mm between points of the same region, at least. */
   spacing: number;
-  /** Numbers, in the verdict, of islands that get no point in time: none fits, or could be taken out. */
+  /**
+   * Numbers, in the verdict, of islands that get no point in time: none fits or could be taken
+   * out, or they are lone pixels on which nothing grows.
+   */
   islandsLeft: number[];
   /** On the finished supports. */
   verdict: Verdict;
