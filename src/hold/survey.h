@@ -70,8 +70,7 @@ class Survey {
   std::span<const OverhangRun> overhang(uint32_t layer) const {
     return {overhang_.data() + firstRun_[layer], firstRun_[layer + 1] - firstRun_[layer]};
   }
-  /// Steep overhang, measured so that it hardly depends on layers and
-  /// pixels.
+  /// Steep overhang, measured so that it hardly depends on layers and pixels.
   const std::vector<OverhangSample>& samples() const { return samples_; }
   const RegionTracks& tracks() const { return tracks_; }
   bool isSealed(uint32_t space) const { return space_.isSealed(space); }
