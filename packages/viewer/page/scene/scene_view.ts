@@ -356,7 +356,8 @@ export class SceneView {
       .toArray()
       .map((length) => length.toFixed(1))
       .join(' × ');
-    return element('p', { class: 'caption', text: `${size} mm` });
+    // Cut where the panel is narrow.
+    return element('p', { class: 'caption', text: `${size} mm`, title: `${size} mm` });
   }
 
   private legend(): HTMLElement {
