@@ -26,7 +26,8 @@ function* machinesOf(target, { compiler, folder }) {
       before: ['qemu-aarch64', '-L', '/usr/aarch64-linux-gnu'],
       how: 'under qemu-user',
     },
-    'win32-x64': { versions: ['20', '24'], before: ['wine'], how: 'under wine' },
+    // Node 24 does not get the memory that it asks for at its start under wine 8.
+    'win32-x64': { versions: ['20', '22'], before: ['wine'], how: 'under wine' },
   }[target.name];
   for (const version of runner?.versions ?? []) {
     const node = () => installedNode(version, target.os, target.cpu);
