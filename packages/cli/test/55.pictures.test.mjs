@@ -188,6 +188,7 @@ test('supports that were built stand in the place of pillars', () => {
 });
 
 test('the pictures of a part with many points are drawn, and how long it took is told', async (t) => {
+  const { default: sharp } = await import('sharp');
   const points = Array.from({ length: 150 }, (_, i) => ({
     position: [(i * 7) % 20, (i * 3) % 20, 20],
     kind: 'overhang',
