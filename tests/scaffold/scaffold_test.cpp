@@ -120,9 +120,7 @@ TEST(Scaffold, TellsTheRingsAroundWhichItsSurfacesAre) {
     std::vector<Triangle> around;
     appendShell({rings.begin(), rings.end()}, around);
     const auto shell = shellOf(scaffold, piece);
-    EXPECT_TRUE(std::equal(
-        around.begin(), around.end(), shell.begin(), shell.end(),
-        [](const Triangle& a, const Triangle& b) { return std::memcmp(&a, &b, sizeof a) == 0; }));
+    EXPECT_TRUE(std::equal(around.begin(), around.end(), shell.begin(), shell.end()));
   };
   for (const Support& support : scaffold.supports) expectRings(support);
   for (const BuiltBrace& brace : scaffold.braces) expectRings(brace);
