@@ -921,7 +921,7 @@ typedef struct stiltforge_worst_place {
 } stiltforge_worst_place;
 
 /** The places of the overhang where a support fits that are furthest from one, worst first, beyond
-    near_reach; 10 at most. Otherwise as above. */
+    near_reach, where surfaces do not nearly carry themselves; 10 at most. Otherwise as above. */
 STILTFORGE_API const stiltforge_worst_place* stiltforge_verdict_worst(
     const stiltforge_verdict* verdict, size_t* count);
 

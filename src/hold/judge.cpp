@@ -115,12 +115,6 @@ class Judge {
     }
   }
 
-  // A run of overhang beyond reach.
-  struct Candidate {
-    WorstPlace worst;
-    uint64_t pixels = 0;
-  };
-
   // Of each run the worst pixel, of equal ones the first; with its squared distance for now.
   void noteWorst(uint16_t y, uint32_t layer) {
     WorstPlace worst;
@@ -137,24 +131,31 @@ class Judge {
         worst = {layer, place.x, y, squared};
       }
     }
-    candidates_.push_back({worst, pixelsOf(beyondNear_)});
+    candidates_.push_back(worst);
   }
 
   void chooseWorst() {
     std::stable_sort(
         candidates_.begin(), candidates_.end(),
-        [](const Candidate& a, const Candidate& b) { return a.worst.distance > b.worst.distance; });
+        [](const WorstPlace& a, const WorstPlace& b) { return a.distance > b.distance; });
     PointGrid gaps(scale_, settings_.nearReach, survey_.width(), survey_.height());
-    for (const Candidate& candidate : candidates_) gaps.add(placeOf(candidate.worst));
+    std::vector<uint32_t> pixels;
+    if (!candidates_.empty()) {
+      for (const OverhangSample& sample : survey_.samples()) {
+        if (isWithinReach(sample.place)) continue;
+        gaps.add(sample.place);
+        pixels.push_back(sample.pixels);
+      }
+    }
     const double apart = settings_.nearReach * settings_.nearReach;
-    for (const Candidate& candidate : candidates_) {
+    for (const WorstPlace& candidate : candidates_) {
       if (verdict_.worst.size() >= settings_.worstPlaces) break;
-      const Place place = placeOf(candidate.worst);
+      const Place place = placeOf(candidate);
       const bool isNew =
           std::none_of(verdict_.worst.begin(), verdict_.worst.end(), [&](const WorstPlace& listed) {
             return scale_.squaredDistance(place, placeOf(listed)) <= apart;
           });
-      if (isNew && hasLeastArea(place, gaps)) verdict_.worst.push_back(candidate.worst);
+      if (isNew && hasLeastArea(place, gaps, pixels)) verdict_.worst.push_back(candidate);
     }
     for (WorstPlace& place : verdict_.worst) place.distance = std::sqrt(place.distance);
   }
@@ -167,19 +168,23 @@ class Judge {
     return place;
   }
 
-  // Each run of overhang counts where it is worst.
-  bool hasLeastArea(const Place& place, const PointGrid& gaps) const {
+  bool isWithinReach(const Place& place) const {
+    return grid_.nearestTo(place).squaredDistance <= settings_.nearReach * settings_.nearReach;
+  }
+
+  // Steep overhang counts alone: where a surface nearly carries itself, a pixel here and there is
+  // far from all points, and rightly so. `pixels`: of the gaps.
+  bool hasLeastArea(const Place& place, const PointGrid& gaps,
+                    const std::vector<uint32_t>& pixels) const {
     const double least =
         settings_.leastWorstArea / (scale_.pixelSize * scale_.pixelSize) * (1 - roundingSlack);
     const double reach = settings_.nearReach * settings_.nearReach;
     const Run pixel{place.x, static_cast<uint16_t>(place.x + 1)};
-    double pixels = 0;
+    double found = 0;
     gaps.forEachNear(pixel, place.y, place.layer, settings_.nearReach, [&](uint32_t i) {
-      if (pixels < least && scale_.squaredDistance(place, gaps[i]) <= reach) {
-        pixels += static_cast<double>(candidates_[i].pixels);
-      }
+      if (found < least && scale_.squaredDistance(place, gaps[i]) <= reach) found += pixels[i];
     });
-    return pixels >= least;
+    return found >= least;
   }
 
   void judgePoints() {
@@ -219,7 +224,7 @@ class Judge {
   const uint32_t islandLayers_;
   PointGrid grid_;
   Verdict verdict_;
-  std::vector<Candidate> candidates_;
+  std::vector<WorstPlace> candidates_;  // of each run of overhang beyond reach
   std::vector<Run> within_;
   std::vector<Run> whole_;
   std::vector<Run> beyondNear_;

@@ -18,8 +18,9 @@ struct JudgeSettings {
   /// stay separate so that each may have a point of its own.
   double islandHeight = 0.2;
   uint32_t worstPlaces = 10;  ///< most that are listed
-  /// mm2 of overhang beyond nearReach, within that of a place, for which the place is listed: about
-  /// the tip of a support, so that crumbs of single pixels hide no real gap.
+  /// mm2 of steep overhang beyond nearReach, within that of a place, for which the place is listed:
+  /// about the tip of a support, so that neither crumbs of single pixels nor surfaces that nearly
+  /// carry themselves hide a real gap. See Survey::samples().
   double leastWorstArea = 0.125;
 };
 

@@ -26,16 +26,8 @@ FinishSettings unitFinish() {
   return settings;
 }
 
-// One pixel of a step of four layers carries itself.
-SurveySettings finishedSurvey() {
-  SurveySettings settings = unitSettings();
-  settings.sampleSize = 1;
-  settings.steepness = 0.25;
-  return settings;
-}
-
 Finished finishedOf(const Part& part, const FinishSettings& settings = unitFinish()) {
-  return finish(part.survey(finishedSurvey()), settings);
+  return finish(part.survey(unitSettings()), settings);
 }
 
 // A plank beside a pillar, some layers above the plate.
@@ -59,7 +51,7 @@ TEST(Finisher, KeepsAPointThatHoldsSomething) {
 TEST(Finisher, EndsWhenItIsCancelled) {
   Part part = plank(8);
   part.addPoint(4, 5, 0);
-  const Survey survey = part.survey(finishedSurvey());
+  const Survey survey = part.survey(unitSettings());
   std::atomic<bool> cancelled = true;
   EXPECT_THROW(finish(survey, unitFinish(), &cancelled), Cancelled);
   cancelled = false;
@@ -218,7 +210,9 @@ TEST(Finisher, NeedsNoPointForAnIslandThatHeldMaterialTakesSoon) {
   part.addLayers(3, {"+....."});
   part.addLayer({"+...#."});
   part.addLayer({"+++++."});
-  EXPECT_TRUE(finish(part.survey(unitSettings()), unitFinish()).points.empty());
+  SurveySettings survey = unitSettings();
+  survey.steepness = 1;
+  EXPECT_TRUE(finish(part.survey(survey), unitFinish()).points.empty());
 }
 
 TEST(Finisher, LeavesIslandsAloneUnderWhichNoSupportFits) {
@@ -393,7 +387,7 @@ TEST(Finisher, TellsWhatNoSupportCanHold) {
   withVoid.addLayer({"+++++", "+++++", "+++++"});
   withVoid.addLayers(4, {"+++++", "+...+", "+++++"});
   withVoid.addLayers(2, {"+++++", "+###+", "+++++"});
-  SurveySettings survey = finishedSurvey();
+  SurveySettings survey = unitSettings();
   survey.steepness = 0;
   left = finish(withVoid.survey(survey), unitFinish()).leftAlone;
   EXPECT_EQ(left.sealedArea, 3);

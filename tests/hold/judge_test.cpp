@@ -16,8 +16,9 @@ JudgeSettings limits() {
   return settings;
 }
 
-Verdict verdictOn(const Part& part, const JudgeSettings& settings = limits()) {
-  const Survey survey = part.survey(unitSettings());
+Verdict verdictOn(const Part& part, const JudgeSettings& settings = limits(),
+                  const SurveySettings& surveyed = unitSettings()) {
+  const Survey survey = part.survey(surveyed);
   return judge(survey, survey.points(), settings);
 }
 
@@ -206,6 +207,20 @@ TEST(Judge, LeavesCrumbsOutOfTheWorstPlaces) {
   settings.leastWorstArea = 1;
   ASSERT_EQ(verdictOn(part, settings).worst.size(), 2u);
   EXPECT_EQ(verdictOn(part, settings).worst[0].x, 29);
+}
+
+TEST(Judge, NamesNoWorstPlaceWhereASurfaceNearlyCarriesItself) {
+  Part part;
+  for (std::size_t carried = 1; carried <= 19; carried += 2) {
+    part.addLayer({std::string(carried, '+') + "##" + std::string(19 - carried, '.')});
+  }
+  SurveySettings survey = unitSettings();
+  survey.steepness = 3;  // pixels a layer; the surface grows by two
+  const Verdict verdict = verdictOn(part, limits(), survey);
+  EXPECT_GT(verdict.supportable.beyondNear, 0u);
+  EXPECT_TRUE(verdict.worst.empty());
+  survey.steepness = 1;
+  EXPECT_FALSE(verdictOn(part, limits(), survey).worst.empty());
 }
 
 TEST(Judge, RefusesLimitsThatMakeNoSense) {

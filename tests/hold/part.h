@@ -52,13 +52,16 @@ struct Part {
   }
 };
 
-// Pixels and layers of a millimetre, so that a test counts in them.
+// Pixels and layers of a millimetre, so that a test counts in them; one pixel of a step of four
+// layers carries itself.
 inline SurveySettings unitSettings() {
   SurveySettings settings;
   settings.pixelSize = 1;
   settings.layerHeight = 1;
   settings.minimumHeight = 2;
   settings.tipRadius = 0;
+  settings.steepness = 0.25;
+  settings.sampleSize = 1;
   return settings;
 }
 

@@ -6,11 +6,10 @@
 namespace stiltforge::hold {
 namespace {
 
-// Cells of three pixels, steps of four layers, in which one pixel carries itself.
+// In cells of three pixels.
 SurveySettings sampled() {
   SurveySettings settings = unitSettings();
   settings.sampleSize = 3;
-  settings.steepness = 0.25;
   return settings;
 }
 

@@ -83,7 +83,10 @@ export interface Verdict {
   overhang: Surface;
   overhangWithoutRoom: Surface;
   overhangInSealedVoids: Surface;
-  /** Places of `overhang` furthest from a point, worst first; mm, Infinity without any point. */
+  /**
+   * Places of `overhang` furthest from a point, worst first, where surfaces do not nearly carry
+   * themselves; mm, Infinity without any point.
+   */
   worst: (Place & { distance: number })[];
   inNoMaterial: number[];
   /** On material that overhangs nowhere near the point. */
