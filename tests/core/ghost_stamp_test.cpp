@@ -34,7 +34,26 @@ class GhostStampTest : public testing::Test {
       stamp.addRows(0, height, whole.data());
       EXPECT_EQ(std::vector<float>(whole.begin(), whole.end()), sums);
     }
+    expectSumsAt(stamp, box, sums);
     return sums;
+  }
+
+  // What the stamp tells of single places and of tiles goes with the sums of all places.
+  static void expectSumsAt(const GhostStamp& stamp, Box box, const std::vector<float>& sums) {
+    const auto width = static_cast<uint32_t>(box.xMax - box.xMin);
+    const auto height = static_cast<uint32_t>(box.yMax - box.yMin);
+    const std::vector<uint64_t> mostInTiles = stamp.mostInTiles();
+    const uint32_t across = stamp.tilesAcross();
+    ASSERT_EQ(mostInTiles.size(), std::size_t{across} * ((height + GhostStamp::tileHeight - 1) /
+                                                         GhostStamp::tileHeight));
+    for (uint32_t y = 0; y < height; ++y) {
+      for (uint32_t x = 0; x < width; ++x) {
+        const uint64_t sum = stamp.sumAt(x, y);
+        ASSERT_EQ(static_cast<float>(sum), sums[std::size_t{y} * width + x]) << x << ", " << y;
+        const uint32_t tile = y / GhostStamp::tileHeight * across + x / GhostStamp::tileWidth;
+        ASSERT_LE(sum, mostInTiles[tile]) << x << ", " << y;
+      }
+    }
   }
 
   std::vector<float> weights() const {
@@ -134,6 +153,25 @@ TEST_F(GhostStampTest, AddsUpTheConesOfSeveralGhosts) {
   spread(2.0f);
   std::vector<Voxel> ghosts{ghostAt(1, 0), ghostAt(1, 0), ghostAt(2, 0)};
   EXPECT_EQ(sumsOf(ghosts, {0, 0, 3, 1}), (std::vector<float>{254.0f, 637.0f, 509.0f}));
+}
+
+// A tile's bound is that of the cells that fall into it, not of the whole cone.
+TEST_F(GhostStampTest, BoundsTheSumsOfEachTileByTheGhostsThatReachIt) {
+  spread(20.0f);
+  Voxel centre = ghostAt(32, 16);
+  Voxel edge = ghostAt(64 + 10, 16);
+  const Box box{0, 0, 4 * GhostStamp::tileWidth, 2 * GhostStamp::tileHeight};
+  const std::vector<uint64_t> one = GhostStamp(table, {&centre}, box).mostInTiles();
+  const uint32_t across = 4;
+  ASSERT_EQ(one.size(), 2 * across);
+  EXPECT_EQ(one[0], 255u) << "its centre";
+  EXPECT_EQ(one[1], 0u) << "beyond its radius";
+  EXPECT_GT(one[across], 0u) << "the last rows of its cone";
+  EXPECT_LT(one[across], 255u);
+  const std::vector<uint64_t> both = GhostStamp(table, {&centre, &edge}, box).mostInTiles();
+  EXPECT_GT(both[0], 255u);
+  EXPECT_EQ(both[1], 255u);
+  EXPECT_EQ(both[2], 0u);
 }
 
 TEST_F(GhostStampTest, LeavesRetiredAndFarGhostsOut) {
