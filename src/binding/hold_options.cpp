@@ -8,13 +8,11 @@
 
 #include "node_api/refusal.h"
 #include "print/hold_settings.h"
-#include "slicing/slicing_error.h"
+#include "runtime/number_text.h"
 
 namespace stiltforge::binding {
 
 namespace {
-
-using slicing::numberText;
 
 // What no printer comes near; in mm, mm2 and degrees. Squares and quotients of them are finite.
 constexpr double least = 1e-6;

@@ -4,7 +4,7 @@
 #include <cmath>
 #include <string>
 
-#include "slicing/slicing_error.h"
+#include "runtime/number_text.h"
 
 namespace stiltforge::binding {
 
@@ -16,8 +16,7 @@ std::string quoted(const std::string& name) {
 
 uint32_t toWhole(Napi::Env env, const char* name, double value) {
   if (!(value >= 0 && value <= 4294967295.0) || value != std::floor(value)) {
-    throw Napi::RangeError::New(env, "The option " + quoted(name) + " is " +
-                                         slicing::numberText(value) +
+    throw Napi::RangeError::New(env, "The option " + quoted(name) + " is " + numberText(value) +
                                          "; it must be a whole number from 0 to 4294967295.");
   }
   return static_cast<uint32_t>(value);

@@ -19,6 +19,7 @@
 #include "orient/search.h"
 #include "print/setting_ranges.h"
 #include "print/turn.h"
+#include "runtime/number_text.h"
 #include "slicing/slicing_error.h"
 
 namespace stiltforge::binding {
@@ -134,8 +135,8 @@ class SearchJob : public Job {
 };
 
 Napi::Error outOfRange(Napi::Env env, const char* name, double value, const std::string& range) {
-  return Napi::RangeError::New(env, std::string("The option \"") + name + "\" is " +
-                                        slicing::numberText(value) + "; " + range + ".");
+  return Napi::RangeError::New(
+      env, std::string("The option \"") + name + "\" is " + numberText(value) + "; " + range + ".");
 }
 
 PrintSettings checkedPrint(Napi::Env env, const Options& options) {

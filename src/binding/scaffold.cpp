@@ -17,6 +17,7 @@
 #include "node_api/host_memory.h"
 #include "node_api/refusal.h"
 #include "node_api/value_maker.h"
+#include "runtime/number_text.h"
 #include "scaffold/scaffold.h"
 #include "slicing/slicing_error.h"
 #include "slicing/triangle_mesh.h"
@@ -48,8 +49,8 @@ const char* nameOf(Reason reason) {
 }
 
 std::string sentenceOf(const scaffold::SettingConflict& conflict) {
-  return std::string("The option \"") + conflict.setting + "\" is " +
-         slicing::numberText(conflict.value) + "; " + conflict.range + ".";
+  return std::string("The option \"") + conflict.setting + "\" is " + numberText(conflict.value) +
+         "; " + conflict.range + ".";
 }
 
 class ScaffoldJob : public Job {
@@ -245,7 +246,7 @@ Napi::Value startScaffold(const Napi::CallbackInfo& info) {
   settings.layerHeight = options.number("layerHeight");
   if (!(settings.layerHeight > 0 && std::isfinite(settings.layerHeight))) {
     throw Napi::RangeError::New(env, "The option \"layerHeight\" is " +
-                                         slicing::numberText(settings.layerHeight) +
+                                         numberText(settings.layerHeight) +
                                          "; it must be a positive number of millimetres.");
   }
   // The lift is known when the mesh has been looked at.

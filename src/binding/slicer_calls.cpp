@@ -9,7 +9,7 @@
 #include "binding/rejection.h"
 #include "binding/slice_job.h"
 #include "binding/slicer_object.h"
-#include "slicing/slicing_error.h"
+#include "runtime/number_text.h"
 
 namespace stiltforge::binding {
 
@@ -23,9 +23,8 @@ uint32_t layerIndex(const Napi::Value& value, uint32_t layerCount) {
   if (index >= 0 && index <= last && index == std::floor(index)) {
     return static_cast<uint32_t>(index);
   }
-  throw Napi::RangeError::New(env, "There is no layer " + slicing::numberText(index) +
-                                       ": layers are numbered 0 to " + slicing::numberText(last) +
-                                       ".");
+  throw Napi::RangeError::New(env, "There is no layer " + numberText(index) +
+                                       ": layers are numbered 0 to " + numberText(last) + ".");
 }
 
 }  // namespace
@@ -63,9 +62,8 @@ Napi::Value callRuns(const Napi::CallbackInfo& info, const std::shared_ptr<Share
     }
     if (!(count >= 1 && count <= layers - first && count == std::floor(count))) {
       throw Napi::RangeError::New(env, "The number of layers must be a whole number from 1 to " +
-                                           slicing::numberText(layers - first) +
-                                           ", those from layer " + slicing::numberText(first) +
-                                           " on.");
+                                           numberText(layers - first) + ", those from layer " +
+                                           numberText(first) + " on.");
     }
     return Job::add(
         std::make_unique<LayerRunsJob>(env, shared, first, static_cast<uint32_t>(count)), queue,

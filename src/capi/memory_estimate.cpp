@@ -6,7 +6,7 @@
 #include "capi/refusal.h"
 #include "capi/slice_size.h"
 #include "capi/structure.h"
-#include "slicing/slicing_error.h"
+#include "runtime/number_text.h"
 
 namespace stiltforge::capi {
 
@@ -26,7 +26,7 @@ constexpr double most = 1e15;
 
 void requireNumber(double value, const char* name) {
   if (value >= 0 && value <= most) return;
-  throw InvalidArgument(std::string("size->") + name + " is " + slicing::numberText(value) +
+  throw InvalidArgument(std::string("size->") + name + " is " + numberText(value) +
                         "; it must be from 0 to 1e15");
 }
 

@@ -7,6 +7,7 @@
 #include "capi/handles.h"
 #include "mesh/limits.h"
 #include "print/part_transform.h"
+#include "runtime/number_text.h"
 #include "slicing/slicing_error.h"
 
 namespace capi = stiltforge::capi;
@@ -23,13 +24,13 @@ void requireTriangles(const float* positions, size_t triangleCount) {
 void scaleOrRefuse(stiltforge_mesh& mesh, double factor) {
   if (stiltforge::scale(mesh.positions, factor)) return;
   throw capi::Refusal(STILTFORGE_UNUSABLE_MESH,
-                      "Scaled by " + stiltforge::slicing::numberText(factor) + " the mesh is too " +
+                      "Scaled by " + stiltforge::numberText(factor) + " the mesh is too " +
                           (factor > 1 ? "large" : "small") + " to be sliced.");
 }
 
 void requirePositive(double value, const char* name) {
   if (value > 0 && value <= 1e30) return;
-  throw capi::InvalidArgument(std::string(name) + " is " + stiltforge::slicing::numberText(value) +
+  throw capi::InvalidArgument(std::string(name) + " is " + stiltforge::numberText(value) +
                               "; it must be above 0");
 }
 

@@ -4,7 +4,7 @@
 
 #include "capi/boundary.h"
 #include "print/setting_ranges.h"
-#include "slicing/slicing_error.h"
+#include "runtime/number_text.h"
 
 namespace stiltforge::capi {
 
@@ -48,7 +48,7 @@ PrintSettings readPrintSettings(const stiltforge_print_settings* settings, const
   requireRange(print.screenHeight, (prefix + "screen_height").c_str(), 1, longestScreenSide);
   if (const auto conflict = findConflict(print)) {
     throw InvalidArgument(prefix + fieldName(conflict->setting) + " is " +
-                          slicing::numberText(conflict->value) + ": " + conflict->range);
+                          numberText(conflict->value) + ": " + conflict->range);
   }
   return print;
 }

@@ -4,7 +4,7 @@
 
 #include "capi/model_step.h"
 #include "capi/refusal.h"
-#include "slicing/slicing_error.h"
+#include "runtime/number_text.h"
 
 namespace stiltforge::capi {
 
@@ -30,8 +30,7 @@ void requireSamePrint(const stiltforge_survey& survey, const PrintSettings& slic
   const auto require = [](double own, double other, const char* what) {
     if (own == other) return;
     throw InvalidArgument("survey is of a print with a " + std::string(what) + " of " +
-                          slicing::numberText(own) + " mm; the slicer's is " +
-                          slicing::numberText(other) + " mm");
+                          numberText(own) + " mm; the slicer's is " + numberText(other) + " mm");
   };
   require(survey.print.pixelSize, slicers.pixelSize, "pixel_size");
   require(survey.print.layerHeight, slicers.layerHeight, "layer_height");

@@ -10,7 +10,7 @@
 #include "capi/structure.h"
 #include "capi/survey_step.h"
 #include "print/hold_settings.h"
-#include "slicing/slicing_error.h"
+#include "runtime/number_text.h"
 
 namespace stiltforge::capi {
 
@@ -38,9 +38,9 @@ hold::JudgeSettings readSettings(const stiltforge_judge_settings* given,
   const auto read = [](double value, const char* field, double& setting) {
     if (value < 0) return;
     if (!(value <= longest)) {
-      throw InvalidArgument(std::string("settings->") + field + " is " +
-                            slicing::numberText(value) + "; it must be from 0 to " +
-                            slicing::numberText(longest) + " mm, or below 0 for the default");
+      throw InvalidArgument(std::string("settings->") + field + " is " + numberText(value) +
+                            "; it must be from 0 to " + numberText(longest) +
+                            " mm, or below 0 for the default");
     }
     setting = value;
   };

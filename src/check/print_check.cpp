@@ -8,6 +8,7 @@
 #include <tuple>
 #include <utility>
 
+#include "runtime/number_text.h"
 #include "runtime/worker_pool.h"
 
 namespace stiltforge::check {
@@ -27,8 +28,8 @@ constexpr uint32_t pixelsOfTip = 4;
 // Further away nothing is looked for.
 constexpr double longestReach = 4096;
 
-void require(bool holds, const std::string& what, double value) {
-  if (!holds) throw std::invalid_argument(what + ", not " + std::to_string(value));
+void require(bool holds, const char* what, double value, const char* unit = "") {
+  if (!holds) throw std::invalid_argument(what + (", not " + numberText(value)) + unit);
 }
 
 double growthOf(const CheckSettings& settings) {
@@ -39,25 +40,25 @@ double growthOf(const CheckSettings& settings) {
 CheckSettings checked(const CheckSettings& settings) {
   const auto isPositive = [](double value) { return std::isfinite(value) && value > 0; };
   require(isPositive(settings.pixelWidth), "the width of a pixel must be above 0 mm",
-          settings.pixelWidth);
+          settings.pixelWidth, " mm");
   require(isPositive(settings.pixelHeight), "the height of a pixel must be above 0 mm",
-          settings.pixelHeight);
+          settings.pixelHeight, " mm");
   require(isPositive(settings.layerHeight), "the layer height must be above 0 mm",
-          settings.layerHeight);
+          settings.layerHeight, " mm");
   require(settings.criticalAngle > 0 && settings.criticalAngle <= 90,
           "the critical angle must be above 0 and at most 90 degrees", settings.criticalAngle);
   const double pixel = std::min(settings.pixelWidth, settings.pixelHeight);
   require(growthOf(settings) <= longestReach * pixel,
-          "the critical angle must let a layer grow by 4096 pixels at most",
-          settings.criticalAngle);
+          "the critical angle must let a layer grow by 4096 pixels at most", settings.criticalAngle,
+          " degrees");
   require(isPositive(settings.nearReach) && settings.nearReach <= longestReach * pixel,
-          "the near reach must be above 0 mm and at most 4096 pixels", settings.nearReach);
+          "the near reach must be above 0 mm and at most 4096 pixels", settings.nearReach, " mm");
   require(settings.farReach >= settings.nearReach && settings.farReach <= 10 * settings.nearReach,
-          "the far reach must be 1 to 10 times the near one, mm", settings.farReach);
+          "the far reach must be 1 to 10 times the near one", settings.farReach, " mm");
   require(settings.tipRadius >= 0 && settings.tipRadius <= longestReach * pixel,
-          "the tip's radius must be from 0 mm to 4096 pixels", settings.tipRadius);
+          "the tip's radius must be from 0 mm to 4096 pixels", settings.tipRadius, " mm");
   require(settings.islandHeight >= 0 && settings.islandHeight <= 65535 * settings.layerHeight,
-          "the height of an island must be from 0 to 65535 layers, mm", settings.islandHeight);
+          "the height of an island must be from 0 to 65535 layers", settings.islandHeight, " mm");
   for (const double least : {settings.speckVolume, settings.leastOverhang, settings.leastTrap,
                              settings.leastCup, settings.riskyTrap, settings.riskyCup}) {
     require(std::isfinite(least) && least >= 0, "areas and volumes must be 0 or more", least);

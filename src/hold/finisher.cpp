@@ -15,6 +15,7 @@
 #include "hold/floating_bodies.h"
 #include "hold/gains.h"
 #include "hold/specks.h"
+#include "runtime/number_text.h"
 
 namespace stiltforge::hold {
 
@@ -26,7 +27,7 @@ FinishSettings checked(const FinishSettings& settings) {
   const auto require = [](double value, double least, const char* what) {
     if (std::isfinite(value) && value >= least) return;
     throw std::invalid_argument(std::string(what) + " must be " + (least > 0 ? "1" : "0") +
-                                " or more, not " + std::to_string(value));
+                                " or more, not " + numberText(value));
   };
   require(settings.spacing, 0, "the spacing of points");
   require(settings.reach, 0, "the reach of a point");
@@ -38,7 +39,7 @@ FinishSettings checked(const FinishSettings& settings) {
   require(settings.islandHeight, 0, "the height that an island may grow alone");
   if (!(settings.share >= 0 && settings.share <= 1)) {
     throw std::invalid_argument("the share of overhang within reach must be from 0 to 1, not " +
-                                std::to_string(settings.share));
+                                numberText(settings.share));
   }
   return settings;
 }

@@ -9,6 +9,7 @@
 #include "hold/anchoring.h"
 #include "hold/bodies.h"
 #include "hold/point_grid.h"
+#include "runtime/number_text.h"
 
 namespace stiltforge::hold {
 
@@ -20,7 +21,7 @@ JudgeSettings checked(const JudgeSettings& settings) {
   const auto require = [](double value, const char* what) {
     if (std::isfinite(value) && value >= 0) return;
     throw std::invalid_argument(std::string(what) + " must be 0 mm or more, not " +
-                                std::to_string(value));
+                                numberText(value));
   };
   require(settings.nearReach, "the near reach of a point");
   require(settings.farReach, "the far reach of a point");
@@ -28,7 +29,7 @@ JudgeSettings checked(const JudgeSettings& settings) {
   require(settings.islandHeight, "the height that an island may grow alone");
   if (!(std::isfinite(settings.leastWorstArea) && settings.leastWorstArea >= 0)) {
     throw std::invalid_argument("the least area of a worst place must be 0 mm2 or more, not " +
-                                std::to_string(settings.leastWorstArea));
+                                numberText(settings.leastWorstArea));
   }
   return settings;
 }

@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "hold/overhang_rows.h"
+#include "runtime/number_text.h"
 
 namespace stiltforge::hold {
 
@@ -34,23 +35,23 @@ double sampledReach(const SurveySettings& settings) {
 }
 
 SurveySettings checked(const SurveySettings& settings) {
-  const auto require = [](bool holds, const char* what, double value) {
-    if (!holds) throw std::invalid_argument(std::string(what) + " " + std::to_string(value));
+  const auto require = [](bool holds, const char* what, double value, const char* unit) {
+    if (!holds) throw std::invalid_argument(what + (", not " + numberText(value)) + unit);
   };
   require(std::isfinite(settings.pixelSize) && settings.pixelSize > 0,
-          "the pixel size must be above 0 mm, not", settings.pixelSize);
+          "the pixel size must be above 0 mm", settings.pixelSize, " mm");
   require(std::isfinite(settings.layerHeight) && settings.layerHeight > 0,
-          "the layer height must be above 0 mm, not", settings.layerHeight);
+          "the layer height must be above 0 mm", settings.layerHeight, " mm");
   require(settings.minimumHeight >= 0 && settings.minimumHeight <= 65535 * settings.layerHeight,
-          "the minimum height must be between 0 and 65535 layers, not mm", settings.minimumHeight);
+          "the minimum height must be between 0 and 65535 layers", settings.minimumHeight, " mm");
   require(settings.tipRadius >= 0 && settings.tipRadius <= 65535 * settings.pixelSize,
-          "the tip's radius must be between 0 and 65535 pixels, not mm", settings.tipRadius);
+          "the tip's radius must be between 0 and 65535 pixels", settings.tipRadius, " mm");
   require(settings.sampleHeight >= 0 && settings.sampleHeight <= 65535 * settings.layerHeight,
-          "the steps of samples must be between 0 and 65535 layers, not mm", settings.sampleHeight);
-  require(settings.steepness >= 0, "the steepness must be 0 or more, not", settings.steepness);
+          "the steps of samples must be between 0 and 65535 layers", settings.sampleHeight, " mm");
+  require(settings.steepness >= 0, "the steepness must be 0 or more", settings.steepness, "");
   require(std::isfinite(settings.sampleSize) && settings.sampleSize >= settings.pixelSize / 65536,
-          "the cells of samples must not be smaller than a fraction of a pixel, not mm",
-          settings.sampleSize);
+          "the cells of samples must not be smaller than a fraction of a pixel",
+          settings.sampleSize, " mm");
   return settings;
 }
 

@@ -13,6 +13,7 @@
 #include "orient/marked_side.h"
 #include "print/part_transform.h"
 #include "print/setting_ranges.h"
+#include "runtime/number_text.h"
 #include "runtime/worker_pool.h"
 #include "slicing/slicing_error.h"
 
@@ -60,7 +61,7 @@ PrintSettings coarseGrid(const PrintSettings& print, double partSize) {
 void requireSense(const SearchSettings& settings) {
   if (const auto conflict = findConflict(settings.print)) {
     throw SlicingError(std::string("The setting ") + conflict->setting + " is " +
-                       slicing::numberText(conflict->value) + "; " + conflict->range + ".");
+                       numberText(conflict->value) + "; " + conflict->range + ".");
   }
   const auto require = [](bool holds, const std::string& sentence) {
     if (!holds) throw SlicingError(sentence);
@@ -68,7 +69,7 @@ void requireSense(const SearchSettings& settings) {
   const Weights& w = settings.weights;
   for (const double weight : {w.points, w.overhang, w.islands, w.height, w.cups, w.marks}) {
     require(weight >= 0 && weight <= 1e6,
-            "A weight is " + slicing::numberText(weight) + "; it must be from 0 to 1,000,000.");
+            "A weight is " + numberText(weight) + "; it must be from 0 to 1,000,000.");
   }
   if (settings.keepClean) {
     const double length = std::sqrt(dot(*settings.keepClean, *settings.keepClean));

@@ -5,14 +5,12 @@
 #include <cstddef>
 #include <cstdio>
 
+#include "runtime/number_text.h"
 #include "slicing/channel_falloff.h"
-#include "slicing/slicing_error.h"
 
 namespace stiltforge {
 
 namespace {
-
-using slicing::numberText;
 
 constexpr double longestDistance = slicing::ChannelFalloff::longestReachInPixels;
 

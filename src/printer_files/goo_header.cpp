@@ -8,6 +8,7 @@
 #include "files/file_error.h"
 #include "printer_files/big_endian.h"
 #include "printer_files/limits.h"
+#include "runtime/number_text.h"
 
 namespace stiltforge::printer_files {
 
@@ -43,7 +44,7 @@ double lengthAt(const uint8_t* bytes, const std::string& what) {
   constexpr double most = 10'000;
   if (std::isfinite(value) && value > 0 && value < most) return value;
   throw FileError(
-      "the header of the GOO file gives the " + what + " as " + std::to_string(value) + " mm",
+      "the header of the GOO file gives the " + what + " as " + numberText(value) + " mm",
       files::copyAgain);
 }
 

@@ -7,6 +7,7 @@
 #include <string>
 #include <utility>
 
+#include "runtime/number_text.h"
 #include "runtime/worker_pool.h"
 #include "scaffold/brace.h"
 #include "scaffold/contact.h"
@@ -32,7 +33,7 @@ void requireNear(const slicing::Bounds& bounds, double plateZ) {
                 std::abs(static_cast<double>(min.y)), std::abs(static_cast<double>(max.x)),
                 std::abs(static_cast<double>(max.y)), std::abs(static_cast<double>(max.z))});
   if (far <= farthest) return;
-  throw slicing::SlicingError("The part reaches " + slicing::numberText(far) +
+  throw slicing::SlicingError("The part reaches " + numberText(far) +
                               " mm from the origin, where coordinates are too coarse for the tips "
                               "of supports; it must stay within 16,384 mm. Move it there.");
 }

@@ -1,12 +1,10 @@
 #include "scaffold/settings.h"
 
-#include "slicing/slicing_error.h"
+#include "runtime/number_text.h"
 
 namespace stiltforge::scaffold {
 
 namespace {
-
-using slicing::numberText;
 
 // What no support of a resin print comes near.
 constexpr double longest = 100;  // mm

@@ -6,6 +6,7 @@
 #include <limits>
 #include <string>
 
+#include "runtime/number_text.h"
 #include "slicing/slicing_error.h"
 
 namespace stiltforge::slicing {

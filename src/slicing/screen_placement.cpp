@@ -4,6 +4,7 @@
 #include <cmath>
 #include <string>
 
+#include "runtime/number_text.h"
 #include "slicing/slicing_error.h"
 
 namespace stiltforge::slicing {

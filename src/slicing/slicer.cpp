@@ -5,6 +5,7 @@
 #include <string>
 #include <utility>
 
+#include "runtime/number_text.h"
 #include "runtime/worker_pool.h"
 #include "slicing/overhang_channels.h"
 #include "slicing/slice_rasterizer.h"

@@ -1,9 +1,10 @@
 #pragma once
 
 #include <cmath>
-#include <cstdio>
 #include <stdexcept>
 #include <string>
+
+#include "runtime/number_text.h"
 
 namespace stiltforge::slicing {
 
@@ -12,13 +13,6 @@ class SlicingError : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;
 };
-
-/// A number for such a sentence: six digits at most, no trailing zeros.
-inline std::string numberText(double value) {
-  char text[32];
-  std::snprintf(text, sizeof text, "%.6g", value);
-  return text;
-}
 
 /// Throws SlicingError unless the value, `what` in millimetres, is positive and finite.
 inline void requirePositive(double value, const char* what) {

@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <string>
 
+#include "runtime/number_text.h"
 #include "slicing/slicing_error.h"
 #include "slicing/vector.h"
 

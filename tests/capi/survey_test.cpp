@@ -374,7 +374,7 @@ TEST(Verdict, RefusesSettingsAndSupportsThatItCannotUse) {
   host::JudgeSettings settings;
   settings.near_reach = std::nan("");
   EXPECT_THAT(messageOf(STILTFORGE_INVALID_ARGUMENT, [&] { part.survey.judge(settings); }),
-              HasSubstr("settings->near_reach is nan; it must be from 0 to 1e+06 mm"));
+              HasSubstr("settings->near_reach is nan; it must be from 0 to 1000000 mm"));
   settings = {};
   settings.spacing = std::numeric_limits<double>::infinity();
   EXPECT_THAT(messageOf(STILTFORGE_INVALID_ARGUMENT, [&] { part.survey.judge(settings); }),

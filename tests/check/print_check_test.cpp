@@ -428,6 +428,25 @@ TEST(PrintCheck, RefusesWhatIsNoPrint) {
   expectRefused([](CheckSettings& s) { s.screenHeight = 65536; });
 }
 
+TEST(PrintCheck, NamesTheNumberThatItRefusesAsAPersonWouldWriteIt) {
+  Stack stack;
+  stack.addLayers(1, row(".###."));
+  const auto refusalOf = [&](const std::function<void(CheckSettings&)>& spoil) -> std::string {
+    CheckSettings settings = unitSettings(stack);
+    spoil(settings);
+    try {
+      const PrintCheck check(settings);
+    } catch (const std::invalid_argument& error) {
+      return error.what();
+    }
+    return "";
+  };
+  EXPECT_EQ(refusalOf([](CheckSettings& s) { s.layerHeight = -1; }),
+            "the layer height must be above 0 mm, not -1 mm");
+  EXPECT_EQ(refusalOf([](CheckSettings& s) { s.criticalAngle = 90.5; }),
+            "the critical angle must be above 0 and at most 90 degrees, not 90.5");
+}
+
 TEST(PrintCheck, RefusesALayerOfAnotherSizeOrBesideTheScreenAndGoesOn) {
   Stack stack;
   stack.addLayers(1, row(".###."));

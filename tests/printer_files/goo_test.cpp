@@ -147,9 +147,9 @@ TEST(Goo, SaysWhatIsWrongWithTheHeader) {
   EXPECT_THAT(refusalWith([](TestGoo& goo) { goo.width = goo.height = 60000; }),
               HasSubstr("tells of layers of 60,000 x 60,000 pixels; 1 to 268,435,456 are read"));
   EXPECT_THAT(refusalWith([](TestGoo& goo) { goo.layerHeight = -1; }),
-              HasSubstr("gives the layer height as -1.000000 mm"));
+              HasSubstr("gives the layer height as -1 mm"));
   EXPECT_THAT(refusalWith([](TestGoo& goo) { goo.screenWidth = 0; }),
-              HasSubstr("gives the screen's width as 0.000000 mm"));
+              HasSubstr("gives the screen's width as 0 mm"));
 }
 
 TEST(Goo, CarriesNoChannels) {

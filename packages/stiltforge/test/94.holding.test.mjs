@@ -385,7 +385,7 @@ test('wrong options of judging and finishing are refused with their range', asyn
       () => analysis.finishSupports({ supportArea: 0 }),
       /supportArea of finishing is 0; .* mm2 from 1e-06/,
     ],
-    [() => analysis.finishSupports({ spacing: 1e9 }), /spacing of finishing is 1e\+09; /],
+    [() => analysis.finishSupports({ spacing: 1e9 }), /spacing of finishing is 1000000000; /],
     [() => analysis.finishSupports({ judge: 3 }), /^The options of the judge are no object/],
     [() => analysis.finishSupports(null), /^The options of finishing are no object/],
   ]) {

@@ -122,7 +122,7 @@ test('options that are none are refused', async () => {
   const slicer = slicerOf(base);
   await assert.rejects(check(slicer, { pixelWidth: 0 }), {
     name: 'RangeError',
-    message: "The print can't be checked: the width of a pixel must be above 0 mm, not 0.000000.",
+    message: "The print can't be checked: the width of a pixel must be above 0 mm, not 0 mm.",
   });
   await assert.rejects(check(slicer, { layerHeight: '1' }), TypeError);
   await assert.rejects(check(slicer, { layerHeight: 0 }), /layer height must be above 0 mm/);
