@@ -29,7 +29,17 @@ export const order = {
     ...['model', 'support', 'analysis', 'runtime'],
   ],
   capi: [
-    ...['orient', 'printer_files', 'print', 'slicing', 'mesh', 'files', 'check', 'hold'],
+    ...[
+      'orient',
+      'scaffold',
+      'printer_files',
+      'print',
+      'slicing',
+      'mesh',
+      'files',
+      'check',
+      'hold',
+    ],
     ...['model', 'support', 'analysis', 'runtime'],
   ],
   wasm: ['node_api'],

@@ -1,7 +1,8 @@
 /* Prints where a part needs supports: the finished points, as the command writes them to
- * points.csv. What they hold is told on standard error.
+ * points.csv. What they hold is told on standard error. With a second file, also writes the
+ * supports as geometry, a binary STL.
  *
- *   points part.stl > points.csv
+ *   points part.stl [supports.stl] > points.csv
  */
 #include <stdio.h>
 #include <stdlib.h>
@@ -31,6 +32,29 @@ static void print_verdict(const stiltforge_verdict_info* verdict) {
           verdict->overhang.area, verdict->near_reach);
 }
 
+/* Little-endian, as the machine is taken to be. Readers make normals of the corners. */
+static void write_stl(const char* path, const stiltforge_scaffold* supports) {
+  const char header[80] = "stiltforge: supports";
+  const float normal[3] = {0, 0, 0};
+  const uint16_t attributes = 0;
+  const float* corners = stiltforge_scaffold_positions(supports);
+  const uint32_t count = (uint32_t)stiltforge_scaffold_triangle_count(supports);
+  FILE* file = fopen(path, "wb");
+  int is_written = file != NULL && fwrite(header, sizeof header, 1, file) == 1 &&
+                   fwrite(&count, sizeof count, 1, file) == 1;
+  uint32_t i;
+
+  for (i = 0; is_written && i < count; ++i) {
+    is_written = fwrite(normal, sizeof normal, 1, file) == 1 &&
+                 fwrite(corners + 9 * (size_t)i, sizeof *corners, 9, file) == 9 &&
+                 fwrite(&attributes, sizeof attributes, 1, file) == 1;
+  }
+  if (file != NULL && fclose(file) != 0) is_written = 0;
+  if (is_written) return;
+  fprintf(stderr, "%s cannot be written.\n", path);
+  exit(EXIT_FAILURE);
+}
+
 int main(int argc, char** argv) {
   stiltforge_error error;
   stiltforge_print_settings print = {.struct_size = sizeof print};
@@ -45,12 +69,13 @@ int main(int argc, char** argv) {
   stiltforge_verdict_info held = {.struct_size = sizeof held};
   const stiltforge_support* supports;
   const stiltforge_origin* origins;
+  stiltforge_scaffold* scaffold;
   stiltforge_point* points;
   size_t count;
   size_t i;
 
-  if (argc != 2) {
-    fprintf(stderr, "usage: points MESH\n");
+  if (argc != 2 && argc != 3) {
+    fprintf(stderr, "usage: points MESH [STL]\n");
     return EXIT_FAILURE;
   }
   require(stiltforge_print_settings_init(&print, &error), &error);
@@ -77,6 +102,14 @@ int main(int argc, char** argv) {
 
   printf("x_mm,y_mm,z_mm,column,row,layer,region,kind,reason\n");
   for (i = 0; i < count; ++i) print_point(&points[i], &origins[i]);
+
+  if (argc == 3) {
+    require(stiltforge_scaffold_create(mesh, points, count, info.plate_z, info.layer_height, NULL,
+                                       NULL, NULL, NULL, &scaffold, &error),
+            &error);
+    write_stl(argv[2], scaffold);
+    stiltforge_scaffold_destroy(scaffold);
+  }
 
   free(points);
   stiltforge_verdict_destroy(verdict);

@@ -1,22 +1,49 @@
 // Prints where a part needs supports: the finished points, as the command writes them to
-// points.csv. What they hold is told on standard error.
+// points.csv. What they hold is told on standard error. With a second file, also writes the
+// supports as geometry, a binary STL.
 //
-//   points part.stl > points.csv
+//   points part.stl [supports.stl] > points.csv
 
 #include <cstddef>
+#include <cstdint>
 #include <cstdio>
 #include <exception>
+#include <fstream>
+#include <stdexcept>
 #include <stiltforge/stiltforge.hpp>
+#include <string>
 #include <vector>
 
+// Little-endian, as the machine is taken to be. Readers make normals of the corners.
+static void writeStl(const std::string& path, const stiltforge::Scaffold& supports) {
+  std::ofstream file(path, std::ios::binary);
+  const auto write = [&](const void* bytes, std::size_t size) {
+    file.write(static_cast<const char*>(bytes), static_cast<std::streamsize>(size));
+  };
+  const char header[80] = "stiltforge: supports";
+  const auto count = static_cast<std::uint32_t>(supports.triangleCount());
+  const float normal[3] = {};
+  const std::uint16_t attributes = 0;
+  write(header, sizeof header);
+  write(&count, sizeof count);
+  for (std::size_t i = 0; i < count; ++i) {
+    write(normal, sizeof normal);
+    write(supports.positions().begin() + 9 * i, 9 * sizeof(float));
+    write(&attributes, sizeof attributes);
+  }
+  file.close();
+  if (!file) throw std::runtime_error(path + " cannot be written.");
+}
+
 int main(int argc, char** argv) {
-  if (argc != 2) {
-    std::fprintf(stderr, "usage: points MESH\n");
+  if (argc != 2 && argc != 3) {
+    std::fprintf(stderr, "usage: points MESH [STL]\n");
     return 1;
   }
   try {
     const stiltforge::PrintSettings print;
-    stiltforge::Slicer slicer(stiltforge::Mesh::read(argv[1]), print);
+    const stiltforge::Mesh mesh = stiltforge::Mesh::read(argv[1]);
+    stiltforge::Slicer slicer(mesh, print);
     stiltforge::Model model(slicer.parameters());
     stiltforge::Survey survey(print);
     const unsigned layers = slicer.info().layer_count;
@@ -39,6 +66,10 @@ int main(int argc, char** argv) {
       std::printf("%.10g,%.10g,%.10g,%u,%u,%u,%u,%s,%s\n", point.x, point.y, point.z, point.column,
                   point.row, point.layer, point.group, point.island ? "island" : "overhang",
                   stiltforge_reason_name(finished.origins()[i].reason));
+    }
+    if (argc == 3) {
+      const stiltforge::SlicerInfo info = slicer.info();
+      writeStl(argv[2], stiltforge::Scaffold(mesh, points, info.plate_z, info.layer_height));
     }
   } catch (const std::exception& failure) {
     std::fprintf(stderr, "%s\n", failure.what());

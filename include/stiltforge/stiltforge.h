@@ -7,6 +7,7 @@
  * The road of a model
  *   mesh -> stiltforge_slicer -> stiltforge_model -> supports
  *   mesh -> stiltforge_slicer -> stiltforge_model -> stiltforge_survey -> finished supports
+ *   mesh, supports in millimetres -> stiltforge_scaffold -> triangles to be printed
  * A host that slices by itself hands its layers over as pictures or as runs, in a stiltforge_slice.
  *
  * Words
@@ -17,6 +18,7 @@
  *   support     a point at which a support is to touch the part: a pixel of a layer.
  *   survey      what is known of a part to judge what supports hold of it, and to finish them: to
  *               leave out what no one needs and to add what is missing.
+ *   scaffold    supports as geometry: tips, pillars, feet, braces and a raft, as triangles.
  *   x, y        column and row of a pixel, from 0 at the top left of the slice.
  * Lengths are in millimetres unless pixels or layers are said. All numbers are in the byte order
  * and the floating-point format (IEEE 754) of the machine.
@@ -122,7 +124,7 @@ STILTFORGE_API uint32_t stiltforge_worker_count(void);
  * Sets the number of worker threads of this process, 1 to 1024. They are started by the first call
  * that needs them and wait idly between calls.
  *
- * STILTFORGE_BUSY while any slicer, mask slicer, slice, model or survey is at work.
+ * STILTFORGE_BUSY while any other call is at work with them.
  */
 STILTFORGE_API stiltforge_status stiltforge_set_worker_count(uint32_t count,
                                                              stiltforge_error* error);
@@ -149,6 +151,15 @@ STILTFORGE_API void stiltforge_cancel_token_cancel(stiltforge_cancel_token* toke
 
 /** No call that was given the token may be running. */
 STILTFORGE_API void stiltforge_cancel_token_destroy(stiltforge_cancel_token* token);
+
+/* Progress */
+
+/**
+ * Called on the thread of a long call: about ten times a second while other threads work, and once
+ * with done = total when all is done. done: steps of the work, never falling. total: all of them as
+ * far as is known, above 0. Anything but 0 ends the call. Must not throw or jump out.
+ */
+typedef int32_t (*stiltforge_progress_callback)(void* context, uint64_t done, uint64_t total);
 
 /* The settings of a print */
 
@@ -951,6 +962,142 @@ STILTFORGE_API const uint32_t* stiltforge_verdict_faults(const stiltforge_verdic
                                                          uint32_t fault, size_t* count);
 
 STILTFORGE_API void stiltforge_verdict_destroy(stiltforge_verdict* verdict);
+
+/* Supports as geometry */
+
+/**
+ * The supports of a part as closed surfaces, triangles counter-clockwise as seen from outside: one
+ * for each support, then one for each brace between two, and one for the raft, the last. They
+ * overlap where supports meet, and reach into the part by their tips: slicers take the union. It
+ * needs neither its mesh nor its points. docs/geometry.md tells how supports are built.
+ */
+typedef struct stiltforge_scaffold stiltforge_scaffold;
+
+/** How supports are built, mm. */
+typedef struct stiltforge_scaffold_settings {
+  size_t struct_size;
+  double tip_diameter;    /**< where a support touches the part, 0.1 to 5; 0.4 */
+  double tip_length;      /**< of the cone from there to the pillar, upright, 0.5 to 20; 2 */
+  double penetration;     /**< by which a tip reaches into the part, 0 to 2; 0.2 */
+  double pillar_diameter; /**< from the tip's to 20; 1 */
+  double foot_diameter;   /**< on the plate or the raft, from the pillar's to 100; 3 */
+  double foot_height;     /**< of the cone from the foot to the pillar, 0 to 20; 0.5 */
+  double clearance;       /**< between a pillar and the part, 0 to 10; 0.3 */
+  /** Of a plate below all supports, 0 to 20; 0 is none. The part must be lifted by 0.5 more; 0. */
+  double raft_thickness;
+  /** Of the rods between slender pillars, 0.1 to 20; they stay thinner than these; 0.6. */
+  double brace_diameter;
+  double
+      brace_reach; /**< of pillars from each other, at most, for braces, 0 to 100; 0 is none; 10 */
+} stiltforge_scaffold_settings;
+
+/** Fills in the defaults. */
+STILTFORGE_API stiltforge_status
+stiltforge_scaffold_settings_init(stiltforge_scaffold_settings* settings, stiltforge_error* error);
+
+/**
+ * Builds the supports of points: a tip on the part, a pillar down to the plate, past the part where
+ * it is in the way, or on the part where nothing else is left. None but the tips touch the part.
+ *
+ * mesh: the part, closed or not, within 16,384 mm of the origin. points: `count` of them, as
+ * stiltforge_slicer_locate() gives them, or with x, y and z alone: the middle of a pixel, and the
+ * lower face of its layer, in the coordinates of the mesh. plate_z: mm, of the plate, likewise.
+ * layer_height: mm, of the print. For both, see stiltforge_slicer_info. settings: null for the
+ * defaults. cancel, on_progress: may be null. context: handed to on_progress.
+ *
+ * Supports that cannot be built are no error, see stiltforge_scaffold_left_out().
+ * STILTFORGE_INVALID_ARGUMENT when a setting cannot be used, alone or with the others, as a raft
+ * for which there is no room below the part; STILTFORGE_UNUSABLE_MESH when the mesh has no
+ * triangles or is too far from the origin; STILTFORGE_CANCELLED when the callback or the token
+ * ended it.
+ */
+STILTFORGE_API stiltforge_status stiltforge_scaffold_create(
+    const stiltforge_mesh* mesh, const stiltforge_point* points, size_t count, double plate_z,
+    double layer_height, const stiltforge_scaffold_settings* settings,
+    stiltforge_cancel_token* cancel, stiltforge_progress_callback on_progress, void* context,
+    stiltforge_scaffold** scaffold, stiltforge_error* error);
+
+/** Number of triangles; 0 for null. */
+STILTFORGE_API size_t stiltforge_scaffold_triangle_count(const stiltforge_scaffold* scaffold);
+
+/** Those of the raft, the last ones; 0 without one, and for null. */
+STILTFORGE_API size_t stiltforge_scaffold_raft_triangle_count(const stiltforge_scaffold* scaffold);
+
+/** The triangles: nine floats each, mm in the coordinates of the part, as stiltforge_mesh_create()
+    takes them. Null when there are none, or for null. Valid until the handle is destroyed. */
+STILTFORGE_API const float* stiltforge_scaffold_positions(const stiltforge_scaffold* scaffold);
+
+/** A level circle. A surface goes straight from one of its rings to the next, in 16 sides. */
+typedef struct stiltforge_ring {
+  double x; /**< mm: its middle */
+  double y;
+  double z;
+  double radius; /**< mm */
+} stiltforge_ring;
+
+/** The rings of the supports, then of the braces; of each the lowest first. `count`, which may be
+    null, becomes their number. Null when there are none, or for null. Valid until the handle is
+    destroyed. */
+STILTFORGE_API const stiltforge_ring* stiltforge_scaffold_rings(const stiltforge_scaffold* scaffold,
+                                                                size_t* count);
+
+/** What a support stands on. */
+enum {
+  STILTFORGE_STANDS_ON_PLATE = 0,  /**< a pillar straight down to the plate or the raft */
+  STILTFORGE_STANDS_BY_BRIDGE = 1, /**< the same, to which a slanting part leads over */
+  STILTFORGE_STANDS_ON_PART = 2,   /**< on the part below, with a tip there, too */
+  STILTFORGE_STANDS_LOW = 3        /**< a cone from the plate: there is no height for more */
+};
+
+/** A support that was built. */
+typedef struct stiltforge_built_support {
+  uint32_t point;          /**< its number, from 0 */
+  uint32_t stand;          /**< STILTFORGE_STANDS_ON_PLATE and so on */
+  uint64_t first_triangle; /**< place of its first triangle among all */
+  uint64_t triangle_count;
+  uint64_t first_ring; /**< place of its lowest ring among all */
+  uint64_t ring_count;
+} stiltforge_built_support;
+
+/** The supports that were built, in the order of the points; otherwise as above. */
+STILTFORGE_API const stiltforge_built_support* stiltforge_scaffold_supports(
+    const stiltforge_scaffold* scaffold, size_t* count);
+
+/** A rod that rises by 45 degrees from the pillar of one support to that of another. */
+typedef struct stiltforge_brace {
+  uint32_t first;  /**< number of a point, from 0 */
+  uint32_t second; /**< likewise, above first */
+  uint64_t first_triangle;
+  uint64_t triangle_count;
+  uint64_t first_ring;
+  uint64_t ring_count;
+} stiltforge_brace;
+
+/** The braces; otherwise as above. */
+STILTFORGE_API const stiltforge_brace* stiltforge_scaffold_braces(
+    const stiltforge_scaffold* scaffold, size_t* count);
+
+/** Why a point has no support. */
+enum {
+  STILTFORGE_LEFT_TOO_LOW = 0, /**< it is less than a layer above the plate or the raft */
+  STILTFORGE_LEFT_NO_WAY = 1   /**< the part is in the way wherever a pillar might go */
+};
+
+typedef struct stiltforge_left_out {
+  uint32_t point;  /**< its number, from 0 */
+  uint32_t reason; /**< STILTFORGE_LEFT_TOO_LOW and so on */
+} stiltforge_left_out;
+
+/** The points without a support, in their order; otherwise as above. */
+STILTFORGE_API const stiltforge_left_out* stiltforge_scaffold_left_out(
+    const stiltforge_scaffold* scaffold, size_t* count);
+
+/** Numbers of points whose pillar is at least ten times as high as wide and has no brace,
+   ascending; otherwise as above. */
+STILTFORGE_API const uint32_t* stiltforge_scaffold_alone(const stiltforge_scaffold* scaffold,
+                                                         size_t* count);
+
+STILTFORGE_API void stiltforge_scaffold_destroy(stiltforge_scaffold* scaffold);
 
 /* Pictures of a group */
 

@@ -93,6 +93,10 @@ using VerdictInfo = stiltforge_verdict_info;
 using Island = stiltforge_island;
 using WorstPlace = stiltforge_worst_place;
 using ClosePair = stiltforge_close_pair;
+using Ring = stiltforge_ring;
+using BuiltSupport = stiltforge_built_support;
+using Brace = stiltforge_brace;
+using LeftOut = stiltforge_left_out;
 
 /// The library's version.
 inline std::string version() {
@@ -129,6 +133,11 @@ struct JudgeSettings : stiltforge_judge_settings {
   JudgeSettings()
       : stiltforge_judge_settings(
             detail::filled<stiltforge_judge_settings>(stiltforge_judge_settings_init)) {}
+};
+struct ScaffoldSettings : stiltforge_scaffold_settings {
+  ScaffoldSettings()
+      : stiltforge_scaffold_settings(
+            detail::filled<stiltforge_scaffold_settings>(stiltforge_scaffold_settings_init)) {}
 };
 struct ModelSize : stiltforge_model_size {
   ModelSize()
@@ -174,6 +183,50 @@ class CancelToken
   void cancel() { stiltforge_cancel_token_cancel(get()); }
 };
 
+namespace detail {
+
+/// Calls of the host from within a call of the library. An exception of the host ends that call and
+/// comes out of it.
+template <typename... Given>
+class Callback {
+ public:
+  using Function = std::int32_t (*)(void*, Given...);
+
+  explicit Callback(std::function<void(Given...)> host) : host_(std::move(host)) {}
+
+  /// run: calls the library with a Function, which may be null, and its context.
+  template <typename Run>
+  void during(Run&& run) {
+    try {
+      run(host_ ? &Callback::tell : Function{nullptr}, static_cast<void*>(this));
+    } catch (const Error&) {
+      if (failure_) std::rethrow_exception(failure_);
+      throw;
+    }
+  }
+
+ private:
+  static std::int32_t tell(void* context, Given... given) {
+    auto& callback = *static_cast<Callback*>(context);
+    try {
+      callback.host_(given...);
+      return 0;
+    } catch (...) {
+      callback.failure_ = std::current_exception();
+      return 1;
+    }
+  }
+
+  std::function<void(Given...)> host_;
+  std::exception_ptr failure_;
+};
+
+}  // namespace detail
+
+/// How far a long call is: steps done, and all of them as far as is known. May throw, which ends
+/// the call with that exception.
+using Progress = std::function<void(std::uint64_t done, std::uint64_t total)>;
+
 /// Everything that is known of the parameters.
 inline std::vector<ParameterInfo> parameterTable() {
   std::vector<ParameterInfo> table;
@@ -213,6 +266,12 @@ std::size_t countOf(const std::vector<T>& list, std::size_t each, const std::str
 
 }  // namespace detail
 
+/// mm: opposite corners, x, y, z each.
+struct Box {
+  double min[3];
+  double max[3];
+};
+
 class Mesh : public detail::Handle<stiltforge_mesh, stiltforge_mesh_destroy> {
  public:
   /// Nine floats a triangle. Throws std::invalid_argument when some are left over.
@@ -244,6 +303,13 @@ class Mesh : public detail::Handle<stiltforge_mesh, stiltforge_mesh_destroy> {
   std::size_t triangleCount() const { return stiltforge_mesh_triangle_count(get()); }
   /// Valid until the mesh is changed or destroyed.
   View<float> positions() const { return {stiltforge_mesh_positions(get()), 9 * triangleCount()}; }
+
+  Box box() const {
+    Box box{};
+    detail::call(stiltforge_mesh_get_box, get(), static_cast<double*>(box.min),
+                 static_cast<double*>(box.max));
+    return box;
+  }
 
   void turnYUp() { detail::call(stiltforge_mesh_turn_y_up, get()); }
   void scale(double factor) { detail::call(stiltforge_mesh_scale, get(), factor); }
@@ -420,6 +486,45 @@ class Survey : public detail::Handle<stiltforge_survey, stiltforge_survey_destro
   }
 };
 
+/// The supports of a part as geometry. The lists are valid until it is destroyed.
+class Scaffold : public detail::Handle<stiltforge_scaffold, stiltforge_scaffold_destroy> {
+ public:
+  /// Builds the supports of points of a mesh that stands on, or above, a plate.
+  Scaffold(const Mesh& mesh, const std::vector<Point>& points, double plateZ, double layerHeight,
+           const ScaffoldSettings& settings = {}, const Progress& onProgress = {},
+           CancelToken* cancel = nullptr)
+      : Handle(build(mesh, points, plateZ, layerHeight, settings, onProgress, cancel)) {}
+
+  std::size_t triangleCount() const { return stiltforge_scaffold_triangle_count(get()); }
+  std::size_t raftTriangleCount() const { return stiltforge_scaffold_raft_triangle_count(get()); }
+  /// Nine floats a triangle.
+  View<float> positions() const {
+    return {stiltforge_scaffold_positions(get()), 9 * triangleCount()};
+  }
+  View<Ring> rings() const { return detail::listOf(stiltforge_scaffold_rings, get()); }
+  View<BuiltSupport> supports() const {
+    return detail::listOf(stiltforge_scaffold_supports, get());
+  }
+  View<Brace> braces() const { return detail::listOf(stiltforge_scaffold_braces, get()); }
+  View<LeftOut> leftOut() const { return detail::listOf(stiltforge_scaffold_left_out, get()); }
+  View<std::uint32_t> alone() const { return detail::listOf(stiltforge_scaffold_alone, get()); }
+
+ private:
+  static stiltforge_scaffold* build(const Mesh& mesh, const std::vector<Point>& points,
+                                    double plateZ, double layerHeight,
+                                    const ScaffoldSettings& settings, const Progress& onProgress,
+                                    CancelToken* cancel) {
+    stiltforge_scaffold* scaffold = nullptr;
+    detail::Callback<std::uint64_t, std::uint64_t>(onProgress)
+        .during([&](stiltforge_progress_callback callback, void* context) {
+          detail::call(stiltforge_scaffold_create, mesh.get(), points.data(), points.size(), plateZ,
+                       layerHeight, &settings, cancel ? cancel->get() : nullptr, callback, context,
+                       &scaffold);
+        });
+    return scaffold;
+  }
+};
+
 class GroupImages
     : public detail::Handle<stiltforge_group_images, stiltforge_group_images_destroy> {
  public:
@@ -450,18 +555,18 @@ class Model : public detail::Handle<stiltforge_model, stiltforge_model_destroy> 
   /// ends the call with that exception, or may be null.
   void analyse(Slicer& slicer, const std::function<void(const LayerView&)>& onLayer = {},
                CancelToken* cancel = nullptr, std::uint32_t count = allLayers) {
-    Watcher::watch(onLayer, [&](stiltforge_layer_callback callback, void* watcher) {
+    watch(onLayer, [&](stiltforge_layer_callback callback, void* context) {
       detail::call(stiltforge_model_analyse_mesh, get(), slicer.get(), count,
-                   cancel ? cancel->get() : nullptr, callback, watcher);
+                   cancel ? cancel->get() : nullptr, callback, context);
     });
   }
   /// The same, and adds each layer to the survey.
   void analyse(Slicer& slicer, Survey& survey,
                const std::function<void(const LayerView&)>& onLayer = {},
                CancelToken* cancel = nullptr, std::uint32_t count = allLayers) {
-    Watcher::watch(onLayer, [&](stiltforge_layer_callback callback, void* watcher) {
+    watch(onLayer, [&](stiltforge_layer_callback callback, void* context) {
       detail::call(stiltforge_model_survey_mesh, get(), slicer.get(), survey.get(), count,
-                   cancel ? cancel->get() : nullptr, callback, watcher);
+                   cancel ? cancel->get() : nullptr, callback, context);
     });
   }
 
@@ -484,32 +589,13 @@ class Model : public detail::Handle<stiltforge_model, stiltforge_model_destroy> 
   }
 
  private:
-  struct Watcher {
-    const std::function<void(const LayerView&)>& onLayer;
-    std::exception_ptr failure;
-
-    template <typename Run>
-    static void watch(const std::function<void(const LayerView&)>& onLayer, Run&& run) {
-      Watcher watcher{onLayer, {}};
-      try {
-        run(onLayer ? &Watcher::tell : nullptr, &watcher);
-      } catch (const Error&) {
-        if (watcher.failure) std::rethrow_exception(watcher.failure);
-        throw;
-      }
-    }
-
-    static std::int32_t tell(void* context, const stiltforge_layer* layer) {
-      auto& watcher = *static_cast<Watcher*>(context);
-      try {
-        watcher.onLayer(LayerView(layer));
-        return 0;
-      } catch (...) {
-        watcher.failure = std::current_exception();
-        return 1;
-      }
-    }
-  };
+  /// run: calls the library with a callback for layers and its context.
+  template <typename Run>
+  static void watch(const std::function<void(const LayerView&)>& onLayer, Run&& run) {
+    std::function<void(const stiltforge_layer*)> host;
+    if (onLayer) host = [&](const stiltforge_layer* layer) { onLayer(LayerView(layer)); };
+    detail::Callback<const stiltforge_layer*>(std::move(host)).during(run);
+  }
 };
 
 }  // namespace v0

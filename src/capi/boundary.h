@@ -66,9 +66,13 @@ template <typename Handle, typename Body>
 stiltforge_status guardedCreation(const char* function, Handle** target, const char* name,
                                   stiltforge_error* error, Body&& body) noexcept {
   if (target) *target = nullptr;
-  return guarded(function, error, [&] {
+  return guarded(function, error, [&](const DefaultFloats& floats) {
     requireArgument(target, name);
-    *target = std::forward<Body>(body)().release();
+    if constexpr (std::is_invocable_v<Body, const DefaultFloats&>) {
+      *target = std::forward<Body>(body)(floats).release();
+    } else {
+      *target = std::forward<Body>(body)().release();
+    }
   });
 }
 

@@ -2,6 +2,7 @@
 
 #include <array>
 #include <atomic>
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -14,6 +15,7 @@
 #include "print/print_settings.h"
 #include "slicing/mask_slicer.h"
 #include "slicing/slicer.h"
+#include "slicing/triangle_mesh.h"
 #include "stiltforge/stiltforge.h"
 #include "support/group_images.h"
 
@@ -119,4 +121,16 @@ struct stiltforge_verdict : stiltforge::capi::Handle {
   std::vector<stiltforge_worst_place> worst;
   std::vector<stiltforge_close_pair> closePairs;
   std::array<std::vector<uint32_t>, 4> faults;  // by STILTFORGE_IN_NO_MATERIAL and so on
+};
+
+struct stiltforge_scaffold : stiltforge::capi::Handle {
+  static constexpr uint32_t kind = 0x46464353;
+  stiltforge_scaffold() : Handle(kind) {}
+  std::vector<stiltforge::slicing::Triangle> triangles;
+  std::size_t raftTriangles = 0;
+  std::vector<stiltforge_ring> rings;
+  std::vector<stiltforge_built_support> supports;
+  std::vector<stiltforge_brace> braces;
+  std::vector<stiltforge_left_out> leftOut;
+  std::vector<uint32_t> alone;
 };

@@ -3,6 +3,7 @@
 #include <string>
 
 #include "capi/boundary.h"
+#include "capi/field_name.h"
 #include "print/setting_ranges.h"
 #include "runtime/number_text.h"
 
@@ -11,17 +12,6 @@ namespace stiltforge::capi {
 namespace {
 
 constexpr uint32_t longestScreenSide = 65535;
-
-// "layerHeight" to "layer_height".
-std::string fieldName(const std::string& setting) {
-  std::string name;
-  for (const char c : setting) {
-    const bool isUpper = c >= 'A' && c <= 'Z';
-    if (isUpper) name += '_';
-    name += isUpper ? static_cast<char>(c - 'A' + 'a') : c;
-  }
-  return name;
-}
 
 }  // namespace
 

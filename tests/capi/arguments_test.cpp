@@ -29,6 +29,7 @@ TEST(Arguments, NullIsRefusedByName) {
   stiltforge_survey* newSurvey = nullptr;
   stiltforge_finished* newFinished = nullptr;
   stiltforge_verdict* newVerdict = nullptr;
+  stiltforge_scaffold* newScaffold = nullptr;
   stiltforge_slicer_info info{};
   info.struct_size = sizeof info;
   const float positions[9] = {};
@@ -141,6 +142,22 @@ TEST(Arguments, NullIsRefusedByName) {
        [&] { return stiltforge_survey_judge(survey.get(), null, null, null, e); }},
       {"survey is null", [&] { return stiltforge_survey_judge(null, null, null, &newVerdict, e); }},
       {"verdict is null", [&] { return stiltforge_verdict_get_info(null, null, e); }},
+      {"settings is null", [&] { return stiltforge_scaffold_settings_init(null, e); }},
+      {"scaffold is null",
+       [&] {
+         return stiltforge_scaffold_create(mesh.get(), null, 0, 0, 1, null, null, null, null, null,
+                                           e);
+       }},
+      {"mesh is null",
+       [&] {
+         return stiltforge_scaffold_create(null, null, 0, 0, 1, null, null, null, null,
+                                           &newScaffold, e);
+       }},
+      {"points is null",
+       [&] {
+         return stiltforge_scaffold_create(mesh.get(), null, 1, 0, 1, null, null, null, null,
+                                           &newScaffold, e);
+       }},
   };
   for (const Call& call : calls) {
     EXPECT_EQ(call.run(), STILTFORGE_INVALID_ARGUMENT) << call.named;
@@ -195,6 +212,14 @@ TEST(Arguments, WhatAsksNullHasNothingToTell) {
   EXPECT_EQ(stiltforge_verdict_worst(nullptr, nullptr), nullptr);
   EXPECT_EQ(stiltforge_verdict_close_pairs(nullptr, nullptr), nullptr);
   EXPECT_EQ(stiltforge_verdict_faults(nullptr, 0, nullptr), nullptr);
+  EXPECT_EQ(stiltforge_scaffold_triangle_count(nullptr), 0u);
+  EXPECT_EQ(stiltforge_scaffold_raft_triangle_count(nullptr), 0u);
+  EXPECT_EQ(stiltforge_scaffold_positions(nullptr), nullptr);
+  EXPECT_EQ(stiltforge_scaffold_rings(nullptr, nullptr), nullptr);
+  EXPECT_EQ(stiltforge_scaffold_supports(nullptr, nullptr), nullptr);
+  EXPECT_EQ(stiltforge_scaffold_braces(nullptr, nullptr), nullptr);
+  EXPECT_EQ(stiltforge_scaffold_left_out(nullptr, nullptr), nullptr);
+  EXPECT_EQ(stiltforge_scaffold_alone(nullptr, nullptr), nullptr);
 }
 
 TEST(Arguments, NullMayBeDestroyed) {
@@ -211,6 +236,7 @@ TEST(Arguments, NullMayBeDestroyed) {
   stiltforge_survey_destroy(nullptr);
   stiltforge_finished_destroy(nullptr);
   stiltforge_verdict_destroy(nullptr);
+  stiltforge_scaffold_destroy(nullptr);
 }
 
 TEST(Arguments, AnErrorMayBeNull) {

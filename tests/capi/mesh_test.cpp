@@ -78,20 +78,14 @@ TEST(Mesh, CountsThatCannotBeAreRefusedUnread) {
 
 TEST(Mesh, IsTurnedAndSized) {
   host::Mesh mesh(table());
-  double min[3];
-  double max[3];
-  const auto box = [&] { stiltforge_mesh_get_box(mesh.get(), min, max, nullptr); };
   mesh.turnYUp();
-  box();
-  EXPECT_EQ(min[1], -4.5);
-  EXPECT_EQ(max[2], 12);
+  EXPECT_EQ(mesh.box().min[1], -4.5);
+  EXPECT_EQ(mesh.box().max[2], 12);
   mesh.scaleToHeight(24);
-  box();
-  EXPECT_EQ(min[1], -9);
-  EXPECT_EQ(max[0], 24);
+  EXPECT_EQ(mesh.box().min[1], -9);
+  EXPECT_EQ(mesh.box().max[0], 24);
   mesh.scale(0.5);
-  box();
-  EXPECT_EQ(max[2], 12);
+  EXPECT_EQ(mesh.box().max[2], 12);
   const std::string tooLarge = refusalOf(
       [&] {
         mesh.scale(1e30);
