@@ -10,26 +10,69 @@ namespace stiltforge {
 
 namespace {
 
-// Box coordinate of a table cell; a cell left of or above the box wraps to a large number.
-uint16_t boxCoordinate(uint16_t ghost, float radius, uint32_t cell, uint16_t boxMin) {
-  return toUint16(static_cast<float>(ghost) - radius + static_cast<float>(cell) -
-                  static_cast<float>(boxMin));
+// First of the cells [from, end) that is not `before`, which holds for cells up to there.
+template <typename Before>
+uint32_t firstCellNot(uint32_t from, uint32_t end, Before before) {
+  while (from < end) {
+    const uint32_t middle = from + (end - from) / 2;
+    if (before(middle)) {
+      from = middle + 1;
+    } else {
+      end = middle;
+    }
+  }
+  return from;
 }
 
 }  // namespace
 
 std::vector<GhostStamp::Span> GhostStamp::spansAlong(uint16_t ghost, uint16_t boxMin,
                                                      uint32_t boxLength) const {
+  const auto coordinate = [&](uint32_t cell) {
+    return static_cast<float>(ghost) - spread_.radius() + static_cast<float>(cell) -
+           static_cast<float>(boxMin);
+  };
+  // In sixteen bits: what lies left of or above the box wraps to a large number.
+  const auto placeOf = [&](uint32_t cell) -> uint32_t { return toUint16(coordinate(cell)); };
   std::vector<Span> spans;
-  for (uint32_t cell = 0; cell < spread_.side(); ++cell) {
-    const uint32_t place = boxCoordinate(ghost, spread_.radius(), cell, boxMin);
-    if (place >= boxLength) continue;
-    if (!spans.empty() && spans.back().cell + spans.back().length == cell &&
-        spans.back().place + spans.back().length == place) {
-      ++spans.back().length;
+  const auto append = [&](const Span& added) {
+    if (!spans.empty() && spans.back().cell + spans.back().length == added.cell &&
+        spans.back().place + spans.back().length == added.place) {
+      spans.back().length += added.length;
     } else {
-      spans.push_back({cell, place, 1});
+      spans.push_back(added);
     }
+  };
+  const auto appendEach = [&](uint32_t cell, uint32_t end) {
+    for (; cell < end; ++cell) {
+      const uint32_t place = placeOf(cell);
+      if (place < boxLength) append({cell, place, 1});
+    }
+  };
+
+  const uint32_t cells = spread_.side();
+  if (cells == 0) return spans;
+  constexpr float wrapsAt = 65536.0f;
+  const auto length = static_cast<float>(boxLength);
+  if (coordinate(0) <= length - wrapsAt || coordinate(cells - 1) >= wrapsAt) {
+    appendEach(0, cells);
+    return spans;
+  }
+  const auto firstFrom = [&](float limit) {
+    return firstCellNot(0, cells, [&](uint32_t cell) { return coordinate(cell) < limit; });
+  };
+  const uint32_t inside = firstFrom(0);
+  const uint32_t end = firstFrom(length);
+  // What is left of 0 by less than 1 is rounded to it.
+  appendEach(firstFrom(-1), inside);
+  if (inside == end) return spans;
+  // Coarser floats round a larger coordinate further up, never down: where the last cell lies as
+  // far on as the first one, so do all between.
+  const uint32_t place = placeOf(inside);
+  if (placeOf(end - 1) - place == end - 1 - inside) {
+    append({inside, place, end - inside});
+  } else {
+    appendEach(inside, end);
   }
   return spans;
 }
