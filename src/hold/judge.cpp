@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <optional>
 #include <stdexcept>
 #include <string>
 
@@ -46,6 +47,8 @@ class Judge {
         grid_(scale_, std::max(settings.nearReach, settings.spacing), survey.width(),
               survey.height()) {
     for (const Site& point : points) grid_.add(point.place);
+    near_ = {settings_.nearReach, std::vector<uint32_t>(grid_.cellCount(), Place::none)};
+    far_ = {settings_.farReach, near_.last};
   }
 
   Verdict verdict() {
@@ -75,13 +78,25 @@ class Judge {
     return run.hasRoom ? verdict_.supportable : verdict_.withoutRoom;
   }
 
+  // A distance, and by cell of the grid the point that alone reached a whole run there last: of
+  // most runs nearby it reaches all, too.
+  struct Reach {
+    double distance;
+    std::vector<uint32_t> last;
+  };
+
   // Replaces `rest` by the parts of the runs that no point reaches.
-  void keepUnreached(const std::vector<Run>& runs, int y, uint32_t layer, double reach,
+  void keepUnreached(const std::vector<Run>& runs, int y, uint32_t layer, Reach& reach,
                      std::vector<Run>& rest) {
     rest.clear();
     for (const Run& run : runs) {
+      uint32_t& last = reach.last[grid_.cellHolding(run.begin, y)];
+      if (last != Place::none && grid_.reachesAll(last, run, y, layer, reach.distance)) continue;
       within_.clear();
-      grid_.findWithin(run, y, layer, reach, within_);
+      grid_.forEachNear(run, y, layer, reach.distance, [&](uint32_t point) {
+        within_.push_back(grid_.reachedBy(point, run, y, layer, reach.distance));
+        if (within_.back() == run) last = point;
+      });
       std::sort(within_.begin(), within_.end(),
                 [](const Run& a, const Run& b) { return a.begin < b.begin; });
       int32_t at = run.begin;
@@ -107,32 +122,62 @@ class Judge {
       Surface& surface = surfaceOf(overhang);
       surface.pixels += overhang.length();
       whole_.assign(1, {overhang.begin, overhang.end});
-      keepUnreached(whole_, overhang.y, layer, settings_.nearReach, beyondNear_);
+      keepUnreached(whole_, overhang.y, layer, near_, beyondNear_);
       if (beyondNear_.empty()) continue;
       surface.beyondNear += pixelsOf(beyondNear_);
-      keepUnreached(beyondNear_, overhang.y, layer, settings_.farReach, beyondFar_);
+      keepUnreached(beyondNear_, overhang.y, layer, far_, beyondFar_);
       surface.beyondFar += pixelsOf(beyondFar_);
       if (&surface == &verdict_.supportable) noteWorst(overhang.y, layer);
     }
   }
 
-  // Of each run the worst pixel, of equal ones the first; with its squared distance for now.
-  void noteWorst(uint16_t y, uint32_t layer) {
-    WorstPlace worst;
+  // A pixel, and how far it is from its nearest point.
+  struct Measured {
+    uint16_t x = 0;
+    PointGrid::Nearest nearest;
+
+    bool isWorseThan(const Measured& other) const {
+      if (nearest.squaredDistance != other.nearest.squaredDistance) {
+        return nearest.squaredDistance > other.nearest.squaredDistance;
+      }
+      return x < other.x;
+    }
+  };
+
+  // `near`: a point that may be the nearest.
+  Measured measured(int32_t x, uint16_t y, uint32_t layer, uint32_t near) const {
     Place place;
     place.layer = layer;
+    place.x = static_cast<uint16_t>(x);
     place.y = y;
-    double furthest = -1;
-    for (const Run& run : beyondNear_) {
-      for (uint32_t x = run.begin; x < run.end; ++x) {
-        place.x = static_cast<uint16_t>(x);
-        const double squared = grid_.nearestTo(place).squaredDistance;
-        if (squared <= furthest) continue;
-        furthest = squared;
-        worst = {layer, place.x, y, squared};
-      }
+    return {place.x, grid_.nearestTo(place, near)};
+  }
+
+  // The worst of the pixels from `first` to `last`, both included. Between pixels that one point is
+  // nearest to none is further from it.
+  Measured worstBetween(const Measured& first, const Measured& last, uint16_t y,
+                        uint32_t layer) const {
+    if (last.x - first.x > 1 && first.nearest.point != last.nearest.point) {
+      const Measured middle = measured((first.x + last.x) / 2, y, layer, first.nearest.point);
+      const Measured left = worstBetween(first, middle, y, layer);
+      const Measured right = worstBetween(middle, last, y, layer);
+      return right.isWorseThan(left) ? right : left;
     }
-    candidates_.push_back(worst);
+    return last.isWorseThan(first) ? last : first;
+  }
+
+  // Of each run the worst pixel, of equal ones the first; with its squared distance for now.
+  void noteWorst(uint16_t y, uint32_t layer) {
+    std::optional<Measured> worst;
+    for (const Run& run : beyondNear_) {
+      const Measured first = measured(run.begin, y, layer, lastNearest_);
+      const Measured last =
+          run.length() == 1 ? first : measured(run.end - 1, y, layer, first.nearest.point);
+      lastNearest_ = last.nearest.point;
+      const Measured found = worstBetween(first, last, y, layer);
+      if (!worst || found.isWorseThan(*worst)) worst = found;
+    }
+    candidates_.push_back({layer, worst->x, y, worst->nearest.squaredDistance});
   }
 
   void chooseWorst() {
@@ -169,8 +214,10 @@ class Judge {
     return place;
   }
 
-  bool isWithinReach(const Place& place) const {
-    return grid_.nearestTo(place).squaredDistance <= settings_.nearReach * settings_.nearReach;
+  bool isWithinReach(const Place& place) {
+    whole_.assign(1, {place.x, static_cast<uint16_t>(place.x + 1)});
+    keepUnreached(whole_, place.y, place.layer, near_, beyondNear_);
+    return beyondNear_.empty();
   }
 
   // Steep overhang counts alone: where a surface nearly carries itself, a pixel here and there is
@@ -225,7 +272,10 @@ class Judge {
   const uint32_t islandLayers_;
   PointGrid grid_;
   Verdict verdict_;
+  Reach near_;
+  Reach far_;
   std::vector<WorstPlace> candidates_;  // of each run of overhang beyond reach
+  uint32_t lastNearest_ = Place::none;  // of the pixel that was measured last
   std::vector<Run> within_;
   std::vector<Run> whole_;
   std::vector<Run> beyondNear_;

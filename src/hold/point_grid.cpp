@@ -7,6 +7,9 @@ namespace {
 // Beyond so many cells a side they are made larger: memory must not follow the screen.
 constexpr double mostCells = 1024;
 
+// Makes of a distance a reach that no rounding keeps it out of.
+constexpr double roundingSlack = 1e-9;
+
 }  // namespace
 
 PointGrid::PointGrid(const Scale& scale, double cellSize, uint16_t width, uint16_t height)
@@ -35,47 +38,40 @@ void PointGrid::add(const Place& place) {
   places_.push_back(place);
 }
 
-PointGrid::Nearest PointGrid::nearestTo(const Place& place) const {
+PointGrid::Nearest PointGrid::nearestTo(const Place& place, uint32_t guess) const {
   Nearest best;
+  const auto offer = [&](uint32_t point) {
+    best.offer(point, scale_.squaredDistance(places_[point], place));
+  };
+  if (guess != Place::none) offer(guess);
   const Run pixel{place.x, static_cast<uint16_t>(place.x + 1)};
   const double furthest = (columns_ + rows_) * cellPixels_ * scale_.pixelSize;
   for (double reach = cellPixels_ * scale_.pixelSize;; reach *= 2) {
-    const bool isLast = reach >= furthest;
-    const auto offer = [&](uint32_t point) {
-      const double squared = scale_.squaredDistance(places_[point], place);
-      if (squared < best.squaredDistance ||
-          (squared == best.squaredDistance && point < best.point)) {
-        best = {point, squared};
-      }
-    };
-    if (isLast) {
+    if (reach >= furthest) {
       for (uint32_t point = 0; point < places_.size(); ++point) offer(point);
       return best;
     }
-    forEachNear(pixel, place.y, place.layer, reach, offer);
-    if (best.squaredDistance <= reach * reach) return best;
+    const double known = std::sqrt(best.squaredDistance) * (1 + roundingSlack);
+    const bool isLast = known <= 2 * reach;
+    forEachNear(pixel, place.y, place.layer, isLast ? known : reach, offer);
+    if (isLast || best.squaredDistance <= reach * reach) return best;
   }
 }
 
-void PointGrid::findWithin(Run run, int y, uint32_t layer, double reach,
-                           std::vector<Run>& within) const {
+Run PointGrid::reachedBy(uint32_t point, Run run, int y, uint32_t layer, double reach) const {
   const double squaredReach = reach * reach;
-  forEachNear(run, y, layer, reach, [&](uint32_t point) {
-    const Place& p = places_[point];
-    const int64_t rows = int64_t{p.y} - y;
-    const int64_t layers = int64_t{p.layer} - layer;
-    const auto isWithin = [&](int columns) {
-      return scale_.squared(columns, rows, layers) <= squaredReach;
-    };
-    if (!isWithin(0)) return;
-    auto half = static_cast<int>(std::sqrt(squaredReach - scale_.squared(0, rows, layers)) /
-                                 scale_.pixelSize);
-    while (half > 0 && !isWithin(half)) --half;
-    while (isWithin(half + 1)) ++half;
-    const int begin = std::max<int>(run.begin, p.x - half);
-    const int end = std::min<int>(run.end, p.x + half + 1);
-    if (begin < end) within.push_back({static_cast<uint16_t>(begin), static_cast<uint16_t>(end)});
-  });
+  const Place& p = places_[point];
+  const int64_t rows = int64_t{p.y} - y;
+  const int64_t layers = int64_t{p.layer} - layer;
+  const auto isWithin = [&](int columns) {
+    return scale_.squared(columns, rows, layers) <= squaredReach;
+  };
+  auto half = static_cast<int>(std::sqrt(squaredReach - scale_.squared(0, rows, layers)) /
+                               scale_.pixelSize);
+  while (half > 0 && !isWithin(half)) --half;
+  while (isWithin(half + 1)) ++half;
+  return {static_cast<uint16_t>(std::max<int>(run.begin, p.x - half)),
+          static_cast<uint16_t>(std::min<int>(run.end, p.x + half + 1))};
 }
 
 }  // namespace stiltforge::hold

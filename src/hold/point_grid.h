@@ -62,12 +62,33 @@ class PointGrid {
   struct Nearest {
     uint32_t point = Place::none;  ///< the first of equally near ones; none where there is none
     double squaredDistance = std::numeric_limits<double>::infinity();
-  };
-  Nearest nearestTo(const Place& place) const;
 
-  /// Appends the columns of the run whose pixels lie within `reach` mm of a point, as runs in any
-  /// order.
-  void findWithin(Run run, int y, uint32_t layer, double reach, std::vector<Run>& within) const;
+    void offer(uint32_t other, double squared) {
+      if (squared > squaredDistance || (squared == squaredDistance && other > point)) return;
+      point = other;
+      squaredDistance = squared;
+    }
+  };
+  /// Found sooner where the guessed point is not much further away; none for no guess.
+  Nearest nearestTo(const Place& place, uint32_t guess) const;
+
+  /// Whether all pixels of the run lie within `reach` mm of the point.
+  bool reachesAll(uint32_t point, Run run, int y, uint32_t layer, double reach) const {
+    const Place& p = places_[point];
+    const int64_t rows = int64_t{p.y} - y;
+    const int64_t layers = int64_t{p.layer} - layer;
+    const int64_t columns = std::max(p.x - run.begin, run.end - 1 - p.x);
+    return scale_.squared(columns, rows, layers) <= reach * reach;
+  }
+
+  /// The columns of the run whose pixels lie within `reach` mm of a point that is near the run.
+  Run reachedBy(uint32_t point, Run run, int y, uint32_t layer, double reach) const;
+
+  /// The cells that the screen is cut into, each numbered below cellCount().
+  std::size_t cellCount() const { return cells_.size(); }
+  std::size_t cellHolding(uint16_t x, int y) const {
+    return cellAt(cellOf(y, rows_), cellOf(x, columns_));
+  }
 
  private:
   struct Corner {

@@ -44,5 +44,52 @@ TEST(PointGridProperty, FindsAllPointsWithinReachOfARunOnce) {
   }
 }
 
+TEST(PointGridProperty, FindsTheFirstOfTheNearestPointsWhateverIsGuessed) {
+  Random random(92);
+  for (int i = 0; i < 300; ++i) {
+    const uint32_t side = 1 + random.below(60);
+    const uint32_t layers = 1 + random.below(40);
+    const Scale scale{0.05 * (1 + random.below(4)), 0.05 * (1 + random.below(4))};
+    PointGrid grid(scale, 0.2 * (1 + random.below(10)), static_cast<uint16_t>(side),
+                   static_cast<uint16_t>(side));
+    const uint32_t count = random.below(60);
+    for (uint32_t p = 0; p < count; ++p) grid.add(randomPlace(random, side, layers));
+    for (int search = 0; search < 20; ++search) {
+      const Place at = randomPlace(random, side, layers);
+      PointGrid::Nearest expected;
+      for (uint32_t p = 0; p < count; ++p) {
+        const double squared = scale.squaredDistance(at, grid[p]);
+        if (squared < expected.squaredDistance) expected = {p, squared};
+      }
+      const uint32_t guess = count == 0 || random.oneIn(3) ? Place::none : random.below(count);
+      const PointGrid::Nearest found = grid.nearestTo(at, guess);
+      ASSERT_EQ(found.point, expected.point) << "grid " << i;
+      ASSERT_EQ(found.squaredDistance, expected.squaredDistance) << "grid " << i;
+    }
+  }
+}
+
+TEST(PointGridProperty, TellsWhichColumnsOfARunAPointReaches) {
+  Random random(93);
+  for (int i = 0; i < 300; ++i) {
+    const uint32_t side = 1 + random.below(60);
+    const Scale scale{0.05 * (1 + random.below(4)), 0.05 * (1 + random.below(4))};
+    PointGrid grid(scale, 1, static_cast<uint16_t>(side), static_cast<uint16_t>(side));
+    for (uint32_t p = 0; p < 20; ++p) grid.add(randomPlace(random, side, 10));
+    const Place at = randomPlace(random, side, 10);
+    const stiltforge::Run run{at.x, static_cast<uint16_t>(at.x + 1 + random.below(side - at.x))};
+    const double reach = 0.1 * random.below(40);
+    grid.forEachNear(run, at.y, at.layer, reach, [&](uint32_t point) {
+      const stiltforge::Run reached = grid.reachedBy(point, run, at.y, at.layer, reach);
+      EXPECT_EQ(grid.reachesAll(point, run, at.y, at.layer, reach), reached == run);
+      for (Place pixel = at; pixel.x < run.end; ++pixel.x) {
+        ASSERT_EQ(pixel.x >= reached.begin && pixel.x < reached.end,
+                  scale.squaredDistance(pixel, grid[point]) <= reach * reach)
+            << "grid " << i;
+      }
+    });
+  }
+}
+
 }  // namespace
 }  // namespace stiltforge::hold
