@@ -15,7 +15,7 @@
 #include "capi/lists.h"
 #include "capi/structure.h"
 #include "capi/watched_work.h"
-#include "slicing/slicing_error.h"
+#include "runtime/number_text.h"
 #include "slicing/triangle_mesh.h"
 
 namespace stiltforge::capi {
@@ -37,7 +37,7 @@ void requireUsable(const scaffold::Settings& settings, double lift) {
   const auto conflict = scaffold::findConflict(settings, lift);
   if (!conflict) return;
   throw InvalidArgument("settings->" + fieldName(conflict->setting) + " is " +
-                        slicing::numberText(conflict->value) + "; " + conflict->range);
+                        numberText(conflict->value) + "; " + conflict->range);
 }
 
 scaffold::Settings readSettings(const stiltforge_scaffold_settings* given) {
@@ -137,12 +137,12 @@ stiltforge_status stiltforge_scaffold_create(
         const capi::Reading read(mesh, "mesh");
         const std::vector<slicing::Vector> places = capi::readPoints(points, count);
         if (!std::isfinite(plate_z)) {
-          throw capi::InvalidArgument("plate_z is " + slicing::numberText(plate_z) +
+          throw capi::InvalidArgument("plate_z is " + stiltforge::numberText(plate_z) +
                                       "; it must be finite");
         }
         scaffold::Settings usable = capi::readSettings(settings);
         if (!(layer_height > 0 && std::isfinite(layer_height))) {
-          throw capi::InvalidArgument("layer_height is " + slicing::numberText(layer_height) +
+          throw capi::InvalidArgument("layer_height is " + stiltforge::numberText(layer_height) +
                                       "; it must be above 0 mm");
         }
         usable.layerHeight = layer_height;

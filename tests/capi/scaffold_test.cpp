@@ -307,7 +307,7 @@ TEST_F(Scaffolds, AreNotBegunWithATokenThatIsCancelled) {
   const auto count = [&](std::uint64_t, std::uint64_t) { ++calls; };
   for (const host::Progress& progress : {host::Progress(), host::Progress(count)}) {
     try {
-      host::Scaffold(mesh, points, 0, layerHeight, {}, progress, &token);
+      const host::Scaffold none(mesh, points, 0, layerHeight, {}, progress, &token);
       ADD_FAILURE() << "nothing is refused";
     } catch (const host::Error& error) {
       EXPECT_EQ(error.status(), STILTFORGE_CANCELLED);
