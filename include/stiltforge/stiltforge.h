@@ -608,6 +608,25 @@ STILTFORGE_API const stiltforge_group* stiltforge_layer_groups(const stiltforge_
 STILTFORGE_API const stiltforge_support* stiltforge_layer_supports(const stiltforge_layer* layer,
                                                                    size_t* count);
 
+/** How the analysis weighed a group: why it got supports, or none. docs/algorithm.md has the words.
+ */
+typedef struct stiltforge_weight {
+  uint32_t layer;             /**< from 0 */
+  uint32_t group;             /**< its number in the layer, from 1 */
+  uint32_t pixels;            /**< of the group */
+  uint32_t resting;           /**< of them over material of the layer below */
+  uint32_t overhanging;       /**< of them that are not fully supported */
+  uint32_t layers_below;      /**< of material without a gap */
+  uint32_t supports_below;    /**< of lower layers, on which it stands */
+  uint32_t supports;          /**< that were placed in it */
+  double strength_from_below; /**< pixels that the layer below can hold */
+  double owed;                /**< pixels that nothing held: what supports were placed for */
+} stiltforge_weight;
+
+/** The weights of the groups of the layer, in their order; otherwise as above. */
+STILTFORGE_API const stiltforge_weight* stiltforge_layer_weights(const stiltforge_layer* layer,
+                                                                 size_t* count);
+
 STILTFORGE_API void stiltforge_layer_destroy(stiltforge_layer* layer);
 
 /* Models */
@@ -792,6 +811,11 @@ STILTFORGE_API const stiltforge_support* stiltforge_finished_supports(
 STILTFORGE_API const stiltforge_origin* stiltforge_finished_origins(
     const stiltforge_finished* finished, size_t* count);
 
+/** How the analysis weighed the group in which each of them stands, in the same order; all zeros
+   for one in no analysed layer. Otherwise as above. */
+STILTFORGE_API const stiltforge_weight* stiltforge_finished_weights(
+    const stiltforge_finished* finished, size_t* count);
+
 /** Numbers, among the supports of the survey, of those that finished ones stand for: see
     stiltforge_origin. */
 STILTFORGE_API const uint32_t* stiltforge_finished_merged(const stiltforge_finished* finished,
@@ -819,6 +843,10 @@ typedef struct stiltforge_dropped {
 /** The supports of the survey that are not among the finished ones, in their order; otherwise as
     above. */
 STILTFORGE_API const stiltforge_dropped* stiltforge_finished_dropped(
+    const stiltforge_finished* finished, size_t* count);
+
+/** The weights of their groups, in the same order; otherwise as for the finished ones. */
+STILTFORGE_API const stiltforge_weight* stiltforge_finished_dropped_weights(
     const stiltforge_finished* finished, size_t* count);
 
 /** Numbers, from 0, of the islands of the survey that get no support, because none fits or none

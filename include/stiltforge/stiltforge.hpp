@@ -86,6 +86,7 @@ using SliceInfo = stiltforge_slice_info;
 using MeshReport = stiltforge_mesh_report;
 using ParameterInfo = stiltforge_parameter_info;
 using MemoryEstimate = stiltforge_memory_estimate;
+using Weight = stiltforge_weight;
 using Origin = stiltforge_origin;
 using Dropped = stiltforge_dropped;
 using FinishedInfo = stiltforge_finished_info;
@@ -405,6 +406,8 @@ class LayerView {
   /// groups()[0] is group 1.
   View<Group> groups() const { return detail::listOf(stiltforge_layer_groups, layer_); }
   View<Support> supports() const { return detail::listOf(stiltforge_layer_supports, layer_); }
+  /// Those of the groups, in their order.
+  View<Weight> weights() const { return detail::listOf(stiltforge_layer_weights, layer_); }
 
  private:
   const stiltforge_layer* layer_;
@@ -422,6 +425,11 @@ class Finished : public detail::Handle<stiltforge_finished, stiltforge_finished_
   View<Support> supports() const { return detail::listOf(stiltforge_finished_supports, get()); }
   /// What is known of each of them.
   View<Origin> origins() const { return detail::listOf(stiltforge_finished_origins, get()); }
+  /// Those of the groups in which they stand.
+  View<Weight> weights() const { return detail::listOf(stiltforge_finished_weights, get()); }
+  View<Weight> droppedWeights() const {
+    return detail::listOf(stiltforge_finished_dropped_weights, get());
+  }
   View<std::uint32_t> merged() const { return detail::listOf(stiltforge_finished_merged, get()); }
   View<Dropped> dropped() const { return detail::listOf(stiltforge_finished_dropped, get()); }
   View<std::uint32_t> islandsLeft() const {

@@ -5,6 +5,7 @@
 
 #include "capi/boundary.h"
 #include "capi/handles.h"
+#include "capi/layer.h"
 #include "capi/lists.h"
 #include "capi/structure.h"
 #include "capi/survey_step.h"
@@ -31,6 +32,10 @@ stiltforge_support toSupport(const hold::Site& site,
           site.isIsland ? 1u : 0u};
 }
 
+stiltforge_weight toWeight(const std::optional<hold::RegionRecord>& region) {
+  return region ? capi::toWeight(*region) : stiltforge_weight{};
+}
+
 std::unique_ptr<stiltforge_finished> toHandle(hold::FinishedPart part) {
   auto finished = std::make_unique<stiltforge_finished>();
   for (const auto& [point, region] : part.points) {
@@ -38,11 +43,13 @@ std::unique_ptr<stiltforge_finished> toHandle(hold::FinishedPart part) {
     finished->origins.push_back({static_cast<uint32_t>(point.reason), point.analysed,
                                  static_cast<uint32_t>(finished->merged.size()),
                                  static_cast<uint32_t>(point.mergedIn.size())});
+    finished->weights.push_back(toWeight(region));
     finished->merged.insert(finished->merged.end(), point.mergedIn.begin(), point.mergedIn.end());
   }
   for (const auto& [point, site, region] : part.dropped) {
     finished->dropped.push_back(
         {toSupport(site, region), static_cast<uint32_t>(point.reason), point.analysed, point.into});
+    finished->droppedWeights.push_back(toWeight(region));
   }
   finished->part = std::move(part);
   return finished;
@@ -87,6 +94,16 @@ const stiltforge_support* stiltforge_finished_supports(const stiltforge_finished
 const stiltforge_origin* stiltforge_finished_origins(const stiltforge_finished* finished,
                                                      size_t* count) {
   return capi::listOf(capi::checked(finished) ? &finished->origins : nullptr, count);
+}
+
+const stiltforge_weight* stiltforge_finished_weights(const stiltforge_finished* finished,
+                                                     size_t* count) {
+  return capi::listOf(capi::checked(finished) ? &finished->weights : nullptr, count);
+}
+
+const stiltforge_weight* stiltforge_finished_dropped_weights(const stiltforge_finished* finished,
+                                                             size_t* count) {
+  return capi::listOf(capi::checked(finished) ? &finished->droppedWeights : nullptr, count);
 }
 
 const uint32_t* stiltforge_finished_merged(const stiltforge_finished* finished, size_t* count) {

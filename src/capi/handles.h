@@ -68,6 +68,7 @@ struct stiltforge_layer : stiltforge::capi::Handle {
   uint32_t pixels = 0;
   std::vector<stiltforge_group> groups;
   std::vector<stiltforge_support> supports;
+  std::vector<stiltforge_weight> weights;
   stiltforge::hold::LayerFindings findings;  // where the host has its slice
 };
 
@@ -111,6 +112,8 @@ struct stiltforge_finished : stiltforge::capi::Handle {
   std::vector<stiltforge_origin> origins;
   std::vector<uint32_t> merged;
   std::vector<stiltforge_dropped> dropped;
+  std::vector<stiltforge_weight> weights;
+  std::vector<stiltforge_weight> droppedWeights;
 };
 
 struct stiltforge_verdict : stiltforge::capi::Handle {

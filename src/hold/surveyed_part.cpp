@@ -45,23 +45,30 @@ std::vector<Site> FinishedPart::sites() const {
   return sites;
 }
 
+RegionRecord recordOf(const Group& group, uint32_t region) {
+  RegionRecord record;
+  record.region = region;
+  record.pixels = group.numPixel;
+  record.resting = group.supportedPixel;
+  record.overhanging = group.unsupportedPixelCount;
+  record.layersBelow = group.islandDistance;
+  record.fromBelow = group.fromBelow;
+  record.owed = group.owed;
+  if (group.placement) {
+    record.supportsBelow = static_cast<uint32_t>(group.placement->ghostSupports.size());
+    record.supports = static_cast<uint32_t>(group.placement->supports.size());
+  }
+  return record;
+}
+
 LayerFindings findingsOf(const Layer& layer) {
   LayerFindings findings;
   findings.groupOfRun = layer.groupOfRun;
   findings.regions.resize(layer.groups.size());
   for (uint32_t i = 1; i < layer.groups.size(); ++i) {
     const Group& group = layer.groups[i];
-    RegionRecord& record = findings.regions[i];
-    record.region = i;
-    record.pixels = group.numPixel;
-    record.resting = group.supportedPixel;
-    record.overhanging = group.unsupportedPixelCount;
-    record.layersBelow = group.islandDistance;
-    record.fromBelow = group.fromBelow;
-    record.owed = group.owed;
+    findings.regions[i] = recordOf(group, i);
     if (!group.placement) continue;
-    record.supportsBelow = static_cast<uint32_t>(group.placement->ghostSupports.size());
-    record.supports = static_cast<uint32_t>(group.placement->supports.size());
     for (const Voxel& support : group.placement->supports) {
       findings.points.push_back({support.x, support.y, support.isMinima});
       findings.groupOfPoint.push_back(i);

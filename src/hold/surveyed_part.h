@@ -29,6 +29,9 @@ struct RegionRecord {
   float owed = 0;              ///< weight that nothing held, pixels
 };
 
+/// Of the group with that number; without its layer.
+RegionRecord recordOf(const Group& group, uint32_t region);
+
 /// What is known of a layer besides its slice.
 struct LayerFindings {
   std::vector<SupportPoint> points;

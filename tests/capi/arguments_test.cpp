@@ -197,6 +197,7 @@ TEST(Arguments, WhatAsksNullHasNothingToTell) {
   EXPECT_EQ(stiltforge_layer_groups(nullptr, &count), nullptr);
   EXPECT_EQ(count, 0u);
   EXPECT_EQ(stiltforge_layer_supports(nullptr, nullptr), nullptr);
+  EXPECT_EQ(stiltforge_layer_weights(nullptr, nullptr), nullptr);
   EXPECT_EQ(stiltforge_model_layer_count(nullptr), 0u);
   EXPECT_EQ(stiltforge_model_failed_groups(nullptr), 0u);
   EXPECT_EQ(stiltforge_group_images_width(nullptr), 0u);
@@ -205,6 +206,8 @@ TEST(Arguments, WhatAsksNullHasNothingToTell) {
   EXPECT_EQ(stiltforge_survey_layer_count(nullptr), 0u);
   EXPECT_EQ(stiltforge_finished_supports(nullptr, nullptr), nullptr);
   EXPECT_EQ(stiltforge_finished_origins(nullptr, nullptr), nullptr);
+  EXPECT_EQ(stiltforge_finished_weights(nullptr, nullptr), nullptr);
+  EXPECT_EQ(stiltforge_finished_dropped_weights(nullptr, nullptr), nullptr);
   EXPECT_EQ(stiltforge_finished_merged(nullptr, nullptr), nullptr);
   EXPECT_EQ(stiltforge_finished_dropped(nullptr, nullptr), nullptr);
   EXPECT_EQ(stiltforge_finished_islands_left(nullptr, nullptr), nullptr);

@@ -7,9 +7,12 @@
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <limits>
+#include <map>
 #include <string>
 #include <tuple>
+#include <utility>
 #include <vector>
 
 #include "capi/parts.h"
@@ -86,6 +89,73 @@ TEST(Survey, ChangesNothingOfTheAnalysis) {
   part.analyse();
   EXPECT_EQ(places(part.model.supports()), placesOf(tableAndBlock(), print()));
   EXPECT_EQ(part.survey.layerCount(), part.model.layerCount());
+}
+
+// The weights of all groups of all layers, as they were analysed.
+std::map<std::pair<uint32_t, uint32_t>, host::Weight> weightsOfGroups(Surveyed& part) {
+  std::map<std::pair<uint32_t, uint32_t>, host::Weight> weights;
+  part.model.analyse(part.slicer, part.survey, [&](const host::LayerView& layer) {
+    ASSERT_EQ(layer.weights().size(), layer.groups().size());
+    for (std::size_t i = 0; i < layer.groups().size(); ++i) {
+      const host::Group& group = layer.groups()[i];
+      const host::Weight& weight = layer.weights()[i];
+      EXPECT_EQ(weight.layer, layer.index());
+      EXPECT_EQ(weight.group, i + 1);
+      EXPECT_EQ(weight.pixels, group.pixels);
+      EXPECT_EQ(weight.resting, group.supported_pixels);
+      EXPECT_EQ(weight.supports, group.support_count);
+      EXPECT_TRUE(group.support_count == 0 || weight.owed > 0);
+      weights[{weight.layer, weight.group}] = weight;
+    }
+  });
+  return weights;
+}
+
+TEST(Weights, OfALayerTellWhyItsGroupsGotSupports) {
+  Surveyed part;
+  const auto weights = weightsOfGroups(part);
+  const host::Weight& onThePlate = weights.at({0, 1});
+  EXPECT_EQ(onThePlate.pixels, 14400u);
+  EXPECT_EQ(onThePlate.resting, 0u);
+  EXPECT_EQ(onThePlate.layers_below, 0u);
+  // The table's top reaches over its post.
+  const host::Weight& top = weights.at({35, 1});
+  EXPECT_EQ(top.pixels, 14400u);
+  EXPECT_EQ(top.resting, 400u);
+  EXPECT_GT(top.overhanging, 13000u);
+  EXPECT_EQ(top.layers_below, 35u);
+}
+
+TEST(Weights, OfFinishedSupportsAreThoseOfTheirGroups) {
+  Surveyed part;
+  const auto weights = weightsOfGroups(part);
+  const host::Finished finished = part.survey.finish();
+  const auto expect = [&](const host::Support& support, const host::Weight& weight) {
+    EXPECT_EQ(weight.group, support.group);
+    const host::Weight& expected = weights.at({weight.layer, weight.group});
+    EXPECT_EQ(std::memcmp(&weight, &expected, sizeof weight), 0);
+  };
+  ASSERT_EQ(finished.weights().size(), finished.supports().size());
+  for (std::size_t i = 0; i < finished.supports().size(); ++i) {
+    expect(finished.supports()[i], finished.weights()[i]);
+  }
+  ASSERT_EQ(finished.droppedWeights().size(), finished.dropped().size());
+  for (std::size_t i = 0; i < finished.dropped().size(); ++i) {
+    expect(finished.dropped()[i].support, finished.droppedWeights()[i]);
+  }
+}
+
+TEST(Weights, AreZerosWhereNothingWasAnalysed) {
+  host::Survey survey(print());
+  survey.add(fullSlice(40, 30));
+  for (uint32_t layer = 1; layer < 4; ++layer) survey.add(emptySlice(40, 30));
+  survey.add(fullSlice(40, 30, 40));
+  const host::Finished finished = survey.finish();
+  ASSERT_FALSE(finished.weights().empty());
+  for (const host::Weight& weight : finished.weights()) {
+    EXPECT_EQ(weight.group, 0u);
+    EXPECT_EQ(weight.owed, 0);
+  }
 }
 
 TEST(Finishing, KeepsOrDropsEverySupportOnceAndSaysWhy) {
