@@ -146,6 +146,7 @@ CheckSettings readSettings(const Options& options) {
   settings.pixelWidth = options.number("pixelWidth");
   settings.pixelHeight = options.number("pixelHeight");
   settings.layerHeight = options.number("layerHeight");
+  settings.firstLayerHeight = options.optionalNumber("firstLayerHeight");
   settings.screenWidth = options.whole("screenWidth");
   settings.screenHeight = options.whole("screenHeight");
   settings.cropX = options.optionalWhole("cropX").value_or(0);
@@ -191,9 +192,9 @@ Napi::Function CheckObject::define(Napi::Env env) {
 
 CheckObject::CheckObject(const Napi::CallbackInfo& info) : Napi::ObjectWrap<CheckObject>(info) {
   const Napi::Env env = info.Env();
-  const Options options(
-      info, {"pixelWidth", "pixelHeight", "layerHeight", "screenWidth", "screenHeight", "cropX",
-             "cropY", "liftedLayers", "criticalAngle", "nearReach", "farReach", "islandHeight"});
+  const Options options(info, {"pixelWidth", "pixelHeight", "layerHeight", "firstLayerHeight",
+                               "screenWidth", "screenHeight", "cropX", "cropY", "liftedLayers",
+                               "criticalAngle", "nearReach", "farReach", "islandHeight"});
   const CheckSettings settings = readSettings(options);
   try {
     check_ = std::make_shared<PrintCheck>(settings, readPoints(info[1]));

@@ -63,6 +63,7 @@ class OpenJob : public Job {
     set("width", make.number(info.width));
     set("height", make.number(info.height));
     setLength("layerHeight", info.layerHeight);
+    setLength("firstLayerHeight", info.firstLayerHeight);
     setLength("pixelWidth", info.pixelWidth);
     setLength("pixelHeight", info.pixelHeight);
     set("turned", make.boolean(info.isTurned));

@@ -45,6 +45,9 @@ CheckSettings checked(const CheckSettings& settings) {
           settings.pixelHeight, " mm");
   require(isPositive(settings.layerHeight), "the layer height must be above 0 mm",
           settings.layerHeight, " mm");
+  const double firstLayerHeight = settings.firstLayerHeight.value_or(settings.layerHeight);
+  require(isPositive(firstLayerHeight), "the height of the first layer must be above 0 mm",
+          firstLayerHeight, " mm");
   require(settings.criticalAngle > 0 && settings.criticalAngle <= 90,
           "the critical angle must be above 0 and at most 90 degrees", settings.criticalAngle);
   const double pixel = std::min(settings.pixelWidth, settings.pixelHeight);
@@ -167,6 +170,7 @@ void PrintCheck::addRegions(const RunRows& material) {
   noteEmptyLayers(Severity::fails);
   const bool isOnPlate = pixels_ == 0 && settings_.liftedLayers == 0;
   pixels_ += material.pixelCount();
+  if (layer_ == 0) firstPixels_ = pixels_;
   below_ = std::move(regions_);
   regions_ = hold::findComponents(material, hold::Contact::sidesAndCorners);
   std::vector<uint8_t> hasPoint(regions_.count, 0);
@@ -271,7 +275,9 @@ CheckReport PrintCheck::finish() {
   }
   CheckReport report;
   report.layers = layer_;
-  report.volume = volumeOf(pixels_);
+  const double thicker =
+      settings_.firstLayerHeight.value_or(settings_.layerHeight) - settings_.layerHeight;
+  report.volume = volumeOf(pixels_) + areaOf(firstPixels_) * thicker;
   report.counts = counts_;
   report.findings = std::move(findings_);
   std::stable_sort(report.findings.begin(), report.findings.end(),

@@ -3,6 +3,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <vector>
 
 #include "analysis/run_rows.h"
@@ -19,6 +20,9 @@ struct CheckSettings {
   double pixelWidth = 0;   ///< mm
   double pixelHeight = 0;  ///< mm
   double layerHeight = 0;  ///< mm
+  /// mm, of the lowest layer where it has another height, of which the print's volume takes
+  /// account.
+  std::optional<double> firstLayerHeight;
   /// Pixels of the screen, and where the layers lie on it.
   uint32_t screenWidth = 0;
   uint32_t screenHeight = 0;
@@ -114,6 +118,7 @@ class PrintCheck {
   uint32_t width_ = 0;
   int height_ = 0;
   uint64_t pixels_ = 0;
+  uint64_t firstPixels_ = 0;  // of them, those of the first layer
   uint32_t empty_ = 0;        // empty layers below this one
   hold::Components regions_;  // of the last layer that is not empty
   hold::Components below_;

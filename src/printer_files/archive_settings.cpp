@@ -36,6 +36,7 @@ ArchiveSettings readSl1(PrintArchive& archive, const std::string& config) {
   const IniSettings screen(screenFile, *text);
   settings.screenSource = screenFile;
   if (!settings.layerHeight) settings.layerHeight = screen.positiveNumber("layer_height");
+  settings.firstLayerHeight = screen.positiveNumber("initial_layer_height");
   if (settings.printer.empty()) settings.printer = screen.text("printer_model");
   if (settings.material.empty()) settings.material = screen.text("sla_material_settings_id");
   settings.screenWidth = screen.count("display_pixels_x");

@@ -15,7 +15,8 @@ struct ArchiveSettings {
   std::string screenSource;  ///< likewise of the screen
   std::string layerPrefix;   ///< what the names of the layers begin with; empty when it is not said
   std::optional<uint32_t> layerCount;
-  std::optional<double> layerHeight;  ///< mm
+  std::optional<double> layerHeight;       ///< mm
+  std::optional<double> firstLayerHeight;  ///< mm
   /// Of the screen, pixels; exchanged in layers that are turned.
   std::optional<uint32_t> screenWidth, screenHeight;
   std::optional<double> pixelWidth, pixelHeight;  ///< mm, of the screen's pixels

@@ -50,6 +50,7 @@ std::string PictureStack::describe(uint32_t layer) const {
 void PictureStack::takeSettings(const ArchiveSettings& settings, const PngPicture& first) {
   info_.format = settings.format;
   info_.layerHeight = settings.layerHeight;
+  info_.firstLayerHeight = settings.firstLayerHeight;
   info_.isMirroredX = settings.isMirroredX;
   info_.isMirroredY = settings.isMirroredY;
   info_.printer = settings.printer;

@@ -16,9 +16,10 @@ struct PrintInfo {
   uint32_t width = 0;       ///< pixels of a layer, 1 to longestSide
   uint32_t height = 0;      ///< pixels of a layer, 1 to longestSide
   // Nothing, or an empty text, where the file does not say.
-  std::optional<double> layerHeight;  ///< mm
-  std::optional<double> pixelWidth;   ///< mm
-  std::optional<double> pixelHeight;  ///< mm
+  std::optional<double> layerHeight;       ///< mm
+  std::optional<double> firstLayerHeight;  ///< mm
+  std::optional<double> pixelWidth;        ///< mm
+  std::optional<double> pixelHeight;       ///< mm
   // How a layer shows the plate. Without any of these x runs along its columns and y against its
   // rows.
   bool isTurned = false;     ///< by a quarter: x runs against the rows and y against the columns

@@ -406,6 +406,15 @@ TEST(PrintCheck, CountsWhatItDoesNotKeep) {
   EXPECT_EQ(report.counts, (Counts{5, 0, 0}));
 }
 
+TEST(PrintCheck, CountsTheFirstLayerByItsOwnHeight) {
+  Stack stack;
+  stack.addLayers(3, row(".####."));
+  CheckSettings settings = unitSettings(stack);
+  EXPECT_EQ(check(stack, settings).volume, 36);
+  settings.firstLayerHeight = 2.5;
+  EXPECT_EQ(check(stack, settings).volume, 54);
+}
+
 TEST(PrintCheck, RefusesWhatIsNoPrint) {
   Stack stack;
   stack.addLayers(1, row(".###."));
@@ -417,6 +426,7 @@ TEST(PrintCheck, RefusesWhatIsNoPrint) {
   expectRefused([](CheckSettings& s) { s.pixelWidth = 0; });
   expectRefused([](CheckSettings& s) { s.pixelHeight = std::nan(""); });
   expectRefused([](CheckSettings& s) { s.layerHeight = -1; });
+  expectRefused([](CheckSettings& s) { s.firstLayerHeight = 0; });
   expectRefused([](CheckSettings& s) { s.criticalAngle = 0; });
   expectRefused([](CheckSettings& s) { s.criticalAngle = 0.001; });
   expectRefused([](CheckSettings& s) { s.nearReach = 0; });

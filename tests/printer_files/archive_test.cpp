@@ -50,6 +50,13 @@ TEST(Sl1, TellsOfThePrint) {
   EXPECT_EQ(info.material, "resin A");
 }
 
+TEST(Sl1, TellsOfAFirstLayerOfItsOwnHeight) {
+  std::vector<ZipEntry> entries = sl1Entries(6, 4, {layer, layer});
+  EXPECT_FALSE(open(zipArchive(entries))->info().firstLayerHeight);
+  entries[1].content += "initial_layer_height = 0.3\n";
+  EXPECT_DOUBLE_EQ(*open(zipArchive(entries))->info().firstLayerHeight, 0.3);
+}
+
 TEST(Sl1, HasItsLayersInOrder) {
   std::vector<std::string> layers;
   for (int i = 0; i < 12; ++i) {

@@ -1,10 +1,15 @@
 import type { CheckOptions } from 'stiltforge/check';
-import { openPrinterFile, type PrinterFile, type PrintSettings } from 'stiltforge/slicing';
+import {
+  type LayerHeights,
+  openPrinterFile,
+  type PrinterFile,
+  type PrintSettings,
+} from 'stiltforge/slicing';
 import { codeOf, ExitCode, messageOf, UserError } from './errors.js';
 
 /** What a person says of a print; what is missing comes from its file. */
 export interface GivenPrint {
-  /** mm */
+  /** mm, of all layers, also the first. */
   layerHeight?: number;
   /** mm */
   pixelSize?: number;
@@ -20,7 +25,7 @@ export interface PrintedFile {
   /** Its path. */
   name: string;
   file: PrinterFile;
-  print: PrintSettings;
+  print: PrintSettings & LayerHeights;
   /** mm, of a pixel of the layers. */
   pixel: { width: number; height: number };
   /** Sentences that a person should read. */
@@ -31,6 +36,7 @@ export interface PrintedFile {
 export type CheckedPrint = Pick<
   CheckOptions,
   | 'layerHeight'
+  | 'firstLayerHeight'
   | 'pixelWidth'
   | 'pixelHeight'
   | 'screenWidth'
@@ -78,6 +84,7 @@ export async function openPrint(
     ...{ name, file, pixel },
     print: {
       layerHeight,
+      ...ownFirstLayer(layerHeight, file, given),
       // Distances in the layers are those of square pixels of the same area.
       pixelSize: Math.sqrt(pixel.width * pixel.height),
       screenWidth: file.width,
@@ -113,6 +120,16 @@ function pixelOf(
   return width === undefined || height === undefined ? undefined : { width, height };
 }
 
+/** The height of the first layer, where the file gives it another than the rest. */
+function ownFirstLayer(
+  layerHeight: number,
+  { firstLayerHeight = layerHeight }: PrinterFile,
+  given: GivenPrint,
+): Pick<LayerHeights, 'firstLayerHeight'> {
+  const isOwn = given.layerHeight === undefined && firstLayerHeight !== layerHeight;
+  return isOwn ? { firstLayerHeight } : {};
+}
+
 function unsaid(name: string, what: string, option: string): UserError {
   return new UserError(ExitCode.usage, `${name}: the file does not say ${what}. Give ${option}.`);
 }
@@ -133,9 +150,10 @@ function toMicrometre(millimetres: number): number {
 /** What a check has to know of the layers. */
 export function checkedPrint({ file, print, pixel }: PrintedFile): CheckedPrint {
   const { turned, mirroredX, mirroredY } = file;
-  const { layerHeight, screenWidth, screenHeight } = print;
+  const { layerHeight, firstLayerHeight, screenWidth, screenHeight } = print;
   return {
-    ...{ layerHeight, pixelWidth: pixel.width, pixelHeight: pixel.height },
+    ...{ layerHeight, firstLayerHeight },
+    ...{ pixelWidth: pixel.width, pixelHeight: pixel.height },
     ...{ screenWidth, screenHeight, turned, mirroredX, mirroredY },
   };
 }

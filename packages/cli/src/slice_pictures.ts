@@ -1,6 +1,11 @@
 import type { AnalysisParameters, SliceResult } from 'stiltforge';
 import { Analysis } from 'stiltforge/analysis';
-import type { PrintSettings, Slicer } from 'stiltforge/slicing';
+import {
+  bottomOfLayer,
+  type LayerHeights,
+  type PrintSettings,
+  type Slicer,
+} from 'stiltforge/slicing';
 import { type HeldPart, isAdded } from './held_part.js';
 import { mostSlices, sliceName, sliceSheetName } from './picture_names.js';
 import { sliceSheet } from './pictures/slice_sheet.js';
@@ -28,7 +33,7 @@ export async function slicePictures(
   parameters: AnalysisParameters,
   tally: Tally,
   part: HeldPart,
-  print: PrintSettings,
+  print: PrintSettings & LayerHeights,
   signal: AbortSignal,
 ): Promise<NamedPicture[]> {
   const layers = tellingLayers(pointsByLayer(tally, part), mostSlices);
@@ -57,7 +62,7 @@ async function* pictured(
   parameters: AnalysisParameters,
   tally: Tally,
   part: HeldPart,
-  print: PrintSettings,
+  print: PrintSettings & LayerHeights,
   signal: AbortSignal,
 ): AsyncGenerator<SlicePicture> {
   const analysis = Analysis.create({ ...parameters, needBuffer: true, addSupport: false });
@@ -79,7 +84,7 @@ function pictureOf(
   { layer: { groups }, width, height, pixelBuffer, supportedPixels }: SliceResult,
   tally: Tally,
   part: HeldPart,
-  print: PrintSettings,
+  print: PrintSettings & LayerHeights,
 ): SlicePicture {
   if (pixelBuffer === null || supportedPixels === undefined) {
     throw new Error('the analysis returned no pixels although they were asked for');
@@ -88,7 +93,7 @@ function pictureOf(
   const lowest = layer - memory / print.layerHeight;
   const points = part.points.filter((point) => point.layer === layer);
   const dropped = part.dropped.filter((point) => point.layer === layer);
-  const z = (layer * print.layerHeight).toFixed(2);
+  const z = bottomOfLayer(print, layer).toFixed(2);
   return {
     title: `Layer ${layer}, ${z} mm above the plate`,
     caption: [

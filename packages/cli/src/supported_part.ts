@@ -137,7 +137,7 @@ function documentOf(
     ...(job.meshWarnings ?? []),
     ...meshWarnings({
       ...{ report, sliceVolume, layers: tally.layers, part },
-      ...{ layerHeight: print.layerHeight, lift: print.lift, minimumHeight },
+      ...{ heights: print, lift: print.lift, minimumHeight },
     }),
   ];
 

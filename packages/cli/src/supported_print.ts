@@ -1,8 +1,10 @@
 import type { AnalysisParameters, SliceResult } from 'stiltforge/analysis';
 import {
   analysisParameters,
+  bottomOfLayer,
   createLayerSlicer,
   defaultSupport,
+  type LayerHeights,
   type LayerSlicer,
   type LayerSlicerOptions,
   type SupportSettings,
@@ -16,6 +18,7 @@ import { type Places, Records } from './output/records.js';
 import { boxOnPlate, type PixelBox, type PrintedFile, placeOnPlate } from './printed_file.js';
 import { checkSettings } from './setting_ranges.js';
 import { requirePossible } from './supported_part.js';
+import type { Tally } from './tally.js';
 import { layerWarnings } from './warnings.js';
 
 export interface LayersJob {
@@ -130,6 +133,14 @@ function emptyLayers({ name }: LayersJob): UserError {
   );
 }
 
+/** mm: the heights of all pixels of material together. */
+function heightOfPixels(
+  { materialPixels, firstLayerPixels }: Tally,
+  { layerHeight, firstLayerHeight = layerHeight }: LayerHeights,
+): number {
+  return materialPixels * layerHeight + firstLayerPixels * (firstLayerHeight - layerHeight);
+}
+
 function documentOf(
   job: LayersJob,
   host: Host,
@@ -138,10 +149,9 @@ function documentOf(
 ): SupportsDocument {
   const { file, pixel, print } = job.printed;
   const { minimumHeight = defaultSupport.minimumHeight } = job.support;
-  const { layerHeight } = print;
   const warnings = [
     ...job.printed.warnings,
-    ...layerWarnings({ part, layers: tally.layers, layerHeight, minimumHeight }),
+    ...layerWarnings({ part, layers: tally.layers, heights: print, minimumHeight }),
   ];
   const places: Places = {
     ...{ cropX: 0, cropY: 0, plateZ: 0 },
@@ -155,9 +165,9 @@ function documentOf(
     model: {
       file: nameOfPath(job.name),
       min: [...min, 0],
-      max: [...max, (top + 1) * print.layerHeight],
+      max: [...max, bottomOfLayer(print, top + 1)],
       layers: { format, printer, material },
-      sliceVolume: tally.materialPixels * pixel.width * pixel.height * print.layerHeight,
+      sliceVolume: pixel.width * pixel.height * heightOfPixels(tally, print),
       warnings,
     },
     print: {

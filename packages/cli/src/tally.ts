@@ -11,12 +11,15 @@ export class Tally {
   readonly layers: LayerTally[] = [];
   regions = 0;
   materialPixels = 0;
+  /** Of them, those of the first layer. */
+  firstLayerPixels = 0;
 
   add({ layer }: SliceResult): void {
     const islands: number[] = [];
     layer.groups.forEach(({ supportedPixel }, i) => {
       if (this.layers.length > 0 && supportedPixel === 0) islands.push(i + 1);
     });
+    if (this.layers.length === 0) this.firstLayerPixels = layer.pixelCount;
     this.materialPixels += layer.pixelCount;
     this.regions += layer.groups.length;
     this.layers.push({ regions: layer.groups.length, islands });

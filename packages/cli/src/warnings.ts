@@ -1,4 +1,4 @@
-import type { MeshReport } from 'stiltforge/slicing';
+import { bottomOfLayer, type LayerHeights, type MeshReport } from 'stiltforge/slicing';
 import type { HeldPart } from './held_part.js';
 import type { LayerTally } from './tally.js';
 import { areaText, counted, volumeText } from './wording.js';
@@ -13,8 +13,7 @@ export interface Findings {
   /** mm3 of material in the slices. */
   sliceVolume: number;
   layers: readonly LayerTally[];
-  /** mm */
-  layerHeight: number;
+  heights: LayerHeights;
   /** mm above the plate from which on a support fits. */
   minimumHeight: number;
   part: HeldPart;
@@ -101,10 +100,11 @@ function gapsIn(layers: readonly LayerTally[]): Gap[] {
   return gaps;
 }
 
-function emptyLayers({ layers, layerHeight, lift = 0 }: LayerFindings): string[] {
-  const mm = (count: number): string => `${(count * layerHeight).toFixed(2)} mm`;
+function emptyLayers({ layers, heights, lift = 0 }: LayerFindings): string[] {
+  const mm = (end: number, first = 0): string =>
+    `${(bottomOfLayer(heights, end) - bottomOfLayer(heights, first)).toFixed(2)} mm`;
   // A lifted part begins where it is meant to, or a layer above where its tip is finer than a pixel.
-  const lifted = Math.ceil(lift / layerHeight - 0.5);
+  const lifted = Math.ceil(lift / heights.layerHeight - 0.5);
   const gaps = gapsIn(layers).filter(
     ({ first, end }) => first > 0 || lifted <= 0 || end > lifted + 1,
   );
@@ -113,7 +113,7 @@ function emptyLayers({ layers, layerHeight, lift = 0 }: LayerFindings): string[]
     return first === 0
       ? `The part begins ${mm(end)} above the plate (${empty} empty) and stands on supports alone: ` +
           'its lowest point is finer than a pixel, or something stray lies below it.'
-      : `A gap of ${mm(end - first)} begins ${mm(first)} above the plate (${empty} empty): what is ` +
+      : `A gap of ${mm(end, first)} begins ${mm(first)} above the plate (${empty} empty): what is ` +
           'above it stands on supports alone.';
   });
   const rest = gaps.length - sentences.length;
@@ -121,10 +121,10 @@ function emptyLayers({ layers, layerHeight, lift = 0 }: LayerFindings): string[]
 }
 
 /** A part that empty layers lie below is told with them. */
-function floatingParts({ report, layers, layerHeight }: Findings): string[] {
+function floatingParts({ report, layers, heights }: Findings): string[] {
   const { floatingParts: count, floatingFrom } = report;
   if (count === 0) return [];
-  const isTold = gapsIn(layers).some(({ end }) => (end - 1) * layerHeight <= floatingFrom);
+  const isTold = gapsIn(layers).some(({ end }) => bottomOfLayer(heights, end - 1) <= floatingFrom);
   if (isTold) return [];
   const mm = `${floatingFrom.toFixed(2)} mm above the plate`;
   return [
@@ -137,12 +137,12 @@ function floatingParts({ report, layers, layerHeight }: Findings): string[] {
 }
 
 /** Of what was left out only what is near the plate can be mended there. */
-function withoutRoom({ part, layerHeight, minimumHeight }: LayerFindings): string[] {
+function withoutRoom({ part, heights, minimumHeight }: LayerFindings): string[] {
   const nearPlate = part.dropped.filter(
-    ({ reason, layer }) => reason === 'noRoom' && layer * layerHeight < minimumHeight,
+    ({ reason, layer }) => reason === 'noRoom' && bottomOfLayer(heights, layer) < minimumHeight,
   );
   if (nearPlate.length === 0) return [];
-  const lift = `${Math.max(part.lift, layerHeight).toFixed(2)} mm`;
+  const lift = `${Math.max(part.lift, heights.layerHeight).toFixed(2)} mm`;
   return [
     `${counted(nearPlate.length, 'support was', 'supports were')} left out less than ${minimumHeight} mm ` +
       `above the plate, where none fits: lay the part flat on the plate, or lift it by ${lift}.`,

@@ -138,6 +138,18 @@ test('a printer file is checked with what is in its layers', async (t) => {
   assert.match(out, /FAILS {2}part on nothing +10-19/);
 });
 
+test('the places of findings lie above a first layer of its own height', async (t) => {
+  const file = await sl1(t, faulty, { more: 'initial_layer_height = 0.5\n' });
+  const { out } = await stiltforge(['check', file, '--json']);
+  const [{ findings, volume }] = JSON.parse(out).files;
+  const { place, box } = findings.find(({ kind }) => kind === 'floatingPart');
+  assert.equal(place.layer, 10);
+  assert.equal(place.z, 1.4);
+  assert.deepEqual([box.min[2], box.max[2]], [1.4, 2.4]);
+  // 20 layers of a foot and 10 of a block, 1 mm2 each, and 0.4 mm more of the foot.
+  assert.ok(Math.abs(volume - 3.4) < 1e-9);
+});
+
 test('a printer file that does not say its layer height needs the option', async (t) => {
   const file = await sl1(t, sound, { layerHeight: null });
   const { code, err } = await stiltforge(['check', file]);

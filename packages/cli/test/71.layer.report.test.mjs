@@ -33,7 +33,7 @@ function runsOf(rows) {
 function layersOf(pictures, more = {}) {
   return {
     ...{ width: pictures[0][0].length, height: pictures[0].length, layers: pictures.length },
-    ...{ layerHeight: 1, pixelWidth: 1, pixelHeight: 1 },
+    ...{ heights: { layerHeight: 1 }, pixelWidth: 1, pixelHeight: 1 },
     placeOf: (column, row) => [column, pictures[0].length - row],
     runs: async (first, count) => pictures.slice(first, first + count).map(runsOf),
     ...more,
@@ -110,6 +110,15 @@ test('the surface stays within the box of the layers', async () => {
     assert.ok(positions[i + 1] >= 0 && positions[i + 1] <= 8);
     assert.ok(positions[i + 2] >= 0 && positions[i + 2] <= 6);
   }
+});
+
+test('the surface is higher by what the first layer is thicker', async () => {
+  const heights = { layerHeight: 1, firstLayerHeight: 3 };
+  const topOf = async (more) => {
+    const { positions } = await layerSurface(layersOf(block, more));
+    return Math.max(...positions.filter((_, i) => i % 3 === 2));
+  };
+  assert.equal(await topOf({ heights }), (await topOf()) + 2);
 });
 
 test('layers of many pixels are seen coarser, which is told', async () => {

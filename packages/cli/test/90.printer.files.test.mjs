@@ -48,6 +48,38 @@ test('an SL1 goes the road of a mesh, with places on the plate', async (t) => {
   }
 });
 
+test('above a thicker first layer all heights are those of the print', async (t) => {
+  const even = (await analysed(t, sl1())).document;
+  const content = sl1(tablePngs, { more: 'initial_layer_height = 0.3\n' });
+  const { document } = await analysed(t, content);
+  assert.equal(even.print.firstLayerHeight, undefined);
+  assert.equal(document.print.firstLayerHeight, 0.3);
+  assert.equal(document.supports.length, even.supports.length);
+  for (const [i, { z, layer }] of document.supports.entries()) {
+    assert.equal(layer, even.supports[i].layer);
+    assert.ok(Math.abs(z - (0.3 + 0.05 * (layer - 1))) < 1e-3, `${z}`);
+  }
+  assert.ok(Math.abs(document.model.max[2] - 2.75) < 1e-9);
+  const foot = 3 * 3;
+  assert.ok(Math.abs(document.model.sliceVolume - even.model.sliceVolume - 0.25 * foot) < 1e-6);
+});
+
+test('a layer height on the command line is that of the first layer, too', async (t) => {
+  const content = sl1(tablePngs, { more: 'initial_layer_height = 0.3\n' });
+  const { document } = await analysed(t, content, ['--layer-height', '0.1']);
+  assert.equal(document.print.firstLayerHeight, undefined);
+  assert.ok(Math.abs(document.model.max[2] - 5) < 1e-9);
+});
+
+test('a first layer that is no length is refused', async (t) => {
+  const { code, err } = await refused(
+    t,
+    sl1(tablePngs, { more: 'initial_layer_height = thick\n' }),
+  );
+  assert.equal(code, 3);
+  assert.match(err, /prusaslicer\.ini has the initial_layer_height "thick", which is no positive/);
+});
+
 test('mirrored and turned layers give the same places on the plate', async (t) => {
   const plain = (await analysed(t, sl1())).document;
   const mirrored = tableLayers.map((grey) => {

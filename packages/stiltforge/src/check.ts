@@ -1,6 +1,7 @@
 // Does a print hold as it is? docs/check.md tells what is found, and how.
 
 import { binding } from './binding.js';
+import { bottomOfLayer, type LayerHeights } from './layer_heights.js';
 import type { LayerSource } from './layer_source.js';
 import type { Box } from './slicing.js';
 import { type AbortSignalLike, abortable } from './waiting.js';
@@ -86,9 +87,7 @@ export interface CheckedLayers extends LayerSource {
   readonly originY?: number;
 }
 
-export interface CheckOptions {
-  /** mm. */
-  layerHeight: number;
+export interface CheckOptions extends LayerHeights {
   /** mm, of a pixel; pixelHeight is pixelWidth unless set. */
   pixelWidth: number;
   pixelHeight?: number;
@@ -145,6 +144,7 @@ interface NativeCheckOptions
   extends Pick<
     CheckOptions,
     | 'layerHeight'
+    | 'firstLayerHeight'
     | 'pixelWidth'
     | 'screenWidth'
     | 'screenHeight'
@@ -247,7 +247,7 @@ interface Plate {
 }
 
 function plateOf(layers: CheckedLayers, options: CheckOptions): Plate {
-  const { pixelWidth, pixelHeight = pixelWidth, screenWidth, screenHeight, layerHeight } = options;
+  const { pixelWidth, pixelHeight = pixelWidth, screenWidth, screenHeight } = options;
   const { plateZ = 0, turned, mirroredX, mirroredY } = options;
   const { originX = 0, originY = screenHeight * pixelHeight, cropX = 0, cropY = 0 } = layers;
   return {
@@ -258,7 +258,7 @@ function plateOf(layers: CheckedLayers, options: CheckOptions): Plate {
         ? [(screenHeight - down) * pixelHeight, (screenWidth - across) * pixelWidth]
         : [originX + across * pixelWidth, originY - down * pixelHeight];
     },
-    z: (layer) => plateZ + layer * layerHeight,
+    z: (layer) => plateZ + bottomOfLayer(options, layer),
     cropX,
     cropY,
   };

@@ -18,6 +18,8 @@ export interface PrinterFile {
   readonly height: number;
   /** mm */
   readonly layerHeight?: number;
+  /** mm, of the layer on the plate, where the file says it. */
+  readonly firstLayerHeight?: number;
   /** mm */
   readonly pixelWidth?: number;
   /** mm */

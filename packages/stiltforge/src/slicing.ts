@@ -6,6 +6,7 @@ import type { ChannelOptions, LabelledRuns, Slice } from './sliced_layer.js';
 import { type AbortSignalLike, following } from './waiting.js';
 
 export type { FileSource } from './file_source.js';
+export { bottomOfLayer, type LayerHeights } from './layer_heights.js';
 export {
   analysisParameters,
   defaultPrint,

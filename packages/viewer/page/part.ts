@@ -87,11 +87,12 @@ export class ViewedPart {
 
   /** mm above the plate: the lower and the upper face of a layer. */
   bottomOf(layer: number): number {
-    return layer * this.document.part.print.layerHeight;
+    const { layerHeight, firstLayerHeight = layerHeight } = this.document.part.print;
+    return layer * layerHeight + Math.min(layer, 1) * (firstLayerHeight - layerHeight);
   }
 
   topOf(layer: number): number {
-    return (layer + 1) * this.document.part.print.layerHeight;
+    return this.bottomOf(layer + 1);
   }
 
   /** mm of the middle of a pixel of the screen, in the coordinates of the model. */

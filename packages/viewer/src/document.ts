@@ -124,6 +124,8 @@ export interface PartDocument {
   print: {
     /** mm */
     layerHeight: number;
+    /** mm, of the layer on the plate; as the others unless set. */
+    firstLayerHeight?: number;
     pixelSize: number;
     /** Pixels. */
     screenWidth: number;

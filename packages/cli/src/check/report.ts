@@ -1,6 +1,12 @@
 import { basename } from 'node:path';
 import type { CheckReport } from 'stiltforge/check';
-import { createLayerSlicer, type PrinterFile, type PrintSettings } from 'stiltforge/slicing';
+import {
+  bottomOfLayer,
+  createLayerSlicer,
+  type LayerHeights,
+  type PrinterFile,
+  type PrintSettings,
+} from 'stiltforge/slicing';
 import type { PartSource } from 'stiltforge-viewer';
 import { commandHost } from '../command_host.js';
 import { KeptLayers } from '../output/kept_layers.js';
@@ -79,18 +85,21 @@ async function printPage(
   const crop = { column: 0, row: 0, width: file.width, height: file.height };
   const part = documentOf(name, report, reporting, whole(print, file.layerCount, crop), {
     min: [...corners.min, 0],
-    max: [...corners.max, (top + 1) * layerHeight],
+    max: [...corners.max, bottomOfLayer(print, top + 1)],
   });
   return pageWith(await packedLayers({ printed, layers, box, top, part }, progress, signal));
 }
 
 function whole(
-  print: PrintSettings,
+  print: PrintSettings & LayerHeights,
   layers: number,
   crop: PartSource['part']['print']['crop'],
 ): PartSource['part']['print'] {
-  const { layerHeight, pixelSize, screenWidth, screenHeight, lift = 0 } = print;
-  return { layerHeight, pixelSize, screenWidth, screenHeight, lift, layers, crop };
+  const { layerHeight, firstLayerHeight, pixelSize, screenWidth, screenHeight, lift = 0 } = print;
+  return {
+    ...{ layerHeight, firstLayerHeight, pixelSize },
+    ...{ screenWidth, screenHeight, lift, layers, crop },
+  };
 }
 
 async function meshPage(

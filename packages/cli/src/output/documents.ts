@@ -1,7 +1,7 @@
 import type { AnalysisParameters } from 'stiltforge';
 import type { Verdict } from 'stiltforge/analysis';
 import type { ScaffoldSettings, Stand } from 'stiltforge/scaffold';
-import type { MeshReport, PrintSettings, SupportSettings } from 'stiltforge/slicing';
+import type { LayerHeights, MeshReport, PrintSettings, SupportSettings } from 'stiltforge/slicing';
 import type { DroppedPoint, HeldPoint, SupportKind } from '../held_part.js';
 import type { PartOptions } from '../part_options.js';
 import type { PlateMove } from '../plate/arrange.js';
@@ -117,11 +117,12 @@ export interface SupportsDocument {
     sliceVolume: number;
     warnings: string[];
   };
-  print: PrintSettings & {
-    layers: number;
-    /** The part of the screen that was analysed, pixels. */
-    crop: { column: number; row: number; width: number; height: number };
-  };
+  print: PrintSettings &
+    LayerHeights & {
+      layers: number;
+      /** The part of the screen that was analysed, pixels. */
+      crop: { column: number; row: number; width: number; height: number };
+    };
   settings: SupportSettings & { asAnalysed: boolean };
   parameters: AnalysisParameters;
   summary: {

@@ -1,4 +1,9 @@
-import type { LabelledRuns, Triangles } from 'stiltforge/slicing';
+import {
+  bottomOfLayer,
+  type LabelledRuns,
+  type LayerHeights,
+  type Triangles,
+} from 'stiltforge/slicing';
 
 type Runs = Pick<LabelledRuns, 'rowStart' | 'begin' | 'end'>;
 
@@ -9,8 +14,7 @@ export interface SurfaceLayers {
   height: number;
   /** Of them, those with material; without it the last ones are empty. */
   layers: number;
-  /** mm of the height of a layer. */
-  layerHeight: number;
+  heights: LayerHeights;
   /** mm, of a pixel. */
   pixelWidth: number;
   pixelHeight: number;
@@ -45,7 +49,8 @@ export async function layerSurface(
   source: SurfaceLayers,
   signal?: AbortSignal,
 ): Promise<LayerSurface> {
-  const { width, height, layers, layerHeight, pixelWidth, pixelHeight } = source;
+  const { width, height, layers, heights, pixelWidth, pixelHeight } = source;
+  const { layerHeight } = heights;
   const longest = Math.max(width * pixelWidth, height * pixelHeight, layers * layerHeight);
   for (let cell = longest / mostCells; ; cell *= 1.6) {
     const size: CellSize = {
@@ -220,7 +225,7 @@ class SurfaceNet {
       inside(cell(row, 1) * rows, source.height),
     );
     const layer = inside(cell(this.slabs, 2) * layers, source.layers);
-    this.corners.push(x, y, layer * source.layerHeight);
+    this.corners.push(x, y, bottomOfLayer(source.heights, layer));
   }
 
   /** Quads across the edges within the slab below; the border, where nothing is full, has none. */

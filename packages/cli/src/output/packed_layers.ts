@@ -38,7 +38,7 @@ export async function packedLayers(
     (await layers.runs(first, count)).map((layer) => croppedRuns(layer, crop));
   const surface = await layerSurface(
     {
-      ...{ width, height, layers: top + 1, layerHeight: print.layerHeight, runs },
+      ...{ width, height, layers: top + 1, heights: print, runs },
       ...{ pixelWidth: pixel.width, pixelHeight: pixel.height },
       placeOf: (column, row) => {
         const at = (side: number): number => side - 0.5;

@@ -1,5 +1,10 @@
 import type { RegionRecord, Surface, Verdict } from 'stiltforge/analysis';
-import type { PrintSettings, Slicer } from 'stiltforge/slicing';
+import {
+  bottomOfLayer,
+  type LayerHeights,
+  type PrintSettings,
+  type Slicer,
+} from 'stiltforge/slicing';
 import { type HeldPart, isAdded, type SlicePoint } from '../held_part.js';
 import type { PlateMove } from '../plate/arrange.js';
 import { whoseOf } from '../plate/whose.js';
@@ -48,7 +53,7 @@ export function meshPlaces(
 /** Turns pixels and layers of the slices into what the outputs say. */
 export class Records {
   constructor(
-    private readonly print: PrintSettings,
+    private readonly print: PrintSettings & LayerHeights,
     private readonly places: Places,
   ) {}
 
@@ -133,7 +138,7 @@ export class Records {
     return {
       x: toMicrometre(place.x),
       y: toMicrometre(place.y),
-      z: toMicrometre(places.plateZ + layer * print.layerHeight),
+      z: toMicrometre(places.plateZ + bottomOfLayer(print, layer)),
       column,
       row,
       layer,

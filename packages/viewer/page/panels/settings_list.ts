@@ -12,6 +12,9 @@ export function settingsList(part: ViewedPart): HTMLElement {
   const { crop } = print;
   const printRows: Row[] = [
     ['Layer height', millimetres(print.layerHeight, 3)],
+    ...(print.firstLayerHeight === undefined
+      ? []
+      : [['First layer', millimetres(print.firstLayerHeight, 3)] satisfies Row]),
     ['Pixel size', millimetres(print.pixelSize, 3)],
     ['Screen', `${countText(print.screenWidth)} × ${countText(print.screenHeight)} pixels`],
     ['Layers', countText(print.layers)],
