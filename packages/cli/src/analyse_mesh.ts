@@ -76,10 +76,11 @@ async function writeOutputs(
       ...inspecting(job, folder),
     });
     const analysisSeconds = (performance.now() - begin) / 1000;
-    const supported = await withGeometry(job, analysed, folder, { progress, signal });
+    const supported = await withGeometry(job, analysed, { progress, signal });
     const { document } = supported;
     warnings = document.model.warnings;
-    await writePoints(job, supported, folder, signal);
+    await writePoints(job, supported, folder);
+    await writeGeometry(job, supported, folder, { progress, signal });
     if (job.report) {
       const { reportPage } = await import('./output/report.js');
       await folder.write(reportName, await reportPage(supported, progress.report, signal));
@@ -105,19 +106,18 @@ async function writeOutputs(
   }
 }
 
-/** The part as the other outputs tell of it. */
+/** A part, with its supports as geometry where they are asked for. */
+type PartInWork = SupportedPart & { built?: Scaffold };
+
+/** The part as the outputs tell of it. */
 async function withGeometry(
   { formats = defaultFormats, scaffold: asked = usualScaffold }: Job,
   part: SupportedPart,
-  folder: OutputFolder,
   { progress, signal }: Pick<JobWatcher, 'progress' | 'signal'>,
-): Promise<SupportedPart & { built?: Scaffold }> {
+): Promise<PartInWork> {
   if (!formats.includes('stl')) return part;
   const { buildSupports } = await import('./scaffold/supports_geometry.js');
-  const { partWithSupportsStl, supportsStl } = await import('./output/supports_stl.js');
   const { scaffold, document } = await buildSupports(part, asked, progress.supports, signal);
-  await folder.write(formatFiles.stl, supportsStl(scaffold, signal));
-  if (asked.merge) await folder.write(mergedFile, partWithSupportsStl(part, scaffold, signal));
   return { ...part, document, built: scaffold };
 }
 
@@ -125,16 +125,37 @@ const usualScaffold: ScaffoldJob = { settings: {}, merge: false };
 
 async function writePoints(
   { formats = defaultFormats }: Job,
-  part: SupportedPart,
+  { document }: SupportedPart,
   folder: OutputFolder,
-  signal: AbortSignal,
 ): Promise<void> {
-  const { document } = part;
   if (formats.includes('json')) await folder.write(formatFiles.json, supportsJson(document));
   if (formats.includes('csv')) await folder.write(formatFiles.csv, pointsCsv(document.supports));
+}
+
+/** A file in pieces, which tells the share of it that is made. */
+type Pieces = (progress: (share: number) => void) => AsyncIterable<Uint8Array>;
+
+/** The files that are large where the mesh is. */
+async function writeGeometry(
+  { formats = defaultFormats, scaffold: { merge } = usualScaffold }: Job,
+  part: PartInWork,
+  folder: OutputFolder,
+  { progress, signal }: Pick<JobWatcher, 'progress' | 'signal'>,
+): Promise<void> {
+  const files: [name: string, pieces: Pieces][] = [];
+  const { built } = part;
+  if (built !== undefined) {
+    const { partWithSupportsStl, supportsStl } = await import('./output/supports_stl.js');
+    files.push([formatFiles.stl, (told) => supportsStl(built, signal, told)]);
+    if (merge) files.push([mergedFile, (told) => partWithSupportsStl(part, built, signal, told)]);
+  }
   if (formats.includes('3mf')) {
     const { threeMfProject } = await import('./output/three_mf.js');
-    await folder.write(formatFiles['3mf'], threeMfProject(part, signal));
+    files.push([formatFiles['3mf'], (told) => threeMfProject(part, signal, told)]);
+  }
+  for (const [i, [name, pieces]] of files.entries()) {
+    const told = (share: number): void => progress.files((i + share) / files.length);
+    await folder.write(name, pieces(told));
   }
 }
 

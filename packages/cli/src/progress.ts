@@ -8,6 +8,8 @@ export interface Progress {
   layers(done: number): void;
   /** All are, and of the supports as geometry the share is built. */
   supports(share: number): void;
+  /** They are, too, and of the files with geometry the share is written. */
+  files(share: number): void;
   /** They are, too, and of the report the share is made. */
   report(share: number): void;
   /** It is, too, and of the pictures the share is drawn. */
@@ -19,6 +21,7 @@ export const noProgress: Progress = {
   start() {},
   layers() {},
   supports() {},
+  files() {},
   report() {},
   pictures() {},
   stop() {},
@@ -43,6 +46,7 @@ export function progressLines(stream: NodeJS.WritableStream, prefix = ''): Progr
     },
     layers: (done) => write(course.layers(done)),
     supports: (share) => write(course.supports(share)),
+    files: (share) => write(course.files(share)),
     report: (share) => write(course.report(share)),
     pictures: (share) => write(course.pictures(share)),
     stop() {},
@@ -91,6 +95,10 @@ export class Course {
 
   supports(share: number): State {
     return this.before('building the supports', share);
+  }
+
+  files(share: number): State {
+    return this.before('writing the files', share);
   }
 
   report(share: number): State {

@@ -27,6 +27,7 @@ export function progressBar(stream: NodeJS.WriteStream): Progress {
     },
     layers: (done) => show(course.layers(done)),
     supports: (share) => show(course.supports(share)),
+    files: (share) => show(course.files(share)),
     report: (share) => show(course.report(share)),
     pictures: (share) => show(course.pictures(share)),
     stop: () => bar.stop(),

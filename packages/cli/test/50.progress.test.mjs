@@ -71,7 +71,7 @@ test('while pictures are drawn the time left follows how long they take', (t) =>
   assert.equal(course.pictures(1).share, 1);
 });
 
-test('while supports are built the time left follows how long they take', (t) => {
+test('while supports are built and files written the time left follows how long that takes', (t) => {
   const clock = clockOf(t);
   const course = new Course();
   course.start(100, 0);
@@ -80,6 +80,10 @@ test('while supports are built the time left follows how long they take', (t) =>
   course.supports(0);
   clock.seconds = 4;
   assert.deepEqual(course.supports(0.25).parts, ['building the supports', '9 s left']);
+  clock.seconds = 5;
+  course.files(0);
+  clock.seconds = 7;
+  assert.deepEqual(course.files(0.5).parts, ['writing the files', '2 s left']);
   clock.seconds = 13;
   course.report(0);
   clock.seconds = 14;

@@ -4,10 +4,12 @@ import { readFile, writeFile } from 'node:fs/promises';
 import { join } from 'node:path';
 import { test } from 'node:test';
 import {
+  analyseMesh,
   defaultPrint,
   defaultSupport,
   loadMesh,
   noProgress,
+  partWithSupportsStl,
   placeSupports,
   pointsCsv,
   reportPage,
@@ -56,6 +58,60 @@ test('progress is told every layer, and its end', async () => {
   const { document } = await placeSupports(await job(box([0, 0, 0], [4, 4, 0.2])), { progress });
   assert.equal(document.print.layers, 4);
   assert.deepEqual(told, [['start', 4], 1, 2, 3, 4, 'stop']);
+});
+
+/** A part of so many triangles that its files come in several pieces. */
+async function largePart() {
+  const part = await placeSupports(await job(table()));
+  const copies = Math.ceil(20_000 / (table().length / 9));
+  const mesh = new Float32Array(copies * table().length);
+  for (let i = 0; i < copies; i++) {
+    const moved = table().map((value, k) => (k % 3 === 0 ? value + 50 * i : value));
+    mesh.set(moved, i * moved.length);
+  }
+  return { ...part, mesh };
+}
+
+for (const [name, pieces] of [
+  ['a project', (part, signal, told) => threeMfProject(part, signal, told)],
+  [
+    'an STL',
+    (part, signal, told) =>
+      partWithSupportsStl(part, { positions: Float32Array.from(table()) }, signal, told),
+  ],
+]) {
+  test(`${name} tells how far it is while it is written, and a signal ends it`, async () => {
+    const part = await largePart();
+    const shares = [];
+    for await (const _ of pieces(part, undefined, (share) => shares.push(share)));
+    assert.ok(shares.length > 2, `${shares}`);
+    assert.ok(shares.every((share, i) => share >= (shares[i - 1] ?? 0) && share <= 1));
+    assert.ok(shares.some((share) => share > 0.2 && share < 0.9));
+    assert.equal(shares.at(-1), 1);
+
+    const stop = new AbortController();
+    const reason = new Error('enough');
+    await assert.rejects(async () => {
+      const told = (share) => share > 0.2 && stop.abort(reason);
+      for await (const _ of pieces(part, stop.signal, told));
+    }, reason);
+  });
+}
+
+test('the files with geometry are part of the progress of a run', async (t) => {
+  const shares = [];
+  const watcher = {
+    progress: { ...noProgress, files: (share) => shares.push(share) },
+    signal: new AbortController().signal,
+    warn() {},
+  };
+  const outputs = { folder: join(await temporaryFolder(t), 'out'), pictures: false, inspect: [] };
+  const scaffold = { settings: {}, merge: true };
+  const formats = ['stl', '3mf'];
+  await analyseMesh({ ...(await job(table())), ...outputs, formats, scaffold }, watcher);
+  assert.ok(shares.every((share, i) => share >= (shares[i - 1] ?? 0)));
+  assert.ok(shares.some((share) => Math.abs(share - 1 / 3) < 1e-9));
+  assert.equal(shares.at(-1), 1);
 });
 
 test('a signal ends each step with its reason', async () => {

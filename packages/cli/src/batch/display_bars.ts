@@ -64,6 +64,7 @@ function progressOf(bar: SingleBar): Omit<Progress, 'stop'> {
     start: (layers, pictureSeconds) => show(course.start(layers, pictureSeconds)),
     layers: (done) => show(course.layers(done)),
     supports: (share) => show(course.supports(share)),
+    files: (share) => show(course.files(share)),
     report: (share) => show(course.report(share)),
     pictures: (share) => show(course.pictures(share)),
   };

@@ -3,7 +3,7 @@ import type { RunFailure } from './outcome.js';
 // What the command and the processes that it starts for its inputs say to each other.
 
 /** Of which the share, or the layers, are told. */
-export type Step = 'layers' | 'supports' | 'report' | 'pictures';
+export type Step = 'layers' | 'supports' | 'files' | 'report' | 'pictures';
 
 export type ToRun =
   | { kind: 'run'; file: string; folder: string; memory: number }

@@ -102,6 +102,7 @@ function toldProgress(): Progress {
     start: (layers, pictureSeconds) => tell({ kind: 'start', layers, pictureSeconds }),
     layers: (done) => share('layers', done),
     supports: (done) => share('supports', done),
+    files: (done) => share('files', done),
     report: (done) => share('report', done),
     pictures: (done) => share('pictures', done),
     stop() {},

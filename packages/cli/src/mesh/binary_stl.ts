@@ -8,14 +8,22 @@ const piece = 16384;
 
 /** A binary STL with exactly these corners; `title`, of ASCII, may stand in its header. */
 export function binaryStl(mesh: Triangles, title: string): Uint8Array<ArrayBuffer> {
-  const pieces = [...binaryStlPieces([mesh], title)];
-  const bytes = new Uint8Array(pieces.reduce((sum, { length }) => sum + length, 0));
+  const bytes = new Uint8Array(binaryStlBytes([mesh]));
   let at = 0;
-  for (const part of pieces) {
+  for (const part of binaryStlPieces([mesh], title)) {
     bytes.set(part, at);
     at += part.length;
   }
   return bytes;
+}
+
+/** How many a binary STL of these meshes has. */
+export function binaryStlBytes(meshes: readonly Triangles[]): number {
+  return headerBytes + 4 + triangleBytes * countOf(meshes);
+}
+
+function countOf(meshes: readonly Triangles[]): number {
+  return meshes.reduce((sum, mesh) => sum + mesh.length / 9, 0);
 }
 
 /** The same in pieces, of several meshes, one after the other. */
@@ -27,8 +35,7 @@ export function* binaryStlPieces(
   // "solid" would make it a text STL for many a reader.
   const text = title.replace(/^solid/i, '_').slice(0, headerBytes);
   header.set(Array.from(text, (character) => character.charCodeAt(0)));
-  const count = meshes.reduce((sum, mesh) => sum + mesh.length / 9, 0);
-  new DataView(header.buffer).setUint32(headerBytes, count, true);
+  new DataView(header.buffer).setUint32(headerBytes, countOf(meshes), true);
   yield header;
   for (const mesh of meshes) {
     for (let first = 0; first < mesh.length; first += 9 * piece) {

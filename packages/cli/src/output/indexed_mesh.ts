@@ -1,4 +1,5 @@
 import type { Triangles } from 'stiltforge/slicing';
+import type { Breather } from '../breather.js';
 
 /** Triangles as numbers of corners, each position counted once, in the order in which they come. */
 export interface IndexedMesh {
@@ -10,11 +11,16 @@ export interface IndexedMesh {
 
 const free = 0xffffffff;
 
-export function indexedMesh(positions: Triangles): IndexedMesh {
+/** Numbers between two breaths. */
+const atOnce = 9 * 4096;
+
+/** Throws what the breather does. */
+export async function indexedMesh(positions: Triangles, breather: Breather): Promise<IndexedMesh> {
   const corners = new CornerTable(positions);
   const triangles = new Uint32Array(positions.length / 3);
   let used = 0;
   for (let i = 0; i < positions.length; i += 9) {
+    if (i % atOnce === 0) await breather.breathe();
     const a = corners.numberOf(i);
     const b = corners.numberOf(i + 3);
     const c = corners.numberOf(i + 6);

@@ -2,7 +2,7 @@ import { strToU8, Zip, ZipDeflate, ZipPassThrough } from 'fflate';
 import { Breather } from '../breather.js';
 import { ExitCode, UserError } from '../errors.js';
 import type { SupportedPart } from '../supported_part.js';
-import { indexedMesh } from './indexed_mesh.js';
+import { type IndexedMesh, indexedMesh } from './indexed_mesh.js';
 
 /** What a project tells of a part. */
 export type ProjectPart = Pick<SupportedPart, 'document' | 'mesh'>;
@@ -36,12 +36,14 @@ const relationships = `<?xml version="1.0" encoding="UTF-8"?>
 /**
  * A 3MF project, in pieces: the mesh, standing in the middle of the screen, and the points as PrusaSlicer
  * keeps them. The object's origin is the middle of its box: PrusaSlicer moves any other object there when
- * it reads it, but leaves the points behind. The same part gives the same bytes. Throws a UserError when
- * the mesh is too large for the format, the signal's reason when it is aborted.
+ * it reads it, but leaves the points behind. The same part gives the same bytes. `progress` is told the
+ * share that is made, from 0 to 1. Throws a UserError when the mesh is too large for the format, the
+ * signal's reason when it is aborted.
  */
 export async function* threeMfProject(
   part: ProjectPart,
   signal?: AbortSignal,
+  progress?: (share: number) => void,
 ): AsyncGenerator<Uint8Array, void, void> {
   const archive = new Archive();
   archive.file('[Content_Types].xml', contentTypes);
@@ -49,12 +51,14 @@ export async function* threeMfProject(
   archive.file('Metadata/Slic3r_PE_sla_support_points.txt', supportPoints(part));
   const model = archive.begin('3D/3dmodel.model');
   const breather = new Breather(signal);
+  const mesh = await indexedMesh(part.mesh, breather);
   let bytes = 0;
-  for (const text of modelText(part)) {
+  for (const { text, share } of modelText(part, mesh)) {
     const data = strToU8(text);
     bytes += data.length;
     if (bytes > mostBytes) throw tooLarge(part.document.model.file);
     model.push(data);
+    progress?.(share);
     await breather.breathe();
     yield* archive.written();
   }
@@ -79,32 +83,45 @@ function centreOf({ document }: ProjectPart): number[] {
   return min.map((value, axis) => (value + max[axis]) / 2);
 }
 
-function* modelText(part: ProjectPart): Generator<string> {
+/** A piece of the model's text, and the share of it that ends there. */
+interface ModelPiece {
+  text: string;
+  share: number;
+}
+
+function* modelText(
+  part: ProjectPart,
+  { vertices, triangles }: IndexedMesh,
+): Generator<ModelPiece> {
   const { print, model } = part.document;
   const centre = centreOf(part);
-  const { vertices, triangles } = indexedMesh(part.mesh);
-  yield `<?xml version="1.0" encoding="UTF-8"?>
+  const [corners, faces] = [vertices.length / 3, triangles.length / 3];
+  const shareOf = (elements: number): number => elements / (corners + faces);
+  const head = `<?xml version="1.0" encoding="UTF-8"?>
 <model unit="millimeter" xml:lang="en-US" xmlns="http://schemas.microsoft.com/3dmanufacturing/core/2015/02">
  <resources>
   <object id="1" name="${escaped(model.file)}" type="model">
    <mesh>
     <vertices>
 `;
-  yield* inPieces(vertices.length / 3, (i) => {
+  yield { text: head, share: 0 };
+  const vertexPieces = inPieces(corners, (i) => {
     const [x, y, z] = [0, 1, 2].map((axis) => shortest(vertices[3 * i + axis] - centre[axis]));
     return `     <vertex x="${x}" y="${y}" z="${z}"/>\n`;
   });
-  yield '    </vertices>\n    <triangles>\n';
-  yield* inPieces(triangles.length / 3, (i) => {
+  for (const { text, end } of vertexPieces) yield { text, share: shareOf(end) };
+  yield { text: '    </vertices>\n    <triangles>\n', share: shareOf(corners) };
+  const trianglePieces = inPieces(faces, (i) => {
     const [a, b, c] = triangles.subarray(3 * i, 3 * i + 3);
     return `     <triangle v1="${a}" v2="${b}" v3="${c}"/>\n`;
   });
+  for (const { text, end } of trianglePieces) yield { text, share: shareOf(corners + end) };
   const place = [
     (print.screenWidth * print.pixelSize) / 2,
     (print.screenHeight * print.pixelSize) / 2,
     centre[2] - model.min[2],
   ];
-  yield `    </triangles>
+  const tail = `    </triangles>
    </mesh>
   </object>
  </resources>
@@ -113,13 +130,19 @@ function* modelText(part: ProjectPart): Generator<string> {
  </build>
 </model>
 `;
+  yield { text: tail, share: 1 };
 }
 
-function* inPieces(count: number, line: (index: number) => string): Generator<string> {
+/** Lines of text, some at a time, and how many there are with these. */
+function* inPieces(
+  count: number,
+  line: (index: number) => string,
+): Generator<{ text: string; end: number }> {
   for (let first = 0; first < count; first += piece) {
+    const end = Math.min(first + piece, count);
     let text = '';
-    for (let i = first; i < Math.min(first + piece, count); i++) text += line(i);
-    yield text;
+    for (let i = first; i < end; i++) text += line(i);
+    yield { text, end };
   }
 }
 
