@@ -59,9 +59,11 @@ test('a sealed void is told: resin stays in it, and supports too', async (t) => 
 
 test('a part that begins above the plate is told with its height', () => {
   const layers = [0, 0, 0, 1, 1].map((regions) => ({ regions, supports: 0, islands: [] }));
-  const [warning, ...rest] = meshWarnings({ ...sound, layers, layerHeight: 0.05 });
+  const [warning, ...rest] = meshWarnings({ ...sound, layers, heights: { layerHeight: 0.05 } });
   assert.match(warning, /^The part begins 0\.15 mm above the plate \(layers 0 to 2 are empty\)/);
   assert.deepEqual(rest, []);
+  const heights = { layerHeight: 0.05, firstLayerHeight: 0.3 };
+  assert.match(meshWarnings({ ...sound, layers, heights })[0], /begins 0\.40 mm above the plate/);
 });
 
 test('a tip too fine for the first layer is told, too', async (t) => {
@@ -84,14 +86,14 @@ test('a gap between parts is told with its place and height', async (t) => {
 
 test('many gaps are told shortly', () => {
   const layers = Array.from({ length: 21 }, (_, i) => ({ regions: (i + 1) % 2 }));
-  const warnings = meshWarnings({ ...sound, layers, layerHeight: 1 });
+  const warnings = meshWarnings({ ...sound, layers, heights: { layerHeight: 1 } });
   assert.equal(warnings.length, 4);
   assert.match(warnings[3], /^7 more gaps/);
 });
 
 test('empty layers on top are nothing to worry about', () => {
   const layers = [{ regions: 1 }, { regions: 0 }];
-  assert.deepEqual(meshWarnings({ ...sound, layers, layerHeight: 1 }), []);
+  assert.deepEqual(meshWarnings({ ...sound, layers, heights: { layerHeight: 1 } }), []);
 });
 
 const row = (out, name) => new RegExp(`^  ${name} +(.*)$`, 'm').exec(out)[1];
