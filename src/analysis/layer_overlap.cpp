@@ -120,7 +120,10 @@ ScratchVector<SharedPixels> sharedPixels(const Layer& layer, const Layer& below)
     intersectRows(layer, below, static_cast<uint32_t>(layer.height * t / tasks),
                   static_cast<uint32_t>(layer.height * (t + 1) / tasks), parts[t]);
   });
+  std::size_t size = 0;
+  for (const ScratchVector<SharedPixels>& part : parts) size += part.size();
   ScratchVector<SharedPixels> shared = std::move(parts[0]);
+  shared.reserve(size);
   for (std::size_t t = 1; t < tasks; ++t) {
     shared.insert(shared.end(), parts[t].begin(), parts[t].end());
   }
@@ -134,6 +137,7 @@ void relateToLayerBelow(Layer& layer, const Layer& below) {
   sortByLabel(shared, below.groups.size(), [](const SharedPixels& s) { return s.lower; });
   sortByLabel(shared, layer.groups.size(), [](const SharedPixels& s) { return s.group; });
 
+  layer.overlaps.reserve(shared.size());
   for (std::size_t i = 0; i < shared.size();) {
     Group& group = layer.groups[shared[i].group];
     group.firstOverlap = static_cast<uint32_t>(layer.overlaps.size());

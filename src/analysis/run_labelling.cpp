@@ -220,23 +220,28 @@ ScratchVector<uint32_t> orderTargets(const LinkLists& lists, ScratchVector<Compo
   return targets;
 }
 
-// Sets the group of the nodes of all root labels; returns the number of groups.
+// Sets the group of the nodes of all root labels; returns the number of groups. What a group
+// reaches is visited in the order of a queue, so that several visits can wait for memory at once,
+// and whether a link leads to something new, a toss-up in noise, is not asked by a branch.
 uint32_t collectGroups(const LabelSets& sets, const ScratchVector<uint32_t>& targets,
                        ScratchVector<ComponentNode>& nodes) {
   uint32_t groupCount = 0;
-  ScratchVector<uint32_t> open;
+  ScratchVector<uint32_t> reached(sets.size() + 1);  // written one ahead of its end
   for (uint32_t label = 0; label < sets.size(); ++label) {
     if (sets.flatRoot(label) != label || nodes[label].group != 0) continue;
     nodes[label].group = ++groupCount;
-    open.push_back(label);
-    while (!open.empty()) {
-      const uint32_t component = open.back();
-      open.pop_back();
-      for (uint32_t k = nodes[component].firstLink; k < nodes[component + 1].firstLink; ++k) {
-        ComponentNode& next = nodes[targets[k]];
-        if (next.group != 0) continue;
-        next.group = groupCount;
-        open.push_back(targets[k]);
+    reached[0] = label;
+    std::size_t size = 1;
+    for (std::size_t i = 0; i < size; ++i) {
+      const uint32_t component = reached[i];
+      const uint32_t end = nodes[component + 1].firstLink;
+      for (uint32_t k = nodes[component].firstLink; k < end; ++k) {
+        const uint32_t target = targets[k];
+        uint32_t& group = nodes[target].group;
+        const uint32_t isNew = group == 0 ? 1 : 0;
+        reached[size] = target;
+        size += isNew;
+        group += isNew * groupCount;
       }
     }
   }
