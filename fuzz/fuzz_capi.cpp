@@ -4,6 +4,7 @@
 #include <fuzzer/FuzzedDataProvider.h>
 
 #include <algorithm>
+#include <cmath>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -72,7 +73,7 @@ class Host {
     maskSlicers_.retireOldest();
     surveys_.retireOldest();
     finished_.retireOldest();
-    switch (input_.ConsumeIntegralInRange(0, 22)) {
+    switch (input_.ConsumeIntegralInRange(0, 23)) {
       case 0:
         return createMesh();
       case 1:
@@ -117,6 +118,8 @@ class Host {
         return finishSurvey();
       case 21:
         return judgeSurvey();
+      case 22:
+        return buildScaffold();
       default:
         return askForMore();
     }
@@ -528,6 +531,69 @@ class Host {
       require(number[i] < info.supports, "a fault of no support");
     }
     require(info.overhang.beyond_near <= info.overhang.area, "more beyond reach than there is");
+  }
+
+  void buildScaffold() {
+    stiltforge_scaffold_settings settings{};
+    settings.struct_size = sizeof settings;
+    check(stiltforge_scaffold_settings_init(&settings, &error_));
+    for (double* const length :
+         {&settings.tip_diameter, &settings.tip_length, &settings.penetration,
+          &settings.pillar_diameter, &settings.foot_diameter, &settings.foot_height,
+          &settings.clearance, &settings.raft_thickness, &settings.brace_diameter,
+          &settings.brace_reach}) {
+      *length = number(*length);
+    }
+    std::vector<stiltforge_point> points(input_.ConsumeIntegralInRange<std::size_t>(0, 12));
+    for (stiltforge_point& point : points) {
+      point.x = number(coordinate());
+      point.y = number(coordinate());
+      point.z = number(coordinate());
+    }
+    int32_t callsLeft = input_.ConsumeIntegralInRange<int32_t>(0, 2);
+    const auto countDown = [](void* left, uint64_t done, uint64_t total) -> int32_t {
+      require(done <= total && total > 0, "more done than there is");
+      return (*static_cast<int32_t*>(left))-- == 0 ? 1 : 0;
+    };
+    stiltforge_scaffold* scaffold = nullptr;
+    const stiltforge_status status = stiltforge_scaffold_create(
+        meshes_.pick(input_), points.data(), points.size(), number(-10), number(0.5),
+        input_.ConsumeBool() ? &settings : nullptr, nullptr,
+        input_.ConsumeBool() ? countDown : nullptr, &callsLeft, &scaffold, &error_);
+    require((check(status) == STILTFORGE_OK) == (scaffold != nullptr),
+            "a scaffold without success");
+    if (scaffold) checkScaffold(scaffold, points.size());
+    stiltforge_scaffold_destroy(scaffold);
+  }
+
+  // Every piece follows the one before, and each point is built or left out.
+  static void checkScaffold(const stiltforge_scaffold* scaffold, std::size_t points) {
+    std::size_t supports = 0;
+    std::size_t braces = 0;
+    std::size_t rings = 0;
+    std::size_t left = 0;
+    const stiltforge_built_support* const support =
+        stiltforge_scaffold_supports(scaffold, &supports);
+    const stiltforge_brace* const brace = stiltforge_scaffold_braces(scaffold, &braces);
+    stiltforge_scaffold_rings(scaffold, &rings);
+    stiltforge_scaffold_left_out(scaffold, &left);
+    require(supports + left == points, "points that are neither built nor left out");
+    uint64_t triangle = 0;
+    uint64_t ring = 0;
+    const auto follow = [&](const auto& piece) {
+      require(piece.first_triangle == triangle && piece.first_ring == ring, "a gap in the lists");
+      triangle += piece.triangle_count;
+      ring += piece.ring_count;
+    };
+    for (std::size_t i = 0; i < supports; ++i) follow(support[i]);
+    for (std::size_t i = 0; i < braces; ++i) follow(brace[i]);
+    triangle += stiltforge_scaffold_raft_triangle_count(scaffold);
+    require(ring == rings && triangle == stiltforge_scaffold_triangle_count(scaffold),
+            "pieces that are not all");
+    const float* const positions = stiltforge_scaffold_positions(scaffold);
+    for (std::size_t i = 0; i < 9 * triangle; ++i) {
+      require(std::isfinite(positions[i]), "a corner that is no place");
+    }
   }
 
   void readSupports() {

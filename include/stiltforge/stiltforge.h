@@ -18,6 +18,7 @@
  *   support     a point at which a support is to touch the part: a pixel of a layer.
  *   survey      what is known of a part to judge what supports hold of it, and to finish them: to
  *               leave out what no one needs and to add what is missing.
+ *   orientation how a part stands on the plate.
  *   scaffold    supports as geometry: tips, pillars, feet, braces and a raft, as triangles.
  *   x, y        column and row of a pixel, from 0 at the top left of the slice.
  * Lengths are in millimetres unless pixels or layers are said. All numbers are in the byte order
@@ -321,6 +322,19 @@ STILTFORGE_API stiltforge_status stiltforge_mesh_scale(stiltforge_mesh* mesh, do
 STILTFORGE_API stiltforge_status stiltforge_mesh_scale_to_height(stiltforge_mesh* mesh,
                                                                  double height,
                                                                  stiltforge_error* error);
+
+/** How a part is turned: degrees about the fixed axes x, then y, then z, counter-clockwise as seen
+    from their positive ends. */
+typedef struct stiltforge_turn {
+  double x;
+  double y;
+  double z;
+} stiltforge_turn;
+
+/** Turns the mesh about the origin. Quarter turns are exact. */
+STILTFORGE_API stiltforge_status stiltforge_mesh_turn(stiltforge_mesh* mesh,
+                                                      const stiltforge_turn* turn,
+                                                      stiltforge_error* error);
 
 /** The corners of the mesh's box, mm: x, y, z each. */
 STILTFORGE_API stiltforge_status stiltforge_mesh_get_box(const stiltforge_mesh* mesh, double min[3],
@@ -990,6 +1004,105 @@ STILTFORGE_API const uint32_t* stiltforge_verdict_faults(const stiltforge_verdic
                                                          uint32_t fault, size_t* count);
 
 STILTFORGE_API void stiltforge_verdict_destroy(stiltforge_verdict* verdict);
+
+/* Orientations */
+
+/** Ways in which a part can be printed, ranked. They do not need their mesh. docs/orientation.md
+    tells how they are found, and what is measured. */
+typedef struct stiltforge_orientations stiltforge_orientations;
+
+/** How orientations are ranked: a weight says how much a measure counts, 0 to 1,000,000. */
+typedef struct stiltforge_orient_settings {
+  size_t struct_size;
+  double supports_weight; /**< 1 */
+  double overhang_weight; /**< 0.5 */
+  double islands_weight;  /**< 0.25 */
+  double height_weight;   /**< 0.25 */
+  double cups_weight;     /**< 0.5 */
+  double marks_weight;    /**< counts only with a side to be kept clean; 2 */
+  /** The side of the part that is to carry no marks: the direction that it faces, x, y, z, of any
+      length; three zeros for none; 0, 0, 0. */
+  double keep_clean[3];
+  uint32_t directions; /**< that are tried, over the sphere, 1 to 100,000; 200 */
+  uint32_t listed;     /**< orientations of the result, at most, 1 to 1,000; 6 */
+  /** 1: measures those again as they will be printed; 0: all figures are of a coarser grid; 1. */
+  uint32_t confirm;
+  /** Measured side by side, at most, 1 to 1,000: each takes the memory of a print; 1000. */
+  uint32_t at_once;
+} stiltforge_orient_settings;
+
+/** Fills in the defaults. */
+STILTFORGE_API stiltforge_status
+stiltforge_orient_settings_init(stiltforge_orient_settings* settings, stiltforge_error* error);
+
+/**
+ * Tries orientations of a mesh: its flat sides, a spread over the sphere, and around the best of
+ * them; only those that fit on the screen. Each is sliced, analysed and finished at a coarser grid,
+ * about 250 pixels along the part. Hundreds of orientations are tried, so it takes a while.
+ *
+ * print: its offsets and margin have no influence. settings: null for the defaults. cancel,
+ * on_progress: may be null. context: handed to on_progress.
+ *
+ * STILTFORGE_INVALID_ARGUMENT when a setting cannot be used; STILTFORGE_UNUSABLE_MESH when the mesh
+ * cannot be sliced or fits in no way; STILTFORGE_CANCELLED when the callback or the token ended it.
+ */
+STILTFORGE_API stiltforge_status stiltforge_orientations_create(
+    const stiltforge_mesh* mesh, const stiltforge_print_settings* print,
+    const stiltforge_orient_settings* settings, stiltforge_cancel_token* cancel,
+    stiltforge_progress_callback on_progress, void* context, stiltforge_orientations** orientations,
+    stiltforge_error* error);
+
+/** Where an orientation comes from. */
+enum {
+  STILTFORGE_AS_IT_IS = 0,  /**< the mesh as it was given */
+  STILTFORGE_FLAT_SIDE = 1, /**< a flat side lies on the plate */
+  STILTFORGE_SPREAD = 2,    /**< one of the directions over the sphere */
+  STILTFORGE_NEARBY = 3     /**< near a better one */
+};
+
+/** A way in which the part can stand, and what a print of it costs. */
+typedef struct stiltforge_orientation {
+  stiltforge_turn turn;   /**< for stiltforge_mesh_turn() */
+  uint32_t origin;        /**< STILTFORGE_AS_IT_IS and so on */
+  uint32_t islands;       /**< bodies that begin in the air and that nothing takes soon */
+  uint64_t first_support; /**< place of its first support in the list of these */
+  uint64_t support_count; /**< supports, after finishing */
+  double overhang;        /**< mm2 of steep overhang, seen from below */
+  double height;          /**< mm from the lowest point to the highest */
+  double cups;  /**< mm3 of empty space that is closed while it is printed: bowls, bells, voids */
+  double marks; /**< mm2 of the side to be kept clean that supports or the plate would mark */
+  /** The weighted mean of the measures, each as a multiple of an average orientation's: 1 is about
+      average, less is better. */
+  double cost;
+} stiltforge_orientation;
+
+/** The best orientations, best first, no two alike. `count`, which may be null, becomes their
+    number. Null for null. Valid until the handle is destroyed. */
+STILTFORGE_API const stiltforge_orientation* stiltforge_orientations_best(
+    const stiltforge_orientations* orientations, size_t* count);
+
+/** The mesh as it was given; null when it does not fit on the screen or shows nothing, and for
+   null. Valid until the handle is destroyed. */
+STILTFORGE_API const stiltforge_orientation* stiltforge_orientations_as_it_is(
+    const stiltforge_orientations* orientations);
+
+/** The supports of these orientations, of each the lowest first: x, y and z in the coordinates of
+    the turned mesh, and island; the rest is 0. Null when there are none; otherwise as above. */
+STILTFORGE_API const stiltforge_point* stiltforge_orientations_supports(
+    const stiltforge_orientations* orientations, size_t* count);
+
+typedef struct stiltforge_orientations_info {
+  size_t struct_size;
+  uint64_t tried;      /**< orientations */
+  double pixel_size;   /**< mm, of the grid on which they were tried */
+  double layer_height; /**< mm, likewise */
+} stiltforge_orientations_info;
+
+STILTFORGE_API stiltforge_status
+stiltforge_orientations_get_info(const stiltforge_orientations* orientations,
+                                 stiltforge_orientations_info* info, stiltforge_error* error);
+
+STILTFORGE_API void stiltforge_orientations_destroy(stiltforge_orientations* orientations);
 
 /* Supports as geometry */
 

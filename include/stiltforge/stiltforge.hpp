@@ -94,6 +94,9 @@ using VerdictInfo = stiltforge_verdict_info;
 using Island = stiltforge_island;
 using WorstPlace = stiltforge_worst_place;
 using ClosePair = stiltforge_close_pair;
+using Turn = stiltforge_turn;
+using Orientation = stiltforge_orientation;
+using OrientationsInfo = stiltforge_orientations_info;
 using Ring = stiltforge_ring;
 using BuiltSupport = stiltforge_built_support;
 using Brace = stiltforge_brace;
@@ -134,6 +137,11 @@ struct JudgeSettings : stiltforge_judge_settings {
   JudgeSettings()
       : stiltforge_judge_settings(
             detail::filled<stiltforge_judge_settings>(stiltforge_judge_settings_init)) {}
+};
+struct OrientSettings : stiltforge_orient_settings {
+  OrientSettings()
+      : stiltforge_orient_settings(
+            detail::filled<stiltforge_orient_settings>(stiltforge_orient_settings_init)) {}
 };
 struct ScaffoldSettings : stiltforge_scaffold_settings {
   ScaffoldSettings()
@@ -313,6 +321,7 @@ class Mesh : public detail::Handle<stiltforge_mesh, stiltforge_mesh_destroy> {
   }
 
   void turnYUp() { detail::call(stiltforge_mesh_turn_y_up, get()); }
+  void turn(const Turn& turn) { detail::call(stiltforge_mesh_turn, get(), &turn); }
   void scale(double factor) { detail::call(stiltforge_mesh_scale, get(), factor); }
   void scaleToHeight(double height) {
     detail::call(stiltforge_mesh_scale_to_height, get(), height);
@@ -491,6 +500,43 @@ class Survey : public detail::Handle<stiltforge_survey, stiltforge_survey_destro
     stiltforge_verdict* verdict = nullptr;
     detail::call(stiltforge_survey_judge, get(), finished, &settings, &verdict);
     return Verdict(verdict);
+  }
+};
+
+/// Ways in which a part can be printed, ranked. The lists are valid until it is destroyed.
+class Orientations
+    : public detail::Handle<stiltforge_orientations, stiltforge_orientations_destroy> {
+ public:
+  /// Tries orientations of the mesh.
+  Orientations(const Mesh& mesh, const PrintSettings& print, const OrientSettings& settings = {},
+               const Progress& onProgress = {}, CancelToken* cancel = nullptr)
+      : Handle(search(mesh, print, settings, onProgress, cancel)) {}
+
+  /// The best first.
+  View<Orientation> best() const { return detail::listOf(stiltforge_orientations_best, get()); }
+  /// Null when the mesh does not fit on the screen as it is.
+  const Orientation* asItIs() const { return stiltforge_orientations_as_it_is(get()); }
+  /// Of an orientation of this object: mm in the coordinates of the turned mesh.
+  std::vector<Point> supportsOf(const Orientation& orientation) const {
+    const Point* const first =
+        stiltforge_orientations_supports(get(), nullptr) + orientation.first_support;
+    return {first, first + orientation.support_count};
+  }
+  OrientationsInfo info() const {
+    return detail::filled<OrientationsInfo>(stiltforge_orientations_get_info, get());
+  }
+
+ private:
+  static stiltforge_orientations* search(const Mesh& mesh, const PrintSettings& print,
+                                         const OrientSettings& settings, const Progress& onProgress,
+                                         CancelToken* cancel) {
+    stiltforge_orientations* orientations = nullptr;
+    detail::Callback<std::uint64_t, std::uint64_t>(onProgress)
+        .during([&](stiltforge_progress_callback callback, void* context) {
+          detail::call(stiltforge_orientations_create, mesh.get(), &print, &settings,
+                       cancel ? cancel->get() : nullptr, callback, context, &orientations);
+        });
+    return orientations;
   }
 };
 

@@ -4,6 +4,7 @@
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -124,6 +125,15 @@ struct stiltforge_verdict : stiltforge::capi::Handle {
   std::vector<stiltforge_worst_place> worst;
   std::vector<stiltforge_close_pair> closePairs;
   std::array<std::vector<uint32_t>, 4> faults;  // by STILTFORGE_IN_NO_MATERIAL and so on
+};
+
+struct stiltforge_orientations : stiltforge::capi::Handle {
+  static constexpr uint32_t kind = 0x4E49524F;
+  stiltforge_orientations() : Handle(kind) {}
+  stiltforge_orientations_info info{};
+  std::vector<stiltforge_orientation> best;
+  std::optional<stiltforge_orientation> asItIs;
+  std::vector<stiltforge_point> supports;
 };
 
 struct stiltforge_scaffold : stiltforge::capi::Handle {

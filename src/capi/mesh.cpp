@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <cmath>
 #include <cstddef>
 #include <memory>
 #include <string>
@@ -7,6 +8,7 @@
 #include "capi/handles.h"
 #include "mesh/limits.h"
 #include "print/part_transform.h"
+#include "print/turn.h"
 #include "runtime/number_text.h"
 #include "slicing/slicing_error.h"
 
@@ -32,6 +34,12 @@ void requirePositive(double value, const char* name) {
   if (value > 0 && value <= 1e30) return;
   throw capi::InvalidArgument(std::string(name) + " is " + stiltforge::numberText(value) +
                               "; it must be above 0");
+}
+
+void requireAngle(double degrees, const char* name) {
+  if (std::isfinite(degrees)) return;
+  throw capi::InvalidArgument(std::string(name) + " is " + stiltforge::numberText(degrees) +
+                              "; it must be a finite number of degrees");
 }
 
 }  // namespace
@@ -82,6 +90,18 @@ stiltforge_status stiltforge_mesh_turn_y_up(stiltforge_mesh* mesh, stiltforge_er
   return capi::guarded(__func__, error, [&] {
     const capi::Writing turned(mesh, "mesh");
     stiltforge::turnYUp(turned->positions);
+  });
+}
+
+stiltforge_status stiltforge_mesh_turn(stiltforge_mesh* mesh, const stiltforge_turn* turn,
+                                       stiltforge_error* error) {
+  return capi::guarded(__func__, error, [&] {
+    const capi::Writing target(mesh, "mesh");
+    capi::requireArgument(turn, "turn");
+    requireAngle(turn->x, "turn->x");
+    requireAngle(turn->y, "turn->y");
+    requireAngle(turn->z, "turn->z");
+    target->positions = stiltforge::turned(target->positions, {turn->x, turn->y, turn->z});
   });
 }
 

@@ -29,6 +29,7 @@ TEST(Arguments, NullIsRefusedByName) {
   stiltforge_survey* newSurvey = nullptr;
   stiltforge_finished* newFinished = nullptr;
   stiltforge_verdict* newVerdict = nullptr;
+  stiltforge_orientations* newOrientations = nullptr;
   stiltforge_scaffold* newScaffold = nullptr;
   stiltforge_slicer_info info{};
   info.struct_size = sizeof info;
@@ -142,6 +143,24 @@ TEST(Arguments, NullIsRefusedByName) {
        [&] { return stiltforge_survey_judge(survey.get(), null, null, null, e); }},
       {"survey is null", [&] { return stiltforge_survey_judge(null, null, null, &newVerdict, e); }},
       {"verdict is null", [&] { return stiltforge_verdict_get_info(null, null, e); }},
+      {"mesh is null", [&] { return stiltforge_mesh_turn(null, null, e); }},
+      {"turn is null", [&] { return stiltforge_mesh_turn(mesh.get(), null, e); }},
+      {"settings is null", [&] { return stiltforge_orient_settings_init(null, e); }},
+      {"orientations is null",
+       [&] {
+         return stiltforge_orientations_create(mesh.get(), &print, null, null, null, null, null, e);
+       }},
+      {"mesh is null",
+       [&] {
+         return stiltforge_orientations_create(null, &print, null, null, null, null,
+                                               &newOrientations, e);
+       }},
+      {"print is null",
+       [&] {
+         return stiltforge_orientations_create(mesh.get(), null, null, null, null, null,
+                                               &newOrientations, e);
+       }},
+      {"orientations is null", [&] { return stiltforge_orientations_get_info(null, null, e); }},
       {"settings is null", [&] { return stiltforge_scaffold_settings_init(null, e); }},
       {"scaffold is null",
        [&] {
@@ -215,6 +234,9 @@ TEST(Arguments, WhatAsksNullHasNothingToTell) {
   EXPECT_EQ(stiltforge_verdict_worst(nullptr, nullptr), nullptr);
   EXPECT_EQ(stiltforge_verdict_close_pairs(nullptr, nullptr), nullptr);
   EXPECT_EQ(stiltforge_verdict_faults(nullptr, 0, nullptr), nullptr);
+  EXPECT_EQ(stiltforge_orientations_best(nullptr, nullptr), nullptr);
+  EXPECT_EQ(stiltforge_orientations_as_it_is(nullptr), nullptr);
+  EXPECT_EQ(stiltforge_orientations_supports(nullptr, nullptr), nullptr);
   EXPECT_EQ(stiltforge_scaffold_triangle_count(nullptr), 0u);
   EXPECT_EQ(stiltforge_scaffold_raft_triangle_count(nullptr), 0u);
   EXPECT_EQ(stiltforge_scaffold_positions(nullptr), nullptr);
@@ -239,6 +261,7 @@ TEST(Arguments, NullMayBeDestroyed) {
   stiltforge_survey_destroy(nullptr);
   stiltforge_finished_destroy(nullptr);
   stiltforge_verdict_destroy(nullptr);
+  stiltforge_orientations_destroy(nullptr);
   stiltforge_scaffold_destroy(nullptr);
 }
 
