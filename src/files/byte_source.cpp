@@ -18,6 +18,15 @@ FileError unreadable(const std::string& reason) {
   return {"the file can't be read (" + reason + ")", checkPath};
 }
 
+// JavaScript, like many a program, keeps names as text, in which U+FFFD stands for each byte that
+// is none.
+FileError missing(const std::filesystem::path& path) {
+  const bool isGarbled = path.u8string().find(u8"\uFFFD") != std::u8string::npos;
+  return {"there is no such file",
+          isGarbled ? "Rename it if its name, or that of a folder above it, is not valid UTF-8"
+                    : "Check the path"};
+}
+
 void requireRegularFile(const std::filesystem::path& path, const std::string& kind) {
   using std::filesystem::file_type;
   std::error_code failure;
@@ -26,7 +35,7 @@ void requireRegularFile(const std::filesystem::path& path, const std::string& ki
     case file_type::regular:
       return;
     case file_type::not_found:
-      throw FileError("there is no such file", "Check the path");
+      throw missing(path);
     case file_type::directory:
       throw FileError("this is a folder", "Name " + kind + " in it");
     case file_type::block:

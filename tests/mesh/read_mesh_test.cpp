@@ -114,6 +114,10 @@ TEST_F(MeshFile, APictureIsNoMeshWhateverItsName) {
 TEST_F(MeshFile, ThatCannotBeReadSaysWhy) {
   EXPECT_EQ(refusalOf(folder_ / "nowhere.stl"), "there is no such file. Check the path.");
   EXPECT_EQ(refusalOf(folder_ / "nowhere" / "part.stl"), "there is no such file. Check the path.");
+  EXPECT_EQ(
+      refusalOf(folder_ / u8"caf\uFFFD.stl"),
+      "there is no such file. Rename it if its name, or that of a folder above it, is not valid "
+      "UTF-8.");
   EXPECT_EQ(refusalOf(folder_), "this is a folder. Name a mesh file in it.");
   EXPECT_THAT(refusalOf(file("a.stl", "x") / "b.stl"), HasSubstr("Check the path"));
   EXPECT_EQ(refusalOf(file("empty.stl", "")), "the file is empty. Copy or export it again.");

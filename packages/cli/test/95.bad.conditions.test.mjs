@@ -300,3 +300,54 @@ test('a name that would command the terminal is shown without its commands', {
     assert.doesNotMatch(`${out}${err}`, /[^\P{Cc}\n]/u);
   }
 });
+
+/** A line for a shell, in which %s stands for a name that is not UTF-8. */
+function withStrangeName(cwd, line) {
+  const words = line.replaceAll('%s', '"$name"').replace('stiltforge', '"$node" "$main"');
+  const script = `name=$(printf 'caf\\351'); ${words}`;
+  const env = { ...process.env, node: process.execPath, main };
+  const { status, stderr } = spawnSync('sh', ['-c', script], { cwd, env, encoding: 'utf8' });
+  return { code: status, err: stderr };
+}
+
+const strange = Buffer.from('caf\xe9', 'latin1');
+const quickly = '--pixel-size 0.2 --layer-height 0.5 --no-pictures --quiet';
+
+test('a mesh whose name is not UTF-8 is told, with what to do', {
+  skip: process.platform !== 'linux',
+}, async (t) => {
+  const cwd = await folderWith(t, parts);
+  const { code, err } = withStrangeName(cwd, `mv table.stl %s.stl; stiltforge %s.stl ${quickly}`);
+  assert.equal(code, 3);
+  assert.match(
+    err,
+    /: there is no such file\. Rename it if its name, or .* is not valid UTF-8\.\n$/,
+  );
+  const left = await readdir(cwd, { encoding: 'buffer' });
+  assert.equal(left.length, 2);
+});
+
+test('no folder gets another name than the one that was meant', {
+  skip: process.platform !== 'linux',
+}, async (t) => {
+  const cwd = await folderWith(t, parts);
+  const { code, err } = withStrangeName(cwd, `stiltforge table.stl --out %s ${quickly}`);
+  assert.equal(code, 2);
+  assert.match(err, /a folder of this name can't be made, since it is not valid UTF-8/);
+  assert.deepEqual(await outputNames(cwd), ['plate.sl1', 'table.stl']);
+});
+
+test('a run in a folder whose name is not UTF-8 writes there', {
+  skip: process.platform !== 'linux',
+}, async (t) => {
+  const cwd = await folderWith(t, parts);
+  const { code, err } = withStrangeName(
+    cwd,
+    `mkdir %s; mv table.stl %s; cd %s; stiltforge table.stl ${quickly}`,
+  );
+  assert.equal(code, 0, err);
+  const separator = Buffer.from('/');
+  const folder = Buffer.concat([Buffer.from(cwd), separator, strange]);
+  assert.deepEqual((await readdir(folder)).sort(), ['table-supports', 'table.stl']);
+  assert.equal((await readdir(cwd)).length, 2);
+});

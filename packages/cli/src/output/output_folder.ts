@@ -9,7 +9,7 @@ import {
   writeFileSync,
 } from 'node:fs';
 import { mkdir, open } from 'node:fs/promises';
-import { dirname, join, resolve } from 'node:path';
+import { dirname, join, normalize } from 'node:path';
 import { ExitCode, messageOf, UserError } from '../errors.js';
 import {
   Digest,
@@ -50,6 +50,7 @@ export class OutputFolder {
 
   /** Throws a UserError when the folder can't be made or holds something that is in the way. */
   static open(path: string, { expected, force }: OutputFolderOptions): OutputFolder {
+    requireText(path);
     const folder = new OutputFolder(path, force);
     try {
       inOutputError(path, 'the folder', () => {
@@ -211,7 +212,8 @@ export class OutputFolder {
 
   private make(folder: string): void {
     const missing: string[] = [];
-    for (let path = resolve(folder); !isFolder(path); path = dirname(path)) missing.unshift(path);
+    // Relative as it is: the name of a folder above need be no text.
+    for (let path = normalize(folder); !isFolder(path); path = dirname(path)) missing.unshift(path);
     // Step by step: where a file system takes no folders, a recursive mkdir tries for ever.
     for (const path of missing) {
       try {
@@ -223,6 +225,15 @@ export class OutputFolder {
       }
     }
   }
+}
+
+/** U+FFFD stands for bytes of a name that are no text: the folder would get another name. */
+function requireText(path: string): void {
+  if (!path.includes('\ufffd') || existsSync(path)) return;
+  throw new UserError(
+    ExitCode.usage,
+    `${path}: a folder of this name can't be made, since it is not valid UTF-8. Choose another with --out.`,
+  );
 }
 
 /**
