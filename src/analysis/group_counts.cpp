@@ -5,6 +5,7 @@
 #include <span>
 #include <vector>
 
+#include "runtime/apart.h"
 #include "runtime/scratch_vector.h"
 #include "runtime/worker_pool.h"
 
@@ -68,7 +69,8 @@ void countBlock(const uint8_t* blue, std::size_t n, BlueLimits limits, Counts& c
   counts.island += island;
 }
 
-void countPixels(const uint8_t* blue, std::size_t n, BlueLimits limits, Counts& counts) {
+STILTFORGE_APART void countPixels(const uint8_t* blue, std::size_t n, BlueLimits limits,
+                                  Counts& counts) {
   constexpr std::size_t block = 255;
   for (std::size_t start = 0; start < n; start += block) {
     countBlock(blue + start, std::min(n - start, block), limits, counts);
@@ -79,7 +81,7 @@ void countPixels(const uint8_t* blue, std::size_t n, BlueLimits limits, Counts& 
 // ends at a random place.
 class RowSums {
  public:
-  RowSums(uint32_t width, BlueLimits limits) : sums_(std::size_t{width} + 1) {
+  STILTFORGE_APART RowSums(uint32_t width, BlueLimits limits) : sums_(std::size_t{width} + 1) {
     for (std::size_t b = 0; b < 256; ++b) {
       countsOf_[b] = uint64_t{b < limits.almostNotBlue} | uint64_t{b < limits.island} << shift;
     }

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <vector>
 
+#include "runtime/apart.h"
 #include "runtime/scratch_vector.h"
 #include "runtime/worker_pool.h"
 
@@ -99,7 +100,8 @@ void intersectRows(const Layer& layer, const Layer& below, uint32_t firstRow, ui
 
 // Stable counting sort by one of the two labels.
 template <typename Key>
-void sortByLabel(ScratchVector<SharedPixels>& shared, std::size_t labels, Key key) {
+STILTFORGE_APART void sortByLabel(ScratchVector<SharedPixels>& shared, std::size_t labels,
+                                  Key key) {
   const auto isBefore = [&](const SharedPixels& a, const SharedPixels& b) {
     return key(a) < key(b);
   };
@@ -112,7 +114,7 @@ void sortByLabel(ScratchVector<SharedPixels>& shared, std::size_t labels, Key ke
   shared = std::move(sorted);
 }
 
-ScratchVector<SharedPixels> sharedPixels(const Layer& layer, const Layer& below) {
+STILTFORGE_APART ScratchVector<SharedPixels> sharedPixels(const Layer& layer, const Layer& below) {
   const std::size_t tasks = std::clamp<std::size_t>(layer.material.runCount() / runsPerTask + 1, 1,
                                                     std::max<std::size_t>(layer.height, 1));
   std::vector<ScratchVector<SharedPixels>> parts(tasks);

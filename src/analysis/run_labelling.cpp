@@ -4,6 +4,7 @@
 #include <utility>
 #include <vector>
 
+#include "runtime/apart.h"
 #include "runtime/disjoint_sets.h"
 #include "runtime/scratch_vector.h"
 #include "runtime/worker_pool.h"
@@ -146,7 +147,7 @@ std::vector<Band> bandsOf(const Layer& layer) {
 }
 
 // The labels of all bands, one band's after the other's.
-LabelSets joinLabels(std::vector<Band>& bands) {
+STILTFORGE_APART LabelSets joinLabels(std::vector<Band>& bands) {
   std::size_t size = 0;
   for (Band& band : bands) {
     band.labelOffset = static_cast<uint32_t>(size);
@@ -159,8 +160,9 @@ LabelSets joinLabels(std::vector<Band>& bands) {
 }
 
 // Unites what touches across the seams of the bands; returns the corner links across them.
-ScratchVector<LabelPair> joinSeams(const Layer& layer, const std::vector<Band>& bands,
-                                   LabelSets& sets) {
+STILTFORGE_APART ScratchVector<LabelPair> joinSeams(const Layer& layer,
+                                                    const std::vector<Band>& bands,
+                                                    LabelSets& sets) {
   Contacts touches;
   Contacts corners;
   ScratchVector<LabelPair> links;
@@ -183,8 +185,8 @@ ScratchVector<LabelPair> joinSeams(const Layer& layer, const std::vector<Band>& 
 // Corner links between root labels: a list for each band and one for the seams.
 using LinkLists = std::vector<ScratchVector<LabelPair>>;
 
-LinkLists linkRoots(std::vector<Band>& bands, ScratchVector<LabelPair> seams,
-                    const LabelSets& sets) {
+STILTFORGE_APART LinkLists linkRoots(std::vector<Band>& bands, ScratchVector<LabelPair> seams,
+                                     const LabelSets& sets) {
   LinkLists lists(bands.size() + 1);
   lists.back() = std::move(seams);
   const auto toRoots = [&](ScratchVector<LabelPair>& links, uint32_t offset) {
@@ -207,7 +209,8 @@ struct ComponentNode {
 
 // The targets of the links, ordered by the component that they start from. There is one node more
 // than labels.
-ScratchVector<uint32_t> orderTargets(const LinkLists& lists, ScratchVector<ComponentNode>& nodes) {
+STILTFORGE_APART ScratchVector<uint32_t> orderTargets(const LinkLists& lists,
+                                                      ScratchVector<ComponentNode>& nodes) {
   for (const ScratchVector<LabelPair>& links : lists) {
     for (const LabelPair& link : links) ++nodes[link.upper].firstLink;
   }
@@ -223,8 +226,9 @@ ScratchVector<uint32_t> orderTargets(const LinkLists& lists, ScratchVector<Compo
 // Sets the group of the nodes of all root labels; returns the number of groups. What a group
 // reaches is visited in the order of a queue, so that several visits can wait for memory at once,
 // and whether a link leads to something new, a toss-up in noise, is not asked by a branch.
-uint32_t collectGroups(const LabelSets& sets, const ScratchVector<uint32_t>& targets,
-                       ScratchVector<ComponentNode>& nodes) {
+STILTFORGE_APART uint32_t collectGroups(const LabelSets& sets,
+                                        const ScratchVector<uint32_t>& targets,
+                                        ScratchVector<ComponentNode>& nodes) {
   uint32_t groupCount = 0;
   ScratchVector<uint32_t> reached(sets.size() + 1);  // written one ahead of its end
   for (uint32_t label = 0; label < sets.size(); ++label) {

@@ -5,6 +5,8 @@
 #include <span>
 #include <utility>
 
+#include "runtime/apart.h"
+
 namespace stiltforge::hold {
 
 namespace {
@@ -64,13 +66,27 @@ void EmptySpace::add(const RunRows& material, const RunRows& below) {
 }
 
 void EmptySpace::findSpaces(const RunRows& material, const RunRows& below) {
+  DisjointSets pieces;  // of the layer
+  pieces.add();         // outside
+  findPieces(material, below, pieces);
+  for (uint32_t piece = 1; piece < pieces.size(); ++piece) {
+    isOpen_ = isOpen_ && pieces.root(piece) == outside;
+  }
+  if (isOpen_ && isOpenBelow_) {
+    std::fill(layer_.begin(), layer_.end(), outside);
+  } else {
+    joinSpaces(material, below, pieces);
+  }
+}
+
+// Numbers each gap by a piece of the layer.
+STILTFORGE_APART void EmptySpace::findPieces(const RunRows& material, const RunRows& below,
+                                             DisjointSets& pieces) {
   const auto height = static_cast<std::size_t>(material.height());
   const auto reachesOut = [&](Run gap, std::size_t y) {
     return y == 0 || y + 1 == height || isBesideMaterial(gap, material, y - 1) ||
            isBesideMaterial(gap, material, y + 1) || isBesideMaterial(gap, below, y);
   };
-  DisjointSets pieces;  // of the layer
-  pieces.add();         // outside
   forEachRowOfGaps(material, [&](std::size_t y, uint32_t begin, uint32_t end) {
     for (uint32_t gap = begin; gap < end; ++gap) {
       if (reachesOut(gapBefore(material, gap), y)) layer_[gap] = outside;
@@ -85,15 +101,11 @@ void EmptySpace::findSpaces(const RunRows& material, const RunRows& below) {
       if (layer_[gap] == none) layer_[gap] = pieces.add();
     }
   });
+}
 
-  for (uint32_t piece = 1; piece < pieces.size(); ++piece) {
-    isOpen_ = isOpen_ && pieces.root(piece) == outside;
-  }
-  if (isOpen_ && isOpenBelow_) {
-    std::fill(layer_.begin(), layer_.end(), outside);
-    return;
-  }
-
+// Numbers each gap by its space, the layer's pieces by those of the layer below.
+STILTFORGE_APART void EmptySpace::joinSpaces(const RunRows& material, const RunRows& below,
+                                             DisjointSets& pieces) {
   std::vector<uint32_t> spaceOf(pieces.size(), none);
   spaceOf[outside] = outside;
   forEachRowOfGaps(material, [&](std::size_t y, uint32_t begin, uint32_t end) {

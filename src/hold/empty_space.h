@@ -42,6 +42,8 @@ class EmptySpace {
   using SpaceOfGap = ScratchVector<uint32_t>;
 
   void findSpaces(const RunRows& material, const RunRows& below);
+  void findPieces(const RunRows& material, const RunRows& below, DisjointSets& pieces);
+  void joinSpaces(const RunRows& material, const RunRows& below, DisjointSets& pieces);
 
   DisjointSets spaces_;  // 0 is outside
   bool isFirst_ = true;

@@ -15,6 +15,7 @@
 #include "hold/floating_bodies.h"
 #include "hold/gains.h"
 #include "hold/specks.h"
+#include "runtime/apart.h"
 #include "runtime/number_text.h"
 
 namespace stiltforge::hold {
@@ -106,7 +107,7 @@ class Finisher {
         std::min(std::ceil(area / (scale_.pixelSize * scale_.pixelSize)), 1e18));
   }
 
-  void dropImpossible() {
+  STILTFORGE_APART void dropImpossible() {
     for (uint32_t i = 0; i < points().size(); ++i) {
       const Site& point = points()[i];
       if (point.touches != Site::Touches::overhang) {
@@ -121,7 +122,7 @@ class Finisher {
     }
   }
 
-  bool isSpaced(const Place& place) {
+  STILTFORGE_APART bool isSpaced(const Place& place) {
     bool spaced = true;
     const double least = settings_.spacing * settings_.spacing;
     const Run pixel{place.x, static_cast<uint16_t>(place.x + 1)};
@@ -132,7 +133,8 @@ class Finisher {
     return spaced;
   }
 
-  void keep(const Site& site, Reason reason, uint32_t analysed = FinishedPoint::none) {
+  STILTFORGE_APART void keep(const Site& site, Reason reason,
+                             uint32_t analysed = FinishedPoint::none) {
     const std::vector<uint32_t> reached = near_.add(site.place);
     if (gains_) gains_->take(reached);
     far_.add(site.place);
@@ -150,7 +152,7 @@ class Finisher {
     keep(site, reason);
   }
 
-  void holdIslands() {
+  STILTFORGE_APART void holdIslands() {
     std::vector<uint32_t> open;
     for (uint32_t i = 0; i < points().size(); ++i) {
       if (isOpen_[i] != 0) open.push_back(i);
@@ -163,7 +165,7 @@ class Finisher {
     floating.forEachDue(islandLayers_, [&](FloatingBody& body) { return takeBody(body); });
   }
 
-  bool takeBody(FloatingBody& body) {
+  STILTFORGE_APART bool takeBody(FloatingBody& body) {
     stopIfCancelled(cancelled_);
     const std::vector<Island>& islands = survey_.islands();
     if (!body.islands.empty() && isSpeck(islands[body.islands.front()].place)) {
@@ -253,7 +255,7 @@ class Finisher {
   // earlier figure is a bound (M. Minoux, "Accelerated greedy algorithms for maximizing submodular
   // set functions", 1978).
   template <class GainOf, class IsEnough>
-  void takeGreedily(uint64_t least, GainOf&& gainOf, IsEnough&& isEnough) {
+  STILTFORGE_APART void takeGreedily(uint64_t least, GainOf&& gainOf, IsEnough&& isEnough) {
     using Bound = std::pair<double, int64_t>;  // weight, and the negative number of the candidate
     std::priority_queue<Bound> bounds;
     const auto weigh = [&](std::size_t candidate) {
@@ -282,7 +284,7 @@ class Finisher {
   bool isCovered(uint64_t reached) const {
     return static_cast<double>(reached) >= settings_.share * static_cast<double>(near_.pixels());
   }
-  void cover() {
+  STILTFORGE_APART void cover() {
     PointGrid candidates = gridOf(survey_, settings_.reach);
     for (const Site& point : points()) candidates.add(point.place);
     for (const OverhangSample& sample : samples()) candidates.add(sample.place);
@@ -305,7 +307,7 @@ class Finisher {
   // Drops those of the points from that one on that mayGo() and without which enough is held, the
   // least loss first. What a point loses only grows as others go.
   template <class MayGo>
-  void dropNeedless(std::size_t first, MayGo&& mayGo) {
+  STILTFORGE_APART void dropNeedless(std::size_t first, MayGo&& mayGo) {
     using Loss = std::pair<uint64_t, std::size_t>;  // pixels, and the point
     std::priority_queue<Loss, std::vector<Loss>, std::greater<>> losses;
     const auto offer = [&](std::size_t point) {
@@ -355,7 +357,7 @@ class Finisher {
   }
 
   // The nearest kept point of the same body within reach, of equally near ones the first.
-  std::optional<uint32_t> heirOf(const Place& place) {
+  STILTFORGE_APART std::optional<uint32_t> heirOf(const Place& place) {
     std::optional<uint32_t> heir;
     double nearest = settings_.reach * settings_.reach;
     const Run pixel{place.x, static_cast<uint16_t>(place.x + 1)};
@@ -369,7 +371,7 @@ class Finisher {
     return heir;
   }
 
-  void mergeRest() {
+  STILTFORGE_APART void mergeRest() {
     std::vector<uint8_t> isKept(points().size(), 0);
     for (const FinishedPoint& point : result_.points) {
       if (point.analysed != FinishedPoint::none) isKept[point.analysed] = 1;
@@ -391,7 +393,7 @@ class Finisher {
     }
   }
 
-  void sortPoints() {
+  STILTFORGE_APART void sortPoints() {
     std::vector<uint32_t> order(result_.points.size());
     for (uint32_t i = 0; i < order.size(); ++i) order[i] = i;
     const auto key = [&](uint32_t i) {
@@ -417,7 +419,7 @@ class Finisher {
     return survey_.roomLayers() - std::min(survey_.roomLayers(), place.layer);
   }
 
-  void measureLeftAlone() {
+  STILTFORGE_APART void measureLeftAlone() {
     LeftAlone& left = result_.leftAlone;
     uint32_t lift = 0;
     const auto liftFor = [&](const Place& place) {

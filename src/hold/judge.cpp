@@ -10,6 +10,7 @@
 #include "hold/anchoring.h"
 #include "hold/bodies.h"
 #include "hold/point_grid.h"
+#include "runtime/apart.h"
 #include "runtime/number_text.h"
 
 namespace stiltforge::hold {
@@ -61,7 +62,7 @@ class Judge {
   }
 
  private:
-  void judgeIslands() {
+  STILTFORGE_APART void judgeIslands() {
     const Anchoring anchoring(survey_.tracks(), points_);
     for (const Island& island : survey_.islands()) {
       const uint32_t from = anchoring.heldFrom(island.place.track);
@@ -86,8 +87,8 @@ class Judge {
   };
 
   // Replaces `rest` by the parts of the runs that no point reaches.
-  void keepUnreached(const std::vector<Run>& runs, int y, uint32_t layer, Reach& reach,
-                     std::vector<Run>& rest) {
+  STILTFORGE_APART void keepUnreached(const std::vector<Run>& runs, int y, uint32_t layer,
+                                      Reach& reach, std::vector<Run>& rest) {
     rest.clear();
     for (const Run& run : runs) {
       uint32_t& last = reach.last[grid_.cellHolding(run.begin, y)];
@@ -117,7 +118,7 @@ class Judge {
     return pixels;
   }
 
-  void judgeOverhang(uint32_t layer) {
+  STILTFORGE_APART void judgeOverhang(uint32_t layer) {
     for (const OverhangRun& overhang : survey_.overhang(layer)) {
       Surface& surface = surfaceOf(overhang);
       surface.pixels += overhang.length();
@@ -167,7 +168,7 @@ class Judge {
   }
 
   // Of each run the worst pixel, of equal ones the first; with its squared distance for now.
-  void noteWorst(uint16_t y, uint32_t layer) {
+  STILTFORGE_APART void noteWorst(uint16_t y, uint32_t layer) {
     std::optional<Measured> worst;
     for (const Run& run : beyondNear_) {
       const Measured first = measured(run.begin, y, layer, lastNearest_);
@@ -180,7 +181,7 @@ class Judge {
     candidates_.push_back({layer, worst->x, y, worst->nearest.squaredDistance});
   }
 
-  void chooseWorst() {
+  STILTFORGE_APART void chooseWorst() {
     std::stable_sort(
         candidates_.begin(), candidates_.end(),
         [](const WorstPlace& a, const WorstPlace& b) { return a.distance > b.distance; });
@@ -222,8 +223,8 @@ class Judge {
 
   // Steep overhang counts alone: where a surface nearly carries itself, a pixel here and there is
   // far from all points, and rightly so. `pixels`: of the gaps.
-  bool hasLeastArea(const Place& place, const PointGrid& gaps,
-                    const std::vector<uint32_t>& pixels) const {
+  STILTFORGE_APART bool hasLeastArea(const Place& place, const PointGrid& gaps,
+                                     const std::vector<uint32_t>& pixels) const {
     const double least =
         settings_.leastWorstArea / (scale_.pixelSize * scale_.pixelSize) * (1 - roundingSlack);
     const double reach = settings_.nearReach * settings_.nearReach;
@@ -235,7 +236,7 @@ class Judge {
     return found >= least;
   }
 
-  void judgePoints() {
+  STILTFORGE_APART void judgePoints() {
     for (uint32_t i = 0; i < points_.size(); ++i) {
       const Site& point = points_[i];
       if (point.touches == Site::Touches::nothing) verdict_.inNoMaterial.push_back(i);
@@ -245,7 +246,7 @@ class Judge {
     }
   }
 
-  void findClosePairs() {
+  STILTFORGE_APART void findClosePairs() {
     Bodies bodies(survey_.tracks(), islandLayers_);
     for (uint32_t i = 0; i < points_.size(); ++i) {
       const Place& a = points_[i].place;

@@ -4,10 +4,10 @@
 #include <cmath>
 #include <stdexcept>
 #include <string>
-#include <unordered_map>
 #include <utility>
 
 #include "hold/overhang_rows.h"
+#include "runtime/apart.h"
 #include "runtime/number_text.h"
 
 namespace stiltforge::hold {
@@ -102,6 +102,12 @@ Place Survey::placeAt(int x, int y) const {
 }
 
 void Survey::addIslands() {
+  for (uint32_t region = 0; region < regions_.count; ++region) {
+    if (tracks_.isIsland(region)) return measureIslands();
+  }
+}
+
+STILTFORGE_APART void Survey::measureIslands() {
   struct Extent {
     uint64_t sumX = 0;
     uint64_t sumY = 0;
@@ -110,16 +116,12 @@ void Survey::addIslands() {
     uint16_t x = 0;
     uint16_t y = 0;
   };
-  std::unordered_map<uint32_t, Extent> extents;
-  for (uint32_t region = 0; region < regions_.count; ++region) {
-    if (tracks_.isIsland(region)) extents.emplace(region, Extent());
-  }
-  if (extents.empty()) return;
+  std::vector<Extent> extents(regions_.count);  // of the islands
   const auto forEachRun = [&](auto&& fn) {
     for (uint32_t y = 0; y < height_; ++y) {
       for (uint32_t i = regions_.pixels.rowStart(y); i < regions_.pixels.rowStart(y + 1); ++i) {
-        const auto island = extents.find(regions_.ofRun[i]);
-        if (island != extents.end()) fn(island->second, regions_.pixels[i], y);
+        const uint32_t region = regions_.ofRun[i];
+        if (tracks_.isIsland(region)) fn(extents[region], regions_.pixels[i], y);
       }
     }
   };
@@ -141,7 +143,7 @@ void Survey::addIslands() {
   });
   for (uint32_t region = 0; region < regions_.count; ++region) {
     if (!tracks_.isIsland(region)) continue;
-    const Extent& extent = extents.at(region);
+    const Extent& extent = extents[region];
     Island island{placeAt(extent.x, extent.y), extent.pixels};
     island.place.track = tracks_.trackOf(region);
     island.place.hasRoom = room_.at(extent.x, extent.y) >= room_.layers();

@@ -91,6 +91,7 @@ class Survey {
 
   Place placeAt(int x, int y) const;
   void addIslands();
+  void measureIslands();
   void addOverhang(const Slice& slice);
   void addSamples(const Slice& slice);
   void sample(Run run, int y, bool hasRoom);

@@ -6,6 +6,7 @@
 #include <limits>
 #include <numeric>
 
+#include "runtime/apart.h"
 #include "runtime/disjoint_sets.h"
 #include "slicing/plane_crossing.h"
 
@@ -47,7 +48,7 @@ class VertexWeld {
     return slots_[at];
   }
 
-  void grow() {
+  STILTFORGE_APART void grow() {
     slots_.assign(slots_.size() * 2, none);
     for (uint32_t v = 0; v < vertices_.size(); ++v) slotOf(vertices_[v]) = v;
   }
@@ -70,7 +71,7 @@ void forEachEdge(const std::array<uint32_t, 3>& corners, const std::vector<Verte
   }
 }
 
-std::vector<IrregularEdge> findIrregularEdges(const MeshTopology& mesh) {
+STILTFORGE_APART std::vector<IrregularEdge> findIrregularEdges(const MeshTopology& mesh) {
   // Edges in buckets by their low vertex, each as its high vertex and direction.
   std::vector<uint32_t> bucketStart(mesh.vertices.size() + 1, 0);
   for (const auto& triangle : mesh.corners) {
@@ -102,7 +103,7 @@ std::vector<IrregularEdge> findIrregularEdges(const MeshTopology& mesh) {
   return irregular;
 }
 
-void findParts(MeshTopology& mesh) {
+STILTFORGE_APART void findParts(MeshTopology& mesh) {
   // Vertices are numbered along the surface, so trees whose root is the lowest stay flat.
   DisjointSets sets(mesh.vertices.size());
   for (const auto& triangle : mesh.corners) {

@@ -5,8 +5,10 @@
 #include <cmath>
 #include <limits>
 #include <span>
+#include <type_traits>
 #include <utility>
 
+#include "runtime/apart.h"
 #include "runtime/float_conversion.h"
 #include "runtime/worker_pool.h"
 #include "support/score_terms.h"
@@ -32,20 +34,26 @@ constexpr uint64_t mostInFloat = uint64_t{1} << 24;
 // More would take longer than they save.
 constexpr std::size_t mostGhostsTried = 64;
 
-// The largest of values that are numbers and not negative, several side by side: one after the
-// other each comparison would wait for the last.
+// The largest of values that are numbers and not negative. Compilers compare whole numbers side by
+// side, of floats each comparison would wait for the last.
 template <typename Number>
-Number largestOf(std::span<const Number> values) {
-  constexpr std::size_t lanes = 64 / sizeof(Number);
-  std::array<Number, lanes> largest{};
-  std::size_t i = 0;
-  for (; i + lanes <= values.size(); i += lanes) {
-    for (std::size_t k = 0; k < lanes; ++k) {
-      largest[k] = values[i + k] > largest[k] ? values[i + k] : largest[k];
+STILTFORGE_APART Number largestOf(std::span<const Number> values) {
+  if constexpr (std::is_integral_v<Number>) {
+    Number largest = 0;
+    for (const Number value : values) largest = std::max(largest, value);
+    return largest;
+  } else {
+    constexpr std::size_t lanes = 64 / sizeof(Number);
+    std::array<Number, lanes> largest{};
+    std::size_t i = 0;
+    for (; i + lanes <= values.size(); i += lanes) {
+      for (std::size_t k = 0; k < lanes; ++k) {
+        largest[k] = values[i + k] > largest[k] ? values[i + k] : largest[k];
+      }
     }
+    for (; i < values.size(); ++i) largest[0] = std::max(largest[0], values[i]);
+    return *std::max_element(largest.begin(), largest.end());
   }
-  for (; i < values.size(); ++i) largest[0] = std::max(largest[0], values[i]);
-  return *std::max_element(largest.begin(), largest.end());
 }
 
 }  // namespace

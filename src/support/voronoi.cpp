@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "runtime/apart.h"
 #include "runtime/float_conversion.h"
 #include "runtime/worker_pool.h"
 
@@ -35,7 +36,7 @@ bool samePlaces(const std::vector<Site>& a, const std::vector<Site>& b) {
 }
 
 // Skips whole cycles of `length` while further iterations are due.
-uint64_t skipCycles(uint64_t iteration, uint64_t length, float maxIterations) {
+STILTFORGE_APART uint64_t skipCycles(uint64_t iteration, uint64_t length, float maxIterations) {
   for (int shift = 40; shift >= 0; --shift) {
     const uint64_t step = length << shift;
     while (maxIterations > static_cast<float>(iteration + step)) iteration += step;
