@@ -3,6 +3,7 @@
 import { binding } from './binding.js';
 import { bottomOfLayer, type LayerHeights } from './layer_heights.js';
 import type { LayerSource } from './layer_source.js';
+import { requireObject } from './required_object.js';
 import type { Box } from './slicing.js';
 import { type AbortSignalLike, abortable } from './waiting.js';
 
@@ -179,6 +180,8 @@ export async function checkPrint(
   layers: CheckedLayers,
   options: CheckOptions,
 ): Promise<CheckReport> {
+  requireObject(layers, 'The first argument', 'the layers of a slicer');
+  requireObject(options, 'The second argument', 'options');
   const { points, progress, signal, plateZ, lift, turned, mirroredX, mirroredY, ...rest } = options;
   signal?.throwIfAborted();
   const { cropX = 0, cropY = 0, layerCount } = layers;
@@ -221,7 +224,9 @@ const beyond = 65535;
 function packed(points: Iterable<CheckPoint>, layers: CheckedLayers): Uint32Array {
   const { cropX = 0, cropY = 0, width, height } = layers;
   const numbers: number[] = [];
-  for (const { layer, column, row } of points) {
+  for (const point of points) {
+    requireObject(point, `Point ${numbers.length / 3} (counted from 0)`, 'layer, column and row');
+    const { layer, column, row } = point;
     const x = column - cropX;
     const y = row - cropY;
     if (![layer, x, y].every(Number.isInteger)) {

@@ -2,6 +2,7 @@
 
 import { binding } from './binding.js';
 import type { PrintSettings, SupportSettings } from './print.js';
+import { requireObject } from './required_object.js';
 import type { Triangles } from './slicing.js';
 import type { AbortSignalLike } from './waiting.js';
 import { type WatchedWork, watched } from './watched.js';
@@ -124,6 +125,7 @@ interface OrientationBinding {
  * memory runs out; with the signal's reason when it is aborted.
  */
 export async function orient(options: OrientOptions): Promise<OrientResult> {
+  requireObject(options, 'The argument', 'options');
   const { weights = {}, progress, signal, ...rest } = options;
   const given = { ...defaultWeights, ...weights };
   const stranger = Object.keys(given).find((name) => !Object.hasOwn(defaultWeights, name));

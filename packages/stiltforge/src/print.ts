@@ -1,5 +1,6 @@
 import type { AnalysisParameters } from 'stiltforge';
 import { binding } from './binding.js';
+import { requireObject } from './required_object.js';
 
 /** The printer, and how the part is cut for it. */
 export interface PrintSettings {
@@ -81,9 +82,15 @@ export function findSettingConflict(
 
 /** What the native side takes, which refuses anything else. */
 function nativeSettings(
-  { layerHeight, pixelSize, screenWidth, screenHeight, lift }: PrintSettings,
-  { criticalAngle, inset, supportArea, minimumHeight, minimumSpacing }: SupportSettings,
+  print: PrintSettings,
+  support: SupportSettings,
 ): PrintSettings & SupportSettings {
-  const print = { layerHeight, pixelSize, screenWidth, screenHeight, lift };
-  return { ...print, criticalAngle, inset, supportArea, minimumHeight, minimumSpacing };
+  requireObject(print, 'The print', 'settings such as defaultPrint');
+  requireObject(support, 'The support', 'settings such as defaultSupport');
+  const { layerHeight, pixelSize, screenWidth, screenHeight, lift } = print;
+  const { criticalAngle, inset, supportArea, minimumHeight, minimumSpacing } = support;
+  return {
+    ...{ layerHeight, pixelSize, screenWidth, screenHeight, lift },
+    ...{ criticalAngle, inset, supportArea, minimumHeight, minimumSpacing },
+  };
 }

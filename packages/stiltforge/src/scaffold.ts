@@ -1,6 +1,7 @@
 // The supports of a part as geometry: tips, pillars, feet, and a raft.
 
 import { binding } from './binding.js';
+import { requireObject } from './required_object.js';
 import type { Triangles } from './slicing.js';
 import type { AbortSignalLike } from './waiting.js';
 import { type WatchedWork, watched } from './watched.js';
@@ -153,10 +154,15 @@ interface ScaffoldBinding {
  * signal's reason when it is aborted.
  */
 export async function buildScaffold(options: ScaffoldOptions): Promise<Scaffold> {
+  requireObject(options, 'The argument', 'options');
   const { points, progress, signal, ...rest } = options;
+  if (!Array.isArray(points)) {
+    throw new TypeError('The option "points" must be an array of objects with x, y and z.');
+  }
   const places = new Float64Array(3 * points.length);
-  points.forEach(({ x, y, z }, i) => {
-    places.set([x, y, z], 3 * i);
+  points.forEach((point, i) => {
+    requireObject(point, `Point ${i} (counted from 0)`, 'x, y and z');
+    places.set([point.x, point.y, point.z], 3 * i);
   });
   const { startScaffold } = binding<ScaffoldBinding>();
   return watched(

@@ -48,6 +48,18 @@ test('a setting that cannot be used is named with its range', () => {
   assert.match(conflict.range, /mm/);
 });
 
+test('settings that are left out are named', () => {
+  const slices = { width: 9, height: 9, layerCount: 9 };
+  assert.throws(
+    () => analysisParameters(),
+    /^TypeError: The print must be an object with settings/,
+  );
+  assert.throws(
+    () => analysisParameters(defaultPrint, undefined, slices),
+    /^TypeError: The support must be an object with settings such as defaultSupport\.$/,
+  );
+});
+
 test('what cannot be sliced says why', async () => {
   assert.throws(() => createSlicer({ positions: new Float32Array(9) }), TypeError);
   assert.throws(() => createMaskSlicer({ maskWidth: 0, maskHeight: 4 }), Error);

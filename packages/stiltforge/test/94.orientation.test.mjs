@@ -113,6 +113,7 @@ test('a mesh that is no solid or fits in no way is refused in a sentence', async
 });
 
 test('options that are none are named with what they must be', async () => {
+  await assert.rejects(orient(), /^TypeError: The argument must be an object with options\.$/);
   const refused = (options, error) =>
     assert.rejects(orient({ positions: table, ...quick, ...options }), error);
   await refused({ positions: [1, 2, 3] }, { name: 'TypeError', message: /positions/ });

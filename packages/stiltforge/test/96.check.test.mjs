@@ -134,6 +134,13 @@ test('options that are none are refused', async () => {
     check(slicer, { points: [{ layer: 0, column: 0.5, row: 0 }] }),
     /must be whole numbers, not 0, 0.5 and 0/,
   );
+  const points = [{ layer: 0, column: 0, row: 0 }, null];
+  await assert.rejects(
+    check(slicer, { points }),
+    /^TypeError: Point 1 .* layer, column and row\.$/,
+  );
+  await assert.rejects(checkPrint(slicer), /The second argument must be an object with options/);
+  await assert.rejects(checkPrint(), /The first argument must be an object with the layers of a/);
   await assert.rejects(check({ layerCount: 3, width: 4, height: 5 }), /must come from a slicer/);
 });
 

@@ -117,6 +117,12 @@ test('what makes no sense is rejected with a sentence', async () => {
     [{ tipDiamter: 1 }, 'TypeError', /There is no option "tipDiamter"/],
     [{ positions: [1, 2, 3] }, 'TypeError', /"positions" must be a Float32Array/],
     [{ points: [{ x: 1, y: 2 }] }, 'RangeError', /Point 0 \(counted from 0\) is no place/],
+    [
+      { points: [null] },
+      'TypeError',
+      /^Point 0 \(counted from 0\) must be an object with x, y and z/,
+    ],
+    [{ points: undefined }, 'TypeError', /"points" must be an array of objects with x, y and z/],
     [{ plateZ: Number.NaN }, 'RangeError', /"plateZ" must be a finite number/],
     [{ plateZ: undefined }, 'TypeError', /"plateZ" is missing/],
     [{ layerHeight: 0 }, 'RangeError', /"layerHeight" is 0; it must be a positive number/],
@@ -129,6 +135,13 @@ test('what makes no sense is rejected with a sentence', async () => {
       return true;
     });
   }
+});
+
+test('... as are options that are left out', async () => {
+  await assert.rejects(
+    buildScaffold(),
+    /^TypeError: The argument must be an object with options\.$/,
+  );
 });
 
 test('what fails at work is rejected with a code', async () => {
