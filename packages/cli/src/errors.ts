@@ -37,6 +37,12 @@ export function messageOf(error: unknown): string {
   return error instanceof Error ? error.message : String(error);
 }
 
+/** Of an error of the file system only what went wrong: "no such file or directory". */
+export function reasonOf(error: unknown): string {
+  const message = messageOf(error);
+  return /^E[A-Z]+: (.+?), \w+(?: '.*)?$/s.exec(message)?.[1] ?? message;
+}
+
 export function codeOf(error: unknown): unknown {
   return (Object(error) as { code?: unknown }).code;
 }

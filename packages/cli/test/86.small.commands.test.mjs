@@ -72,7 +72,10 @@ test('a parameter that is wrong is named, with what it must be', async (t) => {
     ],
     [['--params', 'list.json'], /it must hold an object of parameters/],
     [['--params', 'cut.json'], /--params cut\.json: it can't be read/],
-    [['--params', 'none.json'], /--params none\.json: it can't be read/],
+    [
+      ['--params', 'none.json'],
+      /--params none\.json: it can't be read \(no such file or directory\)/,
+    ],
   ]) {
     const { code, err } = await run(['part.stl', ...words]);
     assert.equal(code, 2, words.join(' '));

@@ -1,5 +1,5 @@
 import { readFile, stat } from 'node:fs/promises';
-import { ExitCode, messageOf, UserError } from '../errors.js';
+import { ExitCode, messageOf, reasonOf, UserError } from '../errors.js';
 
 /** Where a support touches, mm in the coordinates of the mesh. */
 export interface SupportPlace {
@@ -40,7 +40,7 @@ async function textOf(file: string): Promise<string> {
     return (await readFile(file, 'utf8')).replace(/^\uFEFF/, '');
   } catch (error) {
     if (error instanceof UserError) throw error;
-    throw refused(file, `it can't be read (${messageOf(error)}). Check the name.`);
+    throw refused(file, `it can't be read (${reasonOf(error)}). Check the name.`);
   }
 }
 

@@ -1,7 +1,7 @@
 import { readFileSync, statSync } from 'node:fs';
 import { basename, dirname, join } from 'node:path';
 import type { Triangles } from 'stiltforge/slicing';
-import { ExitCode, messageOf, UserError } from '../errors.js';
+import { ExitCode, reasonOf, UserError } from '../errors.js';
 import { loadMesh } from '../mesh/load.js';
 import { boundingBox, triangleCount } from '../mesh/triangles.js';
 import { type SupportsDocument, schemaVersion } from '../output/documents.js';
@@ -21,7 +21,7 @@ export function earlierRun(folder: string): EarlierRun {
   try {
     document = Object(JSON.parse(readFileSync(path, 'utf8')));
   } catch (error) {
-    throw unusable(path, `it can't be read (${messageOf(error)}). Give the folder of a run`);
+    throw unusable(path, `it can't be read (${reasonOf(error)}). Give the folder of a run`);
   }
   if (document.schemaVersion !== schemaVersion || !isWhole(document)) {
     throw unusable(path, 'another version of stiltforge wrote it. Run stiltforge <mesh> again');

@@ -10,7 +10,7 @@ import {
 } from 'node:fs';
 import { mkdir, open } from 'node:fs/promises';
 import { dirname, join, normalize } from 'node:path';
-import { ExitCode, messageOf, UserError } from '../errors.js';
+import { ExitCode, reasonOf, UserError } from '../errors.js';
 import {
   Digest,
   digestOf,
@@ -309,7 +309,7 @@ async function inOutputErrorLater<T>(path: string, act: () => Promise<T>): Promi
 function outputError(path: string, what: string, error: unknown): UserError {
   return new UserError(
     ExitCode.output,
-    `${path}: ${what} can't be written (${messageOf(error)}). Choose another folder with --out.`,
+    `${path}: ${what} can't be written (${reasonOf(error)}). Choose another folder with --out.`,
     { cause: error },
   );
 }

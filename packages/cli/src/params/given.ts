@@ -2,7 +2,7 @@ import { readFileSync } from 'node:fs';
 import { type Command, InvalidArgumentError, Option } from 'commander';
 import type { AnalysisParameters } from 'stiltforge';
 import { type ParameterRow, parameterTable } from 'stiltforge/analysis';
-import { ExitCode, messageOf, UserError } from '../errors.js';
+import { ExitCode, reasonOf, UserError } from '../errors.js';
 import { suggestion } from '../nearest_name.js';
 
 /** Parameters that take the place of those that follow from the settings. */
@@ -82,7 +82,9 @@ function fileContent(path: string): object {
     if (text.length > mostFileBytes) throw new Error('it is too large for a file of parameters');
     content = JSON.parse(text.toString());
   } catch (error) {
-    throw wrong(`--params ${path}: it can't be read (${messageOf(error)}).`);
+    throw wrong(
+      `--params ${path}: it can't be read (${reasonOf(error)}). Give a file with an object of parameters.`,
+    );
   }
   if (typeof content === 'object' && content !== null && !Array.isArray(content)) return content;
   throw wrong(`--params ${path}: it must hold an object of parameters, like {"ghostRadius": 80}.`);
