@@ -73,7 +73,8 @@ class Host {
     maskSlicers_.retireOldest();
     surveys_.retireOldest();
     finished_.retireOldest();
-    switch (input_.ConsumeIntegralInRange(0, 23)) {
+    checks_.retireOldest();
+    switch (input_.ConsumeIntegralInRange(0, 27)) {
       case 0:
         return createMesh();
       case 1:
@@ -120,6 +121,14 @@ class Host {
         return judgeSurvey();
       case 22:
         return buildScaffold();
+      case 23:
+        return rankOrientations();
+      case 24:
+        return createCheck();
+      case 25:
+        return addToCheck();
+      case 26:
+        return finishCheck();
       default:
         return askForMore();
     }
@@ -566,6 +575,88 @@ class Host {
     stiltforge_scaffold_destroy(scaffold);
   }
 
+  void rankOrientations() {
+    const stiltforge_print_settings print = printSettings();
+    stiltforge_orient_settings settings{};
+    settings.struct_size = sizeof settings;
+    check(stiltforge_orient_settings_init(&settings, &error_));
+    settings.supports_weight = number(1);
+    settings.marks_weight = number(2);
+    settings.keep_clean[0] = number(0);
+    settings.keep_clean[2] = number(0);
+    // Each costs a slicing.
+    settings.directions = input_.ConsumeIntegralInRange<uint32_t>(0, 2);
+    settings.listed = input_.ConsumeIntegralInRange<uint32_t>(0, 2);
+    settings.confirm = input_.ConsumeIntegralInRange<uint32_t>(0, 2);
+    stiltforge_mesh* const mesh = meshes_.pick(input_);
+    if (stiltforge_mesh_triangle_count(mesh) > 12) return;
+    stiltforge_orientations* orientations = nullptr;
+    const stiltforge_status status = stiltforge_orientations_create(
+        mesh, &print, &settings, nullptr, nullptr, nullptr, &orientations, &error_);
+    require((check(status) == STILTFORGE_OK) == (orientations != nullptr), "ranks without success");
+    std::size_t count = 0;
+    std::size_t supports = 0;
+    const stiltforge_orientation* const best = stiltforge_orientations_best(orientations, &count);
+    stiltforge_orientations_supports(orientations, &supports);
+    for (std::size_t i = 0; i < count; ++i) {
+      require(best[i].first_support + best[i].support_count <= supports, "supports of no list");
+      require(i == 0 || best[i - 1].cost <= best[i].cost, "a better one behind a worse");
+    }
+    if (count > 0) check(stiltforge_mesh_turn(mesh, &best[0].turn, &error_));
+    stiltforge_orientations_destroy(orientations);
+  }
+
+  void createCheck() {
+    stiltforge_check_settings settings{};
+    settings.struct_size = sizeof settings;
+    const stiltforge_slicer* const slicer = slicers_.pick(input_);
+    check(slicer ? stiltforge_check_settings_init_for_slicer(&settings, slicer, &error_)
+                 : stiltforge_check_settings_init(&settings, &error_));
+    settings.layer_height = number(0.5);
+    settings.pixel_width = number(0.5);
+    settings.first_layer_height = number(-1);
+    settings.critical_angle = number(45);
+    settings.near_reach = number(4);
+    settings.far_reach = number(6);
+    settings.island_height = number(0.2);
+    if (input_.ConsumeBool()) settings.crop_x = input_.ConsumeIntegral<uint32_t>();
+    if (input_.ConsumeBool()) settings.lifted_layers = input_.ConsumeIntegral<uint32_t>();
+    std::vector<stiltforge_support> supports(input_.ConsumeIntegralInRange<std::size_t>(0, 5));
+    for (stiltforge_support& support : supports) {
+      support.layer = input_.ConsumeIntegralInRange<uint32_t>(0, 20);
+      support.x = side();
+      support.y = side();
+    }
+    stiltforge_check* created = nullptr;
+    const stiltforge_status status =
+        stiltforge_check_create(&settings, supports.data(), supports.size(), &created, &error_);
+    keep(checks_, status, created);
+  }
+
+  void addToCheck() {
+    stiltforge_check* const checked = checks_.pick(input_);
+    const uint32_t before = stiltforge_check_layer_count(checked);
+    const bool isAdded =
+        check(stiltforge_check_add(checked, slices_.pick(input_), &error_)) == STILTFORGE_OK;
+    require(stiltforge_check_layer_count(checked) == before + (isAdded ? 1 : 0),
+            "layers that were not added");
+  }
+
+  void finishCheck() {
+    stiltforge_check_report* report = nullptr;
+    const stiltforge_status status =
+        stiltforge_check_finish(checks_.pick(input_), &report, &error_);
+    require((check(status) == STILTFORGE_OK) == (report != nullptr), "a report without success");
+    std::size_t count = 0;
+    const stiltforge_finding* const finding = stiltforge_check_report_findings(report, &count);
+    for (std::size_t i = 0; i < count; ++i) {
+      require(std::strlen(finding[i].what) > 0 && std::strlen(finding[i].remedy) > 0,
+              "a finding without words");
+      require(finding[i].first_layer <= finding[i].last_layer, "a finding in no layer");
+    }
+    stiltforge_check_report_destroy(report);
+  }
+
   // Every piece follows the one before, and each point is built or left out.
   static void checkScaffold(const stiltforge_scaffold* scaffold, std::size_t points) {
     std::size_t supports = 0;
@@ -683,6 +774,7 @@ class Host {
   Handles<stiltforge_model> models_{stiltforge_model_destroy};
   Handles<stiltforge_mask_slicer> maskSlicers_{stiltforge_mask_slicer_destroy};
   Handles<stiltforge_survey> surveys_{stiltforge_survey_destroy};
+  Handles<stiltforge_check> checks_{stiltforge_check_destroy};
   Handles<stiltforge_finished> finished_{stiltforge_finished_destroy};
 };
 

@@ -277,7 +277,7 @@ test('every C, Python and build block of the page stands in an example', () => {
 
 test('every C++ block of the page is a program that works', () => {
   const programs = blocks.filter(({ language }) => language === 'cpp');
-  assert.equal(programs.length, 3);
+  assert.equal(programs.length, 4);
   const flags = run('pkg-config', ['--cflags', '--libs', 'stiltforge'], { env: installed });
   programs.forEach(({ text }, i) => {
     const cwd = emptyFolder(`page-${i}`);

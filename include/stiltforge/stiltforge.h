@@ -18,6 +18,7 @@
  *   support     a point at which a support is to touch the part: a pixel of a layer.
  *   survey      what is known of a part to judge what supports hold of it, and to finish them: to
  *               leave out what no one needs and to add what is missing.
+ *   check       looks for what would make a print of its layers fail.
  *   orientation how a part stands on the plate.
  *   scaffold    supports as geometry: tips, pillars, feet, braces and a raft, as triangles.
  *   x, y        column and row of a pixel, from 0 at the top left of the slice.
@@ -1004,6 +1005,141 @@ STILTFORGE_API const uint32_t* stiltforge_verdict_faults(const stiltforge_verdic
                                                          uint32_t fault, size_t* count);
 
 STILTFORGE_API void stiltforge_verdict_destroy(stiltforge_verdict* verdict);
+
+/* Checks: whether a print holds as it is */
+
+/** Takes the layers of a print as they will be cured, with its supports where it has any, and finds
+    what would make it fail. docs/check.md tells what is found, and how. */
+typedef struct stiltforge_check stiltforge_check;
+
+typedef struct stiltforge_check_settings {
+  size_t struct_size;
+  double layer_height; /**< mm; 0.05 */
+  double pixel_width;  /**< mm; 0.05 */
+  double pixel_height; /**< mm; 0.05 */
+  /** mm, of the lowest layer, of which the print's volume takes account. Below 0: as the others;
+   * -1.
+   */
+  double first_layer_height;
+  uint32_t screen_width;  /**< pixels; 3840 */
+  uint32_t screen_height; /**< pixels; 2400 */
+  uint32_t crop_x;        /**< column of the screen that is column 0 of the slices; 0 */
+  uint32_t crop_y;        /**< row; 0 */
+  /** Layers between the plate and a lifted part, which may be empty; 0. */
+  uint32_t lifted_layers;
+  double
+      critical_angle;   /**< degrees between the plate and a surface that just carries itself; 45 */
+  double near_reach;    /**< mm from what carries it, beyond which an overhang is at risk; 4 */
+  double far_reach;     /**< mm beyond which it fails; 6 */
+  double island_height; /**< mm that an island may grow before something takes it; 0.2 */
+} stiltforge_check_settings;
+
+/** Fills in the defaults. */
+STILTFORGE_API stiltforge_status stiltforge_check_settings_init(stiltforge_check_settings* settings,
+                                                                stiltforge_error* error);
+
+/** The same, with the layers, pixels, screen, critical angle and lift of a slicer. */
+STILTFORGE_API stiltforge_status stiltforge_check_settings_init_for_slicer(
+    stiltforge_check_settings* settings, const stiltforge_slicer* slicer, stiltforge_error* error);
+
+/**
+ * Creates a check.
+ *
+ * supports: `count` of them, in any order, for slices that do not show them; null and 0 for slices
+ * that do. Their layer, x and y are read.
+ */
+STILTFORGE_API stiltforge_status stiltforge_check_create(const stiltforge_check_settings* settings,
+                                                         const stiltforge_support* supports,
+                                                         size_t count, stiltforge_check** check,
+                                                         stiltforge_error* error);
+
+/**
+ * Adds the next slice, bottom first; its overhang is not read. All slices have the size of the
+ * first and lie on the screen; there are at most 65535.
+ *
+ * When there is not enough memory the check has to stop there: it is STILTFORGE_STOPPED then.
+ */
+STILTFORGE_API stiltforge_status stiltforge_check_add(stiltforge_check* check,
+                                                      const stiltforge_slice* slice,
+                                                      stiltforge_error* error);
+
+/** Slices so far; 0 for null. May be called while another call uses the check. */
+STILTFORGE_API uint32_t stiltforge_check_layer_count(const stiltforge_check* check);
+
+STILTFORGE_API void stiltforge_check_destroy(stiltforge_check* check);
+
+/** What a check has found. It does not need the check. */
+typedef struct stiltforge_check_report stiltforge_check_report;
+
+/** Ends the print: nothing can be added any more, nor can it be finished again. */
+STILTFORGE_API stiltforge_status stiltforge_check_finish(stiltforge_check* check,
+                                                         stiltforge_check_report** report,
+                                                         stiltforge_error* error);
+
+enum {
+  STILTFORGE_EMPTY_LAYERS = 0,  /**< layers without material */
+  STILTFORGE_FLOATING_PART = 1, /**< material that never hangs together with plate or support */
+  STILTFORGE_FOUND_ISLAND = 2,  /**< material that begins in the air and is taken later */
+  STILTFORGE_OVERHANG = 3,      /**< material too far from what carries it */
+  STILTFORGE_SCREEN_EDGE = 4,   /**< material in the first or last column or row of the screen */
+  STILTFORGE_RESIN_TRAP = 5,    /**< a cavity without an opening */
+  STILTFORGE_SUCTION_CUP = 6,   /**< a cavity open towards the film alone while it is printed */
+  STILTFORGE_SPECKS = 7,        /**< small things that float, all of a print */
+  STILTFORGE_IDLE_SUPPORTS = 8  /**< supports that touch no material, all of a print */
+};
+
+/** Its name in the command's outputs, such as "resinTrap"; "unknown" for any other number. */
+STILTFORGE_API const char* stiltforge_finding_kind_name(uint32_t kind);
+
+enum {
+  STILTFORGE_FAILS = 0, /**< what is printed is lost or useless */
+  STILTFORGE_RISK = 1,  /**< it may go wrong */
+  STILTFORGE_NOTE = 2   /**< good to know */
+};
+
+/** Something wrong with a print: one for each cause, without what follows from it. */
+typedef struct stiltforge_finding {
+  uint32_t kind;      /**< STILTFORGE_EMPTY_LAYERS and so on */
+  uint32_t severity;  /**< STILTFORGE_FAILS and so on */
+  const char* what;   /**< what is wrong, for people; no capital, no full stop */
+  const char* remedy; /**< what to do about it, a sentence */
+  uint32_t first_layer;
+  uint32_t last_layer; /**< among them */
+  uint32_t has_place;  /**< 1: the following fields are set; 0 for empty layers and supports */
+  uint32_t layer;      /**< a pixel of the slices in it */
+  uint32_t x;
+  uint32_t y;
+  uint32_t x_min; /**< around all of it: columns from x_min to x_max, not included */
+  uint32_t y_min;
+  uint32_t x_max;
+  uint32_t y_max;
+  uint32_t count; /**< of a floating part, the islands it begins with; of specks and supports, how
+                     many; else 1 */
+  uint32_t taken_in; /**< of an island: the layer in which it is taken; else STILTFORGE_NONE */
+  double volume;     /**< mm3 of material, of a cavity: of resin; 0 where there is none to tell */
+  double area; /**< mm2 of its largest piece in a layer; of a cavity, of its opening; 0 likewise */
+} stiltforge_finding;
+
+/** The findings, those that fail first, then bottom first. `count`, which may be null, becomes
+   their number. Null when there are none, or for null. With their texts valid until the report is
+    destroyed. */
+STILTFORGE_API const stiltforge_finding* stiltforge_check_report_findings(
+    const stiltforge_check_report* report, size_t* count);
+
+typedef struct stiltforge_check_report_info {
+  size_t struct_size;
+  double volume;   /**< mm3 of material */
+  uint32_t layers; /**< that were added */
+  uint32_t fails;  /**< findings; of more than 1,000 of a kind, some are not listed */
+  uint32_t risks;
+  uint32_t notes;
+} stiltforge_check_report_info;
+
+STILTFORGE_API stiltforge_status
+stiltforge_check_report_get_info(const stiltforge_check_report* report,
+                                 stiltforge_check_report_info* info, stiltforge_error* error);
+
+STILTFORGE_API void stiltforge_check_report_destroy(stiltforge_check_report* report);
 
 /* Orientations */
 

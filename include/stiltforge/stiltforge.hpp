@@ -94,6 +94,8 @@ using VerdictInfo = stiltforge_verdict_info;
 using Island = stiltforge_island;
 using WorstPlace = stiltforge_worst_place;
 using ClosePair = stiltforge_close_pair;
+using Finding = stiltforge_finding;
+using CheckReportInfo = stiltforge_check_report_info;
 using Turn = stiltforge_turn;
 using Orientation = stiltforge_orientation;
 using OrientationsInfo = stiltforge_orientations_info;
@@ -500,6 +502,47 @@ class Survey : public detail::Handle<stiltforge_survey, stiltforge_survey_destro
     stiltforge_verdict* verdict = nullptr;
     detail::call(stiltforge_survey_judge, get(), finished, &settings, &verdict);
     return Verdict(verdict);
+  }
+};
+
+struct CheckSettings : stiltforge_check_settings {
+  CheckSettings()
+      : stiltforge_check_settings(
+            detail::filled<stiltforge_check_settings>(stiltforge_check_settings_init)) {}
+  /// For the slices of a slicer.
+  explicit CheckSettings(const Slicer& slicer) : stiltforge_check_settings{} {
+    struct_size = sizeof(stiltforge_check_settings);
+    detail::call(stiltforge_check_settings_init_for_slicer,
+                 static_cast<stiltforge_check_settings*>(this), slicer.get());
+  }
+};
+
+/// What a check has found. The list is valid until it is destroyed.
+class CheckReport
+    : public detail::Handle<stiltforge_check_report, stiltforge_check_report_destroy> {
+ public:
+  using Handle::Handle;
+  /// Those that fail first, then bottom first.
+  View<Finding> findings() const { return detail::listOf(stiltforge_check_report_findings, get()); }
+  CheckReportInfo info() const {
+    return detail::filled<CheckReportInfo>(stiltforge_check_report_get_info, get());
+  }
+};
+
+/// Finds what would make a print fail, layer by layer.
+class Check : public detail::Handle<stiltforge_check, stiltforge_check_destroy> {
+ public:
+  explicit Check(const CheckSettings& settings, const std::vector<Support>& supports = {})
+      : Handle(create(stiltforge_check_create, &settings, supports.data(), supports.size())) {}
+
+  /// Adds the next slice.
+  void add(const Slice& slice) { detail::call(stiltforge_check_add, get(), slice.get()); }
+  std::uint32_t layerCount() const { return stiltforge_check_layer_count(get()); }
+  /// Ends the print.
+  CheckReport finish() {
+    stiltforge_check_report* report = nullptr;
+    detail::call(stiltforge_check_finish, get(), &report);
+    return CheckReport(report);
   }
 };
 

@@ -6,10 +6,13 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "analysis/slice.h"
 #include "capi/handle.h"
+#include "check/print_check.h"
+#include "check/sentences.h"
 #include "hold/surveyed_part.h"
 #include "model/model.h"
 #include "model/parameters.h"
@@ -125,6 +128,25 @@ struct stiltforge_verdict : stiltforge::capi::Handle {
   std::vector<stiltforge_worst_place> worst;
   std::vector<stiltforge_close_pair> closePairs;
   std::array<std::vector<uint32_t>, 4> faults;  // by STILTFORGE_IN_NO_MATERIAL and so on
+};
+
+struct stiltforge_check : stiltforge::capi::Handle {
+  static constexpr uint32_t kind = 0x4B434843;
+  stiltforge_check(const stiltforge::check::CheckSettings& settings,
+                   std::vector<stiltforge::check::SupportPoint> points)
+      : Handle(kind), print(settings, std::move(points)) {}
+  stiltforge::check::PrintCheck print;
+  std::atomic<uint32_t> layerCount{0};  // whole ones
+  bool isFinished = false;
+  bool isStopped = false;  // it failed in the middle of a layer
+};
+
+struct stiltforge_check_report : stiltforge::capi::Handle {
+  static constexpr uint32_t kind = 0x54505243;
+  stiltforge_check_report() : Handle(kind) {}
+  stiltforge_check_report_info info{};
+  std::vector<stiltforge::check::Sentences> texts;  // of the findings
+  std::vector<stiltforge_finding> findings;
 };
 
 struct stiltforge_orientations : stiltforge::capi::Handle {

@@ -29,6 +29,8 @@ TEST(Arguments, NullIsRefusedByName) {
   stiltforge_survey* newSurvey = nullptr;
   stiltforge_finished* newFinished = nullptr;
   stiltforge_verdict* newVerdict = nullptr;
+  stiltforge_check* newCheck = nullptr;
+  stiltforge_check_report* newReport = nullptr;
   stiltforge_orientations* newOrientations = nullptr;
   stiltforge_scaffold* newScaffold = nullptr;
   stiltforge_slicer_info info{};
@@ -146,6 +148,12 @@ TEST(Arguments, NullIsRefusedByName) {
       {"mesh is null", [&] { return stiltforge_mesh_turn(null, null, e); }},
       {"turn is null", [&] { return stiltforge_mesh_turn(mesh.get(), null, e); }},
       {"settings is null", [&] { return stiltforge_orient_settings_init(null, e); }},
+      {"settings is null", [&] { return stiltforge_check_settings_init(null, e); }},
+      {"slicer is null", [&] { return stiltforge_check_settings_init_for_slicer(null, null, e); }},
+      {"settings is null", [&] { return stiltforge_check_create(null, null, 0, &newCheck, e); }},
+      {"check is null", [&] { return stiltforge_check_add(null, null, e); }},
+      {"check is null", [&] { return stiltforge_check_finish(null, &newReport, e); }},
+      {"report is null", [&] { return stiltforge_check_report_get_info(null, null, e); }},
       {"orientations is null",
        [&] {
          return stiltforge_orientations_create(mesh.get(), &print, null, null, null, null, null, e);
@@ -234,6 +242,8 @@ TEST(Arguments, WhatAsksNullHasNothingToTell) {
   EXPECT_EQ(stiltforge_verdict_worst(nullptr, nullptr), nullptr);
   EXPECT_EQ(stiltforge_verdict_close_pairs(nullptr, nullptr), nullptr);
   EXPECT_EQ(stiltforge_verdict_faults(nullptr, 0, nullptr), nullptr);
+  EXPECT_EQ(stiltforge_check_layer_count(nullptr), 0u);
+  EXPECT_EQ(stiltforge_check_report_findings(nullptr, nullptr), nullptr);
   EXPECT_EQ(stiltforge_orientations_best(nullptr, nullptr), nullptr);
   EXPECT_EQ(stiltforge_orientations_as_it_is(nullptr), nullptr);
   EXPECT_EQ(stiltforge_orientations_supports(nullptr, nullptr), nullptr);
@@ -261,6 +271,8 @@ TEST(Arguments, NullMayBeDestroyed) {
   stiltforge_survey_destroy(nullptr);
   stiltforge_finished_destroy(nullptr);
   stiltforge_verdict_destroy(nullptr);
+  stiltforge_check_destroy(nullptr);
+  stiltforge_check_report_destroy(nullptr);
   stiltforge_orientations_destroy(nullptr);
   stiltforge_scaffold_destroy(nullptr);
 }
