@@ -97,77 +97,94 @@ std::optional<SettingConflict> findSenseless(const PrintSettings& print) {
   return std::nullopt;
 }
 
-}  // namespace
+std::string atPixelSize(const PrintSettings& print) {
+  return "at a pixel size of " + numberText(print.pixelSize) + " mm";
+}
 
-std::optional<SettingConflict> findConflict(const PrintSettings& print) {
-  if (auto senseless = findSenseless(print)) return senseless;
-  const double layerHeight = print.layerHeight;
-  const double pixelSize = print.pixelSize;
-  const std::string pixel = "at a pixel size of " + numberText(pixelSize) + " mm";
-
+std::optional<SettingConflict> findPixelConflict(const PrintSettings& print) {
   const double finestPixel = slicing::ChannelSettings::leastFullOverhang / longestDistance;
-  if (pixelSize < finestPixel) {
-    return SettingConflict{"pixelSize", pixelSize,
-                           "it must be at least " + roundedUp(finestPixel) + " mm"};
-  }
+  if (print.pixelSize >= finestPixel) return std::nullopt;
+  return SettingConflict{"pixelSize", print.pixelSize,
+                         "it must be at least " + roundedUp(finestPixel) + " mm"};
+}
 
-  // The support value falls to 0 at twice the self-supporting reach.
-  const double longestReach = longestDistance / 2 * pixelSize;
+// The support value falls to 0 at twice the self-supporting reach.
+std::optional<SettingConflict> findReachConflict(const PrintSettings& print) {
+  const double layerHeight = print.layerHeight;
+  const double longestReach = longestDistance / 2 * print.pixelSize;
   const double highestLayer = longestReach * slicing::tangentOfDegrees(print.criticalAngle);
-  if (layerHeight > highestLayer && layerHeight > longestReach) {
+  if (layerHeight <= highestLayer) return std::nullopt;
+  if (layerHeight > longestReach) {
     return SettingConflict{"layerHeight", layerHeight,
-                           pixel + " and a critical angle of " + numberText(print.criticalAngle) +
-                               " degrees it must be at most " + roundedDown(highestLayer) + " mm"};
+                           atPixelSize(print) + " and a critical angle of " +
+                               numberText(print.criticalAngle) + " degrees it must be at most " +
+                               roundedDown(highestLayer) + " mm"};
   }
-  if (layerHeight > highestLayer) {
-    constexpr double degreesPerRadian = 57.29577951308232;
-    const double leastAngle = std::atan(layerHeight / longestReach) * degreesPerRadian;
-    return SettingConflict{"criticalAngle", print.criticalAngle,
-                           pixel + " and a layer height of " + numberText(layerHeight) +
-                               " mm it must be at least " + roundedUp(leastAngle) + " degrees"};
-  }
+  constexpr double degreesPerRadian = 57.29577951308232;
+  const double leastAngle = std::atan(layerHeight / longestReach) * degreesPerRadian;
+  return SettingConflict{"criticalAngle", print.criticalAngle,
+                         atPixelSize(print) + " and a layer height of " + numberText(layerHeight) +
+                             " mm it must be at least " + roundedUp(leastAngle) + " degrees"};
+}
 
-  const double longest = longestDistance * pixelSize;
+std::optional<SettingConflict> findDistanceConflict(const PrintSettings& print) {
+  const double longest = longestDistance * print.pixelSize;
   const auto reachesTooFar = [&](const char* setting, double value) {
-    return SettingConflict{setting, value,
-                           pixel + " it must be from 0 to " + roundedDown(longest) + " mm"};
+    return SettingConflict{
+        setting, value,
+        atPixelSize(print) + " it must be from 0 to " + roundedDown(longest) + " mm"};
   };
   if (print.inset > longest) return reachesTooFar("inset", print.inset);
   if (print.fullOverhang && *print.fullOverhang > longest) {
     return reachesTooFar("fullOverhang", *print.fullOverhang);
   }
+  return std::nullopt;
+}
 
+std::optional<SettingConflict> findAreaConflict(const PrintSettings& print) {
   const double area = print.supportArea;
-  const double leastArea = leastSupportArea * (pixelSize * pixelSize);
-  const double mostArea = mostSupportArea * (pixelSize * pixelSize);
+  const double pixelArea = print.pixelSize * print.pixelSize;
+  const double leastArea = leastSupportArea * pixelArea;
+  const double mostArea = mostSupportArea * pixelArea;
   const bool isTooSmall = area < leastArea * (1 - slack);
   if (isTooSmall && area == PrintSettings().supportArea) {
-    return SettingConflict{"pixelSize", pixelSize,
+    return SettingConflict{"pixelSize", print.pixelSize,
                            "with a support area of " + numberText(area) +
                                " mm2 it must be at most " +
                                roundedDown(std::sqrt(area / leastSupportArea)) +
                                " mm; coarser pixels need a larger support area"};
   }
-  if (isTooSmall || area > mostArea) {
-    return SettingConflict{"supportArea", area,
-                           pixel + " it must be from " + roundedUp(leastArea) + " mm2, which is " +
-                               numberText(leastSupportArea) + " pixels, to " +
-                               roundedDown(mostArea) + " mm2"};
-  }
+  if (!isTooSmall && area <= mostArea) return std::nullopt;
+  return SettingConflict{"supportArea", area,
+                         atPixelSize(print) + " it must be from " + roundedUp(leastArea) +
+                             " mm2, which is " + numberText(leastSupportArea) + " pixels, to " +
+                             roundedDown(mostArea) + " mm2"};
+}
 
-  const double mostHeight = std::min(mostMinimumHeight, mostLayersBelow * layerHeight);
-  const bool isDefaultHeight = print.minimumHeight == PrintSettings().minimumHeight;
-  if (print.minimumHeight > mostHeight && !isDefaultHeight) {
-    return SettingConflict{"minimumHeight", print.minimumHeight,
-                           "at a layer height of " + numberText(layerHeight) +
-                               " mm it must be from 0 to " + roundedDown(mostHeight) + " mm"};
-  }
-  // Further apart they could not hold what they are wanted for.
-  const double mostSpacing = std::sqrt(area);
-  if (print.minimumSpacing && *print.minimumSpacing > mostSpacing * (1 + slack)) {
-    return SettingConflict{"minimumSpacing", *print.minimumSpacing,
-                           "with a support area of " + numberText(area) +
-                               " mm2 it must be from 0 to " + roundedDown(mostSpacing) + " mm"};
+std::optional<SettingConflict> findHeightConflict(const PrintSettings& print) {
+  const double most = std::min(mostMinimumHeight, mostLayersBelow * print.layerHeight);
+  const bool isDefault = print.minimumHeight == PrintSettings().minimumHeight;
+  if (print.minimumHeight <= most || isDefault) return std::nullopt;
+  return SettingConflict{"minimumHeight", print.minimumHeight,
+                         "at a layer height of " + numberText(print.layerHeight) +
+                             " mm it must be from 0 to " + roundedDown(most) + " mm"};
+}
+
+// Further apart they could not hold what they are wanted for.
+std::optional<SettingConflict> findSpacingConflict(const PrintSettings& print) {
+  const double most = std::sqrt(print.supportArea);
+  if (!print.minimumSpacing || *print.minimumSpacing <= most * (1 + slack)) return std::nullopt;
+  return SettingConflict{"minimumSpacing", *print.minimumSpacing,
+                         "with a support area of " + numberText(print.supportArea) +
+                             " mm2 it must be from 0 to " + roundedDown(most) + " mm"};
+}
+
+}  // namespace
+
+std::optional<SettingConflict> findConflict(const PrintSettings& print) {
+  for (const auto find : {findSenseless, findPixelConflict, findReachConflict, findDistanceConflict,
+                          findAreaConflict, findHeightConflict, findSpacingConflict}) {
+    if (auto conflict = find(print)) return conflict;
   }
   return std::nullopt;
 }
