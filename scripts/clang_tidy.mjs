@@ -66,64 +66,87 @@ function readClean(file) {
   }
 }
 
-/**
- * Checks those of `files` that compile_commands.json in the folder `database` has a command for.
- * Gives { unchanged, checked, findings, commandless }: how many were clean before and are the same,
- * how many were checked now, the tool's words about each that is not clean, and the files without a
- * command. What was clean is remembered in the folder too.
- */
-export async function clangTidy({ root, database, files, jobs }) {
-  const cleanFile = join(database, 'tidy/clean.json');
-  const combinedFolder = join(database, 'tidy/combined');
-  mkdirSync(combinedFolder, { recursive: true });
-  const clean = readClean(cleanFile);
-  const commands = JSON.parse(readFileSync(join(database, 'compile_commands.json'), 'utf8'));
-  const commandOf = new Map(commands.map((entry) => [entry.file, entry]));
-  const commandless = files.filter((file) => !commandOf.has(resolve(root, file)));
-  const entries = files
-    .filter((file) => !commandless.includes(file))
-    .map((file) => commandOf.get(resolve(root, file)));
-
-  const tidy = (words) => capture('clang-tidy', words, root);
-  const { stdout: tool } = await tidy(['--version']);
-  const headers = `--header-filter=^${resolve(root).replace(/[.*+?^${}()|[\]\\]/g, '\\$&')}/`;
-  const contentOf = memoized((path) => (existsSync(path) ? hashOf(readFileSync(path)) : 'absent'));
-  const configurationOf = memoized(async (folder) => {
-    const { stdout } = await tidy(['--dump-config', join(folder, 'any.cpp'), '--']);
+/** What is there to check files with: the tool, the compiler's words, and what was clean before. */
+class Tidy {
+  findings = [];
+  #root;
+  #database;
+  #combinedFolder;
+  #cleanFile;
+  #clean;
+  #headers;
+  #contentOf = memoized((path) => (existsSync(path) ? hashOf(readFileSync(path)) : 'absent'));
+  #configurationOf = memoized(async (folder) => {
+    const { stdout } = await this.#run(['--dump-config', join(folder, 'any.cpp'), '--']);
     return stdout;
   });
 
-  async function describe(entry) {
+  constructor(root, database) {
+    this.#root = root;
+    this.#database = database;
+    this.#cleanFile = join(database, 'tidy/clean.json');
+    this.#combinedFolder = join(database, 'tidy/combined');
+    mkdirSync(this.#combinedFolder, { recursive: true });
+    this.#clean = readClean(this.#cleanFile);
+    this.#headers = `--header-filter=^${resolve(root).replace(/[.*+?^${}()|[\]\\]/g, '\\$&')}/`;
+  }
+
+  async version() {
+    return (await this.#run(['--version'])).stdout;
+  }
+
+  /** The entry with all that its findings depend on. */
+  async describe(entry, tool) {
     const flags = flagsOf(entry);
     const [compiler, ...options] = flags;
     // -MG: a header that comes with the tool, such as libFuzzer's, need not be found here.
     const words = [...options, '-w', '-M', '-MG', entry.file];
     const { succeeded, stdout, stderr } = await capture(compiler, words, entry.directory);
     if (!succeeded) throw new Error(`${entry.file} cannot be read:\n${stderr}`);
-    const configuration = await configurationOf(dirname(entry.file));
+    const configuration = await this.#configurationOf(dirname(entry.file));
     const alike = hashOf(flags.join(' '), configuration, extname(entry.file));
-    const contents = prerequisites(stdout).map((path) => contentOf(resolve(entry.directory, path)));
+    const contents = prerequisites(stdout).map((path) =>
+      this.#contentOf(resolve(entry.directory, path)),
+    );
     return { ...entry, flags, configuration, alike, state: hashOf(tool, alike, ...contents) };
   }
 
-  const findings = [];
-  const remember = (group) => {
-    for (const { file, state } of group) clean[file] = state;
-    writeFileSync(cleanFile, JSON.stringify(clean));
-  };
-
-  async function checkAlone(entry) {
-    const { succeeded, stdout, stderr } = await tidy([
-      ...['-p', database, '--quiet', headers],
-      entry.file,
-    ]);
-    if (succeeded) remember([entry]);
-    else findings.push(stdout || stderr);
+  wasClean({ file, state }) {
+    return this.#clean[file] === state;
   }
 
-  async function runCombined(group, name, ...options) {
+  /** Reads a group of files that are alike at once, and those apart that don't go together. */
+  async check(group, name) {
+    if (group.length === 1) return this.#checkAlone(group);
+    const without = (list) => group.filter((entry) => !list.includes(entry));
+    const read = await this.#runCombined(group, name, nothingToFind);
+    if (!read.succeeded) {
+      const apart = read.named;
+      const together = without(apart);
+      if (apart.length === 0 || together.length === 0) return this.#checkAlone(group);
+      await this.check(together, name);
+      return this.check(apart, name);
+    }
+    const found = await this.#runCombined(group, name);
+    if (found.succeeded) return this.#remember(group);
+    // What stands in a header may come from any of the files.
+    const suspects = found.elsewhere || found.named.length === 0 ? group : found.named;
+    this.#remember(without(suspects));
+    return this.#checkAlone(suspects);
+  }
+
+  async #checkAlone(entries) {
+    for (const entry of entries) {
+      const words = ['-p', this.#database, '--quiet', this.#headers, entry.file];
+      const { succeeded, stdout, stderr } = await this.#run(words);
+      if (succeeded) this.#remember([entry]);
+      else this.findings.push(stdout || stderr);
+    }
+  }
+
+  async #runCombined(group, name, ...options) {
     const [{ directory, flags, configuration, file: first }] = group;
-    const folder = join(combinedFolder, name);
+    const folder = join(this.#combinedFolder, name);
     const file = join(folder, `all${extname(first)}`);
     mkdirSync(folder, { recursive: true });
     const includes = group.map((entry) => `#include "${entry.file}"  // NOLINT\n`);
@@ -133,8 +156,8 @@ export async function clangTidy({ root, database, files, jobs }) {
       JSON.stringify([{ directory, file, arguments: [...flags, '-c', file] }]),
     );
     writeFileSync(join(folder, 'configuration.yaml'), configuration);
-    const { succeeded, stdout } = await tidy([
-      ...['-p', folder, '--quiet', headers, '--extra-arg=-ferror-limit=0'],
+    const { succeeded, stdout } = await this.#run([
+      ...['-p', folder, '--quiet', this.#headers, '--extra-arg=-ferror-limit=0'],
       ...[`--config-file=${join(folder, 'configuration.yaml')}`, ...options],
       file,
     ]);
@@ -147,36 +170,24 @@ export async function clangTidy({ root, database, files, jobs }) {
     };
   }
 
-  async function check(group, name) {
-    const alone = async (list) => {
-      for (const entry of list) await checkAlone(entry);
-    };
-    if (group.length === 1) return alone(group);
-    const without = (list) => group.filter((entry) => !list.includes(entry));
-    const read = await runCombined(group, name, nothingToFind);
-    if (!read.succeeded) {
-      const apart = read.named;
-      const together = without(apart);
-      if (apart.length === 0 || together.length === 0) return alone(group);
-      await check(together, name);
-      return check(apart, name);
-    }
-    const found = await runCombined(group, name);
-    if (found.succeeded) return remember(group);
-    // What stands in a header may come from any of the files.
-    const suspects = found.elsewhere || found.named.length === 0 ? group : found.named;
-    remember(without(suspects));
-    return alone(suspects);
+  #remember(group) {
+    for (const { file, state } of group) this.#clean[file] = state;
+    writeFileSync(this.#cleanFile, JSON.stringify(this.#clean));
   }
 
-  const described = await sideBySide(entries, describe, jobs);
-  const stale = described.filter(({ file, state }) => clean[file] !== state);
+  #run(words) {
+    return capture('clang-tidy', words, this.#root);
+  }
+}
+
+/** Entries that are alike, some at a time, the largest groups first. */
+function groupsOf(entries) {
   const alike = new Map();
-  for (const entry of stale) {
+  for (const entry of entries) {
     const together = alike.get(entry.alike) ?? [];
     alike.set(entry.alike, [...together, entry]);
   }
-  const groups = [...alike.values()]
+  return [...alike.values()]
     .flatMap((together) =>
       Array.from({ length: Math.ceil(together.length / filesTogether) }, (_, index) =>
         together.slice(index * filesTogether, (index + 1) * filesTogether),
@@ -184,11 +195,31 @@ export async function clangTidy({ root, database, files, jobs }) {
     )
     .sort((a, b) => b.length - a.length)
     .map((group, index) => ({ group, name: String(index) }));
-  await sideBySide(groups, ({ group, name }) => check(group, name), jobs);
+}
+
+/**
+ * Checks those of `files` that compile_commands.json in the folder `database` has a command for.
+ * Gives { unchanged, checked, findings, commandless }: how many were clean before and are the same,
+ * how many were checked now, the tool's words about each that is not clean, and the files without a
+ * command. What was clean is remembered in the folder too.
+ */
+export async function clangTidy({ root, database, files, jobs }) {
+  const commands = JSON.parse(readFileSync(join(database, 'compile_commands.json'), 'utf8'));
+  const commandOf = new Map(commands.map((entry) => [entry.file, entry]));
+  const commandless = files.filter((file) => !commandOf.has(resolve(root, file)));
+  const entries = files
+    .filter((file) => !commandless.includes(file))
+    .map((file) => commandOf.get(resolve(root, file)));
+
+  const tidy = new Tidy(root, database);
+  const tool = await tidy.version();
+  const described = await sideBySide(entries, (entry) => tidy.describe(entry, tool), jobs);
+  const stale = described.filter((entry) => !tidy.wasClean(entry));
+  await sideBySide(groupsOf(stale), ({ group, name }) => tidy.check(group, name), jobs);
   return {
     unchanged: entries.length - stale.length,
     checked: stale.length,
-    findings,
+    findings: tidy.findings,
     commandless,
   };
 }
