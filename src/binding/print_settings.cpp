@@ -3,6 +3,7 @@
 #include <variant>
 
 #include "binding/options.h"
+#include "binding/setting_conflict.h"
 #include "model/parameters.h"
 #include "print/analysis_parameters.h"
 #include "print/print_settings.h"
@@ -70,14 +71,7 @@ Napi::Value analysisParameters(const Napi::CallbackInfo& info) {
 }
 
 Napi::Value findSettingConflict(const Napi::CallbackInfo& info) {
-  const Napi::Env env = info.Env();
-  const auto conflict = findConflict(readSettings(info));
-  if (!conflict) return env.Undefined();
-  Napi::Object result = Napi::Object::New(env);
-  result.Set("setting", conflict->setting);
-  result.Set("value", conflict->value);
-  result.Set("range", conflict->range);
-  return result;
+  return conflictValue(info.Env(), findConflict(readSettings(info)));
 }
 
 }  // namespace stiltforge::binding

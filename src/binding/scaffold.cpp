@@ -13,6 +13,7 @@
 #include "binding/array_buffer.h"
 #include "binding/job.h"
 #include "binding/options.h"
+#include "binding/setting_conflict.h"
 #include "binding/watch.h"
 #include "node_api/host_memory.h"
 #include "node_api/refusal.h"
@@ -277,18 +278,11 @@ Napi::Value startScaffold(const Napi::CallbackInfo& info) {
 }
 
 Napi::Value findScaffoldConflict(const Napi::CallbackInfo& info) {
-  const Napi::Env env = info.Env();
   const Options options(
       info, {"tipDiameter", "tipLength", "penetration", "pillarDiameter", "footDiameter",
              "footHeight", "clearance", "raftThickness", "braceDiameter", "braceReach"});
   const double lift = info[1].IsNumber() ? info[1].As<Napi::Number>().DoubleValue() : 0;
-  const auto conflict = scaffold::findConflict(readSettings(options), lift);
-  if (!conflict) return env.Undefined();
-  Napi::Object result = Napi::Object::New(env);
-  result.Set("setting", conflict->setting);
-  result.Set("value", conflict->value);
-  result.Set("range", conflict->range);
-  return result;
+  return conflictValue(info.Env(), scaffold::findConflict(readSettings(options), lift));
 }
 
 }  // namespace stiltforge::binding
