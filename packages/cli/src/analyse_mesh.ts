@@ -9,6 +9,7 @@ import { reportName } from './output/report_name.js';
 import { pictureNames } from './picture_names.js';
 import { type FolderJob, type JobWatcher, runIntoFolder } from './run_into_folder.js';
 import type { ScaffoldJob } from './scaffold/supports_geometry.js';
+import { withShownSupports } from './shown_supports.js';
 import type { Summary } from './summary.js';
 import {
   analysePart,
@@ -81,14 +82,15 @@ async function writeOutputs(
     warnings = document.model.warnings;
     await writePoints(job, supported, folder);
     await writeGeometry(job, supported, folder, { progress, signal });
+    const shown = await withShownSupports(job, supported, progress.supports, signal);
     if (job.report) {
       const { reportPage } = await import('./output/report.js');
-      await folder.write(reportName, await reportPage(supported, progress.report, signal));
+      await folder.write(reportName, await reportPage(shown, progress.report, signal));
     }
     if (pictures !== undefined) {
       progress.pictures(0);
       const { drawPictures } = await pictures;
-      const drawn = { ...job, ...supported };
+      const drawn = { ...job, ...shown };
       for (const { name, png } of await drawPictures(drawn, progress.pictures, signal)) {
         await folder.write(name, png);
       }
@@ -111,7 +113,7 @@ type PartInWork = SupportedPart & { built?: Scaffold };
 
 /** The part as the outputs tell of it. */
 async function withGeometry(
-  { formats = defaultFormats, scaffold: asked = usualScaffold }: Job,
+  { formats = defaultFormats, scaffold: asked = usualSettings }: Job,
   part: SupportedPart,
   { progress, signal }: Pick<JobWatcher, 'progress' | 'signal'>,
 ): Promise<PartInWork> {
@@ -121,7 +123,7 @@ async function withGeometry(
   return { ...part, document, built: scaffold };
 }
 
-const usualScaffold: ScaffoldJob = { settings: {}, merge: false };
+const usualSettings: ScaffoldJob = { settings: {}, merge: false };
 
 async function writePoints(
   { formats = defaultFormats }: Job,
@@ -137,7 +139,7 @@ type Pieces = (progress: (share: number) => void) => AsyncIterable<Uint8Array>;
 
 /** The files that are large where the mesh is. */
 async function writeGeometry(
-  { formats = defaultFormats, scaffold: { merge } = usualScaffold }: Job,
+  { formats = defaultFormats, scaffold: { merge } = usualSettings }: Job,
   part: PartInWork,
   folder: OutputFolder,
   { progress, signal }: Pick<JobWatcher, 'progress' | 'signal'>,

@@ -1,6 +1,7 @@
 import type { AnalysisParameters } from 'stiltforge';
 import { AnalysisError, estimateMemory } from 'stiltforge/analysis';
 import { ExitCode, messageOf, UserError } from './errors.js';
+import { mostDrawnBuilt } from './shown_supports.js';
 
 /** What the process takes before it has read a mesh, bytes. */
 const processBytes = 100e6;
@@ -71,9 +72,11 @@ export function predictedMemory(
       estimateMemory({ ...parameters, needBuffer: true, addSupport: false }, { heldResults: 2 })
         .total
     : 0;
-  const built = builtBytesPerSupport * supports;
-  // A report shows supports as they are built.
-  const building = geometry || report ? builderBytesPerTriangle * triangles + built : 0;
+  // A report shows supports as they are built, and so do the pictures of a small part.
+  const mostBuilt = (all: number, ofSmall: number): number =>
+    geometry || report ? all : pictures ? Math.min(all, ofSmall) : 0;
+  const built = builtBytesPerSupport * mostBuilt(supports, mostDrawnBuilt.supports);
+  const building = builderBytesPerTriangle * mostBuilt(triangles, mostDrawnBuilt.triangles) + built;
   const reporting = report ? reportBytes + reportBytesPerTriangle * triangles + built : 0;
   return (
     processBytes +

@@ -1,6 +1,6 @@
 // What the pictures show, and what drawing them costs.
 import assert from 'node:assert/strict';
-import { writeFile } from 'node:fs/promises';
+import { readFile, writeFile } from 'node:fs/promises';
 import { join } from 'node:path';
 import { Readable } from 'node:stream';
 import { test } from 'node:test';
@@ -11,7 +11,8 @@ import { scaleBar } from '../dist/pictures/scale_bar.js';
 import { sliceSheet } from '../dist/pictures/slice_sheet.js';
 import { cornerNormals } from '../dist/pictures/surface_normals.js';
 import { Visibility } from '../dist/pictures/visibility.js';
-import { start, temporaryFolder } from './harness.mjs';
+import { mostDrawnBuilt, withShownSupports } from '../dist/shown_supports.js';
+import { start, stiltforge, temporaryFolder } from './harness.mjs';
 import { binaryStl, box } from './meshes.mjs';
 
 const triangles = (list) => Float32Array.from(list.flat(2));
@@ -185,6 +186,37 @@ test('supports that were built stand in the place of pillars', () => {
   const expected = triangles(box([-1, -1, 0], [1, 1, 5]));
   assert.deepEqual(pillars.positions, expected, 'moved as the part is');
   assert.equal(pillars.normals.length, built.length);
+});
+
+test('a part is drawn with the supports that its geometry has', async (t) => {
+  const folder = await temporaryFolder(t);
+  const table = [...box([0, 0, 0], [4, 4, 12]), ...box([0, 0, 12], [20, 12, 15])];
+  await writeFile(join(folder, 'table.stl'), binaryStl(table));
+  const pictureOf = async (out, ...words) => {
+    const all = ['table.stl', '--out', out, '--layer-height', '0.1', ...words];
+    const { code, err } = await stiltforge(all, { cwd: folder });
+    assert.equal(code, 0, err);
+    return readFile(join(folder, out, 'part.png'));
+  };
+  const [usual, geometry, thick] = await Promise.all([
+    pictureOf('usual'),
+    pictureOf('geometry', '--format', 'stl'),
+    pictureOf('thick', '--format', 'stl', '--pillar-diameter', '2'),
+  ]);
+  assert.ok(usual.equals(geometry));
+  assert.ok(!usual.equals(thick));
+});
+
+test('supports of a large part are built for a report, not for pictures alone', async () => {
+  const mesh = triangles(box([0, 0, 3], [6, 6, 5]));
+  const document = { supports: [{ x: 3, y: 3, z: 3 }], print: { layerHeight: 0.05 } };
+  const shown = (many, job) =>
+    withShownSupports(job, { mesh, document, slicer: { plateZ: 0, report: { triangles: many } } });
+  const small = mostDrawnBuilt.triangles;
+  assert.ok((await shown(small, { pictures: true })).built.positions.length > 0);
+  assert.equal((await shown(small + 1, { pictures: true })).built, undefined);
+  assert.equal((await shown(small, { pictures: false })).built, undefined);
+  assert.ok((await shown(small + 1, { pictures: false, report: true })).built);
 });
 
 test('the pictures of a part with many points are drawn, and how long it took is told', async (t) => {
