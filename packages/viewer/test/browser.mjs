@@ -86,24 +86,13 @@ export async function openPage(t, html, options) {
 export const sliceShown = (page, layer) =>
   page.getByRole('heading', { name: `Slice of layer ${layer}`, exact: true }).waitFor();
 
-/** The picture of an element when nothing moves there any more. */
-export async function settledPicture(page, selector) {
-  const picture = () => page.locator(selector).screenshot();
-  let last = null;
-  for (let now = await picture(); !last?.equals(now); now = await picture()) {
-    last = now;
-    await page.waitForTimeout(400);
-  }
-  return last;
-}
+/** Resolves when the part is drawn as it stays until somebody does something. */
+export const sceneDrawn = (page) => page.locator('.scene .canvas[aria-busy=false]').waitFor();
 
-/** The picture of an element as soon as it is another one. */
-export async function pictureOtherThan(page, selector, other) {
-  for (;;) {
-    const picture = await page.locator(selector).screenshot();
-    if (!picture.equals(other)) return picture;
-    await page.waitForTimeout(100);
-  }
+/** The picture of the part then. */
+export async function pictureOfScene(page) {
+  await sceneDrawn(page);
+  return page.locator('.scene canvas').screenshot();
 }
 
 /** Of a canvas, how many pixels have this colour, "#rrggbb", but for so much of each channel. */

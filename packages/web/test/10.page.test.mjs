@@ -12,6 +12,7 @@ import {
   pageFile,
   pictureFolder,
   resultShown,
+  sceneDrawn,
   withoutBrowser as skip,
   sliceShown,
 } from './stiltforge_page.mjs';
@@ -133,7 +134,7 @@ test('a rabbit, by keys alone, light and dark, wide and narrow', { skip }, async
     }));
     assert.ok(scroll <= inner, `${name}: ${scroll} pixels of ${inner}`);
     await assertAccessible(page, `${name}, result`);
-    await page.waitForTimeout(500);
+    await sceneDrawn(page);
     await picture('result');
     await page.getByRole('button', { name: 'Settings', exact: true }).press('Enter');
     await assertAccessible(page, `${name}, settings`);

@@ -7,7 +7,7 @@ import { join } from 'node:path';
 import { fileURLToPath } from 'node:url';
 import { openFile } from '../../viewer/test/browser.mjs';
 
-export { sliceShown, withoutBrowser } from '../../viewer/test/browser.mjs';
+export { sceneDrawn, sliceShown, withoutBrowser } from '../../viewer/test/browser.mjs';
 
 export const pageFile = fileURLToPath(new URL('../dist/stiltforge.html', import.meta.url));
 

@@ -40,6 +40,8 @@ export class SceneView {
   private readonly toggles: [button: HTMLButtonElement, key: Toggle][];
   private isPlanned = false;
   private flying = 0;
+  private isFlying = false;
+  private isLoading = false;
   /** The layer whose slice lies on the cut; -1 for none. */
   private cutLayer = -1;
   private isFollowing = false;
@@ -137,8 +139,15 @@ export class SceneView {
     this.frame.append(element('p', { class: 'fallback', text }));
   }
 
+  /** Says for others whether the picture is about to change by itself. */
+  private tellBusy(): void {
+    const isBusy = this.isLoading || this.isFollowing || this.isFlying || this.isPlanned;
+    this.frame.setAttribute('aria-busy', String(isBusy));
+  }
+
   private async loadShapes(): Promise<void> {
     const { scaffold } = this.part.document;
+    this.isLoading = true;
     try {
       this.scene.setMesh(await this.part.mesh());
       if (scaffold !== undefined) {
@@ -147,6 +156,7 @@ export class SceneView {
     } catch (error) {
       this.sayInstead(`The part can't be shown: ${(error as Error).message}.`);
     }
+    this.isLoading = false;
     this.plan();
   }
 
@@ -190,6 +200,8 @@ export class SceneView {
     this.canvas.addEventListener('pointerdown', ({ clientX, clientY }) => {
       start = [clientX, clientY];
       this.flying++;
+      this.isFlying = false;
+      this.tellBusy();
     });
     this.canvas.addEventListener('pointerup', ({ clientX, clientY }) => {
       if (Math.hypot(clientX - start[0], clientY - start[1]) < 5) this.choose(clientX, clientY);
@@ -242,6 +254,7 @@ export class SceneView {
       this.apply();
     }
     this.isFollowing = false;
+    this.tellBusy();
   }
 
   private resize(): void {
@@ -262,9 +275,11 @@ export class SceneView {
   private plan(): void {
     if (this.isPlanned || this.renderer === null) return;
     this.isPlanned = true;
+    this.tellBusy();
     requestAnimationFrame(() => {
       this.isPlanned = false;
       this.draw();
+      this.tellBusy();
     });
   }
 
@@ -292,6 +307,7 @@ export class SceneView {
     const flightNumber = ++this.flying;
     const started = performance.now();
     const still = wantsStillness();
+    this.isFlying = true;
     const step = (): void => {
       if (flightNumber !== this.flying) return;
       const share = still ? 1 : Math.min(1, (performance.now() - started) / flight);
@@ -299,8 +315,9 @@ export class SceneView {
       camera.position.lerpVectors(from, position, eased);
       controls.target.lerpVectors(fromTarget, target, eased);
       controls.update();
+      this.isFlying = share < 1;
       this.plan();
-      if (share < 1) requestAnimationFrame(step);
+      if (this.isFlying) requestAnimationFrame(step);
     };
     step();
   }
