@@ -141,7 +141,7 @@ function buildCommand({ analyse, check }: Actions): Command {
     .addHelpText('after', notes)
     .showHelpAfterError('Try: stiltforge --help')
     .configureOutput({
-      outputError: (text, write) => write(text.replace(/^error: /, 'stiltforge: ')),
+      outputError: (text, write) => write(ownWords(text)),
     })
     .exitOverride()
     // Or those after the name of a command would be taken for this one's.
@@ -166,6 +166,13 @@ function buildCommand({ analyse, check }: Actions): Command {
     command.addCommand(other.showHelpAfterError(`Try: stiltforge ${other.name()} --help`));
   }
   return command;
+}
+
+/** What the parser of the words has to say, as this command says things. */
+function ownWords(text: string): string {
+  return text
+    .replace(/^error: missing required argument '(\w+)'/, 'error: no $1 is named. Name one.')
+    .replace(/^error: /, 'stiltforge: ');
 }
 
 /** Throws a UserError when the first word is no file, but almost a command. */

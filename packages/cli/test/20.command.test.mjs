@@ -33,7 +33,7 @@ test('--version prints the version of the package', async () => {
 
 test('wrong words on the command line exit with 2 and say what is wrong', async () => {
   for (const [words, message] of [
-    [[], /missing required argument/],
+    [[], /^stiltforge: no part is named\. Name one\.\nTry: stiltforge --help\n$/],
     [['part.stl', '--layer-height', '0'], /plain number above 0/],
     [['part.stl', '--critical-angle', '90'], /between 0 and 90/],
     [['part.stl', '--screen', '0x100'], /1 to 65535/],
