@@ -13,6 +13,7 @@
 #include "hold/region_tracks.h"
 #include "hold/room_below.h"
 #include "hold/steep_overhang.h"
+#include "runtime/scratch_vector.h"
 
 namespace stiltforge::hold {
 
@@ -107,7 +108,7 @@ class Survey {
   RoomBelow room_;
   SteepOverhang steep_;
   std::vector<Island> islands_;
-  std::vector<OverhangRun> overhang_;
+  ScratchVector<OverhangRun> overhang_;
   std::vector<std::size_t> firstRun_{0};  // in overhang_, by layer
   std::vector<OverhangSample> samples_;
   std::vector<uint16_t> sampleNeed_;  // see need_, of the place of each

@@ -13,7 +13,7 @@ namespace stiltforge::scratch_memory {
 namespace {
 
 // Smaller blocks hardly ever go back to the system.
-constexpr std::size_t smallest = std::size_t{1} << 16;
+constexpr std::size_t smallest = std::size_t{1} << 13;
 
 // The address sanitizer must see where each block ends, so under it none is kept.
 #ifndef __has_feature

@@ -34,9 +34,9 @@ class SliceRasterizer {
 
   int width_;
   int height_;
-  std::vector<std::size_t> counts_;    // crossings of each row
-  std::vector<Crossing> crossings_;    // of a band of rows, row by row
-  std::vector<std::size_t> bandRows_;  // where the band's rows end in crossings_
+  ScratchVector<std::size_t> counts_;    // crossings of each row
+  ScratchVector<Crossing> crossings_;    // of a band of rows, row by row
+  ScratchVector<std::size_t> bandRows_;  // where the band's rows end in crossings_
 };
 
 }  // namespace stiltforge::slicing

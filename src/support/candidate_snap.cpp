@@ -22,10 +22,10 @@ struct CandidateSnap::Best {
   }
 };
 
-CandidateSnap::CandidateSnap(const std::vector<Candidate>& candidates,
+CandidateSnap::CandidateSnap(const ScratchVector<Candidate>& candidates,
                              const Plane<uint16_t>& sampleX, const Plane<uint16_t>& sampleY)
     : top_(sampleY[0]) {
-  std::vector<uint32_t> rankOf(sampleX.size(), noRank);
+  ScratchVector<uint32_t> rankOf(sampleX.size(), noRank);
   for (uint32_t rank = 0; rank < candidates.size(); ++rank) rankOf[candidates[rank].sample] = rank;
   places_.reserve(candidates.size());
   for (std::size_t s = 0; s < rankOf.size(); ++s) {

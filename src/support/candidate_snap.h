@@ -14,7 +14,7 @@ namespace stiltforge {
 class CandidateSnap {
  public:
   /// Candidates must not be empty; samples are in raster order.
-  CandidateSnap(const std::vector<Candidate>& candidates, const Plane<uint16_t>& sampleX,
+  CandidateSnap(const ScratchVector<Candidate>& candidates, const Plane<uint16_t>& sampleX,
                 const Plane<uint16_t>& sampleY);
 
   /// Searches rows, and columns of a row, from the pixel outwards.
@@ -29,7 +29,7 @@ class CandidateSnap {
 
   void searchRow(Site place, int32_t row, Best& best) const;
 
-  std::vector<Place> places_;       // in raster order
+  ScratchVector<Place> places_;     // in raster order
   std::vector<uint32_t> rowFirst_;  // row r has places_ [rowFirst_[r], rowFirst_[r + 1])
   uint16_t top_ = 0;                // pixel row of row 0
 };

@@ -4,6 +4,7 @@
 #include <cmath>
 #include <cstddef>
 #include <utility>
+#include <vector>
 
 namespace stiltforge {
 
@@ -109,7 +110,7 @@ void insertionSort(Candidate* first, Index length) {
 // The quicksort phase, which leaves ranges that lie wholly beyond the wanted prefix for later.
 class Introsort {
  public:
-  explicit Introsort(std::vector<Candidate>& candidates)
+  explicit Introsort(ScratchVector<Candidate>& candidates)
       : begin_(candidates.data()), end_(static_cast<Index>(candidates.size())) {
     int log2 = 0;
     for (std::size_t n = candidates.size(); n > 1; n >>= 1) ++log2;
@@ -164,13 +165,13 @@ class Introsort {
 
 }  // namespace
 
-void sortCandidates(std::vector<Candidate>& candidates) {
+void sortCandidates(ScratchVector<Candidate>& candidates) {
   Introsort sort(candidates);
   sort.partitionPrefix(static_cast<Index>(candidates.size()));
   sort.finish();
 }
 
-std::size_t sortLowestCandidates(std::vector<Candidate>& candidates, std::size_t count) {
+std::size_t sortLowestCandidates(ScratchVector<Candidate>& candidates, std::size_t count) {
   const auto isNan = [](const Candidate& c) { return std::isnan(c.score); };
   if (count == 0 || count >= candidates.size() ||
       std::any_of(candidates.begin(), candidates.end(), isNan)) {
@@ -181,7 +182,7 @@ std::size_t sortLowestCandidates(std::vector<Candidate>& candidates, std::size_t
   sort.partitionPrefix(static_cast<Index>(count));
 
   // Nothing beyond sortedEnd() is lower than what stands before it.
-  std::vector<Candidate> lowest(candidates.begin(), candidates.begin() + sort.sortedEnd());
+  ScratchVector<Candidate> lowest(candidates.begin(), candidates.begin() + sort.sortedEnd());
   std::nth_element(lowest.begin(), lowest.begin() + static_cast<Index>(count - 1), lowest.end(),
                    less);
   const float last = lowest[count - 1].score;

@@ -2,7 +2,8 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <vector>
+
+#include "runtime/scratch_vector.h"
 
 namespace stiltforge {
 
@@ -17,11 +18,11 @@ struct Candidate {
 /// median of the second, middle and last element, heap sort beyond a depth of 2 * floor(log2 n),
 /// insertion sort of what is left below 17 elements. The same input gives the same order on every
 /// standard library.
-void sortCandidates(std::vector<Candidate>& candidates);
+void sortCandidates(ScratchVector<Candidate>& candidates);
 
 /// Puts in front, in the same order, what sortCandidates() would put there: at least the `count`
 /// lowest and every further one whose score equals the last of them. Returns how many positions are
 /// final.
-std::size_t sortLowestCandidates(std::vector<Candidate>& candidates, std::size_t count);
+std::size_t sortLowestCandidates(ScratchVector<Candidate>& candidates, std::size_t count);
 
 }  // namespace stiltforge

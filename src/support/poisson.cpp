@@ -63,8 +63,8 @@ void Poisson::keepRecord() {
   placement.samples->scoreNorm = field_->scoreNorm();
 }
 
-std::vector<Candidate> Poisson::bestCandidates() const {
-  std::vector<Candidate> candidates(field_->size());
+ScratchVector<Candidate> Poisson::bestCandidates() const {
+  ScratchVector<Candidate> candidates(field_->size());
   for (uint32_t s = 0; s < candidates.size(); ++s) candidates[s] = {field_->scores()[s], s};
 
   const SampleLattice& lattice = field_->lattice();
@@ -88,7 +88,7 @@ std::vector<Candidate> Poisson::bestCandidates() const {
 
 // Seeds the supports evenly along the ranked candidates, relaxes them over all samples and snaps
 // them back; a support that no sample is nearest to is dropped.
-void Poisson::placeOn(const std::vector<Candidate>& candidates) {
+void Poisson::placeOn(const ScratchVector<Candidate>& candidates) {
   // With fewer candidates than supports every support is seeded on the first candidate.
   const std::size_t stride = candidates.size() / nbSupport;
   const std::size_t distinctSeeds = stride == 0 ? 1 : nbSupport;
@@ -135,7 +135,7 @@ uint32_t Poisson::placeOnce() {
   field_->sample(nbSupport);
   keepRecord();
   group->placement->supports.clear();
-  const std::vector<Candidate> candidates = bestCandidates();
+  const ScratchVector<Candidate> candidates = bestCandidates();
   if (candidates.empty()) {
     secondPass_ = true;  // nothing to enlarge
     return nbSupport = 0;

@@ -40,8 +40,8 @@ class Poisson {
   uint32_t placeOnce();
   void updatePixelStrength();
   void keepRecord();
-  std::vector<Candidate> bestCandidates() const;
-  void placeOn(const std::vector<Candidate>& candidates);
+  ScratchVector<Candidate> bestCandidates() const;
+  void placeOn(const ScratchVector<Candidate>& candidates);
   std::optional<uint32_t> enlargedCount() const;
 
   std::optional<SampleField> field_;

@@ -40,7 +40,7 @@ TEST(CandidateSnap, EqualsASearchThroughAll) {
     const uint32_t candidateOneIn = random.oneIn(2) ? 3 : random.oneIn(2) ? 1 : 50;
     std::vector<uint16_t> columns;
     std::vector<uint16_t> rows;
-    std::vector<Candidate> candidates;
+    ScratchVector<Candidate> candidates;
     for (uint32_t row = 0; row < side; ++row) {
       for (uint32_t column = 0; column < side; ++column) {
         if (random.oneIn(3)) continue;

@@ -18,26 +18,26 @@ namespace {
 
 using Scores = std::vector<float>;
 
-std::vector<Candidate> candidatesOf(const Scores& scores) {
-  std::vector<Candidate> candidates;
+ScratchVector<Candidate> candidatesOf(const Scores& scores) {
+  ScratchVector<Candidate> candidates;
   for (uint32_t i = 0; i < scores.size(); ++i) candidates.push_back({scores[i], i});
   return candidates;
 }
 
-std::vector<uint32_t> samplesOf(const std::vector<Candidate>& candidates) {
+std::vector<uint32_t> samplesOf(const ScratchVector<Candidate>& candidates) {
   std::vector<uint32_t> samples;
   for (const Candidate& candidate : candidates) samples.push_back(candidate.sample);
   return samples;
 }
 
 std::vector<uint32_t> sorted(const Scores& scores) {
-  std::vector<Candidate> candidates = candidatesOf(scores);
+  ScratchVector<Candidate> candidates = candidatesOf(scores);
   sortCandidates(candidates);
   return samplesOf(candidates);
 }
 
 std::vector<uint32_t> sortedByStandardLibrary(const Scores& scores) {
-  std::vector<Candidate> candidates = candidatesOf(scores);
+  ScratchVector<Candidate> candidates = candidatesOf(scores);
   std::sort(candidates.begin(), candidates.end(),
             [](const Candidate& a, const Candidate& b) { return a.score < b.score; });
   return samplesOf(candidates);
@@ -161,7 +161,7 @@ TEST(CandidateSort, LosesNoCandidateAmongNans) {
 // The final part is what a full sort would put there, and what follows is no lower.
 void expectPrefix(const Scores& scores, std::size_t count) {
   const std::vector<uint32_t> full = sorted(scores);
-  std::vector<Candidate> candidates = candidatesOf(scores);
+  ScratchVector<Candidate> candidates = candidatesOf(scores);
   const std::size_t final = sortLowestCandidates(candidates, count);
   ASSERT_LE(final, scores.size());
   ASSERT_GE(final, std::min(count, scores.size()));
@@ -195,7 +195,7 @@ TEST(LowestCandidates, StandAsAFullSortPutsThemInKillerSequences) {
 
 TEST(LowestCandidates, AreAllWhenNoneOrMoreThanAllAreAskedFor) {
   for (const std::size_t count : {0, 50, 51, 100000}) {
-    std::vector<Candidate> candidates = candidatesOf(Scores(50, 2.0f));
+    ScratchVector<Candidate> candidates = candidatesOf(Scores(50, 2.0f));
     EXPECT_EQ(sortLowestCandidates(candidates, count), 50u);
   }
 }
@@ -204,7 +204,7 @@ TEST(LowestCandidates, SaveTheRestOfALargeSort) {
   Random random(65);
   Scores scores;
   for (int i = 0; i < 100000; ++i) scores.push_back(random.unit());
-  std::vector<Candidate> candidates = candidatesOf(scores);
+  ScratchVector<Candidate> candidates = candidatesOf(scores);
   EXPECT_LT(sortLowestCandidates(candidates, 100), 1000u);
 }
 
@@ -213,7 +213,7 @@ TEST(LowestCandidates, AmongNansAreThoseOfTheFullSort) {
   for (int i = 0; i < 1000; ++i) {
     Scores scores = randomScores(random, 1 + random.below(200));
     scores[random.below(static_cast<uint32_t>(scores.size()))] = std::nanf("");
-    std::vector<Candidate> candidates = candidatesOf(scores);
+    ScratchVector<Candidate> candidates = candidatesOf(scores);
     sortLowestCandidates(candidates, 1 + random.below(20));
     ASSERT_EQ(samplesOf(candidates), sorted(scores));
   }
