@@ -80,6 +80,24 @@ test('the slider and the keys change the layer', { skip }, async (t) => {
   );
 });
 
+test('layers lie above a first layer of its own height', { skip }, async (t) => {
+  const source = smallPart();
+  source.part.print.firstLayerHeight = 1.5;
+  const { page } = await open(t, source);
+  const slider = page.getByRole('slider', { name: 'Layer' });
+  for (const [layer, height] of [
+    [0, '0.00'],
+    [3, '3.50'],
+  ]) {
+    await slider.fill(String(layer));
+    await sliceShown(page, layer);
+    const told = await slider.getAttribute('aria-valuetext');
+    assert.equal(told, `layer ${layer} of 7, ${height} mm above the plate`);
+  }
+  await page.getByRole('tab', { name: 'Settings' }).click();
+  await page.locator('.settings div', { hasText: /^First layer1\.50* mm$/ }).waitFor();
+});
+
 test('a press on the charts goes to the layer', { skip }, async (t) => {
   const { page } = await open(t, smallPart());
   await sliceShown(page, 4);
