@@ -134,6 +134,9 @@ export function runInChild(
   return runNode([...flags, '--input-type=module', '--eval', script], { timeoutSeconds, env });
 }
 
+/** How many times as slow as usual everything is, as under a sanitizer: limits of time are so much longer. */
+const slowness = Number(process.env.STILTFORGE_SLOWNESS ?? 1);
+
 export function runNode(args, { timeoutSeconds = 60, env = {}, signalAfter } = {}) {
   return new Promise((resolve) => {
     const child = spawn(process.execPath, args, {
@@ -151,10 +154,13 @@ export function runNode(args, { timeoutSeconds = 60, env = {}, signalAfter } = {
     child.stderr.on('data', (data) => {
       stderr += data;
     });
-    const timer = setTimeout(() => {
-      timedOut = true;
-      child.kill('SIGKILL');
-    }, timeoutSeconds * 1000);
+    const timer = setTimeout(
+      () => {
+        timedOut = true;
+        child.kill('SIGKILL');
+      },
+      timeoutSeconds * slowness * 1000,
+    );
     child.on('close', (code, signal) => {
       clearTimeout(timer);
       resolve({ code, signal, stdout, stderr, timedOut });
