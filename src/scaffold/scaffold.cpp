@@ -43,9 +43,9 @@ class Steps {
  public:
   Steps(const Progress& progress, std::size_t total) : progress_(progress), total_(total) {}
 
-  // So many in all, as is known by now.
-  void expect(std::size_t total) {
-    total_ = total;
+  // So many more, as is known by now.
+  void expect(std::size_t rest) {
+    total_ = done_ + rest;
     if (progress_) progress_(done_, total_);
   }
 
@@ -83,7 +83,7 @@ void appendBraces(const std::vector<std::optional<Route>>& routes, const Triangl
     if (routes[i]) pillars[i] = pillarOf(routes[i]->rings);
     if (pillars[i] && pillars[i]->isSlender()) ++slender;
   }
-  steps.expect(routes.size() + (settings.braceReach > 0 ? looksAtPillar * slender : 0));
+  steps.expect(settings.braceReach > 0 ? looksAtPillar * slender : 0);
   std::vector<bool> isBraced(routes.size());
   for (const Brace& brace : bracesBetween(
            pillars, part, settings, [&steps] { steps.count(); }, cancelled)) {
@@ -108,13 +108,16 @@ Scaffold build(slicing::TriangleMesh part, std::span<const slicing::Vector> poin
                const Settings& settings, const Progress& progress,
                const std::atomic<bool>* cancelled) {
   requireNear(part.bounds, plateZ);
-  const TriangleIndex index(std::move(part));
+  Steps steps(progress,
+              TriangleIndex::looksAt(part.triangles.size()) + (1 + looksAtPillar) * points.size());
+  const TriangleIndex index(
+      std::move(part), [&steps] { steps.count(); }, cancelled);
+  if (cancelled && *cancelled) throw Cancelled();
   const double raftTop = plateZ + settings.raftThickness;
   const double base = raftTop - std::min(sunkIntoRaft, settings.raftThickness / 2);
 
   const RouteFinder finder(index, settings, base);
   std::vector<std::optional<Route>> routes(points.size());
-  Steps steps(progress, (1 + looksAtPillar) * points.size());
   workers::parallelFor(points.size(), [&](std::size_t i) {
     if (cancelled && *cancelled) return;
     routes[i] = finder.find(contactAt(points[i], index, settings));

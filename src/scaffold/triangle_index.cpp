@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <cstddef>
 #include <limits>
 #include <utility>
 
@@ -16,6 +17,7 @@ using slicing::cross;
 using slicing::dot;
 
 constexpr std::size_t trianglesPerLeaf = 4;
+constexpr std::size_t trianglesPerTask = std::size_t{1} << 14;
 // Steps of the curve along each axis.
 constexpr double curveSteps = 1024;
 
@@ -43,6 +45,17 @@ uint32_t placeOnCurve(const Triangle& t, const slicing::Bounds& bounds) {
   return spread(stepOf(lowX, highX, bounds.min.x, bounds.max.x)) |
          spread(stepOf(lowY, highY, bounds.min.y, bounds.max.y)) << 1 |
          spread(stepOf(lowZ, highZ, bounds.min.z, bounds.max.z)) << 2;
+}
+
+std::size_t tasksFor(std::size_t triangles) {
+  return triangles / trianglesPerTask + 1;
+}
+
+// A place on the curve, and the triangle there: no two are equal, so that there is one order.
+using PlacedTriangle = std::pair<uint32_t, uint32_t>;
+
+std::vector<PlacedTriangle>::iterator at(std::vector<PlacedTriangle>& order, std::size_t index) {
+  return order.begin() + static_cast<std::ptrdiff_t>(index);
 }
 
 Vector unitNormal(const Triangle& triangle) {
@@ -97,18 +110,46 @@ class ThickLine {
 
 }  // namespace
 
-TriangleIndex::TriangleIndex(slicing::TriangleMesh mesh) : bounds_(mesh.bounds) {
+std::size_t TriangleIndex::looksAt(std::size_t triangles) {
+  return 2 * tasksFor(triangles);
+}
+
+TriangleIndex::TriangleIndex(slicing::TriangleMesh mesh, const std::function<void()>& looked,
+                             const std::atomic<bool>* cancelled)
+    : bounds_(mesh.bounds) {
+  const auto isCancelled = [&] { return cancelled && *cancelled; };
   std::vector<Triangle>& given = mesh.triangles;
   given.erase(std::remove_if(given.begin(), given.end(),
                              [](const Triangle& triangle) { return !hasArea(triangle); }),
               given.end());
-  std::vector<std::pair<uint32_t, uint32_t>> order(given.size());
-  for (std::size_t i = 0; i < given.size(); ++i) {
-    order[i] = {placeOnCurve(given[i], bounds_), static_cast<uint32_t>(i)};
+  const std::size_t tasks = tasksFor(given.size());
+  const auto firstOf = [&](std::size_t task) { return given.size() * task / tasks; };
+  std::vector<PlacedTriangle> order(given.size());
+  workers::parallelFor(tasks, [&](std::size_t t) {
+    if (isCancelled()) return;
+    for (std::size_t i = firstOf(t); i < firstOf(t + 1); ++i) {
+      order[i] = {placeOnCurve(given[i], bounds_), static_cast<uint32_t>(i)};
+    }
+    std::sort(at(order, firstOf(t)), at(order, firstOf(t + 1)));
+    if (looked) looked();
+  });
+  for (std::size_t sorted = 1; sorted < tasks; sorted *= 2) {
+    workers::parallelFor((tasks - 1) / (2 * sorted) + 1, [&](std::size_t pair) {
+      const std::size_t first = 2 * sorted * pair;
+      const std::size_t middle = std::min(first + sorted, tasks);
+      const std::size_t end = std::min(middle + sorted, tasks);
+      if (isCancelled()) return;
+      std::inplace_merge(at(order, firstOf(first)), at(order, firstOf(middle)),
+                         at(order, firstOf(end)));
+    });
   }
-  std::sort(order.begin(), order.end());
-  triangles_.reserve(given.size());
-  for (const auto& [place, i] : order) triangles_.push_back(given[i]);
+  if (isCancelled()) return;
+  triangles_.resize(given.size());
+  workers::parallelFor(tasks, [&](std::size_t t) {
+    for (std::size_t i = firstOf(t); i < firstOf(t + 1); ++i)
+      triangles_[i] = given[order[i].second];
+    if (looked) looked();
+  });
 
   while (leaves_ * trianglesPerLeaf < triangles_.size()) leaves_ *= 2;
   constexpr float infinity = std::numeric_limits<float>::infinity();

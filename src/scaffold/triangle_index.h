@@ -1,7 +1,9 @@
 #pragma once
 
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <span>
 #include <vector>
@@ -15,8 +17,12 @@ namespace stiltforge::scaffold {
 /// not be closed. May be asked by many threads at once.
 class TriangleIndex {
  public:
-  /// Triangles without area are passed over.
-  explicit TriangleIndex(slicing::TriangleMesh mesh);
+  /// Triangles without area are passed over. Spread over the worker pool; `looked` is told by any
+  /// thread, up to looksAt() times. Ends early, and may be asked nothing then, when `cancelled` is
+  /// raised.
+  explicit TriangleIndex(slicing::TriangleMesh mesh, const std::function<void()>& looked = {},
+                         const std::atomic<bool>* cancelled = nullptr);
+  static std::size_t looksAt(std::size_t triangles);
 
   const slicing::Bounds& bounds() const { return bounds_; }
   /// Those that have an area, in an order of its own.

@@ -15,6 +15,7 @@
 #include "scaffold/closed_surface.h"
 #include "scaffold/random_triangles.h"
 #include "scaffold/triangle_distance.h"
+#include "scaffold/triangle_index.h"
 #include "slicing/shapes.h"
 #include "slicing/slicing_error.h"
 
@@ -351,6 +352,24 @@ TEST(Scaffold, CanBeCancelled) {
   const std::atomic<bool> cancelled{true};
   const std::vector<Vector> points{{6, 6, 10}};
   EXPECT_THROW(build(TriangleMesh::fromSoup(table), points, 0, {}, {}, &cancelled), Cancelled);
+}
+
+TEST(Scaffold, TellsHowFarItIsAndCanBeCancelledBeforeTheFirstPoint) {
+  std::vector<float> soup;
+  for (int copy = 0; copy < 3000; ++copy) soup.insert(soup.end(), table.begin(), table.end());
+  const std::vector<Vector> points{{6, 6, 10}};
+  std::atomic<bool> cancelled{false};
+  std::size_t steps = 0;
+  EXPECT_THROW(build(
+                   TriangleMesh::fromSoup(soup), points, 0, {},
+                   [&](std::size_t, std::size_t) {
+                     ++steps;
+                     cancelled = true;
+                   },
+                   &cancelled),
+               Cancelled);
+  EXPECT_GT(steps, 0);
+  EXPECT_LT(steps, TriangleIndex::looksAt(soup.size() / 9));
 }
 
 TEST(Scaffold, TellsHowFarItIs) {

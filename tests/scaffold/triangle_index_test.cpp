@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <cmath>
 #include <random>
 #include <string>
@@ -68,6 +69,18 @@ TEST_P(TriangleIndexOf, FindsWhatALookAtAllTrianglesFinds) {
     if (crossing) {
       EXPECT_EQ(crossing->point.z, lowest);
     }
+  }
+}
+
+TEST(TriangleIndex, FindsTheTrianglesOfALargeMesh) {
+  const std::vector<Triangle> triangles = randomTriangles(70000, 8);
+  std::atomic<std::size_t> looks{0};
+  const TriangleIndex index(meshOf(triangles), [&] { ++looks; });
+  EXPECT_GT(looks, 4);
+  EXPECT_LE(looks, TriangleIndex::looksAt(triangles.size()));
+  for (std::size_t i = 0; i < triangles.size(); i += 100) {
+    if (!hasArea(triangles[i])) continue;
+    EXPECT_TRUE(index.nearest(cornerOf(triangles[i], 0), 1e-6)) << "triangle " << i;
   }
 }
 
