@@ -63,17 +63,39 @@ std::vector<uint32_t> Coverage::add(const Place& place) {
 uint64_t Coverage::lossOf(const Place& place) const {
   uint64_t pixels = 0;
   forEachHeld(
-      place, [&](uint32_t sample) { return points_[sample] == 1; },
+      place, [&](uint32_t sample) { return isAlone(sample); },
       [&](uint32_t sample) { pixels += survey_.samples()[sample].pixels; });
   return pixels;
 }
 
-void Coverage::remove(const Place& place) {
+std::vector<uint32_t> Coverage::reachedAloneFrom(const Place& place) const {
+  std::vector<uint32_t> alone;
+  forEachHeld(
+      place, [&](uint32_t sample) { return isAlone(sample); },
+      [&](uint32_t sample) { alone.push_back(sample); });
+  return alone;
+}
+
+uint64_t Coverage::pixelsWithin(const Place& place, std::span<const uint32_t> samples) const {
+  const Scale scale{survey_.settings().pixelSize, survey_.settings().layerHeight};
+  uint64_t pixels = 0;
+  for (const uint32_t sample : samples) {
+    if (scale.squaredDistance(place, samples_[sample]) > reach_ * reach_) continue;
+    if (bodies_.areOne(place, samples_[sample])) pixels += survey_.samples()[sample].pixels;
+  }
+  return pixels;
+}
+
+std::vector<uint32_t> Coverage::remove(const Place& place) {
+  std::vector<uint32_t> freed;
   forEachHeld(
       place, [&](uint32_t sample) { return counts(sample); },
       [&](uint32_t sample) {
-        if (--points_[sample] == 0) reachedPixels_ -= survey_.samples()[sample].pixels;
+        if (--points_[sample] > 0) return;
+        reachedPixels_ -= survey_.samples()[sample].pixels;
+        freed.push_back(sample);
       });
+  return freed;
 }
 
 }  // namespace stiltforge::hold

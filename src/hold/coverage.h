@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <limits>
+#include <span>
 #include <vector>
 
 #include "hold/bodies.h"
@@ -30,7 +31,12 @@ class Coverage {
   std::vector<uint32_t> add(const Place& place);
   /// Pixels that no point but the one there reaches; it was added.
   uint64_t lossOf(const Place& place) const;
-  void remove(const Place& place);
+  /// The samples that these are.
+  std::vector<uint32_t> reachedAloneFrom(const Place& place) const;
+  /// Pixels of those of the samples that a point there would reach.
+  uint64_t pixelsWithin(const Place& place, std::span<const uint32_t> samples) const;
+  /// Returns the samples that no other point reaches.
+  std::vector<uint32_t> remove(const Place& place);
 
   double reach() const { return reach_; }
   /// Whether the sample counts, and whether no point reaches it yet.
@@ -47,6 +53,7 @@ class Coverage {
   template <class Wanted, class Fn>
   void forEachHeld(const Place& place, Wanted&& wanted, Fn&& fn) const;
   bool canBeReached(const Place& place) const;
+  bool isAlone(uint32_t sample) const { return points_[sample] == 1; }
 
   const Survey& survey_;
   const PointGrid& samples_;

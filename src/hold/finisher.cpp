@@ -23,6 +23,8 @@ namespace stiltforge::hold {
 namespace {
 
 constexpr double roundingSlack = 1e-9;
+// Rounds in which points move to better places: later ones gain next to nothing.
+constexpr int mostRounds = 2;
 
 FinishSettings checked(const FinishSettings& settings) {
   const auto require = [](double value, double least, const char* what) {
@@ -36,6 +38,7 @@ FinishSettings checked(const FinishSettings& settings) {
   require(settings.ownReach, 0, "the own reach of a point");
   require(settings.leastOwnArea, 0, "the least area of a point");
   require(settings.leastGap, 0, "the least gap");
+  require(settings.margin, 0, "the margin of overhang within reach");
   require(settings.preference, 1, "the preference of the analysis's points");
   require(settings.islandHeight, 0, "the height that an island may grow alone");
   if (!(settings.share >= 0 && settings.share <= 1)) {
@@ -70,6 +73,7 @@ class Finisher {
         isSpeck_(specksOf(survey, islandLayers_)),
         bodies_(survey.tracks(), islandLayers_),
         samples_(gridOfSamples(survey, settings.reach)),
+        candidates_(gridOf(survey, settings.reach)),
         kept_(gridOf(survey, settings.reach)),
         near_(survey, samples_, bodies_, isSpeck_, settings.reach, cancelled),
         far_(survey, samples_, bodies_, isSpeck_, settings.farReach, cancelled),
@@ -81,9 +85,14 @@ class Finisher {
     dropImpossible();
     holdIslands();
     const std::size_t forIslands = result_.points.size();
+    const auto any = [](const FinishedPoint&) { return true; };
     cover();
     closeFarGaps();
-    dropNeedless(forIslands, [](const FinishedPoint&) { return true; });
+    dropNeedless(forIslands, any);
+    for (int round = 0; round < mostRounds && moveToBetterPlaces(forIslands); ++round) {
+      dropNeedless(forIslands, any);
+    }
+    gains_.reset();
     keepStrength();
     // What was kept for its strength holds gaps, too.
     dropNeedless(forIslands, [](const FinishedPoint& point) {
@@ -122,34 +131,49 @@ class Finisher {
     }
   }
 
-  STILTFORGE_APART bool isSpaced(const Place& place) {
+  // From all kept points but that one.
+  STILTFORGE_APART bool isSpaced(const Place& place, std::size_t but = FinishedPoint::none) {
     bool spaced = true;
     const double least = settings_.spacing * settings_.spacing;
     const Run pixel{place.x, static_cast<uint16_t>(place.x + 1)};
     kept_.forEachNear(pixel, place.y, place.layer, settings_.spacing, [&](uint32_t i) {
-      spaced = spaced && (scale_.squaredDistance(place, kept_[i]) >= least ||
-                          !bodies_.areOne(place, kept_[i]));
+      if (!spaced || i == but) return;
+      spaced = scale_.squaredDistance(place, kept_[i]) >= least || !bodies_.areOne(place, kept_[i]);
     });
     return spaced;
   }
 
-  STILTFORGE_APART void keep(const Site& site, Reason reason,
-                             uint32_t analysed = FinishedPoint::none) {
-    const std::vector<uint32_t> reached = near_.add(site.place);
+  STILTFORGE_APART void hold(const Place& place) {
+    const std::vector<uint32_t> reached = near_.add(place);
     if (gains_) gains_->take(reached);
-    far_.add(site.place);
-    own_.add(site.place);
-    kept_.add(site.place);
-    if (analysed != FinishedPoint::none) isOpen_[analysed] = 0;
-    result_.points.push_back({site, reason, analysed, {}});
+    far_.add(place);
+    own_.add(place);
   }
-  void keepAnalysed(uint32_t point) { keep(points()[point], Reason::analysed, point); }
-  void addAt(const Place& place, Reason reason) {
+  STILTFORGE_APART void letGo(const Place& place) {
+    const std::vector<uint32_t> freed = near_.remove(place);
+    if (gains_) gains_->giveBack(freed);
+    far_.remove(place);
+    own_.remove(place);
+  }
+  STILTFORGE_APART void keep(const FinishedPoint& point) {
+    hold(point.site.place);
+    kept_.add(point.site.place);
+    setOpen(point, false);
+    result_.points.push_back(point);
+  }
+  // Whether the point may be taken, when it is one of the analysis.
+  void setOpen(const FinishedPoint& point, bool isOpen) {
+    if (point.analysed != FinishedPoint::none) isOpen_[point.analysed] = isOpen ? 1 : 0;
+  }
+  FinishedPoint analysedPoint(uint32_t point) const {
+    return {points()[point], Reason::analysed, point, {}};
+  }
+  static FinishedPoint addedPoint(const Place& place, Reason reason) {
     Site site;
     site.place = place;
     site.isIsland = reason == Reason::addedForIsland;
     site.touches = Site::Touches::overhang;
-    keep(site, reason);
+    return {site, reason, FinishedPoint::none, {}};
   }
 
   STILTFORGE_APART void holdIslands() {
@@ -185,13 +209,14 @@ class Finisher {
     const std::vector<uint32_t>& fromPoints = anySpaced ? spacedPoints : body.points;
     const std::vector<uint32_t>& fromIslands = anySpaced ? spacedIslands : usable;
     if (!fromPoints.empty()) {
-      keepAnalysed(bestOf(fromPoints, [&](uint32_t i) { return near_.gainOf(points()[i].place); }));
+      keep(analysedPoint(
+          bestOf(fromPoints, [&](uint32_t i) { return near_.gainOf(points()[i].place); })));
       return true;
     }
     if (!fromIslands.empty()) {
       const uint32_t largest =
           bestOf(fromIslands, [&](uint32_t i) { return uint64_t{islands[i].pixels}; });
-      addAt(islands[largest].place, Reason::addedForIsland);
+      keep(addedPoint(islands[largest].place, Reason::addedForIsland));
       return true;
     }
     // Where the islands themselves have no room, what they have grown into may.
@@ -199,8 +224,8 @@ class Finisher {
       const auto placeOf = [&](uint32_t i) -> const Place& { return samples()[i].place; };
       const std::vector<uint32_t> spaced = spacedOf(body.samples, placeOf);
       const std::vector<uint32_t>& from = spaced.empty() ? body.samples : spaced;
-      addAt(placeOf(bestOf(from, [&](uint32_t i) { return near_.gainOf(placeOf(i)); })),
-            Reason::addedForIsland);
+      keep(addedPoint(placeOf(bestOf(from, [&](uint32_t i) { return near_.gainOf(placeOf(i)); })),
+                      Reason::addedForIsland));
       return true;
     }
     result_.islandsLeft.insert(result_.islandsLeft.end(), body.islands.begin(), body.islands.end());
@@ -242,12 +267,12 @@ class Finisher {
     const Place& place = samples()[candidate - points().size()].place;
     return isSupportable(place) ? &place : nullptr;
   }
-  void take(std::size_t candidate) {
-    if (isAnalysed(candidate)) {
-      keepAnalysed(static_cast<uint32_t>(candidate));
-    } else {
-      addAt(samples()[candidate - points().size()].place, Reason::addedForOverhang);
-    }
+  double weightOf(std::size_t candidate, uint64_t gain) const {
+    return static_cast<double>(gain) * (isAnalysed(candidate) ? settings_.preference : 1);
+  }
+  FinishedPoint pointOf(std::size_t candidate) const {
+    if (isAnalysed(candidate)) return analysedPoint(static_cast<uint32_t>(candidate));
+    return addedPoint(samples()[candidate - points().size()].place, Reason::addedForOverhang);
   }
 
   // Takes the candidate of the highest gainOf(), in pixels, of equal ones the first, until none
@@ -262,7 +287,7 @@ class Finisher {
       stopIfCancelled(cancelled_);
       const uint64_t gain = placeOf(candidate) != nullptr ? gainOf(candidate) : 0;
       if (gain < std::max<uint64_t>(least, 1)) return 0.0;
-      return static_cast<double>(gain) * (isAnalysed(candidate) ? settings_.preference : 1);
+      return weightOf(candidate, gain);
     };
     const auto offer = [&](std::size_t candidate, double weight) {
       if (weight > 0) bounds.push({weight, -static_cast<int64_t>(candidate)});
@@ -276,26 +301,26 @@ class Finisher {
       if (weight < bound) {
         offer(candidate, weight);
       } else if (isSpaced(*placeOf(candidate))) {
-        take(candidate);
+        keep(pointOf(candidate));
       }
     }
   }
 
   bool isCovered(uint64_t reached) const {
-    return static_cast<double>(reached) >= settings_.share * static_cast<double>(near_.pixels());
+    const auto whole = static_cast<double>(near_.pixels());
+    const double wanted = settings_.share * whole + static_cast<double>(pixelsOf(settings_.margin));
+    return static_cast<double>(reached) >= std::min(wanted, whole);
   }
   STILTFORGE_APART void cover() {
-    PointGrid candidates = gridOf(survey_, settings_.reach);
-    for (const Site& point : points()) candidates.add(point.place);
-    for (const OverhangSample& sample : samples()) candidates.add(sample.place);
-    gains_.emplace(survey_, candidates, near_, bodies_, [&](std::size_t candidate) {
+    for (const Site& point : points()) candidates_.add(point.place);
+    for (const OverhangSample& sample : samples()) candidates_.add(sample.place);
+    gains_.emplace(survey_, candidates_, near_, bodies_, [&](std::size_t candidate) {
       stopIfCancelled(cancelled_);
-      return placeOf(candidate) != nullptr;
+      return isAnalysed(candidate) ? !dropReason_[candidate] : placeOf(candidate) != nullptr;
     });
     takeGreedily(
         1, [&](std::size_t candidate) { return gains_->of(candidate); },
         [&] { return isCovered(near_.reachedPixels()); });
-    gains_.reset();
   }
   void closeFarGaps() {
     const auto gainOf = [&](std::size_t candidate) {
@@ -331,9 +356,7 @@ class Finisher {
       }
       if (now > 0 && !isCovered(near_.reachedPixels() - now)) break;
       if (far_.lossOf(place) >= leastGap) continue;
-      near_.remove(place);
-      far_.remove(place);
-      own_.remove(place);
+      letGo(place);
       isNeedless[point] = 1;
     }
     std::vector<FinishedPoint> points;
@@ -343,11 +366,62 @@ class Finisher {
       if (isNeedless[i] == 0) {
         kept_.add(point.site.place);
         points.push_back(std::move(point));
-      } else if (point.analysed != FinishedPoint::none) {
-        isOpen_[point.analysed] = 1;
+      } else {
+        setOpen(point, true);
       }
     }
     result_.points = std::move(points);
+  }
+
+  // Moves points from that one on to where they hold more of what the others leave, near by.
+  // Returns whether any was moved.
+  STILTFORGE_APART bool moveToBetterPlaces(std::size_t first) {
+    bool anyMoved = false;
+    for (std::size_t i = first; i < result_.points.size(); ++i) {
+      stopIfCancelled(cancelled_);
+      FinishedPoint& point = result_.points[i];
+      const std::optional<std::size_t> better = betterPlaceFor(i);
+      if (!better) continue;
+      letGo(point.site.place);
+      setOpen(point, true);
+      point = pointOf(*better);
+      setOpen(point, false);
+      hold(point.site.place);
+      kept_.move(static_cast<uint32_t>(i), point.site.place);
+      anyMoved = true;
+    }
+    return anyMoved;
+  }
+  // The candidate of the highest weight above that of the point; of equal ones the first. Nothing
+  // that only the point held far away goes without.
+  STILTFORGE_APART std::optional<std::size_t> betterPlaceFor(std::size_t number) {
+    const FinishedPoint& point = result_.points[number];
+    const Place& place = point.site.place;
+    const std::vector<uint32_t> alone = near_.reachedAloneFrom(place);
+    const uint64_t gain = near_.lossOf(place);
+    std::optional<std::size_t> best;
+    double most = static_cast<double>(gain) *
+                  (point.analysed != FinishedPoint::none ? settings_.preference : 1);
+    const auto isBetter = [&](uint32_t i, uint64_t pixels) {
+      const double weight = weightOf(i, pixels);
+      return weight > most || (weight == most && best && i < *best);
+    };
+    const Run pixel{place.x, static_cast<uint16_t>(place.x + 1)};
+    candidates_.forEachNear(pixel, place.y, place.layer, settings_.reach, [&](uint32_t i) {
+      const uint64_t open = gains_->of(i);
+      if (!isBetter(i, open + gain) || placeOf(i) == nullptr) return;
+      const uint64_t own = open + near_.pixelsWithin(candidates_[i], alone);
+      if (!isBetter(i, own) || own < gain || !isSpaced(candidates_[i], number)) return;
+      most = weightOf(i, own);
+      best = i;
+    });
+    if (!best) return best;
+    const uint64_t farLoss = far_.lossOf(place);
+    if (farLoss < pixelsOf(settings_.leastGap)) return best;
+    far_.remove(place);
+    const bool holdsAll = far_.gainOf(candidates_[static_cast<uint32_t>(*best)]) >= farLoss;
+    far_.add(place);
+    return holdsAll ? best : std::nullopt;
   }
   void keepStrength() {
     const auto gainOf = [&](std::size_t candidate) {
@@ -451,11 +525,12 @@ class Finisher {
   const std::vector<uint8_t> isSpeck_;  // by track
   Bodies bodies_;
   const PointGrid samples_;
-  PointGrid kept_;
+  PointGrid candidates_;  // see candidateCount()
+  PointGrid kept_;        // by number in result_
   Coverage near_;
   Coverage far_;
   Coverage own_;
-  std::optional<Gains> gains_;   // of all candidates, while the overhang is covered
+  std::optional<Gains> gains_;   // of all candidates, while it is settled what covers the overhang
   std::vector<uint8_t> isOpen_;  // points of the analysis that may still be taken
   std::vector<std::optional<DropReason>> dropReason_;
   Finished result_;
@@ -472,6 +547,7 @@ FinishSettings FinishSettings::forSupportArea(double area) {
   settings.ownReach = std::sqrt(area / std::numbers::pi);
   settings.leastOwnArea = area / 2;
   settings.leastGap = area / 120;
+  settings.margin = settings.leastGap;
   return settings;
 }
 

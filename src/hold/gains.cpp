@@ -10,23 +10,36 @@ Gains::Gains(const Survey& survey, const PointGrid& places, const Coverage& cove
       places_(places),
       bodies_(bodies),
       reach_(coverage.reach()),
+      isWanted_(places.size(), 0),
       pixels_(places.size(), 0) {
   for (uint32_t i = 0; i < places.size(); ++i) {
-    if (isWanted(i)) pixels_[i] = coverage.gainOf(places[i]);
+    if (!isWanted(i)) continue;
+    isWanted_[i] = 1;
+    pixels_[i] = coverage.gainOf(places[i]);
+  }
+}
+
+template <class Fn>
+void Gains::forEachReaching(std::span<const uint32_t> samples, Fn&& fn) {
+  for (const uint32_t sample : samples) {
+    const Place& at = survey_.samples()[sample].place;
+    const Run pixel{at.x, static_cast<uint16_t>(at.x + 1)};
+    places_.forEachNear(pixel, at.y, at.layer, reach_, [&](uint32_t i) {
+      if (isWanted_[i] == 0 || !bodies_.areOne(places_[i], at)) return;
+      fn(pixels_[i], uint64_t{survey_.samples()[sample].pixels});
+    });
   }
 }
 
 void Gains::take(std::span<const uint32_t> reachedSamples) {
-  for (const uint32_t sample : reachedSamples) {
-    const Place& at = survey_.samples()[sample].place;
-    const uint64_t pixels = survey_.samples()[sample].pixels;
-    const Run pixel{at.x, static_cast<uint16_t>(at.x + 1)};
-    places_.forEachNear(pixel, at.y, at.layer, reach_, [&](uint32_t i) {
-      if (pixels_[i] == 0 || !bodies_.areOne(places_[i], at)) return;
-      // Bodies may take two places for one that they once told apart.
-      pixels_[i] -= std::min(pixels_[i], pixels);
-    });
-  }
+  forEachReaching(reachedSamples, [](uint64_t& gain, uint64_t pixels) {
+    // Bodies may take two places for one that they once told apart.
+    gain -= std::min(gain, pixels);
+  });
+}
+
+void Gains::giveBack(std::span<const uint32_t> freedSamples) {
+  forEachReaching(freedSamples, [](uint64_t& gain, uint64_t pixels) { gain += pixels; });
 }
 
 }  // namespace stiltforge::hold

@@ -14,7 +14,7 @@
 
 namespace stiltforge::hold {
 
-/// What points at some places would gain of a coverage, kept up to date while it grows: to look
+/// What points at some places would gain of a coverage, kept up to date while it changes: to look
 /// again at what each of them reaches whenever one is taken would cost several times as much.
 class Gains {
  public:
@@ -26,13 +26,21 @@ class Gains {
   uint64_t of(std::size_t place) const { return pixels_[place]; }
   /// Takes what Coverage::add() returned.
   void take(std::span<const uint32_t> reachedSamples);
+  /// Takes what Coverage::remove() returned.
+  void giveBack(std::span<const uint32_t> freedSamples);
 
  private:
+  // Calls fn(pixels of the place, pixels of the sample) for every place that is wanted, and each of
+  // the samples that a point there would reach.
+  template <class Fn>
+  void forEachReaching(std::span<const uint32_t> samples, Fn&& fn);
+
   const Survey& survey_;
   const PointGrid& places_;
   Bodies& bodies_;
   double reach_;
-  std::vector<uint64_t> pixels_;
+  std::vector<uint8_t> isWanted_;  // by place
+  std::vector<uint64_t> pixels_;   // the same
 };
 
 }  // namespace stiltforge::hold

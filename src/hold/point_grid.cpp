@@ -21,7 +21,26 @@ PointGrid::PointGrid(const Scale& scale, double cellSize, uint16_t width, uint16
       cells_(static_cast<std::size_t>(columns_) * static_cast<std::size_t>(rows_)) {}
 
 void PointGrid::add(const Place& place) {
-  std::vector<Block>& cell = cells_[cellAt(cellOf(place.y, rows_), cellOf(place.x, columns_))];
+  enter(static_cast<uint32_t>(places_.size()), place);
+  places_.push_back(place);
+}
+
+void PointGrid::move(uint32_t point, const Place& place) {
+  for (Block& block : cellAt(places_[point])) {
+    const auto end = block.point.begin() + static_cast<std::ptrdiff_t>(block.size);
+    const auto found = std::find(block.point.begin(), end, point);
+    if (found == end) continue;
+    --block.size;
+    *found = block.point[block.size];
+    block.at[static_cast<std::size_t>(found - block.point.begin())] = block.at[block.size];
+    break;
+  }
+  enter(point, place);
+  places_[point] = place;
+}
+
+void PointGrid::enter(uint32_t point, const Place& place) {
+  std::vector<Block>& cell = cellAt(place);
   const Corner at{place.x, place.y, place.layer};
   if (cell.empty() || cell.back().size == Block::room) {
     cell.emplace_back();
@@ -33,9 +52,8 @@ void PointGrid::add(const Place& place) {
   low = {std::min(low.x, at.x), std::min(low.y, at.y), std::min(low.layer, at.layer)};
   high = {std::max(high.x, at.x), std::max(high.y, at.y), std::max(high.layer, at.layer)};
   block.at[block.size] = at;
-  block.point[block.size] = static_cast<uint32_t>(places_.size());
+  block.point[block.size] = point;
   ++block.size;
-  places_.push_back(place);
 }
 
 PointGrid::Nearest PointGrid::nearestTo(const Place& place, uint32_t guess) const {

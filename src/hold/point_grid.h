@@ -34,6 +34,8 @@ class PointGrid {
   PointGrid(const Scale& scale, double cellSize, uint16_t width, uint16_t height);
 
   void add(const Place& place);
+  /// Moves a point of the grid; it keeps its name.
+  void move(uint32_t point, const Place& place);
   std::size_t size() const { return places_.size(); }
   const Place& operator[](uint32_t point) const { return places_[point]; }
 
@@ -124,6 +126,10 @@ class PointGrid {
     return static_cast<std::size_t>(row) * static_cast<std::size_t>(columns_) +
            static_cast<std::size_t>(column);
   }
+  std::vector<Block>& cellAt(const Place& place) {
+    return cells_[cellAt(cellOf(place.y, rows_), cellOf(place.x, columns_))];
+  }
+  void enter(uint32_t point, const Place& place);
   int cellOf(double pixels, int count) const {
     return static_cast<int>(std::clamp(pixels / cellPixels_, 0.0, count - 1.0));
   }

@@ -304,6 +304,28 @@ TEST(Finisher, DropsAPointThatOthersHaveMadeNeedless) {
   EXPECT_EQ(finished.points[1].analysed, 2u);
 }
 
+TEST(Finisher, MovesAPointToWhereItHoldsMoreBesideTheOthers) {
+  // The end is too far from what holds half of it, so it gets a point, first where it is nearest.
+  const Part part = plank(40);
+  FinishSettings settings = unitFinish();
+  settings.share = 0.5;
+  const Finished finished = finishedOf(part, settings);
+  ASSERT_EQ(finished.points.size(), 3u);
+  const int last = finished.points[2].site.place.x;
+  EXPECT_GT(last - finished.points[1].site.place.x, 2 * settings.reach);
+  EXPECT_LE(last + settings.reach, 40) << "within the plank";
+}
+
+TEST(Finisher, HoldsMoreOfASmallPartThanItsShare) {
+  const Part part = plank(30);
+  FinishSettings settings = unitFinish();
+  settings.share = 0.7;
+  settings.farReach = 100;
+  const std::size_t points = finishedOf(part, settings).points.size();
+  settings.margin = 8;
+  EXPECT_EQ(finishedOf(part, settings).points.size(), points + 1);
+}
+
 TEST(Finisher, KeepsThePointsThatCarryAFlatUnderside) {
   Part part;
   part.addLayers(4, Rows(9, "+" + std::string(9, '.')));
@@ -432,7 +454,8 @@ TEST(Finisher, RefusesSettingsThatMakeNoSense) {
   for (double FinishSettings::*setting :
        {&FinishSettings::spacing, &FinishSettings::reach, &FinishSettings::farReach,
         &FinishSettings::ownReach, &FinishSettings::leastOwnArea, &FinishSettings::leastGap,
-        &FinishSettings::share, &FinishSettings::preference, &FinishSettings::islandHeight}) {
+        &FinishSettings::share, &FinishSettings::margin, &FinishSettings::preference,
+        &FinishSettings::islandHeight}) {
     for (const double value : {-1.0, std::nan(""), std::numeric_limits<double>::infinity()}) {
       FinishSettings settings = unitFinish();
       settings.*setting = value;
@@ -447,7 +470,7 @@ TEST(Finisher, TakesSettingsOfAnySize) {
   for (double FinishSettings::*setting :
        {&FinishSettings::spacing, &FinishSettings::reach, &FinishSettings::farReach,
         &FinishSettings::ownReach, &FinishSettings::leastOwnArea, &FinishSettings::leastGap,
-        &FinishSettings::preference, &FinishSettings::islandHeight}) {
+        &FinishSettings::margin, &FinishSettings::preference, &FinishSettings::islandHeight}) {
     for (const double value : {1.0, 1e300}) {
       FinishSettings settings = unitFinish();
       settings.*setting = value;

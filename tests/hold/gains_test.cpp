@@ -9,7 +9,7 @@
 namespace stiltforge::hold {
 namespace {
 
-TEST(GainsProperty, AreWhatEachPlaceWouldGainAfterAnyNumberOfPoints) {
+TEST(GainsProperty, AreWhatEachPlaceWouldGainWhicheverPointsComeAndGo) {
   Random random(92);
   int taken = 0;
   for (int i = 0; i < 1000; ++i) {
@@ -29,6 +29,7 @@ TEST(GainsProperty, AreWhatEachPlaceWouldGainAfterAnyNumberOfPoints) {
     Gains gains(survey, samples, coverage, bodies, isWanted);
     for (uint32_t s = 0; s < samples.size(); s += 1 + random.below(4)) {
       gains.take(coverage.add(samples[s]));
+      if (random.below(3) == 0) gains.giveBack(coverage.remove(samples[s]));
       ++taken;
       for (uint32_t place = 0; place < samples.size(); ++place) {
         const uint64_t gain = isWanted(place) ? coverage.gainOf(samples[place]) : 0;

@@ -28,6 +28,9 @@ TEST(PointGridProperty, FindsAllPointsWithinReachOfARunOnce) {
                    static_cast<uint16_t>(side));
     const uint32_t count = random.below(200);
     for (uint32_t p = 0; p < count; ++p) grid.add(randomPlace(random, side, layers));
+    for (uint32_t p = 0; p < count; p += 1 + random.below(5)) {
+      grid.move(p, randomPlace(random, side, layers));
+    }
     for (int search = 0; search < 20; ++search) {
       const Place at = randomPlace(random, side, layers);
       const stiltforge::Run run{at.x, static_cast<uint16_t>(at.x + 1 + random.below(side - at.x))};
