@@ -64,6 +64,8 @@ test('the interfaces are those of the sources', () => {
     assert.ok(pages.has(`api-stiltforge-${path.slice(2)}.html`), path);
   }
   assert.match(pages.get('api-stiltforge-analysis.html'), /estimateMemory/);
+  const text = pages.get('api-c.html').replaceAll(/<[^>]*>/g, '');
+  assert.match(text, /\(\* ?stiltforge_layer_callback\)\([^()]*\);/);
   assert.match(pages.get('api-cpp.html'), /<h2 id="slicer">/);
   assert.match(
     pages.get('command.html'),

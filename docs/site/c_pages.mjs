@@ -194,8 +194,7 @@ function alias(member, language) {
     .text('definition')
     .replaceAll('stiltforge::v0::', '')
     .replace('= typedef ', '= ');
-  const whole = language === 'c' ? definition + member.text('argsstring') : definition;
-  const text = `${whole.replace(/\)\s*\(/, ')(')};`;
+  const text = `${definition.replace(/\)\s*\(/, ')(')};`;
   return [`## ${member.text('name')}\n`, code(text, language), described(member)].join('\n');
 }
 
