@@ -103,7 +103,8 @@ TEST_F(Checks, LetALiftedPartBeginInTheAir) {
   EXPECT_EQ(settings.lifted_layers, 5u);
   EXPECT_EQ(settings.layer_height, 0.1);
   EXPECT_EQ(settings.crop_x, static_cast<uint32_t>(lifted.info().crop_x));
-  for (const host::Finding& finding : reportOn(lifted).findings()) {
+  const host::CheckReport report = reportOn(lifted);
+  for (const host::Finding& finding : report.findings()) {
     EXPECT_NE(finding.kind, uint32_t{STILTFORGE_EMPTY_LAYERS}) << finding.what;
   }
 }
