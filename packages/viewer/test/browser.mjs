@@ -6,6 +6,7 @@ import { join } from 'node:path';
 import { after } from 'node:test';
 import { fileURLToPath, pathToFileURL } from 'node:url';
 import { chromium } from 'playwright-core';
+import sharp from 'sharp';
 import { packPart, reportHtml } from 'stiltforge-viewer';
 
 const program = process.env.STILTFORGE_CHROMIUM ?? '/usr/bin/chromium';
@@ -93,6 +94,15 @@ export const sceneDrawn = (page) => page.locator('.scene .canvas[aria-busy=false
 export async function pictureOfScene(page) {
   await sceneDrawn(page);
   return page.locator('.scene canvas').screenshot();
+}
+
+/** Whether two pictures look the same: a browser does not shade a background twice to the last bit. */
+export async function lookAlike(...pictures) {
+  const [first, second] = await Promise.all(
+    pictures.map((picture) => sharp(picture).raw().toBuffer()),
+  );
+  const isClose = (value, i) => Math.abs(value - second[i]) <= 2;
+  return first.length === second.length && first.every(isClose);
 }
 
 /** Of a canvas, how many pixels have this colour, "#rrggbb", but for so much of each channel. */
