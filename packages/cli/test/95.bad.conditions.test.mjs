@@ -133,7 +133,11 @@ test('what may not be read or written is told', {
     ],
     [['check', 'mine.sl1'], 3, /^stiltforge: mine\.sl1: .*([Pp]ermission|can't be read)/],
     [['check', 'plate.sl1', '--report'], 4, /^stiltforge: plate-check: .*permission denied/],
-    [['check', 'table.stl', '--points', 'mine.stl'], 3, /^stiltforge: mine\.stl: .*permission denied/],
+    [
+      ['check', 'table.stl', '--points', 'mine.stl'],
+      3,
+      /^stiltforge: mine\.stl: .*permission denied/,
+    ],
     [['orient', 'mine.stl'], 3, /^stiltforge: mine\.stl: /],
   ]) {
     const result = asNobody(cwd, words);
