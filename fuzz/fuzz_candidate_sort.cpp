@@ -8,18 +8,20 @@
 #include <vector>
 
 #include "require.h"
+#include "runtime/scratch_vector.h"
 #include "support/candidate_sort.h"
 
 namespace {
 
 using stiltforge::Candidate;
+using Candidates = stiltforge::ScratchVector<Candidate>;
 
-bool sameSamples(const std::vector<Candidate>& a, const std::vector<Candidate>& b, std::size_t n) {
+bool sameSamples(const Candidates& a, const Candidates& b, std::size_t n) {
   return std::equal(a.begin(), a.begin() + static_cast<std::ptrdiff_t>(n), b.begin(),
                     [](const Candidate& x, const Candidate& y) { return x.sample == y.sample; });
 }
 
-bool isPermutation(const std::vector<Candidate>& candidates) {
+bool isPermutation(const Candidates& candidates) {
   std::vector<bool> seen(candidates.size());
   for (const Candidate& candidate : candidates) {
     if (candidate.sample >= seen.size() || seen[candidate.sample]) return false;
@@ -29,9 +31,9 @@ bool isPermutation(const std::vector<Candidate>& candidates) {
 }
 
 // Few values make ties, bytes make some, raw floats bring infinities and NaN.
-std::vector<Candidate> readCandidates(FuzzedDataProvider& input) {
+Candidates readCandidates(FuzzedDataProvider& input) {
   const int kind = input.ConsumeIntegralInRange(0, 3);
-  std::vector<Candidate> candidates;
+  Candidates candidates;
   while (input.remaining_bytes() > 0 && candidates.size() < 20000) {
     float score = 0;
     if (kind == 3) {
@@ -59,21 +61,21 @@ std::vector<Candidate> readCandidates(FuzzedDataProvider& input) {
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   FuzzedDataProvider input(data, size);
   const auto count = input.ConsumeIntegral<uint16_t>();
-  const std::vector<Candidate> candidates = readCandidates(input);
+  const Candidates candidates = readCandidates(input);
   const bool hasNan = std::any_of(candidates.begin(), candidates.end(),
                                   [](const Candidate& c) { return std::isnan(c.score); });
 
-  std::vector<Candidate> sorted = candidates;
+  Candidates sorted = candidates;
   stiltforge::sortCandidates(sorted);
   require(isPermutation(sorted), "the sort lost candidates");
   if (!hasNan) {
-    std::vector<Candidate> expected = candidates;
+    Candidates expected = candidates;
     std::sort(expected.begin(), expected.end(),
               [](const Candidate& a, const Candidate& b) { return a.score < b.score; });
     require(sameSamples(sorted, expected, sorted.size()), "the order of the sort differs");
   }
 
-  std::vector<Candidate> lowest = candidates;
+  Candidates lowest = candidates;
   const std::size_t final = stiltforge::sortLowestCandidates(lowest, count);
   require(isPermutation(lowest), "the sort of the lowest lost candidates");
   require(final >= std::min<std::size_t>(count, lowest.size()) && final <= lowest.size(),
