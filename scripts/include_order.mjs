@@ -7,41 +7,19 @@ import { fileURLToPath } from 'node:url';
 
 const root = fileURLToPath(new URL('..', import.meta.url));
 
+const wholeCore = [
+  ...['orient', 'scaffold', 'printer_files', 'print', 'slicing', 'mesh', 'files', 'check', 'hold'],
+  ...['model', 'support', 'analysis', 'runtime'],
+];
+
 /**
  * Each folder with the folders it may include besides itself, from the doors down. A folder inside
  * one of these has the rights of the nearest one that is listed.
  */
 export const order = {
   addon: ['node_api', 'model', 'support', 'analysis', 'runtime'],
-  binding: [
-    'node_api',
-    ...[
-      'orient',
-      'scaffold',
-      'printer_files',
-      'print',
-      'slicing',
-      'mesh',
-      'files',
-      'check',
-      'hold',
-    ],
-    ...['model', 'support', 'analysis', 'runtime'],
-  ],
-  capi: [
-    ...[
-      'orient',
-      'scaffold',
-      'printer_files',
-      'print',
-      'slicing',
-      'mesh',
-      'files',
-      'check',
-      'hold',
-    ],
-    ...['model', 'support', 'analysis', 'runtime'],
-  ],
+  binding: ['node_api', ...wholeCore],
+  capi: wholeCore,
   wasm: ['node_api'],
   node_api: ['model', 'support', 'analysis', 'runtime'],
   orient: ['check', 'hold', 'print', 'slicing', 'model', 'support', 'analysis', 'runtime'],
