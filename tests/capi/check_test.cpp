@@ -18,18 +18,6 @@ namespace {
 
 using testing::HasSubstr;
 
-template <typename Call>
-std::string refusal(stiltforge_status expected, Call&& call) {
-  try {
-    call();
-  } catch (const host::Error& error) {
-    EXPECT_EQ(error.status(), expected) << error.what();
-    return error.what();
-  }
-  ADD_FAILURE() << "nothing is refused";
-  return "";
-}
-
 host::CheckReport reportOn(host::Slicer& slicer, const std::vector<host::Support>& supports = {}) {
   host::Check check(host::CheckSettings(slicer), supports);
   std::vector<host::Slice> slices(slicer.info().layer_count);
@@ -113,18 +101,18 @@ TEST_F(Checks, TakeSlicesOfOneSizeUntilTheyAreFinished) {
   host::CheckSettings settings;
   settings.screen_width = 50;
   host::Check check(settings);
-  EXPECT_THAT(refusal(STILTFORGE_INVALID_ARGUMENT, [&] { check.add(host::Slice()); }),
+  EXPECT_THAT(messageOf(STILTFORGE_INVALID_ARGUMENT, [&] { check.add(host::Slice()); }),
               HasSubstr("slice cannot be added"));
-  EXPECT_THAT(refusal(STILTFORGE_INVALID_ARGUMENT, [&] { check.add(fullSlice(51, 30)); }),
+  EXPECT_THAT(messageOf(STILTFORGE_INVALID_ARGUMENT, [&] { check.add(fullSlice(51, 30)); }),
               HasSubstr("do not lie on a screen"));
   check.add(fullSlice(40, 30));
-  EXPECT_THAT(refusal(STILTFORGE_INVALID_ARGUMENT, [&] { check.add(fullSlice(30, 40)); }),
+  EXPECT_THAT(messageOf(STILTFORGE_INVALID_ARGUMENT, [&] { check.add(fullSlice(30, 40)); }),
               HasSubstr("follows layers of"));
   EXPECT_EQ(check.layerCount(), 1u);
   EXPECT_EQ(check.finish().info().layers, 1u);
-  EXPECT_EQ(refusal(STILTFORGE_INVALID_ARGUMENT, [&] { check.add(fullSlice(40, 30)); }),
+  EXPECT_EQ(messageOf(STILTFORGE_INVALID_ARGUMENT, [&] { check.add(fullSlice(40, 30)); }),
             "stiltforge_check_add: check is finished; make a new one.");
-  EXPECT_THAT(refusal(STILTFORGE_INVALID_ARGUMENT, [&] { check.finish(); }),
+  EXPECT_THAT(messageOf(STILTFORGE_INVALID_ARGUMENT, [&] { check.finish(); }),
               HasSubstr("check is finished"));
 }
 
@@ -148,13 +136,13 @@ TEST_F(Checks, RefuseSettingsThatMakeNoSense) {
   }
   host::CheckSettings settings;
   settings.critical_angle = 91;
-  EXPECT_THAT(refusal(STILTFORGE_INVALID_ARGUMENT, [&] { host::Check{settings}; }),
+  EXPECT_THAT(messageOf(STILTFORGE_INVALID_ARGUMENT, [&] { host::Check{settings}; }),
               HasSubstr("stiltforge_check_create: settings cannot be used: "));
   host::Support support{};
   support.y = 65536;
-  EXPECT_THAT(
-      refusal(STILTFORGE_INVALID_ARGUMENT, [&] { host::Check(host::CheckSettings(), {support}); }),
-      HasSubstr("supports[0].y is 65536; it must be from 0 to 65535"));
+  EXPECT_THAT(messageOf(STILTFORGE_INVALID_ARGUMENT,
+                        [&] { host::Check(host::CheckSettings(), {support}); }),
+              HasSubstr("supports[0].y is 65536; it must be from 0 to 65535"));
 }
 
 TEST_F(Checks, StopWhereMemoryRunsOut) {
@@ -173,7 +161,7 @@ TEST_F(Checks, StopWhereMemoryRunsOut) {
     if (status == STILTFORGE_OK) continue;
     ++stops;
     EXPECT_EQ(status, STILTFORGE_OUT_OF_MEMORY);
-    EXPECT_THAT(refusal(STILTFORGE_STOPPED, [&] { check.add(slices[0]); }),
+    EXPECT_THAT(messageOf(STILTFORGE_STOPPED, [&] { check.add(slices[0]); }),
                 HasSubstr("make a new one"));
   }
   EXPECT_GT(stops, 0);

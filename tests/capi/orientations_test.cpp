@@ -54,14 +54,7 @@ std::vector<At> finishedPlaces(const host::Mesh& mesh) {
 
 std::string refusal(stiltforge_status expected, const host::PrintSettings& print,
                     const host::OrientSettings& settings) {
-  try {
-    host::Orientations{host::Mesh(table()), print, settings};
-  } catch (const host::Error& error) {
-    EXPECT_EQ(error.status(), expected) << error.what();
-    return error.what();
-  }
-  ADD_FAILURE() << "nothing is refused";
-  return "";
+  return messageOf(expected, [&] { host::Orientations{host::Mesh(table()), print, settings}; });
 }
 
 TEST(Orientations, AreRankedAndHaveTheSupportsThatAPrintOfThemGets) {

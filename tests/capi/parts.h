@@ -1,5 +1,7 @@
 #pragma once
 
+#include <gtest/gtest.h>
+
 #include <cstdint>
 #include <string>
 #include <tuple>
@@ -20,6 +22,19 @@ std::vector<float> tableAndBlock();
 
 /// Coarse, so that a part takes no time.
 host::PrintSettings coarsePrint();
+
+/// What a call says that is refused with that status; fails the test where it is not.
+template <typename Call>
+std::string messageOf(stiltforge_status expected, Call&& call) {
+  try {
+    call();
+  } catch (const host::Error& error) {
+    EXPECT_EQ(error.status(), expected) << error.what();
+    return error.what();
+  }
+  ADD_FAILURE() << "nothing is refused";
+  return "";
+}
 
 /// All that tells supports apart.
 using Place = std::tuple<uint32_t, uint32_t, uint32_t, uint32_t, uint32_t>;

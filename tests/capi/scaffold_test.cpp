@@ -63,14 +63,7 @@ class Scaffolds : public testing::Test {
   }
 
   std::string refusal(stiltforge_status expected, const host::ScaffoldSettings& settings = {}) {
-    try {
-      built(settings);
-    } catch (const host::Error& error) {
-      EXPECT_EQ(error.status(), expected) << error.what();
-      return error.what();
-    }
-    ADD_FAILURE() << "nothing is refused";
-    return "";
+    return messageOf(expected, [&] { built(settings); });
   }
 
   host::Mesh mesh{tableTop()};

@@ -71,18 +71,6 @@ Told finishedTable() {
   return toldBy(part.survey.finish());
 }
 
-template <typename Call>
-std::string messageOf(stiltforge_status expected, Call&& call) {
-  try {
-    call();
-  } catch (const host::Error& error) {
-    EXPECT_EQ(error.status(), expected) << error.what();
-    return error.what();
-  }
-  ADD_FAILURE() << "nothing is refused";
-  return "";
-}
-
 TEST(Survey, ChangesNothingOfTheAnalysis) {
   Surveyed part;
   part.analyse();

@@ -18,14 +18,24 @@ Place randomPlace(Random& random, uint32_t side, uint32_t layers) {
   return place;
 }
 
+struct RandomGrid {
+  explicit RandomGrid(Random& random)
+      : side(1 + random.below(60)),
+        layers(1 + random.below(40)),
+        scale{0.05 * (1 + random.below(4)), 0.05 * (1 + random.below(4))},
+        grid(scale, 0.2 * (1 + random.below(10)), static_cast<uint16_t>(side),
+             static_cast<uint16_t>(side)) {}
+
+  uint32_t side;
+  uint32_t layers;
+  Scale scale;
+  PointGrid grid;
+};
+
 TEST(PointGridProperty, FindsAllPointsWithinReachOfARunOnce) {
   Random random(91);
   for (int i = 0; i < 300; ++i) {
-    const uint32_t side = 1 + random.below(60);
-    const uint32_t layers = 1 + random.below(40);
-    const Scale scale{0.05 * (1 + random.below(4)), 0.05 * (1 + random.below(4))};
-    PointGrid grid(scale, 0.2 * (1 + random.below(10)), static_cast<uint16_t>(side),
-                   static_cast<uint16_t>(side));
+    auto [side, layers, scale, grid] = RandomGrid(random);
     const uint32_t count = random.below(200);
     for (uint32_t p = 0; p < count; ++p) grid.add(randomPlace(random, side, layers));
     for (uint32_t p = 0; p < count; p += 1 + random.below(5)) {
@@ -50,11 +60,7 @@ TEST(PointGridProperty, FindsAllPointsWithinReachOfARunOnce) {
 TEST(PointGridProperty, FindsTheFirstOfTheNearestPointsWhateverIsGuessed) {
   Random random(92);
   for (int i = 0; i < 300; ++i) {
-    const uint32_t side = 1 + random.below(60);
-    const uint32_t layers = 1 + random.below(40);
-    const Scale scale{0.05 * (1 + random.below(4)), 0.05 * (1 + random.below(4))};
-    PointGrid grid(scale, 0.2 * (1 + random.below(10)), static_cast<uint16_t>(side),
-                   static_cast<uint16_t>(side));
+    auto [side, layers, scale, grid] = RandomGrid(random);
     const uint32_t count = random.below(60);
     for (uint32_t p = 0; p < count; ++p) grid.add(randomPlace(random, side, layers));
     for (int search = 0; search < 20; ++search) {
