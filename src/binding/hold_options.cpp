@@ -2,10 +2,12 @@
 
 #include <algorithm>
 #include <cmath>
+#include <initializer_list>
 #include <optional>
 #include <stdexcept>
 #include <string>
 
+#include "binding/options.h"
 #include "node_api/refusal.h"
 #include "print/hold_settings.h"
 #include "runtime/number_text.h"
@@ -21,13 +23,20 @@ constexpr double mostArea = 1e24;
 
 class HoldOptions {
  public:
-  HoldOptions(const Napi::Value& options, const char* what) : env_(options.Env()), what_(what) {
+  // `known`: every option that may be there, so that a misspelt one does not go unnoticed.
+  HoldOptions(const Napi::Value& options, const char* what,
+              std::initializer_list<const char*> known)
+      : env_(options.Env()), what_(what) {
     if (options.IsUndefined()) return;
     if (!options.IsObject()) {
       throw refusal(env_, codes::parameter,
                     std::string("The options of ") + what + " are no object.");
     }
     object_ = options.As<Napi::Object>();
+    if (const auto stranger = findStranger(object_, known)) {
+      throw refusal(env_, codes::parameter,
+                    std::string("The options of ") + what + ": " + *stranger);
+    }
   }
 
   // Ends included.
@@ -56,10 +65,16 @@ class HoldOptions {
   Napi::Object object_;
 };
 
+HoldOptions finishOptions(const Napi::Value& options) {
+  return {options, "finishing", {"supportArea", "spacing", "judge", "signal"}};
+}
+
 }  // namespace
 
 hold::SurveySettings readSurveySettings(const Napi::Value& options) {
-  const HoldOptions given(options, "the survey");
+  const HoldOptions given(
+      options, "the survey",
+      {"pixelSize", "layerHeight", "minimumHeight", "supportArea", "criticalAngle"});
   PrintSettings print;
   print.pixelSize = given.number("pixelSize", std::nullopt, least, longest, "mm");
   print.layerHeight = given.number("layerHeight", std::nullopt, least, longest, "mm");
@@ -78,7 +93,7 @@ hold::SurveySettings readSurveySettings(const Napi::Value& options) {
 }
 
 hold::JudgeSettings readJudgeSettings(const Napi::Value& options, hold::JudgeSettings settings) {
-  const HoldOptions given(options, "the judge");
+  const HoldOptions given(options, "the judge", {"nearReach", "farReach", "spacing"});
   settings.nearReach = given.number("nearReach", settings.nearReach, 0, longest, "mm");
   settings.farReach = given.number("farReach", settings.farReach, 0, longest, "mm");
   settings.spacing = given.number("spacing", settings.spacing, 0, longest, "mm");
@@ -86,7 +101,7 @@ hold::JudgeSettings readJudgeSettings(const Napi::Value& options, hold::JudgeSet
 }
 
 hold::FinishSettings readFinishSettings(const Napi::Value& options) {
-  const HoldOptions given(options, "finishing");
+  const HoldOptions given = finishOptions(options);
   PrintSettings print;
   print.supportArea = given.number("supportArea", print.supportArea, least, mostArea, "mm2");
   hold::FinishSettings settings = finishSettings(print);
@@ -95,15 +110,15 @@ hold::FinishSettings readFinishSettings(const Napi::Value& options) {
 }
 
 hold::JudgeSettings readFinishJudgeSettings(const Napi::Value& options) {
-  const HoldOptions given(options, "finishing");
+  const HoldOptions given = finishOptions(options);
   hold::JudgeSettings fallback;
   // Who asks for points side by side is not told that they are.
   fallback.spacing = std::min(fallback.spacing, readFinishSettings(options).spacing);
   return readJudgeSettings(given.get("judge"), fallback);
 }
 
-Cancelled readCancelled(const Napi::Value& finishOptions) {
-  return cancelledBy(finishOptions.Env(), HoldOptions(finishOptions, "finishing").get("signal"));
+Cancelled readCancelled(const Napi::Value& options) {
+  return cancelledBy(options.Env(), finishOptions(options).get("signal"));
 }
 
 }  // namespace stiltforge::binding

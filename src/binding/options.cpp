@@ -24,6 +24,19 @@ uint32_t toWhole(Napi::Env env, const char* name, double value) {
 
 }  // namespace
 
+std::optional<std::string> findStranger(const Napi::Object& options,
+                                        std::initializer_list<const char*> known) {
+  const Napi::Array names = options.GetPropertyNames();
+  for (uint32_t i = 0; i < names.Length(); ++i) {
+    const std::string name = names.Get(i).ToString();
+    if (std::find(known.begin(), known.end(), name) != known.end()) continue;
+    std::string list;
+    for (const char* candidate : known) list += (list.empty() ? "" : ", ") + std::string(candidate);
+    return "There is no option " + quoted(name) + "; the options are " + list + ".";
+  }
+  return std::nullopt;
+}
+
 Options::Options(const Napi::CallbackInfo& info, std::size_t index,
                  std::initializer_list<const char*> known) {
   if (!info[index].IsObject()) {
@@ -31,15 +44,15 @@ Options::Options(const Napi::CallbackInfo& info, std::size_t index,
                                                " argument must be an object with options.");
   }
   object_ = info[index].As<Napi::Object>();
-  const Napi::Array names = object_.GetPropertyNames();
-  for (uint32_t i = 0; i < names.Length(); ++i) {
-    const std::string name = names.Get(i).ToString();
-    if (std::find(known.begin(), known.end(), name) != known.end()) continue;
-    std::string list;
-    for (const char* candidate : known) list += (list.empty() ? "" : ", ") + std::string(candidate);
-    throw Napi::TypeError::New(
-        info.Env(), "There is no option " + quoted(name) + "; the options are " + list + ".");
+  if (const auto stranger = findStranger(object_, known)) {
+    throw Napi::TypeError::New(info.Env(), *stranger);
   }
+}
+
+Options Options::optional(const Napi::CallbackInfo& info,
+                          std::initializer_list<const char*> known) {
+  if (info[1].IsUndefined()) return Options(Napi::Object::New(info.Env()));
+  return Options(info, 1, known);
 }
 
 std::optional<double> Options::optionalNumber(const char* name) const {

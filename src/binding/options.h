@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <initializer_list>
 #include <optional>
+#include <string>
 
 #include "slicing/channel_falloff.h"
 
@@ -22,6 +23,10 @@ class Options {
   Options(const Napi::CallbackInfo& info, std::size_t index,
           std::initializer_list<const char*> known);
 
+  /// The second argument, which may be left out.
+  static Options optional(const Napi::CallbackInfo& info, std::initializer_list<const char*> known);
+
+  Napi::Value get(const char* name) const { return object_.Get(name); }
   double number(const char* name) const;
   std::optional<double> optionalNumber(const char* name) const;
   uint32_t whole(const char* name) const;
@@ -33,7 +38,13 @@ class Options {
   slicing::ChannelSettings channels() const;
 
  private:
+  explicit Options(Napi::Object object) : object_(object) {}
+
   Napi::Object object_;
 };
+
+/// What is wrong with a property that is none of the options that are known, if there is one.
+std::optional<std::string> findStranger(const Napi::Object& options,
+                                        std::initializer_list<const char*> known);
 
 }  // namespace stiltforge::binding

@@ -6,6 +6,7 @@
 #include "binding/cancelled.h"
 #include "binding/host_file.h"
 #include "binding/job.h"
+#include "binding/options.h"
 #include "binding/rejection.h"
 #include "files/file_error.h"
 #include "node_api/refusal.h"
@@ -110,14 +111,10 @@ uint8_t thresholdFrom(const Napi::Value& value) {
 Napi::Value openPrinterFile(const Napi::CallbackInfo& info) {
   const Napi::Env env = info.Env();
   return rejectOnError(env, [&] {
-    if (!info[1].IsUndefined() && !info[1].IsObject()) {
-      throw Napi::TypeError::New(env, "The second argument must be an object with options.");
-    }
-    const Napi::Object options =
-        info[1].IsUndefined() ? Napi::Object::New(env) : info[1].As<Napi::Object>();
-    const uint8_t threshold = thresholdFrom(options.Get("threshold"));
-    Cancelled cancelled = cancelledBy(env, options.Get("signal"));
-    const Napi::Value name = options.Get("name");
+    const Options options = Options::optional(info, {"name", "threshold", "signal"});
+    const uint8_t threshold = thresholdFrom(options.get("threshold"));
+    Cancelled cancelled = cancelledBy(env, options.get("signal"));
+    const Napi::Value name = options.get("name");
     // Last, so that no getter can take the memory away between the check and the copy.
     HostFile file = readHostFile(info[0], name, what, codes::file);
     return Job::startAtOnce(

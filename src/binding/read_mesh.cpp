@@ -9,6 +9,7 @@
 #include "binding/cancelled.h"
 #include "binding/host_file.h"
 #include "binding/job.h"
+#include "binding/options.h"
 #include "binding/rejection.h"
 #include "mesh/mesh_error.h"
 #include "mesh/read_mesh.h"
@@ -103,13 +104,9 @@ class ReadMeshJob : public Job {
 Napi::Value readMesh(const Napi::CallbackInfo& info) {
   const Napi::Env env = info.Env();
   return rejectOnError(env, [&] {
-    if (!info[1].IsUndefined() && !info[1].IsObject()) {
-      throw Napi::TypeError::New(env, "The second argument must be an object with options.");
-    }
-    const Napi::Object options =
-        info[1].IsUndefined() ? Napi::Object::New(env) : info[1].As<Napi::Object>();
-    Cancelled cancelled = cancelledBy(env, options.Get("signal"));
-    const Napi::Value name = options.Get("name");
+    const Options options = Options::optional(info, {"name", "signal"});
+    Cancelled cancelled = cancelledBy(env, options.get("signal"));
+    const Napi::Value name = options.get("name");
     // Last, so that no getter can take the memory away between the check and the copy.
     HostFile file = readHostFile(info[0], name, "The mesh", codes::mesh);
     return Job::startAtOnce(

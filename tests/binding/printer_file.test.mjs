@@ -134,6 +134,17 @@ test('pictures may carry the channels', async () => {
   });
 });
 
+test('options that are none are refused in words', async () => {
+  await assert.rejects(openPrinterFile(folder, 128), {
+    name: 'TypeError',
+    message: 'The second argument must be an object with options.',
+  });
+  await assert.rejects(openPrinterFile(folder, { treshold: 200 }), {
+    name: 'TypeError',
+    message: 'There is no option "treshold"; the options are name, threshold, signal.',
+  });
+});
+
 test('a threshold tells which grey is material', async () => {
   const path = pictures('soft', [picture(Buffer.alloc(width * height, 40))]);
   const materialAt = async (threshold) => {

@@ -113,6 +113,10 @@ test('arguments of another kind are refused in words', async () => {
   await refused(readMesh(file, 'fast'), { name: 'TypeError' });
   await refused(readMesh(file, { signal: {} }), { message: /"signal" must be an AbortSignal/ });
   await refused(readMesh(bytes, { name: 7 }), { message: /"name" must be a string/ });
+  await refused(readMesh(bytes, { nmae: 'part.obj' }), {
+    name: 'TypeError',
+    message: 'There is no option "nmae"; the options are name, signal.',
+  });
 });
 
 test('reading ends when its signal is aborted', async () => {

@@ -89,7 +89,7 @@ interface PrinterFileBinding {
  *
  * Rejects with an Error that names the file, what is wrong with it and where, and what to do, with the
  * code ERR_STILTFORGE_FILE; ERR_STILTFORGE_MEMORY when memory runs out, ABORT_ERR when the signal is
- * aborted; with a TypeError or a RangeError for arguments that are none.
+ * aborted; with a TypeError or a RangeError for arguments that are none and for an unknown option.
  */
 export function openPrinterFile(source: FileSource, options?: OpenOptions): Promise<PrinterFile> {
   const { openPrinterFile: open } = binding<PrinterFileBinding>();

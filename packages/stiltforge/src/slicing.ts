@@ -182,7 +182,7 @@ interface SlicingBinding {
  *
  * Rejects with an Error that names the file, what is wrong with it and where, and what to do, with the
  * code ERR_STILTFORGE_MESH; ERR_STILTFORGE_MEMORY when memory runs out, ABORT_ERR when the signal is
- * aborted; with a TypeError for arguments that are none.
+ * aborted; with a TypeError for arguments that are none and for an unknown option.
  */
 export function readMesh(source: FileSource, options?: ReadMeshOptions): Promise<MeshFile> {
   const { readMesh: read } = binding<SlicingBinding>();

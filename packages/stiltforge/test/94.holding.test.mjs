@@ -348,6 +348,7 @@ for (const [name, wrong, message] of [
     { criticalAngle: 0 },
     /criticalAngle of the survey is 0; .* degrees from 1e-06/,
   ],
+  ['an option that is none', { minHeight: 1 }, /no option "minHeight"; .*minimumHeight/],
   [
     'pixels that are larger than what is looked at',
     { pixelSize: 1e5 },
@@ -388,6 +389,12 @@ test('wrong options of judging and finishing are refused with their range', asyn
     [() => analysis.finishSupports({ spacing: 1e9 }), /spacing of finishing is 1000000000; /],
     [() => analysis.finishSupports({ judge: 3 }), /^The options of the judge are no object/],
     [() => analysis.finishSupports(null), /^The options of finishing are no object/],
+    [
+      () => analysis.judgeSupports({ reach: 4 }),
+      /^The options of the judge: There is no option "reach"; .* nearReach, farReach, spacing\.$/,
+    ],
+    [() => analysis.finishSupports({ area: 4 }), /^The options of finishing: .*"area"; .*judge/],
+    [() => analysis.finishSupports({ judge: { area: 4 } }), /^The options of the judge: .*"area"/],
   ]) {
     await assert.rejects(ask(), isError('ERR_STILTFORGE_PARAMETER', message));
   }
