@@ -225,12 +225,13 @@ std::vector<slicing::Vector> readPoints(Napi::Env env, const Napi::Value& value)
   points.reserve(given.size() / 3);
   for (std::size_t i = 0; i < given.size(); i += 3) {
     const std::span<const double> at = given.subspan(i, 3);
-    if (!std::isfinite(at[0]) || !std::isfinite(at[1]) || !std::isfinite(at[2])) {
+    const slicing::Vector point{at[0], at[1], at[2]};
+    if (!scaffold::isNear(point)) {
       throw Napi::RangeError::New(env, "Point " + std::to_string(i / 3) +
-                                           " (counted from 0) is no place; its coordinates must be "
-                                           "finite numbers.");
+                                           " (counted from 0) is no place on a part; its "
+                                           "coordinates must be from -16384 to 16384 mm.");
     }
-    points.push_back({at[0], at[1], at[2]});
+    points.push_back(point);
   }
   return points;
 }
@@ -245,19 +246,15 @@ Napi::Value startScaffold(const Napi::CallbackInfo& info) {
                          "raftThickness", "braceDiameter", "braceReach", "listener"});
   scaffold::Settings settings = readSettings(options);
   settings.layerHeight = options.number("layerHeight");
-  if (!(settings.layerHeight > 0 && std::isfinite(settings.layerHeight))) {
-    throw Napi::RangeError::New(env, "The option \"layerHeight\" is " +
-                                         numberText(settings.layerHeight) +
-                                         "; it must be a positive number of millimetres.");
-  }
   // The lift is known when the mesh has been looked at.
   constexpr double anyLift = std::numeric_limits<double>::infinity();
   if (const auto conflict = scaffold::findConflict(settings, anyLift)) {
     throw Napi::RangeError::New(env, sentenceOf(*conflict));
   }
   const double plateZ = options.number("plateZ");
-  if (!std::isfinite(plateZ)) {
-    throw Napi::RangeError::New(env, "The option \"plateZ\" must be a finite number.");
+  if (!(std::abs(plateZ) <= scaffold::farthest)) {
+    throw Napi::RangeError::New(env, "The option \"plateZ\" is " + numberText(plateZ) +
+                                         "; it must be from -16384 to 16384 mm.");
   }
   const auto given = info[0].As<Napi::Object>();
   auto watch = std::make_shared<Watch>(given);

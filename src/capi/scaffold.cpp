@@ -36,14 +36,14 @@ namespace {
 void requireUsable(const scaffold::Settings& settings, double lift) {
   const auto conflict = scaffold::findConflict(settings, lift);
   if (!conflict) return;
-  throw InvalidArgument("settings->" + fieldName(conflict->setting) + " is " +
+  const std::string field = fieldName(conflict->setting);
+  throw InvalidArgument((field == "layer_height" ? field : "settings->" + field) + " is " +
                         numberText(conflict->value) + "; " + conflict->range);
 }
 
-scaffold::Settings readSettings(const stiltforge_scaffold_settings* given) {
+scaffold::Settings readSettings(const stiltforge_scaffold_settings& given) {
+  const stiltforge_scaffold_settings own = readStructure(&given, "settings");
   scaffold::Settings settings;
-  if (!given) return settings;
-  const stiltforge_scaffold_settings own = readStructure(given, "settings");
   settings.tipDiameter = own.tip_diameter;
   settings.tipLength = own.tip_length;
   settings.penetration = own.penetration;
@@ -54,6 +54,12 @@ scaffold::Settings readSettings(const stiltforge_scaffold_settings* given) {
   settings.raftThickness = own.raft_thickness;
   settings.braceDiameter = own.brace_diameter;
   settings.braceReach = own.brace_reach;
+  return settings;
+}
+
+scaffold::Settings readSettings(const stiltforge_scaffold_settings* given, double layerHeight) {
+  scaffold::Settings settings = given ? readSettings(*given) : scaffold::Settings();
+  settings.layerHeight = layerHeight;
   // The lift is known when the mesh has been looked at.
   requireUsable(settings, std::numeric_limits<double>::infinity());
   return settings;
@@ -65,12 +71,13 @@ std::vector<slicing::Vector> readPoints(const stiltforge_point* points, std::siz
   std::vector<slicing::Vector> places;
   places.reserve(count);
   for (std::size_t i = 0; i < count; ++i) {
-    const stiltforge_point& point = points[i];
-    if (!std::isfinite(point.x) || !std::isfinite(point.y) || !std::isfinite(point.z)) {
+    const slicing::Vector place{points[i].x, points[i].y, points[i].z};
+    if (!scaffold::isNear(place)) {
       throw InvalidArgument("points[" + std::to_string(i) +
-                            "] is no place; its x, y and z must be finite");
+                            "] is no place on a part; its x, y and z must be from -16384 to "
+                            "16384 mm");
     }
-    places.push_back({point.x, point.y, point.z});
+    places.push_back(place);
   }
   return places;
 }
@@ -136,16 +143,11 @@ stiltforge_status stiltforge_scaffold_create(
         const capi::WorkerUse workers;
         const capi::Reading read(mesh, "mesh");
         const std::vector<slicing::Vector> places = capi::readPoints(points, count);
-        if (!std::isfinite(plate_z)) {
+        if (!(std::abs(plate_z) <= scaffold::farthest)) {
           throw capi::InvalidArgument("plate_z is " + stiltforge::numberText(plate_z) +
-                                      "; it must be finite");
+                                      "; it must be from -16384 to 16384 mm");
         }
-        scaffold::Settings usable = capi::readSettings(settings);
-        if (!(layer_height > 0 && std::isfinite(layer_height))) {
-          throw capi::InvalidArgument("layer_height is " + stiltforge::numberText(layer_height) +
-                                      "; it must be above 0 mm");
-        }
-        usable.layerHeight = layer_height;
+        const scaffold::Settings usable = capi::readSettings(settings, layer_height);
         auto part = slicing::TriangleMesh::fromSoup(read->positions);
         capi::requireUsable(usable, part.bounds.min.z - plate_z);
 

@@ -20,22 +20,27 @@ namespace stiltforge::scaffold {
 
 namespace {
 
-// Where 32-bit coordinates are a micrometre apart and more.
-constexpr double farthest = 16384;  // mm
-
 // By how much feet reach down into the raft, at most: what just touches is not joined.
 constexpr double sunkIntoRaft = 0.1;  // mm
 
-void requireNear(const slicing::Bounds& bounds, double plateZ) {
-  const auto& [min, max] = bounds;
-  const double far =
-      std::max({std::abs(static_cast<double>(min.x)), std::abs(plateZ),
-                std::abs(static_cast<double>(min.y)), std::abs(static_cast<double>(max.x)),
-                std::abs(static_cast<double>(max.y)), std::abs(static_cast<double>(max.z))});
-  if (far <= farthest) return;
-  throw slicing::SlicingError("The part reaches " + numberText(far) +
-                              " mm from the origin, where coordinates are too coarse for the tips "
-                              "of supports; it must stay within 16,384 mm. Move it there.");
+double farthestOf(const slicing::Vertex& place) {
+  return std::max({std::abs(place.x), std::abs(place.y), std::abs(place.z)});
+}
+
+void requireNear(const slicing::Bounds& bounds, std::span<const slicing::Vector> points,
+                 double plateZ) {
+  const double far = std::max({farthestOf(bounds.min), farthestOf(bounds.max), std::abs(plateZ)});
+  if (far > farthest) {
+    throw slicing::SlicingError("The part reaches " + numberText(far) +
+                                " mm from the origin, where coordinates are too coarse for the "
+                                "tips of supports; it must stay within 16,384 mm. Move it there.");
+  }
+  for (std::size_t i = 0; i < points.size(); ++i) {
+    if (isNear(points[i])) continue;
+    throw slicing::SlicingError("Point " + std::to_string(i) +
+                                " (counted from 0) is no place on the part; it must stay within "
+                                "16,384 mm of the origin.");
+  }
 }
 
 // Tells how far the work is.
@@ -104,10 +109,15 @@ void appendBraces(const std::vector<std::optional<Route>>& routes, const Triangl
 
 }  // namespace
 
+bool isNear(const slicing::Vector& place) {
+  return std::abs(place.x) <= farthest && std::abs(place.y) <= farthest &&
+         std::abs(place.z) <= farthest;
+}
+
 Scaffold build(slicing::TriangleMesh part, std::span<const slicing::Vector> points, double plateZ,
                const Settings& settings, const Progress& progress,
                const std::atomic<bool>* cancelled) {
-  requireNear(part.bounds, plateZ);
+  requireNear(part.bounds, points, plateZ);
   Steps steps(progress,
               TriangleIndex::looksAt(part.triangles.size()) + (1 + looksAtPillar) * points.size());
   const TriangleIndex index(

@@ -245,11 +245,14 @@ TEST_F(Scaffolds, RefuseARaftWithoutRoomBelowThePart) {
 
 TEST_F(Scaffolds, RefusePlacesThatAreNone) {
   points[3].y = std::numeric_limits<double>::infinity();
-  EXPECT_EQ(refusal(STILTFORGE_INVALID_ARGUMENT),
-            "stiltforge_scaffold_create: points[3] is no place; its x, y and z must be finite.");
+  EXPECT_EQ(
+      refusal(STILTFORGE_INVALID_ARGUMENT),
+      "stiltforge_scaffold_create: points[3] is no place on a part; its x, y and z must be from "
+      "-16384 to 16384 mm.");
   points = underTheTable();
   plateZ = std::numeric_limits<double>::quiet_NaN();
-  EXPECT_THAT(refusal(STILTFORGE_INVALID_ARGUMENT), HasSubstr("plate_z is nan; it must be finite"));
+  EXPECT_THAT(refusal(STILTFORGE_INVALID_ARGUMENT),
+              HasSubstr("plate_z is nan; it must be from -16384 to 16384 mm"));
   plateZ = 0;
   for (const double height : {0.0, -1.0, std::numeric_limits<double>::quiet_NaN(),
                               std::numeric_limits<double>::infinity()}) {

@@ -348,6 +348,14 @@ TEST(Scaffold, RefusesAPartTooFarAway) {
   EXPECT_THROW(built(box({20000, 0, 1}, {20008, 8, 2}), {{20004, 4, 1}}), slicing::SlicingError);
 }
 
+TEST(Scaffold, RefusesPlacesTooFarAway) {
+  constexpr double none = std::numeric_limits<double>::quiet_NaN();
+  for (const double far : {20000.0, -1e20, 1e300, none}) {
+    EXPECT_THROW(built(table, {{6, 6, 10}, {6, far, 10}}), slicing::SlicingError) << far;
+  }
+  EXPECT_THROW(built(table, {{6, 6, 10}}, {}, -1e20), slicing::SlicingError);
+}
+
 TEST(Scaffold, CanBeCancelled) {
   const std::atomic<bool> cancelled{true};
   const std::vector<Vector> points{{6, 6, 10}};

@@ -27,6 +27,9 @@ TEST(ScaffoldSettings, HaveRanges) {
   settings = {};
   settings.clearance = -1;
   EXPECT_EQ(conflictOf(settings), "clearance: it must be from 0 to 10 mm");
+  settings = {};
+  settings.layerHeight = 1e300;
+  EXPECT_EQ(conflictOf(settings), "layerHeight: it must be from 1e-06 to 100 mm");
 }
 
 TEST(ScaffoldSettings, GrowFromTheTipToTheFoot) {
