@@ -43,6 +43,7 @@ export function analysePrint(job: PrintJob, watcher: JobWatcher): Promise<Summar
     return {
       expected: expectedFiles(job),
       memory: prepared.memory,
+      isCut: true,
       write: (folder) => writeOutputs(job, watcher, prepared, folder),
     };
   });

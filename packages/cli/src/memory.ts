@@ -50,6 +50,8 @@ export interface Making {
   report?: boolean;
   /** Supports as geometry. */
   geometry?: boolean;
+  /** Whether the layers are cut already. */
+  isCut?: boolean;
   /** That a support needs below it. */
   layersBelow: number;
 }
@@ -104,6 +106,9 @@ export function predictedCheckMemory(
   );
 }
 
+/** For layers that are cut already: those of a mesh are as large as the part, not as the plate. */
+const meshInstead = 'Give the mesh that it was made of, or export it with larger pixels';
+
 /**
  * Throws a UserError when a run is larger than the analysis allows or than `most` bytes, before it
  * starts. Otherwise it would end in the middle, or with it the whole machine. Returns the bytes that it
@@ -116,8 +121,12 @@ export function requireMemory(
   most: number,
 ): number {
   const { width, height } = parameters;
-  const slices = `the part covers ${width} x ${height} pixels of the screen`;
-  const remedy = 'Choose larger pixels with --pixel-size, or a smaller part';
+  const slices = making.isCut
+    ? `its layers have ${width} x ${height} pixels`
+    : `the part covers ${width} x ${height} pixels of the screen`;
+  const remedy = making.isCut
+    ? meshInstead
+    : 'Choose larger pixels with --pixel-size, or a smaller part';
   if (width * height > mostPixels) {
     const limit = mostPixels.toLocaleString('en-US');
     throw new UserError(
@@ -146,8 +155,11 @@ export function isLackOfMemory(error: unknown): boolean {
     : /^There is not enough memory/.test(messageOf(error));
 }
 
-export function outOfMemory(name: string, error: unknown): UserError {
-  const remedy = 'Choose larger pixels with --pixel-size, or close other programs';
+/** `isCut`: it has layers, not a mesh. */
+export function outOfMemory(name: string, error: unknown, isCut = false): UserError {
+  const remedy = isCut
+    ? meshInstead
+    : 'Choose larger pixels with --pixel-size, or close other programs';
   return new UserError(ExitCode.memory, `${name}: ${messageOf(error)} ${remedy}.`, {
     cause: error,
   });

@@ -47,7 +47,7 @@ export async function placePrintSupports(
     return await analyseLayers(prepared, { layers: (done) => progress?.layers(done), signal });
   } catch (error) {
     signal?.throwIfAborted();
-    throw isLackOfMemory(error) ? outOfMemory(job.name, error) : asUserError(error);
+    throw isLackOfMemory(error) ? outOfMemory(job.name, error, true) : asUserError(error);
   } finally {
     progress?.stop();
   }

@@ -32,6 +32,8 @@ export interface FolderRun {
   expected: readonly string[];
   /** Bytes that it may take. */
   memory: number;
+  /** Whether the layers are cut already. */
+  isCut?: boolean;
   write(folder: OutputFolder): Promise<Omit<Summary, 'seconds' | 'peakMemory'>>;
 }
 
@@ -45,7 +47,7 @@ export async function runIntoFolder(
   prepare: () => FolderRun,
 ): Promise<Summary> {
   const started = performance.now();
-  const { expected, memory, write } = prepare();
+  const { expected, memory, isCut, write } = prepare();
   const options = { expected, force: job.force ?? false };
   return inOutputFolder(job.folder, options, async (folder) => {
     try {
@@ -59,7 +61,7 @@ export async function runIntoFolder(
       return { ...summary, seconds, peakMemory: 1024 * process.resourceUsage().maxRSS };
     } catch (error) {
       if (watcher.signal.aborted) throw new Interrupted();
-      throw isLackOfMemory(error) ? outOfMemory(job.name, error) : asUserError(error);
+      throw isLackOfMemory(error) ? outOfMemory(job.name, error, isCut) : asUserError(error);
     }
   });
 }

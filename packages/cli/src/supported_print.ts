@@ -68,7 +68,7 @@ export function preparePrint(
     parameters,
     0,
     { ...job, print },
-    { pictures: false, report },
+    { pictures: false, report, isCut: true },
     job.memory ?? host.memory,
   );
   return { job, host, slicer, parameters, memory };

@@ -80,6 +80,15 @@ test('a first layer that is no length is refused', async (t) => {
   assert.match(err, /prusaslicer\.ini has the initial_layer_height "thick", which is no positive/);
 });
 
+test('layers that need more memory than there is are refused with what helps them', async (t) => {
+  const { code, err } = await refused(t, sl1(), ['--memory', '0.05']);
+  assert.equal(code, 5);
+  assert.match(
+    err,
+    /: its layers have 160 x 100 pixels, .* Give the mesh that it was made of, or export it with larger pixels; --memory/,
+  );
+});
+
 test('mirrored and turned layers give the same places on the plate', async (t) => {
   const plain = (await analysed(t, sl1())).document;
   const mirrored = tableLayers.map((grey) => {

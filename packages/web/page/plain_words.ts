@@ -14,7 +14,7 @@ export function plainWords(sentence: string): PlainWords {
     .replace(/; --memory \S+ starts it anyway/, '')
     .replace(/--[a-z-]+/g, (name) => {
       const label = optionLabels[name];
-      return label === undefined ? name : `“${label}”`;
+      return label === undefined ? `${name} of the command` : `“${label}”`;
     });
   return { sentence: words.replace(/^“([^”]+)”/, '$1'), option };
 }

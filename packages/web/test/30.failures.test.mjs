@@ -1,7 +1,7 @@
 // What can't be analysed is told in a sentence, and the page goes on.
 import assert from 'node:assert/strict';
 import { test } from 'node:test';
-import { sl1 } from '../../cli/test/prints.mjs';
+import { png, screen, sl1 } from '../../cli/test/prints.mjs';
 import { binaryStl, box, bumpyBall, footAndIsland, table } from './meshes.mjs';
 import {
   assertAccessible,
@@ -42,6 +42,12 @@ for (const [what, name, content, sentence] of [
   ],
   ['an archive that is cut off', 'cut.3mf', Buffer.from('PK\x03\x04rest'), /^cut\.3mf: /],
   ['a file for a printer that is cut off', 'plate.sl1', sl1().subarray(0, 900), /^plate\.sl1: /],
+  [
+    'a print without material',
+    'blank.sl1',
+    sl1([png(screen.width, screen.height, Buffer.alloc(screen.width * screen.height))]),
+    /^blank\.sl1: no pixel .* Lower --threshold of the command, or export the print again\.$/,
+  ],
   [
     'a part that is larger than the screen',
     'wide.stl',

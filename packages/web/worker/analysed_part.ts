@@ -44,15 +44,18 @@ export async function analysedPart(
   host: Host,
   tell: Teller,
 ): Promise<AnalysedPart> {
+  let print: PartFile | undefined;
   try {
     tell({ step: 'reading', share: 0, total: 0 });
-    const print = files.find(({ bytes, name }) => isPrinterFile(bytes, name));
+    print = files.find(({ bytes, name }) => isPrinterFile(bytes, name));
     if (print === undefined) return await analysedMesh(files, settings, host, tell);
     requireAlone(print, files, settings);
     return await analysedPrint(print, settings, host, tell);
   } catch (error) {
     const names = files.map(({ name }) => name).join(', ');
-    throw isLackOfMemory(error) ? outOfMemory(names, error) : asUserError(error);
+    throw isLackOfMemory(error)
+      ? outOfMemory(names, error, print !== undefined)
+      : asUserError(error);
   }
 }
 
