@@ -135,6 +135,11 @@ test('a worker thread that is terminated while its jobs run and wait takes nothi
     `${worker}
     import { readdirSync } from 'node:fs';
     const threads = () => readdirSync('/proc/self/task').length;
+    // Starts the threads that stay as long as this one has the module.
+    const [width, height] = [600, 600];
+    stiltforge.InitAnalyseSlice(parameters({ width, height }));
+    await analyse(slice(width, height, (x, y) => (x % 90 < 60 && y % 90 < 70 ? {} : undefined)));
+    stiltforge.CleanPointer();
     let before;
     for (let i = 0; i < 16; i += 1) {
       const thread = startWorker(\`
@@ -154,7 +159,8 @@ test('a worker thread that is terminated while its jobs run and wait takes nothi
       await thread.terminate();
       if (process.platform === 'linux') {
         before ??= threads();
-        if (threads() > before) throw new Error('threads are left over');
+        // The system takes its time to end one; those that are left over stay.
+        while (threads() > before) await sleep(10);
       }
     }
     // The main thread has loaded the module too, and finds it free and working.
@@ -174,16 +180,16 @@ test('a worker thread that is terminated does not work off its queue first', asy
       stiltforge.InitAnalyseSlice({ ...big(false), ...slow, validationDistanceFormVoronoi: 0, maxVoronoiIteration: 100 });
       const pixels = pattern();
       await analyse(pixels);
-      const start = performance.now();
+      const start = process.cpuUsage();
       await analyse(pixels);
-      const oneSlice = performance.now() - start;
+      const oneSlice = process.cpuUsage(start);
       for (let i = 0; i < 200; i += 1) stiltforge.AnalyseSlice(pixels, i, () => {});
       parentPort.postMessage(oneSlice);
     \`);
     const oneSlice = await said(thread);
-    const start = performance.now();
+    const start = process.cpuUsage();
     await thread.terminate();
-    const slices = (performance.now() - start) / oneSlice;
+    const slices = process.cpuUsage(start).user / oneSlice.user;
     console.log(slices < 100 ? 'soon' : 'after ' + slices + ' slices');
   `);
   assertEnded(child, { stdout: 'soon\n' });
