@@ -3,13 +3,14 @@ import assert from 'node:assert/strict';
 import { readdir, readFile, stat, writeFile } from 'node:fs/promises';
 import { join } from 'node:path';
 import { test } from 'node:test';
-import { createLayerSlicer, openPrinterFile } from 'stiltforge/slicing';
+import { createLayerSlicer, defaultSupport, openPrinterFile } from 'stiltforge/slicing';
+import { analyseLayers, openPrint, packedPrint, preparePrint } from 'stiltforge-cli/part';
 import { openFile, sliceShown, withoutBrowser } from '../../viewer/test/browser.mjs';
 import { croppedRuns, KeptLayers } from '../dist/output/kept_layers.js';
 import { layerSurface } from '../dist/output/layer_surface.js';
 import { stiltforge, temporaryFolder } from './harness.mjs';
 import { binaryStl, footAndIsland } from './meshes.mjs';
-import { png, screen, sl1, tableLayers } from './prints.mjs';
+import { png, screen, sl1, tableLayers, tablePngs } from './prints.mjs';
 
 async function documentOf(file) {
   const [, json] = /id="stiltforge-document">(.*)<\/script>\n/.exec(await readFile(file, 'utf8'));
@@ -127,6 +128,22 @@ test('layers of many pixels are seen coarser, which is told', async () => {
   assert.equal(tolerance, 4);
   assert.ok(positions.length / 9 < 500_000);
   assert.ok(Math.abs(measure(positions).volume / (720 * 720 * 4) - 1) < 0.1);
+});
+
+test('the check, the shape and the pictures of a print are all told as they go on', async (t) => {
+  const path = join(await temporaryFolder(t), 'plate.sl1');
+  await writeFile(path, sl1(Array(4).fill(tablePngs).flat()));
+  const printed = await openPrint(path, {});
+  const host = { generator: 'test', memory: 1e9 };
+  const prepared = preparePrint({ name: path, printed, support: defaultSupport }, {}, host);
+  const shares = [];
+  await packedPrint(prepared, await analyseLayers(prepared, {}), (share) => shares.push(share));
+  const gaps = shares.map((share, i) => share - (shares[i - 1] ?? 0));
+  assert.ok(Math.min(...gaps) >= 0, `${shares}`);
+  // So few layers are checked at once.
+  assert.ok(shares[0] > 0 && shares[0] < 0.5, `${shares}`);
+  assert.ok(Math.max(...gaps.slice(1)) < 0.2, `${shares}`);
+  assert.equal(shares.at(-1), 1);
 });
 
 test('a report reads layers that fit into its memory once, and those of a crop are those of its slicer', async (t) => {

@@ -123,7 +123,7 @@ export function stepText({ step, share, total }: Progress): string {
     reading: 'Reading the file',
     layers: `Layer ${ofAll}`,
     building: `Building the supports: ${Math.round(100 * share)} %`,
-    packing: 'Preparing the pictures',
+    packing: `Preparing the pictures: ${Math.round(100 * share)} %`,
     orientations: `Orientation ${ofAll}`,
   }[step];
 }

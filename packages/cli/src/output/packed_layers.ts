@@ -20,7 +20,7 @@ const margin = 4;
 const sliceBytes = 4.5e6;
 
 /** Of the work, what the surface takes. */
-const surfaceShare = 0.3;
+const surfaceShare = 0.5;
 
 /**
  * All that there is to see of a print, for the page of a report, with the shape that its layers make.
@@ -36,9 +36,17 @@ export async function packedLayers(
   const { width, height } = crop;
   const runs: PartSource['runs'] = async (first, count) =>
     (await layers.runs(first, count)).map((layer) => croppedRuns(layer, crop));
+  const layerCount = top + 1;
+  let reached = 0;
+  const reading: PartSource['runs'] = (first, count) => {
+    // Cells that were too fine are made anew, from the first layer on.
+    reached = Math.max(reached, first / layerCount);
+    progress?.(surfaceShare * reached);
+    return runs(first, count);
+  };
   const surface = await layerSurface(
     {
-      ...{ width, height, layers: top + 1, heights: print, runs },
+      ...{ width, height, layers: layerCount, heights: print, runs: reading },
       ...{ pixelWidth: pixel.width, pixelHeight: pixel.height },
       placeOf: (column, row) => {
         const at = (side: number): number => side - 0.5;

@@ -6,6 +6,9 @@ import { KeptLayers } from './kept_layers.js';
 import { packedLayers } from './packed_layers.js';
 import { besidePoints, reported, strengthOf } from './packed_report.js';
 
+/** Of the work, what the check takes. */
+const checkShare = 0.4;
+
 /**
  * All that there is to see of a print and its points, with what a check finds beside them. `progress` is
  * told the share that is done, from 0 to 1. Throws the signal's reason.
@@ -21,11 +24,13 @@ export async function packedPrint(
   const check = await checkPrint(slicer, {
     ...checkedPrint(printed),
     ...{ points: part.points, criticalAngle, signal },
+    progress: (done, total) => progress?.((checkShare * done) / total),
   });
   const source = {
     ...{ printed, box, top, layers: new KeptLayers(slicer) },
     part: { ...reported(document, part), check: besidePoints(check) },
     strength: strengthOf(document, owedPixels),
   };
-  return packedLayers(source, progress, signal);
+  const packing = (share: number): void => progress?.(checkShare + (1 - checkShare) * share);
+  return packedLayers(source, packing, signal);
 }
