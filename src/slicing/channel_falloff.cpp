@@ -40,22 +40,31 @@ void requireDistance(double value, double pixelSize, const char* what) {
   }
 }
 
-// 255 up to `full`, falling linearly to 0 at `zero`; distances in pixels.
+// 255 up to `full`, falling linearly to 0 at `zero`; distances in pixels. The bytes never rise, so
+// the end of each is found by bisection: long reaches have millions of entries.
 std::vector<uint8_t> makeTable(double full, double zero) {
   full *= roundingSlack;
+  const auto byteAt = [&](std::size_t squared) -> uint8_t {
+    const double distance = std::sqrt(static_cast<double>(squared));
+    if (distance <= full) return 255;
+    if (distance >= zero) return 0;
+    const double value = 255 * (zero - distance) / (zero - full);
+    return static_cast<uint8_t>(std::min(254.0, value + 0.5));
+  };
   const double longest = std::max(full, zero);
   const auto entries = static_cast<std::size_t>(longest * longest) + 1;
-  std::vector<uint8_t> table(entries, 0);
-  for (std::size_t squared = 0; squared < entries; ++squared) {
-    const double distance = std::sqrt(static_cast<double>(squared));
-    if (distance <= full) {
-      table[squared] = 255;
-    } else if (distance < zero) {
-      const double value = 255 * (zero - distance) / (zero - full);
-      table[squared] = static_cast<uint8_t>(std::min(254.0, value + 0.5));
+  std::vector<uint8_t> table;
+  table.reserve(entries);
+  while (table.size() < entries) {
+    const uint8_t value = byteAt(table.size());
+    if (value == 0) break;
+    std::size_t last = table.size();
+    for (std::size_t end = entries; end - last > 1;) {
+      const std::size_t middle = last + (end - last) / 2;
+      (byteAt(middle) == value ? last : end) = middle;
     }
+    table.resize(last + 1, value);
   }
-  while (table.size() > 1 && table.back() == 0) table.pop_back();
   return table;
 }
 

@@ -2,8 +2,12 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
+#include <cstddef>
+#include <cstdint>
 #include <limits>
+#include <vector>
 
 #include "slicing/slicing_error.h"
 
@@ -51,6 +55,23 @@ TEST(ChannelFalloff, SupportFallsToNothingAtTheFullOverhang) {
   settings.fullOverhang = 0.3;
   // 255 * (3 - d) / 2 beyond 1 pixel.
   EXPECT_EQ(ChannelFalloff(settings).support, (Bytes{255, 255, 202, 162, 128, 97, 70, 45, 22}));
+}
+
+TEST(ChannelFalloff, EveryEntryFollowsFromItsOwnDistance) {
+  for (const double layerHeight : {0.05, 0.3, 10.0}) {
+    for (const double pixelSize : {0.019, 0.05}) {
+      const std::vector<uint8_t> table = ChannelFalloff(settingsOf(layerHeight, pixelSize)).support;
+      const double reach = layerHeight / pixelSize * (1 + 1e-9);
+      const double zero = std::max(0.5, 2 * layerHeight) / pixelSize;
+      for (std::size_t squared = 0; squared < table.size(); ++squared) {
+        const double distance = std::sqrt(static_cast<double>(squared));
+        const double falling = 255 * (zero - distance) / (zero - reach) + 0.5;
+        const double byte = distance <= reach ? 255 : std::min(254.0, falling);
+        ASSERT_EQ(table[squared], static_cast<uint8_t>(byte)) << layerHeight << ' ' << squared;
+      }
+      EXPECT_NE(table.back(), 0);
+    }
+  }
 }
 
 TEST(ChannelFalloff, FullOverhangIsHalfAMillimetreUnlessTheReachIsLong) {
