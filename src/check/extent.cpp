@@ -43,6 +43,7 @@ void Extent::join(const Extent& other) {
   top = std::min(top, other.top);
   bottom = std::max(bottom, other.bottom);
   pixels += other.pixels;
+  firstPixels += other.firstPixels;
   const auto placeOf = [](const Spot& spot) { return std::tuple(spot.layer, spot.y, spot.x); };
   if (other.pieceSize > pieceSize ||
       (other.pieceSize == pieceSize && placeOf(other.piece) < placeOf(piece))) {
@@ -60,12 +61,13 @@ std::vector<Extent> extentsOf(const hold::Components& components, uint32_t layer
     Extent& extent = extents[component];
     const auto last = static_cast<uint16_t>(run.end - 1);
     if (extent.pixels == 0) {
-      extent = {layer, layer, run.begin, last, y, y, 0, 0, {layer, 0, 0}};
+      extent = {layer, layer, run.begin, last, y, y, 0, 0, 0, {layer, 0, 0}};
     }
     extent.left = std::min(extent.left, run.begin);
     extent.right = std::max(extent.right, last);
     extent.bottom = y;
     extent.pixels += run.length();
+    if (layer == 0) extent.firstPixels = extent.pixels;
     Centre& centre = centres[component];
     centre.sumX += uint64_t{run.length()} * (run.begin + run.end - 1u) / 2;
     centre.sumY += uint64_t{run.length()} * y;

@@ -23,6 +23,7 @@ struct Extent {
   uint16_t top = 0;     ///< first row
   uint16_t bottom = 0;  ///< last row
   uint64_t pixels = 0;
+  uint64_t firstPixels = 0;  ///< of them, those of the layer on the plate, which may be thicker
   /// The largest connected piece of it in one layer, of equal ones the first.
   uint32_t pieceSize = 0;
   Spot piece;  ///< the piece's pixel nearest to its centre

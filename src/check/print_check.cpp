@@ -111,6 +111,7 @@ std::vector<uint64_t> sharesOf(const hold::Components& pixels, const RunRows& so
 PrintCheck::PrintCheck(const CheckSettings& settings, std::vector<SupportPoint> points)
     : settings_(checked(settings)),
       pixelArea_(settings.pixelWidth * settings.pixelHeight),
+      thicker_(settings.firstLayerHeight.value_or(settings.layerHeight) - settings.layerHeight),
       limits_(limitsOf(settings)),
       farSteps_(carryOf(settings).steps),
       points_(std::move(points)),
@@ -275,9 +276,7 @@ CheckReport PrintCheck::finish() {
   }
   CheckReport report;
   report.layers = layer_;
-  const double thicker =
-      settings_.firstLayerHeight.value_or(settings_.layerHeight) - settings_.layerHeight;
-  report.volume = volumeOf(pixels_) + areaOf(firstPixels_) * thicker;
+  report.volume = volumeOf(pixels_, firstPixels_);
   report.counts = counts_;
   report.findings = std::move(findings_);
   std::stable_sort(report.findings.begin(), report.findings.end(),
@@ -318,7 +317,7 @@ void PrintCheck::noteFloating(const FloatingBodies::Body& body) {
   finding.extent = body.extent;
   finding.extent.piece = body.islands.front().spot;
   finding.count = static_cast<uint32_t>(body.islands.size());
-  finding.volume = volumeOf(body.extent.pixels);
+  finding.volume = volumeOf(body.extent);
   finding.area = areaOf(body.extent.pieceSize);
   note(finding);
 }
@@ -337,7 +336,7 @@ void PrintCheck::noteTaken(const FloatingBodies::Body& body, uint32_t layer) {
     finding.extent = body.extent;
     finding.extent.firstLayer = island.spot.layer;
     finding.extent.piece = island.spot;
-    finding.volume = volumeOf(body.extent.pixels);
+    finding.volume = volumeOf(body.extent);
     finding.area = areaOf(island.pixels);
     finding.takenIn = layer;
     note(finding);
@@ -346,7 +345,7 @@ void PrintCheck::noteTaken(const FloatingBodies::Body& body, uint32_t layer) {
 
 void PrintCheck::addSpeck(const FloatingBodies::Body& body) {
   specks_.extent.join(body.extent);
-  specks_.volume += volumeOf(body.extent.pixels);
+  specks_.volume += volumeOf(body.extent);
   ++specks_.count;
 }
 
@@ -381,7 +380,7 @@ void PrintCheck::noteCavities() {
   for (const Cavities::Cavity& cavity : endedCavities_) {
     Finding finding;
     finding.extent = cavity.extent;
-    finding.volume = volumeOf(cavity.extent.pixels);
+    finding.volume = volumeOf(cavity.extent);
     finding.area = areaOf(cavity.largestOpening);
     finding.reachesPlate = cavity.reachesPlate;
     const bool isTrap = cavity.end == Cavities::End::closed && !cavity.reachesPlate;
@@ -401,9 +400,9 @@ void PrintCheck::noteIdlePoints() {
   for (std::size_t i = 0; i < points_.size(); ++i) {
     if (isTouching_[i] != 0) continue;
     const SupportPoint& point = points_[i];
-    const Extent extent{point.layer, point.layer, point.x,
-                        point.x,     point.y,     point.y,
-                        1,           1,           {point.layer, point.x, point.y}};
+    const Extent extent{
+        point.layer, point.layer, point.x, point.x, point.y,
+        point.y,     1,           0,       1,       {point.layer, point.x, point.y}};
     finding.extent.join(extent);
     ++finding.count;
   }

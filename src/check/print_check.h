@@ -104,10 +104,17 @@ class PrintCheck {
   void note(const Finding& finding);
 
   double areaOf(uint64_t pixels) const { return static_cast<double>(pixels) * pixelArea_; }
-  double volumeOf(uint64_t pixels) const { return areaOf(pixels) * settings_.layerHeight; }
+  /// `firstPixels`: of the pixels, those of the first layer.
+  double volumeOf(uint64_t pixels, uint64_t firstPixels) const {
+    return areaOf(pixels) * settings_.layerHeight + areaOf(firstPixels) * thicker_;
+  }
+  double volumeOf(const Extent& extent) const {
+    return volumeOf(extent.pixels, extent.firstPixels);
+  }
 
   const CheckSettings settings_;
   const double pixelArea_;  // mm2
+  const double thicker_;    // mm, the first layer than the others
   const FloatingBodies::Limits limits_;
   const uint32_t farSteps_;
   std::vector<SupportPoint> points_;  // by layer

@@ -339,7 +339,7 @@ class PlainCheck {
     for (std::size_t i = 0; i < stack_.points.size(); ++i) {
       if (touched.contains(i)) continue;
       const SupportPoint& p = stack_.points[i];
-      finding.extent.join({p.layer, p.layer, p.x, p.x, p.y, p.y, 1, 1, {p.layer, p.x, p.y}});
+      finding.extent.join({p.layer, p.layer, p.x, p.x, p.y, p.y, 1, 0, 1, {p.layer, p.x, p.y}});
       ++finding.count;
     }
     if (finding.count > 0) note(finding);

@@ -415,6 +415,17 @@ TEST(PrintCheck, CountsTheFirstLayerByItsOwnHeight) {
   EXPECT_EQ(check(stack, settings).volume, 54);
 }
 
+TEST(PrintCheck, CountsACavityInTheFirstLayerByTheHeightOfThatLayer) {
+  Stack stack;
+  stack.addLayers(4, framed(ring));
+  stack.addLayers(2, framed(full));
+  CheckSettings settings = unitSettings(stack);
+  settings.firstLayerHeight = 2.5;
+  const std::vector<Finding> findings = check(stack, settings).findings;
+  ASSERT_EQ(toldOf(findings), Told{"risk suctionCup 0-3"});
+  EXPECT_EQ(findings[0].volume, 25 * (2.5 + 3));
+}
+
 TEST(PrintCheck, RefusesWhatIsNoPrint) {
   Stack stack;
   stack.addLayers(1, row(".###."));
