@@ -89,3 +89,21 @@ test('every option that a document names is one of the command, of a script, or 
   }
   assert.deepEqual(faults, []);
 });
+
+test('every option of the command stands in a document', () => {
+  const told = new Set(
+    documents
+      .flatMap((path) => [
+        ...readFileSync(join(root, path), 'utf8').matchAll(/(?<![\w-])--[a-z][a-z-]*/g),
+      ])
+      .map(([option]) => option),
+  );
+  const options = [...commandPage().matchAll(/^ {2,6}(?:-\w, )?(--[a-z][a-z-]*)/gm)].map(
+    ([, option]) => option,
+  );
+  assert.ok(options.length > 50, options.join());
+  assert.deepEqual(
+    [...new Set(options)].filter((option) => !told.has(option)),
+    [],
+  );
+});
