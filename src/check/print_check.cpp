@@ -20,6 +20,8 @@ constexpr double roundingSlack = 1e-9;
 constexpr double growthMargin = 1.1;
 // In which the near reach is walked.
 constexpr uint32_t nearSteps = 4;
+// Of the far reach to the near one, at most.
+constexpr double farthest = 10;
 // Of what a speck may have, from which on all specks together are a risk.
 constexpr double manySpecks = 100;
 // An island that begins with so few pixels may be a layer late: with pixels that fall otherwise it
@@ -56,8 +58,9 @@ CheckSettings checked(const CheckSettings& settings) {
           " degrees");
   require(isPositive(settings.nearReach) && settings.nearReach <= longestReach * pixel,
           "the near reach must be above 0 mm and at most 4096 pixels", settings.nearReach, " mm");
-  require(settings.farReach >= settings.nearReach && settings.farReach <= 10 * settings.nearReach,
-          "the far reach must be 1 to 10 times the near one", settings.farReach, " mm");
+  require(
+      settings.farReach >= settings.nearReach && settings.farReach <= farthest * settings.nearReach,
+      "the far reach must be 1 to 10 times the near one", settings.farReach, " mm");
   require(settings.tipRadius >= 0 && settings.tipRadius <= longestReach * pixel,
           "the tip's radius must be from 0 mm to 4096 pixels", settings.tipRadius, " mm");
   require(settings.islandHeight >= 0 && settings.islandHeight <= 65535 * settings.layerHeight,
@@ -79,14 +82,19 @@ uint32_t layersOf(double height, double layerHeight) {
 
 FloatingBodies::Limits limitsOf(const CheckSettings& settings) {
   const double voxel = settings.pixelWidth * settings.pixelHeight * settings.layerHeight;
+  const double pixels = std::ceil(settings.speckVolume / voxel - roundingSlack);
+  // More than a print has: voxels may be so small that their volume is 0.
+  constexpr double most = 0x1p62;
   return {layersOf(settings.islandHeight, settings.layerHeight),
-          static_cast<uint64_t>(std::ceil(settings.speckVolume / voxel - roundingSlack))};
+          pixels < most ? static_cast<uint64_t>(pixels) : static_cast<uint64_t>(most)};
 }
 
 CarrySettings carryOf(const CheckSettings& settings) {
   const double step = settings.nearReach / nearSteps;
+  // What is nearly 0 has no such parts.
+  const double farSteps = std::min(std::round(settings.farReach / step), farthest * nearSteps);
   return {settings.pixelWidth, settings.pixelHeight, growthOf(settings), step,
-          static_cast<uint32_t>(std::round(settings.farReach / step))};
+          static_cast<uint32_t>(farSteps)};
 }
 
 // How far the border of what carries itself may move from one layer to the next.

@@ -7,6 +7,9 @@ namespace {
 // Beyond so many cells a side they are made larger: memory must not follow the screen.
 constexpr double mostCells = 1024;
 
+// Columns, on each side: all that a layer may have.
+constexpr int widestHalf = 65535;
+
 // Makes of a distance a reach that no rounding keeps it out of.
 constexpr double roundingSlack = 1e-9;
 
@@ -84,10 +87,11 @@ Run PointGrid::reachedBy(uint32_t point, Run run, int y, uint32_t layer, double 
   const auto isWithin = [&](int columns) {
     return scale_.squared(columns, rows, layers) <= squaredReach;
   };
-  auto half = static_cast<int>(std::sqrt(squaredReach - scale_.squared(0, rows, layers)) /
-                               scale_.pixelSize);
+  const double columns =
+      std::sqrt(squaredReach - scale_.squared(0, rows, layers)) / scale_.pixelSize;
+  auto half = static_cast<int>(std::min<double>(widestHalf, columns));
   while (half > 0 && !isWithin(half)) --half;
-  while (isWithin(half + 1)) ++half;
+  while (half < widestHalf && isWithin(half + 1)) ++half;
   return {static_cast<uint16_t>(std::max<int>(run.begin, p.x - half)),
           static_cast<uint16_t>(std::min<int>(run.end, p.x + half + 1))};
 }

@@ -21,6 +21,10 @@ uint32_t layersOf(double height, double layerHeight) {
   return static_cast<uint32_t>(std::ceil(height / layerHeight - roundingSlack));
 }
 
+// Cells of 65535 columns are numbered by 31 bits.
+constexpr double mostCellsPerPixel = 32768;
+constexpr double highestStorey = 0x1p62;
+
 // Steps lower than that follow the rounding to pixels more than the surface.
 constexpr double pixelsPerStep = 4;
 uint32_t sampledLayers(const SurveySettings& settings) {
@@ -49,7 +53,8 @@ SurveySettings checked(const SurveySettings& settings) {
   require(settings.sampleHeight >= 0 && settings.sampleHeight <= 65535 * settings.layerHeight,
           "the steps of samples must be between 0 and 65535 layers", settings.sampleHeight, " mm");
   require(settings.steepness >= 0, "the steepness must be 0 or more", settings.steepness, "");
-  require(std::isfinite(settings.sampleSize) && settings.sampleSize >= settings.pixelSize / 65536,
+  require(std::isfinite(settings.sampleSize) &&
+              settings.sampleSize >= settings.pixelSize / mostCellsPerPixel,
           "the cells of samples must not be smaller than a fraction of a pixel",
           settings.sampleSize, " mm");
   return settings;
@@ -181,8 +186,8 @@ void Survey::addOverhang(const Slice& slice) {
 }
 
 void Survey::addSamples(const Slice& slice) {
-  const auto storey =
-      static_cast<int32_t>(layerCount() * (settings_.layerHeight / settings_.sampleSize));
+  const double storeys = layerCount() * (settings_.layerHeight / settings_.sampleSize);
+  const auto storey = static_cast<int64_t>(std::min(storeys, highestStorey));
   if (std::exchange(storey_, storey) != storey) cells_.clear();
   steep_.add(slice.material, below_.pixels, steepRows_);
   const RunRows& steep = steepRows_;
@@ -249,7 +254,8 @@ Site::Touches Survey::touchedAt(const Slice& slice, int x, int y) const {
   const double radius = settings_.tipRadius / settings_.pixelSize;
   const auto reach = static_cast<int>(radius);
   for (int dy = -reach; dy <= reach; ++dy) {
-    const auto half = static_cast<int>(std::sqrt(radius * radius - dy * dy));
+    const double row = dy;
+    const auto half = static_cast<int>(std::sqrt(radius * radius - row * row));
     for (const Run& run : slice.overhang.row(y + dy)) {
       if (run.begin <= x + half && run.end > x - half) return Site::Touches::overhang;
     }

@@ -115,7 +115,7 @@ class Survey {
   std::vector<uint16_t> need_;        // of the columns of a row: low where a support is needed most
   RunRows steepRows_;                 // of the last layer
   RunRows roomyRow_;
-  int32_t storey_ = 0;
+  int64_t storey_ = 0;
   std::unordered_map<Cell, std::size_t, CellHash> cells_;
   std::vector<Site> points_;
 };

@@ -6,6 +6,7 @@
 #include <cmath>
 #include <cstdint>
 #include <functional>
+#include <limits>
 #include <numbers>
 #include <stdexcept>
 #include <string>
@@ -119,6 +120,28 @@ TEST(PrintCheck, TellsOfAPartThatNothingEverTakesWithTheNumberOfItsIslands) {
   EXPECT_EQ(findings[0].count, 2u);
   EXPECT_EQ(describe(findings[0]).what,
             "a part of 48.0 mm3 in layers 1 to 6 stands on nothing; it begins in 2 places");
+}
+
+TEST(PrintCheck, CountsAllAsSpecksWherePixelsAreTooSmallForABody) {
+  Stack stack;
+  stack.addLayers(2, row("##......"));
+  stack.addLayers(4, row("##..###."));
+  for (const double pixel : {1e-9, 1e-200}) {
+    CheckSettings settings = unitSettings(stack);
+    settings.pixelWidth = settings.pixelHeight = settings.layerHeight = pixel;
+    settings.nearReach = settings.farReach = pixel;
+    settings.tipRadius = settings.islandHeight = 0;
+    settings.speckVolume = 0.01;
+    EXPECT_EQ(toldOf(check(stack, settings).findings), Told{"note specks 2-5"}) << pixel;
+  }
+}
+
+TEST(PrintCheck, TakesAReachThatHasNoParts) {
+  Stack stack;
+  stack.addLayers(2, row("##......"));
+  CheckSettings settings = unitSettings(stack);
+  settings.nearReach = settings.farReach = std::numeric_limits<double>::denorm_min();
+  EXPECT_EQ(toldOf(check(stack, settings).findings), Told{});
 }
 
 TEST(PrintCheck, CountsSpecksTogether) {

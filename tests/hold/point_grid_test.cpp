@@ -32,6 +32,17 @@ struct RandomGrid {
   PointGrid grid;
 };
 
+TEST(PointGrid, ReachesNoMoreThanARunHoweverFarAPointReaches) {
+  const stiltforge::Run run{2, 65535};
+  for (const double pixelSize : {1e-6, 1e-300}) {
+    PointGrid grid({pixelSize, pixelSize}, 1, 65535, 1);
+    grid.add({});
+    for (const double reach : {1.0, 1e6, 1e300}) {
+      EXPECT_EQ(grid.reachedBy(0, run, 0, 0, reach), run) << pixelSize << ", " << reach;
+    }
+  }
+}
+
 TEST(PointGridProperty, FindsAllPointsWithinReachOfARunOnce) {
   Random random(91);
   for (int i = 0; i < 300; ++i) {

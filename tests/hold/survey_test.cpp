@@ -97,6 +97,26 @@ TEST(Survey, RefusesSettingsThatMakeNoSense) {
   refuses([](SurveySettings& s) { s.minimumHeight = -1; });
   refuses([](SurveySettings& s) { s.minimumHeight = 1e9; });
   refuses([](SurveySettings& s) { s.tipRadius = noNumber; });
+  // Their cells in 65535 columns could not be numbered.
+  refuses([](SurveySettings& s) { s.sampleSize = s.pixelSize / 40000; });
+}
+
+TEST(Survey, TakesLayersOfAnyHeightAndTipsOfManyPixels) {
+  Part part;
+  part.addLayer({"+"});
+  for (const double height : {1e-300, 1e300}) {
+    SurveySettings settings = unitSettings();
+    settings.layerHeight = height;
+    settings.minimumHeight = settings.sampleHeight = 0;
+    settings.tipRadius = 60000 * settings.pixelSize;
+    Survey survey(settings);
+    const SupportPoint point;
+    for (int layer = 0; layer < 3; ++layer) {
+      survey.add(part.slices[0]);
+      survey.addPoints(part.slices[0], {&point, 1});
+    }
+    EXPECT_EQ(survey.points().size(), 3u);
+  }
 }
 
 TEST(Survey, RefusesASliceOfAnotherSizeAndStaysAsItWas) {
