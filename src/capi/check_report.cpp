@@ -85,7 +85,7 @@ const char* stiltforge_finding_kind_name(uint32_t kind) {
 
 const stiltforge_finding* stiltforge_check_report_findings(const stiltforge_check_report* report,
                                                            size_t* count) {
-  return capi::listOf(capi::checked(report) ? &report->findings : nullptr, count);
+  return capi::listOf(report, &stiltforge_check_report::findings, count);
 }
 
 stiltforge_status stiltforge_check_report_get_info(const stiltforge_check_report* report,

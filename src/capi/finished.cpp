@@ -88,31 +88,31 @@ const char* stiltforge_drop_reason_name(uint32_t reason) {
 
 const stiltforge_support* stiltforge_finished_supports(const stiltforge_finished* finished,
                                                        size_t* count) {
-  return capi::listOf(capi::checked(finished) ? &finished->supports : nullptr, count);
+  return capi::listOf(finished, &stiltforge_finished::supports, count);
 }
 
 const stiltforge_origin* stiltforge_finished_origins(const stiltforge_finished* finished,
                                                      size_t* count) {
-  return capi::listOf(capi::checked(finished) ? &finished->origins : nullptr, count);
+  return capi::listOf(finished, &stiltforge_finished::origins, count);
 }
 
 const stiltforge_weight* stiltforge_finished_weights(const stiltforge_finished* finished,
                                                      size_t* count) {
-  return capi::listOf(capi::checked(finished) ? &finished->weights : nullptr, count);
+  return capi::listOf(finished, &stiltforge_finished::weights, count);
 }
 
 const stiltforge_weight* stiltforge_finished_dropped_weights(const stiltforge_finished* finished,
                                                              size_t* count) {
-  return capi::listOf(capi::checked(finished) ? &finished->droppedWeights : nullptr, count);
+  return capi::listOf(finished, &stiltforge_finished::droppedWeights, count);
 }
 
 const uint32_t* stiltforge_finished_merged(const stiltforge_finished* finished, size_t* count) {
-  return capi::listOf(capi::checked(finished) ? &finished->merged : nullptr, count);
+  return capi::listOf(finished, &stiltforge_finished::merged, count);
 }
 
 const stiltforge_dropped* stiltforge_finished_dropped(const stiltforge_finished* finished,
                                                       size_t* count) {
-  return capi::listOf(capi::checked(finished) ? &finished->dropped : nullptr, count);
+  return capi::listOf(finished, &stiltforge_finished::dropped, count);
 }
 
 const uint32_t* stiltforge_finished_islands_left(const stiltforge_finished* finished,

@@ -53,15 +53,15 @@ uint32_t stiltforge_layer_pixels(const stiltforge_layer* layer) {
 }
 
 const stiltforge_group* stiltforge_layer_groups(const stiltforge_layer* layer, size_t* count) {
-  return capi::listOf(capi::checked(layer) ? &layer->groups : nullptr, count);
+  return capi::listOf(layer, &stiltforge_layer::groups, count);
 }
 
 const stiltforge_support* stiltforge_layer_supports(const stiltforge_layer* layer, size_t* count) {
-  return capi::listOf(capi::checked(layer) ? &layer->supports : nullptr, count);
+  return capi::listOf(layer, &stiltforge_layer::supports, count);
 }
 
 const stiltforge_weight* stiltforge_layer_weights(const stiltforge_layer* layer, size_t* count) {
-  return capi::listOf(capi::checked(layer) ? &layer->weights : nullptr, count);
+  return capi::listOf(layer, &stiltforge_layer::weights, count);
 }
 
 void stiltforge_layer_destroy(stiltforge_layer* layer) {

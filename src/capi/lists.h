@@ -18,4 +18,10 @@ const T* listOf(const std::vector<T>* list, std::size_t* count) {
   return list && !list->empty() ? list->data() : nullptr;
 }
 
+/// The same of a handle that may be none.
+template <typename H, typename T>
+const T* listOf(const H* handle, std::vector<T> H::*list, std::size_t* count) {
+  return listOf(checked(handle) ? &(handle->*list) : nullptr, count);
+}
+
 }  // namespace stiltforge::capi

@@ -164,7 +164,7 @@ stiltforge_status stiltforge_orientations_create(
 
 const stiltforge_orientation* stiltforge_orientations_best(
     const stiltforge_orientations* orientations, size_t* count) {
-  return capi::listOf(capi::checked(orientations) ? &orientations->best : nullptr, count);
+  return capi::listOf(orientations, &stiltforge_orientations::best, count);
 }
 
 const stiltforge_orientation* stiltforge_orientations_as_it_is(
@@ -175,7 +175,7 @@ const stiltforge_orientation* stiltforge_orientations_as_it_is(
 
 const stiltforge_point* stiltforge_orientations_supports(
     const stiltforge_orientations* orientations, size_t* count) {
-  return capi::listOf(capi::checked(orientations) ? &orientations->supports : nullptr, count);
+  return capi::listOf(orientations, &stiltforge_orientations::supports, count);
 }
 
 stiltforge_status stiltforge_orientations_get_info(const stiltforge_orientations* orientations,

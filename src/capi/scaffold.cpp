@@ -177,26 +177,26 @@ const float* stiltforge_scaffold_positions(const stiltforge_scaffold* scaffold) 
 
 const stiltforge_ring* stiltforge_scaffold_rings(const stiltforge_scaffold* scaffold,
                                                  size_t* count) {
-  return capi::listOf(capi::checked(scaffold) ? &scaffold->rings : nullptr, count);
+  return capi::listOf(scaffold, &stiltforge_scaffold::rings, count);
 }
 
 const stiltforge_built_support* stiltforge_scaffold_supports(const stiltforge_scaffold* scaffold,
                                                              size_t* count) {
-  return capi::listOf(capi::checked(scaffold) ? &scaffold->supports : nullptr, count);
+  return capi::listOf(scaffold, &stiltforge_scaffold::supports, count);
 }
 
 const stiltforge_brace* stiltforge_scaffold_braces(const stiltforge_scaffold* scaffold,
                                                    size_t* count) {
-  return capi::listOf(capi::checked(scaffold) ? &scaffold->braces : nullptr, count);
+  return capi::listOf(scaffold, &stiltforge_scaffold::braces, count);
 }
 
 const stiltforge_left_out* stiltforge_scaffold_left_out(const stiltforge_scaffold* scaffold,
                                                         size_t* count) {
-  return capi::listOf(capi::checked(scaffold) ? &scaffold->leftOut : nullptr, count);
+  return capi::listOf(scaffold, &stiltforge_scaffold::leftOut, count);
 }
 
 const uint32_t* stiltforge_scaffold_alone(const stiltforge_scaffold* scaffold, size_t* count) {
-  return capi::listOf(capi::checked(scaffold) ? &scaffold->alone : nullptr, count);
+  return capi::listOf(scaffold, &stiltforge_scaffold::alone, count);
 }
 
 void stiltforge_scaffold_destroy(stiltforge_scaffold* scaffold) {

@@ -147,17 +147,17 @@ stiltforge_status stiltforge_verdict_get_info(const stiltforge_verdict* verdict,
 
 const stiltforge_island* stiltforge_verdict_islands(const stiltforge_verdict* verdict,
                                                     size_t* count) {
-  return capi::listOf(capi::checked(verdict) ? &verdict->islands : nullptr, count);
+  return capi::listOf(verdict, &stiltforge_verdict::islands, count);
 }
 
 const stiltforge_worst_place* stiltforge_verdict_worst(const stiltforge_verdict* verdict,
                                                        size_t* count) {
-  return capi::listOf(capi::checked(verdict) ? &verdict->worst : nullptr, count);
+  return capi::listOf(verdict, &stiltforge_verdict::worst, count);
 }
 
 const stiltforge_close_pair* stiltforge_verdict_close_pairs(const stiltforge_verdict* verdict,
                                                             size_t* count) {
-  return capi::listOf(capi::checked(verdict) ? &verdict->closePairs : nullptr, count);
+  return capi::listOf(verdict, &stiltforge_verdict::closePairs, count);
 }
 
 const uint32_t* stiltforge_verdict_faults(const stiltforge_verdict* verdict, uint32_t fault,
