@@ -72,16 +72,20 @@ HoldOptions finishOptions(const Napi::Value& options) {
 }  // namespace
 
 hold::SurveySettings readSurveySettings(const Napi::Value& options) {
-  const HoldOptions given(
-      options, "the survey",
-      {"pixelSize", "layerHeight", "minimumHeight", "supportArea", "criticalAngle"});
+  const HoldOptions given(options, "the survey",
+                          {"pixelSize", "layerHeight", "firstLayerHeight", "minimumHeight",
+                           "supportArea", "criticalAngle"});
   PrintSettings print;
   print.pixelSize = given.number("pixelSize", std::nullopt, least, longest, "mm");
   print.layerHeight = given.number("layerHeight", std::nullopt, least, longest, "mm");
   print.minimumHeight = given.number("minimumHeight", print.minimumHeight, 0, longest, "mm");
   print.supportArea = given.number("supportArea", print.supportArea, least, mostArea, "mm2");
   print.criticalAngle = given.number("criticalAngle", print.criticalAngle, least, 90, "degrees");
-  const hold::SurveySettings settings = surveySettings(print);
+  hold::SurveySettings settings = surveySettings(print);
+  if (!given.get("firstLayerHeight").IsUndefined()) {
+    settings.firstLayerHeight =
+        given.number("firstLayerHeight", std::nullopt, least, longest, "mm");
+  }
   try {
     const hold::Survey usable(settings);
   } catch (const std::invalid_argument& unusable) {

@@ -490,7 +490,8 @@ class Finisher {
 
   // Layers between the plate and the place that a support there lacks.
   uint32_t missingLayers(const Place& place) const {
-    return survey_.roomLayers() - std::min(survey_.roomLayers(), place.layer);
+    const uint32_t needed = survey_.roomLayersOnPlate();
+    return needed - std::min(needed, place.layer);
   }
 
   STILTFORGE_APART void measureLeftAlone() {

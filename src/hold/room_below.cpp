@@ -1,5 +1,6 @@
 #include "hold/room_below.h"
 
+#include <algorithm>
 #include <span>
 #include <utility>
 
@@ -19,8 +20,13 @@ uint32_t RoomBelow::at(int x, int y) const {
   return room;
 }
 
+bool RoomBelow::isBelow(int x, int y) const {
+  const uint32_t free = at(x, y);
+  return free >= (free + 1 == layerCount_ ? layersOnPlate_ : layers_);
+}
+
 void RoomBelow::findRoom(Run run, int y, RunRows& roomy) {
-  if (layerCount_ <= layers_) return;
+  if (layerCount_ <= std::min(layers_ + 1, layersOnPlate_)) return;
   rest_.assign(1, run);
   for (std::size_t i = 1; i < below_.size() && !rest_.empty(); ++i) {
     std::span<const Run> row = below_[i].row(y);

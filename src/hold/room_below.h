@@ -11,11 +11,14 @@ namespace stiltforge::hold {
 
 /// Tells whether there is room for a support below a place: `layers` layers without material
 /// straight below it, the plate or the part only under them. Keeps the material of so many layers.
+/// Down to the plate, whose layer may have another height, there must be `layersOnPlate` of them.
 class RoomBelow {
  public:
-  explicit RoomBelow(uint32_t layers) : layers_(layers) {}
+  RoomBelow(uint32_t layers, uint32_t layersOnPlate)
+      : layers_(layers), layersOnPlate_(layersOnPlate) {}
+  explicit RoomBelow(uint32_t layers) : RoomBelow(layers, layers) {}
 
-  uint32_t layers() const { return layers_; }
+  uint32_t layersOnPlate() const { return layersOnPlate_; }
 
   /// Takes the material of the next layer, bottom first.
   void add(const RunRows& material);
@@ -24,12 +27,16 @@ class RoomBelow {
   /// the plate; no more than the constructor's number.
   uint32_t at(int x, int y) const;
 
+  /// Whether there is room below this pixel.
+  bool isBelow(int x, int y) const;
+
   /// Appends the parts of a run of row y of that layer that have room to the row of `roomy` that is
   /// not yet ended.
   void findRoom(Run run, int y, RunRows& roomy);
 
  private:
   uint32_t layers_;
+  uint32_t layersOnPlate_;
   uint32_t layerCount_ = 0;
   std::deque<RunRows> below_;  // the last layers, the latest first
   std::vector<Run> rest_;

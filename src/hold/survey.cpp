@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <utility>
@@ -19,6 +20,13 @@ constexpr double roundingSlack = 1e-9;
 
 uint32_t layersOf(double height, double layerHeight) {
   return static_cast<uint32_t>(std::ceil(height / layerHeight - roundingSlack));
+}
+
+uint32_t layersOnPlate(const SurveySettings& settings) {
+  const std::optional<double> first = settings.firstLayerHeight;
+  const double height = settings.minimumHeight;
+  if (!first || height <= 0) return layersOf(height, settings.layerHeight);
+  return 1 + layersOf(std::max(height - *first, 0.0), settings.layerHeight);
 }
 
 // Cells of 65535 columns are numbered by 31 bits.
@@ -46,6 +54,9 @@ SurveySettings checked(const SurveySettings& settings) {
           "the pixel size must be above 0 mm", settings.pixelSize, " mm");
   require(std::isfinite(settings.layerHeight) && settings.layerHeight > 0,
           "the layer height must be above 0 mm", settings.layerHeight, " mm");
+  const double first = settings.firstLayerHeight.value_or(settings.layerHeight);
+  require(std::isfinite(first) && first > 0, "the height of the first layer must be above 0 mm",
+          first, " mm");
   require(settings.minimumHeight >= 0 && settings.minimumHeight <= 65535 * settings.layerHeight,
           "the minimum height must be between 0 and 65535 layers", settings.minimumHeight, " mm");
   require(settings.tipRadius >= 0 && settings.tipRadius <= 65535 * settings.pixelSize,
@@ -71,7 +82,7 @@ std::size_t Survey::CellHash::operator()(const Cell& cell) const {
 
 Survey::Survey(const SurveySettings& settings)
     : settings_(checked(settings)),
-      room_(layersOf(settings.minimumHeight, settings.layerHeight)),
+      room_(layersOf(settings.minimumHeight, settings.layerHeight), layersOnPlate(settings)),
       steep_(sampledLayers(settings), sampledReach(settings)) {}
 
 void Survey::add(const Slice& slice) {
@@ -151,7 +162,7 @@ STILTFORGE_APART void Survey::measureIslands() {
     const Extent& extent = extents[region];
     Island island{placeAt(extent.x, extent.y), extent.pixels};
     island.place.track = tracks_.trackOf(region);
-    island.place.hasRoom = room_.at(extent.x, extent.y) >= room_.layers();
+    island.place.hasRoom = room_.isBelow(extent.x, extent.y);
     islands_.push_back(island);
   }
 }
@@ -271,7 +282,7 @@ void Survey::addPoints(const Slice& slice, std::span<const SupportPoint> points)
     site.place.layer = layerCount() - 1;
     const uint32_t region = regions_.at(point.x, point.y);
     if (region != Components::none) site.place.track = tracks_.trackOf(region);
-    site.place.hasRoom = room_.at(point.x, point.y) >= room_.layers();
+    site.place.hasRoom = room_.isBelow(point.x, point.y);
     site.isIsland = point.isIsland;
     site.touches = touchedAt(slice, point.x, point.y);
     points_.push_back(site);

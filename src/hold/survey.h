@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <span>
 #include <unordered_map>
 #include <vector>
@@ -18,8 +19,9 @@
 namespace stiltforge::hold {
 
 struct SurveySettings {
-  double pixelSize = 0;        ///< mm
-  double layerHeight = 0;      ///< mm
+  double pixelSize = 0;                    ///< mm
+  double layerHeight = 0;                  ///< mm
+  std::optional<double> firstLayerHeight;  ///< mm; as the others unless set
   double minimumHeight = 0.2;  ///< mm from the plate or the part to a place where a support fits
   double tipRadius = 0.2;      ///< mm around a point within which it must find an overhang
   /// mm that a surface grows outwards for each mm upwards from which on it is sampled: a little
@@ -65,7 +67,7 @@ class Survey {
   uint16_t width() const { return width_; }
   uint16_t height() const { return height_; }
   /// Layers of empty space that a support needs below its point.
-  uint32_t roomLayers() const { return room_.layers(); }
+  uint32_t roomLayersOnPlate() const { return room_.layersOnPlate(); }
 
   const std::vector<Island>& islands() const { return islands_; }
   std::span<const OverhangRun> overhang(uint32_t layer) const {

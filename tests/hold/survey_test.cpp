@@ -3,7 +3,9 @@
 #include <gtest/gtest.h>
 
 #include <limits>
+#include <optional>
 #include <stdexcept>
+#include <utility>
 
 #include "part.h"
 
@@ -68,6 +70,40 @@ TEST(Survey, FindsNoOverhangOnThePlate) {
   const Survey survey = part.survey(unitSettings());
   EXPECT_TRUE(survey.overhang(0).empty());
   EXPECT_TRUE(survey.islands().empty());
+}
+
+// Whether a support fits below the overhang of the last layer, at its left and at its right end.
+std::pair<bool, bool> hasRoom(const Part& part, std::optional<double> firstLayerHeight) {
+  SurveySettings settings = unitSettings();
+  settings.minimumHeight = 2;
+  settings.firstLayerHeight = firstLayerHeight;
+  const Survey survey = part.survey(settings);
+  const auto runs = survey.overhang(static_cast<uint32_t>(part.slices.size()) - 1);
+  return {runs.front().hasRoom, runs.back().hasRoom};
+}
+
+TEST(Survey, FindsTheRoomThatAThickerFirstLayerGives) {
+  Part part;
+  part.addLayer({"+....."});
+  part.addLayer({"++####"});
+  EXPECT_EQ(hasRoom(part, std::nullopt), std::pair(false, false));
+  EXPECT_EQ(hasRoom(part, 1.9), std::pair(false, false));
+  EXPECT_EQ(hasRoom(part, 2), std::pair(true, true));
+}
+
+TEST(Survey, FindsLessRoomAboveAThinnerFirstLayerButNotAboveThePart) {
+  Part part;
+  part.addLayer({"+++..."});
+  part.addLayer({"+....."});
+  part.addLayer({"+....."});
+  part.addLayer({"++####"});
+  EXPECT_EQ(hasRoom(part, 0.5), std::pair(true, true));
+  part = Part();
+  part.addLayer({"+....."});
+  part.addLayer({"+....."});
+  part.addLayer({"++####"});
+  EXPECT_EQ(hasRoom(part, 0.5), std::pair(false, false));
+  EXPECT_EQ(hasRoom(part, std::nullopt), std::pair(true, true));
 }
 
 TEST(Survey, SplitsOverhangWhereTheRoomBelowEnds) {

@@ -1,5 +1,11 @@
 import { Analysis, type AnalysisParameters, type SliceResult } from 'stiltforge/analysis';
-import type { LayerSlicer, PrintSettings, Slicer, SupportSettings } from 'stiltforge/slicing';
+import type {
+  LayerHeights,
+  LayerSlicer,
+  PrintSettings,
+  Slicer,
+  SupportSettings,
+} from 'stiltforge/slicing';
 import type { UserError } from './errors.js';
 import { analysedPart, finishedPart, type HeldPart } from './held_part.js';
 import { Tally } from './tally.js';
@@ -25,15 +31,18 @@ export interface FinishedLayers {
 export async function finishLayers(
   slicer: Slicer | LayerSlicer,
   parameters: AnalysisParameters,
-  job: { print: PrintSettings; support: SupportSettings; asAnalysed?: boolean },
+  job: { print: PrintSettings & LayerHeights; support: SupportSettings; asAnalysed?: boolean },
   visitor: LayersVisitor,
   empty: () => UserError,
 ): Promise<FinishedLayers> {
   const { signal } = visitor;
   const { print, support } = job;
-  const { pixelSize, layerHeight } = print;
+  const { pixelSize, layerHeight, firstLayerHeight } = print;
   const { criticalAngle, minimumHeight, supportArea } = support;
-  const survey = { pixelSize, layerHeight, criticalAngle, minimumHeight, supportArea };
+  const survey = {
+    ...{ pixelSize, layerHeight, firstLayerHeight },
+    ...{ criticalAngle, minimumHeight, supportArea },
+  };
   const tally = new Tally();
   const analysis = Analysis.create(parameters, { survey });
   try {

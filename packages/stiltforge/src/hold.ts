@@ -8,6 +8,8 @@ export interface SurveyOptions {
   pixelSize: number;
   /** mm */
   layerHeight: number;
+  /** mm, of the layer on the plate; as the others unless set. */
+  firstLayerHeight?: number;
   /** Degrees between the plate and a surface that just carries itself. Default: 45. */
   criticalAngle?: number;
   /** mm from the plate, or the part, to a place where a support fits. Default: 0.2. */

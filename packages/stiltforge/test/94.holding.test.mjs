@@ -348,6 +348,11 @@ for (const [name, wrong, message] of [
     { criticalAngle: 0 },
     /criticalAngle of the survey is 0; .* degrees from 1e-06/,
   ],
+  [
+    'a first layer of no height',
+    { firstLayerHeight: 0 },
+    /firstLayerHeight of the survey is 0; .*mm/,
+  ],
   ['an option that is none', { minHeight: 1 }, /no option "minHeight"; .*minimumHeight/],
   [
     'pixels that are larger than what is looked at',
@@ -400,6 +405,21 @@ test('wrong options of judging and finishing are refused with their range', asyn
   }
   assert.equal((await analysis.judgeSupports()).islands.length, 1);
   await analysis.close();
+});
+
+test('a support fits below what hangs over a first layer that is thick enough', async () => {
+  for (const [firstLayerHeight, hasRoom] of [
+    [undefined, false],
+    [1.9, false],
+    [2, true],
+  ]) {
+    const given = Survey.create({ width: 8, height: 6, ...survey, firstLayerHeight });
+    await given.add(rectangle(8, 6, 0, 0, 2, 6));
+    await given.add(rectangle(8, 6, 0, 0, 8, 6));
+    const { overhang, overhangWithoutRoom } = await given.judge();
+    assert.equal(overhang.area > 0, hasRoom, `${firstLayerHeight}`);
+    assert.equal(overhangWithoutRoom.area > 0, !hasRoom);
+  }
 });
 
 test('wrong points are refused, and the survey goes on', async () => {
