@@ -1,6 +1,7 @@
 #include "hold/cover.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstdint>
 #include <queue>
 #include <unordered_map>
@@ -26,9 +27,9 @@ std::vector<Cube> cubesOf(const Survey& survey, double side) {
   const double layers = survey.settings().layerHeight / side;
   std::vector<Cube> cubes;
   std::unordered_map<uint64_t, std::size_t> known;  // of the open storey, by column and row
-  uint32_t storey = 0;
+  double storey = 0;
   for (uint32_t layer = 0; layer < survey.layerCount(); ++layer) {
-    const auto own = static_cast<uint32_t>(layer * layers);
+    const double own = std::floor(layer * layers);
     if (own != std::exchange(storey, own)) known.clear();
     for (const OverhangRun& run : survey.overhang(layer)) {
       const auto row = static_cast<uint64_t>(run.y * columns);
@@ -53,7 +54,7 @@ class Cover {
   Cover(const Survey& survey, double reach)
       : scale_{survey.settings().pixelSize, survey.settings().layerHeight},
         reach_(reach),
-        cubes_(cubesOf(survey, reach / cubesPerReach)),
+        cubes_(cubesOf(survey, std::max(reach / cubesPerReach, scale_.pixelSize))),
         grid_(scale_, reach, survey.width(), survey.height()),
         covered_(cubes_.size(), 0) {
     for (const Cube& cube : cubes_) {

@@ -14,6 +14,7 @@
 #include "hold/coverage.h"
 #include "hold/floating_bodies.h"
 #include "hold/gains.h"
+#include "hold/overhang_reach.h"
 #include "hold/specks.h"
 #include "runtime/apart.h"
 #include "runtime/number_text.h"
@@ -41,9 +42,10 @@ FinishSettings checked(const FinishSettings& settings) {
   require(settings.margin, 0, "the margin of overhang within reach");
   require(settings.preference, 1, "the preference of the analysis's points");
   require(settings.islandHeight, 0, "the height that an island may grow alone");
-  if (!(settings.share >= 0 && settings.share <= 1)) {
+  for (const double share : {settings.share, settings.farShare}) {
+    if (share >= 0 && share <= 1) continue;
     throw std::invalid_argument("the share of overhang within reach must be from 0 to 1, not " +
-                                numberText(settings.share));
+                                numberText(share));
   }
   return settings;
 }
@@ -78,6 +80,8 @@ class Finisher {
         near_(survey, samples_, bodies_, isSpeck_, settings.reach, cancelled),
         far_(survey, samples_, bodies_, isSpeck_, settings.farReach, cancelled),
         own_(survey, samples_, bodies_, isSpeck_, settings.ownReach, cancelled),
+        allNear_(survey, settings.reach),
+        allFar_(survey, settings.farReach),
         isOpen_(survey.points().size(), 0),
         dropReason_(survey.points().size()) {}
 
@@ -87,11 +91,15 @@ class Finisher {
     const std::size_t forIslands = result_.points.size();
     const auto any = [](const FinishedPoint&) { return true; };
     cover();
+    findReachable();
+    coverAll();
     closeFarGaps();
     dropNeedless(forIslands, any);
     for (int round = 0; round < mostRounds && moveToBetterPlaces(forIslands); ++round) {
       dropNeedless(forIslands, any);
     }
+    coverAll();
+    dropNeedless(forIslands, any);
     gains_.reset();
     keepStrength();
     // What was kept for its strength holds gaps, too.
@@ -112,8 +120,8 @@ class Finisher {
   }
   bool isSpeck(const Place& place) const { return isSpeck_[place.track] != 0; }
   uint64_t pixelsOf(double area) const {
-    return static_cast<uint64_t>(
-        std::min(std::ceil(area / (scale_.pixelSize * scale_.pixelSize)), 1e18));
+    const double pixels = std::ceil(area / (scale_.pixelSize * scale_.pixelSize));
+    return static_cast<uint64_t>(std::min(std::max(0.0, pixels), 1e18));  // 0 for no number
   }
 
   STILTFORGE_APART void dropImpossible() {
@@ -133,14 +141,12 @@ class Finisher {
 
   // From all kept points but that one.
   STILTFORGE_APART bool isSpaced(const Place& place, std::size_t but = FinishedPoint::none) {
-    bool spaced = true;
     const double least = settings_.spacing * settings_.spacing;
     const Run pixel{place.x, static_cast<uint16_t>(place.x + 1)};
-    kept_.forEachNear(pixel, place.y, place.layer, settings_.spacing, [&](uint32_t i) {
-      if (!spaced || i == but) return;
-      spaced = scale_.squaredDistance(place, kept_[i]) >= least || !bodies_.areOne(place, kept_[i]);
+    return !kept_.anyNear(pixel, place.y, place.layer, settings_.spacing, [&](uint32_t i) {
+      return i != but && scale_.squaredDistance(place, kept_[i]) < least &&
+             bodies_.areOne(place, kept_[i]);
     });
-    return spaced;
   }
 
   STILTFORGE_APART void hold(const Place& place) {
@@ -148,12 +154,16 @@ class Finisher {
     if (gains_) gains_->take(reached);
     far_.add(place);
     own_.add(place);
+    allNear_.add(place);
+    allFar_.add(place);
   }
   STILTFORGE_APART void letGo(const Place& place) {
     const std::vector<uint32_t> freed = near_.remove(place);
     if (gains_) gains_->giveBack(freed);
     far_.remove(place);
     own_.remove(place);
+    allNear_.remove(place);
+    allFar_.remove(place);
   }
   STILTFORGE_APART void keep(const FinishedPoint& point) {
     hold(point.site.place);
@@ -322,6 +332,35 @@ class Finisher {
         1, [&](std::size_t candidate) { return gains_->of(candidate); },
         [&] { return isCovered(near_.reachedPixels()); });
   }
+  void findReachable() {
+    const auto mayStand = [&](uint32_t candidate) {
+      const Place* place = placeOf(candidate);
+      return place != nullptr && !isSpeck(*place);
+    };
+    allNear_.findReachable(candidates_, mayStand);
+    allFar_.findReachable(candidates_, mayStand);
+  }
+  STILTFORGE_APART void coverAll() {
+    coverAll(allNear_, settings_.share);
+    coverAll(allFar_, settings_.farShare);
+  }
+  void coverAll(const OverhangReach& all, double share) {
+    if (all.isEnough(share)) return;
+    const std::vector<uint8_t> areNearOpen = all.areNearOpen(candidates_);
+    takeGreedily(
+        1,
+        [&](std::size_t candidate) {
+          const Place& place = *placeOf(candidate);
+          return areNearOpen[candidate] != 0 && !isSpeck(place) ? all.gainOf(place) : 0;
+        },
+        [&] { return all.isEnough(share); });
+  }
+  bool isEnoughOfAllWithout(const Place& place) const {
+    const uint64_t near = allNear_.lossOf(place);
+    if (near > 0 && !allNear_.isEnough(settings_.share, near)) return false;
+    const uint64_t far = allFar_.lossOf(place);
+    return far == 0 || allFar_.isEnough(settings_.farShare, far);
+  }
   void closeFarGaps() {
     const auto gainOf = [&](std::size_t candidate) {
       const bool isInGap = !isAnalysed(candidate) && far_.isOpen(candidate - points().size());
@@ -355,7 +394,7 @@ class Finisher {
         continue;
       }
       if (now > 0 && !isCovered(near_.reachedPixels() - now)) break;
-      if (far_.lossOf(place) >= leastGap) continue;
+      if (far_.lossOf(place) >= leastGap || !isEnoughOfAllWithout(place)) continue;
       letGo(place);
       isNeedless[point] = 1;
     }
@@ -531,6 +570,9 @@ class Finisher {
   Coverage near_;
   Coverage far_;
   Coverage own_;
+  // The same of all overhang, as the judge measures it.
+  OverhangReach allNear_;
+  OverhangReach allFar_;
   std::optional<Gains> gains_;   // of all candidates, while it is settled what covers the overhang
   std::vector<uint8_t> isOpen_;  // points of the analysis that may still be taken
   std::vector<std::optional<DropReason>> dropReason_;

@@ -17,7 +17,9 @@ struct FinishSettings {
   double ownReach = 0;      ///< mm around a point of the analysis whose overhang is its own
   double leastOwnArea = 0;  ///< mm2 that such a point must hold alone to stay in any case
   double leastGap = 0;      ///< mm2 of overhang beyond farReach for which a point is added
-  double share = 0.985;     ///< of the overhang that is to lie within reach, 0 to 1
+  /// Of the overhang that is to lie within reach, 0 to 1: both of the steep overhang and of all.
+  double share = 0.975;
+  double farShare = 0.996;  ///< of all overhang that is to lie within farReach, 0 to 1
   /// mm2 of overhang within reach beyond that share: in a small part the end of an edge is more
   /// than a hundredth.
   double margin = 0;
@@ -96,17 +98,17 @@ struct Finished {
 ///    of the analysis, if one stands on what it has grown together with by then, else an added one,
 ///    below which a support fits. What had no place for one gets it at the top of the part, if it
 ///    floats still and has grown one. A speck, on which nothing grows, is left alone.
-/// 3. Until `share` of the overhang and `margin` lie within reach of a point, the one that brings
-/// most of it
-///    there is taken: points of the analysis before others, by `preference`.
+/// 3. Until `share` of the steep overhang and `margin` lie within reach of a point, the one that
+///    brings most of it there is taken: points of the analysis before others, by `preference`. The
+///    same then until `share` of all overhang lies within reach and farShare within farReach.
 /// 4. Where leastGap is left further than farReach from all points, one is added.
 /// 5. Points of steps 3 and 4 without which that is still so go again; the others move to where
-/// they
-///    hold more of what the rest leaves, near by, and once more those go that have become needless.
+///    they hold more of what the rest leaves, near by, and once more those go that have become
+///    needless.
 /// 6. A point of the analysis that still holds leastOwnArea alone, within ownReach, stays, too: a
 ///    flat underside is heavier than its extent tells. Added ones that it makes needless go.
 ///
-/// In steps 3 to 6 no point comes closer than spacing to another of its body. A point holds
+/// In steps 3 to 6 no point comes closer than spacing to another of its body. A point holds steep
 /// overhang of its own body only: what is joined to it by material between the two and islandHeight
 /// above. Throws std::invalid_argument when a setting is negative or no number, Cancelled soon
 /// after the flag was raised.

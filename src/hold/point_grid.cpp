@@ -7,7 +7,10 @@ namespace {
 // Beyond so many cells a side they are made larger: memory must not follow the screen.
 constexpr double mostCells = 1024;
 
-// Columns, on each side: all that a layer may have.
+// All that a layer may have.
+constexpr double mostColumns = 65536;
+
+// Columns, on each side: the same.
 constexpr int widestHalf = 65535;
 
 // Makes of a distance a reach that no rounding keeps it out of.
@@ -17,8 +20,9 @@ constexpr double roundingSlack = 1e-9;
 
 PointGrid::PointGrid(const Scale& scale, double cellSize, uint16_t width, uint16_t height)
     : scale_(scale),
-      cellPixels_(
-          std::max({cellSize / scale.pixelSize, width / mostCells, height / mostCells, 1.0})),
+      cellPixels_(std::min(
+          std::max({cellSize / scale.pixelSize, width / mostCells, height / mostCells, 1.0}),
+          mostColumns)),
       columns_(static_cast<int>(width / cellPixels_) + 1),
       rows_(static_cast<int>(height / cellPixels_) + 1),
       cells_(static_cast<std::size_t>(columns_) * static_cast<std::size_t>(rows_)) {}

@@ -43,6 +43,14 @@ class PointGrid {
   /// row.
   template <class Fn>
   void forEachNear(Run run, int y, uint32_t layer, double reach, Fn&& fn) const {
+    anyNear(run, y, layer, reach, [&](uint32_t point) {
+      fn(point);
+      return false;
+    });
+  }
+  /// The same until fn(point) returns true; returns whether it did.
+  template <class Fn>
+  bool anyNear(Run run, int y, uint32_t layer, double reach, Fn&& fn) const {
     const double pixels = reach / scale_.pixelSize;
     const int left = cellOf(run.begin - pixels, columns_);
     const int right = cellOf(run.end + pixels, columns_);
@@ -54,11 +62,13 @@ class PointGrid {
           if (squaredDistance(searched, block.box) > reach * reach) continue;
           for (std::size_t i = 0; i < block.size; ++i) {
             const Corner& at = block.at[i];
-            if (squaredDistance(searched, {at, at}) <= reach * reach) fn(block.point[i]);
+            if (squaredDistance(searched, {at, at}) > reach * reach) continue;
+            if (fn(block.point[i])) return true;
           }
         }
       }
     }
+    return false;
   }
 
   struct Nearest {

@@ -46,6 +46,19 @@ double sampledReach(const SurveySettings& settings) {
   return std::min(reach, 65535.0);
 }
 
+// Overhang lies one and a half pixels of 0.05 mm beyond a layer of 0.05 mm; at other sizes what has
+// the same slope in a step of that height counts, or of a pixel's, if that is more.
+constexpr double stepHeight = 0.05;
+constexpr double leastPixelsBeyond = 1.5;
+uint32_t steppedLayers(const SurveySettings& settings) {
+  const double height = std::max(stepHeight, settings.pixelSize);
+  return static_cast<uint32_t>(std::clamp(std::round(height / settings.layerHeight), 1.0, 65535.0));
+}
+double steppedReach(const SurveySettings& settings) {
+  const double height = steppedLayers(settings) * settings.layerHeight;
+  return std::clamp(leastPixelsBeyond * height / settings.pixelSize, leastPixelsBeyond, 65535.0);
+}
+
 SurveySettings checked(const SurveySettings& settings) {
   const auto require = [](bool holds, const char* what, double value, const char* unit) {
     if (!holds) throw std::invalid_argument(what + (", not " + numberText(value)) + unit);
@@ -83,7 +96,11 @@ std::size_t Survey::CellHash::operator()(const Cell& cell) const {
 Survey::Survey(const SurveySettings& settings)
     : settings_(checked(settings)),
       room_(layersOf(settings.minimumHeight, settings.layerHeight), layersOnPlate(settings)),
-      steep_(sampledLayers(settings), sampledReach(settings)) {}
+      steep_(sampledLayers(settings), sampledReach(settings)),
+      steppedLayers_(steppedLayers(settings)),
+      stepped_(steppedLayers_, steppedReach(settings)),
+      beyondStep_(steppedReach(settings)),
+      overhangCells_({settings.pixelSize, settings.layerHeight}, settings.sampleSize) {}
 
 void Survey::add(const Slice& slice) {
   if (layerCount() == 0) {
@@ -99,10 +116,13 @@ void Survey::add(const Slice& slice) {
   tracks_.add(regions_, below_);
   space_.add(slice.material, below_.pixels);
   room_.add(slice.material);
+  RunRows beyond;
   if (layerCount() > 0) {
     addIslands();
-    addOverhang(slice);
+    beyond = overhangBeyond(slice, below_.pixels);
+    addOverhang(beyond);
   }
+  addOverhangCells(slice, beyond);
   addSamples(slice);
   firstRun_.push_back(overhang_.size());
 }
@@ -167,8 +187,7 @@ STILTFORGE_APART void Survey::measureIslands() {
   }
 }
 
-void Survey::addOverhang(const Slice& slice) {
-  const RunRows beyond = overhangBeyond(slice, below_.pixels);
+void Survey::addOverhang(const RunRows& beyond) {
   RunRows& roomy = roomyRow_;
   const RowRange rows = beyond.occupiedRows();
   for (int y = rows.begin; y < rows.end; ++y) {
@@ -193,6 +212,27 @@ void Survey::addOverhang(const Slice& slice) {
       }
       append(at, run.end, false);
     }
+  }
+}
+
+// `beyond`: the overhang of the layer, which has all that a step of one layer has.
+void Survey::addOverhangCells(const Slice& slice, const RunRows& beyond) {
+  const bool isWhole = steppedLayers_ == 1 && steppedReach(settings_) == leastPixelsBeyond;
+  if (steppedLayers_ > 1) {
+    stepped_.add(slice.material, below_.pixels, steppedRows_);
+  } else if (!isWhole) {
+    keepBeyondStep(beyond);
+  }
+  overhangCells_.add(isWhole ? beyond : steppedRows_, layerCount());
+}
+
+void Survey::keepBeyondStep(const RunRows& beyond) {
+  steppedRows_.clear();
+  const RowRange rows = beyond.occupiedRows();
+  steppedRows_.endRows(rows.begin);
+  for (int y = rows.begin; y < rows.end; ++y) {
+    for (const Run& run : beyond.row(y)) beyondStep_.find(run, y, below_.pixels, steppedRows_);
+    steppedRows_.endRow();
   }
 }
 
@@ -291,6 +331,7 @@ void Survey::addPoints(const Slice& slice, std::span<const SupportPoint> points)
 
 void Survey::finish() {
   space_.finish();
+  overhangCells_.finish();
 }
 
 }  // namespace stiltforge::hold

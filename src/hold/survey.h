@@ -8,8 +8,10 @@
 #include <vector>
 
 #include "analysis/slice.h"
+#include "hold/beyond_reach.h"
 #include "hold/components.h"
 #include "hold/empty_space.h"
+#include "hold/overhang_cells.h"
 #include "hold/place.h"
 #include "hold/region_tracks.h"
 #include "hold/room_below.h"
@@ -75,6 +77,9 @@ class Survey {
   }
   /// Steep overhang, measured so that it hardly depends on layers and pixels.
   const std::vector<OverhangSample>& samples() const { return samples_; }
+  /// All overhang, measured in steps as nearly as may be of one height, so that it follows layers
+  /// and pixels less than the runs of overhang().
+  const std::vector<OverhangCell>& overhangCells() const { return overhangCells_.cells(); }
   const RegionTracks& tracks() const { return tracks_; }
   bool isSealed(uint32_t space) const { return space_.isSealed(space); }
   /// In the order in which they were added.
@@ -95,7 +100,9 @@ class Survey {
   Place placeAt(int x, int y) const;
   void addIslands();
   void measureIslands();
-  void addOverhang(const Slice& slice);
+  void addOverhang(const RunRows& beyond);
+  void addOverhangCells(const Slice& slice, const RunRows& beyond);
+  void keepBeyondStep(const RunRows& beyond);
   void addSamples(const Slice& slice);
   void sample(Run run, int y, bool hasRoom);
   Site::Touches touchedAt(const Slice& slice, int x, int y) const;
@@ -109,6 +116,10 @@ class Survey {
   EmptySpace space_;
   RoomBelow room_;
   SteepOverhang steep_;
+  uint32_t steppedLayers_;
+  SteepOverhang stepped_;
+  BeyondReach beyondStep_;
+  OverhangCells overhangCells_;
   std::vector<Island> islands_;
   ScratchVector<OverhangRun> overhang_;
   std::vector<std::size_t> firstRun_{0};  // in overhang_, by layer
@@ -116,6 +127,7 @@ class Survey {
   std::vector<uint16_t> sampleNeed_;  // see need_, of the place of each
   std::vector<uint16_t> need_;        // of the columns of a row: low where a support is needed most
   RunRows steepRows_;                 // of the last layer
+  RunRows steppedRows_;               // the same
   RunRows roomyRow_;
   int64_t storey_ = 0;
   std::unordered_map<Cell, std::size_t, CellHash> cells_;

@@ -248,7 +248,7 @@ TEST(Finisher, HoldsWhatStillFloatsAtTheTopWhereverASupportFits) {
   part.addLayers(4, {"+.##...."});
   part.addLayers(2, {"+.#####."});
   FinishSettings settings = unitFinish();
-  settings.share = 0;
+  settings.share = settings.farShare = 0;
   settings.leastGap = 1000;
   const Finished finished = finishedOf(part, settings);
   ASSERT_EQ(finished.points.size(), 1u);
@@ -358,13 +358,27 @@ TEST(Finisher, DropsAnAddedPointWhereThoseKeptForTheirStrengthHoldAll) {
 TEST(Finisher, ClosesAGapFarFromAllPointsWhateverItsShareOfTheWhole) {
   const Part part = plank(9);
   FinishSettings settings = unitFinish();
-  settings.share = 0;
+  settings.share = settings.farShare = 0;
   settings.leastGap = 2;
   const Finished finished = finishedOf(part, settings);
   ASSERT_EQ(finished.points.size(), 1u);
   EXPECT_EQ(finished.points[0].reason, Reason::addedForOverhang);
   settings.leastGap = 100;
   EXPECT_TRUE(finishedOf(part, settings).points.empty());
+}
+
+TEST(Finisher, ReachesOverhangThatIsNotSteepToo) {
+  Part part = plank(20);
+  part.addPoint(4, 6, 0);
+  part.addPoint(4, 15, 0);
+  SurveySettings survey = unitSettings();
+  survey.steepness = 10;
+  FinishSettings settings = unitFinish();
+  EXPECT_EQ(finish(part.survey(survey), settings).points.size(), 2u);
+  settings.share = 0.5;
+  EXPECT_EQ(finish(part.survey(survey), settings).points.size(), 2u) << "for the far reach";
+  settings.farShare = 0.5;
+  EXPECT_EQ(finish(part.survey(survey), settings).points.size(), 1u);
 }
 
 TEST(Finisher, LetsNoPointHoldTheOverhangOfAnotherBranch) {
@@ -454,8 +468,8 @@ TEST(Finisher, RefusesSettingsThatMakeNoSense) {
   for (double FinishSettings::*setting :
        {&FinishSettings::spacing, &FinishSettings::reach, &FinishSettings::farReach,
         &FinishSettings::ownReach, &FinishSettings::leastOwnArea, &FinishSettings::leastGap,
-        &FinishSettings::share, &FinishSettings::margin, &FinishSettings::preference,
-        &FinishSettings::islandHeight}) {
+        &FinishSettings::share, &FinishSettings::farShare, &FinishSettings::margin,
+        &FinishSettings::preference, &FinishSettings::islandHeight}) {
     for (const double value : {-1.0, std::nan(""), std::numeric_limits<double>::infinity()}) {
       FinishSettings settings = unitFinish();
       settings.*setting = value;

@@ -68,6 +68,22 @@ TEST(PointGridProperty, FindsAllPointsWithinReachOfARunOnce) {
   }
 }
 
+TEST(PointGrid, TakesPixelsOfAnySize) {
+  Place place;
+  place.x = 40000;
+  for (const double pixel : {1e-320, 1e-9, 1.0, 1e100}) {
+    PointGrid grid({pixel, pixel}, 3, 65535, 1);
+    grid.add(place);
+    const stiltforge::Run run{39990, 65535};
+    const stiltforge::Run reached = grid.reachedBy(0, run, 0, 0, 3);
+    EXPECT_EQ(reached.begin, pixel > 3 ? 40000 : pixel < 1 ? 39990 : 39997);
+    EXPECT_EQ(reached.end, pixel > 3 ? 40001 : pixel < 1 ? 65535 : 40004);
+    int found = 0;
+    grid.forEachNear(run, 0, 0, 3, [&](uint32_t) { ++found; });
+    EXPECT_EQ(found, 1);
+  }
+}
+
 TEST(PointGridProperty, FindsTheFirstOfTheNearestPointsWhateverIsGuessed) {
   Random random(92);
   for (int i = 0; i < 300; ++i) {
