@@ -1279,14 +1279,14 @@ stiltforge_scaffold_settings_init(stiltforge_scaffold_settings* settings, stiltf
  * mesh: the part, closed or not, within 16,384 mm of the origin. points: `count` of them, as
  * stiltforge_slicer_locate() gives them, or with x, y and z alone: the middle of a pixel, and the
  * lower face of its layer, in the coordinates of the mesh, within 16,384 mm of the origin, too.
- * plate_z: mm, of the plate, likewise. layer_height: mm, of the print, from 0.000001 to 100. For
- * both, see stiltforge_slicer_info. settings: null for the defaults. cancel, on_progress: may be
- * null. context: handed to on_progress.
+ * plate_z: mm, of the plate, likewise. layer_height: mm, of the print, from 0.000001 to 1,000,000.
+ * For both, see stiltforge_slicer_info. settings: null for the defaults. cancel, on_progress: may
+ * be null. context: handed to on_progress.
  *
  * Supports that cannot be built are no error, see stiltforge_scaffold_left_out().
  * STILTFORGE_INVALID_ARGUMENT when a setting cannot be used, alone or with the others, as a raft
  * for which there is no room below the part; STILTFORGE_UNUSABLE_MESH when the mesh has no
- * triangles or is too far from the origin; STILTFORGE_CANCELLED when the callback or the token
+ * triangles, or it, a point or the plate is too far from the origin; STILTFORGE_CANCELLED when the callback or the token
  * ended it.
  */
 STILTFORGE_API stiltforge_status stiltforge_scaffold_create(

@@ -225,13 +225,12 @@ std::vector<slicing::Vector> readPoints(Napi::Env env, const Napi::Value& value)
   points.reserve(given.size() / 3);
   for (std::size_t i = 0; i < given.size(); i += 3) {
     const std::span<const double> at = given.subspan(i, 3);
-    const slicing::Vector point{at[0], at[1], at[2]};
-    if (!scaffold::isNear(point)) {
+    if (!std::isfinite(at[0]) || !std::isfinite(at[1]) || !std::isfinite(at[2])) {
       throw Napi::RangeError::New(env, "Point " + std::to_string(i / 3) +
-                                           " (counted from 0) is no place on a part; its "
-                                           "coordinates must be from -16384 to 16384 mm.");
+                                           " (counted from 0) is no place; its coordinates must be "
+                                           "finite numbers.");
     }
-    points.push_back(point);
+    points.push_back({at[0], at[1], at[2]});
   }
   return points;
 }
@@ -252,9 +251,8 @@ Napi::Value startScaffold(const Napi::CallbackInfo& info) {
     throw Napi::RangeError::New(env, sentenceOf(*conflict));
   }
   const double plateZ = options.number("plateZ");
-  if (!(std::abs(plateZ) <= scaffold::farthest)) {
-    throw Napi::RangeError::New(env, "The option \"plateZ\" is " + numberText(plateZ) +
-                                         "; it must be from -16384 to 16384 mm.");
+  if (!std::isfinite(plateZ)) {
+    throw Napi::RangeError::New(env, "The option \"plateZ\" must be a finite number.");
   }
   const auto given = info[0].As<Napi::Object>();
   auto watch = std::make_shared<Watch>(given);

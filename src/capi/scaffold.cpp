@@ -71,13 +71,12 @@ std::vector<slicing::Vector> readPoints(const stiltforge_point* points, std::siz
   std::vector<slicing::Vector> places;
   places.reserve(count);
   for (std::size_t i = 0; i < count; ++i) {
-    const slicing::Vector place{points[i].x, points[i].y, points[i].z};
-    if (!scaffold::isNear(place)) {
+    const stiltforge_point& point = points[i];
+    if (!std::isfinite(point.x) || !std::isfinite(point.y) || !std::isfinite(point.z)) {
       throw InvalidArgument("points[" + std::to_string(i) +
-                            "] is no place on a part; its x, y and z must be from -16384 to "
-                            "16384 mm");
+                            "] is no place; its x, y and z must be finite");
     }
-    places.push_back(place);
+    places.push_back({point.x, point.y, point.z});
   }
   return places;
 }
@@ -143,9 +142,9 @@ stiltforge_status stiltforge_scaffold_create(
         const capi::WorkerUse workers;
         const capi::Reading read(mesh, "mesh");
         const std::vector<slicing::Vector> places = capi::readPoints(points, count);
-        if (!(std::abs(plate_z) <= scaffold::farthest)) {
+        if (!std::isfinite(plate_z)) {
           throw capi::InvalidArgument("plate_z is " + stiltforge::numberText(plate_z) +
-                                      "; it must be from -16384 to 16384 mm");
+                                      "; it must be finite");
         }
         const scaffold::Settings usable = capi::readSettings(settings, layer_height);
         auto part = slicing::TriangleMesh::fromSoup(read->positions);

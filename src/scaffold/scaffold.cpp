@@ -20,6 +20,9 @@ namespace stiltforge::scaffold {
 
 namespace {
 
+// Along each axis: where 32-bit coordinates are a micrometre apart.
+constexpr double farthest = 16384;  // mm
+
 // By how much feet reach down into the raft, at most: what just touches is not joined.
 constexpr double sunkIntoRaft = 0.1;  // mm
 
@@ -27,14 +30,21 @@ double farthestOf(const slicing::Vertex& place) {
   return std::max({std::abs(place.x), std::abs(place.y), std::abs(place.z)});
 }
 
+bool isNear(const slicing::Vector& place) {
+  return std::abs(place.x) <= farthest && std::abs(place.y) <= farthest &&
+         std::abs(place.z) <= farthest;
+}
+
 void requireNear(const slicing::Bounds& bounds, std::span<const slicing::Vector> points,
                  double plateZ) {
-  const double far = std::max({farthestOf(bounds.min), farthestOf(bounds.max), std::abs(plateZ)});
-  if (far > farthest) {
-    throw slicing::SlicingError("The part reaches " + numberText(far) +
+  const auto refuse = [](const std::string& what) {
+    throw slicing::SlicingError(what +
                                 " mm from the origin, where coordinates are too coarse for the "
                                 "tips of supports; it must stay within 16,384 mm. Move it there.");
-  }
+  };
+  const double far = std::max(farthestOf(bounds.min), farthestOf(bounds.max));
+  if (!(far <= farthest)) refuse("The part reaches " + numberText(far));
+  if (!(std::abs(plateZ) <= farthest)) refuse("The plate lies " + numberText(std::abs(plateZ)));
   for (std::size_t i = 0; i < points.size(); ++i) {
     if (isNear(points[i])) continue;
     throw slicing::SlicingError("Point " + std::to_string(i) +
@@ -108,11 +118,6 @@ void appendBraces(const std::vector<std::optional<Route>>& routes, const Triangl
 }
 
 }  // namespace
-
-bool isNear(const slicing::Vector& place) {
-  return std::abs(place.x) <= farthest && std::abs(place.y) <= farthest &&
-         std::abs(place.z) <= farthest;
-}
 
 Scaffold build(slicing::TriangleMesh part, std::span<const slicing::Vector> points, double plateZ,
                const Settings& settings, const Progress& progress,

@@ -69,19 +69,12 @@ struct Cancelled : std::runtime_error {
 /// order, from any thread.
 using Progress = std::function<void(std::size_t done, std::size_t total)>;
 
-/// From the origin to a part, a point or the plate along each axis, at most, mm: where 32-bit
-/// coordinates are a micrometre apart.
-inline constexpr double farthest = 16384;
-
-/// Whether it is finite and no farther than that.
-bool isNear(const slicing::Vector& place);
-
 /// Builds the supports of the points: x and y of the middle of a pixel, z of the lower face of its
 /// layer, mm. plateZ: mm. Settings must be usable, see findConflict(). The part need not be closed.
 /// Spread over the worker pool; the same result for any number of workers.
 ///
-/// Throws slicing::SlicingError where the part, a point or the plate is not near the origin;
-/// Cancelled; std::bad_alloc.
+/// Throws slicing::SlicingError where the part, a point or the plate is so far from the origin that
+/// 32-bit coordinates can't tell a tip's width; Cancelled; std::bad_alloc.
 Scaffold build(slicing::TriangleMesh part, std::span<const slicing::Vector> points, double plateZ,
                const Settings& settings, const Progress& progress = {},
                const std::atomic<bool>* cancelled = nullptr);

@@ -7,8 +7,11 @@ namespace stiltforge::scaffold {
 namespace {
 
 // What no support of a resin print comes near.
-constexpr double longest = 100;        // mm
-constexpr double shortest = 0.000001;  // mm
+constexpr double longest = 100;  // mm
+
+// Of layers, mm: as of any print.
+constexpr double thinnest = 0.000001;
+constexpr double thickest = 1'000'000;
 
 // Between a raft and the part tips have to find room.
 constexpr double leastRoom = 0.5;  // mm
@@ -23,7 +26,7 @@ std::optional<SettingConflict> findConflict(const Settings& settings, double lif
         name, value, "it must be from " + numberText(least) + " to " + numberText(most) + " mm"};
   };
   const auto& s = settings;
-  if (auto conflict = check("layerHeight", s.layerHeight, shortest, longest)) return conflict;
+  if (auto conflict = check("layerHeight", s.layerHeight, thinnest, thickest)) return conflict;
   if (auto conflict = check("tipDiameter", s.tipDiameter, 0.1, 5)) return conflict;
   if (auto conflict = check("tipLength", s.tipLength, 0.5, 20)) return conflict;
   if (auto conflict = check("penetration", s.penetration, 0, 2)) return conflict;

@@ -245,14 +245,11 @@ TEST_F(Scaffolds, RefuseARaftWithoutRoomBelowThePart) {
 
 TEST_F(Scaffolds, RefusePlacesThatAreNone) {
   points[3].y = std::numeric_limits<double>::infinity();
-  EXPECT_EQ(
-      refusal(STILTFORGE_INVALID_ARGUMENT),
-      "stiltforge_scaffold_create: points[3] is no place on a part; its x, y and z must be from "
-      "-16384 to 16384 mm.");
+  EXPECT_EQ(refusal(STILTFORGE_INVALID_ARGUMENT),
+            "stiltforge_scaffold_create: points[3] is no place; its x, y and z must be finite.");
   points = underTheTable();
   plateZ = std::numeric_limits<double>::quiet_NaN();
-  EXPECT_THAT(refusal(STILTFORGE_INVALID_ARGUMENT),
-              HasSubstr("plate_z is nan; it must be from -16384 to 16384 mm"));
+  EXPECT_THAT(refusal(STILTFORGE_INVALID_ARGUMENT), HasSubstr("plate_z is nan; it must be finite"));
   plateZ = 0;
   for (const double height : {0.0, -1.0, std::numeric_limits<double>::quiet_NaN(),
                               std::numeric_limits<double>::infinity()}) {
@@ -265,6 +262,13 @@ TEST_F(Scaffolds, RefuseAPartTooFarAway) {
   for (float& coordinate : far) coordinate += 20000;
   mesh = host::Mesh(far);
   EXPECT_THAT(refusal(STILTFORGE_UNUSABLE_MESH), testing::StartsWith("The part reaches"));
+}
+
+TEST_F(Scaffolds, RefusePlacesTooFarAway) {
+  points[3].y = 1e20;
+  EXPECT_THAT(refusal(STILTFORGE_UNUSABLE_MESH), HasSubstr("Point 3 (counted from 0) is no place"));
+  plateZ = -1e20;
+  EXPECT_THAT(refusal(STILTFORGE_UNUSABLE_MESH), HasSubstr("The plate lies 1e+20 mm from"));
 }
 
 TEST_F(Scaffolds, TellHowFarTheyAreOnTheThreadOfTheCall) {

@@ -29,7 +29,7 @@ TEST(ScaffoldSettings, HaveRanges) {
   EXPECT_EQ(conflictOf(settings), "clearance: it must be from 0 to 10 mm");
   settings = {};
   settings.layerHeight = 1e300;
-  EXPECT_EQ(conflictOf(settings), "layerHeight: it must be from 1e-06 to 100 mm");
+  EXPECT_EQ(conflictOf(settings), "layerHeight: it must be from 1e-06 to 1000000 mm");
 }
 
 TEST(ScaffoldSettings, GrowFromTheTipToTheFoot) {
