@@ -1286,8 +1286,8 @@ stiltforge_scaffold_settings_init(stiltforge_scaffold_settings* settings, stiltf
  * Supports that cannot be built are no error, see stiltforge_scaffold_left_out().
  * STILTFORGE_INVALID_ARGUMENT when a setting cannot be used, alone or with the others, as a raft
  * for which there is no room below the part; STILTFORGE_UNUSABLE_MESH when the mesh has no
- * triangles, or it, a point or the plate is too far from the origin; STILTFORGE_CANCELLED when the callback or the token
- * ended it.
+ * triangles, or it, a point or the plate is too far from the origin; STILTFORGE_CANCELLED when the
+ * callback or the token ended it.
  */
 STILTFORGE_API stiltforge_status stiltforge_scaffold_create(
     const stiltforge_mesh* mesh, const stiltforge_point* points, size_t count, double plate_z,
