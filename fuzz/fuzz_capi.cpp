@@ -420,7 +420,8 @@ class Host {
   }
 
   void createSurvey() {
-    const stiltforge_print_settings print = printSettings();
+    stiltforge_print_settings print = printSettings();
+    print.first_layer_height = input_.ConsumeBool() ? number(1) : 0;
     stiltforge_survey* survey = nullptr;
     keep(surveys_, stiltforge_survey_create(&print, &survey, &error_), survey);
   }

@@ -40,6 +40,7 @@ class PrintSettings(ctypes.Structure):
         ("lift", c_double),
         ("minimum_height", c_double),
         ("minimum_spacing", c_double),
+        ("first_layer_height", c_double),
     ]
 
 

@@ -189,6 +189,9 @@ typedef struct stiltforge_print_settings {
   /** mm between finished supports of the same region, at least. Below 0: it follows from the area,
       1.5 for 15 mm2; -1. */
   double minimum_spacing;
+  /** mm, of the layer on the plate, from 0.000001 to 1,000,000; 0 is as the others. Surveys count
+      the room below a support by it; a slicer cuts all layers alike; 0. */
+  double first_layer_height;
 } stiltforge_print_settings;
 
 /** Fills in the defaults. */
@@ -1176,8 +1179,8 @@ stiltforge_orient_settings_init(stiltforge_orient_settings* settings, stiltforge
  * them; only those that fit on the screen. Each is sliced, analysed and finished at a coarser grid,
  * about 250 pixels along the part. Hundreds of orientations are tried, so it takes a while.
  *
- * print: its offsets and margin have no influence. settings: null for the defaults. cancel,
- * on_progress: may be null. context: handed to on_progress.
+ * print: its offsets, margin and first_layer_height have no influence. settings: null for the
+ * defaults. cancel, on_progress: may be null. context: handed to on_progress.
  *
  * STILTFORGE_INVALID_ARGUMENT when a setting cannot be used; STILTFORGE_UNUSABLE_MESH when the mesh
  * cannot be sliced or fits in no way; STILTFORGE_CANCELLED when the callback or the token ended it.

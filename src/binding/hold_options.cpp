@@ -81,11 +81,10 @@ hold::SurveySettings readSurveySettings(const Napi::Value& options) {
   print.minimumHeight = given.number("minimumHeight", print.minimumHeight, 0, longest, "mm");
   print.supportArea = given.number("supportArea", print.supportArea, least, mostArea, "mm2");
   print.criticalAngle = given.number("criticalAngle", print.criticalAngle, least, 90, "degrees");
-  hold::SurveySettings settings = surveySettings(print);
   if (!given.get("firstLayerHeight").IsUndefined()) {
-    settings.firstLayerHeight =
-        given.number("firstLayerHeight", std::nullopt, least, longest, "mm");
+    print.firstLayerHeight = given.number("firstLayerHeight", std::nullopt, least, longest, "mm");
   }
+  const hold::SurveySettings settings = surveySettings(print);
   try {
     const hold::Survey usable(settings);
   } catch (const std::invalid_argument& unusable) {

@@ -146,11 +146,13 @@ stiltforge_status stiltforge_orientations_create(
         const capi::Reading read(mesh, "mesh");
         orient::SearchSettings asked;
         asked.print = capi::readPrintSettings(print, "print");
-        // Where a part would stand on the screen is another question.
+        // Where a part would stand on the screen is another question, and coarser layers have no
+        // first one of its own.
         const stiltforge::PrintSettings defaults;
         asked.print.offsetX = defaults.offsetX;
         asked.print.offsetY = defaults.offsetY;
         asked.print.margin = defaults.margin;
+        asked.print.firstLayerHeight = defaults.firstLayerHeight;
         capi::readSettings(settings, asked);
 
         orient::SearchResult found;

@@ -32,6 +32,7 @@ PrintSettings readPrintSettings(const stiltforge_print_settings* settings, const
   print.lift = given.lift;
   print.minimumHeight = given.minimum_height;
   if (!(given.minimum_spacing < 0)) print.minimumSpacing = given.minimum_spacing;
+  if (given.first_layer_height != 0) print.firstLayerHeight = given.first_layer_height;
 
   const std::string prefix = std::string(name) + "->";
   requireRange(print.screenWidth, (prefix + "screen_width").c_str(), 1, longestScreenSide);

@@ -24,6 +24,7 @@ hold::SurveySettings surveySettings(const PrintSettings& print) {
   hold::SurveySettings settings;
   settings.pixelSize = print.pixelSize;
   settings.layerHeight = print.layerHeight;
+  settings.firstLayerHeight = print.firstLayerHeight;
   settings.minimumHeight = std::min(print.minimumHeight, mostLayers * print.layerHeight);
   // As many samples lie within reach of a point, whatever it holds: their pairs take the time.
   settings.sampleSize *= std::sqrt(std::max(print.supportArea / PrintSettings().supportArea, 1.0));

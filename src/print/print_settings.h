@@ -29,6 +29,8 @@ struct PrintSettings {
   double minimumHeight = 0.2;  ///< mm from the plate or the part to where a support fits
   /// mm between supports of the same region, at least; unless set it follows from the area.
   std::optional<double> minimumSpacing;
+  /// mm, of the layer on the plate, for the room below supports; as the others unless set.
+  std::optional<double> firstLayerHeight;
 };
 
 /// What the slicer needs of it.

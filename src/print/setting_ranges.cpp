@@ -72,6 +72,9 @@ std::optional<SettingConflict> findSenseless(const PrintSettings& print) {
   if (!isLength(print.layerHeight)) {
     return SettingConflict{"layerHeight", print.layerHeight, length};
   }
+  if (print.firstLayerHeight && !isLength(*print.firstLayerHeight)) {
+    return SettingConflict{"firstLayerHeight", *print.firstLayerHeight, length};
+  }
   if (!isLength(print.pixelSize)) return SettingConflict{"pixelSize", print.pixelSize, length};
   if (!(print.lift >= 0 && print.lift <= highestLift)) {
     return SettingConflict{"lift", print.lift, "it must be from 0 to 1,000 mm"};

@@ -9,6 +9,7 @@
 #include <cstdint>
 #include <limits>
 #include <map>
+#include <memory>
 #include <string>
 #include <tuple>
 #include <utility>
@@ -393,6 +394,54 @@ TEST(Survey, RefusesALayerOfACallbackThatHasNoSlice) {
                                           &context, nullptr),
             STILTFORGE_OK);
   EXPECT_EQ(context.status, STILTFORGE_INVALID_ARGUMENT);
+}
+
+// mm2 with room for a support, of a part that begins one layer above the plate.
+double areaWithRoom(const stiltforge_print_settings& settings) {
+  stiltforge_survey* created = nullptr;
+  EXPECT_EQ(stiltforge_survey_create(&settings, &created, nullptr), STILTFORGE_OK);
+  const std::unique_ptr<stiltforge_survey, decltype(&stiltforge_survey_destroy)> survey(
+      created, stiltforge_survey_destroy);
+  const auto add = [&](const host::Slice& slice) {
+    EXPECT_EQ(stiltforge_survey_add(survey.get(), slice.get(), nullptr, 0, nullptr), STILTFORGE_OK);
+  };
+  add(emptySlice(40, 30));
+  add(fullSlice(40, 30, 40));
+  stiltforge_verdict* judged = nullptr;
+  EXPECT_EQ(stiltforge_survey_judge(survey.get(), nullptr, nullptr, &judged, nullptr),
+            STILTFORGE_OK);
+  const host::VerdictInfo info = host::Verdict(judged).info();
+  EXPECT_NE(info.overhang.area > 0, info.overhang_without_room.area > 0);
+  return info.overhang.area;
+}
+
+TEST(Survey, FindsRoomBelowWhatHangsOverAFirstLayerThatIsThickEnough) {
+  host::PrintSettings settings = print();
+  EXPECT_EQ(settings.first_layer_height, 0);
+  EXPECT_EQ(areaWithRoom(settings), 0) << "of 0.1 mm, as the others";
+  settings.first_layer_height = 0.19;
+  EXPECT_EQ(areaWithRoom(settings), 0);
+  settings.first_layer_height = 0.2;
+  EXPECT_GT(areaWithRoom(settings), 0);
+}
+
+TEST(Survey, OfAHostThatKnowsNoFirstLayerTakesItForOneOfTheOthers) {
+  host::PrintSettings settings = print();
+  settings.first_layer_height = 1;
+  ASSERT_GT(areaWithRoom(settings), 0);
+  settings.struct_size = offsetof(stiltforge_print_settings, first_layer_height);
+  EXPECT_EQ(areaWithRoom(settings), 0) << "what lies beyond its structure is not read";
+}
+
+TEST(Survey, RefusesAFirstLayerOfNoHeight) {
+  for (const double height : {-1.0, 1e-7, 1e7, std::numeric_limits<double>::infinity(),
+                              std::numeric_limits<double>::denorm_min(), std::nan("")}) {
+    host::PrintSettings wrong = print();
+    wrong.first_layer_height = height;
+    EXPECT_THAT(messageOf(STILTFORGE_INVALID_ARGUMENT, [&] { host::Survey{wrong}; }),
+                testing::AllOf(HasSubstr("print->first_layer_height is "),
+                               HasSubstr("it must be from 0.000001 to 1,000,000 mm")));
+  }
 }
 
 TEST(Survey, RefusesAMeshOfAnotherPrintAndAModelThatIsAhead) {
