@@ -68,7 +68,7 @@ class HeaderReader {
     bool hasFormat = false;
     for (std::string_view line = nextLine();; line = nextLine()) {
       const std::vector<std::string_view> words = wordsOf(line);
-      if (words.empty() || words[0] == "comment" || words[0] == "obj_info") continue;
+      if (words.empty() || isRemark(words[0])) continue;
       if (words[0] == "end_header") break;
       if (words[0] == "format" && words.size() >= 2) {
         header_.encoding = encodingNamed(words[1]);
@@ -85,6 +85,14 @@ class HeaderReader {
   }
 
  private:
+  // Some programs leave out the word "comment". Further down such a line may be a damaged property.
+  bool isRemark(std::string_view word) const {
+    if (word == "comment" || word == "obj_info") return true;
+    constexpr std::array<std::string_view, 4> others{"format", "element", "property", "end_header"};
+    return header_.elements.empty() &&
+           std::find(others.begin(), others.end(), word) == others.end();
+  }
+
   std::string_view nextLine() {
     const std::size_t begin = position_;
     const std::size_t end = text_.find_first_of("\r\n", begin);

@@ -70,6 +70,12 @@ TEST(Ply, OtherElementsAndPropertiesArePassedOver) {
   EXPECT_EQ(read(text).positions, (Soup{7, 1, 0, 4, 5, 6, 1, 2, 3}));
 }
 
+TEST(Ply, ARemarkBeforeTheFirstElementNeedsNoKeyword) {
+  const std::string text = textPly(cube);
+  const std::string remark = "format ascii 1.0\nCreated by a program, source file: cube.dat\n";
+  EXPECT_EQ(read(replaced(text, "format ascii 1.0\n", remark)).positions, read(text).positions);
+}
+
 TEST(Ply, BinaryElementsAndPropertiesArePassedOverToo) {
   std::string bytes =
       "ply\nformat binary_little_endian 1.0\nelement camera 1\nproperty double fov\n"
