@@ -59,7 +59,7 @@ function supportRows(document: SupportsDocument): string[][] {
   if (!settings.asAnalysed && analysed + summary.added > 0) {
     rows.push([
       'finished',
-      `${countText(analysed)} were proposed: ${countText(summary.dropped)} merged or left out, ` +
+      `${countText(analysed)} ${analysed === 1 ? 'was' : 'were'} proposed: ${countText(summary.dropped)} merged or left out, ` +
         `${countText(summary.added)} added`,
     ]);
   }

@@ -8,6 +8,9 @@ const mostGapsTold = 3;
 /** From this share on a difference between the slices' volume and the mesh's is worth a word. */
 const strikingDifference = 0.01;
 
+/** mm2 of overhang: a void with less is a crack or a speck, in which no resin is worth a word. */
+const leastVoid = 0.25;
+
 export interface Findings {
   report: MeshReport;
   /** mm3 of material in the slices. */
@@ -78,7 +81,7 @@ function sealedVoids(cavities: number, { part }: LayerFindings): string[] {
   if (cavities > 0)
     return [`The part has ${counted(cavities, 'sealed void')}, ${fate}${unsupported}`];
   const { area } = part.verdict.overhangInSealedVoids;
-  if (area === 0 && left === 0) return [];
+  if (area < leastVoid && left === 0) return [];
   return [`The slices enclose voids with ${areaText(area)} of overhang, ${fate}${unsupported}`];
 }
 
@@ -137,14 +140,17 @@ function floatingParts({ report, layers, heights }: Findings): string[] {
 }
 
 /** Of what was left out only what is near the plate can be mended there. */
-function withoutRoom({ part, heights, minimumHeight }: LayerFindings): string[] {
+function withoutRoom({ part, heights, minimumHeight, lift = 0 }: LayerFindings): string[] {
   const nearPlate = part.dropped.filter(
     ({ reason, layer }) => reason === 'noRoom' && bottomOfLayer(heights, layer) < minimumHeight,
   );
   if (nearPlate.length === 0) return [];
-  const lift = `${Math.max(part.lift, heights.layerHeight).toFixed(2)} mm`;
+  // What lay on the plate hangs over it once the part is lifted, so less would leave more without room.
+  const least = Math.max(lift + part.lift, minimumHeight);
+  const layers = Math.ceil(least / heights.layerHeight - 1e-6);
+  const enough = (layers * heights.layerHeight).toFixed(2);
   return [
     `${counted(nearPlate.length, 'support was', 'supports were')} left out less than ${minimumHeight} mm ` +
-      `above the plate, where none fits: lay the part flat on the plate, or lift it by ${lift}.`,
+      `above the plate, where none fits: lay the part flat on the plate, or lift it by ${enough} mm or more.`,
   ];
 }

@@ -57,6 +57,18 @@ test('a sealed void is told: resin stays in it, and supports too', async (t) => 
   assert.match(warnings[0], /^The part has 1 sealed void, in which resin stays .*drain hole/);
 });
 
+test('cracks that the slices close are no void worth a word', () => {
+  const told = (area, dropped = []) =>
+    meshWarnings({
+      ...sound,
+      ...{ layers: [{ regions: 1 }], heights: { layerHeight: 0.05 } },
+      part: { ...sound.part, dropped, verdict: { overhangInSealedVoids: { area } } },
+    });
+  assert.deepEqual(told(0.2), []);
+  assert.match(told(0.3).join(), /^The slices enclose voids with 0\.3 mm2 of overhang/);
+  assert.match(told(0.2, [{ reason: 'sealedVoid', layer: 0 }]).join(), /support that was wanted/);
+});
+
 test('a part that begins above the plate is told with its height', () => {
   const layers = [0, 0, 0, 1, 1].map((regions) => ({ regions, supports: 0, islands: [] }));
   const [warning, ...rest] = meshWarnings({ ...sound, layers, heights: { layerHeight: 0.05 } });

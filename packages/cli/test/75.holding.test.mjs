@@ -244,10 +244,30 @@ test('a part that lies a little askew on the plate is told to be laid flat or li
   assert.equal(warnings.length, 1);
   assert.match(
     warnings[0],
-    /: \d+ supports? w(as|ere) left out less than 0\.2 mm above the plate, where none fits: lay the part flat on the plate, or lift it by 0\.[12]\d mm\.$/,
+    /: \d+ supports? w(as|ere) left out less than 0\.2 mm above the plate, where none fits: lay the part flat on the plate, or lift it by 0\.20 mm or more\.$/,
   );
   for (const { z } of document.supports) assert.ok(z >= document.model.min[2] + 0.1999);
   assert.deepEqual(document.verdict.withoutRoom, []);
+});
+
+test('a part that is lifted by what was told has room for all its supports', async (t) => {
+  const ledge = [...box([2, 2, 0], [18, 18, 1]), ...box([0, 0, 0.15], [20, 20, 4])];
+  for (const layerHeight of ['0.05', '0.15']) {
+    const words = [...manyPoints, '--layer-height', layerHeight];
+    const { warnings } = await run(t, ledge, words);
+    const [, lift] = /lift it by ([\d.]+) mm or more/.exec(warnings.join());
+    const lifted = await run(t, ledge, [...words, '--lift', lift]);
+    assert.deepEqual(
+      lifted.warnings.filter((warning) => warning.includes('lift')),
+      [],
+    );
+    assert.equal(lifted.document.verdict.overhangWithoutRoom.area, 0);
+  }
+});
+
+test('a single proposed point is told as one', async (t) => {
+  const { out } = await run(t, footAndIsland(), ['--no-pictures', '--support-area', '100']);
+  assert.match(row(out, 'finished'), /^1 was proposed: /);
 });
 
 test('a sealed void gets no supports, and one sentence', async (t) => {
