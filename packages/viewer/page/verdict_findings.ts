@@ -41,18 +41,22 @@ function unheldIslands({ islands }: VerdictRecord): Finding[] {
   ];
 }
 
+/** Whether a place that needs a point has none within the far reach. */
+export function leavesGaps({ worst, farReach }: VerdictRecord): boolean {
+  return worst.some(({ distance }) => distance === null || distance > farReach);
+}
+
 /** Overhang further from the points than they reach. */
 function farOverhang(verdict: VerdictRecord): Finding[] {
   const { overhang, worst, nearReach, farReach } = verdict;
   if (worst.length === 0) return [];
   const [{ distance }] = worst;
-  const isFar = distance === null || distance > farReach;
   const share = (part: number): string =>
     overhang.area === 0 ? '0 %' : `${((100 * part) / overhang.area).toFixed(1)} %`;
   const beyond = `${share(overhang.beyondNear)} of it lies beyond ${nearReach} mm, ${share(overhang.beyondFar)} beyond ${farReach} mm.`;
   return [
     {
-      weight: isFar ? 'warning' : 'note',
+      weight: leavesGaps(verdict) ? 'warning' : 'note',
       title:
         distance === null
           ? 'Overhang without any point'

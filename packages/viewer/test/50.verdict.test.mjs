@@ -48,6 +48,25 @@ test('an island that nothing holds is a fault, with its place', { skip }, async 
   await sliceShown(page, 4);
 });
 
+test('specks that nothing holds are not said to be held', { skip }, async (t) => {
+  const speck = { layer: 4, column: 12, row: 4, pixels: 1, hasRoom: true, isSealed: false };
+  const page = await open(t, judged({ islands: [speck] }));
+  await page.getByText('All islands but specks held').waitFor();
+  await page.getByText('1 island of a pixel that nothing holds').waitFor();
+});
+
+test('the first line warns of gaps where the findings do', { skip }, async (t) => {
+  // Surface that nearly carries itself is beyond all reach, no place needs a point.
+  const worst = [{ layer: 6, column: 6, row: 4, distance: 4.5 }];
+  const page = await open(
+    t,
+    judged({ worst, overhang: { area: 12, beyondNear: 1, beyondFar: 0.5 } }),
+  );
+  await page.getByText('All islands are held').waitFor();
+  const entry = page.locator('.entry', { hasText: 'Overhang up to 4.5 mm from a point' });
+  assert.equal(await entry.getByRole('img').getAttribute('aria-label'), 'note');
+});
+
 test('overhang far from all points is told with the worst places first', { skip }, async (t) => {
   const worst = [
     { layer: 6, column: 6, row: 4, distance: 7.25 },

@@ -3,6 +3,7 @@ import { button, drawing, element } from '../dom.js';
 import type { Weight } from '../finding.js';
 import { markOf } from '../marks.js';
 import type { ViewedPart } from '../part.js';
+import { leavesGaps } from '../verdict_findings.js';
 import { area, counted, countText, volume } from '../words.js';
 import { markIcon, weightIcon } from './mark_icon.js';
 
@@ -64,16 +65,17 @@ function checkMark({ fails, risk }: Required<CheckRecord>['counts']): HTMLElemen
 }
 
 /** What the judge says, in a few words. */
-function verdictMark({ islands, overhang }: VerdictRecord): HTMLElement {
+function verdictMark(verdict: VerdictRecord): HTMLElement {
+  const { islands, overhang } = verdict;
   const unheld = islands.filter(({ pixels }) => pixels > 1).length;
   const within =
     overhang.area === 0 ? 100 : (100 * (overhang.area - overhang.beyondNear)) / overhang.area;
   const [weight, told]: [Weight | 'good', string] =
     unheld > 0
       ? ['fault', counted(unheld, 'island unheld', 'islands unheld')]
-      : overhang.beyondFar > 0
+      : leavesGaps(verdict)
         ? ['warning', 'Gaps between points']
-        : ['good', 'All islands are held'];
+        : ['good', islands.length > 0 ? 'All islands but specks held' : 'All islands are held'];
   return mark(weight, told, `${within.toFixed(1)} % of the overhang within reach`);
 }
 
