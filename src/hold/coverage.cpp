@@ -24,8 +24,7 @@ Coverage::Coverage(const Survey& survey, const PointGrid& samples, Bodies& bodie
 
 template <class Wanted, class Fn>
 void Coverage::forEachHeld(const Place& place, Wanted&& wanted, Fn&& fn) const {
-  const Run pixel{place.x, static_cast<uint16_t>(place.x + 1)};
-  samples_.forEachNear(pixel, place.y, place.layer, reach_, [&](uint32_t sample) {
+  samples_.forEachNear(place, reach_, [&](uint32_t sample) {
     if (!wanted(sample)) return;
     if (bodies_.areOne(place, samples_[sample])) fn(sample);
   });
@@ -77,7 +76,7 @@ std::vector<uint32_t> Coverage::reachedAloneFrom(const Place& place) const {
 }
 
 uint64_t Coverage::pixelsWithin(const Place& place, std::span<const uint32_t> samples) const {
-  const Scale scale{survey_.settings().pixelSize, survey_.settings().layerHeight};
+  const Scale scale = survey_.scale();
   uint64_t pixels = 0;
   for (const uint32_t sample : samples) {
     if (scale.squaredDistance(place, samples_[sample]) > reach_ * reach_) continue;

@@ -23,8 +23,7 @@ template <class Fn>
 void Gains::forEachReaching(std::span<const uint32_t> samples, Fn&& fn) {
   for (const uint32_t sample : samples) {
     const Place& at = survey_.samples()[sample].place;
-    const Run pixel{at.x, static_cast<uint16_t>(at.x + 1)};
-    places_.forEachNear(pixel, at.y, at.layer, reach_, [&](uint32_t i) {
+    places_.forEachNear(at, reach_, [&](uint32_t i) {
       if (isWanted_[i] == 0 || !bodies_.areOne(places_[i], at)) return;
       fn(pixels_[i], uint64_t{survey_.samples()[sample].pixels});
     });

@@ -42,11 +42,9 @@ class Judge {
       : survey_(survey),
         points_(points),
         settings_(checked(settings)),
-        scale_{survey.settings().pixelSize, survey.settings().layerHeight},
-        islandLayers_(static_cast<uint32_t>(std::min(
-            std::floor(settings.islandHeight / scale_.layerHeight + roundingSlack), 65535.0))),
-        grid_(scale_, std::max(settings.nearReach, settings.spacing), survey.width(),
-              survey.height()) {
+        scale_(survey.scale()),
+        islandLayers_(scale_.layersWithin(settings.islandHeight)),
+        grid_(survey.emptyGrid(std::max(settings.nearReach, settings.spacing))) {
     for (const Site& point : points) grid_.add(point.place);
     near_ = {settings_.nearReach, std::vector<uint32_t>(grid_.cellCount(), Place::none)};
     far_ = {settings_.farReach, near_.last};
@@ -185,7 +183,7 @@ class Judge {
     std::stable_sort(
         candidates_.begin(), candidates_.end(),
         [](const WorstPlace& a, const WorstPlace& b) { return a.distance > b.distance; });
-    PointGrid gaps(scale_, settings_.nearReach, survey_.width(), survey_.height());
+    PointGrid gaps = survey_.emptyGrid(settings_.nearReach);
     std::vector<uint32_t> pixels;
     if (!candidates_.empty()) {
       for (const OverhangSample& sample : survey_.samples()) {
@@ -225,12 +223,10 @@ class Judge {
   // far from all points, and rightly so. `pixels`: of the gaps.
   STILTFORGE_APART bool hasLeastArea(const Place& place, const PointGrid& gaps,
                                      const std::vector<uint32_t>& pixels) const {
-    const double least =
-        settings_.leastWorstArea / (scale_.pixelSize * scale_.pixelSize) * (1 - roundingSlack);
+    const double least = settings_.leastWorstArea / scale_.pixelArea() * (1 - roundingSlack);
     const double reach = settings_.nearReach * settings_.nearReach;
-    const Run pixel{place.x, static_cast<uint16_t>(place.x + 1)};
     double found = 0;
-    gaps.forEachNear(pixel, place.y, place.layer, settings_.nearReach, [&](uint32_t i) {
+    gaps.forEachNear(place, settings_.nearReach, [&](uint32_t i) {
       if (found < least && scale_.squaredDistance(place, gaps[i]) <= reach) found += pixels[i];
     });
     return found >= least;
@@ -251,8 +247,7 @@ class Judge {
     for (uint32_t i = 0; i < points_.size(); ++i) {
       const Place& a = points_[i].place;
       const std::size_t firstOwn = verdict_.closePairs.size();
-      const Run pixel{a.x, static_cast<uint16_t>(a.x + 1)};
-      grid_.forEachNear(pixel, a.y, a.layer, settings_.spacing, [&](uint32_t j) {
+      grid_.forEachNear(a, settings_.spacing, [&](uint32_t j) {
         const Place& b = points_[j].place;
         const double squared = scale_.squaredDistance(a, b);
         if (j <= i || squared >= settings_.spacing * settings_.spacing) return;

@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "analysis/run_rows.h"
-#include "hold/point_grid.h"
+#include "hold/scale.h"
 
 namespace stiltforge::hold {
 

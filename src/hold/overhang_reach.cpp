@@ -5,10 +5,7 @@
 namespace stiltforge::hold {
 
 OverhangReach::OverhangReach(const Survey& survey, double reach)
-    : reach_(reach),
-      cells_({survey.settings().pixelSize, survey.settings().layerHeight}, reach, survey.width(),
-             survey.height()),
-      points_(survey.overhangCells().size(), 0) {
+    : reach_(reach), cells_(survey.emptyGrid(reach)), points_(survey.overhangCells().size(), 0) {
   for (const OverhangCell& cell : survey.overhangCells()) {
     Place place;
     place.layer = cell.layer;
@@ -25,9 +22,7 @@ void OverhangReach::findReachable(const PointGrid& places,
   reachable_ = reached_;
   for (uint32_t cell = 0; cell < points_.size(); ++cell) {
     if (points_[cell] != 0) continue;
-    const Place& at = cells_[cell];
-    const Run pixel{at.x, static_cast<uint16_t>(at.x + 1)};
-    if (places.anyNear(pixel, at.y, at.layer, reach_, mayStand)) reachable_ += pixels_[cell];
+    if (places.anyNear(cells_[cell], reach_, mayStand)) reachable_ += pixels_[cell];
   }
 }
 
@@ -74,9 +69,7 @@ std::vector<uint8_t> OverhangReach::areNearOpen(const PointGrid& places) const {
   std::vector<uint8_t> areNear(places.size(), 0);
   for (uint32_t cell = 0; cell < points_.size(); ++cell) {
     if (points_[cell] != 0) continue;
-    const Place& at = cells_[cell];
-    const Run pixel{at.x, static_cast<uint16_t>(at.x + 1)};
-    places.forEachNear(pixel, at.y, at.layer, reach_, [&](uint32_t place) { areNear[place] = 1; });
+    places.forEachNear(cells_[cell], reach_, [&](uint32_t place) { areNear[place] = 1; });
   }
   return areNear;
 }

@@ -38,8 +38,7 @@ class OverhangReach {
  private:
   template <class Fn>
   void forEachWithin(const Place& place, Fn&& fn) const {
-    const Run pixel{place.x, static_cast<uint16_t>(place.x + 1)};
-    cells_.forEachNear(pixel, place.y, place.layer, reach_, fn);
+    cells_.forEachNear(place, reach_, fn);
   }
 
   double reach_;

@@ -69,7 +69,6 @@ PointGrid::Nearest PointGrid::nearestTo(const Place& place, uint32_t guess) cons
     best.offer(point, scale_.squaredDistance(places_[point], place));
   };
   if (guess != Place::none) offer(guess);
-  const Run pixel{place.x, static_cast<uint16_t>(place.x + 1)};
   const double furthest = (columns_ + rows_) * cellPixels_ * scale_.pixelSize;
   for (double reach = cellPixels_ * scale_.pixelSize;; reach *= 2) {
     if (reach >= furthest) {
@@ -78,7 +77,7 @@ PointGrid::Nearest PointGrid::nearestTo(const Place& place, uint32_t guess) cons
     }
     const double known = std::sqrt(best.squaredDistance) * (1 + roundingSlack);
     const bool isLast = known <= 2 * reach;
-    forEachNear(pixel, place.y, place.layer, isLast ? known : reach, offer);
+    forEachNear(place, isLast ? known : reach, offer);
     if (isLast || best.squaredDistance <= reach * reach) return best;
   }
 }

@@ -10,22 +10,9 @@
 #include <vector>
 
 #include "hold/place.h"
+#include "hold/scale.h"
 
 namespace stiltforge::hold {
-
-/// Distances between pixels of layers, mm, between their centres: the same on every platform.
-struct Scale {
-  double pixelSize = 0;
-  double layerHeight = 0;
-
-  double squaredDistance(const Place& a, const Place& b) const {
-    return squared(int64_t{a.x} - b.x, int64_t{a.y} - b.y, int64_t{a.layer} - b.layer);
-  }
-  double squared(int64_t columns, int64_t rows, int64_t layers) const {
-    return static_cast<double>(columns * columns + rows * rows) * (pixelSize * pixelSize) +
-           static_cast<double>(layers * layers) * (layerHeight * layerHeight);
-  }
-};
 
 /// Places that are searched for by where they are; named by the order in which they were added.
 class PointGrid {
@@ -71,6 +58,16 @@ class PointGrid {
     return false;
   }
 
+  /// Both again, around the pixel of a place.
+  template <class Fn>
+  void forEachNear(const Place& place, double reach, Fn&& fn) const {
+    forEachNear(pixelOf(place), place.y, place.layer, reach, fn);
+  }
+  template <class Fn>
+  bool anyNear(const Place& place, double reach, Fn&& fn) const {
+    return anyNear(pixelOf(place), place.y, place.layer, reach, fn);
+  }
+
   struct Nearest {
     uint32_t point = Place::none;  ///< the first of equally near ones; none where there is none
     double squaredDistance = std::numeric_limits<double>::infinity();
@@ -103,6 +100,8 @@ class PointGrid {
   }
 
  private:
+  static Run pixelOf(const Place& place) { return {place.x, static_cast<uint16_t>(place.x + 1)}; }
+
   struct Corner {
     int32_t x = 0;
     int32_t y = 0;

@@ -13,8 +13,10 @@
 #include "hold/empty_space.h"
 #include "hold/overhang_cells.h"
 #include "hold/place.h"
+#include "hold/point_grid.h"
 #include "hold/region_tracks.h"
 #include "hold/room_below.h"
+#include "hold/scale.h"
 #include "hold/steep_overhang.h"
 #include "runtime/scratch_vector.h"
 
@@ -65,6 +67,9 @@ class Survey {
   void finish();
 
   const SurveySettings& settings() const { return settings_; }
+  Scale scale() const { return {settings_.pixelSize, settings_.layerHeight}; }
+  /// For places of the part. cellSize: mm, about the distance that is searched.
+  PointGrid emptyGrid(double cellSize) const { return {scale(), cellSize, width_, height_}; }
   uint32_t layerCount() const { return static_cast<uint32_t>(firstRun_.size()) - 1; }
   uint16_t width() const { return width_; }
   uint16_t height() const { return height_; }
@@ -82,6 +87,8 @@ class Survey {
   const std::vector<OverhangCell>& overhangCells() const { return overhangCells_.cells(); }
   const RegionTracks& tracks() const { return tracks_; }
   bool isSealed(uint32_t space) const { return space_.isSealed(space); }
+  /// Whether a support fits below the place, and could be taken out afterwards.
+  bool isSupportable(const Place& place) const { return place.hasRoom && !isSealed(place.space); }
   /// In the order in which they were added.
   const std::vector<Site>& points() const { return points_; }
 

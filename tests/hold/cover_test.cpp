@@ -28,7 +28,7 @@ TEST(Cover, NeedsAPointForEachStretchOfTwiceTheReach) {
 
 // Every pixel tried for every point.
 std::size_t plainCover(const Survey& survey, double reach, double share) {
-  const Scale scale{survey.settings().pixelSize, survey.settings().layerHeight};
+  const Scale scale = survey.scale();
   std::vector<Place> open;
   for (uint32_t layer = 0; layer < survey.layerCount(); ++layer) {
     for (const OverhangRun& run : survey.overhang(layer)) {
