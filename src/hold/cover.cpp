@@ -3,11 +3,11 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
-#include <queue>
 #include <unordered_map>
 #include <utility>
 #include <vector>
 
+#include "hold/lazy_greedy.h"
 #include "hold/point_grid.h"
 
 namespace stiltforge::hold {
@@ -52,10 +52,10 @@ std::vector<Cube> cubesOf(const Survey& survey, double side) {
 class Cover {
  public:
   Cover(const Survey& survey, double reach)
-      : scale_{survey.settings().pixelSize, survey.settings().layerHeight},
+      : scale_(survey.scale()),
         reach_(reach),
         cubes_(cubesOf(survey, std::max(reach / cubesPerReach, scale_.pixelSize))),
-        grid_(scale_, reach, survey.width(), survey.height()),
+        grid_(survey.emptyGrid(reach)),
         covered_(cubes_.size(), 0) {
     for (const Cube& cube : cubes_) {
       grid_.add(cube.place);
@@ -64,28 +64,19 @@ class Cover {
   }
 
   std::size_t size(double share) {
-    // What a point gains only falls as others are chosen, so what was reckoned earlier is a bound.
-    using Bound = std::pair<uint64_t, int64_t>;  // gain, and the negative number of the cube
-    std::priority_queue<Bound> bounds;
-    for (std::size_t i = 0; i < cubes_.size(); ++i) {
-      bounds.push({gain(i), -static_cast<int64_t>(i)});
-    }
     const double wanted = share * static_cast<double>(pixels_);
     uint64_t reached = 0;
     std::size_t points = 0;
-    while (!bounds.empty() && static_cast<double>(reached) < wanted) {
-      const auto [bound, number] = bounds.top();
-      bounds.pop();
-      const auto cube = static_cast<std::size_t>(-number);
-      const uint64_t now = gain(cube);
-      if (now < bound) {
-        bounds.push({now, number});
-        continue;
-      }
-      forEachUncovered(cube, [&](uint32_t other) { covered_[other] = 1; });
-      reached += now;
-      ++points;
-    }
+    takeGreedily(
+        cubes_.size(), [&](std::size_t cube) { return static_cast<double>(gain(cube)); },
+        [&] { return static_cast<double>(reached) >= wanted; },
+        [&](std::size_t cube) {
+          forEachUncovered(cube, [&](uint32_t other) {
+            covered_[other] = 1;
+            reached += cubes_[other].pixels;
+          });
+          ++points;
+        });
     return points;
   }
 
@@ -93,8 +84,7 @@ class Cover {
   template <class Fn>
   void forEachUncovered(std::size_t cube, Fn&& fn) const {
     const Place& at = cubes_[cube].place;
-    const Run pixel{at.x, static_cast<uint16_t>(at.x + 1)};
-    grid_.forEachNear(pixel, at.y, at.layer, reach_, [&](uint32_t other) {
+    grid_.forEachNear(at, reach_, [&](uint32_t other) {
       if (covered_[other] != 0) return;
       if (scale_.squaredDistance(at, grid_[other]) <= reach_ * reach_) fn(other);
     });
