@@ -39,6 +39,7 @@ Napi::Object toObject(Napi::Env env, const slicing::MeshReport& report) {
   object.Set("misorientedEdges", report.misorientedEdges);
   object.Set("parts", report.parts);
   object.Set("openParts", report.openParts);
+  object.Set("widestGap", report.widestGap);
   object.Set("flippedParts", report.flippedParts);
   object.Set("cavities", report.cavities);
   object.Set("floatingParts", report.floatingParts);

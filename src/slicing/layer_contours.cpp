@@ -1,12 +1,16 @@
 #include "slicing/layer_contours.h"
 
 #include <algorithm>
+#include <cmath>
+#include <cstddef>
 #include <cstdint>
 #include <utility>
 
 namespace stiltforge::slicing {
 
 namespace {
+
+constexpr std::size_t mostEndsLookedAt = std::size_t{1} << 18;
 
 ZSweep::Interval heightOf(const Triangle& triangle) {
   const auto [low, high] = std::minmax({triangle[0].z, triangle[1].z, triangle[2].z});
@@ -63,12 +67,38 @@ void LayerContours::trace(const Cut& cut, const ScreenPlacement& placement,
     segments.push_back({placement.toCrop(segment.from), placement.toCrop(segment.to)});
   }
   if (cut.openEdges.empty()) return;
-  std::vector<OpenEnd> ends;
-  for (const uint32_t edge : cut.openEdges) {
-    const OpenEdge& open = openEdges_[edge];
-    ends.push_back({placement.toCrop(planeCrossing(open.low, open.high, cut.plane)), open.surplus});
-  }
+  std::vector<OpenEnd> ends = endsAt(cut.plane, cut.openEdges, placement);
   closeContours(ends, segments);
+}
+
+std::vector<OpenEnd> LayerContours::endsAt(double plane, std::span<const uint32_t> edges,
+                                           const ScreenPlacement& placement) const {
+  std::vector<OpenEnd> ends;
+  ends.reserve(edges.size());
+  for (const uint32_t edge : edges) {
+    const OpenEdge& open = openEdges_[edge];
+    ends.push_back({placement.toCrop(planeCrossing(open.low, open.high, plane)), open.surplus});
+  }
+  return ends;
+}
+
+double LayerContours::widestGap(std::span<const double> planes, const ScreenPlacement& placement) {
+  if (openEdges_.empty()) return 0;
+  std::size_t allEnds = 0;
+  for (const double plane : planes) allEnds += edgeSweep_.activeAt(plane).size();
+  const std::size_t step = allEnds / mostEndsLookedAt + 1;
+  double widest = 0;
+  std::vector<Segment> segments;
+  for (std::size_t i = 0; i < planes.size(); i += step) {
+    std::vector<OpenEnd> ends = endsAt(planes[i], edgeSweep_.activeAt(planes[i]), placement);
+    segments.clear();
+    closeContours(ends, segments);
+    for (const Segment& segment : segments) {
+      widest = std::max(widest,
+                        std::hypot(segment.to.x - segment.from.x, segment.to.y - segment.from.y));
+    }
+  }
+  return widest;
 }
 
 }  // namespace stiltforge::slicing

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <span>
 #include <vector>
 
 #include "slicing/contour_closing.h"
@@ -32,12 +33,20 @@ class LayerContours {
   void trace(const Cut& cut, const ScreenPlacement& placement,
              std::vector<Segment>& segments) const;
 
+  /// The longest line, in pixels, that trace() adds to close a contour in any of the ascending
+  /// planes; 0 when it adds none. Where more than 2^18 contours end in all, it looks at every n-th
+  /// plane, so that a mesh of loose triangles takes no longer. One call at a time.
+  double widestGap(std::span<const double> planes, const ScreenPlacement& placement);
+
  private:
   // An edge at which the surface is not continued: layers that cut it have an open end there.
   struct OpenEdge {
     Vertex low, high;
     int32_t surplus;
   };
+
+  std::vector<OpenEnd> endsAt(double plane, std::span<const uint32_t> edges,
+                              const ScreenPlacement& placement) const;
 
   TriangleMesh mesh_;
   std::vector<OpenEdge> openEdges_;

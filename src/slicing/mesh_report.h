@@ -26,6 +26,9 @@ struct MeshReport {
   uint32_t misorientedEdges = 0;     ///< edges of two triangles that run along it the same way
   uint32_t parts = 0;
   uint32_t openParts = 0;
+  /// mm: of the lines by which slices close the contours of open parts the longest, which the
+  /// slicer fills in; 0 where all that is open is level, so that no slice shows it.
+  double widestGap = 0;
   uint32_t flippedParts = 0;   ///< closed parts inside out, cavities not counted
   uint32_t cavities = 0;       ///< closed parts that hollow a closed part around them
   uint32_t floatingParts = 0;  ///< parts that stand on nothing, see FloatingParts

@@ -63,6 +63,16 @@ Slicer::Slicer(TriangleMesh mesh, const SlicerSettings& settings)
   const MeshTopology topology(mesh);
   report_ = inspectMesh(mesh, topology, {placement_.pixelSize, layerHeight_});
   contours_ = LayerContours(std::move(mesh), topology);
+  if (report_.openParts > 0) report_.widestGap = widestGap();
+}
+
+double Slicer::widestGap() {
+  std::vector<double> planes;
+  planes.reserve(layerCount_);
+  for (uint32_t layer = 0; layer < layerCount_; ++layer) {
+    planes.push_back(plateZ() + heightOf(layer));
+  }
+  return contours_.widestGap(planes, placement_) * placement_.pixelSize;
 }
 
 void Slicer::requireLayers(uint32_t first, std::size_t count) const {

@@ -64,6 +64,7 @@ class Slicer : public SliceSource {
  private:
   Slicer(TriangleMesh mesh, const SlicerSettings& settings);
 
+  double widestGap();
   void requireLayers(uint32_t first, std::size_t count) const;
   const RunRows* materialBelow(uint32_t index);
   void sweepTo(uint32_t index, LayerContours::Cut& cut);

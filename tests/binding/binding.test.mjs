@@ -29,6 +29,7 @@ if (isMainThread) {
           misorientedEdges: 0,
           parts: 1,
           openParts: 0,
+          widestGap: 0,
           flippedParts: 0,
           cavities: 0,
           floatingParts: 0,

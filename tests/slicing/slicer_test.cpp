@@ -4,6 +4,8 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstddef>
+#include <functional>
 #include <numeric>
 
 #include "slicing/shapes.h"
@@ -19,6 +21,45 @@ TEST(Slicer, CutsABoxIntoFullLayers) {
   EXPECT_EQ(slicer.layerCount(), 2u);
   EXPECT_EQ(slicePicture(slicer, 0), (Picture{"####", "####"}));
   EXPECT_EQ(slicePicture(slicer, 1), (Picture{"####", "####"}));
+}
+
+// The box without the triangles whose corners all are on a side.
+Soup openBox(const Soup& box, const std::function<bool(const Vertex&)>& isOnSide) {
+  Soup open;
+  for (std::size_t i = 0; i < box.size(); i += 9) {
+    const Triangle triangle{Vertex{box[i], box[i + 1], box[i + 2]},
+                            Vertex{box[i + 3], box[i + 4], box[i + 5]},
+                            Vertex{box[i + 6], box[i + 7], box[i + 8]}};
+    if (!std::all_of(triangle.begin(), triangle.end(), isOnSide)) append(open, triangle);
+  }
+  return open;
+}
+
+TEST(Slicer, ReportsTheWidestGapThatSlicesClose) {
+  const Soup whole = box({0, 0, 0}, {4, 2, 3});
+  const auto gap = [](const Soup& soup) {
+    SlicerSettings settings = unitSettings(20);
+    settings.screen.pixelSize = 0.5;
+    return Slicer(soup, settings).report().widestGap;
+  };
+  EXPECT_EQ(gap(whole), 0);
+  EXPECT_EQ(gap(openBox(whole, [](const Vertex& corner) { return corner.x == 4; })), 2);
+  EXPECT_EQ(gap(openBox(whole, [](const Vertex& corner) { return corner.y == 0; })), 4);
+  EXPECT_EQ(gap(openBox(whole, [](const Vertex& corner) { return corner.z == 3; })), 0)
+      << "no slice shows a level hole";
+}
+
+TEST(Slicer, FindsTheWidestGapOfVeryManyLooseTriangles) {
+  // More ends than are looked at: three for each triangle in each of 100 layers.
+  Soup soup;
+  for (int i = 0; i < 3000; ++i) {
+    const float x = static_cast<float>(i % 50);
+    const float y = static_cast<float>(i / 50);
+    append(soup, {Vertex{x, y, 0}, Vertex{x + 0.5f, y, 0}, Vertex{x, y, 100}});
+  }
+  const double gap = Slicer(soup, unitSettings(80)).report().widestGap;
+  EXPECT_GT(gap, 0.4);
+  EXPECT_LT(gap, 0.5);
 }
 
 TEST(Slicer, ReportsTheMaterialAndTheMiddleOfTheLayer) {

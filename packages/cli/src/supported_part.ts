@@ -137,7 +137,7 @@ function documentOf(
     ...(job.meshWarnings ?? []),
     ...meshWarnings({
       ...{ report, sliceVolume, layers: tally.layers, part },
-      ...{ heights: print, lift: print.lift, minimumHeight },
+      ...{ heights: print, pixelSize: print.pixelSize, lift: print.lift, minimumHeight },
     }),
   ];
 

@@ -1,7 +1,7 @@
 import { bottomOfLayer, type LayerHeights, type MeshReport } from 'stiltforge/slicing';
 import type { HeldPart } from './held_part.js';
 import type { LayerTally } from './tally.js';
-import { areaText, counted, volumeText } from './wording.js';
+import { areaText, counted, lengthText, volumeText } from './wording.js';
 
 const mostGapsTold = 3;
 
@@ -15,6 +15,8 @@ export interface Findings {
   report: MeshReport;
   /** mm3 of material in the slices. */
   sliceVolume: number;
+  /** mm: what is finer no slice shows. */
+  pixelSize: number;
   layers: readonly LayerTally[];
   heights: LayerHeights;
   /** mm above the plate from which on a support fits. */
@@ -29,7 +31,7 @@ export function meshWarnings(findings: Findings): string[] {
   const { report, sliceVolume } = findings;
   return [
     ...(report.openParts > 0
-      ? [openSurface(report)]
+      ? openSurface(report, findings.pixelSize)
       : volumeDifference(sliceVolume, report.expectedVolume)),
     ...sealedVoids(report.cavities, findings),
     ...emptyLayers(findings),
@@ -39,22 +41,33 @@ export function meshWarnings(findings: Findings): string[] {
 }
 
 /** What layers that a file brings have in common with those of a mesh. */
-type LayerFindings = Omit<Findings, 'report' | 'sliceVolume'>;
+type LayerFindings = Omit<Findings, 'report' | 'sliceVolume' | 'pixelSize'>;
 
 /** The same of layers that a file brings. */
 export function layerWarnings(findings: LayerFindings): string[] {
   return [...sealedVoids(0, findings), ...emptyLayers(findings), ...withoutRoom(findings)];
 }
 
-function openSurface({ openEdges, misorientedEdges, nonManifoldEdges }: MeshReport): string {
-  const flaws =
-    openEdges > 0
-      ? counted(openEdges, 'open edge')
-      : `${counted(misorientedEdges + nonManifoldEdges, 'edge')} whose triangles don't fit together`;
-  return (
-    `The mesh has ${flaws}, so what is inside was guessed: ` +
-    'look at the slices, or repair the mesh.'
-  );
+function openSurface(report: MeshReport, pixelSize: number): string[] {
+  const { openEdges, misorientedEdges, nonManifoldEdges, widestGap } = report;
+  if (openEdges > 0 && widestGap === 0) {
+    return [
+      `The mesh has ${counted(openEdges, 'open edge')} around level holes, which slices take for closed: ` +
+        'a surface that is meant to be hollow needs a thickness.',
+    ];
+  }
+  if (widestGap <= pixelSize) return [];
+  if (openEdges > 0) {
+    return [
+      `The mesh has ${counted(openEdges, 'open edge')}, so what is inside was guessed across gaps of up to ` +
+        `${lengthText(widestGap)} mm: look at the slices, and close the mesh or give its surface a thickness.`,
+    ];
+  }
+  const unfit = counted(misorientedEdges + nonManifoldEdges, 'edge');
+  return [
+    `The mesh has ${unfit} whose triangles don't fit together, so what is inside was guessed: ` +
+      'look at the slices, or repair the mesh.',
+  ];
 }
 
 function volumeDifference(slices: number, mesh: number): string[] {

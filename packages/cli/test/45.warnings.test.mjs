@@ -30,10 +30,34 @@ test('a sound mesh gives none', async (t) => {
 });
 
 test('one hole gives one warning: the volume of an open mesh means nothing', async (t) => {
-  const cut = box([0, 0, 0], [6, 6, 6]).toSpliced(2, 2);
+  const cut = box([0, 0, 0], [6, 6, 6]).filter((corners) => !corners.every(([x]) => x === 0));
   const { warnings } = await told(t, [...cut, ...box([1, 1, 4], [8, 8, 9])]);
   assert.equal(warnings.length, 1);
-  assert.match(warnings[0], /^The mesh has 4 open edges, so what is inside was guessed/);
+  assert.match(
+    warnings[0],
+    /^The mesh has 4 open edges, so what is inside was guessed across gaps of up to 6 mm: look at the slices, and close the mesh or give its surface a thickness\.$/,
+  );
+});
+
+test('level holes are told to be closed, cracks finer than a pixel not at all', async (t) => {
+  const onSide = (axis, at) => (corners) => corners.every((corner) => corner[axis] === at);
+  const cup = box([0, 0, 0], [6, 6, 6]).filter((corners) => !onSide(2, 6)(corners));
+  const { warnings } = await told(t, cup);
+  assert.equal(warnings.length, 1);
+  assert.match(warnings[0], /^The mesh has 4 open edges around level holes, .* needs a thickness/);
+
+  const [side, others] = [true, false].map((is) =>
+    box([0, 0, 0], [6, 6, 6]).filter((corners) => onSide(0, 6)(corners) === is),
+  );
+  const aside = side.map((corners) => corners.map(([x, y, z]) => [x + 0.01, y, z]));
+  assert.deepEqual((await told(t, [...others, ...aside])).warnings, []);
+});
+
+test('level faces that are turned over change no slice, and nothing is told', async (t) => {
+  const isTop = (corners) => corners.every(([, , z]) => z === 6);
+  const faces = box([0, 0, 0], [6, 6, 6]);
+  const turned = [...faces.filter((one) => !isTop(one)), ...turnedInward(faces.filter(isTop))];
+  assert.deepEqual((await told(t, turned)).warnings, []);
 });
 
 test('parts that overlap are told by their volume', async (t) => {
@@ -133,6 +157,7 @@ test('a region that is not there is called a region', async (t) => {
 const sound = {
   report: { openParts: 0, cavities: 0, expectedVolume: 8, floatingParts: 0, floatingFrom: 0 },
   sliceVolume: 8,
+  pixelSize: 0.05,
   minimumHeight: 0.2,
   part: { dropped: [], verdict: { overhangInSealedVoids: { area: 0 } } },
 };

@@ -68,6 +68,12 @@ export interface MeshReport {
   /** Sets of triangles that hang together by vertices. */
   parts: number;
   openParts: number;
+  /**
+   * mm: the longest of the lines by which slices close the contours of open parts; 0 where all that is
+   * open is level, so that no slice shows it. Of a mesh of very many loose triangles it is that of
+   * every n-th slice.
+   */
+  widestGap: number;
   /** Closed parts inside out, cavities not counted. */
   flippedParts: number;
   /** Closed parts that hollow a closed part around them. */
