@@ -2,14 +2,13 @@
 
 #include <algorithm>
 #include <cmath>
-#include <limits>
-#include <optional>
 #include <stdexcept>
 #include <string>
 
 #include "hold/anchoring.h"
 #include "hold/bodies.h"
 #include "hold/point_grid.h"
+#include "hold/worst_places.h"
 #include "runtime/apart.h"
 #include "runtime/number_text.h"
 
@@ -17,7 +16,8 @@ namespace stiltforge::hold {
 
 namespace {
 
-constexpr double roundingSlack = 1e-9;
+// On a side of the screen: memory must not follow it.
+constexpr uint32_t mostTiles = 1024;
 
 JudgeSettings checked(const JudgeSettings& settings) {
   const auto require = [](double value, const char* what) {
@@ -44,9 +44,11 @@ class Judge {
         settings_(checked(settings)),
         scale_(survey.scale()),
         islandLayers_(scale_.layersWithin(settings.islandHeight)),
-        grid_(survey.emptyGrid(std::max(settings.nearReach, settings.spacing))) {
+        grid_(survey.emptyGrid(std::max(settings.nearReach, settings.spacing))),
+        worst_(survey, grid_, settings_) {
     for (const Site& point : points) grid_.add(point.place);
-    near_ = {settings_.nearReach, std::vector<uint32_t>(grid_.cellCount(), Place::none)};
+    chooseTiles();
+    near_ = {settings_.nearReach, std::vector<uint32_t>(tileCount(), Place::none)};
     far_ = {settings_.farReach, near_.last};
   }
 
@@ -77,20 +79,43 @@ class Judge {
     return run.hasRoom ? verdict_.supportable : verdict_.withoutRoom;
   }
 
-  // A distance, and by cell of the grid the point that alone reached a whole run there last: of
+  // A distance, and by tile of the screen the point that alone reached a whole run there last: of
   // most runs nearby it reaches all, too.
   struct Reach {
     double distance;
     std::vector<uint32_t> last;
   };
 
+  // About as wide as a point reaches, and found without a division.
+  void chooseTiles() {
+    const uint32_t longest = std::max(survey_.width(), survey_.height());
+    const double pixels = settings_.nearReach / scale_.pixelSize;
+    while (longest >> tileShift_ > mostTiles ||
+           std::ldexp(2.0, static_cast<int>(tileShift_)) <= pixels) {
+      ++tileShift_;
+      if (longest >> tileShift_ == 0) break;
+    }
+    tileColumns_ = (uint32_t{survey_.width()} >> tileShift_) + 1;
+  }
+  std::size_t tileCount() const {
+    return std::size_t{tileColumns_} * ((uint32_t{survey_.height()} >> tileShift_) + 1);
+  }
+  uint32_t& lastAround(uint16_t x, uint16_t y, Reach& reach) const {
+    return reach.last[std::size_t{tileColumns_} * (uint32_t{y} >> tileShift_) +
+                      (uint32_t{x} >> tileShift_)];
+  }
+  bool isReachedByLast(Run run, uint16_t y, uint32_t layer, Reach& reach) const {
+    const uint32_t last = lastAround(run.begin, y, reach);
+    return last != Place::none && grid_.reachesAll(last, run, y, layer, reach.distance);
+  }
+
   // Replaces `rest` by the parts of the runs that no point reaches.
-  STILTFORGE_APART void keepUnreached(const std::vector<Run>& runs, int y, uint32_t layer,
+  STILTFORGE_APART void keepUnreached(const std::vector<Run>& runs, uint16_t y, uint32_t layer,
                                       Reach& reach, std::vector<Run>& rest) {
     rest.clear();
     for (const Run& run : runs) {
-      uint32_t& last = reach.last[grid_.cellHolding(run.begin, y)];
-      if (last != Place::none && grid_.reachesAll(last, run, y, layer, reach.distance)) continue;
+      if (isReachedByLast(run, y, layer, reach)) continue;
+      uint32_t& last = lastAround(run.begin, y, reach);
       within_.clear();
       grid_.forEachNear(run, y, layer, reach.distance, [&](uint32_t point) {
         within_.push_back(grid_.reachedBy(point, run, y, layer, reach.distance));
@@ -120,116 +145,31 @@ class Judge {
     for (const OverhangRun& overhang : survey_.overhang(layer)) {
       Surface& surface = surfaceOf(overhang);
       surface.pixels += overhang.length();
-      whole_.assign(1, {overhang.begin, overhang.end});
+      const Run run{overhang.begin, overhang.end};
+      if (isReachedByLast(run, overhang.y, layer, near_)) continue;
+      whole_.assign(1, run);
       keepUnreached(whole_, overhang.y, layer, near_, beyondNear_);
       if (beyondNear_.empty()) continue;
       surface.beyondNear += pixelsOf(beyondNear_);
       keepUnreached(beyondNear_, overhang.y, layer, far_, beyondFar_);
       surface.beyondFar += pixelsOf(beyondFar_);
-      if (&surface == &verdict_.supportable) noteWorst(overhang.y, layer);
+      if (&surface == &verdict_.supportable) worst_.add(beyondNear_, overhang.y, layer);
     }
-  }
-
-  // A pixel, and how far it is from its nearest point.
-  struct Measured {
-    uint16_t x = 0;
-    PointGrid::Nearest nearest;
-
-    bool isWorseThan(const Measured& other) const {
-      if (nearest.squaredDistance != other.nearest.squaredDistance) {
-        return nearest.squaredDistance > other.nearest.squaredDistance;
-      }
-      return x < other.x;
-    }
-  };
-
-  // `near`: a point that may be the nearest.
-  Measured measured(int32_t x, uint16_t y, uint32_t layer, uint32_t near) const {
-    Place place;
-    place.layer = layer;
-    place.x = static_cast<uint16_t>(x);
-    place.y = y;
-    return {place.x, grid_.nearestTo(place, near)};
-  }
-
-  // The worst of the pixels from `first` to `last`, both included. Between pixels that one point is
-  // nearest to none is further from it.
-  Measured worstBetween(const Measured& first, const Measured& last, uint16_t y,
-                        uint32_t layer) const {
-    if (last.x - first.x > 1 && first.nearest.point != last.nearest.point) {
-      const Measured middle = measured((first.x + last.x) / 2, y, layer, first.nearest.point);
-      const Measured left = worstBetween(first, middle, y, layer);
-      const Measured right = worstBetween(middle, last, y, layer);
-      return right.isWorseThan(left) ? right : left;
-    }
-    return last.isWorseThan(first) ? last : first;
-  }
-
-  // Of each run the worst pixel, of equal ones the first; with its squared distance for now.
-  STILTFORGE_APART void noteWorst(uint16_t y, uint32_t layer) {
-    std::optional<Measured> worst;
-    for (const Run& run : beyondNear_) {
-      const Measured first = measured(run.begin, y, layer, lastNearest_);
-      const Measured last =
-          run.length() == 1 ? first : measured(run.end - 1, y, layer, first.nearest.point);
-      lastNearest_ = last.nearest.point;
-      const Measured found = worstBetween(first, last, y, layer);
-      if (!worst || found.isWorseThan(*worst)) worst = found;
-    }
-    candidates_.push_back({layer, worst->x, y, worst->nearest.squaredDistance});
   }
 
   STILTFORGE_APART void chooseWorst() {
-    std::stable_sort(
-        candidates_.begin(), candidates_.end(),
-        [](const WorstPlace& a, const WorstPlace& b) { return a.distance > b.distance; });
-    PointGrid gaps = survey_.emptyGrid(settings_.nearReach);
-    std::vector<uint32_t> pixels;
-    if (!candidates_.empty()) {
-      for (const OverhangSample& sample : survey_.samples()) {
-        if (isWithinReach(sample.place)) continue;
-        gaps.add(sample.place);
-        pixels.push_back(sample.pixels);
-      }
+    if (worst_.empty()) return;
+    Gaps gaps(survey_.emptyGrid(settings_.nearReach));
+    for (const OverhangSample& sample : survey_.samples()) {
+      if (!isWithinReach(sample.place)) gaps.add(sample);
     }
-    const double apart = settings_.nearReach * settings_.nearReach;
-    for (const WorstPlace& candidate : candidates_) {
-      if (verdict_.worst.size() >= settings_.worstPlaces) break;
-      const Place place = placeOf(candidate);
-      const bool isNew =
-          std::none_of(verdict_.worst.begin(), verdict_.worst.end(), [&](const WorstPlace& listed) {
-            return scale_.squaredDistance(place, placeOf(listed)) <= apart;
-          });
-      if (isNew && hasLeastArea(place, gaps, pixels)) verdict_.worst.push_back(candidate);
-    }
-    for (WorstPlace& place : verdict_.worst) place.distance = std::sqrt(place.distance);
-  }
-
-  static Place placeOf(const WorstPlace& worst) {
-    Place place;
-    place.layer = worst.layer;
-    place.x = worst.x;
-    place.y = worst.y;
-    return place;
+    verdict_.worst = worst_.choose(gaps);
   }
 
   bool isWithinReach(const Place& place) {
     whole_.assign(1, {place.x, static_cast<uint16_t>(place.x + 1)});
     keepUnreached(whole_, place.y, place.layer, near_, beyondNear_);
     return beyondNear_.empty();
-  }
-
-  // Steep overhang counts alone: where a surface nearly carries itself, a pixel here and there is
-  // far from all points, and rightly so. `pixels`: of the gaps.
-  STILTFORGE_APART bool hasLeastArea(const Place& place, const PointGrid& gaps,
-                                     const std::vector<uint32_t>& pixels) const {
-    const double least = settings_.leastWorstArea / scale_.pixelArea() * (1 - roundingSlack);
-    const double reach = settings_.nearReach * settings_.nearReach;
-    double found = 0;
-    gaps.forEachNear(place, settings_.nearReach, [&](uint32_t i) {
-      if (found < least && scale_.squaredDistance(place, gaps[i]) <= reach) found += pixels[i];
-    });
-    return found >= least;
   }
 
   STILTFORGE_APART void judgePoints() {
@@ -267,11 +207,12 @@ class Judge {
   const Scale scale_;
   const uint32_t islandLayers_;
   PointGrid grid_;
+  WorstPlaces worst_;
   Verdict verdict_;
+  uint32_t tileShift_ = 0;
+  uint32_t tileColumns_ = 0;
   Reach near_;
   Reach far_;
-  std::vector<WorstPlace> candidates_;  // of each run of overhang beyond reach
-  uint32_t lastNearest_ = Place::none;  // of the pixel that was measured last
   std::vector<Run> within_;
   std::vector<Run> whole_;
   std::vector<Run> beyondNear_;

@@ -93,12 +93,6 @@ class PointGrid {
   /// The columns of the run whose pixels lie within `reach` mm of a point that is near the run.
   Run reachedBy(uint32_t point, Run run, int y, uint32_t layer, double reach) const;
 
-  /// The cells that the screen is cut into, each numbered below cellCount().
-  std::size_t cellCount() const { return cells_.size(); }
-  std::size_t cellHolding(uint16_t x, int y) const {
-    return cellAt(cellOf(y, rows_), cellOf(x, columns_));
-  }
-
  private:
   static Run pixelOf(const Place& place) { return {place.x, static_cast<uint16_t>(place.x + 1)}; }
 

@@ -26,7 +26,8 @@ JudgeSettings randomJudge(Random& random) {
   settings.farReach = settings.nearReach + 0.1 * random.below(12);
   settings.spacing = 0.15 * random.below(8);
   settings.islandHeight = 0.05 * random.below(8);
-  settings.leastWorstArea = 0;
+  settings.leastWorstArea = random.below(2) * 0.01 * random.below(20);
+  settings.worstPlaces = 1 + random.below(12);
   return settings;
 }
 
@@ -46,12 +47,12 @@ void expectSame(const Verdict& actual, const Verdict& expected) {
   expectSame(actual.supportable, expected.supportable);
   expectSame(actual.withoutRoom, expected.withoutRoom);
   expectSame(actual.sealed, expected.sealed);
-  ASSERT_EQ(actual.worst.empty(), expected.worst.empty());
-  if (!actual.worst.empty()) {
-    EXPECT_EQ(actual.worst[0].layer, expected.worst[0].layer);
-    EXPECT_EQ(actual.worst[0].x, expected.worst[0].x);
-    EXPECT_EQ(actual.worst[0].y, expected.worst[0].y);
-    EXPECT_EQ(actual.worst[0].distance, expected.worst[0].distance);
+  ASSERT_EQ(actual.worst.size(), expected.worst.size());
+  for (std::size_t i = 0; i < actual.worst.size(); ++i) {
+    EXPECT_EQ(actual.worst[i].layer, expected.worst[i].layer) << "place " << i;
+    EXPECT_EQ(actual.worst[i].x, expected.worst[i].x) << "place " << i;
+    EXPECT_EQ(actual.worst[i].y, expected.worst[i].y) << "place " << i;
+    EXPECT_EQ(actual.worst[i].distance, expected.worst[i].distance) << "place " << i;
   }
   EXPECT_EQ(actual.inNoMaterial, expected.inNoMaterial);
   EXPECT_EQ(actual.onHeldMaterial, expected.onHeldMaterial);
@@ -75,6 +76,7 @@ struct Sightings {
   int pointsInSealedVoids = 0;
   int separatePairs = 0;
   int joinedPairs = 0;
+  int severalWorst = 0;
 
   void add(const Verdict& verdict) {
     for (const IslandVerdict& island : verdict.islands) {
@@ -83,12 +85,13 @@ struct Sightings {
     overhangWithoutRoom += verdict.withoutRoom.pixels > 0 ? 1 : 0;
     sealedVoids += verdict.sealed.pixels > 0 ? 1 : 0;
     pointsInSealedVoids += verdict.pointsInSealedVoids.empty() ? 0 : 1;
+    severalWorst += verdict.worst.size() > 1 ? 1 : 0;
     for (const ClosePair& pair : verdict.closePairs)
       ++(pair.separate ? separatePairs : joinedPairs);
   }
   int rarest() const {
     return std::min({heldIslands, floatingIslands, overhangWithoutRoom, sealedVoids,
-                     pointsInSealedVoids, separatePairs, joinedPairs});
+                     pointsInSealedVoids, separatePairs, joinedPairs, severalWorst});
   }
 };
 
@@ -103,7 +106,7 @@ TEST(JudgeProperty, EqualsAVerdictVoxelByVoxelForAnyNumberOfWorkers) {
     const JudgeSettings limits = randomJudge(random);
     const Survey survey = part.survey(settings);
     const Verdict verdict = judge(survey, survey.points(), limits);
-    expectSame(verdict, judgePlainly(part, settings, limits));
+    expectSame(verdict, judgePlainly(part, settings, limits, survey.samples()));
     if (testing::Test::HasFailure()) FAIL() << "part " << i;
     sightings.add(verdict);
   }

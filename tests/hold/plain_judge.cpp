@@ -4,6 +4,8 @@
 #include <cmath>
 #include <functional>
 #include <limits>
+#include <utility>
+#include <vector>
 
 namespace stiltforge::hold {
 
@@ -44,10 +46,12 @@ class Volume {
 
 class PlainJudge {
  public:
-  PlainJudge(const Part& part, const SurveySettings& survey, const JudgeSettings& settings)
+  PlainJudge(const Part& part, const SurveySettings& survey, const JudgeSettings& settings,
+             std::span<const OverhangSample> samples)
       : part_(part),
         survey_(survey),
         settings_(settings),
+        samples_(samples),
         material_(part.slices[0].width, part.slices[0].height,
                   static_cast<int>(part.slices.size())),
         hanging_(material_),
@@ -189,30 +193,86 @@ class PlainJudge {
            layers * layers * (survey_.layerHeight * survey_.layerHeight);
   }
 
-  void judgeOverhang() {
-    double worst = -1;
-    forEachVoxel([&](const Voxel& v) {
-      if (v.z == 0 || hanging_.at(v) == 0) return;
-      for (int dy = -1; dy <= 1; ++dy) {
-        for (int dx = -1; dx <= 1; ++dx) {
-          if (material_.isSet({v.x + dx, v.y + dy, v.z - 1})) return;
-        }
+  double nearestPoint(const Voxel& v) const {
+    double nearest = std::numeric_limits<double>::infinity();
+    for (const Voxel& point : points_) nearest = std::min(nearest, distance(point, v));
+    return nearest;
+  }
+
+  bool hangsFree(const Voxel& v) {
+    if (v.z == 0 || !hanging_.isSet(v)) return false;
+    for (int dy = -1; dy <= 1; ++dy) {
+      for (int dx = -1; dx <= 1; ++dx) {
+        if (material_.isSet({v.x + dx, v.y + dy, v.z - 1})) return false;
       }
-      double nearest = std::numeric_limits<double>::infinity();
-      for (const Voxel& point : points_) nearest = std::min(nearest, distance(point, v));
+    }
+    return true;
+  }
+
+  void judgeOverhang() {
+    const double nearReach = settings_.nearReach * settings_.nearReach;
+    const double farReach = std::max(nearReach, settings_.farReach * settings_.farReach);
+    std::vector<WorstPlace> ofRuns;  // with squared distances
+    const Surface* last = nullptr;   // of the run that may go on
+    bool isListed = false;           // that run
+    forEachVoxel([&](const Voxel& v) {
+      if (v.x == 0) last = nullptr;
+      if (!hangsFree(v)) {
+        last = nullptr;
+        return;
+      }
+      const double nearest = nearestPoint(v);
       Surface& surface = isSealed(v)  ? verdict_.sealed
                          : hasRoom(v) ? verdict_.supportable
                                       : verdict_.withoutRoom;
+      if (std::exchange(last, &surface) != &surface) isListed = false;
       ++surface.pixels;
-      surface.beyondFar += nearest > std::max(settings_.nearReach * settings_.nearReach,
-                                              settings_.farReach * settings_.farReach);
-      if (nearest <= settings_.nearReach * settings_.nearReach) return;
+      surface.beyondFar += nearest > farReach;
+      if (nearest <= nearReach) return;
       ++surface.beyondNear;
-      if (&surface != &verdict_.supportable || nearest <= worst) return;
-      worst = nearest;
-      verdict_.worst.assign(1, {static_cast<uint32_t>(v.z), static_cast<uint16_t>(v.x),
-                                static_cast<uint16_t>(v.y), std::sqrt(nearest)});
+      if (&surface != &verdict_.supportable) return;
+      const WorstPlace place{static_cast<uint32_t>(v.z), static_cast<uint16_t>(v.x),
+                             static_cast<uint16_t>(v.y), nearest};
+      if (!std::exchange(isListed, true)) {
+        ofRuns.push_back(place);
+      } else if (nearest > ofRuns.back().distance) {
+        ofRuns.back() = place;
+      }
     });
+    listWorst(ofRuns);
+  }
+
+  static Voxel voxelOf(const WorstPlace& place) {
+    return {place.x, place.y, static_cast<int>(place.layer)};
+  }
+
+  // Steep overhang beyond reach, within that of the place.
+  double gapAround(const Voxel& v) const {
+    const double reach = settings_.nearReach * settings_.nearReach;
+    double pixels = 0;
+    for (const OverhangSample& sample : samples_) {
+      const Voxel at{sample.place.x, sample.place.y, static_cast<int>(sample.place.layer)};
+      if (nearestPoint(at) > reach && distance(at, v) <= reach) pixels += sample.pixels;
+    }
+    return pixels;
+  }
+
+  void listWorst(std::vector<WorstPlace>& places) {
+    std::stable_sort(places.begin(), places.end(), [](const WorstPlace& a, const WorstPlace& b) {
+      return a.distance > b.distance;
+    });
+    const double least =
+        settings_.leastWorstArea / (survey_.pixelSize * survey_.pixelSize) * (1 - 1e-9);
+    for (const WorstPlace& place : places) {
+      if (verdict_.worst.size() == settings_.worstPlaces) break;
+      const bool isNew =
+          std::none_of(verdict_.worst.begin(), verdict_.worst.end(), [&](const WorstPlace& listed) {
+            return distance(voxelOf(place), voxelOf(listed)) <=
+                   settings_.nearReach * settings_.nearReach;
+          });
+      if (isNew && gapAround(voxelOf(place)) >= least) verdict_.worst.push_back(place);
+    }
+    for (WorstPlace& place : verdict_.worst) place.distance = std::sqrt(place.distance);
   }
 
   bool touchesOverhang(const Voxel& point) {
@@ -263,6 +323,7 @@ class PlainJudge {
   const Part& part_;
   const SurveySettings& survey_;
   const JudgeSettings& settings_;
+  std::span<const OverhangSample> samples_;
   Volume material_;
   Volume hanging_;
   Volume outside_{0, 0, 0};
@@ -274,9 +335,9 @@ class PlainJudge {
 
 }  // namespace
 
-Verdict judgePlainly(const Part& part, const SurveySettings& survey,
-                     const JudgeSettings& settings) {
-  return PlainJudge(part, survey, settings).verdict();
+Verdict judgePlainly(const Part& part, const SurveySettings& survey, const JudgeSettings& settings,
+                     std::span<const OverhangSample> samples) {
+  return PlainJudge(part, survey, settings, samples).verdict();
 }
 
 }  // namespace stiltforge::hold
