@@ -2,7 +2,6 @@
 
 #include <utility>
 
-
 namespace stiltforge::hold {
 
 KeptPoints::KeptPoints(const Survey& survey, Bodies& bodies, const FinishSettings& settings,
