@@ -7,6 +7,7 @@
 
 #include "runtime/number_text.h"
 #include "runtime/worker_pool.h"
+#include "slicing/coherent_orientation.h"
 #include "slicing/overhang_channels.h"
 #include "slicing/slice_rasterizer.h"
 #include "slicing/slicing_error.h"
@@ -60,8 +61,15 @@ Slicer::Slicer(TriangleMesh mesh, const SlicerSettings& settings)
       layerCount_(countLayers(mesh.bounds, layerHeight_, lift_)),
       placement_(mesh.bounds, settings.screen),
       falloff_(channelSettings(settings)) {
-  const MeshTopology topology(mesh);
-  report_ = inspectMesh(mesh, topology, {placement_.pixelSize, layerHeight_});
+  const Contact contact{placement_.pixelSize, layerHeight_};
+  MeshTopology topology(mesh);
+  report_ = inspectMesh(mesh, topology, contact);
+  if (const uint32_t misoriented = report_.misorientedEdges;
+      misoriented > 0 && orientCoherently(mesh, topology)) {
+    topology = MeshTopology(mesh);
+    report_ = inspectMesh(mesh, topology, contact);
+    report_.misorientedEdges = misoriented;
+  }
   contours_ = LayerContours(std::move(mesh), topology);
   if (report_.openParts > 0) report_.widestGap = widestGap();
 }

@@ -44,6 +44,8 @@ class Slicer : public SliceSource {
   uint32_t width() const override { return static_cast<uint32_t>(placement_.width); }
   uint32_t height() const override { return static_cast<uint32_t>(placement_.height); }
   const ScreenPlacement& placement() const { return placement_; }
+  /// Of the mesh with its triangles oriented coherently, as the slices have it; the misoriented
+  /// edges are those of the mesh as it came.
   const MeshReport& report() const { return report_; }
 
   /// mm above the plate: the middle of the layer.

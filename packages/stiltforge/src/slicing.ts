@@ -63,7 +63,10 @@ export interface MeshReport {
   openEdges: number;
   /** Edges of more than two triangles. */
   nonManifoldEdges: number;
-  /** Edges along which two triangles run the same way. */
+  /**
+   * Edges along which two triangles run the same way. Slices and all that follows here have the
+   * triangles turned until neighbours agree, where they can.
+   */
   misorientedEdges: number;
   /** Sets of triangles that hang together by vertices. */
   parts: number;
