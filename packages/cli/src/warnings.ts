@@ -28,11 +28,11 @@ export interface Findings {
 
 /** Sentences that a person should read before trusting the supports of a mesh. */
 export function meshWarnings(findings: Findings): string[] {
-  const { report, sliceVolume } = findings;
+  const { report } = findings;
   return [
     ...(report.openParts > 0
       ? openSurface(report, findings.pixelSize)
-      : volumeDifference(sliceVolume, report.expectedVolume)),
+      : volumeDifference(findings)),
     ...sealedVoids(report.cavities, findings),
     ...emptyLayers(findings),
     ...floatingParts(findings),
@@ -70,9 +70,12 @@ function openSurface(report: MeshReport, pixelSize: number): string[] {
   ];
 }
 
-function volumeDifference(slices: number, mesh: number): string[] {
+function volumeDifference({ report, sliceVolume: slices, heights }: Findings): string[] {
+  const { expectedVolume: mesh, bounds } = report;
   const difference = slices / mesh - 1;
-  if (Math.abs(difference) <= strikingDifference) return [];
+  // Layers end up to half of one above or below a level face.
+  const rounding = heights.layerHeight / (2 * (bounds.max[2] - bounds.min[2]));
+  if (Math.abs(difference) <= Math.max(strikingDifference, rounding)) return [];
   const share = mesh > 0 ? `${(100 * Math.abs(difference)).toFixed(1)} % ` : '';
   return [
     `The slices hold ${volumeText(slices)}, ${share}${difference < 0 ? 'less' : 'more'} than the ` +
@@ -133,7 +136,9 @@ function emptyLayers({ layers, heights, lift = 0 }: LayerFindings): string[] {
           'above it stands on supports alone.';
   });
   const rest = gaps.length - sentences.length;
-  return rest > 0 ? [...sentences, `${counted(rest, 'more gap')} are above these.`] : sentences;
+  return rest > 0
+    ? [...sentences, `${counted(rest, 'more gap is', 'more gaps are')} above these.`]
+    : sentences;
 }
 
 /** A part that empty layers lie below is told with them. */

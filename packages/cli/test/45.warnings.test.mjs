@@ -75,6 +75,10 @@ test('volumes of tiny parts are told with digits that differ', async (t) => {
   );
 });
 
+test('a flat part whose height is no whole number of layers is no reason to warn', async (t) => {
+  assert.deepEqual((await told(t, box([0, 0, 0], [10, 10, 1.04]))).warnings, []);
+});
+
 test('a sealed void is told: resin stays in it, and supports too', async (t) => {
   const hollow = [...box([0, 0, 0], [8, 8, 8]), ...turnedInward(box([1, 1, 1], [7, 7, 7]))];
   const { warnings } = await told(t, hollow);
@@ -125,7 +129,9 @@ test('many gaps are told shortly', () => {
   const layers = Array.from({ length: 21 }, (_, i) => ({ regions: (i + 1) % 2 }));
   const warnings = meshWarnings({ ...sound, layers, heights: { layerHeight: 1 } });
   assert.equal(warnings.length, 4);
-  assert.match(warnings[3], /^7 more gaps/);
+  assert.match(warnings[3], /^7 more gaps are above/);
+  const fewer = meshWarnings({ ...sound, layers: layers.slice(0, 9), heights: { layerHeight: 1 } });
+  assert.match(fewer[3], /^1 more gap is above/);
 });
 
 test('empty layers on top are nothing to worry about', () => {
@@ -156,7 +162,10 @@ test('a region that is not there is called a region', async (t) => {
 });
 
 const sound = {
-  report: { openParts: 0, cavities: 0, expectedVolume: 8, floatingParts: 0, floatingFrom: 0 },
+  report: {
+    ...{ openParts: 0, cavities: 0, expectedVolume: 8, floatingParts: 0, floatingFrom: 0 },
+    bounds: { min: [0, 0, 0], max: [2, 2, 2] },
+  },
   sliceVolume: 8,
   pixelSize: 0.05,
   minimumHeight: 0.2,
