@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <functional>
+#include <optional>
 #include <utility>
 
 #include "hold/cancelled.h"
@@ -12,30 +14,46 @@ namespace stiltforge::hold {
 
 namespace {
 
-// The number of the highest value, of equal ones the lowest number.
-template <class Value>
-uint32_t bestOf(const std::vector<uint32_t>& numbers, Value&& value) {
+// Points that would hold a body, by numbers.
+struct Choices {
+  const std::vector<uint32_t>& numbers;
+  std::function<FinishedPoint(uint32_t)> pointOf;
+  std::function<uint64_t(uint32_t)> worthOf;
+};
+
+// The choice of the highest value, of equal ones that of the lowest number.
+template <class ValueOf>
+FinishedPoint bestOf(const std::vector<uint32_t>& numbers, const Choices& choices,
+                     ValueOf&& valueOf) {
   uint32_t best = numbers.front();
-  if (numbers.size() == 1) return best;
-  uint64_t most = value(best);
+  if (numbers.size() == 1) return choices.pointOf(best);
+  auto most = valueOf(best);
   for (std::size_t i = 1; i < numbers.size(); ++i) {
-    const uint64_t own = value(numbers[i]);
-    if (own < most || (own == most && numbers[i] > best)) continue;
+    const auto value = valueOf(numbers[i]);
+    if (value < most || (value == most && numbers[i] > best)) continue;
     best = numbers[i];
-    most = own;
+    most = value;
   }
-  return best;
+  return choices.pointOf(best);
 }
 
-// Those that are spaced from all points.
-template <class PlaceOf>
-std::vector<uint32_t> spacedOf(const std::vector<uint32_t>& numbers, const KeptPoints& kept,
-                               PlaceOf&& placeOf) {
+// The one of most worth of those that are spaced from all points.
+std::optional<FinishedPoint> bestSpacedOf(const Choices& choices, const KeptPoints& kept) {
   std::vector<uint32_t> spaced;
-  for (const uint32_t number : numbers) {
-    if (kept.isSpaced(placeOf(number))) spaced.push_back(number);
+  for (const uint32_t number : choices.numbers) {
+    if (kept.isSpaced(choices.pointOf(number).site.place)) spaced.push_back(number);
   }
-  return spaced;
+  if (spaced.empty()) return std::nullopt;
+  return bestOf(spaced, choices, choices.worthOf);
+}
+
+// The one furthest from all points, of which some come too close to each.
+std::optional<FinishedPoint> furthestOf(const Choices& choices, const KeptPoints& kept) {
+  if (choices.numbers.empty()) return std::nullopt;
+  return bestOf(choices.numbers, choices, [&](uint32_t number) {
+    const Place& place = choices.pointOf(number).site.place;
+    return kept.distanceToNearest(place);
+  });
 }
 
 // Keeps the point that holds a body best. Returns false where none may stand.
@@ -43,40 +61,32 @@ STILTFORGE_APART bool holdBody(const FloatingBody& body, const Survey& survey,
                                const Candidates& candidates, KeptPoints& kept) {
   const std::vector<Island>& islands = survey.islands();
   const std::vector<OverhangSample>& samples = survey.samples();
-  std::vector<uint32_t> usable;  // islands
+  std::vector<uint32_t> usableIslands;
   for (const uint32_t island : body.islands) {
-    if (survey.isSupportable(islands[island].place)) usable.push_back(island);
+    if (survey.isSupportable(islands[island].place)) usableIslands.push_back(island);
   }
-  const auto placeOfPoint = [&](uint32_t i) -> const Place& { return candidates.placeOf(i); };
-  const auto placeOfIsland = [&](uint32_t i) -> const Place& { return islands[i].place; };
-  const auto placeOfSample = [&](uint32_t i) -> const Place& { return samples[i].place; };
-  const std::vector<uint32_t> spacedPoints = spacedOf(body.points, kept, placeOfPoint);
-  const std::vector<uint32_t> spacedIslands = spacedOf(usable, kept, placeOfIsland);
-  // To hold an island goes before the spacing.
-  const bool anySpaced = !spacedPoints.empty() || !spacedIslands.empty();
-  const std::vector<uint32_t>& fromPoints = anySpaced ? spacedPoints : body.points;
-  const std::vector<uint32_t>& fromIslands = anySpaced ? spacedIslands : usable;
+  const auto added = [](const Place& place) {
+    return FinishedPoint::added(place, Reason::addedForIsland);
+  };
   const auto gainAt = [&](const Place& place) { return kept.held().near().gainOf(place); };
-  if (!fromPoints.empty()) {
-    const uint32_t best = bestOf(fromPoints, [&](uint32_t i) { return gainAt(placeOfPoint(i)); });
-    kept.keep(candidates.pointOf(best));
-    return true;
-  }
-  if (!fromIslands.empty()) {
-    const uint32_t largest =
-        bestOf(fromIslands, [&](uint32_t i) { return uint64_t{islands[i].pixels}; });
-    kept.keep(FinishedPoint::added(placeOfIsland(largest), Reason::addedForIsland));
-    return true;
-  }
+  const Choices analysed{body.points, [&](uint32_t i) { return candidates.pointOf(i); },
+                         [&](uint32_t i) { return gainAt(candidates.placeOf(i)); }};
+  const Choices onIslands{usableIslands, [&](uint32_t i) { return added(islands[i].place); },
+                          [&](uint32_t i) { return uint64_t{islands[i].pixels}; }};
   // Where the islands themselves have no room, what they have grown into may.
-  if (!body.samples.empty()) {
-    const std::vector<uint32_t> spaced = spacedOf(body.samples, kept, placeOfSample);
-    const uint32_t best = bestOf(spaced.empty() ? body.samples : spaced,
-                                 [&](uint32_t i) { return gainAt(placeOfSample(i)); });
-    kept.keep(FinishedPoint::added(placeOfSample(best), Reason::addedForIsland));
-    return true;
-  }
-  return false;
+  const Choices onGrown{body.samples, [&](uint32_t i) { return added(samples[i].place); },
+                        [&](uint32_t i) { return gainAt(samples[i].place); }};
+
+  std::optional<FinishedPoint> point = bestSpacedOf(analysed, kept);
+  if (!point) point = bestSpacedOf(onIslands, kept);
+  // To hold an island goes before the spacing.
+  if (!point) point = furthestOf(analysed, kept);
+  if (!point) point = furthestOf(onIslands, kept);
+  if (!point) point = bestSpacedOf(onGrown, kept);
+  if (!point) point = furthestOf(onGrown, kept);
+  if (!point) return false;
+  kept.keep(*point);
+  return true;
 }
 
 }  // namespace

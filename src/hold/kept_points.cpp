@@ -1,5 +1,7 @@
 #include "hold/kept_points.h"
 
+#include <cmath>
+#include <limits>
 #include <utility>
 
 namespace stiltforge::hold {
@@ -34,6 +36,12 @@ std::optional<uint32_t> KeptPoints::nearestTo(const Place& place) const {
     found = i;
   });
   return found;
+}
+
+double KeptPoints::distanceToNearest(const Place& place) const {
+  const std::optional<uint32_t> nearest = nearestTo(place);
+  if (!nearest) return std::numeric_limits<double>::infinity();
+  return std::sqrt(survey_.scale().squaredDistance(place, placeOf(*nearest)));
 }
 
 void KeptPoints::keep(const FinishedPoint& point) {

@@ -34,6 +34,8 @@ class KeptPoints {
   bool isSpaced(const Place& place, std::size_t but = FinishedPoint::none) const;
   /// The nearest of the same body within reach, of equally near ones the first.
   std::optional<uint32_t> nearestTo(const Place& place) const;
+  /// mm to that one; infinite where there is none.
+  double distanceToNearest(const Place& place) const;
 
   void keep(const FinishedPoint& point);
   void replace(std::size_t number, const FinishedPoint& point);

@@ -65,6 +65,22 @@ TEST(IslandHolding, GoesBeforeTheSpacing) {
   EXPECT_EQ(columnsOf(finishedOf(part)), (Columns{1, 3}));
 }
 
+TEST(IslandHolding, LeavesPointsThatComeTooCloseAsFarApartAsMayBe) {
+  Part part = partOf({
+      {3, {"......", "......", "......"}},
+      {1, {"#.....", "......", "......"}},
+      {1, {"#.#.#.", "......", "......"}},
+      {2, {"#.###.", "#.....", "#....."}},
+      {2, {"#####.", "#.....", "#....."}},
+  });
+  part.addPoint(4, 2, 0);
+  part.addPoint(4, 4, 0);
+  part.addPoint(5, 0, 2);
+  FinishSettings settings = unitFinish();
+  settings.spacing = 5;
+  EXPECT_EQ(columnsOf(finishedOf(part, settings)), (Columns{4, 0}));
+}
+
 TEST(IslandHolding, LeavesOnePointToSpecksThatGrowTogether) {
   Part part = partOf({
       {3, {"......."}},
