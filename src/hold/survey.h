@@ -2,39 +2,22 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <optional>
 #include <span>
-#include <unordered_map>
 #include <vector>
 
 #include "analysis/slice.h"
-#include "hold/beyond_reach.h"
-#include "hold/components.h"
-#include "hold/empty_space.h"
 #include "hold/overhang_cells.h"
 #include "hold/place.h"
 #include "hold/point_grid.h"
 #include "hold/region_tracks.h"
-#include "hold/room_below.h"
 #include "hold/scale.h"
-#include "hold/steep_overhang.h"
+#include "hold/steep_samples.h"
+#include "hold/stepped_overhang.h"
+#include "hold/surroundings.h"
+#include "hold/survey_settings.h"
 #include "runtime/scratch_vector.h"
 
 namespace stiltforge::hold {
-
-struct SurveySettings {
-  double pixelSize = 0;                    ///< mm
-  double layerHeight = 0;                  ///< mm
-  std::optional<double> firstLayerHeight;  ///< mm; as the others unless set
-  double minimumHeight = 0.2;  ///< mm from the plate or the part to a place where a support fits
-  double tipRadius = 0.2;      ///< mm around a point within which it must find an overhang
-  /// mm that a surface grows outwards for each mm upwards from which on it is sampled: a little
-  /// more than what just carries itself, 1 / tan(critical angle).
-  double steepness = 1.1;
-  /// mm, height of the steps in which that is measured; they are never lower than four pixels.
-  double sampleHeight = 0.2;
-  double sampleSize = 0.5;  ///< mm, side of the cells of samples
-};
 
 /// Overhanging pixels of one layer side by side: columns [begin, end) of row y.
 struct OverhangRun {
@@ -67,77 +50,45 @@ class Survey {
   void finish();
 
   const SurveySettings& settings() const { return settings_; }
-  Scale scale() const { return {settings_.pixelSize, settings_.layerHeight}; }
+  Scale scale() const { return settings_.scale(); }
   /// For places of the part. cellSize: mm, about the distance that is searched.
   PointGrid emptyGrid(double cellSize) const { return {scale(), cellSize, width_, height_}; }
   uint32_t layerCount() const { return static_cast<uint32_t>(firstRun_.size()) - 1; }
   uint16_t width() const { return width_; }
   uint16_t height() const { return height_; }
   /// Layers of empty space that a support needs below its point.
-  uint32_t roomLayersOnPlate() const { return room_.layersOnPlate(); }
+  uint32_t roomLayersOnPlate() const { return settings_.roomLayersOnPlate(); }
 
   const std::vector<Island>& islands() const { return islands_; }
   std::span<const OverhangRun> overhang(uint32_t layer) const {
     return {overhang_.data() + firstRun_[layer], firstRun_[layer + 1] - firstRun_[layer]};
   }
   /// Steep overhang, measured so that it hardly depends on layers and pixels.
-  const std::vector<OverhangSample>& samples() const { return samples_; }
+  const std::vector<OverhangSample>& samples() const { return samples_.samples(); }
   /// All overhang, measured in steps as nearly as may be of one height, so that it follows layers
   /// and pixels less than the runs of overhang().
-  const std::vector<OverhangCell>& overhangCells() const { return overhangCells_.cells(); }
-  const RegionTracks& tracks() const { return tracks_; }
-  bool isSealed(uint32_t space) const { return space_.isSealed(space); }
+  const std::vector<OverhangCell>& overhangCells() const { return steppedOverhang_.cells(); }
+  const RegionTracks& tracks() const { return surroundings_.tracks(); }
+  bool isSealed(uint32_t space) const { return surroundings_.isSealed(space); }
   /// Whether a support fits below the place, and could be taken out afterwards.
   bool isSupportable(const Place& place) const { return place.hasRoom && !isSealed(place.space); }
   /// In the order in which they were added.
   const std::vector<Site>& points() const { return points_; }
 
  private:
-  // A cell of the open storey.
-  struct Cell {
-    int32_t x = 0;
-    int32_t y = 0;
-    uint32_t track = 0;
-    bool operator==(const Cell&) const = default;
-  };
-  struct CellHash {
-    std::size_t operator()(const Cell& cell) const;
-  };
-
-  Place placeAt(int x, int y) const;
-  void addIslands();
-  void measureIslands();
   void addOverhang(const RunRows& beyond);
-  void addOverhangCells(const Slice& slice, const RunRows& beyond);
-  void keepBeyondStep(const RunRows& beyond);
-  void addSamples(const Slice& slice);
-  void sample(Run run, int y, bool hasRoom);
   Site::Touches touchedAt(const Slice& slice, int x, int y) const;
 
   SurveySettings settings_;
   uint16_t width_ = 0;
   uint16_t height_ = 0;
-  Components regions_;  // of the last layer
-  Components below_;    // of the one below
-  RegionTracks tracks_;
-  EmptySpace space_;
-  RoomBelow room_;
-  SteepOverhang steep_;
-  uint32_t steppedLayers_;
-  SteepOverhang stepped_;
-  BeyondReach beyondStep_;
-  OverhangCells overhangCells_;
+  Surroundings surroundings_;
   std::vector<Island> islands_;
   ScratchVector<OverhangRun> overhang_;
   std::vector<std::size_t> firstRun_{0};  // in overhang_, by layer
-  std::vector<OverhangSample> samples_;
-  std::vector<uint16_t> sampleNeed_;  // see need_, of the place of each
-  std::vector<uint16_t> need_;        // of the columns of a row: low where a support is needed most
-  RunRows steepRows_;                 // of the last layer
-  RunRows steppedRows_;               // the same
   RunRows roomyRow_;
-  int64_t storey_ = 0;
-  std::unordered_map<Cell, std::size_t, CellHash> cells_;
+  SteppedOverhang steppedOverhang_;
+  SteepSamples samples_;
   std::vector<Site> points_;
 };
 
