@@ -1,5 +1,6 @@
 #include "binding/printer_file.h"
 
+#include <cstddef>
 #include <optional>
 #include <utility>
 
@@ -11,6 +12,7 @@
 #include "files/file_error.h"
 #include "node_api/refusal.h"
 #include "node_api/value_maker.h"
+#include "printer_files/kept_layers.h"
 #include "printer_files/open_printer_file.h"
 
 namespace stiltforge::binding {
@@ -25,10 +27,12 @@ using Shared = std::shared_ptr<OpenPrinterFile>;
 
 class OpenJob : public Job {
  public:
-  OpenJob(Napi::Env env, HostFile file, uint8_t threshold, Cancelled cancelled)
+  OpenJob(Napi::Env env, HostFile file, uint8_t threshold, std::size_t keptBytes,
+          Cancelled cancelled)
       : Job(env),
         given_(std::move(file)),
         threshold_(threshold),
+        keptBytes_(keptBytes),
         cancelled_(std::move(cancelled)),
         withoutMemory_(given_.prefix() + "There is not enough memory to open the file.") {}
 
@@ -41,7 +45,8 @@ class OpenJob : public Job {
       options.threshold = threshold_;
       auto file = given_.isPath ? printer_files::openPrinterFile(given_.path(), options)
                                 : printer_files::openPrinterFile(std::move(given_.bytes), options);
-      file_ = std::make_shared<OpenPrinterFile>(OpenPrinterFile{given_.prefix(), std::move(file)});
+      file_ = std::make_shared<OpenPrinterFile>(
+          OpenPrinterFile{given_.prefix(), printer_files::keepLayers(std::move(file), keptBytes_)});
     } catch (const files::FileError& error) {
       throw JobRefusal(codes::file, given_.prefix() + error.what());
     } catch (const files::Cancelled& error) {
@@ -89,6 +94,7 @@ class OpenJob : public Job {
  private:
   HostFile given_;
   const uint8_t threshold_;
+  const std::size_t keptBytes_;
   const Cancelled cancelled_;
   const std::string withoutMemory_;
   Shared file_;
@@ -111,14 +117,15 @@ uint8_t thresholdFrom(const Napi::Value& value) {
 Napi::Value openPrinterFile(const Napi::CallbackInfo& info) {
   const Napi::Env env = info.Env();
   return rejectOnError(env, [&] {
-    const Options options = Options::optional(info, {"name", "threshold", "signal"});
+    const Options options = Options::optional(info, {"name", "threshold", "keptBytes", "signal"});
     const uint8_t threshold = thresholdFrom(options.get("threshold"));
+    const std::size_t keptBytes = options.optionalWhole("keptBytes").value_or(0);
     Cancelled cancelled = cancelledBy(env, options.get("signal"));
     const Napi::Value name = options.get("name");
     // Last, so that no getter can take the memory away between the check and the copy.
     HostFile file = readHostFile(info[0], name, what, codes::file);
-    return Job::startAtOnce(
-        std::make_unique<OpenJob>(env, std::move(file), threshold, std::move(cancelled)));
+    return Job::startAtOnce(std::make_unique<OpenJob>(env, std::move(file), threshold, keptBytes,
+                                                      std::move(cancelled)));
   });
 }
 

@@ -141,7 +141,7 @@ test('options that are none are refused in words', async () => {
   });
   await assert.rejects(openPrinterFile(folder, { treshold: 200 }), {
     name: 'TypeError',
-    message: 'There is no option "treshold"; the options are name, threshold, signal.',
+    message: 'There is no option "treshold"; the options are name, threshold, keptBytes, signal.',
   });
 });
 
@@ -154,6 +154,28 @@ test('a threshold tells which grey is material', async () => {
   assert.equal(await materialAt(40), width * height);
   assert.equal(await materialAt(41), 0);
   await assert.rejects(openPrinterFile(path, { threshold: 0 }), /whole number from 1 to 255/);
+});
+
+test('layers that stay decoded need their file no more', async () => {
+  for (const [keptBytes, stays] of [
+    [undefined, false],
+    [0, false],
+    [1e6, true],
+  ]) {
+    const path = pictures(
+      `kept${keptBytes}`,
+      masks.map((mask) => picture(mask)),
+    );
+    const file = await openPrinterFile(path, { keptBytes });
+    const expected = await new LayerSlicer(file, channels).runs(0, masks.length);
+    rmSync(path, { recursive: true });
+    const again = new LayerSlicer(file, channels).runs(0, masks.length);
+    if (stays) assert.deepEqual(await again, expected);
+    else await assert.rejects(again, { code: 'ERR_STILTFORGE_FILE' });
+  }
+  for (const keptBytes of [-1, 0.5, 2 ** 32, NaN, '9']) {
+    await assert.rejects(openPrinterFile(folder, { keptBytes }), /"keptBytes"/);
+  }
 });
 
 test('what is wrong with a file or a layer is a sentence with a code', async () => {

@@ -95,6 +95,7 @@ export async function printJob(
     usualPixelSize:
       command.getOptionValueSource('pixelSize') === 'default' ? undefined : words.pixelSize,
     threshold: words.threshold,
+    isReadAgain: words.report,
   };
   return {
     name,

@@ -18,7 +18,12 @@ export interface GivenPrint {
   usualPixelSize?: number;
   /** The lowest grey that is material, 1 to 255. */
   threshold?: number;
+  /** Whether its layers are read more than once, as a report reads them. */
+  isReadAgain?: boolean;
 }
+
+/** Bytes of layers that stay decoded. */
+const keptBytes = 96e6;
 
 /** A print as its file has it. */
 export interface PrintedFile {
@@ -75,7 +80,7 @@ export async function openPrint(
   signal?: AbortSignal,
   bytes?: ArrayBuffer,
 ): Promise<PrintedFile> {
-  const file = await opened(name, bytes, given.threshold, signal);
+  const file = await opened(name, bytes, given, signal);
   const layerHeight = given.layerHeight ?? file.layerHeight ?? given.usualLayerHeight;
   if (layerHeight === undefined) throw unsaid(name, 'how high its layers are', '--layer-height');
   const pixel = pixelOf(file, given);
@@ -97,12 +102,12 @@ export async function openPrint(
 async function opened(
   name: string,
   bytes: ArrayBuffer | undefined,
-  threshold: number | undefined,
+  { threshold, isReadAgain }: GivenPrint,
   signal: AbortSignal | undefined,
 ): Promise<PrinterFile> {
   try {
     return await openPrinterFile(bytes ?? name, {
-      ...{ threshold, signal },
+      ...{ threshold, signal, keptBytes: isReadAgain ? keptBytes : 0 },
       ...(bytes && { name }),
     });
   } catch (error) {

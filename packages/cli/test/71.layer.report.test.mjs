@@ -1,12 +1,12 @@
 // Reports of prints that have no mesh, and of what a check found.
 import assert from 'node:assert/strict';
-import { readdir, readFile, stat, writeFile } from 'node:fs/promises';
+import { readdir, readFile, rm, stat, writeFile } from 'node:fs/promises';
 import { join } from 'node:path';
 import { test } from 'node:test';
 import { createLayerSlicer, defaultSupport, openPrinterFile } from 'stiltforge/slicing';
 import { analyseLayers, openPrint, packedPrint, preparePrint } from 'stiltforge-cli/part';
 import { openFile, sliceShown, withoutBrowser } from '../../viewer/test/browser.mjs';
-import { croppedRuns, KeptLayers } from '../dist/output/kept_layers.js';
+import { croppedRuns } from '../dist/output/cropped_runs.js';
 import { layerSurface } from '../dist/output/layer_surface.js';
 import { stiltforge, temporaryFolder } from './harness.mjs';
 import { binaryStl, footAndIsland } from './meshes.mjs';
@@ -146,24 +146,31 @@ test('the check, the shape and the pictures of a print are all told as they go o
   assert.equal(shares.at(-1), 1);
 });
 
-test('a report reads layers that fit into its memory once, and those of a crop are those of its slicer', async (t) => {
+test('a report goes by the layers that the analysis has decoded, where they may stay', async (t) => {
+  const host = { generator: 'test', memory: 1e9 };
+  for (const isReadAgain of [true, false]) {
+    const path = await temporaryFolder(t);
+    const names = tablePngs.map((_, i) => join(path, `layer${i}.png`));
+    for (const [i, png] of tablePngs.entries()) await writeFile(names[i], png);
+    const given = { layerHeight: 0.05, pixelSize: 0.05, isReadAgain };
+    const printed = await openPrint(path, given);
+    const prepared = preparePrint({ name: path, printed, support: defaultSupport }, {}, host);
+    const part = await analyseLayers(prepared, {});
+    for (const name of names) await rm(name);
+    const packed = packedPrint(prepared, part);
+    if (isReadAgain) assert.equal((await packed).document.layers.regions.length, names.length);
+    else await assert.rejects(packed, { code: 'ERR_STILTFORGE_FILE' });
+  }
+});
+
+test('the layers of a crop are those of its slicer', async (t) => {
   const path = join(await temporaryFolder(t), 'plate.sl1');
   await writeFile(path, sl1());
   const file = await openPrinterFile(path);
   const settings = { layerHeight: 0.05, pixelSize: 0.05 };
   const slicer = createLayerSlicer(file, settings);
-  const asked = [];
-  const kept = new KeptLayers({
-    runs(first, count) {
-      asked.push(first);
-      return slicer.runs(first, count);
-    },
-  });
   const count = Math.min(16, file.layerCount);
-  const read = await kept.runs(0, count);
-  assert.deepEqual(await kept.runs(0, count), read);
-  assert.deepEqual(await kept.runs(3, 1), [read[3]]);
-  assert.deepEqual(asked, [0]);
+  const read = await slicer.runs(0, count);
   const rows = read.flatMap(({ rowStart }) =>
     Array.from(rowStart, (_, row) => row).filter((row) => rowStart[row + 1] > rowStart[row]),
   );

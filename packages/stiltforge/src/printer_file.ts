@@ -41,6 +41,11 @@ export interface OpenOptions {
   name?: string;
   /** The lowest grey that is material, 1 to 255; 128 unless set. */
   threshold?: number;
+  /**
+   * Bytes in which layers stay decoded, as runs, for those who read them again: as many as fit, those that
+   * are read first before others; 0 unless set.
+   */
+  keptBytes?: number;
   signal?: AbortSignalLike;
 }
 

@@ -118,7 +118,11 @@ async function analysedPrint(
   tell: Teller,
 ): Promise<AnalysedPart> {
   requireAsItIs(name, placement, print);
-  const given = { usualLayerHeight: print.layerHeight, usualPixelSize: print.pixelSize };
+  const given = {
+    usualLayerHeight: print.layerHeight,
+    usualPixelSize: print.pixelSize,
+    isReadAgain: true,
+  };
   const printed = await openPrint(name, given, undefined, bytes);
   const prepared = preparePrint({ name, printed, support }, { report: true }, host);
   const steps = stepsOf(prepared.slicer.layerCount, tell);

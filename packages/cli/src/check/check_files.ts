@@ -49,11 +49,12 @@ export async function checkFiles(files: readonly string[], run: CheckRun): Promi
 export async function checkFile(file: string, run: FileCheck): Promise<CheckedFile> {
   const { criticalAngle, progress, signal } = run;
   try {
-    const input = await openInput(file, run);
+    const isReadAgain = run.reportFolder !== undefined;
+    const input = await openInput(file, { ...run, given: { ...run.given, isReadAgain } });
     const { layers, print, points, warnings } = input;
     for (const sentence of warnings) run.warn(`${file}: ${sentence}`);
     const triangles = 'mesh' in input.source ? input.source.mesh.length / 9 : 0;
-    await run.admit?.(predictedCheckMemory(layers, triangles, run.reportFolder !== undefined));
+    await run.admit?.(predictedCheckMemory(layers, triangles, isReadAgain));
     progress.start(layers.layerCount, 0);
     try {
       const report = await checkPrint(layers, {

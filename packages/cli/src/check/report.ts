@@ -4,12 +4,12 @@ import {
   bottomOfLayer,
   createLayerSlicer,
   type LayerHeights,
+  type LayerSlicer,
   type PrinterFile,
   type PrintSettings,
 } from 'stiltforge/slicing';
 import type { PartSource } from 'stiltforge-viewer';
 import { commandHost } from '../command_host.js';
-import { KeptLayers } from '../output/kept_layers.js';
 import { inOutputFolder } from '../output/output_folder.js';
 import { packedLayers } from '../output/packed_layers.js';
 import { pageOf, pageWith } from '../output/report.js';
@@ -79,7 +79,7 @@ async function printPage(
   const { file, print } = printed;
   const { progress, signal } = reporting;
   const { layerHeight, pixelSize } = print;
-  const layers = new KeptLayers(createLayerSlicer(file, { layerHeight, pixelSize }));
+  const layers = createLayerSlicer(file, { layerHeight, pixelSize });
   const { box, top } = await boxOf(file, layers, signal);
   const corners = boxOnPlate(printed, box);
   const crop = { column: 0, row: 0, width: file.width, height: file.height };
@@ -148,7 +148,7 @@ const layersAtOnce = 16;
 /** Around all material; around the first pixel where there is none. */
 async function boxOf(
   { width, height, layerCount }: PrinterFile,
-  layers: KeptLayers,
+  layers: LayerSlicer,
   signal?: AbortSignal,
 ): Promise<{ box: PixelBox; top: number }> {
   const box: PixelBox = { left: width, top: height, right: 0, bottom: 0 };

@@ -1,13 +1,14 @@
+import type { LayerSlicer } from 'stiltforge/slicing';
 import { type PackedPart, type PartSource, type PixelGrid, packPart } from 'stiltforge-viewer';
 import { cropAround, type PixelBox, type PrintedFile, placeOnPlate } from '../printed_file.js';
-import { croppedRuns, type KeptLayers } from './kept_layers.js';
+import { croppedRuns } from './cropped_runs.js';
 import { layerSurface } from './layer_surface.js';
 
 /** What a page shows of a print that has no mesh. */
 export interface ReportedPrint extends Pick<PartSource, 'part' | 'strength'> {
   printed: PrintedFile;
-  /** All of its layers. */
-  layers: KeptLayers;
+  /** All of its layers, which are read more than once. */
+  layers: Pick<LayerSlicer, 'runs'>;
   /** Around all material, and its highest layer. */
   box: PixelBox;
   top: number;

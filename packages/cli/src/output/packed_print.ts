@@ -2,7 +2,6 @@ import { checkPrint } from 'stiltforge/check';
 import type { PackedPart } from 'stiltforge-viewer';
 import { checkedPrint } from '../printed_file.js';
 import type { PreparedPrint, SupportedPrint } from '../supported_print.js';
-import { KeptLayers } from './kept_layers.js';
 import { packedLayers } from './packed_layers.js';
 import { besidePoints, reported, strengthOf } from './packed_report.js';
 
@@ -27,7 +26,7 @@ export async function packedPrint(
     progress: (done, total) => progress?.((checkShare * done) / total),
   });
   const source = {
-    ...{ printed, box, top, layers: new KeptLayers(slicer) },
+    ...{ printed, box, top, layers: slicer },
     part: { ...reported(document, part), check: besidePoints(check) },
     strength: strengthOf(document, owedPixels),
   };
