@@ -18,7 +18,6 @@ class RoomBelow {
       : layers_(layers), layersOnPlate_(layersOnPlate) {}
   explicit RoomBelow(uint32_t layers) : RoomBelow(layers, layers) {}
 
-
   /// Takes the material of the next layer, bottom first.
   void add(const RunRows& material);
 
