@@ -4,6 +4,7 @@ import { mkdir, readdir, readFile, writeFile } from 'node:fs/promises';
 import { join } from 'node:path';
 import { test } from 'node:test';
 import { setTimeout } from 'node:timers/promises';
+import { tableText } from '../dist/orient/report.js';
 import { outputNames, start, stiltforge, temporaryFolder } from './harness.mjs';
 import { binaryStl, box, footAndIsland } from './meshes.mjs';
 
@@ -37,6 +38,21 @@ test('the best orientation comes first, with what is gained over the file', asyn
   ]);
   const picture = await readFile(join(outputs, 'orientations.png'));
   assert.equal(picture.toString('latin1', 1, 4), 'PNG');
+});
+
+test('what takes more supports and yet is best says what it is better by', () => {
+  const one = { turn: [90, 0, 0], origin: 'spread', supports: [], cost: 1 };
+  const measures = { points: 71, overhang: 419, islands: 2, height: 11.5, cups: 2825, marks: 0 };
+  const best = { ...measures, points: 89, overhang: 299, cups: 53 };
+  const result = {
+    ...{ tried: 2, search: { pixelSize: 0.2, layerHeight: 0.2 } },
+    ...{ asItIs: { ...one, measures }, best: [{ ...one, measures: best }] },
+  };
+  const text = tableText({ name: 'part.stl', result, seconds: 1, folder: 'out', files: [] });
+  assert.match(
+    text,
+    /\n {2}Best: --rotate 90,0,0, 89 supports instead of 71, but 53 mm3 in cups instead of 2,825\.\n/,
+  );
 });
 
 test('the turned mesh is the part with exactly its corners turned', async (t) => {

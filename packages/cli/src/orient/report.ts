@@ -1,4 +1,4 @@
-import type { OrientResult } from 'stiltforge/orientation';
+import type { OrientationMeasures, OrientResult } from 'stiltforge/orientation';
 import { countText, durationText, rateText } from '../wording.js';
 import { orientationColumns, orientationRows, turnText } from './ranking.js';
 
@@ -53,8 +53,31 @@ function advice({ asItIs, best }: OrientResult): string {
   const [first] = best;
   if (first === undefined) return 'No orientation could be printed.';
   if (first.origin === 'asItIs') return 'It stands best as it is.';
-  const instead = asItIs === undefined ? '' : ` instead of ${countText(asItIs.measures.points)}`;
-  return `Best: --rotate ${turnText(first)}, ${countText(first.measures.points)} supports${instead}.`;
+  const found = `Best: --rotate ${turnText(first)}, ${countText(first.measures.points)} supports`;
+  if (asItIs === undefined) return `${found}.`;
+  const instead = `${found} instead of ${countText(asItIs.measures.points)}`;
+  if (first.measures.points < asItIs.measures.points) return `${instead}.`;
+  return `${instead}${reasonBeyondSupports(first.measures, asItIs.measures)}.`;
+}
+
+const otherMeasures = [
+  ['overhang', 'mm2 of overhang'],
+  ['cups', 'mm3 in cups'],
+  ['islands', 'islands'],
+  ['marks', 'mm2 of marks'],
+  ['height', 'mm of height'],
+] as const;
+
+/** What an orientation that takes no fewer supports is better by. */
+function reasonBeyondSupports(best: OrientationMeasures, asItIs: OrientationMeasures): string {
+  const left = (measure: keyof OrientationMeasures) => best[measure] / asItIs[measure];
+  const [most] = otherMeasures
+    .filter(([measure]) => best[measure] < asItIs[measure])
+    .sort(([a], [b]) => left(a) - left(b));
+  if (most === undefined) return '';
+  const [measure, unit] = most;
+  const [now, before] = [best, asItIs].map((one) => countText(Math.round(one[measure])));
+  return `, but ${now} ${unit} instead of ${before}`;
 }
 
 /** Text to the left, numbers to the right. */
