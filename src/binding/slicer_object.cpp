@@ -1,10 +1,12 @@
 #include "binding/slicer_object.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <new>
 #include <span>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "binding/options.h"
 #include "binding/slicer_calls.h"
@@ -22,6 +24,12 @@ Napi::Array toArray(Napi::Env env, const slicing::Vertex& vertex) {
   array.Set(0u, vertex.x);
   array.Set(1u, vertex.y);
   array.Set(2u, vertex.z);
+  return array;
+}
+
+Napi::Uint32Array toArray(Napi::Env env, const std::vector<uint32_t>& numbers) {
+  Napi::Uint32Array array = Napi::Uint32Array::New(env, numbers.size());
+  std::copy(numbers.begin(), numbers.end(), array.Data());
   return array;
 }
 
@@ -103,7 +111,9 @@ SlicerObject::SlicerObject(const Napi::CallbackInfo& info) : Napi::ObjectWrap<Sl
        constant("height", placement.height), constant("cropX", placement.cropX),
        constant("cropY", placement.cropY), constant("originX", placement.originX),
        constant("originY", placement.originY), constant("plateZ", slicer.plateZ()),
-       Napi::PropertyDescriptor::Value("report", toObject(env, slicer.report()), napi_enumerable)});
+       Napi::PropertyDescriptor::Value("report", toObject(env, slicer.report()), napi_enumerable),
+       Napi::PropertyDescriptor::Value("turnedTriangles", toArray(env, slicer.turnedTriangles()),
+                                       napi_enumerable)});
 }
 
 std::shared_ptr<SharedSlicer> SlicerObject::slicerOf(Napi::Value value) {

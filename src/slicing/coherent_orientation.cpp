@@ -75,12 +75,12 @@ class Patches {
   Patches(TriangleMesh& mesh, const MeshTopology& topology)
       : mesh_(mesh), neighbours_(findNeighbours(topology)), sides_(mesh.triangles.size(), unseen) {}
 
-  bool orient() {
-    bool haveTurned = false;
+  std::vector<uint32_t> orient() {
     for (uint32_t t = 0; t < sides_.size(); ++t) {
-      if (sides_[t] == unseen && collect(t)) haveTurned |= turnLesser();
+      if (sides_[t] == unseen && collect(t)) turnLesser();
     }
-    return haveTurned;
+    std::sort(turned_.begin(), turned_.end());
+    return std::move(turned_);
   }
 
  private:
@@ -108,30 +108,32 @@ class Patches {
     return isOrientable;
   }
 
-  bool turnLesser() {
+  void turnLesser() {
     double area[2] = {0, 0};
     bool haveBoth = false;
     for (const uint32_t t : patch_) {
       area[sides_[t]] += areaOf(mesh_.triangles[t]);
       haveBoth = haveBoth || sides_[t] != sides_[patch_.front()];
     }
-    if (!haveBoth) return false;
+    if (!haveBoth) return;
     const uint8_t lesser = area[1] <= area[0] ? 1 : 0;
     for (const uint32_t t : patch_) {
-      if (sides_[t] == lesser) std::swap(mesh_.triangles[t][1], mesh_.triangles[t][2]);
+      if (sides_[t] != lesser) continue;
+      std::swap(mesh_.triangles[t][1], mesh_.triangles[t][2]);
+      turned_.push_back(t);
     }
-    return true;
   }
 
   TriangleMesh& mesh_;
   const Neighbours neighbours_;
   std::vector<uint8_t> sides_;
   std::vector<uint32_t> patch_;
+  std::vector<uint32_t> turned_;
 };
 
 }  // namespace
 
-bool orientCoherently(TriangleMesh& mesh, const MeshTopology& topology) {
+std::vector<uint32_t> orientCoherently(TriangleMesh& mesh, const MeshTopology& topology) {
   return Patches(mesh, topology).orient();
 }
 

@@ -64,11 +64,13 @@ Slicer::Slicer(TriangleMesh mesh, const SlicerSettings& settings)
   const Contact contact{placement_.pixelSize, layerHeight_};
   MeshTopology topology(mesh);
   report_ = inspectMesh(mesh, topology, contact);
-  if (const uint32_t misoriented = report_.misorientedEdges;
-      misoriented > 0 && orientCoherently(mesh, topology)) {
-    topology = MeshTopology(mesh);
-    report_ = inspectMesh(mesh, topology, contact);
-    report_.misorientedEdges = misoriented;
+  if (const uint32_t misoriented = report_.misorientedEdges; misoriented > 0) {
+    turnedTriangles_ = orientCoherently(mesh, topology);
+    if (!turnedTriangles_.empty()) {
+      topology = MeshTopology(mesh);
+      report_ = inspectMesh(mesh, topology, contact);
+      report_.misorientedEdges = misoriented;
+    }
   }
   contours_ = LayerContours(std::move(mesh), topology);
   if (report_.openParts > 0) report_.widestGap = widestGap();

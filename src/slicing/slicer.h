@@ -47,6 +47,8 @@ class Slicer : public SliceSource {
   /// Of the mesh with its triangles oriented coherently, as the slices have it; the misoriented
   /// edges are those of the mesh as it came.
   const MeshReport& report() const { return report_; }
+  /// Triangles of the mesh, ascending, that the slices have turned around, see orientCoherently().
+  const std::vector<uint32_t>& turnedTriangles() const { return turnedTriangles_; }
 
   /// mm above the plate: the middle of the layer.
   double heightOf(uint32_t index) const { return (index + 0.5) * layerHeight_; }
@@ -77,6 +79,7 @@ class Slicer : public SliceSource {
   uint32_t layerCount_;
   ScreenPlacement placement_;
   MeshReport report_;
+  std::vector<uint32_t> turnedTriangles_;
   ChannelFalloff falloff_;
   LayerContours contours_;
   std::vector<LayerContours::Cut> cuts_;

@@ -38,6 +38,7 @@ if (isMainThread) {
           expectedVolume: 24,
           bounds: { min: [0, 0, 0], max: [4, 2, 3] },
         },
+        turnedTriangles: new Uint32Array(),
       },
     );
   });

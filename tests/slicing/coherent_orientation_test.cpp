@@ -54,6 +54,15 @@ TEST(CoherentOrientation, ASolidWithAnyFacesTurnedAroundIsSlicedAsIfNoneWere) {
   }
 }
 
+TEST(CoherentOrientation, TheLesserSideIsTurnedAndTold) {
+  Soup soup = box({0, 0, 0}, {3, 4, 5});
+  for (const std::size_t t : {7, 2}) turnTriangle(soup, t);
+  TriangleMesh mesh = TriangleMesh::fromSoup(soup);
+  EXPECT_EQ(orientCoherently(mesh, MeshTopology(mesh)), (std::vector<uint32_t>{2, 7}));
+  EXPECT_TRUE(MeshTopology(mesh).irregularEdges.empty());
+  EXPECT_EQ(Slicer(soup, unitSettings(20)).turnedTriangles(), (std::vector<uint32_t>{2, 7}));
+}
+
 TEST(CoherentOrientation, ACavityStaysOneWhenSomeOfItsFacesAreTurnedAround) {
   const Soup outer = ball({0, 0, 8}, 8, 24, 12);
   const Soup inner = flipped(ball({0, 0, 8}, 4, 16, 8));
@@ -86,14 +95,14 @@ TEST(CoherentOrientation, WhatCannotBeOrientedStays) {
   }
   TriangleMesh mesh = TriangleMesh::fromSoup(strip);
   const std::vector<Triangle> before = mesh.triangles;
-  EXPECT_FALSE(orientCoherently(mesh, MeshTopology(mesh)));
+  EXPECT_TRUE(orientCoherently(mesh, MeshTopology(mesh)).empty());
   EXPECT_EQ(mesh.triangles, before);
 }
 
 TEST(CoherentOrientation, NothingIsTurnedWhereAllFit) {
   TriangleMesh mesh = TriangleMesh::fromSoup(flipped(box({0, 0, 0}, {3, 4, 5})));
   const std::vector<Triangle> before = mesh.triangles;
-  EXPECT_FALSE(orientCoherently(mesh, MeshTopology(mesh)));
+  EXPECT_TRUE(orientCoherently(mesh, MeshTopology(mesh)).empty());
   EXPECT_EQ(mesh.triangles, before);
 }
 

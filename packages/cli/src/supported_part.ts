@@ -12,6 +12,7 @@ import { codeOf, ExitCode, messageOf, UserError } from './errors.js';
 import { type FinishedLayers, finishLayers, type LayersVisitor } from './finished_layers.js';
 import type { Host } from './host.js';
 import { type Making, requireMemory } from './memory.js';
+import { turnedBack } from './mesh/turned_back.js';
 import { nameOfPath } from './name_of_path.js';
 import type { SupportsDocument } from './output/documents.js';
 import { meshPlaces, Records } from './output/records.js';
@@ -47,6 +48,7 @@ export interface PartJob {
 export interface SupportedPart extends FinishedLayers {
   /** Everything that supports.json says. */
   document: SupportsDocument;
+  /** As it was sliced: triangles that disagreed with their neighbours are turned around. */
   mesh: Triangles;
   slicer: Slicer;
   parameters: AnalysisParameters;
@@ -119,7 +121,8 @@ export async function analysePart(
   const empty = (): UserError => emptySlices(job, slicer);
   const finished = await finishLayers(slicer, parameters, job, visitor, empty);
   const document = documentOf(job, host, slicer, parameters, finished);
-  return { document, mesh: job.mesh, slicer, parameters, ...finished };
+  const mesh = turnedBack(job.mesh, slicer.turnedTriangles);
+  return { document, mesh, slicer, parameters, ...finished };
 }
 
 function documentOf(

@@ -61,6 +61,17 @@ async function findingsOf(file) {
   return JSON.parse(out).files[0].findings;
 }
 
+test('the part is written as it was sliced: turned faces are turned back', async (t) => {
+  const faces = table();
+  const turned = faces.map(([a, b, c], i) => (i % 4 === 1 ? [a, c, b] : [a, b, c]));
+  const { out } = await builtOf(t, turned, ['--merge']);
+  const written = await readFile(join(out, 'part_with_supports.stl'));
+  const { out: sound } = await builtOf(t, faces, ['--merge']);
+  const { positions } = await loadMesh(join(out, 'part_with_supports.stl'));
+  assert.ok(isClosed(positions.subarray(0, 9 * faces.length)));
+  assert.equal(written.length, (await readFile(join(sound, 'part_with_supports.stl'))).length);
+});
+
 test('supports.stl has a support for each point, closed, from the plate into the part', async (t) => {
   const { out, document, scaffold } = await builtOf(t, footAndIsland());
   assert.deepEqual(await outputNames(out), ['supports.json', 'supports.stl']);

@@ -116,6 +116,8 @@ export interface Slicer {
   /** mm: z of the plate in the mesh's coordinates. */
   readonly plateZ: number;
   readonly report: MeshReport;
+  /** Numbers of the mesh's triangles that the slices have turned around, so that neighbours agree. */
+  readonly turnedTriangles: Uint32Array;
   /**
    * A layer, counted from 0 at the plate. Calls run one after the other; any order of layers gives
    * the same bytes, ascending is fastest. `recycled`, of exactly width * height * 4 bytes, is
