@@ -30,9 +30,8 @@ export interface Findings {
 export function meshWarnings(findings: Findings): string[] {
   const { report } = findings;
   return [
-    ...(report.openParts > 0
-      ? openSurface(report, findings.pixelSize)
-      : volumeDifference(findings)),
+    ...openSurface(report, findings.pixelSize),
+    ...volumeDifference(findings),
     ...sealedVoids(report.cavities, findings),
     ...emptyLayers(findings),
     ...floatingParts(findings),
@@ -48,7 +47,9 @@ export function layerWarnings(findings: LayerFindings): string[] {
   return [...sealedVoids(0, findings), ...emptyLayers(findings), ...withoutRoom(findings)];
 }
 
-function openSurface(report: MeshReport, pixelSize: number): string[] {
+/** What had to be guessed of a mesh that is not closed. */
+export function openSurface(report: MeshReport, pixelSize: number): string[] {
+  if (report.openParts === 0) return [];
   const { openEdges, misorientedEdges, nonManifoldEdges, widestGap } = report;
   if (openEdges > 0 && widestGap === 0) {
     return [
@@ -71,7 +72,9 @@ function openSurface(report: MeshReport, pixelSize: number): string[] {
 }
 
 function volumeDifference({ report, sliceVolume: slices, heights }: Findings): string[] {
-  const { expectedVolume: mesh, bounds } = report;
+  const { expectedVolume: mesh, bounds, openParts } = report;
+  // That of an open part depends on how it is closed.
+  if (openParts > 0) return [];
   const difference = slices / mesh - 1;
   // Layers end up to half of one above or below a level face.
   const rounding = heights.layerHeight / (2 * (bounds.max[2] - bounds.min[2]));

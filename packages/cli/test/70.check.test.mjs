@@ -55,6 +55,14 @@ const sound = Array(20).fill([foot]);
 /** A block that begins in the air. */
 const faulty = [...Array(10).fill([foot]), ...Array(10).fill([foot, [25, 5, 35, 15]])];
 
+test('a mesh that is not closed is told: what is checked was guessed', async (t) => {
+  const open = box([0, 0, 0], [4, 4, 3]).filter((corners) => !corners.every(([x]) => x === 4));
+  const part = await stl(t, open);
+  const { code, err } = await stiltforge(['check', part, ...coarse, '--quiet']);
+  assert.equal(code, 0);
+  assert.match(err, /^stiltforge: warning: .*part\.stl: The mesh has 4 open edges, .* up to 4 mm/);
+});
+
 test('a part that holds gives exit code 0 and one sentence', async (t) => {
   const part = await stl(t, box([0, 0, 0], [4, 4, 3]));
   const { code, out } = await stiltforge(['check', part, ...coarse, '--quiet']);

@@ -9,6 +9,7 @@ import {
 } from 'stiltforge/slicing';
 import { ExitCode, messageOf, UserError } from '../errors.js';
 import { loadMesh } from '../mesh/load.js';
+import { turnedBack } from '../mesh/turned_back.js';
 import type { PartOptions } from '../part_options.js';
 import { placedMesh } from '../placement.js';
 import {
@@ -18,6 +19,7 @@ import {
   openPrint,
   type PrintedFile,
 } from '../printed_file.js';
+import { openSurface } from '../warnings.js';
 import type { SupportPlace } from './points.js';
 
 /** Layers of a mesh, as it was placed; mm from the plate to it. */
@@ -76,8 +78,8 @@ async function openMesh(file: string, options: InputOptions): Promise<CheckInput
       column: Math.floor((x - slicer.originX) / pixelSize),
       row: Math.floor((slicer.originY - y) / pixelSize),
     })),
-    source: { slicer, mesh: placed, lift },
-    warnings: mesh.warnings,
+    source: { slicer, mesh: turnedBack(placed, slicer.turnedTriangles), lift },
+    warnings: [...mesh.warnings, ...openSurface(slicer.report, pixelSize)],
   };
 }
 
