@@ -1,5 +1,6 @@
 import assert from 'node:assert/strict';
 import { test } from 'node:test';
+import sharp from 'sharp';
 import {
   lookAlike,
   openPage,
@@ -397,3 +398,41 @@ test('damaged slices and a damaged mesh are sentences', { skip }, async (t) => {
   await page.getByText(/^This slice can't be shown: /).waitFor();
   assert.deepEqual(complaints, []);
 });
+
+/** Of a picture, the share of its width and of its height that what is drawn dark takes. */
+async function darkExtent(picture) {
+  const { data, info } = await sharp(picture)
+    .greyscale()
+    .raw()
+    .toBuffer({ resolveWithObject: true });
+  const { width, height, channels } = info;
+  const [columns, rows] = [new Set(), new Set()];
+  for (let pixel = 0; pixel < width * height; pixel++) {
+    if (data[pixel * channels] > 180) continue;
+    columns.add(pixel % width);
+    rows.add(Math.floor(pixel / width));
+  }
+  const extent = (places, all) => (Math.max(...places) - Math.min(...places)) / all;
+  return [extent(columns, width), extent(rows, height)];
+}
+
+for (const [what, size, isFilled] of [
+  ['stands', [0.3, 0.3, 60], ([, high]) => high > 0.8],
+  ['lies', [60, 0.3, 0.3], ([wide]) => wide > 0.8],
+]) {
+  test(`a needle that ${what} fills the picture, with a box around it`, { skip }, async (t) => {
+    const source = smallPart();
+    Object.assign(source.part.model, { min: [0, 0, 0], max: size });
+    source.part.supports = [];
+    const { page } = await open(t, {
+      ...source,
+      positions: boxesMesh([[0, 0, 0, ...size]]),
+      scaffold: undefined,
+    });
+    await page.keyboard.press('c');
+    await page.keyboard.press('2');
+    const extent = await darkExtent(await pictureOfScene(page));
+    assert.ok(isFilled(extent), `${extent}`);
+    assert.ok(Math.min(...extent) > 0.04, `${extent}`);
+  });
+}

@@ -23,6 +23,7 @@ import type { RingPairs } from '../../src/scaffold_codec.js';
 import type { Palette } from '../palette.js';
 import type { ViewedPart } from '../part.js';
 import { CutFace } from './cut_face.js';
+import { Frame } from './frame.js';
 import { PointMarks } from './point_marks.js';
 import { ScaffoldMesh } from './scaffold_mesh.js';
 import { shadedSurface } from './surface.js';
@@ -37,6 +38,7 @@ export class PartScene {
   readonly scene = new Scene();
   /** mm, from the plate on. */
   readonly size: Vector3;
+  readonly frame: Frame;
   readonly marks: PointMarks;
   readonly cutFace: CutFace;
   private readonly scaffold = new ScaffoldMesh();
@@ -71,11 +73,12 @@ export class PartScene {
   constructor(private readonly part: ViewedPart) {
     const { min, max, plateZ } = part;
     this.size = new Vector3(max[0] - min[0], max[1] - min[1], max[2] - plateZ);
+    this.frame = new Frame(this.size);
     this.marks = new PointMarks(part, this.size.length());
     this.cutFace = new CutFace(part);
     this.plate = this.makePlate();
     this.scene.add(this.light, this.light.target, this.sky, this.plate);
-    this.scene.add(this.marks.group, this.cutFace.mesh, this.scaffold.group);
+    this.scene.add(this.marks.group, this.cutFace.mesh, this.scaffold.group, this.frame.lines);
   }
 
   /** Takes the mesh in, which comes later than the rest. */
@@ -141,6 +144,7 @@ export class PartScene {
     this.palette = palette;
     this.plateFace.color.set(palette.plate);
     this.plateLines.color.set(palette.plateLines);
+    this.frame.setPalette(palette);
     this.hint.color.set(palette.part);
     this.marks.setPalette(palette);
     this.scaffold.setPalette(palette);
@@ -174,7 +178,8 @@ export class PartScene {
 
   /** A disc with lines, every 10 mm mostly. */
   private makePlate(): Group {
-    const radius = 0.72 * Math.hypot(this.size.x, this.size.y);
+    const { half } = this.frame;
+    const radius = 1.44 * Math.hypot(half.x, half.y);
     const disc = new Mesh(new CircleGeometry(radius, 96), this.plateFace);
     disc.position.z = -0.002 * radius;
     const ends: number[] = [];

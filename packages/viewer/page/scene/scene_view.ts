@@ -5,6 +5,7 @@ import type { Place } from '../finding.js';
 import type { ViewedPart } from '../part.js';
 import type { ThemeChoice } from '../theme.js';
 import type { ViewModel } from '../view_state.js';
+import { distanceThatShows } from './fitting.js';
 import { PartScene } from './part_scene.js';
 
 /** Directions from which the part may be seen, and their keys. */
@@ -111,7 +112,7 @@ export class SceneView {
       direction.setZ(least).normalize();
     }
     const distance = Math.min(
-      0.62 * this.fittingDistance(),
+      0.62 * this.fittingDistance(direction),
       this.camera.position.distanceTo(this.controls.target),
     );
     this.flyTo(target.clone().addScaledVector(direction, distance), target);
@@ -121,9 +122,9 @@ export class SceneView {
     const found = directions.find((direction) => direction.key === key);
     if (found === undefined || this.controls === null) return;
     this.views.value = key;
-    const target = new Vector3(0, 0, this.scene.size.z / 2);
+    const target = new Vector3(0, 0, this.scene.frame.half.z);
     const direction = new Vector3(...found.from).normalize();
-    this.flyTo(target.clone().addScaledVector(direction, this.fittingDistance()), target);
+    this.flyTo(target.clone().addScaledVector(direction, this.fittingDistance(direction)), target);
   }
 
   /** Gives the graphics memory back; the view can't be used any more. */
@@ -166,21 +167,27 @@ export class SceneView {
     controls.mouseButtons = { LEFT: MOUSE.ROTATE, MIDDLE: MOUSE.DOLLY, RIGHT: MOUSE.PAN };
     controls.touches = { ONE: TOUCH.ROTATE, TWO: TOUCH.DOLLY_PAN };
     controls.zoomToCursor = true;
-    const target = new Vector3(0, 0, this.scene.size.z / 2);
+    const target = new Vector3(0, 0, this.scene.frame.half.z);
     controls.target.copy(target);
     const direction = new Vector3(...directions[0].from).normalize();
-    this.camera.position.copy(target).addScaledVector(direction, this.fittingDistance());
+    this.camera.position.copy(target).addScaledVector(direction, this.fittingDistance(direction));
     controls.minDistance = 0.02 * this.scene.size.length();
-    controls.maxDistance = 4 * this.fittingDistance();
+    controls.maxDistance = 4 * this.distanceOfSphere();
     controls.update();
     controls.addEventListener('change', () => this.plan());
     return controls;
   }
 
-  private fittingDistance(): number {
-    const radius = 0.48 * this.scene.size.length();
+  /** From where the part fills the picture, looked at from this direction. */
+  private fittingDistance(direction: Vector3): number {
+    const along = Math.tan((angleOfView * Math.PI) / 360);
+    return distanceThatShows(this.scene.frame.half, direction, along * this.camera.aspect, along);
+  }
+
+  /** From where it stays in the picture, however it is turned. */
+  private distanceOfSphere(): number {
     const half = Math.tan((angleOfView * Math.PI) / 360) * Math.min(1, this.camera.aspect);
-    return radius / Math.sin(Math.atan(half));
+    return this.scene.frame.half.length() / Math.sin(Math.atan(half));
   }
 
   private listen(): void {
@@ -260,14 +267,15 @@ export class SceneView {
   private resize(): void {
     const { clientWidth, clientHeight } = this.frame;
     if (this.renderer === null || clientWidth === 0 || clientHeight === 0) return;
-    const before = this.fittingDistance();
+    const offset = this.camera.position.clone().sub(this.controls?.target ?? new Vector3());
+    const direction = offset.clone().normalize();
+    const before = this.fittingDistance(direction);
     this.renderer.setPixelRatio(Math.min(2, devicePixelRatio));
     this.renderer.setSize(clientWidth, clientHeight, false);
     this.camera.aspect = clientWidth / clientHeight;
     if (this.controls !== null) {
-      const { target } = this.controls;
-      const offset = this.camera.position.clone().sub(target);
-      this.camera.position.copy(target).addScaledVector(offset, this.fittingDistance() / before);
+      const share = this.fittingDistance(direction) / before;
+      this.camera.position.copy(this.controls.target).addScaledVector(offset, share);
     }
     this.plan();
   }
