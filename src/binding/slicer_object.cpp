@@ -1,6 +1,6 @@
 #include "binding/slicer_object.h"
 
-#include <algorithm>
+#include <cstddef>
 #include <cstdint>
 #include <new>
 #include <span>
@@ -8,6 +8,7 @@
 #include <utility>
 #include <vector>
 
+#include "binding/array_buffer.h"
 #include "binding/options.h"
 #include "binding/slicer_calls.h"
 #include "node_api/host_memory.h"
@@ -27,10 +28,17 @@ Napi::Array toArray(Napi::Env env, const slicing::Vertex& vertex) {
   return array;
 }
 
-Napi::Uint32Array toArray(Napi::Env env, const std::vector<uint32_t>& numbers) {
-  Napi::Uint32Array array = Napi::Uint32Array::New(env, numbers.size());
-  std::copy(numbers.begin(), numbers.end(), array.Data());
-  return array;
+Napi::Value toArray(Napi::Env env, const std::vector<uint32_t>& numbers,
+                    const std::string& withoutMemory) {
+  const std::size_t bytes = numbers.size() * sizeof(uint32_t);
+  const Napi::ArrayBuffer buffer = newArrayBuffer(env, bytes, withoutMemory);
+  napi_value array = nullptr;
+  if (copyToHost(env, buffer, numbers.data(), bytes) != napi_ok ||
+      napi_create_typedarray(env, napi_uint32_array, numbers.size(), buffer, 0, &array) !=
+          napi_ok) {
+    throw Napi::Error::New(env);
+  }
+  return {env, array};
 }
 
 Napi::Object toObject(Napi::Env env, const slicing::MeshReport& report) {
@@ -86,6 +94,9 @@ SlicerObject::SlicerObject(const Napi::CallbackInfo& info) : Napi::ObjectWrap<Sl
              "offsetY", "lift", "margin", "criticalAngle", "fullOverhang", "inset"});
   const slicing::SlicerSettings settings = readSettings(options);
   const Napi::TypedArray positions = options.floats("positions");
+  const std::string withoutMemory = "There is not enough memory to prepare a mesh of " +
+                                    std::to_string(positions.ElementLength() / 9) +
+                                    " triangles. Simplify it first.";
   try {
     auto slicer =
         std::make_unique<slicing::Slicer>(HostBytes::ofView(positions).as<float>(), settings);
@@ -94,14 +105,13 @@ SlicerObject::SlicerObject(const Napi::CallbackInfo& info) : Napi::ObjectWrap<Sl
   } catch (const slicing::SlicingError& failure) {
     throw Napi::Error::New(env, failure.what());
   } catch (const std::bad_alloc&) {
-    throw Napi::Error::New(env, "There is not enough memory to prepare a mesh of " +
-                                    std::to_string(positions.ElementLength() / 9) +
-                                    " triangles. Simplify it first.");
+    throw Napi::Error::New(env, withoutMemory);
   }
+  const slicing::Slicer& slicer = *slicer_;
+  const Napi::Value turned = toArray(env, slicer.turnedTriangles(), withoutMemory);
   Napi::MemoryManagement::AdjustExternalMemory(env, meshBytes());
   info.This().As<Napi::Object>().TypeTag(&typeTag);
 
-  const slicing::Slicer& slicer = *slicer_;
   const slicing::ScreenPlacement& placement = slicer.placement();
   const auto constant = [&](const char* name, double value) {
     return Napi::PropertyDescriptor::Value(name, Napi::Number::New(env, value), napi_enumerable);
@@ -112,8 +122,7 @@ SlicerObject::SlicerObject(const Napi::CallbackInfo& info) : Napi::ObjectWrap<Sl
        constant("cropY", placement.cropY), constant("originX", placement.originX),
        constant("originY", placement.originY), constant("plateZ", slicer.plateZ()),
        Napi::PropertyDescriptor::Value("report", toObject(env, slicer.report()), napi_enumerable),
-       Napi::PropertyDescriptor::Value("turnedTriangles", toArray(env, slicer.turnedTriangles()),
-                                       napi_enumerable)});
+       Napi::PropertyDescriptor::Value("turnedTriangles", turned, napi_enumerable)});
 }
 
 std::shared_ptr<SharedSlicer> SlicerObject::slicerOf(Napi::Value value) {

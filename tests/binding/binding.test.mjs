@@ -43,6 +43,19 @@ if (isMainThread) {
     );
   });
 
+  test('tells which triangles the slices have turned around', () => {
+    const options = boxOptions();
+    const positions = options.positions.slice();
+    for (const triangle of [2, 7]) {
+      const [second, third] = [9 * triangle + 3, 9 * triangle + 6];
+      positions.copyWithin(second, third, third + 3);
+      positions.set(options.positions.subarray(second, third), third);
+    }
+    const { turnedTriangles, report } = new Slicer({ ...options, positions });
+    assert.deepEqual(turnedTriangles, Uint32Array.of(2, 7));
+    assert.equal(report.openParts, 0);
+  });
+
   test('promises pixels, their count and the height', async () => {
     const slicer = new Slicer(boxOptions());
     const { pixels, materialPixels, z } = await slicer.slice(1);
