@@ -79,7 +79,7 @@ bool HeldOverhang::isEnoughFarWithout(const Place& place) const {
   return farLoss == 0 || isEnoughOfAllFar(farLoss);
 }
 
-bool HeldOverhang::isClosedAfterMove(const Place& from, const Place& to) {
+bool HeldOverhang::holdsAsMuchFarAway(const Place& from, const Place& to) {
   const uint64_t loss = far_.lossOf(from);
   if (loss < leastGap_) return true;
   far_.remove(from);

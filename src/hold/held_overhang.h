@@ -55,8 +55,9 @@ class HeldOverhang {
   /// Whether no gap opens far from all points when the one there goes, and enough of all overhang
   /// stays held.
   bool isEnoughFarWithout(const Place& place) const;
-  /// Whether no gap opens far from all points when the one at `from` moves to `to`.
-  bool isClosedAfterMove(const Place& from, const Place& to);
+  /// Whether as much steep overhang lies within farReach, or less only by what makes no gap, when
+  /// the point at `from` moves to `to`.
+  bool holdsAsMuchFarAway(const Place& from, const Place& to);
 
  private:
   const Survey& survey_;

@@ -47,7 +47,7 @@ bool moveToBetterPlaces(const Candidates& candidates, HeldOverhang& held, KeptPo
   for (std::size_t i = kept.pinned(); i < kept.points().size(); ++i) {
     stopIfCancelled(cancelled);
     const std::optional<std::size_t> best = bestPlaceFor(i, candidates, kept);
-    if (!best || !held.isClosedAfterMove(kept.placeOf(i), candidates.placeOf(*best))) continue;
+    if (!best || !held.holdsAsMuchFarAway(kept.placeOf(i), candidates.placeOf(*best))) continue;
     kept.replace(i, candidates.pointOf(*best));
     anyMoved = true;
   }
