@@ -26,7 +26,7 @@ class Candidates {
 
   std::size_t size() const { return places_.size(); }
   bool isAnalysed(std::size_t candidate) const { return candidate < survey_.points().size(); }
-  /// The sample of one that is not of the analysis, and the reverse.
+  /// Of one that is not of the analysis, its number in Survey::samples().
   std::size_t sampleOf(std::size_t candidate) const { return candidate - survey_.points().size(); }
   /// Whether a point there could hold something.
   bool isUsable(std::size_t candidate) const { return isUsable_[candidate] != 0; }

@@ -23,8 +23,8 @@ namespace stiltforge::hold {
 ///    same then until `share` of all overhang lies within reach and farShare within farReach.
 /// 4. Where leastGap is left further than farReach from all points, one is added.
 /// 5. Points of steps 3 and 4 without which that is still so go again; the others move to where
-///    they hold more of what the rest leaves, near by, and once more those go that have become
-///    needless.
+///    they hold more of what the rest leaves, near by. What that leaves open of all overhang gets
+///    points as in step 3, and once more those go that have become needless.
 /// 6. A point of the analysis that still holds leastOwnArea alone, within ownReach, stays, too: a
 ///    flat underside is heavier than its extent tells. Added ones that it makes needless go.
 ///

@@ -2,8 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <string>
-
 #include "finishing.h"
 
 namespace stiltforge::hold {
