@@ -58,11 +58,17 @@ export async function roadOf(api) {
     layerHeight: 0.1,
     pixelSize: 0.1,
   });
+  // The second triangle, turned around.
+  const spoilt = positions.slice();
+  spoilt.copyWithin(12, 15, 18);
+  spoilt.set(positions.subarray(12, 15), 15);
+  const { turnedTriangles } = api.createSlicer({ positions: spoilt, ...print });
   const mask = Uint8Array.from({ length: 1200 }, (_, i) => (i * 7919) % 256);
   return {
     file,
     positions,
     report: slicer.report,
+    turnedTriangles,
     model,
     layers,
     finished,
