@@ -11,7 +11,7 @@ namespace stiltforge::hold {
 
 /// Tells which places of a part belong to one body: those joined by material of the layers between
 /// the two and some above. In a part of crumbs without end, where that takes searches over more
-/// than mostVisited regions in all, the rest counts as one.
+/// than mostVisited regions in all, what is not known by then counts as one.
 class Bodies {
  public:
   static constexpr uint64_t mostVisited = 1 << 20;

@@ -90,7 +90,8 @@ std::vector<uint32_t> Coverage::remove(const Place& place) {
   forEachHeld(
       place, [&](uint32_t sample) { return counts(sample); },
       [&](uint32_t sample) {
-        if (--points_[sample] > 0) return;
+        // Of a body whose searches have become too many it may hold more than when it came.
+        if (isOpen(sample) || --points_[sample] > 0) return;
         reachedPixels_ -= survey_.samples()[sample].pixels;
         freed.push_back(sample);
       });
