@@ -436,3 +436,47 @@ for (const [what, size, isFilled] of [
     assert.ok(Math.min(...extent) > 0.04, `${extent}`);
   });
 }
+
+/** Counts, in the page, the bytes that each of its tasks for a frame hands to the graphics card. */
+function countUploads() {
+  globalThis.uploads = [0];
+  const request = globalThis.requestAnimationFrame.bind(globalThis);
+  globalThis.requestAnimationFrame = (task) =>
+    request((time) => {
+      globalThis.uploads.push(0);
+      task(time);
+    });
+  const { bufferData } = WebGL2RenderingContext.prototype;
+  WebGL2RenderingContext.prototype.bufferData = function (target, data, ...rest) {
+    globalThis.uploads[globalThis.uploads.length - 1] += data.byteLength ?? 0;
+    return bufferData.call(this, target, data, ...rest);
+  };
+}
+
+test('a mesh of many triangles comes into the picture in pieces, between which others have their turn', {
+  skip,
+}, async (t) => {
+  const source = smallPart();
+  const { max } = source.part.model;
+  const side = 220;
+  const corner = (i, j) => [
+    (max[0] * i) / side,
+    (max[1] * j) / side,
+    max[2] * (0.5 + 0.5 * Math.sin(i / 9) * Math.cos(j / 7)),
+  ];
+  const positions = new Float32Array(18 * side * side);
+  for (let i = 0, at = 0; i < side; i++) {
+    for (let j = 0; j < side; j++, at += 18) {
+      const [a, b, c, d] = [corner(i, j), corner(i + 1, j), corner(i + 1, j + 1), corner(i, j + 1)];
+      positions.set([...a, ...b, ...c, ...a, ...c, ...d], at);
+    }
+  }
+  const { page } = await open(t, { ...source, positions }, { before: countUploads });
+  await sceneDrawn(page);
+  const uploads = await page.evaluate(() => globalThis.uploads);
+  const triangles = positions.length / 9;
+  const [whole, most] = [uploads.reduce((sum, bytes) => sum + bytes), Math.max(...uploads)];
+  // Positions, normals and colours.
+  assert.ok(whole >= 3 * 36 * triangles, `${whole}`);
+  assert.ok(most < 0.4 * whole, `${uploads}`);
+});

@@ -46,14 +46,15 @@ after(async () => {
 });
 
 /**
- * Opens a file in a window that goes with the test. `asked` collects what the page requests beyond
+ * Opens a file in a window that goes with the test; `before` runs there before the page does. `asked` collects what the page requests beyond
  * itself, `complaints` its errors and warnings.
  */
-export async function openFile(t, file, { webgl = true, ...options } = {}) {
+export async function openFile(t, file, { webgl = true, before, ...options } = {}) {
   const browser = await browserWith(webgl);
   const page = await browser.newPage({ viewport: { width: 1280, height: 800 }, ...options });
   t.after(() => page.close());
   page.setDefaultTimeout(longest);
+  if (before) await page.addInitScript(before);
   const address = pathToFileURL(file).href;
   const asked = [];
   const complaints = [];

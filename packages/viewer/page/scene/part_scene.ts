@@ -26,12 +26,18 @@ import { CutFace } from './cut_face.js';
 import { Frame } from './frame.js';
 import { PointMarks } from './point_marks.js';
 import { ScaffoldMesh } from './scaffold_mesh.js';
-import { shadedSurface } from './surface.js';
+import { type ShadedSurface, shadedSurface } from './surface.js';
 
 const gridSteps = 65_535;
 
 /** How dense what lies above the cut is. */
 const ghost = 0.2;
+
+/** A part of the mesh: its tints, and the colours that follow from them. */
+interface Piece {
+  tints: Float32Array;
+  colours: BufferAttribute;
+}
 
 /** The part over its plate in three dimensions, in mm, its box centred on x = y = 0, the plate at z = 0. */
 export class PartScene {
@@ -59,14 +65,12 @@ export class PartScene {
     colorWrite: false,
     side: FrontSide,
   });
-  private readonly hintMesh = new Mesh(new BufferGeometry(), this.hint);
-  private readonly hintDepthMesh = new Mesh(new BufferGeometry(), this.hintDepth);
+  private readonly hints = new Group();
   private readonly plateFace = new MeshBasicMaterial({ side: FrontSide });
   private readonly plateLines = new LineBasicMaterial();
   private readonly light = new DirectionalLight(0xffffff, 1.7);
   private readonly sky = new HemisphereLight(0xffffff, 0xb4bdc8, 1.6);
-  private tints: Float32Array = new Float32Array();
-  private colours: BufferAttribute | null = null;
+  private readonly pieces: Piece[] = [];
   private palette: Palette | null = null;
   private isTinted = true;
 
@@ -79,32 +83,41 @@ export class PartScene {
     this.plate = this.makePlate();
     this.scene.add(this.light, this.light.target, this.sky, this.plate);
     this.scene.add(this.marks.group, this.cutFace.mesh, this.scaffold.group, this.frame.lines);
+    this.scene.add(this.hints);
   }
 
-  /** Takes the mesh in, which comes later than the rest. */
-  setMesh(mesh: GridMesh): void {
+  /** Takes the mesh in, which comes later than the rest, in steps that leave time for others between. */
+  *takeMesh(mesh: GridMesh): Generator<void> {
     const { settings } = this.part.document.part;
     const { criticalAngle = 45 } = (settings ?? {}) as { criticalAngle?: number };
-    const { min, max, lift } = this.part;
+    const { min, max } = this.part;
     const scale = max.map((top, axis) => (top - min[axis]) / gridSteps);
-    const { positions, normals, tints } = shadedSurface(mesh, scale, criticalAngle);
+    for (const surface of shadedSurface(mesh, scale, criticalAngle)) {
+      if (surface !== undefined) this.addPiece(surface);
+      yield;
+    }
+  }
+
+  private addPiece({ positions, normals, tints }: ShadedSurface): void {
     for (let i = 0; i < positions.length; i += 3) {
       positions[i] -= this.size.x / 2;
       positions[i + 1] -= this.size.y / 2;
-      positions[i + 2] += lift;
+      positions[i + 2] += this.part.lift;
     }
-    this.tints = tints;
-    this.colours = new BufferAttribute(new Float32Array(positions.length), 3);
+    const colours = new BufferAttribute(new Float32Array(positions.length), 3);
     const geometry = new BufferGeometry()
       .setAttribute('position', new BufferAttribute(positions, 3))
       .setAttribute('normal', new BufferAttribute(normals, 3))
-      .setAttribute('color', this.colours);
-    this.hintMesh.geometry = geometry;
-    this.hintDepthMesh.geometry = geometry;
-    this.hintDepthMesh.renderOrder = 1;
-    this.hintMesh.renderOrder = 2;
-    this.scene.add(new Mesh(geometry, this.solid), this.hintDepthMesh, this.hintMesh);
-    this.paint();
+      .setAttribute('color', colours);
+    const depth = new Mesh(geometry, this.hintDepth);
+    const hint = new Mesh(geometry, this.hint);
+    depth.renderOrder = 1;
+    hint.renderOrder = 2;
+    this.hints.add(depth, hint);
+    this.scene.add(new Mesh(geometry, this.solid));
+    const piece = { tints, colours };
+    this.pieces.push(piece);
+    this.paint([piece]);
   }
 
   /** Takes the supports in as they are built, which come later, too. */
@@ -131,8 +144,7 @@ export class PartScene {
     this.scaffold.cut(z === null ? [] : [this.below]);
     this.hint.clippingPlanes = [this.above];
     this.hintDepth.clippingPlanes = [this.above];
-    this.hintMesh.visible = z !== null;
-    this.hintDepthMesh.visible = z !== null;
+    this.hints.visible = z !== null;
     this.cutFace.mesh.visible = z !== null;
     if (z === null) return;
     this.below.constant = z;
@@ -162,18 +174,17 @@ export class PartScene {
     this.light.position.copy(direction).addScaledVector(right, -0.45).addScaledVector(up, 0.55);
   }
 
-  private paint(): void {
-    if (this.palette === null || this.colours === null) return;
+  private paint(pieces: readonly Piece[] = this.pieces): void {
+    if (this.palette === null) return;
     const plain = new Color(this.palette.part);
     const tint = this.isTinted ? new Color(this.palette.tint) : plain;
-    const colours = this.colours.array;
-    for (let corner = 0; corner < this.tints.length; corner++) {
-      const { r, g, b } = this.tints[corner] > 0 ? tint : plain;
-      colours[3 * corner] = r;
-      colours[3 * corner + 1] = g;
-      colours[3 * corner + 2] = b;
+    for (const { tints, colours } of pieces) {
+      for (let corner = 0; corner < tints.length; corner++) {
+        const { r, g, b } = tints[corner] > 0 ? tint : plain;
+        colours.setXYZ(corner, r, g, b);
+      }
+      colours.needsUpdate = true;
     }
-    this.colours.needsUpdate = true;
   }
 
   /** A disc with lines, every 10 mm mostly. */

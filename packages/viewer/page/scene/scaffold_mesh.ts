@@ -58,12 +58,14 @@ export class ScaffoldMesh {
 
   /** scale: mm for a step of the grid along each axis; `origin`: of the grid, in the scene. */
   setRaft(mesh: GridMesh, scale: readonly number[], origin: readonly number[]): void {
-    const { positions, normals } = shadedSurface(mesh, scale, 0);
-    const geometry = new BufferGeometry()
-      .setAttribute('position', new BufferAttribute(positions, 3))
-      .setAttribute('normal', new BufferAttribute(normals, 3))
-      .translate(origin[0], origin[1], origin[2]);
-    this.add(geometry, this.raftMaterial);
+    for (const surface of shadedSurface(mesh, scale, 0)) {
+      if (surface === undefined) continue;
+      const geometry = new BufferGeometry()
+        .setAttribute('position', new BufferAttribute(surface.positions, 3))
+        .setAttribute('normal', new BufferAttribute(surface.normals, 3))
+        .translate(origin[0], origin[1], origin[2]);
+      this.add(geometry, this.raftMaterial);
+    }
   }
 
   setPalette({ support }: Palette): void {

@@ -150,7 +150,13 @@ export class SceneView {
     const { scaffold } = this.part.document;
     this.isLoading = true;
     try {
-      this.scene.setMesh(await this.part.mesh());
+      const steps = this.scene.takeMesh(await this.part.mesh());
+      while (!steps.next().done) {
+        // What came new is drawn before more comes.
+        this.plan();
+        await new Promise(requestAnimationFrame);
+        if (this.renderer === null) return;
+      }
       if (scaffold !== undefined) {
         this.scene.setScaffold(await this.part.scaffold(scaffold), scaffold);
       }

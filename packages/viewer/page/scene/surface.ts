@@ -3,6 +3,9 @@ import type { GridMesh } from '../../src/mesh_codec.js';
 /** Faces that meet at a smaller angle are shaded as one curved surface. */
 const creaseCosine = Math.cos((40 * Math.PI) / 180);
 
+/** Faces that are worked on, and drawn for the first time, at once: a page stays alive between them. */
+const facesAtOnce = 32_768;
+
 /** Triangles apart from each other: nine positions, normals and one tint for each corner. */
 export interface ShadedSurface {
   positions: Float32Array;
@@ -12,75 +15,131 @@ export interface ShadedSurface {
 }
 
 /**
- * The mesh with normals that round what is meant to be round. `scale`: mm for a step of the grid along
- * each axis; the corner of the box is the origin. criticalAngle: degrees from the plate.
+ * The mesh, piece by piece, with normals that round what is meant to be round; undefined between steps
+ * that have no piece yet. `scale`: mm for a step of the grid along each axis; the corner of the box is the
+ * origin. criticalAngle: degrees from the plate.
  */
-export function shadedSurface(
-  { corners, triangles }: GridMesh,
+export function* shadedSurface(
+  mesh: GridMesh,
   scale: readonly number[],
   criticalAngle: number,
-): ShadedSurface {
-  const faces = triangles.length / 3;
-  const place = (vertex: number, axis: number): number => corners[3 * vertex + axis] * scale[axis];
-  // Twice the area long.
-  const faceNormals = new Float32Array(3 * faces);
-  for (let face = 0; face < faces; face++) {
-    const [a, b, c] = [triangles[3 * face], triangles[3 * face + 1], triangles[3 * face + 2]];
-    const ux = place(b, 0) - place(a, 0);
-    const uy = place(b, 1) - place(a, 1);
-    const uz = place(b, 2) - place(a, 2);
-    const vx = place(c, 0) - place(a, 0);
-    const vy = place(c, 1) - place(a, 1);
-    const vz = place(c, 2) - place(a, 2);
-    faceNormals[3 * face] = uy * vz - uz * vy;
-    faceNormals[3 * face + 1] = uz * vx - ux * vz;
-    faceNormals[3 * face + 2] = ux * vy - uy * vx;
+): Generator<ShadedSurface | undefined> {
+  const faces = mesh.triangles.length / 3;
+  const normals = new FaceNormals(mesh, scale);
+  for (let first = 0; first < faces; first += facesAtOnce) {
+    normals.measure(first, Math.min(faces, first + facesAtOnce));
+    yield undefined;
   }
-  const lengths = new Float32Array(faces);
-  for (let face = 0; face < faces; face++) {
-    lengths[face] =
-      Math.hypot(faceNormals[3 * face], faceNormals[3 * face + 1], faceNormals[3 * face + 2]) || 1;
+  const around = facesAround(mesh);
+  yield undefined;
+  const tintFrom = -Math.cos((criticalAngle * Math.PI) / 180);
+  for (let first = 0; first < faces; first += facesAtOnce) {
+    const count = Math.min(faces - first, facesAtOnce);
+    const piece = {
+      positions: new Float32Array(9 * count),
+      normals: new Float32Array(9 * count),
+      tints: new Float32Array(3 * count),
+    };
+    for (let corner = 0; corner < 3 * count; corner++) {
+      const vertex = mesh.triangles[3 * first + corner];
+      const face = first + ((corner / 3) | 0);
+      normals.roundedAt(vertex, face, around, piece.normals, 3 * corner);
+      for (let axis = 0; axis < 3; axis++) {
+        piece.positions[3 * corner + axis] = mesh.corners[3 * vertex + axis] * scale[axis];
+      }
+      piece.tints[corner] = normals.slopeOf(face) < tintFrom ? 1 : 0;
+    }
+    yield piece;
   }
-  // The faces round each vertex, one list behind the other.
+}
+
+/** The faces round each vertex, one list behind the other, and where each begins. */
+interface Around {
+  starts: Uint32Array;
+  faces: Uint32Array;
+}
+
+function facesAround({ corners, triangles }: GridMesh): Around {
   const starts = new Uint32Array(corners.length / 3 + 1);
   for (const vertex of triangles) starts[vertex + 1]++;
   for (let vertex = 0; vertex + 1 < starts.length; vertex++) starts[vertex + 1] += starts[vertex];
   const next = starts.slice(0, -1);
-  const around = new Uint32Array(triangles.length);
+  const faces = new Uint32Array(triangles.length);
   triangles.forEach((vertex, corner) => {
-    around[next[vertex]++] = (corner / 3) | 0;
+    faces[next[vertex]++] = (corner / 3) | 0;
   });
+  return { starts, faces };
+}
 
-  const positions = new Float32Array(9 * faces);
-  const normals = new Float32Array(9 * faces);
-  const tints = new Float32Array(3 * faces);
-  const tintFrom = -Math.cos((criticalAngle * Math.PI) / 180);
-  for (let corner = 0; corner < triangles.length; corner++) {
-    const vertex = triangles[corner];
-    const face = (corner / 3) | 0;
+class FaceNormals {
+  /** Twice the area long. */
+  private readonly normals: Float32Array;
+  private readonly lengths: Float32Array;
+
+  constructor(
+    private readonly mesh: GridMesh,
+    private readonly scale: readonly number[],
+  ) {
+    this.normals = new Float32Array(mesh.triangles.length);
+    this.lengths = new Float32Array(mesh.triangles.length / 3);
+  }
+
+  /** Faces from `first` to `end`, which is not among them. */
+  measure(first: number, end: number): void {
+    const { normals, lengths, scale } = this;
+    const { corners, triangles } = this.mesh;
+    const place = (vertex: number, axis: number): number =>
+      corners[3 * vertex + axis] * scale[axis];
+    for (let face = first; face < end; face++) {
+      const [a, b, c] = [triangles[3 * face], triangles[3 * face + 1], triangles[3 * face + 2]];
+      const ux = place(b, 0) - place(a, 0);
+      const uy = place(b, 1) - place(a, 1);
+      const uz = place(b, 2) - place(a, 2);
+      const vx = place(c, 0) - place(a, 0);
+      const vy = place(c, 1) - place(a, 1);
+      const vz = place(c, 2) - place(a, 2);
+      normals[3 * face] = uy * vz - uz * vy;
+      normals[3 * face + 1] = uz * vx - ux * vz;
+      normals[3 * face + 2] = ux * vy - uy * vx;
+      lengths[face] =
+        Math.hypot(normals[3 * face], normals[3 * face + 1], normals[3 * face + 2]) || 1;
+    }
+  }
+
+  /** Upwards 1, downwards -1. */
+  slopeOf(face: number): number {
+    return this.normals[3 * face + 2] / this.lengths[face];
+  }
+
+  /** The mean of the faces at a vertex that go on smoothly from this one, of length 1. */
+  roundedAt(
+    vertex: number,
+    face: number,
+    { starts, faces }: Around,
+    target: Float32Array,
+    at: number,
+  ): void {
+    const { normals, lengths } = this;
     const length = lengths[face];
-    const nx = faceNormals[3 * face];
-    const ny = faceNormals[3 * face + 1];
-    const nz = faceNormals[3 * face + 2];
+    const nx = normals[3 * face];
+    const ny = normals[3 * face + 1];
+    const nz = normals[3 * face + 2];
     let sumX = 0;
     let sumY = 0;
     let sumZ = 0;
     for (let i = starts[vertex]; i < starts[vertex + 1]; i++) {
-      const other = around[i];
-      const [ox, oy, oz] = [
-        faceNormals[3 * other],
-        faceNormals[3 * other + 1],
-        faceNormals[3 * other + 2],
-      ];
+      const other = faces[i];
+      const ox = normals[3 * other];
+      const oy = normals[3 * other + 1];
+      const oz = normals[3 * other + 2];
       if (nx * ox + ny * oy + nz * oz < creaseCosine * length * lengths[other]) continue;
       sumX += ox;
       sumY += oy;
       sumZ += oz;
     }
     const size = Math.hypot(sumX, sumY, sumZ) || 1;
-    normals.set([sumX / size, sumY / size, sumZ / size], 3 * corner);
-    for (let axis = 0; axis < 3; axis++) positions[3 * corner + axis] = place(vertex, axis);
-    tints[corner] = nz / length < tintFrom ? 1 : 0;
+    target[at] = sumX / size;
+    target[at + 1] = sumY / size;
+    target[at + 2] = sumZ / size;
   }
-  return { positions, normals, tints };
 }
