@@ -922,7 +922,8 @@ STILTFORGE_API stiltforge_status stiltforge_survey_judge(stiltforge_survey* surv
                                                          stiltforge_verdict** verdict,
                                                          stiltforge_error* error);
 
-/** Overhanging surface. */
+/** Overhanging surface: what lies further from the material of the layer below than one and a half
+ *  layers are high, and than 1.5 pixels. */
 typedef struct stiltforge_surface {
   double area;        /**< mm2 */
   double beyond_near; /**< mm2 of it further than near_reach from every support */

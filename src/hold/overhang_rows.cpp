@@ -1,12 +1,9 @@
 #include "hold/overhang_rows.h"
 
-#include "hold/beyond_reach.h"
-
 namespace stiltforge::hold {
 
-RunRows overhangBeyond(const Slice& slice, const RunRows& below) {
+RunRows overhangBeyond(const Slice& slice, const RunRows& below, BeyondReach& reach) {
   RunRows beyond;
-  BeyondReach reach(1.5);
   const RowRange rows = slice.overhang.occupiedRows();
   beyond.endRows(rows.begin);
   for (int y = rows.begin; y < rows.end; ++y) {

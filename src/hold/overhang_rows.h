@@ -2,11 +2,11 @@
 
 #include "analysis/run_rows.h"
 #include "analysis/slice.h"
+#include "hold/beyond_reach.h"
 
 namespace stiltforge::hold {
 
-/// The overhanging pixels of a slice that are more than 1.5 pixels away from the material below:
-/// neither the pixel straight below nor one of its eight neighbours is among them.
-RunRows overhangBeyond(const Slice& slice, const RunRows& below);
+/// The overhanging pixels of a slice that are further than a reach from the material below.
+RunRows overhangBeyond(const Slice& slice, const RunRows& below, BeyondReach& reach);
 
 }  // namespace stiltforge::hold

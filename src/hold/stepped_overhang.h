@@ -4,7 +4,6 @@
 #include <vector>
 
 #include "analysis/run_rows.h"
-#include "hold/beyond_reach.h"
 #include "hold/overhang_cells.h"
 #include "hold/steep_overhang.h"
 #include "hold/survey_settings.h"
@@ -26,12 +25,8 @@ class SteppedOverhang {
   const std::vector<OverhangCell>& cells() const { return cells_.cells(); }
 
  private:
-  void keepBeyondStep(const RunRows& beyond, const RunRows& below);
-
   uint32_t layers_;  // of a step
-  double reach_;     // pixels that overhang lies beyond the layer under a step
   SteepOverhang steps_;
-  BeyondReach beyond_;
   RunRows rows_;  // of the layer last added
   OverhangCells cells_;
 };

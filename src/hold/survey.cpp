@@ -21,6 +21,7 @@ const SurveySettings& valid(const SurveySettings& settings) {
 Survey::Survey(const SurveySettings& settings)
     : settings_(valid(settings)),
       surroundings_(settings.roomLayers(), settings.roomLayersOnPlate()),
+      overhangReach_(settings.overhangReach(settings.layerHeight)),
       steppedOverhang_(settings),
       samples_(settings) {}
 
@@ -37,7 +38,7 @@ void Survey::add(const Slice& slice) {
   RunRows beyond;
   if (layerCount() > 0) {
     findIslands(surroundings_, islands_);
-    beyond = overhangBeyond(slice, surroundings_.below());
+    beyond = overhangBeyond(slice, surroundings_.below(), overhangReach_);
     addOverhang(beyond);
   }
   steppedOverhang_.add(slice.material, surroundings_.below(), beyond, surroundings_.layer());

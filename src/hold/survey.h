@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "analysis/slice.h"
+#include "hold/beyond_reach.h"
 #include "hold/overhang_cells.h"
 #include "hold/place.h"
 #include "hold/point_grid.h"
@@ -33,8 +34,8 @@ struct OverhangRun {
 /// What has to be known of a part to judge whether points hold it: collected slice by slice, in
 /// memory that follows its contours and overhangs.
 ///
-/// Overhang is material with a support value below 255 and without material below it and beside
-/// that (more than 1.5 pixels away). The first layer lies on the plate and has none.
+/// Overhang is material with a support value below 255 that lies further than overhangReach() of a
+/// layer from the material of the layer below. The first layer lies on the plate and has none.
 class Survey {
  public:
   /// Throws std::invalid_argument unless pixel and layer are above 0 and the lengths not negative.
@@ -87,6 +88,7 @@ class Survey {
   ScratchVector<OverhangRun> overhang_;
   std::vector<std::size_t> firstRun_{0};  // in overhang_, by layer
   RunRows roomyRow_;
+  BeyondReach overhangReach_;
   SteppedOverhang steppedOverhang_;
   SteepSamples samples_;
   std::vector<Site> points_;

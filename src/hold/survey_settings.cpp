@@ -32,6 +32,11 @@ uint32_t SurveySettings::roomLayersOnPlate() const {
   return 1 + layersFor(std::max(minimumHeight - *firstLayerHeight, 0.0), layerHeight);
 }
 
+double SurveySettings::overhangReach(double stepHeight) const {
+  constexpr double slope = 1.5;
+  return std::clamp(slope * stepHeight / pixelSize, slope, 65535.0);
+}
+
 void requireValid(const SurveySettings& settings) {
   const auto require = [](bool holds, const char* what, double value, const char* unit) {
     if (!holds) throw std::invalid_argument(what + (", not " + numberText(value)) + unit);

@@ -20,6 +20,10 @@ struct SurveySettings {
   double sampleHeight = 0.2;
   double sampleSize = 0.5;  ///< mm, side of the cells of samples
 
+  /// Pixels: material further than that from what lies a step of so many mm below it overhangs.
+  /// Half as much again as the step is high, which is a slope of 34 degrees from level, and at
+  /// least 1.5 pixels, a neighbour's corner.
+  double overhangReach(double stepHeight) const;
   Scale scale() const { return {pixelSize, layerHeight}; }
   /// Layers of empty space that a support needs below its point, above the part and the plate.
   uint32_t roomLayers() const;

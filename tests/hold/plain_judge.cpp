@@ -201,9 +201,12 @@ class PlainJudge {
 
   bool hangsFree(const Voxel& v) {
     if (v.z == 0 || !hanging_.isSet(v)) return false;
-    for (int dy = -1; dy <= 1; ++dy) {
-      for (int dx = -1; dx <= 1; ++dx) {
-        if (material_.isSet({v.x + dx, v.y + dy, v.z - 1})) return false;
+    const double reach = 1.5 * std::max(survey_.layerHeight / survey_.pixelSize, 1.0) + 1e-9;
+    const int most = static_cast<int>(reach);
+    for (int dy = -most; dy <= most; ++dy) {
+      for (int dx = -most; dx <= most; ++dx) {
+        const bool isNear = std::hypot(dx, dy) <= reach;
+        if (isNear && material_.isSet({v.x + dx, v.y + dy, v.z - 1})) return false;
       }
     }
     return true;

@@ -55,6 +55,18 @@ TEST(Survey, LeavesOutOverhangBesideMaterialBelow) {
   EXPECT_EQ(pixels, 9u);
 }
 
+TEST(Survey, CountsTheSameSlopeWithFinePixels) {
+  Part part;
+  part.addLayer({"+........."});
+  part.addLayer({"+#########"});
+  SurveySettings settings = unitSettings();
+  settings.pixelSize = 0.25;
+  const Survey survey = part.survey(settings);
+  const auto runs = survey.overhang(1);
+  ASSERT_EQ(runs.size(), 1u);
+  EXPECT_EQ(runs[0].begin, 7) << "beyond a layer and a half";
+}
+
 TEST(Survey, CountsNothingThatTheHostCallsSupported) {
   Part part;
   part.addLayer({"+....."});

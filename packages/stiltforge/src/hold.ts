@@ -47,7 +47,10 @@ export interface Place {
   y: number;
 }
 
-/** Overhanging surface, in mm2. */
+/**
+ * Overhanging surface, in mm2: what lies further from the material of the layer below than one and
+ * a half layers are high, and than 1.5 pixels.
+ */
 export interface Surface {
   area: number;
   /** Of it, further than nearReach from every point. */
