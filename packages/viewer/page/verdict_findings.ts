@@ -41,9 +41,13 @@ function unheldIslands({ islands }: VerdictRecord): Finding[] {
   ];
 }
 
-/** Whether a place that needs a point has none within the far reach. */
-export function leavesGaps({ worst, farReach }: VerdictRecord): boolean {
-  return worst.some(({ distance }) => distance === null || distance > farReach);
+/** mm2 beyond the far reach from which on it is a gap: about the tip of a support. */
+const leastGap = 0.125;
+
+/** Whether a place that needs a point has none within the far reach, with more than a few pixels. */
+export function leavesGaps({ worst, farReach, overhang }: VerdictRecord): boolean {
+  const isFar = worst.some(({ distance }) => distance === null || distance > farReach);
+  return isFar && overhang.beyondFar >= leastGap;
 }
 
 /** Overhang further from the points than they reach. */

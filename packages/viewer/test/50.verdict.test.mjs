@@ -67,6 +67,18 @@ test('the first line warns of gaps where the findings do', { skip }, async (t) =
   assert.equal(await entry.getByRole('img').getAttribute('aria-label'), 'note');
 });
 
+test('the first line warns of no gap of a few pixels', { skip }, async (t) => {
+  const worst = [{ layer: 6, column: 6, row: 4, distance: 5.001 }];
+  const page = await open(
+    t,
+    judged({ worst, overhang: { area: 700, beyondNear: 14, beyondFar: 0.0025 } }),
+  );
+  await page.getByText('All islands are held').waitFor();
+  await page.getByText('98.0 % of the overhang within reach').waitFor();
+  const entry = page.locator('.entry', { hasText: 'Overhang up to 5.0 mm from a point' });
+  assert.equal(await entry.getByRole('img').getAttribute('aria-label'), 'note');
+});
+
 test('overhang far from all points is told with the worst places first', { skip }, async (t) => {
   const worst = [
     { layer: 6, column: 6, row: 4, distance: 7.25 },
