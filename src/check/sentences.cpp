@@ -105,7 +105,7 @@ Sentences suctionCup(const Finding& finding) {
 Sentences specks(const Finding& finding) {
   return {counted(finding.count, "speck", "specks") + " of " + volumeText(finding.volume) +
               " in all, in " + layersText(finding.extent) + ", hang on nothing",
-          "Filter the resin after the print; a repaired mesh has none."};
+          "Filter the resin after the print; open edges and the finest tips of a mesh leave them."};
 }
 
 Sentences idlePoints(const Finding& finding) {
