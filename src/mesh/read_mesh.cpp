@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <iterator>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -19,6 +20,7 @@ namespace {
 
 constexpr std::size_t headBytes = 4096;
 constexpr std::string_view byteOrderMark = "\xef\xbb\xbf";
+constexpr std::string_view utf16Marks[] = {"\xff\xfe", "\xfe\xff"};
 
 /// Formats that people take for meshes, by how their files begin.
 constexpr std::array<std::pair<std::string_view, const char*>, 8> otherFormats{{
@@ -110,6 +112,10 @@ Mesh readSource(files::ByteSource& source, const std::string& extension) {
   if (whole.starts_with("ply\n") || whole.starts_with("ply\r")) return readPly(source);
   if (hasBinaryStlLength(source)) return readBinaryStl(source);
 
+  if (std::any_of(std::begin(utf16Marks), std::end(utf16Marks),
+                  [&](std::string_view mark) { return whole.starts_with(mark); })) {
+    throw MeshError("the text is in UTF-16", "Save it in UTF-8, or export the model again");
+  }
   const std::size_t begin = whole.starts_with(byteOrderMark) ? byteOrderMark.size() : 0;
   const std::string_view head = whole.substr(begin);
   if (!isText(head)) {

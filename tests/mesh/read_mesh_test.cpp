@@ -61,6 +61,8 @@ TEST(ReadMesh, RefusesWhatIsNoMesh) {
   EXPECT_EQ(refusal(""), "the file is empty. Copy or export it again.");
   EXPECT_THAT(refusal("dear diary"), HasSubstr("the content is none of STL, OBJ, PLY or 3MF"));
   EXPECT_THAT(refusal(std::string("\x89PNG\0\1", 6)), HasSubstr("that of a PNG file"));
+  EXPECT_THAT(refusal(std::string("\xff\xfev\0 \0", 6)), HasSubstr("the text is in UTF-16"));
+  EXPECT_THAT(refusal(std::string("\xfe\xff\0v\0 ", 6)), HasSubstr("the text is in UTF-16"));
   EXPECT_THAT(refusal("ISO-10303-21;\nHEADER;"), HasSubstr("the content is that of a STEP file"));
   EXPECT_THAT(refusal(std::string("glTF\2\0\0\0", 8)), HasSubstr("that of a glTF file"));
 }
