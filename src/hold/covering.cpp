@@ -42,9 +42,8 @@ void coverAll(const Candidates& candidates, const OverhangReach& all,
   keepBest(candidates, 1, gainOf, isEnough, kept, cancelled);
 }
 
-bool never() {
-  return false;
-}
+// A lambda: the types of a function and of its pointer would be exported on macOS.
+constexpr auto never = [] { return false; };
 
 }  // namespace
 
