@@ -94,11 +94,12 @@ double LayerContours::widestGap(std::span<const double> planes, const ScreenPlac
     segments.clear();
     closeContours(ends, segments);
     for (const Segment& segment : segments) {
-      widest = std::max(widest,
-                        std::hypot(segment.to.x - segment.from.x, segment.to.y - segment.from.y));
+      const double x = segment.to.x - segment.from.x;
+      const double y = segment.to.y - segment.from.y;
+      widest = std::max(widest, x * x + y * y);
     }
   }
-  return widest;
+  return std::sqrt(widest);
 }
 
 }  // namespace stiltforge::slicing
