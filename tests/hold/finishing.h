@@ -54,36 +54,37 @@ inline Part plank(std::size_t width, std::initializer_list<int> columns = {}) {
   return part;
 }
 
+template <class Value, class Item, class ValueOf>
+std::vector<Value> eachOf(const std::vector<Item>& items, ValueOf&& valueOf) {
+  std::vector<Value> values;
+  for (const Item& item : items) values.push_back(valueOf(item));
+  return values;
+}
+
 inline std::vector<Reason> reasonsOf(const Finished& finished) {
-  std::vector<Reason> reasons;
-  for (const FinishedPoint& point : finished.points) reasons.push_back(point.reason);
-  return reasons;
+  return eachOf<Reason>(finished.points, [](const FinishedPoint& point) { return point.reason; });
 }
 
 // Why each point of the analysis that is gone was dropped, by number.
 inline std::vector<DropReason> dropReasonsOf(const Finished& finished) {
-  std::vector<DropReason> reasons;
-  for (const DroppedPoint& dropped : finished.dropped) reasons.push_back(dropped.reason);
-  return reasons;
+  return eachOf<DropReason>(finished.dropped,
+                            [](const DroppedPoint& dropped) { return dropped.reason; });
 }
 
 // Of each point its number in the analysis.
 inline std::vector<uint32_t> analysedOf(const Finished& finished) {
-  std::vector<uint32_t> numbers;
-  for (const FinishedPoint& point : finished.points) numbers.push_back(point.analysed);
-  return numbers;
+  return eachOf<uint32_t>(finished.points,
+                          [](const FinishedPoint& point) { return point.analysed; });
 }
 
 inline std::vector<int> columnsOf(const Finished& finished) {
-  std::vector<int> columns;
-  for (const FinishedPoint& point : finished.points) columns.push_back(point.site.place.x);
-  return columns;
+  return eachOf<int>(finished.points,
+                     [](const FinishedPoint& point) { return point.site.place.x; });
 }
 
 inline std::vector<uint32_t> layersOf(const Finished& finished) {
-  std::vector<uint32_t> layers;
-  for (const FinishedPoint& point : finished.points) layers.push_back(point.site.place.layer);
-  return layers;
+  return eachOf<uint32_t>(finished.points,
+                          [](const FinishedPoint& point) { return point.site.place.layer; });
 }
 
 using Reasons = std::vector<Reason>;
